@@ -1,0 +1,427 @@
+/**
+ * @file ZVRTDataCnvLib.h
+ * @brief Conversion of database column values: the one public header of libZVRTDataCnvLib, for C11 and C++17 on.
+ *
+ * Every function takes pointers to buffers of the caller, writes its result and an out-length through them and returns
+ * a 32-bit status. Nothing is thrown, nothing is logged, no buffer or descriptor is kept after a function returns, and
+ * the process locale is never consulted.
+ *
+ * Thread safety: unless a function says otherwise it keeps no state, takes no lock and may run on any number of
+ * threads at once, as long as no other thread changes the buffers it was given.
+ *
+ * Text comes in six kinds; the kind words are part of the functions' names.
+ *
+ * | Kind         | Layout                                              | Length known from                | Terminator
+ * |
+ * |--------------|-----------------------------------------------------|----------------------------------|-------------|
+ * | `Char`       | narrow bytes                                        | the caller, in bytes             | none | |
+ * `Varchar`    | 16-bit length prefix, then narrow bytes             | the prefix: bytes                | none        |
+ * | `VarcharSz`  | narrow bytes                                        | the first zero byte              | a zero byte
+ * | | `WChar`      | wide characters                                     | the caller, in bytes             | none | |
+ * `WVarchar`   | 16-bit length prefix, then wide characters (byte 2) | the prefix: bytes, 4 a character | none        |
+ * | `WVarcharSz` | wide characters                                     | the first zero character         | a zero one
+ * |
+ *
+ * A wide character is 32 bits, one UTF-32 code unit in native byte order. Narrow text is UTF-8 unless a field
+ * descriptor names another code page.
+ */
+#ifndef ZVRT_DATA_CNV_LIB_H
+#define ZVRT_DATA_CNV_LIB_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#if defined(__GNUC__)
+#define ZVRT_API __attribute__((visibility("default")))
+#else
+#define ZVRT_API
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ------------------------------------------------------------------------------------------------------------------ */
+/** @name Status codes
+ * Every function that reports an outcome returns one of these, or, unchanged, the status of the platform library that
+ * failed it. @{ */
+
+#define ZVRT_RC_OK UINT32_C(0) /**< Success. */
+#define ZVRT_RC_INVALID_CHAR \
+  UINT32_C(22) /**< A character that the target encoding cannot carry, or a broken surrogate pair. */
+#define ZVRT_RC_INVALID_PARAM UINT32_C(30)       /**< The source is empty, or its required length is missing. */
+#define ZVRT_RC_INVALID_YEAR UINT32_C(54)        /**< Year out of range. */
+#define ZVRT_RC_INVALID_DAY UINT32_C(55)         /**< Day 0, or beyond the length of its month. */
+#define ZVRT_RC_INVALID_MONTH UINT32_C(56)       /**< Month 0 or above 12. */
+#define ZVRT_RC_INVALID_HOUR UINT32_C(57)        /**< Hour above 23. */
+#define ZVRT_RC_INVALID_MINUTE UINT32_C(58)      /**< Minute above 59. */
+#define ZVRT_RC_INVALID_SECOND UINT32_C(59)      /**< Second above 59. */
+#define ZVRT_RC_INVALID_FORMAT UINT32_C(67)      /**< A format model holds an unknown element after a percent sign. */
+#define ZVRT_RC_EMPTY_RESULT UINT32_C(75)        /**< The text of the value is empty (zero); not a failure. */
+#define ZVRT_RC_BLANK_TEXT UINT32_C(114)         /**< A timestamp's text is empty or only blanks. */
+#define ZVRT_RC_TRUNCATED UINT32_C(1609)         /**< The destination is too small; it holds what fitted. */
+#define ZVRT_RC_NO_CONVERTER UINT32_C(1610)      /**< No converter is known for the field's code page. */
+#define ZVRT_RC_NO_MEMORY UINT32_C(1611)         /**< A temporary could not be allocated. */
+#define ZVRT_RC_INVALID_INTEGER UINT32_C(1612)   /**< Integer text holds something other than digits. */
+#define ZVRT_RC_INVALID_FLOAT UINT32_C(1613)     /**< Text refused as a single. */
+#define ZVRT_RC_HOUR_OUT_OF_RANGE UINT32_C(1614) /**< A parsed hour is outside its element's range. */
+#define ZVRT_RC_INVALID_DATETIME UINT32_C(1615)  /**< Text does not match the format model. */
+#define ZVRT_RC_INVALID_DOUBLE UINT32_C(1617)    /**< Text refused as a double. */
+#define ZVRT_RC_END_OF_FORMAT UINT32_C(6444)     /**< The tokenised model has no further element. */
+#define ZVRT_RC_ERROR UINT32_C(0xFFFFFFFF)       /**< Null arguments, failed allocations and failed prints. */
+/** @} */
+
+/* ------------------------------------------------------------------------------------------------------------------ */
+/** @name Records
+ * Owned by the caller and only read by the library. @{ */
+
+/** One entry of a tokenised format model. */
+typedef struct FmtCode FmtCode;
+
+/** Date/time format of a field: what FldDef::dtFormat points to. 32 bytes. */
+typedef struct DtFormatDesc {
+  uint8_t reserved[16];   /**< Not read by this library. */
+  const FmtCode* model;   /**< The tokenised model, closed by its end entry; not the model text. */
+  int32_t modelLen;       /**< Length in characters of the model text that `model` was made from; sizes temporaries. */
+  uint8_t reservedEnd[4]; /**< Not read by this library. */
+} DtFormatDesc;
+
+/** Field descriptor: how the narrow text and the dates of a column are encoded. 72 bytes. */
+typedef struct FldDef {
+  uint8_t reserved[32];         /**< Not read by this library. */
+  uint32_t codePage;            /**< Code page of the narrow side; 0 is UTF-8. */
+  char codePageKind;            /**< Kind letter that qualifies codePage; see VerifyCodePageInfo(). */
+  uint8_t reservedGap[3];       /**< Not read by this library. */
+  const DtFormatDesc* dtFormat; /**< Date/time format; read only by the date/time functions. */
+  uint8_t reservedEnd[24];      /**< Not read by this library. */
+} FldDef;
+/** @} */
+
+/**
+ * The argument list and the conventions that all conversions share.
+ *
+ * @param src      The source, in the source kind; for numbers and dates a pointer to the value.
+ * @param srcLen   Source length in bytes. `Char` and `WChar` sources require it (null, 0 or negative:
+ *                 ZVRT_RC_INVALID_PARAM) and never write it. For all other sources it is optional: where it points
+ *                 to 0 it receives the length measured (`Varchar` and `WVarchar` with their two prefix bytes, texts
+ *                 without their terminator); any other value is ignored and left alone.
+ * @param dst      The destination, in the destination kind. Source and destination must not overlap.
+ * @param dstSize  Size of the destination in bytes. A wide destination holds dstSize / 4 characters; `Varchar` and
+ *                 `WVarchar` give 2 bytes to the prefix first, and no more than 32767 bytes are ever put behind one.
+ *                 A negative size is no room.
+ * @param outLen   Required. Receives the result's length without a terminator: bytes for `Char`, `VarcharSz` and
+ * `WChar`; bytes with the two prefix bytes for `Varchar` and `WVarchar`; characters for `WVarcharSz`, but bytes in the
+ * functions named `...Out`. Unless a function says otherwise it is the length that the whole source needs, also when
+ * the status is ZVRT_RC_TRUNCATED or an error of the encoding, so that a caller can retry with enough room; it is not
+ * written when the arguments are refused at once (ZVRT_RC_INVALID_PARAM, a destination smaller than its prefix,
+ * ZVRT_RC_NO_MEMORY).
+ * @param fldDef   The field descriptor; null means UTF-8 narrow text and no date/time format.
+ * @return A status code.
+ */
+typedef uint32_t ZVRTConversion(const void* src, int32_t* srcLen, void* dst, int32_t dstSize, uint32_t* outLen,
+                                const FldDef* fldDef);
+
+/* ------------------------------------------------------------------------------------------------------------------ */
+/** @name Initialisation and termination
+ * Needed only by conversions whose narrow text is in a code page other than UTF-8. @{ */
+
+/**
+ * Brings up the converter service for code pages; further calls only raise a reference count.
+ *
+ * Thread safety: the first initialisation must not run beside any other initialisation or termination. Once it has
+ * returned, any number of threads may initialise and terminate, as long as one initialisation stays in force.
+ *
+ * @return ZVRT_RC_OK, or the status of the platform operation that failed; everything begun has then been undone.
+ */
+ZVRT_API uint32_t ZVRTInitDataConversion(void);
+
+/**
+ * Takes back one initialisation; the last one tears the converter service down. Without an initialisation to take back
+ * it returns ZVRT_RC_OK, and the count stays one too low.
+ *
+ * Thread safety: the last termination must not run beside an initialisation or a conversion through a code page.
+ *
+ * @return ZVRT_RC_OK, or the status of the platform operation that failed; what was not yet torn down stays.
+ */
+ZVRT_API uint32_t ZVRTTermDataConversion(void);
+/** @} */
+
+/* ------------------------------------------------------------------------------------------------------------------ */
+/** @name Unicode transforms
+ * UTF-8 is its 31-bit form, one to six bytes a sequence. Decoding is lenient: overlong forms and encoded surrogates
+ * pass, a stray byte 80..BF, FE or FF stands for the code point of its value, and U+FFFD becomes '?'. Encoding writes
+ * the shortest form. A zero unit ends a source early. Capacities and lengths are counts of units of the buffer they
+ * belong to; negative ones are 0. Wide and UTF-16 buffers need no alignment. The count pointers may be null. All work
+ * before ZVRTInitDataConversion(). @{ */
+
+/**
+ * UTF-8 to UTF-32.
+ *
+ * @param dst       Receives the characters that fit, no terminator; null to count only.
+ * @param dstUnits  Capacity in characters.
+ * @param src       UTF-8 text of srcBytes bytes.
+ * @param srcBytes  Length in bytes.
+ * @param count     Receives the characters that the whole source needs.
+ * @return ZVRT_RC_OK, also when a malformed sequence ended the source early; ZVRT_RC_TRUNCATED when the destination is
+ *         too small or the source ends inside a sequence.
+ */
+ZVRT_API uint32_t Convert8To32(wchar_t* dst, int32_t dstUnits, const char* src, int32_t srcBytes, uint32_t* count);
+
+/**
+ * UTF-8 to UTF-16, as Convert8To32(). Once a character has not fitted, later ones are only counted.
+ *
+ * @param count  Receives the UTF-16 units that the whole source needs.
+ * @return As Convert8To32(); ZVRT_RC_INVALID_CHAR at a code point above U+10FFFF, which ends the transform.
+ */
+ZVRT_API uint32_t Convert8To16(uint16_t* dst, int32_t dstUnits, const char* src, int32_t srcBytes, uint32_t* count);
+
+/**
+ * UTF-32 to UTF-8. The destination holds the longest run of whole characters that fits, without a terminator.
+ *
+ * @param dst       Receives the bytes; with null nothing is written and nothing is counted.
+ * @param dstBytes  Capacity in bytes.
+ * @param src       UTF-32 text of srcUnits characters.
+ * @param srcUnits  Length in characters.
+ * @param count     Receives the bytes that the whole source needs.
+ * @return ZVRT_RC_OK; ZVRT_RC_TRUNCATED when the destination is too small; ZVRT_RC_INVALID_CHAR when a value of
+ *         0x80000000 or more was skipped. Of several failures the last one counts.
+ */
+ZVRT_API uint32_t Convert32To8(char* dst, int32_t dstBytes, const wchar_t* src, int32_t srcUnits, uint32_t* count);
+
+/**
+ * UTF-16 to UTF-8, as Convert32To8().
+ *
+ * @param count  Receives the bytes needed up to where the transform stopped.
+ * @return As Convert32To8(); ZVRT_RC_INVALID_CHAR at a lone or broken surrogate, which ends the transform.
+ */
+ZVRT_API uint32_t Convert16To8(char* dst, int32_t dstBytes, const uint16_t* src, int32_t srcUnits, uint32_t* count);
+
+/**
+ * UTF-16 to UTF-32. When everything was converted and room is left, a zero character follows the last one, not counted.
+ *
+ * @param dst    Receives the characters; null to count only.
+ * @param count  Receives the characters written (with a null destination: needed).
+ * @return ZVRT_RC_OK; ZVRT_RC_TRUNCATED where the destination is full, which ends the transform; ZVRT_RC_INVALID_CHAR
+ *         at a lone or broken surrogate, which ends it too and is reported first.
+ */
+ZVRT_API uint32_t Convert16To32(const uint16_t* src, int32_t srcUnits, wchar_t* dst, int32_t dstUnits, uint32_t* count);
+
+/**
+ * UTF-32 to UTF-16. When everything was converted and room is left, a zero unit follows the last one, not counted.
+ *
+ * @param dst    Receives the units; null to count only.
+ * @param count  Receives the units written (with a null destination: needed).
+ * @return ZVRT_RC_OK; ZVRT_RC_TRUNCATED where the next character does not fit, which ends the transform;
+ *         ZVRT_RC_INVALID_CHAR at a surrogate value or one above 0x10FFFF, which ends it too and is reported first.
+ */
+ZVRT_API uint32_t Convert32To16(const wchar_t* src, int32_t srcUnits, uint16_t* dst, int32_t dstUnits, uint32_t* count);
+
+/**
+ * Decodes one UTF-8 sequence.
+ *
+ * @param codePoint  Receives the code point; 0 at a zero byte.
+ * @param position   In: the lead byte. Out: behind the sequence; behind the lead byte alone after a malformed sequence.
+ * @param remaining  Bytes that may be read, at least 1.
+ * @param status     Set to ZVRT_RC_TRUNCATED when the sequence is cut off by `remaining`, else left alone.
+ * @param consumed   Receives the bytes of the sequence: 0 at a zero byte; 0xFFFFFFFF for a malformed sequence, whose
+ *                   code point is its lead byte's value.
+ * @return 1 to go on, 0 when the sequence is cut off.
+ */
+ZVRT_API int32_t ConvertFrom8(uint32_t* codePoint, const char** position, int32_t remaining, uint32_t* status,
+                              uint32_t* consumed);
+
+/**
+ * Encodes one code point as UTF-8.
+ *
+ * @param position   In: where to write; where it points to null nothing is written or counted. Out: behind what was
+ * written.
+ * @param room       Bytes that may be written.
+ * @param codePoint  The code point, up to 0x7FFFFFFF.
+ * @param status     Set to ZVRT_RC_INVALID_CHAR for a larger value, to ZVRT_RC_TRUNCATED when the room is too small,
+ * else left alone.
+ * @param needed     Grows by the length of the form, also when it does not fit.
+ * @return 1 to go on, 0 when nothing was written for want of room or because of the value.
+ */
+ZVRT_API int32_t ConvertTo8(char** position, int32_t room, uint32_t codePoint, uint32_t* status, uint32_t* needed);
+/** @} */
+
+/* ------------------------------------------------------------------------------------------------------------------ */
+/** @name Code pages
+ * The bridges to the converter service. They need ZVRTInitDataConversion(); before it they return the environment
+ * library's status. @{ */
+
+/**
+ * Recognises the pairs of kind letter and code page that mean UTF-8: '2' or 'C' with 1208, 'I' with 57372, 'O' with 870
+ * to 873, 'S' with 190, 'T' with 63, 'Z' with 2. For these both values become 0; any other pair is left alone.
+ */
+ZVRT_API void VerifyCodePageInfo(char* codePageKind, uint32_t* codePage);
+
+/**
+ * Narrow text in the field's code page to wide text, through the converter service.
+ *
+ * @param fldDef    Not null; codePage and codePageKind choose the converter.
+ * @param src       Narrow text of srcBytes bytes; a zero byte is a character like any other.
+ * @param dst       Receives the characters that fit, no terminator.
+ * @param dstBytes  Size of dst in bytes; dstBytes / 4 characters are used.
+ * @param outChars  Receives the characters that the whole text needs; on ZVRT_RC_INVALID_CHAR the characters before it.
+ *                  Untouched when no converter was reached.
+ * @return ZVRT_RC_OK; ZVRT_RC_NO_CONVERTER; the status of the environment library; or the converter service's:
+ *         ZVRT_RC_TRUNCATED for a destination too small, ZVRT_RC_INVALID_CHAR for text that the code page does not
+ * define.
+ */
+ZVRT_API uint32_t ZVRT_MultiByteToWideChar(const FldDef* fldDef, const void* src, int32_t srcBytes, void* dst,
+                                           int32_t dstBytes, uint32_t* outChars);
+
+/**
+ * Wide text to narrow text in the field's code page, through the converter service.
+ *
+ * @param srcBytes  Length of src in bytes, 4 a character.
+ * @param dst       Receives the whole characters that fit, no terminator.
+ * @param dstBytes  Size of dst in bytes.
+ * @param outBytes  Receives the bytes that the whole text needs; otherwise as for ZVRT_MultiByteToWideChar().
+ * @return As ZVRT_MultiByteToWideChar(); ZVRT_RC_INVALID_CHAR for a character that the code page does not have.
+ */
+ZVRT_API uint32_t ZVRT_WideCharToMultiByte(const FldDef* fldDef, const void* src, int32_t srcBytes, void* dst,
+                                           int32_t dstBytes, uint32_t* outBytes);
+/** @} */
+
+/* ------------------------------------------------------------------------------------------------------------------ */
+/** @name Character strings
+ * Conversions among the six kinds. Between two narrow or two wide kinds they copy and ignore fldDef; between a narrow
+ * and a wide kind they transcode, UTF-8 unless fldDef names another code page.
+ *
+ * An empty source gives ZVRT_RC_INVALID_PARAM with nothing written, unless a function accepts it. Where text and
+ * terminator do not both fit:
+ *
+ * | Destination        | exactly full                                            | too long |
+ * |--------------------|---------------------------------------------------------|--------------------------------------|
+ * | `WVarcharSz`       | the last character gives way to the terminator, 1609    | room filled, no terminator, 1609 |
+ * | `VarcharSz`        | no terminator, ZVRT_RC_OK                               | whole characters, no terminator,
+ * 1609 | | `VarcharSz` from `Char` and `VarcharSz` | no terminator, 1609                | room filled, no terminator,
+ * 1609     | | `Char`, `WChar`, `Varchar`, `WVarchar` | ZVRT_RC_OK                          | whole characters that
+ * fit, 1609      |
+ *
+ * Fields are not padded. A prefix tells the bytes that are there; dstSize below 2 gives ZVRT_RC_TRUNCATED with nothing
+ * written, outLen included.
+ *
+ * Statuses of those that transcode, besides ZVRT_RC_OK, ZVRT_RC_INVALID_PARAM and ZVRT_RC_TRUNCATED (also: UTF-8 text
+ * that ends inside a sequence): ZVRT_RC_INVALID_CHAR, ZVRT_RC_NO_CONVERTER and the platform's own; the destination then
+ * holds what was converted, without a terminator. A malformed UTF-8 sequence ends the source as a terminator would.
+ * @{ */
+
+/** Bytes copied as they are. outLen: the bytes copied. */
+ZVRT_API ZVRTConversion ZVRTCnvCharToVarcharSz;
+/** Transcoded; a zero byte ends UTF-8 text. outLen: characters. */
+ZVRT_API ZVRTConversion ZVRTCnvCharToWVarcharSz;
+/** Transcoded up to a zero character; a field that starts with one gives empty text. outLen: bytes. A srcLen of 1 to 3
+ *  is ZVRT_RC_INVALID_PARAM with an outLen of 0. ZVRT_RC_NO_MEMORY: only for long text. */
+ZVRT_API ZVRTConversion ZVRTCnvWCharToVarcharSz;
+/** Copied up to a zero character, the rest of the field's length filled with zero characters. outLen: the field's
+ *  characters. */
+ZVRT_API ZVRTConversion ZVRTCnvWCharToWVarcharSz;
+/** Bytes copied as they are. */
+ZVRT_API ZVRTConversion ZVRTCnvVarcharToVarcharSz;
+/** Transcoded; a zero byte ends UTF-8 text. outLen: characters. */
+ZVRT_API ZVRTConversion ZVRTCnvVarcharToWVarcharSz;
+/** Transcoded up to a zero character. outLen: bytes. ZVRT_RC_NO_MEMORY: only for long text; srcLen is stored before. */
+ZVRT_API ZVRTConversion ZVRTCnvWVarcharToVarcharSz;
+/** Characters copied as they are. */
+ZVRT_API ZVRTConversion ZVRTCnvWVarcharToWVarcharSz;
+/** Bytes copied; an empty source is accepted. outLen and srcLen: the bytes copied, not the source's length. The source
+ * is not read beyond the bytes copied and its terminator. */
+ZVRT_API ZVRTConversion ZVRTCnvVarcharSzToVarcharSz;
+/** Transcoded. outLen: characters. */
+ZVRT_API ZVRTConversion ZVRTCnvVarcharSzToWVarcharSz;
+/** Characters copied. outLen: characters. */
+ZVRT_API ZVRTConversion ZVRTCnvWVarcharSzToWVarcharSz;
+/** As ZVRTCnvWVarcharSzToWVarcharSz(). outLen: bytes. */
+ZVRT_API ZVRTConversion ZVRTCnvWVarcharSzToWVarcharSzOut;
+/** Bytes copied; an empty source is accepted. outLen and srcLen: the bytes copied, not the source's length. */
+ZVRT_API ZVRTConversion ZVRTCnvVarcharSzToChar;
+/** Transcoded; an empty source is accepted. */
+ZVRT_API ZVRTConversion ZVRTCnvWVarcharSzToChar;
+/** Transcoded. outLen: bytes, 4 a character. */
+ZVRT_API ZVRTConversion ZVRTCnvVarcharSzToWChar;
+/** Characters copied. outLen: bytes, 4 a character. */
+ZVRT_API ZVRTConversion ZVRTCnvWVarcharSzToWChar;
+/** Bytes copied behind the prefix; an empty source is accepted. */
+ZVRT_API ZVRTConversion ZVRTCnvVarcharSzToVarchar;
+/** Transcoded behind the prefix; an empty source is accepted. */
+ZVRT_API ZVRTConversion ZVRTCnvWVarcharSzToVarchar;
+/** Transcoded behind the prefix; an empty source is accepted. outLen: 4 a character, and 2. */
+ZVRT_API ZVRTConversion ZVRTCnvVarcharSzToWVarchar;
+/** Characters copied behind the prefix. outLen: 4 a character, and 2. */
+ZVRT_API ZVRTConversion ZVRTCnvWVarcharSzToWVarchar;
+/** Transcoded; an empty source is accepted. */
+ZVRT_API ZVRTConversion ZVRTCnvWVarcharSzToVarcharSz;
+/** @} */
+
+/* ------------------------------------------------------------------------------------------------------------------ */
+/** @name Trimming and blank filling
+ * In place, on the caller's buffer. A blank is U+0020. A trim flag counts only when it is 1. Lengths are in and out,
+ * the terminator not counted; a negative one is 0. @{ */
+
+/**
+ * Trims narrow NUL-terminated text. With a codePage other than 0 the text is transcoded, trimmed and transcoded back,
+ * since a blank is not the byte 20 everywhere; with 0 it is trimmed as bytes, as by TrimSpacesA().
+ *
+ * @param text  With codePage 0: len bytes and room for a terminator. Otherwise NUL-terminated.
+ * @param len   In and out, bytes. With a code page other than 0, 0 is filled in with the length measured.
+ * @return ZVRT_RC_OK; with a code page also ZVRT_RC_INVALID_PARAM for an empty text, ZVRT_RC_NO_MEMORY, and the
+ * statuses of ZVRTCnvVarcharSzToWVarcharSz() and ZVRTCnvWVarcharSzToVarcharSz(). A text of blanks only gives a length
+ * of 0 and stays as it was.
+ */
+ZVRT_API uint32_t TrimSpaces(char* text, int32_t* len, uint8_t trimLeading, uint8_t trimTrailing, uint32_t codePage,
+                             char codePageKind);
+
+/**
+ * Trims the byte 20 at the ends of len bytes. The trailing trim writes a zero byte behind the text, so the buffer needs
+ * len + 1 bytes; the leading trim alone writes none. When the leading trim leaves nothing, the buffer stays as it was.
+ *
+ * @return ZVRT_RC_OK.
+ */
+ZVRT_API uint32_t TrimSpacesA(char* text, int32_t* len, uint8_t trimLeading, uint8_t trimTrailing);
+
+/**
+ * As TrimSpacesA() for wide characters; a leading trim that moved something writes a zero character behind the text
+ * too.
+ *
+ * @param len  In and out, characters.
+ * @return ZVRT_RC_OK.
+ */
+ZVRT_API uint32_t TrimSpacesW(wchar_t* text, int32_t* len, uint8_t trimLeading, uint8_t trimTrailing);
+
+/**
+ * Removes every blank and tab among the first len characters of NUL-terminated wide text, and ends the text behind
+ * them.
+ *
+ * @param len  In: characters to examine; 0 or less empties the text. Out: characters kept.
+ * @return ZVRT_RC_OK.
+ */
+ZVRT_API uint32_t TrimAllSpacesTabsW(wchar_t* text, int32_t* len);
+
+/**
+ * Fills a `Char` field with the blank of its code page.
+ *
+ * @param buf   The field.
+ * @param size  Its size in bytes; 0 or less fills nothing.
+ * @return ZVRT_RC_OK, or the status of ZVRTCnvWVarcharSzToChar() for a blank; the field is then untouched.
+ */
+ZVRT_API uint32_t InitializeCharBufferWithSpaces(void* buf, int32_t size, const FldDef* fldDef);
+/** @} */
+
+/* ---- integers to text -------------------------------------------------------------------------------------------- */
+
+/* ---- text to integers -------------------------------------------------------------------------------------------- */
+
+/* ---- floating point ---------------------------------------------------------------------------------------------- */
+
+/* ---- packed decimal and VARNUM ----------------------------------------------------------------------------------- */
+
+/* ---- date and time ----------------------------------------------------------------------------------------------- */
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* ZVRT_DATA_CNV_LIB_H */

@@ -1,0 +1,292 @@
+// The eight exported transforms. Each is a source loop that decodes and a sink that encodes, counts and bounds.
+#include "encoding/transforms.h"
+
+#include <algorithm>
+
+#include "ZVRTDataCnvLib.h"
+#include "encoding/text_runs.h"
+#include "encoding/utf16.h"
+#include "encoding/utf8.h"
+#include "frame/units.h"
+
+namespace zvrt {
+
+namespace {
+
+// Wide characters that go on being counted behind a full destination.
+class WideSink {
+ public:
+  WideSink(void* dst, std::int32_t room) : dst_(dst), room_(std::max(room, 0)) {}
+
+  bool put(std::uint32_t code_point) {
+    if (dst_ != nullptr && needed_ < room_) {
+      store<Wide>(dst_, static_cast<std::size_t>(needed_), code_point);
+    } else if (dst_ != nullptr) {
+      status_ = ZVRT_RC_TRUNCATED;
+    }
+    ++needed_;
+    return true;
+  }
+
+  // Takes the ordinary leading part of a text at once; returns the bytes taken.
+  std::int64_t take_run(const char* src, std::int64_t bytes) {
+    if (dst_ == nullptr || needed_ >= room_) return 0;
+    const Run run = widen_run(src, static_cast<std::size_t>(bytes), static_cast<std::byte*>(dst_) + needed_ * 4,
+                              static_cast<std::size_t>(room_ - needed_));
+    needed_ += static_cast<std::int64_t>(run.written);
+    return static_cast<std::int64_t>(run.read);
+  }
+
+  Moved moved(Status ended) const {
+    const auto written = dst_ == nullptr ? 0 : static_cast<std::int32_t>(std::min<std::int64_t>(needed_, room_));
+    return {needed_, written, ended != ZVRT_RC_OK ? ended : status_};
+  }
+
+ private:
+  void* dst_;
+  std::int64_t room_;
+  std::int64_t needed_ = 0;
+  Status status_ = ZVRT_RC_OK;
+};
+
+// UTF-16 units that go on being counted once a character has not fitted.
+class Utf16Sink {
+ public:
+  Utf16Sink(std::uint16_t* dst, std::int32_t room) : dst_(dst), room_(std::max(room, 0)) {}
+
+  bool put(std::uint32_t code_point) {
+    if (code_point > last_code_point) {
+      status_ = ZVRT_RC_INVALID_CHAR;
+      return false;
+    }
+    const std::int32_t length = utf16_length(code_point);
+    if (dst_ != nullptr && needed_ + length <= room_) {
+      encode_utf16(code_point, reinterpret_cast<std::byte*>(dst_) + needed_ * 2);
+    } else if (dst_ != nullptr) {
+      status_ = ZVRT_RC_TRUNCATED;
+      room_ = 0;  // a later one-unit character would fit, but must not follow a gap
+    }
+    needed_ += length;
+    return true;
+  }
+
+  static std::int64_t take_run(const char* /*src*/, std::int64_t /*bytes*/) { return 0; }
+
+  Moved moved(Status ended) const { return {needed_, 0, ended != ZVRT_RC_OK ? ended : status_}; }
+
+ private:
+  std::uint16_t* dst_;
+  std::int64_t room_;
+  std::int64_t needed_ = 0;
+  Status status_ = ZVRT_RC_OK;
+};
+
+// UTF-8 bytes that go on being counted behind a full destination: what is needed only grows, so once a sequence has not
+// fitted no later one does.
+class Utf8Sink {
+ public:
+  Utf8Sink(char* dst, std::int32_t room) : dst_(dst), room_(std::max(room, 0)) {}
+
+  void put(std::uint32_t code_point) {
+    if (code_point >= utf8_limit) {
+      status_ = ZVRT_RC_INVALID_CHAR;
+      return;
+    }
+    if (dst_ == nullptr) return;
+    const std::int32_t length = utf8_length(code_point);
+    if (needed_ + length <= room_) {
+      encode_utf8(code_point, length, dst_ + needed_);
+      written_ = static_cast<std::int32_t>(needed_ + length);
+    } else {
+      status_ = ZVRT_RC_TRUNCATED;
+    }
+    needed_ += length;
+  }
+
+  std::int64_t take_run(const void* src, std::int64_t units) {
+    if (dst_ == nullptr || needed_ >= room_) return 0;
+    const Run run =
+        narrow_run(src, static_cast<std::size_t>(units), dst_ + needed_, static_cast<std::size_t>(room_ - needed_));
+    needed_ += static_cast<std::int64_t>(run.written);
+    written_ = static_cast<std::int32_t>(needed_);
+    return static_cast<std::int64_t>(run.read);
+  }
+
+  void fail(Status status) { status_ = status; }
+  Moved moved() const { return {needed_, written_, status_}; }
+
+ private:
+  char* dst_;
+  std::int64_t room_;
+  std::int64_t needed_ = 0;
+  std::int32_t written_ = 0;
+  Status status_ = ZVRT_RC_OK;
+};
+
+bool starts_multibyte(char lead) { return static_cast<unsigned char>(lead) >= 0x80; }
+
+// Runs of ordinary text go through the sink's kernel; what it leaves, and the characters of more than one byte behind
+// that, are decoded one by one.
+template <class Sink>
+Moved decode_text(const char* src, std::int64_t bytes, Sink sink) {
+  std::int64_t used = 0;
+  while (used < bytes) {
+    used += sink.take_run(src + used, bytes - used);
+    while (used < bytes) {
+      const Utf8Sequence sequence = decode_utf8(src + used, bytes - used);
+      if (sequence.kind == Utf8::incomplete) return sink.moved(ZVRT_RC_TRUNCATED);
+      if (sequence.kind == Utf8::malformed || sequence.code_point == 0) return sink.moved(ZVRT_RC_OK);
+      if (!sink.put(sequence.code_point)) return sink.moved(ZVRT_RC_OK);
+      used += sequence.length;
+      if (used < bytes && !starts_multibyte(src[used])) break;
+    }
+  }
+  return sink.moved(ZVRT_RC_OK);
+}
+
+Status report(const Moved& moved, std::uint32_t* count) {
+  if (count != nullptr) *count = static_cast<std::uint32_t>(moved.needed);
+  return moved.status;
+}
+
+// What the two transforms between UTF-16 and UTF-32 share: they stop where the destination is full, count what they
+// have written, and close the text where everything was converted and room is left.
+template <class Unit>
+struct StoppingSink {
+  void* dst;
+  std::int64_t room;
+  std::int64_t count = 0;
+
+  bool has_room(std::int32_t units) const { return dst == nullptr || room - count >= units; }
+  void* position() const { return static_cast<std::byte*>(dst) + static_cast<std::size_t>(count) * sizeof(Unit); }
+  void close() const {
+    if (dst != nullptr && count < room) store<Unit>(dst, static_cast<std::size_t>(count), Unit{0});
+  }
+};
+
+Status convert_utf16(const void* src, std::int64_t units, StoppingSink<Wide>& sink) {
+  for (std::int64_t used = 0; used < units;) {
+    const void* at = static_cast<const std::byte*>(src) + used * 2;
+    const Utf16Sequence sequence = decode_utf16(at, units - used);
+    if (!sequence.whole) return ZVRT_RC_INVALID_CHAR;
+    if (sequence.code_point == 0) break;
+    if (!sink.has_room(1)) return ZVRT_RC_TRUNCATED;
+    if (sink.dst != nullptr) store<Wide>(sink.position(), 0, sequence.code_point);
+    ++sink.count;
+    used += sequence.length;
+  }
+  sink.close();
+  return ZVRT_RC_OK;
+}
+
+Status convert_utf32(const void* src, std::int64_t units, StoppingSink<std::uint16_t>& sink) {
+  for (std::int64_t used = 0; used < units; ++used) {
+    const auto code_point = load<Wide>(src, static_cast<std::size_t>(used));
+    if (code_point == 0) break;
+    if (is_surrogate(code_point) || code_point > last_code_point) return ZVRT_RC_INVALID_CHAR;
+    const std::int32_t length = utf16_length(code_point);
+    if (!sink.has_room(length)) return ZVRT_RC_TRUNCATED;
+    if (sink.dst != nullptr) encode_utf16(code_point, sink.position());
+    sink.count += length;
+  }
+  sink.close();
+  return ZVRT_RC_OK;
+}
+
+}  // namespace
+
+Moved utf8_to_wide(const char* src, std::int32_t bytes, void* dst, std::int32_t room) {
+  return decode_text(src, bytes, WideSink(dst, room));
+}
+
+Moved wide_to_utf8(const void* src, std::int32_t units, char* dst, std::int32_t room) {
+  Utf8Sink sink(dst, room);
+  const auto* text = static_cast<const std::byte*>(src);
+  for (std::int64_t used = 0; used < units;) {
+    used += sink.take_run(text + used * 4, units - used);
+    while (used < units) {
+      const auto code_point = load<Wide>(text, static_cast<std::size_t>(used));
+      if (code_point == 0) return sink.moved();
+      sink.put(code_point);
+      ++used;
+      if (code_point < 0x80) break;
+    }
+  }
+  return sink.moved();
+}
+
+}  // namespace zvrt
+
+uint32_t Convert8To32(wchar_t* dst, int32_t dstUnits, const char* src, int32_t srcBytes, uint32_t* count) {
+  return zvrt::report(zvrt::utf8_to_wide(src, srcBytes, dst, dstUnits), count);
+}
+
+uint32_t Convert8To16(uint16_t* dst, int32_t dstUnits, const char* src, int32_t srcBytes, uint32_t* count) {
+  return zvrt::report(zvrt::decode_text(src, srcBytes, zvrt::Utf16Sink(dst, dstUnits)), count);
+}
+
+uint32_t Convert32To8(char* dst, int32_t dstBytes, const wchar_t* src, int32_t srcUnits, uint32_t* count) {
+  return zvrt::report(zvrt::wide_to_utf8(src, srcUnits, dst, dstBytes), count);
+}
+
+uint32_t Convert16To8(char* dst, int32_t dstBytes, const uint16_t* src, int32_t srcUnits, uint32_t* count) {
+  zvrt::Utf8Sink sink(dst, dstBytes);
+  for (std::int64_t used = 0; used < srcUnits;) {
+    const void* at = reinterpret_cast<const std::byte*>(src) + used * 2;
+    const zvrt::Utf16Sequence sequence = zvrt::decode_utf16(at, srcUnits - used);
+    if (!sequence.whole) {
+      sink.fail(ZVRT_RC_INVALID_CHAR);
+      break;
+    }
+    if (sequence.code_point == 0) break;
+    sink.put(sequence.code_point);
+    used += sequence.length;
+  }
+  return zvrt::report(sink.moved(), count);
+}
+
+uint32_t Convert16To32(const uint16_t* src, int32_t srcUnits, wchar_t* dst, int32_t dstUnits, uint32_t* count) {
+  zvrt::StoppingSink<zvrt::Wide> sink{dst, dstUnits};
+  const zvrt::Status status = zvrt::convert_utf16(src, srcUnits, sink);
+  if (count != nullptr) *count = static_cast<uint32_t>(sink.count);
+  return status;
+}
+
+uint32_t Convert32To16(const wchar_t* src, int32_t srcUnits, uint16_t* dst, int32_t dstUnits, uint32_t* count) {
+  zvrt::StoppingSink<uint16_t> sink{dst, dstUnits};
+  const zvrt::Status status = zvrt::convert_utf32(src, srcUnits, sink);
+  if (count != nullptr) *count = static_cast<uint32_t>(sink.count);
+  return status;
+}
+
+int32_t ConvertFrom8(uint32_t* codePoint, const char** position, int32_t remaining, uint32_t* status,
+                     uint32_t* consumed) {
+  constexpr uint32_t malformed_mark = 0xFFFFFFFF;
+  const zvrt::Utf8Sequence sequence = zvrt::decode_utf8(*position, remaining);
+  const bool terminator = **position == 0;
+  *codePoint = sequence.code_point;
+  *consumed = terminator                               ? 0
+              : sequence.kind == zvrt::Utf8::malformed ? malformed_mark
+                                                       : static_cast<uint32_t>(sequence.length);
+  *position += sequence.kind == zvrt::Utf8::character ? sequence.length : 1;
+  if (sequence.kind != zvrt::Utf8::incomplete) return 1;
+  *status = ZVRT_RC_TRUNCATED;
+  return 0;
+}
+
+int32_t ConvertTo8(char** position, int32_t room, uint32_t codePoint, uint32_t* status, uint32_t* needed) {
+  if (codePoint >= zvrt::utf8_limit) {
+    *status = ZVRT_RC_INVALID_CHAR;
+    return 0;
+  }
+  if (*position == nullptr) return 1;
+  const int32_t length = zvrt::utf8_length(codePoint);
+  *needed += static_cast<uint32_t>(length);
+  if (room < length) {
+    *status = ZVRT_RC_TRUNCATED;
+    return 0;
+  }
+  zvrt::encode_utf8(codePoint, length, *position);
+  *position += length;
+  return 1;
+}

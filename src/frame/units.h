@@ -1,0 +1,47 @@
+// Code units in memory of any alignment, and capacities counted in them.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace zvrt {
+
+// A wide character: one UTF-32 code unit.
+using Wide = std::uint32_t;
+
+// The data of a WVarchar starts at byte 2, so a unit is never read or written through a pointer to its type.
+template <class Unit>
+inline Unit load(const void* units, std::size_t index = 0) {
+  Unit unit;
+  std::memcpy(&unit, static_cast<const std::byte*>(units) + index * sizeof(Unit), sizeof(Unit));
+  return unit;
+}
+
+template <class Unit>
+inline void store(void* units, std::size_t index, Unit unit) {
+  std::memcpy(static_cast<std::byte*>(units) + index * sizeof(Unit), &unit, sizeof(Unit));
+}
+
+template <class Unit>
+inline void copy_units(void* dst, const void* src, std::int32_t count) {
+  // memcpy wants valid pointers even for nothing, and a destination without room may be null.
+  if (count > 0) std::memcpy(dst, src, static_cast<std::size_t>(count) * sizeof(Unit));
+}
+
+// Whole units in a buffer of this many bytes; a negative size is no room.
+template <class Unit>
+constexpr std::int32_t room_in(std::int32_t bytes) {
+  return std::max(bytes, 0) / static_cast<std::int32_t>(sizeof(Unit));
+}
+
+// Lengths up to the terminator. A length is a signed 32-bit count everywhere, so a longer text is measured as the
+// longest that can be counted; no destination can hold it.
+std::int32_t length_of(const char* text);
+std::int32_t length_of(const void* wide_text);
+// At most `limit` units are examined.
+std::int32_t length_within(const char* text, std::int32_t limit);
+std::int32_t length_within(const void* wide_text, std::int32_t limit);
+
+}  // namespace zvrt

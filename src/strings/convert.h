@@ -1,0 +1,133 @@
+// The drivers of the string family: measure, move, finish, report. Every other family reaches the narrow and the
+// counted kinds through these.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <type_traits>
+
+#include "encoding/narrow_text.h"
+#include "frame/call.h"
+#include "frame/finish.h"
+#include "frame/kinds.h"
+#include "frame/scratch.h"
+
+namespace zvrt {
+
+enum class Empty : std::uint8_t { refused, accepted };
+enum class Reports : std::uint8_t { needed, written };
+
+// How a member departs from its family.
+struct Row {
+  Empty empty = Empty::refused;
+  Reports reports = Reports::needed;
+  bool strict = false;      // a full narrow destination without its terminator is a truncation
+  bool zero_fills = false;  // a zero character ends the text, the rest of its length becomes zeros
+};
+
+constexpr Row accepts_empty{.empty = Empty::accepted};
+constexpr Row strict_written{.reports = Reports::written, .strict = true};
+constexpr Row stops_at_zero{.zero_fills = true};
+
+template <class Unit>
+Moved copy(Text<Unit> text, Place<Unit> place) {
+  const std::int32_t written = std::min(text.count, place.room);
+  copy_units<Unit>(place.at, text.at, written);
+  return {text.count, written, ZVRT_RC_OK};
+}
+
+// Zero characters within a counted text end it; what is left of its length is filled with them.
+inline Moved copy_to_zero(Text<Wide> text, Place<Wide> place) {
+  const std::int32_t written = std::min(text.count, place.room);
+  const std::int32_t kept = length_within(static_cast<const void*>(text.at), written);
+  copy_units<Wide>(place.at, text.at, kept);
+  std::fill_n(place.at + static_cast<std::ptrdiff_t>(kept) * 4, static_cast<std::ptrdiff_t>(written - kept) * 4,
+              std::byte{0});
+  return {text.count, written, ZVRT_RC_OK};
+}
+
+// Same unit: a copy. Narrow to wide and back: the encoding step.
+template <class From, class Into, Row row>
+Moved move(Text<typename From::Unit> text, Place<typename Into::Unit> place, const FldDef* fldDef) {
+  if constexpr (row.zero_fills) {
+    return copy_to_zero(text, place);
+  } else if constexpr (std::is_same_v<typename From::Unit, typename Into::Unit>) {
+    return copy(text, place);
+  } else if constexpr (std::is_same_v<typename Into::Unit, Wide>) {
+    return decode(fldDef, text, place);
+  } else {
+    return encode(fldDef, text, place, Into::header > 0 ? Written::exact : Written::unimportant);
+  }
+}
+
+// Ends the destination: a prefix always tells the bytes that are there, a terminator stands only behind text that
+// arrived whole.
+template <class Into, Row row>
+Status close(const Call& call, Place<typename Into::Unit> place, const Moved& moved) {
+  if constexpr (Into::header > 0) {
+    store(call.dst, 0,
+          static_cast<std::uint16_t>(moved.written * static_cast<std::int32_t>(sizeof(typename Into::Unit))));
+  }
+  if (moved.status != ZVRT_RC_OK) return moved.status;
+  const Ending ending = finish(row.strict ? Finish::narrow_strict : Into::finish, moved.needed, place.room);
+  if (ending.terminator != no_terminator) {
+    store(place.at, static_cast<std::size_t>(ending.terminator), typename Into::Unit{0});
+  }
+  return ending.status;
+}
+
+template <class From, class Into, Row row = Row{}>
+Status convert(const Call& call) {
+  const auto text = From::measure(call);
+  if (row.empty == Empty::refused && text.count == 0) return ZVRT_RC_INVALID_PARAM;
+  if (Into::header > 0 && call.dstSize < Into::header) return ZVRT_RC_TRUNCATED;
+  const auto place = Into::place(call);
+  const Moved moved = move<From, Into, row>(text, place, call.fldDef);
+  const Status status = close<Into, row>(call, place, moved);
+  *call.outLen = Into::reported(row.reports == Reports::written ? moved.written : moved.needed);
+  if constexpr (From::carries_length) store_if_zero(call.srcLen, bytes_of<From>(text.count));
+  return status;
+}
+
+// The copies that look at the source only as far as they copy it: they report, for source and destination alike, the
+// bytes copied. Into a terminated kind there has to be room for the terminator, into a field only for the text.
+template <class Into>
+Status copy_until_full(const Call& call) {
+  const auto place = Into::place(call);
+  const auto* text = static_cast<const char*>(call.src);
+  const std::int32_t copied = length_within(text, place.room);
+  copy_units<char>(place.at, text, copied);
+  *call.outLen = Into::reported(copied);
+  store_if_zero(call.srcLen, copied);
+  if (Into::finish == Finish::fixed) return text[copied] == 0 ? ZVRT_RC_OK : ZVRT_RC_TRUNCATED;
+  const Ending ending = finish(Finish::narrow_strict, copied, place.room);
+  if (ending.terminator != no_terminator) place.at[ending.terminator] = std::byte{0};
+  return ending.status;
+}
+
+// Counted wide text to narrow terminated text, by way of terminated wide text: a zero character ends the text.
+template <class From>
+Status compose(const Call& call) {
+  constexpr std::size_t usual_length = 1024;
+  const Text<Wide> text = From::measure(call);
+  if constexpr (From::carries_length) {
+    if (text.count == 0) return ZVRT_RC_INVALID_PARAM;
+    store_if_zero(call.srcLen, bytes_of<From>(text.count));
+  } else {
+    if (call.srcLen == nullptr || *call.srcLen <= 0) return ZVRT_RC_INVALID_PARAM;
+    if (text.count == 0) {  // a field shorter than one character is found empty only after outLen has been promised
+      *call.outLen = 0;
+      return ZVRT_RC_INVALID_PARAM;
+    }
+  }
+  Scratch<Wide, usual_length> terminated(static_cast<std::uint64_t>(text.count) + 1);
+  if (terminated.get() == nullptr) return ZVRT_RC_NO_MEMORY;
+  copy_units<Wide>(terminated.get(), text.at, text.count);
+  terminated.get()[text.count] = 0;
+  Call encoding = call;
+  encoding.src = terminated.get();
+  encoding.srcLen = nullptr;
+  return convert<WVarcharSz, VarcharSz, accepts_empty>(encoding);
+}
+
+}  // namespace zvrt

@@ -1,0 +1,116 @@
+// Trimming and blank filling, in place on the caller's buffer.
+#include <algorithm>
+#include <cstdint>
+
+#include "ZVRTDataCnvLib.h"
+#include "frame/call.h"
+#include "frame/scratch.h"
+#include "frame/units.h"
+
+namespace zvrt {
+namespace {
+
+constexpr std::uint8_t trim = 1;  // any other flag value leaves its end alone
+constexpr Wide blank = 0x20;
+constexpr Wide tab = 0x09;
+
+// Does a leading trim close the text behind what it moved? Wide text is closed, narrow text is not.
+enum class Closes : bool { no, yes };
+
+// Blanks at both ends of `length` units; returns the length left. Needs one more unit of room for the terminator.
+template <class Unit, Closes closes>
+std::int32_t trim_ends(Unit* text, std::int32_t length, std::uint8_t leading, std::uint8_t trailing) {
+  const auto is_blank = [text](std::int32_t at) {
+    return load<Unit>(text, static_cast<std::size_t>(at)) == Unit{blank};
+  };
+  length = std::max(length, 0);
+  if (leading == trim) {
+    std::int32_t blanks = 0;
+    while (blanks < length && is_blank(blanks)) ++blanks;
+    length -= blanks;
+    if (length < 1) return 0;  // nothing left: the buffer stays as it was
+    if (blanks > 0) {
+      std::memmove(text, text + blanks, static_cast<std::size_t>(length) * sizeof(Unit));
+      if (closes == Closes::yes) store(text, static_cast<std::size_t>(length), Unit{0});
+    }
+  }
+  if (trailing == trim) {
+    while (length > 0 && is_blank(length - 1)) --length;
+    store(text, static_cast<std::size_t>(length), Unit{0});
+  }
+  return length;
+}
+
+FldDef field_of(std::uint32_t code_page, char kind) {
+  FldDef field{};
+  field.codePage = code_page;
+  field.codePageKind = kind;
+  return field;
+}
+
+// Trims through wide text, since a blank of another code page is not the byte 20.
+Status trim_transcoded(char* text, std::int32_t* len, std::uint8_t leading, std::uint8_t trailing,
+                       const FldDef& field) {
+  constexpr std::size_t usual_length = 1024;
+  const std::int32_t measured = *len > 0 ? *len : length_of(text);
+  const std::int64_t room = std::int64_t{measured} + 1;
+  Scratch<Wide, usual_length> wide(static_cast<std::uint64_t>(room));
+  if (wide.get() == nullptr) return ZVRT_RC_NO_MEMORY;
+  const auto capacity = static_cast<std::int32_t>(std::min<std::int64_t>(room * 4, INT32_MAX));
+  std::uint32_t length = 0;
+  if (const Status status = ZVRTCnvVarcharSzToWVarcharSz(text, len, wide.get(), capacity, &length, &field);
+      status != ZVRT_RC_OK) {
+    return status;
+  }
+  const auto kept = trim_ends<Wide, Closes::yes>(wide.get(), static_cast<std::int32_t>(length), leading, trailing);
+  if (kept == 0) {
+    *len = 0;
+    return ZVRT_RC_OK;
+  }
+  std::uint32_t bytes = 0;
+  const auto narrow_room = static_cast<std::int32_t>(std::min<std::int64_t>(room, INT32_MAX));
+  const Status status = ZVRTCnvWVarcharSzToVarcharSz(wide.get(), nullptr, text, narrow_room, &bytes, &field);
+  if (status == ZVRT_RC_OK) *len = static_cast<std::int32_t>(bytes);
+  return status;
+}
+
+}  // namespace
+}  // namespace zvrt
+
+uint32_t TrimSpaces(char* text, int32_t* len, uint8_t trimLeading, uint8_t trimTrailing, uint32_t codePage,
+                    char codePageKind) {
+  if (codePage == 0) return TrimSpacesA(text, len, trimLeading, trimTrailing);
+  return zvrt::trim_transcoded(text, len, trimLeading, trimTrailing, zvrt::field_of(codePage, codePageKind));
+}
+
+uint32_t TrimSpacesA(char* text, int32_t* len, uint8_t trimLeading, uint8_t trimTrailing) {
+  *len = zvrt::trim_ends<char, zvrt::Closes::no>(text, *len, trimLeading, trimTrailing);
+  return ZVRT_RC_OK;
+}
+
+uint32_t TrimSpacesW(wchar_t* text, int32_t* len, uint8_t trimLeading, uint8_t trimTrailing) {
+  *len = zvrt::trim_ends<wchar_t, zvrt::Closes::yes>(text, *len, trimLeading, trimTrailing);
+  return ZVRT_RC_OK;
+}
+
+uint32_t TrimAllSpacesTabsW(wchar_t* text, int32_t* len) {
+  std::int32_t kept = 0;
+  for (std::int32_t at = 0; at < *len; ++at) {
+    const auto character = zvrt::load<zvrt::Wide>(text, static_cast<std::size_t>(at));
+    if (character == 0) break;
+    if (character == zvrt::blank || character == zvrt::tab) continue;
+    zvrt::store(text, static_cast<std::size_t>(kept++), character);
+  }
+  zvrt::store(text, static_cast<std::size_t>(kept), zvrt::Wide{0});
+  *len = kept;
+  return ZVRT_RC_OK;
+}
+
+uint32_t InitializeCharBufferWithSpaces(void* buf, int32_t size, const FldDef* fldDef) {
+  constexpr zvrt::Wide text[] = {zvrt::blank, 0};
+  char encoded = 0;
+  uint32_t bytes = 0;
+  const zvrt::Status status = ZVRTCnvWVarcharSzToChar(text, nullptr, &encoded, 1, &bytes, fldDef);
+  if (status == ZVRT_RC_OK && size > 0) std::memset(buf, encoded, static_cast<std::size_t>(size));
+  return status;
+}
