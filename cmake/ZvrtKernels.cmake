@@ -1,0 +1,11 @@
+# zvrt_kernels(LEVEL sources...): kernels compiled for one level of processor, called only where cpu_level() allows it.
+# Such a source holds nothing but kernels: everything in it that is not a kernel has internal linkage, so that no function
+# compiled for this level can stand in for one that runs everywhere.
+set(ZVRT_FLAGS_sse41 -msse4.1 -mpopcnt)
+set(ZVRT_FLAGS_avx2 -mavx2 -mbmi -mbmi2 -mlzcnt -mpopcnt -mfma)
+set(ZVRT_FLAGS_avx512 ${ZVRT_FLAGS_avx2} -mavx512f -mavx512bw -mavx512dq -mavx512vl -mavx512vbmi -mavx512vbmi2 -mprefer-vector-width=512)
+
+function(zvrt_kernels level)
+  set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS "${ZVRT_FLAGS_${level}}")
+  target_sources(zvrt_core PRIVATE ${ARGN})
+endfunction()
