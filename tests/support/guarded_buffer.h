@@ -44,6 +44,8 @@ class GuardedBuffer {
   T* as() {
     return static_cast<T*>(static_cast<void*>(begin_));
   }
+  // The last `size` bytes, for many sizes in one mapping.
+  unsigned char* tail(std::size_t size) { return begin_ + size_ - size; }
   std::size_t size() const { return size_; }
   std::string bytes() const { return {reinterpret_cast<const char*>(begin_), size_}; }
 
