@@ -1,0 +1,47 @@
+// An ICU converter that refuses instead of substituting, and the questions from which pages of tables are built.
+#ifndef ZVRT_CONVERTER_ICU_CONVERTER_H
+#define ZVRT_CONVERTER_ICU_CONVERTER_H
+
+#include <unicode/ucnv.h>
+
+#include <cstdint>
+#include <initializer_list>
+#include <utility>
+
+#include "text.h"
+
+namespace zvrt {
+
+class IcuConverter {
+ public:
+  // Opens nothing when ICU does not know the name.
+  explicit IcuConverter(const char* name);
+  IcuConverter(IcuConverter&& other) noexcept : converter_(std::exchange(other.converter_, nullptr)) {}
+  IcuConverter(const IcuConverter&) = delete;
+  IcuConverter& operator=(const IcuConverter&) = delete;
+  ~IcuConverter() { ucnv_close(converter_); }
+
+  explicit operator bool() const { return converter_ != nullptr; }
+  UConverter* get() const { return converter_; }
+
+  // Of a name that is open: ICU's own name of the page, without options.
+  const char* canonical_name() const;
+
+  enum class Answer { character, undefined, incomplete, several };
+  struct Meaning {
+    Answer answer;
+    char32_t character;
+  };
+  // What these bytes mean as a whole text.
+  Meaning meaning(std::initializer_list<unsigned char> bytes) const;
+
+  // True when the character as a whole text is exactly these bytes.
+  bool writes(char32_t character, std::initializer_list<unsigned char> bytes) const;
+
+ private:
+  UConverter* converter_;
+};
+
+}  // namespace zvrt
+
+#endif

@@ -1,0 +1,64 @@
+// The inward table of the pages whose characters are one or two bytes, the first byte telling which.
+#ifndef ZVRT_CONVERTER_PAIR_TABLE_H
+#define ZVRT_CONVERTER_PAIR_TABLE_H
+
+#include <array>
+#include <memory>
+
+#include "text.h"
+
+namespace zvrt {
+
+class PairTable {
+ public:
+  PairTable() { single_.fill(undefined); }
+
+  // A broken, cut or undefined character has length 0.
+  Decoded read(const unsigned char* text, std::size_t available) const {
+    const std::uint32_t first = single_[text[0]];
+    if (first <= 0x10FFFF) return {first, 1};
+    return read_pair(text, available);
+  }
+
+  Decoded read_single(const unsigned char* text) const {
+    const std::uint32_t character = single_[text[0]];
+    return {character, character == undefined ? 0U : 1U};
+  }
+
+  Decoded read_pair(const unsigned char* text, std::size_t available) const {
+    const Row* const row = rows_[text[0]].get();
+    if (row == nullptr || available < 2) return {0, 0};
+    const std::uint32_t character = (*row)[text[1]];
+    return {character, character == undefined ? 0U : 2U};
+  }
+
+  void set(unsigned char byte, char32_t character) { single_[byte] = character; }
+
+  // False when memory is short.
+  bool set(unsigned char lead, unsigned char trail, char32_t character) {
+    if (rows_[lead] == nullptr) {
+      rows_[lead].reset(new (std::nothrow) Row);
+      if (rows_[lead] == nullptr) return false;
+      rows_[lead]->fill(undefined);
+    }
+    (*rows_[lead])[trail] = character;
+    return true;
+  }
+
+  bool is_ascii() const {
+    for (std::uint32_t value = 0; value < 0x80; ++value)
+      if (single_[value] != value) return false;
+    return true;
+  }
+
+ private:
+  static constexpr std::uint32_t undefined = 0xFFFFFFFF;
+  using Row = std::array<std::uint32_t, 256>;
+
+  std::array<std::uint32_t, 256> single_;
+  std::array<std::unique_ptr<Row>, 256> rows_;
+};
+
+}  // namespace zvrt
+
+#endif

@@ -1,0 +1,123 @@
+#include "streamed_page.h"
+
+#include <unicode/utf16.h>
+
+#include <array>
+
+namespace zvrt {
+
+namespace {
+
+constexpr std::size_t chunk = 256;
+
+// Puts UTF-16 together again; a pair may be parted by the end of a chunk.
+class Utf16Joiner {
+ public:
+  explicit Utf16Joiner(WideRoom room) : room_(room) {}
+
+  // False at a surrogate without its partner.
+  bool add(UChar unit) {
+    if (U16_IS_TRAIL(unit) != (lead_ != 0)) return false;
+    if (U16_IS_LEAD(unit)) {
+      lead_ = unit;
+      return true;
+    }
+    const char32_t character = lead_ == 0 ? unit : static_cast<char32_t>(U16_GET_SUPPLEMENTARY(lead_, unit));
+    lead_ = 0;
+    if (made_ < room_.count) room_.put(made_, character);
+    ++made_;
+    return true;
+  }
+
+  bool complete() const { return lead_ == 0; }
+  std::size_t made() const { return made_; }
+  std::size_t written() const { return std::min(made_, room_.count); }
+
+ private:
+  WideRoom room_;
+  std::size_t made_ = 0;
+  UChar lead_ = 0;
+};
+
+Outcome failed(UErrorCode error, std::size_t written) {
+  return error == U_MEMORY_ALLOCATION_ERROR ? Outcome{ZVRT_ICU_RC_ICU_FAILED, written} : rejected(written);
+}
+
+}  // namespace
+
+Outcome StreamedPage::decode(Bytes source, WideRoom room) {
+  ucnv_resetToUnicode(icu_.get());
+  Utf16Joiner joiner(room);
+  const char* from = reinterpret_cast<const char*>(source.data());
+  const char* const end = from + source.size();
+  UErrorCode error = U_BUFFER_OVERFLOW_ERROR;
+  while (error == U_BUFFER_OVERFLOW_ERROR) {
+    std::array<UChar, chunk> units;
+    UChar* to = units.data();
+    error = U_ZERO_ERROR;
+    ucnv_toUnicode(icu_.get(), &to, units.data() + units.size(), &from, end, nullptr, true, &error);
+    for (const UChar* unit = units.data(); unit != to; ++unit)
+      if (!joiner.add(*unit)) return rejected(joiner.written());
+  }
+  if (U_FAILURE(error)) return failed(error, joiner.written());
+  return joiner.complete() ? converted(joiner.made(), room.count) : rejected(joiner.written());
+}
+
+// Writes the source as a whole text, its closing included, as long as `sink` has room, and counts on behind it.
+StreamedPage::Attempt StreamedPage::write_all(WideText source, ByteRoom sink) const {
+  ucnv_resetFromUnicode(icu_.get());
+  std::size_t needed = 0;
+  std::size_t taken = 0;
+  do {
+    std::array<UChar, chunk> units;
+    std::size_t filled = 0;
+    for (; taken < source.count && filled + 2 <= units.size(); ++taken) {
+      const char32_t character = source[taken];
+      if (!is_scalar_value(character)) return {U_ILLEGAL_CHAR_FOUND, needed};
+      U16_APPEND_UNSAFE(units.data(), filled, static_cast<UChar32>(character));
+    }
+    const UChar* from = units.data();
+    UErrorCode error = U_BUFFER_OVERFLOW_ERROR;
+    while (error == U_BUFFER_OVERFLOW_ERROR) {
+      std::array<char, chunk> bytes;
+      char* to = bytes.data();
+      error = U_ZERO_ERROR;
+      ucnv_fromUnicode(icu_.get(), &to, bytes.data() + bytes.size(), &from, units.data() + filled, nullptr,
+                       taken == source.count, &error);
+      const auto made = static_cast<std::size_t>(to - bytes.data());
+      if (needed + made <= sink.size()) std::copy_n(bytes.data(), made, sink.data() + needed);
+      needed += made;
+    }
+    if (U_FAILURE(error)) return {error, needed};
+  } while (taken < source.count);
+  return {U_ZERO_ERROR, needed};
+}
+
+// ICU tells neither where whole characters end nor what closing a text at one of them takes, so the place is searched
+// for: the text up to a place is valid and fits, or not, and once not, it is not further on either.
+std::size_t StreamedPage::longest_fitting(WideText source, std::size_t room) const {
+  std::size_t fits = 0;
+  std::size_t too_long = source.count + 1;
+  while (too_long - fits > 1) {
+    const std::size_t middle = fits + (too_long - fits) / 2;
+    const Attempt attempt = write_all(source.first(middle), {});
+    (U_SUCCESS(attempt.error) && attempt.needed <= room ? fits : too_long) = middle;
+  }
+  return fits;
+}
+
+Outcome StreamedPage::encode(WideText source, ByteRoom room) {
+  std::array<unsigned char, chunk> bytes;
+  const Attempt whole = write_all(source, bytes);
+  const bool fits = U_SUCCESS(whole.error) && whole.needed <= room.size();
+  if (fits && whole.needed <= bytes.size()) {
+    std::copy_n(bytes.data(), whole.needed, room.data());
+    return converted(whole.needed, room.size());
+  }
+  const std::size_t characters = fits ? source.count : longest_fitting(source, room.size());
+  const Attempt part = write_all(source.first(characters), room);
+  if (U_SUCCESS(whole.error)) return converted(whole.needed, room.size());
+  return failed(whole.error, part.needed <= room.size() ? part.needed : 0);
+}
+
+}  // namespace zvrt

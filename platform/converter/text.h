@@ -1,0 +1,107 @@
+// The two shapes of text, what a conversion comes to, and the loops that every page shares.
+#ifndef ZVRT_CONVERTER_TEXT_H
+#define ZVRT_CONVERTER_TEXT_H
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <span>
+
+#include "ZVRTICULib.h"
+
+namespace zvrt {
+
+using Bytes = std::span<const unsigned char>;
+using ByteRoom = std::span<unsigned char>;
+
+inline constexpr std::size_t wide_size = sizeof(char32_t);
+
+// Wide text at any alignment.
+struct WideText {
+  const unsigned char* data;
+  std::size_t count;
+
+  char32_t operator[](std::size_t index) const {
+    char32_t character;
+    std::memcpy(&character, data + index * wide_size, wide_size);
+    return character;
+  }
+  WideText first(std::size_t characters) const { return {data, characters}; }
+};
+
+struct WideRoom {
+  unsigned char* data;
+  std::size_t count;
+
+  void put(std::size_t index, char32_t character) const {
+    std::memcpy(data + index * wide_size, &character, wide_size);
+  }
+};
+
+struct Outcome {
+  std::uint32_t status;
+  std::size_t count;
+};
+
+// An offending place leaves what was written before it; otherwise the need decides.
+constexpr Outcome rejected(std::size_t written) { return {ZVRT_ICU_RC_INVALID_CHAR, written}; }
+constexpr Outcome converted(std::size_t needed, std::size_t room) {
+  return {needed > room ? ZVRT_ICU_RC_TRUNCATED : 0, needed};
+}
+
+constexpr bool is_scalar_value(char32_t c) { return c < 0xD800 || (c > 0xDFFF && c <= 0x10FFFF); }
+
+// Copies leading whole blocks of ASCII, as far as both sides reach, and says how many characters: 0 is always allowed.
+std::size_t widen_ascii_blocks(Bytes source, WideRoom room);
+std::size_t narrow_ascii_blocks(WideText source, ByteRoom room);
+
+// One character read; a length of 0 is an offending place.
+struct Decoded {
+  char32_t character;
+  std::size_t length;
+};
+
+// One character written, its bytes in order from the lowest; a length of 0 is a character that the page does not have.
+struct Encoded {
+  std::uint32_t bytes;
+  std::size_t length;
+};
+
+// `read` takes the rest of the text, never empty, and gives Decoded. `made` characters of `source` are done already.
+template <class Read>
+Outcome decode_each(Bytes source, WideRoom room, std::size_t made, Read read) {
+  for (std::size_t at = made; at < source.size();) {
+    const Decoded next = read(source.data() + at, source.size() - at);
+    if (next.length == 0) return rejected(std::min(made, room.count));
+    if (made < room.count) room.put(made, next.character);
+    ++made;
+    at += next.length;
+  }
+  return converted(made, room.count);
+}
+
+inline void put_bytes(unsigned char* target, Encoded next) {
+  for (std::size_t i = 0; i < next.length; ++i) target[i] = static_cast<unsigned char>(next.bytes >> (8 * i));
+}
+
+// `write` takes a character and gives Encoded. Once a character does not fit, none behind it does: `needed` only grows.
+template <class Write>
+Outcome encode_each(WideText source, ByteRoom room, std::size_t done, Write write) {
+  std::size_t needed = done;
+  std::size_t written = done;
+  for (std::size_t i = done; i < source.count; ++i) {
+    const Encoded next = write(source[i]);
+    if (next.length == 0) return rejected(written);
+    if (needed + next.length <= room.size()) {
+      put_bytes(room.data() + needed, next);
+      written += next.length;
+    }
+    needed += next.length;
+  }
+  return converted(needed, room.size());
+}
+
+}  // namespace zvrt
+
+#endif

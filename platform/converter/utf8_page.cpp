@@ -1,0 +1,46 @@
+#include "utf8_page.h"
+
+#include <bit>
+
+namespace zvrt {
+
+namespace {
+
+constexpr Decoded offending{0, 0};
+
+// The number of leading ones of the first byte is the length; the least character of a length excludes overlong forms.
+Decoded read(const unsigned char* text, std::size_t available) {
+  if (text[0] < 0x80) return {text[0], 1};
+  constexpr char32_t least_of_length[] = {0, 0, 0x80, 0x800, 0x10000};
+  const auto length = static_cast<std::size_t>(std::countl_one(text[0]));
+  if (length < 2 || length > 4 || length > available) return offending;
+  char32_t character = text[0] & (0x7FU >> length);
+  for (std::size_t i = 1; i < length; ++i) {
+    if ((text[i] & 0xC0) != 0x80) return offending;
+    character = character << 6 | (text[i] & 0x3FU);
+  }
+  if (character < least_of_length[length] || !is_scalar_value(character)) return offending;
+  return {character, length};
+}
+
+Encoded write(char32_t c) {
+  if (c < 0x80) return {c, 1};
+  if (c < 0x800) return {(0xC0 | c >> 6) | (0x80 | (c & 0x3F)) << 8, 2};
+  if (!is_scalar_value(c)) return {0, 0};
+  if (c < 0x10000) return {(0xE0 | c >> 12) | (0x80 | (c >> 6 & 0x3F)) << 8 | (0x80 | (c & 0x3F)) << 16, 3};
+  return {
+      (0xF0 | c >> 18) | (0x80 | (c >> 12 & 0x3F)) << 8 | (0x80 | (c >> 6 & 0x3F)) << 16 | (0x80 | (c & 0x3F)) << 24,
+      4};
+}
+
+}  // namespace
+
+Outcome Utf8Page::decode(Bytes source, WideRoom room) {
+  return decode_each(source, room, widen_ascii_blocks(source, room), read);
+}
+
+Outcome Utf8Page::encode(WideText source, ByteRoom room) {
+  return encode_each(source, room, narrow_ascii_blocks(source, room), write);
+}
+
+}  // namespace zvrt

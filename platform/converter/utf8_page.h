@@ -1,0 +1,17 @@
+// UTF-8 as it is defined: shortest forms only, no surrogates, nothing above U+10FFFF.
+#ifndef ZVRT_CONVERTER_UTF8_PAGE_H
+#define ZVRT_CONVERTER_UTF8_PAGE_H
+
+#include "converter.h"
+
+namespace zvrt {
+
+class Utf8Page final : public Converter {
+ public:
+  Outcome decode(Bytes source, WideRoom room) override;
+  Outcome encode(WideText source, ByteRoom room) override;
+};
+
+}  // namespace zvrt
+
+#endif
