@@ -288,7 +288,7 @@ TEST(Conversions, RandomTextOfUsualLengths) {
     const std::size_t script = random() % 5;
     for (std::size_t i = 0; i < length; ++i) {
       const auto& range = alphabets[mixed && random() % 4 == 0 ? random() % 5 : random() % 8 == 0 ? 0 : script];
-      text.push_back(range[0] + random() % (range[1] - range[0] + 1));
+      text.push_back(static_cast<std::uint32_t>(range[0] + random() % (range[1] - range[0] + 1)));
     }
     std::string bytes;
     for (const std::uint32_t character : text) bytes += encode(character);
