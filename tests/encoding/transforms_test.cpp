@@ -320,7 +320,7 @@ TEST(Transforms, EveryUtf16UnitAloneAndBesideEverySurrogate) {
   for (std::uint32_t unit = 0; unit < 0x10000; ++unit) check(static_cast<Half>(unit), 0, 1);
   Bench bench;
   for (std::uint32_t unit = 0; unit < 0x10000; unit += stride) {
-    for (std::uint32_t surrogate = 0xD800; surrogate < 0xE000; surrogate += unit % 16 == 0 ? 1 : 127) {
+    for (std::uint32_t surrogate = 0xD800; surrogate < 0xE000; surrogate += unit % 16 == 0 ? 1U : 127U) {
       check(static_cast<Half>(unit), static_cast<Half>(surrogate), 2);
       check(static_cast<Half>(surrogate), static_cast<Half>(unit), 2);
     }
