@@ -18,7 +18,7 @@ while read -r name; do
     status=1
   fi
 done <<<"$expected"
-for name in $(grep -oE 'ZVRT_API [^(;]*\b[A-Za-z0-9_]+(;|\()' "$header" | sed -E 's/[;(]$//; s/.*[ *]//'); do
+for name in $(grep -v '^#' "$header" | grep -oE 'ZVRT_API [^(;]*\b[A-Za-z0-9_]+(;|\()' | sed -E 's/[;(]$//; s/.*[ *]//'); do
   grep -qx "$name" "$names" || { echo "$name is declared but not exported" >&2; status=1; }
 done
 echo "$(wc -l <"$names") names"
