@@ -23,3 +23,13 @@ add_library(zvrt_library_options INTERFACE)
 target_link_libraries(zvrt_library_options INTERFACE zvrt_options)
 target_compile_options(zvrt_library_options INTERFACE
   $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti>)
+
+# Hardening, for builds that are optimised and not under a sanitizer: the library sits in other people's processes.
+if(NOT ZVRT_SANITIZE)
+  target_compile_options(zvrt_options INTERFACE -fstack-protector-strong -fstack-clash-protection -fcf-protection
+    $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
+  target_link_options(zvrt_options INTERFACE LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)
+endif()
+
+# The same bytes from whatever folder it is built in.
+target_compile_options(zvrt_options INTERFACE "-ffile-prefix-map=${PROJECT_SOURCE_DIR}=." "-ffile-prefix-map=${PROJECT_BINARY_DIR}=build")
