@@ -10,6 +10,8 @@ namespace {
 
 constexpr std::size_t chunk = 256;
 
+constexpr bool is_private_use(char32_t c) { return (c >= 0xE000 && c <= 0xF8FF) || c >= 0xF0000; }
+
 // Puts UTF-16 together again; a pair may be parted by the end of a chunk.
 class Utf16Joiner {
  public:
@@ -63,7 +65,8 @@ Outcome StreamedPage::decode(Bytes source, WideRoom room) {
   return joiner.complete() ? converted(joiner.made(), room.count) : rejected(joiner.written());
 }
 
-// Writes the source as a whole text, its closing included, as long as `sink` has room, and counts on behind it.
+// Writes the source, scalar values all, as a whole text, its closing included, as long as `sink` has room, and counts
+// on behind it.
 StreamedPage::Attempt StreamedPage::write_all(WideText source, ByteRoom sink) const {
   ucnv_resetFromUnicode(icu_.get());
   std::size_t needed = 0;
@@ -71,11 +74,8 @@ StreamedPage::Attempt StreamedPage::write_all(WideText source, ByteRoom sink) co
   do {
     std::array<UChar, chunk> units;
     std::size_t filled = 0;
-    for (; taken < source.count && filled + 2 <= units.size(); ++taken) {
-      const char32_t character = source[taken];
-      if (!is_scalar_value(character)) return {U_ILLEGAL_CHAR_FOUND, needed};
-      U16_APPEND_UNSAFE(units.data(), filled, static_cast<UChar32>(character));
-    }
+    for (; taken < source.count && filled + 2 <= units.size(); ++taken)
+      U16_APPEND_UNSAFE(units.data(), filled, static_cast<UChar32>(source[taken]));
     const UChar* from = units.data();
     UErrorCode error = U_BUFFER_OVERFLOW_ERROR;
     while (error == U_BUFFER_OVERFLOW_ERROR) {
@@ -106,18 +106,36 @@ std::size_t StreamedPage::longest_fitting(WideText source, std::size_t room) con
   return fits;
 }
 
+// ICU always falls back for characters of private use, whatever it is told; such a one must read back as itself.
+bool StreamedPage::keeps(WideText character) {
+  if (!is_scalar_value(character[0])) return false;
+  if (!is_private_use(character[0])) return true;
+  std::array<unsigned char, 32> bytes;
+  const Attempt attempt = write_all(character, bytes);
+  if (U_FAILURE(attempt.error) || attempt.needed > bytes.size()) return false;
+  std::array<unsigned char, wide_size> again;
+  const Outcome outcome = decode({bytes.data(), attempt.needed}, {again.data(), 1});
+  return outcome.status == 0 && outcome.count == 1 && WideText{again.data(), 1}[0] == character[0];
+}
+
 Outcome StreamedPage::encode(WideText source, ByteRoom room) {
+  std::size_t kept = 0;
+  while (kept < source.count && keeps(source.at(kept))) ++kept;
+  const WideText text = source.first(kept);
   std::array<unsigned char, chunk> bytes;
-  const Attempt whole = write_all(source, bytes);
+  const Attempt whole = write_all(text, bytes);
+  const bool valid = U_SUCCESS(whole.error) && kept == source.count;
   const bool fits = U_SUCCESS(whole.error) && whole.needed <= room.size();
-  if (fits && whole.needed <= bytes.size()) {
-    std::copy_n(bytes.data(), whole.needed, room.data());
-    return converted(whole.needed, room.size());
+  std::size_t written = fits ? whole.needed : 0;
+  if (fits && written <= bytes.size()) {
+    std::copy_n(bytes.data(), written, room.data());
+  } else {
+    const std::size_t characters = fits ? kept : longest_fitting(text, room.size());
+    const Attempt part = write_all(text.first(characters), room);
+    written = part.needed <= room.size() ? part.needed : 0;
   }
-  const std::size_t characters = fits ? source.count : longest_fitting(source, room.size());
-  const Attempt part = write_all(source.first(characters), room);
-  if (U_SUCCESS(whole.error)) return converted(whole.needed, room.size());
-  return failed(whole.error, part.needed <= room.size() ? part.needed : 0);
+  if (valid) return converted(whole.needed, room.size());
+  return failed(whole.error, written);
 }
 
 }  // namespace zvrt

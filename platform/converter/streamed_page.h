@@ -22,6 +22,7 @@ class StreamedPage final : public Converter {
     std::size_t needed;
   };
   Attempt write_all(WideText source, ByteRoom sink) const;
+  bool keeps(WideText character);
   std::size_t longest_fitting(WideText source, std::size_t room) const;
 
   IcuConverter icu_;

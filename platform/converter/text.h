@@ -28,6 +28,7 @@ struct WideText {
     return character;
   }
   WideText first(std::size_t characters) const { return {data, characters}; }
+  WideText at(std::size_t index) const { return {data + index * wide_size, 1}; }
 };
 
 struct WideRoom {

@@ -1,0 +1,241 @@
+// Every page against an independent or a naive conversion: glibc's iconv and ICU, character by character.
+#include <gtest/gtest.h>
+#include <iconv.h>
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "converter_service.h"
+#include "icu_reference.h"
+
+namespace {
+
+using zvrt_test::decode;
+using zvrt_test::encode;
+using zvrt_test::find_converter;
+using zvrt_test::IcuReference;
+
+constexpr char32_t none = 0xFFFFFFFF;
+
+struct IconvPage {
+  std::uint32_t number;
+  const char* iconv;
+  // Where ICU's table, which is the page's own definition, differs from glibc's.
+  std::map<unsigned, char32_t> differing = {};
+};
+
+// The IBM PC pages exchange three control characters as IBM defines them; glibc leaves them in place.
+std::map<unsigned, char32_t> pc_controls(std::map<unsigned, char32_t> more = {}) {
+  more.insert({{0x1A, 0x1C}, {0x1C, 0x7F}, {0x7F, 0x1A}});
+  return more;
+}
+
+// Windows reads the bytes that a page leaves undefined as the control characters of the same number; glibc refuses
+// them.
+std::map<unsigned, char32_t> as_controls(std::initializer_list<unsigned> bytes) {
+  std::map<unsigned, char32_t> controls;
+  for (const unsigned byte : bytes) controls[byte] = byte;
+  return controls;
+}
+
+const IconvPage iconv_pages[] = {
+    {37, "IBM037"},
+    {273, "IBM273"},
+    {277, "IBM277"},
+    {280, "IBM280"},
+    {284, "IBM284"},
+    {285, "IBM285", {{0xA1, 0xAF}}},  // macron; glibc has the overline
+    {297, "IBM297"},
+    {437, "IBM437", pc_controls({{0xE6, 0x3BC}})},  // Greek mu; glibc has the micro sign
+    {500, "IBM500"},
+    {819, "ISO-8859-1"},
+    {850, "IBM850", pc_controls()},
+    {855, "IBM855", pc_controls()},
+    {857, "IBM857", pc_controls()},
+    {866, "IBM866", pc_controls()},
+    {870, "IBM870", {{0xB0, 0x2D9}}},  // dot above; glibc has the middle dot
+    {912, "ISO-8859-2"},
+    {915, "ISO-8859-5"},
+    {920, "ISO-8859-9"},
+    {923, "ISO-8859-15"},
+    {1025, "IBM1025"},
+    {1047, "IBM1047"},
+    {1140, "IBM1140"},
+    {1148, "IBM1148"},
+    {1250, "CP1250", as_controls({0x81, 0x83, 0x88, 0x90, 0x98})},
+    {1251, "CP1251", as_controls({0x98})},
+    {1252, "CP1252", as_controls({0x81, 0x8D, 0x8F, 0x90, 0x9D})},
+    {1254, "CP1254", as_controls({0x81, 0x8D, 0x8E, 0x8F, 0x90, 0x9D, 0x9E})},
+    {1256, "CP1256"},
+    {20127, "ASCII"},
+    {20866, "KOI8-R"},
+    {28597, "ISO-8859-7"},
+    {28603, "ISO-8859-13"},
+};
+
+class Iconv {
+ public:
+  explicit Iconv(const char* page) : descriptor_(iconv_open("UTF-32LE", page)) {}
+  ~Iconv() { iconv_close(descriptor_); }
+  Iconv(const Iconv&) = delete;
+  Iconv& operator=(const Iconv&) = delete;
+
+  char32_t decode(unsigned char byte) const {
+    char32_t character = 0;
+    char* from = reinterpret_cast<char*>(&byte);
+    char* to = reinterpret_cast<char*>(&character);
+    std::size_t source = 1;
+    std::size_t room = sizeof character;
+    const bool refused = iconv(descriptor_, &from, &source, &to, &room) == static_cast<std::size_t>(-1);
+    char* const end = reinterpret_cast<char*>(&character + 1);
+    if (to != end && !refused) iconv(descriptor_, nullptr, nullptr, &to, &room);  // it holds back what may combine
+    return refused ? none : character;
+  }
+
+ private:
+  iconv_t descriptor_;
+};
+
+class ConverterPages : public zvrt_test::ConverterService {};
+
+TEST_F(ConverterPages, SingleBytesAgreeWithIconvBothWays) {
+  for (const IconvPage& page : iconv_pages) {
+    SCOPED_TRACE(page.iconv);
+    const Iconv iconv(page.iconv);
+    void* const converter = find_converter(page.number);
+    ASSERT_NE(converter, nullptr);
+    for (unsigned byte = 0; byte < 256; ++byte) {
+      const std::string bytes(1, static_cast<char>(byte));
+      const auto differing = page.differing.find(byte);
+      const char32_t expected =
+          differing != page.differing.end() ? differing->second : iconv.decode(static_cast<unsigned char>(byte));
+      const auto [status, count, text] = decode(converter, bytes);
+      if (expected == none) {
+        EXPECT_EQ(status, ZVRT_ICU_RC_INVALID_CHAR) << byte;
+        EXPECT_EQ(count, 0U) << byte;
+        continue;
+      }
+      EXPECT_EQ(status, 0U) << byte;
+      EXPECT_EQ(text, std::u32string(1, expected)) << byte;
+      EXPECT_EQ(encode(converter, text).written, bytes) << byte;
+    }
+  }
+}
+
+struct IcuPage {
+  std::uint32_t number;
+  char kind;
+  const char* icu;
+};
+
+// Numbers and kinds, each with ICU's own name of the page that is meant.
+const IcuPage icu_pages[] = {
+    {37, 0, "ibm-37_P100-1995"},
+    {37, 'N', "ibm-37_P100-1995,swaplfnl"},
+    {278, 0, "ibm-278_P100-1995"},
+    {367, 0, "US-ASCII"},
+    {813, 0, "ibm-813_P100-1995"},
+    {852, 0, "ibm-852_P100-1995"},
+    {858, 0, "ibm-858_P100-1997"},
+    {862, 0, "ibm-862_P100-1995"},
+    {871, 'X', "ibm-871_P100-1995"},
+    {874, 0, "windows-874-2000"},
+    {874, 'B', "ibm-874_P100-1995"},
+    {875, 0, "ibm-875_P100-1995"},
+    {922, 0, "ibm-922_P100-1999"},
+    {930, 0, "ibm-930_P120-1999"},
+    {930, 'N', "ibm-930_P120-1999,swaplfnl"},
+    {932, 0, "ibm-943_P15A-2003"},
+    {932, 'B', "ibm-942_P12A-1999"},
+    {933, 0, "ibm-933_P110-1995"},
+    {935, 0, "ibm-935_P110-1999"},
+    {936, 0, "windows-936-2000"},
+    {937, 0, "ibm-937_P110-1999"},
+    {939, 0, "ibm-939_P120-1999"},
+    {943, 0, "ibm-943_P130-1999"},
+    {949, 0, "windows-949-2000"},
+    {949, 'B', "ibm-949_P110-1999"},
+    {950, 0, "windows-950-2000"},
+    {1026, 0, "ibm-1026_P100-1995"},
+    {1200, 0, "UTF-16LE"},
+    {1200, 'B', "UTF-16BE"},
+    {1208, 0, "UTF-8"},
+    {1208, 'X', "UTF-8"},
+    {1252, 0, "ibm-5348_P100-1997"},
+    {1252, 'B', "ibm-1252_P100-2000"},
+    {1252, 'N', "ibm-5348_P100-1997"},
+    {1255, 0, "ibm-9447_P100-2002"},
+    {1258, 0, "ibm-5354_P100-1998"},
+    {1375, 0, "ibm-1375_P100-2008"},
+    {1386, 0, "ibm-1386_P100-2001"},
+    {1399, 0, "ibm-1399_P110-2003"},
+    {5348, 0, "ibm-5348_P100-1997"},
+    {12000, 0, "UTF-32LE"},
+    {20273, 0, "ibm-273_P100-1995"},
+    {28591, 0, "ISO-8859-1"},
+    {28598, 0, "ibm-5012_P100-1999"},
+    {28600, 0, "iso-8859_10-1998"},
+    {51932, 0, "euc-jp-2007"},
+    {54936, 0, "gb18030"},
+    {65001, 0, "UTF-8"},
+    {0xFFFFFFFF, 0, "UTF-8"},
+};
+
+// What ICU writes and reads back as the same text. Its other mappings would change the text silently.
+std::optional<std::string> encode_exactly(const IcuReference& icu, const std::u32string& text) {
+  std::optional<std::string> bytes = icu.encode(text);
+  return bytes && icu.decode(*bytes) == text ? bytes : std::nullopt;
+}
+
+void expect_same_reading(void* converter, const IcuReference& icu, const std::string& bytes) {
+  const auto [status, count, text] = decode(converter, bytes);
+  const auto expected = icu.decode(bytes);
+  if (status == (expected ? 0 : ZVRT_ICU_RC_INVALID_CHAR) && (!expected || text == *expected)) return;
+  ADD_FAILURE() << testing::PrintToString(bytes) << ": status " << status << ", " << testing::PrintToString(text);
+}
+
+TEST_F(ConverterPages, EverySequenceOfOneAndTwoBytesReadsAsByIcu) {
+  for (const IcuPage& page : icu_pages) {
+    SCOPED_TRACE(page.icu);
+    const IcuReference icu(page.icu);
+    void* const converter = find_converter(page.number, page.kind);
+    ASSERT_NE(converter, nullptr);
+    for (unsigned pair = 0; pair < 0x10000; ++pair) {
+      const std::string bytes{static_cast<char>(pair >> 8), static_cast<char>(pair)};
+      if ((pair & 0xFF) == 0) expect_same_reading(converter, icu, bytes.substr(0, 1));
+      expect_same_reading(converter, icu, bytes);
+      if (page.number >= 930 && page.number < 940) expect_same_reading(converter, icu, "\x0E" + bytes + "\x0F");
+    }
+    if (HasFailure()) return;
+  }
+}
+
+TEST_F(ConverterPages, EveryCharacterIsWrittenAsByIcuOrRefused) {
+  for (const IcuPage& page : icu_pages) {
+    SCOPED_TRACE(page.icu);
+    const IcuReference icu(page.icu);
+    void* const converter = find_converter(page.number, page.kind);
+    ASSERT_NE(converter, nullptr);
+    for (char32_t character = 0; character < 0x110000; character += character < 0x30000 ? 1 : 0x3F1) {
+      const std::u32string text(1, character);
+      const auto [status, count, bytes] = encode(converter, text);
+      const auto expected = encode_exactly(icu, text);
+      if (status == (expected ? 0 : ZVRT_ICU_RC_INVALID_CHAR) && bytes == expected.value_or("")) continue;
+      ADD_FAILURE() << "U+" << std::hex << static_cast<std::uint32_t>(character) << ": "
+                    << testing::PrintToString(bytes);
+    }
+    if (HasFailure()) return;
+    for (const char32_t character : {0x110000U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU})
+      EXPECT_EQ(encode(converter, std::u32string(1, character)).status, ZVRT_ICU_RC_INVALID_CHAR);
+  }
+}
+
+TEST_F(ConverterPages, UnknownNumbersHaveNoConverter) {
+  for (const std::uint32_t number : {1U, 872U, 873U, 57372U, 99999U, 0xFFFFFFFEU})
+    for (int again = 0; again < 2; ++again) EXPECT_EQ(find_converter(number), nullptr) << number;
+  EXPECT_NE(find_converter(37), nullptr);
+}
+
+}  // namespace
