@@ -28,7 +28,8 @@ target_compile_options(zvrt_library_options INTERFACE
 if(NOT ZVRT_SANITIZE)
   target_compile_options(zvrt_options INTERFACE -fstack-protector-strong -fstack-clash-protection -fcf-protection
     $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
-  target_link_options(zvrt_options INTERFACE LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)
+  # The C runtime's start files are not marked for shadow stacks but keep to them; for indirect branches they do not.
+  target_link_options(zvrt_options INTERFACE LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack LINKER:-z,shstk)
 endif()
 
 # The same bytes from whatever folder it is built in.

@@ -1,0 +1,66 @@
+#!/usr/bin/env bash
+# check.sh CHECK BUILD SOURCE: one check of the library as it leaves the build. Exit status 77: skipped, with a word why.
+set -euo pipefail
+check=$1 build=$2 source=$3
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+
+skip() { echo "skipped: $*"; exit 77; }
+cached() { sed -n "s/^$1:[A-Z]*=//p" "$build/CMakeCache.txt"; }
+[ -z "$(cached ZVRT_SANITIZE)" ] || skip "a sanitized build is not installed"
+grep -q -- --coverage <<<"$(cached CMAKE_CXX_FLAGS)" && skip "a build for coverage is not installed"
+
+library=$build/lib/libZVRTDataCnvLib.so
+
+# A C11 program by pkg-config, a C++17 program by find_package, both from a scratch prefix.
+consumers() {
+  local prefix=$scratch/prefix
+  cmake --install "$build" --prefix "$prefix" >/dev/null
+  export PKG_CONFIG_PATH=$prefix/lib/pkgconfig:$prefix/lib/x86_64-linux-gnu/pkgconfig
+  # shellcheck disable=SC2046 # the flags are words
+  cc -std=c11 -Wall -Wextra -Werror "$source/tests/package/consumer.c" $(pkg-config --cflags --libs ZVRTDataCnvLib) -o "$scratch/consumer_c"
+  LD_LIBRARY_PATH=$(pkg-config --variable=libdir ZVRTDataCnvLib) "$scratch/consumer_c"
+  cmake -S "$source/tests/package/find_package" -B "$scratch/cpp" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+  cmake --build "$scratch/cpp" >/dev/null
+  "$scratch/cpp/consumer"
+}
+
+hardening() {
+  local dynamic program
+  for object in "$library" "$build"/lib/libZVRTOSLibUnix.so "$build"/lib/libZVRTEnvLib.so "$build"/lib/libZVRTICULib.so; do
+    dynamic=$(readelf --wide --dynamic "$object") program=$(readelf --wide --program-headers --notes "$object")
+    grep -q BIND_NOW <<<"$dynamic" || { echo "$object: lazy binding"; return 1; }
+    grep -q GNU_RELRO <<<"$program" || { echo "$object: no RELRO"; return 1; }
+    grep -q 'GNU_STACK.* RW ' <<<"$program" || { echo "$object: executable stack"; return 1; }
+    grep -q SHSTK <<<"$program" || { echo "$object: no shadow stack"; return 1; }
+    ! grep -q TEXTREL <<<"$dynamic" || { echo "$object: text relocations"; return 1; }
+  done
+  objdump --disassemble=ZVRTInitDataConversion "$library" | grep -q endbr64 || { echo "no branch tracking"; return 1; }
+  readelf --wide --dyn-syms "$library" | grep -q __stack_chk_fail || { echo "no stack protector"; return 1; }
+}
+
+# The same bytes from two folders.
+reproducible() {
+  command -v git >/dev/null || skip "git is missing"
+  for name in one another/deeper; do
+    mkdir -p "$scratch/$name"
+    git -C "$source" ls-files -z | tar -C "$source" --null -T - -c | tar -C "$scratch/$name" -x
+    cmake -S "$scratch/$name" -B "$scratch/$name/build" -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/null
+    cmake --build "$scratch/$name/build" >/dev/null
+  done
+  (cd "$scratch/one/build/lib" && for object in *.so; do cmp "$object" "$scratch/another/deeper/build/lib/$object"; done)
+}
+
+debian() {
+  command -v dpkg-deb >/dev/null || skip "dpkg-deb is missing"
+  command -v lintian >/dev/null || skip "lintian is missing"
+  (cd "$build" && cpack -B "$scratch" >/dev/null 2>&1)
+  local errors=0
+  for package in "$scratch"/*.deb; do
+    lintian --allow-root --fail-on error "$package" || errors=1
+  done
+  [ "$(find "$scratch" -maxdepth 1 -name '*.deb' | wc -l)" -eq 2 ] || { echo "two packages were expected"; errors=1; }
+  return $errors
+}
+
+"$check"
