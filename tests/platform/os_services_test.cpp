@@ -26,11 +26,11 @@ TEST(Mutex, ServesBeforeCreationAfterDestructionAndCreatedTwice) {
   EXPECT_EQ(MutexDestroy(&mutex), 0U);
 }
 
+#if !defined(__SANITIZE_THREAD__)  // which reports these itself
 TEST(Mutex, RefusesMisuseByStatus) {
   ZVRTMutexStorage mutex{};
   ASSERT_EQ(MutexCreate(&mutex), 0U);
   EXPECT_EQ(MutexUnLock(&mutex), failure(EPERM)) << "not held";
-  EXPECT_EQ(MutexLock(&mutex, 1), failure(EINVAL)) << "reserved argument";
   ASSERT_EQ(MutexLock(&mutex, 0), 0U);
   EXPECT_EQ(MutexLock(&mutex, 0), failure(EDEADLK));
   EXPECT_EQ(MutexDestroy(&mutex), failure(EBUSY));
@@ -40,6 +40,12 @@ TEST(Mutex, RefusesMisuseByStatus) {
   std::thread([&] { EXPECT_EQ(MutexUnLock(&mutex), failure(EPERM)); }).join();
   EXPECT_EQ(MutexUnLock(&mutex), 0U);
   EXPECT_EQ(MutexDestroy(&mutex), 0U);
+}
+#endif
+
+TEST(Mutex, RefusesWrongArguments) {
+  ZVRTMutexStorage mutex{};
+  EXPECT_EQ(MutexLock(&mutex, 1), failure(EINVAL)) << "reserved argument";
   for (const std::uint32_t status : {MutexCreate(nullptr), MutexDestroy(nullptr), MutexLock(nullptr, 0),
                                      MutexUnLock(nullptr), LockedIncrement(nullptr, &mutex)})
     EXPECT_EQ(status, failure(EINVAL));
