@@ -410,9 +410,188 @@ ZVRT_API uint32_t TrimAllSpacesTabsW(wchar_t* text, int32_t* len);
 ZVRT_API uint32_t InitializeCharBufferWithSpaces(void* buf, int32_t size, const FldDef* fldDef);
 /** @} */
 
-/* ---- integers to text -------------------------------------------------------------------------------------------- */
+/* ------------------------------------------------------------------------------------------------------------------ */
+/** @name Integers to text
+ * Binary integers in native byte order, at any alignment, as decimal text: a '-' for negative values, then the digits,
+ * nothing else. Zero has no digits: its text is empty and the status says so. The type words: `ULONGLONG` and
+ * `LongLong` 64 bits, `UInt` and `Int` 32, `SmallUInt` and `SmallInt` 16, `TinyUInt` and `TinyInt` 8; the ones with a U
+ * are unsigned.
+ *
+ * srcLen may be null; where it points to 0 it receives the size of the source type, 8, 4, 2 or 1. outLen is written on
+ * every return. The wide forms do not read fldDef. Nothing allocates.
+ *
+ * | Room, in wide characters | Wide destination                            | Status                                 |
+ * |--------------------------|---------------------------------------------|----------------------------------------|
+ * | more than the text       | the text and its terminator                 | ZVRT_RC_OK, zero: ZVRT_RC_EMPTY_RESULT |
+ * | the text exactly         | the text, its last character the terminator | ZVRT_RC_TRUNCATED                      |
+ * | less, or none            | what fits of the text, no terminator        | ZVRT_RC_TRUNCATED                      |
+ * @{ */
 
-/* ---- text to integers -------------------------------------------------------------------------------------------- */
+/** outLen: the characters of the whole text. */
+ZVRT_API ZVRTConversion ZVRTCnvULONGLONGToWVarcharSz;
+/** As ZVRTCnvULONGLONGToWVarcharSz(). outLen: bytes, whatever the status. */
+ZVRT_API ZVRTConversion ZVRTCnvULONGLONGToWVarcharSzOut;
+/** To narrow text in the field's code page. outLen: the bytes of the whole text, 0 where the code page's conversion
+ * told none. Exactly full: no terminator, ZVRT_RC_OK; too small: whole characters and ZVRT_RC_TRUNCATED. Besides these
+ * and ZVRT_RC_EMPTY_RESULT, the statuses of ZVRTCnvWVarcharSzToVarcharSz(). */
+ZVRT_API ZVRTConversion ZVRTCnvULONGLONGToVarcharSz;
+/** outLen: the characters of the whole text. */
+ZVRT_API ZVRTConversion ZVRTCnvLongLongToWVarcharSz;
+/** As ZVRTCnvLongLongToWVarcharSz(). outLen: bytes, whatever the status. */
+ZVRT_API ZVRTConversion ZVRTCnvLongLongToWVarcharSzOut;
+/** outLen: the characters of the whole text. */
+ZVRT_API ZVRTConversion ZVRTCnvUIntToWVarcharSz;
+/** As ZVRTCnvUIntToWVarcharSz(). outLen: bytes, whatever the status. */
+ZVRT_API ZVRTConversion ZVRTCnvUIntToWVarcharSzOut;
+/** To narrow text, as ZVRTCnvULONGLONGToVarcharSz(). */
+ZVRT_API ZVRTConversion ZVRTCnvUIntToVarcharSz;
+/** outLen: the characters of the whole text. */
+ZVRT_API ZVRTConversion ZVRTCnvIntToWVarcharSz1;
+/** As ZVRTCnvIntToWVarcharSz1(). outLen: bytes, written only when the status is ZVRT_RC_OK. */
+ZVRT_API ZVRTConversion ZVRTCnvIntToWVarcharSz1Out;
+/** outLen: the characters of the whole text. */
+ZVRT_API ZVRTConversion ZVRTCnvSmallIntToWVarcharSz;
+/** As ZVRTCnvSmallIntToWVarcharSz(). outLen: bytes, whatever the status. */
+ZVRT_API ZVRTConversion ZVRTCnvSmallIntToWVarcharSzOut;
+/** outLen: the characters of the whole text. */
+ZVRT_API ZVRTConversion ZVRTCnvSmallUIntToWVarcharSz;
+/** As ZVRTCnvSmallUIntToWVarcharSz(). outLen: bytes, whatever the status. */
+ZVRT_API ZVRTConversion ZVRTCnvSmallUIntToWVarcharSzOut;
+/** outLen: the characters of the whole text. */
+ZVRT_API ZVRTConversion ZVRTCnvTinyIntToWVarcharSz;
+/** As ZVRTCnvTinyIntToWVarcharSz(). outLen: bytes, whatever the status. */
+ZVRT_API ZVRTConversion ZVRTCnvTinyIntToWVarcharSzOut;
+/** outLen: the characters of the whole text. */
+ZVRT_API ZVRTConversion ZVRTCnvTinyUIntToWVarcharSz;
+/** As ZVRTCnvTinyUIntToWVarcharSz(). outLen: bytes, whatever the status. */
+ZVRT_API ZVRTConversion ZVRTCnvTinyUIntToWVarcharSzOut;
+
+/**
+ * A signed 32-bit value as wide text, into room for every such value.
+ *
+ * @param value   The value itself.
+ * @param dst     Holds at least 12 characters; only the text and its terminator are written.
+ * @param outLen  Receives the characters of the text.
+ * @return ZVRT_RC_OK; ZVRT_RC_EMPTY_RESULT for zero.
+ */
+ZVRT_API uint32_t ZVRTCnvIntToWVarcharSz(int32_t value, wchar_t* dst, uint32_t* outLen);
+
+/**
+ * A signed 32-bit value as narrow text in a code page.
+ *
+ * @param value         The value itself.
+ * @param dst           Receives the text, and a terminator where there is room for one.
+ * @param dstLen        Required. In: the size of dst in bytes, a negative one is no room. Out, with ZVRT_RC_OK and
+ *                      ZVRT_RC_EMPTY_RESULT only: the bytes of the text.
+ * @param codePage      As FldDef::codePage.
+ * @param codePageKind  As FldDef::codePageKind.
+ * @return ZVRT_RC_OK; ZVRT_RC_EMPTY_RESULT for zero; the statuses of ZVRTCnvWVarcharSzToVarcharSz().
+ */
+ZVRT_API uint32_t ZVRTCnvIntToVarcharSz(int32_t value, char* dst, int32_t* dstLen, uint32_t codePage,
+                                        char codePageKind);
+
+/**
+ * A 32-bit value through a printf-style format to wide text. The text is made as printf makes it in the C locale, then
+ * taken for narrow text of code page 0xFFFFFFFF and converted by ZVRTCnvCharToWVarcharSz(), always through the
+ * converter service. Calls may overlap.
+ *
+ * @param dst      Receives the text by the rules of ZVRTCnvCharToWVarcharSz().
+ * @param dstSize  Size of dst in bytes.
+ * @param format   Literal text, `%%`, and exactly one conversion of d, i, u, o, x or X, with the flags - + blank # 0, a
+ *                 width and a precision in digits, and h or hh, which narrow the value.
+ * @param value    The value itself.
+ * @param outLen   Required. Receives what ZVRTCnvCharToWVarcharSz() reports.
+ * @return ZVRT_RC_ERROR for any other format (any other length modifier, `*`, %n and %s among them) and for text longer
+ *         than 15 bytes, with nothing written; ZVRT_RC_INVALID_PARAM for empty text; else the status of
+ *         ZVRTCnvCharToWVarcharSz().
+ */
+ZVRT_API uint32_t ZVRTCnvIntToUni(wchar_t* dst, int32_t dstSize, const char* format, int32_t value, uint32_t* outLen);
+/** @} */
+
+/* ------------------------------------------------------------------------------------------------------------------ */
+/** @name Text to integers
+ * Decimal digits, for the signed types with one '-' before them, up to the terminator and of any number. No digits at
+ * all are 0. There is no range check: the value is the text's number modulo 2 to the power of the type's width, a
+ * leading '-' negating it in that width. dst receives the integer in native byte order, at any alignment.
+ *
+ * outLen receives the size of the type in bytes. srcLen does not limit the text; where it points to 0 and the text was
+ * accepted it receives the text's length in bytes. fldDef is not read for wide text. Nothing allocates.
+ *
+ * Statuses: ZVRT_RC_OK; ZVRT_RC_TRUNCATED when dstSize is below the type's size, dst and srcLen untouched and the text
+ * not looked at; ZVRT_RC_INVALID_INTEGER for any other character, dst, outLen and srcLen untouched. @{ */
+
+/** Unsigned 64 bits. dstSize is compared as unsigned: a negative one is large enough. */
+ZVRT_API ZVRTConversion ZVRTCnvWVarcharSzToULONGLONG;
+/** Signed 64 bits. */
+ZVRT_API ZVRTConversion ZVRTCnvWVarcharSzToLongLong;
+/** Unsigned 32 bits. */
+ZVRT_API ZVRTConversion ZVRTCnvWVarcharSzToUInt;
+/** Signed 32 bits. */
+ZVRT_API ZVRTConversion ZVRTCnvWVarcharSzToInt1;
+/** Unsigned 16 bits. */
+ZVRT_API ZVRTConversion ZVRTCnvWVarcharSzToSmallUInt;
+/** Signed 16 bits. Any other character gives ZVRT_RC_ERROR. */
+ZVRT_API ZVRTConversion ZVRTCnvWVarcharSzToSmallInt;
+/** Unsigned 8 bits. */
+ZVRT_API ZVRTConversion ZVRTCnvWVarcharSzToTinyUInt;
+/** Signed 8 bits. */
+ZVRT_API ZVRTConversion ZVRTCnvWVarcharSzToTinyInt;
+/** Unsigned 64 bits from narrow text in the field's code page, converted by ZVRTCnvVarcharSzToWVarcharSz() first, whose
+ *  statuses are returned and which stores srcLen: an empty text is ZVRT_RC_INVALID_PARAM, one of 22 characters or more
+ *  ZVRT_RC_TRUNCATED. outLen: 8; 0 where the text was refused. dstSize is looked at last, as unsigned. */
+ZVRT_API ZVRTConversion ZVRTCnvVarcharSzToULONGLONG;
+/** Unsigned 32 bits from narrow text, as ZVRTCnvVarcharSzToULONGLONG() but for texts of up to 11 characters. A dstSize
+ *  below 4, as signed, is refused first: ZVRT_RC_TRUNCATED, outLen 4. */
+ZVRT_API ZVRTConversion ZVRTCnvVarcharSzToUInt;
+
+/**
+ * A signed 32-bit number from a narrow field within a record. The field ends at its first zero byte or after count
+ * bytes.
+ *
+ * @param record        The record; count bytes from offset on are read.
+ * @param dst           Receives the number, with ZVRT_RC_OK only.
+ * @param offset        Where the field begins, in bytes.
+ * @param count         Size of the field in bytes, 0 to 11.
+ * @param codePage      As FldDef::codePage.
+ * @param codePageKind  As FldDef::codePageKind.
+ * @return ZVRT_RC_OK; ZVRT_RC_INVALID_PARAM for an empty field and, with nothing read, for a count out of its range;
+ *         ZVRT_RC_INVALID_INTEGER for anything but digits with at most a '-' before them, blanks included; the statuses
+ *         of ZVRTCnvVarcharSzToWVarcharSz().
+ */
+ZVRT_API uint32_t ZVRTCnvVarcharSzToInt(const char* record, int32_t* dst, int32_t offset, int32_t count,
+                                        uint32_t codePage, char codePageKind);
+
+/**
+ * A signed 32-bit number from a run of characters within a wide text: digits, and one '-' in whatever place among them.
+ * The run ends at the terminator or after maxChars characters; no digits are 0, too many wrap around.
+ *
+ * @param text      Wide text.
+ * @param value     Receives the number; where the run is refused, what its digits gave so far, the sign not applied.
+ * @param start     Index of the run's first character.
+ * @param maxChars  Most characters to read.
+ * @return ZVRT_RC_OK; ZVRT_RC_ERROR at any other character.
+ */
+ZVRT_API uint32_t ZVRTCnvWVarcharSzToInt(const wchar_t* text, int32_t* value, int32_t start, int32_t maxChars);
+
+/**
+ * As ZVRTCnvWVarcharSzToInt().
+ *
+ * @param endPos  With ZVRT_RC_OK only: receives the index just behind the last character read.
+ */
+ZVRT_API uint32_t ZVRTCnvWVarcharSzToInt2(const wchar_t* text, int32_t* endPos, int32_t* value, int32_t start,
+                                          int32_t maxChars);
+
+/**
+ * An unsigned 32-bit number from a narrow fixed field in which blanks do not count, wherever they stand. The field ends
+ * at its first zero byte or after fieldLen bytes; no digits are 0, too many wrap around.
+ *
+ * @param field     The field.
+ * @param fieldLen  Most bytes to read.
+ * @param value     Receives the number, with ZVRT_RC_OK only.
+ * @return ZVRT_RC_OK; ZVRT_RC_ERROR at any byte other than a digit or a blank, signs included.
+ */
+ZVRT_API uint32_t ZVRTCnvCharToInt(const char* field, int32_t fieldLen, uint32_t* value);
+/** @} */
 
 /* ---- floating point ---------------------------------------------------------------------------------------------- */
 

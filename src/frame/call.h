@@ -24,8 +24,16 @@ struct Call {
 };
 
 // Stores the measured source length where the caller asks for it, by a length that is there and 0.
-inline void store_if_zero(std::int32_t* srcLen, std::int64_t bytes) {
+[[gnu::always_inline]] inline void store_if_zero(std::int32_t* srcLen, std::int64_t bytes) {
   if (srcLen != nullptr && *srcLen == 0) *srcLen = static_cast<std::int32_t>(bytes);
+}
+
+// A descriptor made for a code page that arrived as two plain arguments.
+inline FldDef field_of(std::uint32_t code_page, char kind) {
+  FldDef field{};
+  field.codePage = code_page;
+  field.codePageKind = kind;
+  return field;
 }
 
 // The `...Out` siblings: the same conversion, its count of characters stored in bytes whatever the status.

@@ -2,6 +2,7 @@
 // length is reported. Everything that reads or writes a kind goes through these.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 

@@ -1,5 +1,6 @@
 #include "frame/units.h"
 
+#include <algorithm>
 #include <cwchar>
 #include <limits>
 

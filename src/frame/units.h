@@ -1,7 +1,6 @@
 // Code units in memory of any alignment, and capacities counted in them.
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -11,16 +10,18 @@ namespace zvrt {
 // A wide character: one UTF-32 code unit.
 using Wide = std::uint32_t;
 
-// The data of a WVarchar starts at byte 2, so a unit is never read or written through a pointer to its type.
+// The data of a WVarchar starts at byte 2, so a unit is never read or written through a pointer to its type. What
+// kernels use as well is inlined at every level of optimisation, so that no copy compiled for one processor is left to
+// link.
 template <class Unit>
-inline Unit load(const void* units, std::size_t index = 0) {
+[[gnu::always_inline]] inline Unit load(const void* units, std::size_t index = 0) {
   Unit unit;
   std::memcpy(&unit, static_cast<const std::byte*>(units) + index * sizeof(Unit), sizeof(Unit));
   return unit;
 }
 
 template <class Unit>
-inline void store(void* units, std::size_t index, Unit unit) {
+[[gnu::always_inline]] inline void store(void* units, std::size_t index, Unit unit) {
   std::memcpy(static_cast<std::byte*>(units) + index * sizeof(Unit), &unit, sizeof(Unit));
 }
 
@@ -32,8 +33,8 @@ inline void copy_units(void* dst, const void* src, std::int32_t count) {
 
 // Whole units in a buffer of this many bytes; a negative size is no room.
 template <class Unit>
-constexpr std::int32_t room_in(std::int32_t bytes) {
-  return std::max(bytes, 0) / static_cast<std::int32_t>(sizeof(Unit));
+[[gnu::always_inline]] constexpr std::int32_t room_in(std::int32_t bytes) {
+  return bytes > 0 ? bytes / static_cast<std::int32_t>(sizeof(Unit)) : 0;
 }
 
 // Lengths up to the terminator. A length is a signed 32-bit count everywhere, so a longer text is measured as the

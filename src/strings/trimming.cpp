@@ -41,13 +41,6 @@ std::int32_t trim_ends(Unit* text, std::int32_t length, std::uint8_t leading, st
   return length;
 }
 
-FldDef field_of(std::uint32_t code_page, char kind) {
-  FldDef field{};
-  field.codePage = code_page;
-  field.codePageKind = kind;
-  return field;
-}
-
 // Trims through wide text, since a blank of another code page is not the byte 20.
 Status trim_transcoded(char* text, std::int32_t* len, std::uint8_t leading, std::uint8_t trailing,
                        const FldDef& field) {
