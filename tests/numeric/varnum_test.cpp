@@ -133,8 +133,7 @@ TEST(TextToVarnum, ExamplesAndBack) {
 }
 
 TEST(TextToVarnum, EmptyAndNullTextAreZeroAndHaveNoLength) {
-  for (const ZVRTConversion* conversion :
-       {ZVRTCnvWVarcharSz_UnsignedToOraVarnum, ZVRTCnvVarcharSz_UnsignedToOraVarnum}) {
+  for (ZVRTConversion* conversion : {ZVRTCnvWVarcharSz_UnsignedToOraVarnum, ZVRTCnvVarcharSz_UnsignedToOraVarnum}) {
     for (const void* text : {static_cast<const void*>(nullptr), static_cast<const void*>(L"")}) {
       EXPECT_EQ(run(*conversion, text, 7, 2), (Outcome{ZVRT_RC_OK, 2, 7, "\x01\x80"}));
       EXPECT_EQ(run(*conversion, text, 7, 1), (Outcome{ZVRT_RC_TRUNCATED, 2, 7, ""}));
