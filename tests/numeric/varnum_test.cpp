@@ -188,7 +188,7 @@ TEST(TextToVarnum, EveryLengthAndPlaceOfThePoint) {
         const bool zero = i < zeros_before || i + zeros_behind >= digits;
         text += static_cast<char>('0' + (zero ? 0 : random() % base));
       }
-      if (round % 4 != 0) text.insert(random() % (digits + 1), ".");
+      if (round % 4 != 0) text.insert(random() % (digits + 1), 1, '.');
       const Decimal number(text);
       if (!number.digits.empty() && number.power > 126) {
         ASSERT_EQ(encode(text, 0, 22).status, ZVRT_RC_ERROR) << text;
@@ -241,7 +241,8 @@ TEST(VarnumToText, RefusesNegativeAndMalformedValuesAndReadsNothingBehindThem) {
                                       "\xFF\xC1" + std::string(254, '\x02')};
   for (std::size_t count = 1; count <= 20; ++count) {
     for (std::size_t bad = 0; bad < count; ++bad) {
-      std::string value = static_cast<char>(count + 1) + ("\xC5" + std::string(count, '\x11'));
+      std::string value = {static_cast<char>(count + 1), '\xC5'};
+      value.append(count, '\x11');
       for (const char byte : {'\0', '\x65', '\xFF'}) {
         value[2 + bad] = byte;
         refused.push_back(value);
