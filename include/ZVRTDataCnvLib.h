@@ -595,7 +595,103 @@ ZVRT_API uint32_t ZVRTCnvCharToInt(const char* field, int32_t fieldLen, uint32_t
 
 /* ---- floating point ---------------------------------------------------------------------------------------------- */
 
-/* ---- packed decimal and VARNUM ----------------------------------------------------------------------------------- */
+/* ------------------------------------------------------------------------------------------------------------------ */
+/** @name Packed decimal and VARNUM
+ * A packed decimal field of N bytes holds 2N - 1 decimal digits, two a byte, the most significant first, and the sign
+ * in the low half of its last byte: 0xD is negative, anything else positive; written are 0xC and 0xD. It knows no
+ * point: the digits are an integer.
+ *
+ * A VARNUM is a byte that counts the bytes behind it, an exponent byte and up to 20 base-100 digits: at most 22 bytes.
+ * A positive number's exponent byte is 193 + e, the first digit having the weight 100 to the power e, from -65 to 62;
+ * its digits are stored plus 1. A negative one's is 62 - e, its digits are stored as 101 minus the digit, and fewer
+ * than 20 of them are closed by the byte 102. Zero is 01 80. The conversions are for numbers that are not negative.
+ *
+ * Wide text that does not fit together with its terminator is ZVRT_RC_TRUNCATED: the destination is filled with the
+ * characters that fit, all of them when only the terminator has no room, and outLen tells the length of the whole text.
+ * The narrow forms end their text as ZVRTCnvWVarcharSzToVarcharSz() does, return its statuses, and store outLen only
+ * with ZVRT_RC_OK, unless they say otherwise. Fields and values need no alignment. @{ */
+
+/**
+ * Packed decimal to wide text: a '-' for a negative field, then the digits without leading zeros. A negative zero is a
+ * lone '-'.
+ *
+ * @param srcLen  Length of the field in bytes; a negative one is a field without digits. 0, or a null pointer: the
+ * value starts at the first non-zero byte, of at most 44 examined, and ends with the first of at most 43 bytes whose
+ * low half is 0xC, 0xD or 0xF; without one it has 44 bytes. Nothing behind its end is read. 0 is replaced by the length
+ * found, counted from the first non-zero byte, also with ZVRT_RC_TRUNCATED and ZVRT_RC_ERROR.
+ * @param outLen  Characters of the whole text.
+ * @return ZVRT_RC_OK; ZVRT_RC_TRUNCATED; ZVRT_RC_ERROR at a digit above 9, even when the text is also too long: the
+ * text is what stands before that digit; ZVRT_RC_EMPTY_RESULT, with nothing written, an outLen of 0 and srcLen left
+ *         alone, for a positive zero and where there is no text before a digit above 9.
+ */
+ZVRT_API ZVRTConversion ZVRTCnvDecPackedToWVarcharSz;
+/** As ZVRTCnvDecPackedToWVarcharSz(). outLen: bytes. */
+ZVRT_API ZVRTConversion ZVRTCnvDecPackedToWVarcharSzOut;
+/** As ZVRTCnvDecPackedToWVarcharSz(), in narrow text. outLen: bytes. ZVRT_RC_ERROR: nothing is written.
+ *  ZVRT_RC_NO_MEMORY: only for fields above 511 bytes. */
+ZVRT_API ZVRTConversion ZVRTCnvDecPackedToVarcharSz;
+
+/**
+ * Wide text to packed decimal. A leading '-' is the sign; every other character is a digit, the low four bits of its
+ * code: characters that are not digits are not refused. The empty text is zero.
+ *
+ * @param srcLen  May be null. 0 is replaced by the bytes of the digits (4 a character, the sign not counted).
+ * @param dst     The field, all dstSize bytes of which are written: digits at the right, zeros before them.
+ * @param outLen  dstSize.
+ * @return ZVRT_RC_OK; ZVRT_RC_TRUNCATED when the field is too small for the digits from the first non-zero one on, or
+ * has no byte: outLen is the size in bytes that they need, nothing else is written.
+ */
+ZVRT_API ZVRTConversion ZVRTCnvWVarcharSzToDecPacked;
+/** As ZVRTCnvWVarcharSzToDecPacked(), from narrow text. srcLen and refusals (ZVRT_RC_INVALID_PARAM for an empty text):
+ * as ZVRTCnvVarcharSzToWVarcharSz(). outLen is stored with ZVRT_RC_OK and when the field is too small.
+ * ZVRT_RC_NO_MEMORY: only for texts of 1024 bytes and more. */
+ZVRT_API ZVRTConversion ZVRTCnvVarcharSzToDecPacked;
+
+/**
+ * VARNUM to wide text, without leading zeros, the fraction in whole base-100 digits: 1.5 is 1.50, a half is .50, zero
+ * is 0. At most 169 characters.
+ *
+ * @param srcLen  Receives the size of the value in bytes, whatever it held before, with every status; may be null.
+ * @param outLen  Characters of the whole text; 0 with ZVRT_RC_ERROR.
+ * @return ZVRT_RC_OK; ZVRT_RC_TRUNCATED; ZVRT_RC_ERROR, with nothing written and nothing read behind the value, when it
+ *         is negative or malformed: a first byte of 0 or above 21, no digit in a number other than zero, a digit's byte
+ *         outside 1 to 100.
+ */
+ZVRT_API ZVRTConversion ZVRTCnvOraVarnumToWVarcharSz_Unsigned;
+/** As ZVRTCnvOraVarnumToWVarcharSz_Unsigned(), in narrow text. outLen: bytes, stored with ZVRT_RC_OK only. */
+ZVRT_API ZVRTConversion ZVRTCnvOraVarnumToVarcharSz_Unsigned;
+
+/**
+ * Wide decimal text, digits and at most one '.', to VARNUM. Digits beyond the 20 base-100 digits of a value are cut
+ * off; a number below 100 to the power -65 is zero.
+ *
+ * @param src     The text; null or empty is zero.
+ * @param srcLen  Receives the text's length in characters, whatever it held before, with every status; untouched for a
+ *                null or empty text; may be null.
+ * @param outLen  Size of the value in bytes.
+ * @return ZVRT_RC_OK; ZVRT_RC_TRUNCATED when dstSize is below outLen, nothing written; ZVRT_RC_ERROR for any other
+ *         character, a second point, more than 266 digits, or a number of 100 to the power 63 or more: dst and outLen
+ * are untouched.
+ */
+ZVRT_API ZVRTConversion ZVRTCnvWVarcharSz_UnsignedToOraVarnum;
+/** As ZVRTCnvWVarcharSz_UnsignedToOraVarnum(), from narrow text. The text is read as bytes; fldDef is not consulted. */
+ZVRT_API ZVRTConversion ZVRTCnvVarcharSz_UnsignedToOraVarnum;
+
+/**
+ * A number given as base-100 digits to VARNUM. Zeros at either end are stripped, then the number is cut to 20 base-100
+ * digits without rounding. A magnitude below 100 to the power -65 becomes zero; one of 100 to the power 63 or more has
+ * no VARNUM, and its exponent byte tells only the low bits.
+ *
+ * @param dst         Receives the value, at most 22 bytes.
+ * @param digitPairs  pairCount bytes of 0 to 99, the most significant first. The caller must count on their being
+ * changed. Greater bytes give a wrong number and do no other harm.
+ * @param pairCount   Number of digitPairs. All of them count, however many there are; below 1 the number is zero.
+ * @param scale       Decimal digits behind the point; may be odd or negative.
+ * @param sign        '-' for a negative number, else '+'.
+ * @return 0.
+ */
+ZVRT_API int16_t ConvertBCDToOraVarNum(uint8_t* dst, uint8_t* digitPairs, int16_t pairCount, int16_t scale, char sign);
+/** @} */
 
 /* ---- date and time ----------------------------------------------------------------------------------------------- */
 

@@ -1,0 +1,33 @@
+// Decimal numbers as base-100 digits, and VARNUM, the byte form that holds them.
+#pragma once
+
+#include <cstdint>
+
+namespace zvrt {
+
+// A magnitude: digits[0] has the weight 100 to the power of the exponent. No digit at all is zero.
+struct Base100 {
+  static constexpr std::int32_t most_digits = 20;
+
+  std::uint8_t digits[most_digits];
+  std::int32_t count;
+  std::int32_t exponent;
+};
+
+// The number that `count` pairs of decimal digits make with `scale` digits behind the point: no zeros at either end,
+// cut to what a number holds without rounding. Pairs beyond 99 give some number.
+Base100 normalise(const std::uint8_t* pairs, std::int32_t count, std::int32_t scale);
+
+// VARNUM: a byte that counts what follows, the exponent byte, the mantissa.
+constexpr std::int32_t varnum_header = 2;
+constexpr std::int32_t longest_varnum = varnum_header + Base100::most_digits;
+constexpr std::uint8_t zero_exponent = 0x80;     // the exponent byte of zero, alone
+constexpr std::int32_t positive_exponent = 193;  // of 100 to the power 0
+constexpr std::int32_t negative_exponent = 62;   // the same below zero, where exponents count downwards
+constexpr std::int32_t greatest_exponent = 62;   // what still has an exponent byte
+constexpr std::int32_t least_exponent = -65;     // below it numbers are zero
+
+// Writes the number and returns its size in bytes, at most longest_varnum.
+std::int32_t write_varnum(const Base100& number, bool negative, std::uint8_t* dst);
+
+}  // namespace zvrt

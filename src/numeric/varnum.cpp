@@ -1,0 +1,174 @@
+#include "numeric/varnum.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "ZVRTDataCnvLib.h"
+#include "frame/finish.h"
+#include "numeric/narrow_forms.h"
+
+namespace zvrt {
+
+namespace {
+
+constexpr std::int32_t most_digit_characters = 266;
+
+bool is_digit(Wide character) { return character - '0' <= 9; }
+
+// Where the point stands, and that there is nothing but digits and one point. More digits than can be worked on are
+// refused too.
+struct Layout {
+  std::int32_t point;  // digits before the point
+  bool valid;
+};
+
+template <class Unit>
+Wide character_at(const void* text, std::int32_t index) {
+  return static_cast<std::make_unsigned_t<Unit>>(load<Unit>(text, static_cast<std::size_t>(index)));
+}
+
+template <class Unit>
+Layout survey(const void* text, std::int32_t length) {
+  if (length > most_digit_characters + 1) return {0, false};
+  std::int32_t point = length;
+  for (std::int32_t i = 0; i < length; ++i) {
+    const Wide character = character_at<Unit>(text, i);
+    if (is_digit(character)) continue;
+    if (character != '.' || point != length) return {0, false};
+    point = i;
+  }
+  const std::int32_t digits = length - (point < length ? 1 : 0);
+  return {point, digits <= most_digit_characters};
+}
+
+// Pairs the digits so that the point falls between two pairs: each side of it gets a zero at its far end where needed.
+template <class Unit>
+Base100 pair_up(const void* text, std::int32_t length, std::int32_t point) {
+  std::uint8_t pairs[most_digit_characters / 2 + 1];
+  std::int32_t count = 0;
+  const auto digit = [text](std::int32_t index) {
+    return static_cast<std::uint8_t>(character_at<Unit>(text, index) - '0');
+  };
+  std::int32_t at = 0;
+  if (point % 2 != 0) pairs[count++] = digit(at++);
+  for (; at < point; at += 2) pairs[count++] = static_cast<std::uint8_t>(digit(at) * 10 + digit(at + 1));
+  const std::int32_t whole = count;
+  for (at = point + 1; at < length; at += 2) {
+    const int ones = at + 1 < length ? digit(at + 1) : 0;
+    pairs[count++] = static_cast<std::uint8_t>(digit(at) * 10 + ones);
+  }
+  return normalise(pairs, count, 2 * (count - whole));
+}
+
+template <class Unit>
+std::int32_t measure(const void* text) {
+  if constexpr (sizeof(Unit) == 1) return length_of(static_cast<const char*>(text));
+  return length_of(text);
+}
+
+template <class Unit>
+Status to_varnum(const Call& call) {
+  const Unit empty{};
+  const void* text = call.src == nullptr ? &empty : call.src;
+  const Encoded value = encode_varnum<Unit>(text, static_cast<std::uint8_t*>(call.dst), std::max(call.dstSize, 0));
+  // Zero, the length of no text at all, is not told.
+  if (value.length > 0 && call.srcLen != nullptr) *call.srcLen = value.length;
+  if (value.size == 0) return ZVRT_RC_ERROR;
+  *call.outLen = static_cast<std::uint32_t>(value.size);
+  return value.size > call.dstSize ? ZVRT_RC_TRUNCATED : ZVRT_RC_OK;
+}
+
+void tell_size(const Call& call) {
+  if (call.srcLen != nullptr) *call.srcLen = *static_cast<const std::uint8_t*>(call.src) + 1;
+}
+
+Status from_varnum(const Call& call) {
+  const Rendered text =
+      render_varnum(static_cast<const std::uint8_t*>(call.src), call.dst, room_in<Wide>(call.dstSize));
+  *call.outLen = text.length;
+  tell_size(call);
+  return text.status;
+}
+
+Status from_varnum_narrow(const Call& call) {
+  Wide text[longest_varnum_text + 1];
+  const Rendered rendered = render_varnum(static_cast<const std::uint8_t*>(call.src), text, longest_varnum_text + 1);
+  tell_size(call);
+  return rendered.status == ZVRT_RC_OK ? encode_narrow(call, text) : rendered.status;
+}
+
+// What a value's bytes say about its text. With `skipped` below 0 so many zeros stand before the first digit.
+struct TextLayout {
+  std::int32_t digits;   // decimal digits of the mantissa
+  std::int32_t skipped;  // of them, zeros at the front that are not written
+  std::int32_t point;    // where the point stands; the text ends there when nothing follows
+  std::int32_t length;
+};
+
+bool is_well_formed(const std::uint8_t* value) {
+  const int follow = value[0];
+  if (follow == 1) return value[1] == zero_exponent;
+  if (follow < 1 || follow >= longest_varnum || value[1] < 0x80) return false;
+  return std::all_of(value + varnum_header, value + follow + 1, [](int byte) { return byte >= 1 && byte <= 100; });
+}
+
+TextLayout lay_out(const std::uint8_t* value) {
+  const std::int32_t count = value[0] - 1;
+  if (count == 0) return {0, 0, 1, 1};
+  const std::int32_t whole = value[1] - positive_exponent + 1;  // base-100 digits before the point
+  TextLayout layout;
+  layout.digits = 2 * count;
+  layout.skipped = whole > 0 ? (value[varnum_header] <= 10 ? 1 : 0) : 2 * whole;
+  layout.point = 2 * whole - layout.skipped;
+  layout.length = count > whole ? layout.digits - layout.skipped + 1 : layout.point;
+  return layout;
+}
+
+}  // namespace
+
+template <class Unit>
+Encoded encode_varnum(const void* text, std::uint8_t* dst, std::int32_t room) {
+  const std::int32_t length = measure<Unit>(text);
+  const Layout layout = survey<Unit>(text, length);
+  if (!layout.valid) return {length, 0};
+  const Base100 number = pair_up<Unit>(text, length, layout.point);
+  if (number.count > 0 && number.exponent > greatest_exponent) return {length, 0};
+  std::uint8_t value[longest_varnum];
+  const std::int32_t size = write_varnum(number, false, value);
+  if (size <= room) std::memcpy(dst, value, static_cast<std::size_t>(size));
+  return {length, size};
+}
+
+template EncodeVarnum encode_varnum<char>;
+template EncodeVarnum encode_varnum<Wide>;
+
+Rendered render_varnum(const std::uint8_t* value, void* dst, std::int32_t room) {
+  if (!is_well_formed(value)) return {0, ZVRT_RC_ERROR};
+  const TextLayout layout = lay_out(value);
+  const auto digit_at = [value, &layout](std::int32_t index) -> Wide {
+    if (index < 0 || index >= layout.digits) return '0';
+    const unsigned digit = value[varnum_header + index / 2] - 1U;
+    return '0' + (index % 2 == 0 ? digit / 10 : digit % 10);
+  };
+  const std::int32_t written = std::min(layout.length, room);
+  for (std::int32_t i = 0; i < written; ++i) {
+    const Wide character = i < layout.point   ? digit_at(i + layout.skipped)
+                           : i > layout.point ? digit_at(i + layout.skipped - 1)
+                                              : Wide{'.'};
+    store(dst, static_cast<std::size_t>(i), character);
+  }
+  const Ending ending = finish(Finish::narrow_strict, layout.length, room);
+  if (ending.terminator != no_terminator) store(dst, static_cast<std::size_t>(ending.terminator), Wide{0});
+  return {static_cast<std::uint32_t>(layout.length), ending.status};
+}
+
+}  // namespace zvrt
+
+using namespace zvrt;
+
+// clang-format off
+uint32_t ZVRTCnvOraVarnumToWVarcharSz_Unsigned(CNV_PARAMS) { return from_varnum(CNV_CALL); }
+uint32_t ZVRTCnvOraVarnumToVarcharSz_Unsigned(CNV_PARAMS)  { return from_varnum_narrow(CNV_CALL); }
+uint32_t ZVRTCnvWVarcharSz_UnsignedToOraVarnum(CNV_PARAMS) { return to_varnum<Wide>(CNV_CALL); }
+uint32_t ZVRTCnvVarcharSz_UnsignedToOraVarnum(CNV_PARAMS)  { return to_varnum<char>(CNV_CALL); }
+// clang-format on

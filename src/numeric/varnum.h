@@ -1,0 +1,32 @@
+// VARNUM to wide text and text to VARNUM, between buffers alone: nothing here knows of out-lengths.
+#pragma once
+
+#include <cstdint>
+
+#include "frame/call.h"
+#include "frame/units.h"
+#include "numeric/base100.h"
+#include "numeric/packed_decimal.h"
+
+namespace zvrt {
+
+// The longest text, of a least exponent and a full mantissa: the point, the zeros and the digits behind it.
+constexpr std::int32_t longest_varnum_text = 1 + 2 * (-least_exponent - 1 + Base100::most_digits);
+
+// The text of a value that is not negative; of any other, and of a malformed one, nothing and ZVRT_RC_ERROR.
+using RenderVarnum = Rendered(const std::uint8_t* value, void* dst, std::int32_t room);
+
+struct Encoded {
+  std::int32_t length;  // characters of the text
+  std::int32_t size;  // bytes that the value needs, 0 when the text is no number; beyond the room: nothing was written
+};
+
+// Terminated text to a value in `room` bytes; the empty text is zero.
+using EncodeVarnum = Encoded(const void* text, std::uint8_t* dst, std::int32_t room);
+
+// The definitions, and what other versions fall back on outside their ordinary cases.
+RenderVarnum render_varnum;
+template <class Unit>
+EncodeVarnum encode_varnum;
+
+}  // namespace zvrt
