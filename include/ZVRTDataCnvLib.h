@@ -693,7 +693,261 @@ ZVRT_API ZVRTConversion ZVRTCnvVarcharSz_UnsignedToOraVarnum;
 ZVRT_API int16_t ConvertBCDToOraVarNum(uint8_t* dst, uint8_t* digitPairs, int16_t pairCount, int16_t scale, char sign);
 /** @} */
 
-/* ---- date and time ----------------------------------------------------------------------------------------------- */
+/* ------------------------------------------------------------------------------------------------------------------ */
+/** @name Date and time
+ * Records are written as text and read from text by a format model: text in which a percent sign and the letters of an
+ * element stand for a field and every other character for itself, such as `%YYYY-%MM-%DD %HH24:%MI:%SS.%FFFFFF`. The
+ * functions work on its tokenised form, an array of FmtCode, which ZVRTGetFormatCodes() makes and which a field carries
+ * in FldDef::dtFormat. Letters are compared regardless of case, in ASCII only, whatever the process locale.
+ *
+ * | Element              | Written                                     | Read                                         |
+ * |----------------------|---------------------------------------------|----------------------------------------------|
+ * | `%YYYY`              | year, at least 4 digits                     | up to 4 digits, none but digits among them   |
+ * | `%YY`                | its last two digits                         | up to 2 digits, likewise: 07 is the year 7   |
+ * | `%MONTH` `%MMM`      | January, Jan                                | the same                                     |
+ * | `%MM` `%DD`          | 2 digits at least                           | 1 or 2 digits                                |
+ * | `%M` `%D`            | no leading zero                             | cannot be read                               |
+ * | `%HH24` `%MI` `%SS`  | 2 digits at least                           | 1 or 2 digits, the hour 0 to 23              |
+ * | `%HH`                | hour of the 12-hour clock                   | 1 or 2 digits, 1 to 12                       |
+ * | `%PM`                | AM or PM as `%HH` says, else two blanks     | two characters: AM, PM, or neither           |
+ * | `%F` to `%FFFFFF`    | the fraction, at least 1 to 6 digits        | 1 to 6 digits, scaled up where there are less|
+ *
+ * A minus sign anywhere among the digits of a number that is read makes it negative; the range checks then refuse it.
+ * @{ */
+
+typedef int32_t DtKind;                 /**< Which fields of a record are meaningful. */
+#define ZVRT_DT_DATE INT32_C(1)         /**< Year, month and day. */
+#define ZVRT_DT_TIME INT32_C(2)         /**< Hour, minute and second. */
+#define ZVRT_DT_TIMESTAMP INT32_C(3)    /**< All fields. */
+#define ZVRT_DT_TIMESTAMP_YY INT32_C(4) /**< All fields, and the year may be 0; for ZVRTValidateDateTime() only. */
+
+#define FMT_LITERAL UINT32_C(0) /**< One character of the text, in FmtCode::literal. */
+#define FMT_YYYY UINT32_C(1)    /**< Year. */
+#define FMT_YY UINT32_C(2)      /**< Two-digit year. */
+#define FMT_MONTH UINT32_C(3)   /**< Name of the month. */
+#define FMT_MMM UINT32_C(4)     /**< Its first three letters. */
+#define FMT_MM UINT32_C(5)      /**< Month. */
+#define FMT_M UINT32_C(6)       /**< Month without a leading zero. */
+#define FMT_DD UINT32_C(7)      /**< Day. */
+#define FMT_D UINT32_C(8)       /**< Day without a leading zero. */
+#define FMT_HH24 UINT32_C(9)    /**< Hour of the 24-hour clock. */
+#define FMT_HH UINT32_C(10)     /**< Hour of the 12-hour clock. */
+#define FMT_MI UINT32_C(11)     /**< Minute. */
+#define FMT_SS UINT32_C(12)     /**< Second. */
+#define FMT_FFFFFF UINT32_C(13) /**< Fraction of six digits. */
+#define FMT_FFFFF UINT32_C(14)  /**< Fraction of five digits. */
+#define FMT_FFFF UINT32_C(15)   /**< Fraction of four digits. */
+#define FMT_FFF UINT32_C(16)    /**< Fraction of three digits. */
+#define FMT_FF UINT32_C(17)     /**< Fraction of two digits. */
+#define FMT_F UINT32_C(18)      /**< Fraction of one digit. */
+#define FMT_PM UINT32_C(19)     /**< The marker AM or PM. */
+#define FMT_SKIP UINT32_C(20)   /**< Written as its literal, passed over in reading; no model text produces it. */
+#define FMT_END UINT32_C(21)    /**< End of the model. Codes above it are written as their literal, never read. */
+
+/** One entry of a tokenised format model. 16 bytes. */
+struct FmtCode {
+  uint32_t literal; /**< The character of a literal. */
+  uint32_t code;    /**< FMT_LITERAL to FMT_END. */
+  uint32_t len;     /**< Number of an element's letters. */
+  uint32_t pos;     /**< Index of an element's percent sign in the model text. */
+};
+
+/** A timestamp. 24 bytes. */
+typedef struct ZVRTTS {
+  int16_t year;        /**< 1 to 9999; 0 too for a two-digit year. */
+  uint16_t month;      /**< 1 to 12. */
+  uint16_t day;        /**< 1 to the length of the month. */
+  uint16_t hour;       /**< 0 to 23. */
+  uint16_t minute;     /**< 0 to 59. */
+  uint16_t second;     /**< 0 to 59. */
+  uint32_t fraction;   /**< Of the second, in units of the element that reads or writes it: millionths for `%FFFFFF`. */
+  uint8_t reserved[8]; /**< Carries no value; zero after reading. */
+} ZVRTTS;
+
+/** A date, with the ranges of ZVRTTS. 6 bytes. */
+typedef struct ZVRTDate {
+  int16_t year;
+  uint16_t month;
+  uint16_t day;
+} ZVRTDate;
+
+/** A time of day, with the ranges of ZVRTTS. 6 bytes. */
+typedef struct ZVRTTime {
+  uint16_t hour;
+  uint16_t minute;
+  uint16_t second;
+} ZVRTTime;
+
+/** A date that is read by a format model of its own. 16 bytes. */
+typedef struct DateWithModel {
+  ZVRTDate date;            /**< Written on success. */
+  const wchar_t* modelText; /**< The model's text, not tokenised, NUL-terminated. */
+} DateWithModel;
+
+/**
+ * Checks the ranges of the fields that a kind covers: year, month, day, then hour, minute, second. The fraction is not
+ * checked, and neither is anything for a kind other than the four.
+ *
+ * @return ZVRT_RC_OK, or the status of the first field out of range: ZVRT_RC_INVALID_YEAR, _MONTH, _DAY, _HOUR,
+ *         _MINUTE or _SECOND.
+ */
+ZVRT_API uint32_t ZVRTValidateDateTime(const ZVRTTS* ts, DtKind kind);
+
+/**
+ * Tokenises the text of a format model. The longest element that the letters behind a percent sign begin with counts;
+ * there is no escape for a literal percent sign.
+ *
+ * @param modelText  NUL-terminated.
+ * @param codes      Receives the entries, one a literal character, one an element and the end entry: at most the text's
+ *                   length + 1. Zero-filled by the caller; members that an entry does not use are not written.
+ * @param kind       In and out: grows from what it is (0 for nothing) by what the elements describe.
+ * @return ZVRT_RC_OK; ZVRT_RC_INVALID_FORMAT for letters that are no element: the entries before it are there, but no
+ *         end entry.
+ */
+ZVRT_API uint32_t ZVRTGetFormatCodes(const wchar_t* modelText, FmtCode* codes, DtKind* kind);
+
+/**
+ * Writes a record as wide NUL-terminated text. Elements of other kinds are silent, and once every group of elements
+ * that the kind has is written, the rest of the model is not. Where text does not fit, the characters before it stay,
+ * without a terminator; an element is written whole or not at all.
+ *
+ * @param dstChars  Capacity in characters, the terminator included; 0 or less is no room.
+ * @param model     The tokenised model.
+ * @param ts        A record valid for the kind; no field is checked, and the text of one out of range is just longer.
+ * @param kind      ZVRT_DT_DATE, ZVRT_DT_TIME or ZVRT_DT_TIMESTAMP.
+ * @param outLen    Required. On success receives the characters before the terminator.
+ * @return ZVRT_RC_OK; ZVRT_RC_TRUNCATED when text or terminator do not fit; ZVRT_RC_ERROR when there is room for a
+ *         number's usual width but not for its digits and a terminator, for a month that has no name, another kind or a
+ *         null model.
+ */
+ZVRT_API uint32_t ZVRTTSToWVarcharSz(wchar_t* dst, int32_t dstChars, const FmtCode* model, const ZVRTTS* ts,
+                                     DtKind kind, uint32_t* outLen);
+
+/**
+ * Reads a record from wide NUL-terminated text. A run of literals is searched for from where the reading stands, and
+ * what stands before it is passed over. Text that ends early leaves the remaining fields 0, unless it ends right behind
+ * literals; text behind the last element is not looked at. Only hours are checked.
+ *
+ * @param srcChars  Reading ends when the elements have consumed so many characters; the text ends at its terminator.
+ * @param model     The tokenised model.
+ * @param modelLen  Length in characters of the model's text, above 0.
+ * @param ts        Zero-filled, then receives the fields as they are read, also when a later one fails.
+ * @param kind      Not used.
+ * @return ZVRT_RC_OK; ZVRT_RC_HOUR_OUT_OF_RANGE; ZVRT_RC_INVALID_DATETIME for text that does not match or an element
+ *         that cannot be read; ZVRT_RC_ERROR for a modelLen of 0 or less or a null model, with ts untouched.
+ */
+ZVRT_API uint32_t ZVRTWVarcharSzToTS(const wchar_t* src, int32_t srcChars, const FmtCode* model, int32_t modelLen,
+                                     ZVRTTS* ts, DtKind kind);
+
+/**
+ * Passes the literals that a model continues with and finds them in the text.
+ *
+ * @param modelCursor  In and out: moves to the next entry that is no literal.
+ * @param textCursor   In and out: moves behind the first occurrence of the literals, never past the terminator.
+ * @param scratch      Receives the literals and a terminator.
+ * @return ZVRT_RC_OK; ZVRT_RC_END_OF_FORMAT when the model ends, with the text not looked at; ZVRT_RC_ERROR when the
+ *         literals do not occur: textCursor is then null.
+ */
+ZVRT_API uint32_t ZVRTGetNextCodePosInSourceW(const FmtCode** modelCursor, const wchar_t** textCursor,
+                                              wchar_t* scratch);
+
+/**
+ * Writes a timestamp in one fixed layout, such as 05/03/2024 07:08:09:001234, without checking it. Where it does not
+ * fit, the parts before it stay, without a terminator.
+ *
+ * @param dstChars  Capacity in characters, the terminator included: 27 for records in range.
+ * @param outLen    May be null. On success receives the characters before the terminator.
+ * @return ZVRT_RC_OK; ZVRT_RC_ERROR when a part does not fit.
+ */
+ZVRT_API uint32_t ZVRTGetStringFromTS(const ZVRTTS* ts, wchar_t* dst, int32_t dstChars, uint32_t* outLen);
+
+/** As ZVRTGetStringFromTS() in ASCII, with dstSize and outLen in bytes. */
+ZVRT_API uint32_t ZVRTGetStringAFromTS(const ZVRTTS* ts, char* dst, int32_t dstSize, uint32_t* outLen);
+
+/**
+ * Reads a date from UTF-8 text by the model that it carries. A time that the model reads must be valid too, and is
+ * dropped. Allocates only for models longer than 127 characters and texts longer than 1023.
+ *
+ * @param src   NUL-terminated.
+ * @param date  Its model is read, its date written on success.
+ * @return As ZVRTCnvDateTimeSzToZVRTTS(); ZVRT_RC_INVALID_FORMAT for a model with an unknown element or of more than
+ *         32766 characters; ZVRT_RC_ERROR for an empty model or failed allocations.
+ */
+ZVRT_API uint32_t ZVRTDateCharToDate(const char* src, DateWithModel* date);
+
+/**
+ * As ZVRTDateCharToDate() for UTF-16 text. Allocates only for models longer than 127 characters and texts longer than
+ * 511 units.
+ *
+ * @param srcUnits  Length in units, negative ones being 0; a zero unit ends the text before.
+ * @return As ZVRTDateCharToDate(); ZVRT_RC_INVALID_CHAR for a broken surrogate pair; ZVRT_RC_NO_MEMORY.
+ */
+ZVRT_API uint32_t ZVRTUTF16DateCharToDate(const uint16_t* src, int32_t srcUnits, DateWithModel* date);
+/** @} */
+
+/* ------------------------------------------------------------------------------------------------------------------ */
+/** @name Date and time conversions
+ * By the tokenised model in `fldDef->dtFormat`; the record is the buffer without a text kind. Besides what a function
+ * says, in this order: a null src, dst, fldDef, dtFormat or model gives ZVRT_RC_ERROR with nothing written.
+ *
+ * Records to text: an invalid record gives the status of ZVRTValidateDateTime() with nothing written. `WVarcharSz`
+ * destinations then follow ZVRTTSToWVarcharSz(): outLen is written on success only, except by the `...Out` functions,
+ * which otherwise store 0. The other destinations receive what they would from the string conversions of the same kind,
+ * and outLen and statuses are theirs. The text is formatted into a temporary of modelLen * 16 + 1 characters, which has
+ * to suffice (else ZVRT_RC_TRUNCATED with nothing written) and is allocated beyond 1024 characters; an allocation that
+ * fails, or a modelLen for which there can be none, is reported before anything else about the record. srcLen is not
+ * used.
+ *
+ * Text to records: dstSize below the size of the record, 24 bytes for a timestamp and 16 for a date or a time, gives
+ * ZVRT_RC_TRUNCATED with that size in outLen; an empty source, or a missing length, gives ZVRT_RC_INVALID_PARAM and no
+ * outLen, and so does an allocation that fails (for sources of more than 1023 units). From there on outLen is the
+ * record's size whatever the status: those of the string conversion to `WVarcharSz`, of ZVRTWVarcharSzToTS() and of
+ * ZVRTValidateDateTime(); ZVRT_RC_BLANK_TEXT where a timestamp could not be read from text of blanks. A timestamp's
+ * year may be 0 where the first year of the model is `%YY`. The destination is written only on success; the ten bytes
+ * behind a date or a time are then 0. @{ */
+
+/** A ZVRTDate. outLen: characters. */
+ZVRT_API ZVRTConversion ZVRTCnvZVRTDateToWVarcharSz;
+/** A ZVRTDate. outLen: bytes. */
+ZVRT_API ZVRTConversion ZVRTCnvZVRTDateToWVarcharSzOut;
+/** A ZVRTTime. outLen: characters. */
+ZVRT_API ZVRTConversion ZVRTCnvZVRTTimeToWVarcharSz;
+/** A ZVRTTime. outLen: bytes. */
+ZVRT_API ZVRTConversion ZVRTCnvZVRTTimeToWVarcharSzOut;
+/** A ZVRTTS. outLen: characters. */
+ZVRT_API ZVRTConversion ZVRTCnvZVRTTSToWVarcharSz;
+/** A ZVRTTS. outLen: bytes. */
+ZVRT_API ZVRTConversion ZVRTCnvZVRTTSToWVarcharSzOut;
+/** As ZVRTCnvWVarcharSzToWChar(); empty text is ZVRT_RC_INVALID_PARAM. Failed allocation: ZVRT_RC_NO_MEMORY. */
+ZVRT_API ZVRTConversion ZVRTCnvZVRTTSToWchar;
+/** As ZVRTCnvWVarcharSzToWVarchar(), but dstSize below 2 is reported before all but null arguments; empty text is
+ *  ZVRT_RC_INVALID_PARAM. Failed allocation: ZVRT_RC_NO_MEMORY. */
+ZVRT_API ZVRTConversion ZVRTCnvZVRTTSToWVarchar;
+/** As ZVRTCnvWVarcharSzToChar(). Failed allocation: ZVRT_RC_ERROR. */
+ZVRT_API ZVRTConversion ZVRTCnvZVRTTSToChar;
+/** As ZVRTCnvWVarcharSzToVarchar(). Failed allocation: ZVRT_RC_ERROR. */
+ZVRT_API ZVRTConversion ZVRTCnvZVRTTSToVarchar;
+/** As ZVRTCnvWVarcharSzToVarcharSz(). Failed allocation: ZVRT_RC_ERROR. */
+ZVRT_API ZVRTConversion ZVRTCnvZVRTTSToVarcharSz;
+
+/** A timestamp; srcLen in bytes. Failed allocation: ZVRT_RC_NO_MEMORY. */
+ZVRT_API ZVRTConversion ZVRTCnvDateTimeCharToZVRTTS;
+/** A timestamp. srcLen receives the prefix's value, without its two bytes, once the text is converted. Failed
+ *  allocation: ZVRT_RC_NO_MEMORY. */
+ZVRT_API ZVRTConversion ZVRTCnvDateTimeVarcharToZVRTTS;
+/** A timestamp. srcLen is written on success only. Failed allocation: ZVRT_RC_ERROR. */
+ZVRT_API ZVRTConversion ZVRTCnvDateTimeSzToZVRTTS;
+/** A timestamp; srcLen in characters, not bytes. Failed allocation: ZVRT_RC_ERROR. */
+ZVRT_API ZVRTConversion ZVRTCnvDateTimeWcharToZVRTTS;
+/** A timestamp. srcLen receives the bytes of the text, without the prefix. Failed allocation: ZVRT_RC_NO_MEMORY. */
+ZVRT_API ZVRTConversion ZVRTCnvDateTimeWVarcharToZVRTTS;
+/** A timestamp. */
+ZVRT_API ZVRTConversion ZVRTCnvDateTimeWSzToZVRTTS;
+/** A ZVRTDate. Blank text is ZVRT_RC_INVALID_DATETIME. */
+ZVRT_API ZVRTConversion ZVRTCnvDateTimeWSzToZVRTDate;
+/** A ZVRTTime. Blank text is ZVRT_RC_INVALID_DATETIME. srcLen is not used. */
+ZVRT_API ZVRTConversion ZVRTCnvDateTimeWSzToZVRTTime;
+/** @} */
 
 #ifdef __cplusplus
 }

@@ -1,0 +1,143 @@
+// What is known about the elements of a format model, and the names of the months. The tokenizer, the formatter and the
+// parser are loops over this table; none of them knows an element by itself.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+#include "ZVRTDataCnvLib.h"
+
+namespace zvrt {
+
+// The groups of elements that a kind of record expects, a bit each. An element applies to the kinds that expect its
+// group, and the text is complete once every group expected has been written.
+struct Group {
+  static constexpr std::uint8_t none = 0x00;
+  static constexpr std::uint8_t fraction = 0x01;
+  static constexpr std::uint8_t second = 0x02;
+  static constexpr std::uint8_t minute = 0x04;
+  static constexpr std::uint8_t hour = 0x08;
+  static constexpr std::uint8_t day = 0x10;
+  static constexpr std::uint8_t month = 0x20;
+  static constexpr std::uint8_t year = 0x40;
+  static constexpr std::uint8_t marker = 0x80;
+};
+
+constexpr std::uint8_t groups_expected(DtKind kind) {
+  constexpr std::uint8_t date = Group::year | Group::month | Group::day;
+  constexpr std::uint8_t time = Group::hour | Group::minute | Group::second | Group::marker;
+  switch (kind) {
+    case ZVRT_DT_DATE: return date;
+    case ZVRT_DT_TIME: return time;
+    case ZVRT_DT_TIMESTAMP: return date | time | Group::fraction;
+    default: return Group::none;
+  }
+}
+
+// How an element becomes text.
+enum class Writes : std::uint8_t {
+  literal,          // its own character
+  field,            // an unsigned 16-bit field
+  year,             // signed
+  year_of_century,  // the last two digits
+  fraction,         // 32 bits, taken as signed
+  month_name,
+  month_abbreviation,
+  hour_24,  // takes away the place reserved for the marker
+  hour_12,  // decides the marker
+  marker,   // reserves a place
+  end,
+};
+
+// How an element is read.
+enum class Reads : std::uint8_t {
+  refused,
+  nothing,
+  field,  // one or two digits
+  year,   // digits up to its width, no fewer unless the text ends
+  month_name,
+  month_abbreviation,
+  hour_24,
+  hour_12,
+  fraction,  // digits up to its width, fewer are scaled up
+  marker,
+};
+
+// Where in a timestamp.
+struct Field {
+  static constexpr std::uint8_t none = 0;
+  static constexpr std::uint8_t year = offsetof(ZVRTTS, year);
+  static constexpr std::uint8_t month = offsetof(ZVRTTS, month);
+  static constexpr std::uint8_t day = offsetof(ZVRTTS, day);
+  static constexpr std::uint8_t hour = offsetof(ZVRTTS, hour);
+  static constexpr std::uint8_t minute = offsetof(ZVRTTS, minute);
+  static constexpr std::uint8_t second = offsetof(ZVRTTS, second);
+  static constexpr std::uint8_t fraction = offsetof(ZVRTTS, fraction);
+};
+
+struct alignas(16) Element {
+  char letters[7];         // in capitals, as they follow the percent sign
+  std::uint8_t length;     // how many of them
+  std::uint8_t describes;  // the kind of record it speaks of: a date, a time, both (a timestamp), or 0 for none
+  std::uint8_t group;
+  Writes writes;
+  std::uint8_t room;   // characters asked for before anything is written
+  std::uint8_t least;  // digits at least
+  Reads reads;
+  std::uint8_t field;
+};
+
+namespace detail {
+
+constexpr std::uint8_t nothing = 0;
+constexpr std::uint8_t date = ZVRT_DT_DATE;
+constexpr std::uint8_t time = ZVRT_DT_TIME;
+constexpr std::uint8_t both = ZVRT_DT_TIMESTAMP;
+
+}  // namespace detail
+
+// By code. Months and days without a leading zero are for writing only, and so they describe no kind.
+// clang-format off
+inline constexpr std::array<Element, FMT_END + 1> elements = {{
+    {"",       0, detail::nothing, Group::none,     Writes::literal,            1, 0, Reads::refused,            Field::none},
+    {"YYYY",   4, detail::date,    Group::year,     Writes::year,               4, 4, Reads::year,               Field::year},
+    {"YY",     2, detail::date,    Group::year,     Writes::year_of_century,    2, 2, Reads::year,               Field::year},
+    {"MONTH",  5, detail::date,    Group::month,    Writes::month_name,         0, 0, Reads::month_name,         Field::month},
+    {"MMM",    3, detail::date,    Group::month,    Writes::month_abbreviation, 3, 0, Reads::month_abbreviation, Field::month},
+    {"MM",     2, detail::date,    Group::month,    Writes::field,              2, 2, Reads::field,              Field::month},
+    {"M",      1, detail::nothing, Group::month,    Writes::field,              2, 1, Reads::refused,            Field::month},
+    {"DD",     2, detail::date,    Group::day,      Writes::field,              2, 2, Reads::field,              Field::day},
+    {"D",      1, detail::nothing, Group::day,      Writes::field,              2, 1, Reads::refused,            Field::day},
+    {"HH24",   4, detail::time,    Group::hour,     Writes::hour_24,            2, 2, Reads::hour_24,            Field::hour},
+    {"HH",     2, detail::time,    Group::hour,     Writes::hour_12,            2, 2, Reads::hour_12,            Field::hour},
+    {"MI",     2, detail::time,    Group::minute,   Writes::field,              2, 2, Reads::field,              Field::minute},
+    {"SS",     2, detail::time,    Group::second,   Writes::field,              2, 2, Reads::field,              Field::second},
+    {"FFFFFF", 6, detail::both,    Group::fraction, Writes::fraction,           6, 6, Reads::fraction,           Field::fraction},
+    {"FFFFF",  5, detail::both,    Group::fraction, Writes::fraction,           5, 5, Reads::fraction,           Field::fraction},
+    {"FFFF",   4, detail::both,    Group::fraction, Writes::fraction,           4, 4, Reads::fraction,           Field::fraction},
+    {"FFF",    3, detail::both,    Group::fraction, Writes::fraction,           3, 3, Reads::fraction,           Field::fraction},
+    {"FF",     2, detail::both,    Group::fraction, Writes::fraction,           2, 2, Reads::fraction,           Field::fraction},
+    {"F",      1, detail::both,    Group::fraction, Writes::fraction,           1, 1, Reads::fraction,           Field::fraction},
+    {"PM",     2, detail::nothing, Group::marker,   Writes::marker,             2, 0, Reads::marker,             Field::none},
+    {"",       0, detail::nothing, Group::none,     Writes::literal,            1, 0, Reads::nothing,            Field::none},
+    {"",       0, detail::nothing, Group::none,     Writes::end,                0, 0, Reads::refused,            Field::none},
+}};
+// clang-format on
+
+// A code that nothing is known of is its literal.
+constexpr const Element& element_of(std::uint32_t code) { return elements[code <= FMT_END ? code : FMT_LITERAL]; }
+
+// January first. No name begins another, nor do their first three letters.
+inline constexpr std::array<std::string_view, 12> month_names = {"January",   "February", "March",    "April",
+                                                                 "May",       "June",     "July",     "August",
+                                                                 "September", "October",  "November", "December"};
+
+inline constexpr std::size_t abbreviation_length = 3;
+
+// Equal to a lower-case letter exactly where the character is that letter in either case. Only ASCII is folded, so the
+// process locale has no say.
+constexpr std::uint32_t folded(std::uint32_t character) { return character | 0x20; }
+
+}  // namespace zvrt

@@ -1,0 +1,178 @@
+// The 19 date and time conversions: a line each over two drivers, one to text and one from it.
+#include "ZVRTDataCnvLib.h"
+#include "datetime/formatter.h"
+#include "datetime/parser.h"
+#include "datetime/records.h"
+#include "strings/convert.h"
+
+namespace zvrt {
+
+namespace {
+
+constexpr std::size_t usual_length = 1024;  // of a temporary, in characters
+
+bool is_complete(const Call& call) {
+  return call.src != nullptr && call.dst != nullptr && call.fldDef != nullptr && call.fldDef->dtFormat != nullptr &&
+         call.fldDef->dtFormat->model != nullptr;
+}
+
+// A record to wide terminated text, straight into the destination.
+template <class Record>
+Status write(const Call& call) {
+  using Traits = RecordTraits<Record>;
+  if (!is_complete(call)) return ZVRT_RC_ERROR;
+  const ZVRTTS ts = Traits::widen(load<Record>(call.src));
+  if (const Status status = validate(ts, Traits::kind); status != ZVRT_RC_OK) return status;
+  return format(WVarcharSz::place(call), call.fldDef->dtFormat->model, ts, Traits::kind, *call.outLen);
+}
+
+// A timestamp to the other kinds, by way of wide terminated text.
+template <class Into, Row row, Status no_memory>
+Status write_through_wide(const Call& call) {
+  if (!is_complete(call)) return ZVRT_RC_ERROR;
+  if (std::is_same_v<Into, WVarchar> && call.dstSize < Into::header) return ZVRT_RC_TRUNCATED;
+  const DtFormatDesc& format_of_field = *call.fldDef->dtFormat;
+  const std::int64_t room = std::int64_t{format_of_field.modelLen} * 16 + 1;
+  if (room < 1 || room > INT32_MAX) return no_memory;
+  Scratch<Wide, usual_length> wide(static_cast<std::uint64_t>(room));
+  if (wide.get() == nullptr) return no_memory;
+
+  const auto ts = load<ZVRTTS>(call.src);
+  if (const Status status = validate(ts, ZVRT_DT_TIMESTAMP); status != ZVRT_RC_OK) return status;
+  const Place<Wide> place{reinterpret_cast<std::byte*>(wide.get()), static_cast<std::int32_t>(room)};
+  std::uint32_t length = 0;
+  const Status status = format(place, format_of_field.model, ts, ZVRT_DT_TIMESTAMP, length);
+  if (status != ZVRT_RC_OK) return status;
+  return convert<WVarcharSz, Into, row>({wide.get(), nullptr, call.dst, call.dstSize, call.outLen, call.fldDef});
+}
+
+// The kinds of text as they are measured here where that differs from the string conversions.
+struct CharacterCountedWChar : WChar {
+  static Text<Wide> measure(const Call& call) {
+    return {static_cast<const std::byte*>(call.src), call.srcLen == nullptr ? 0 : std::max(*call.srcLen, 0)};
+  }
+};
+struct UnsignedVarchar : Varchar {
+  static Text<char> measure(const Call& call) {
+    return {static_cast<const std::byte*>(call.src) + header, load<std::uint16_t>(call.src)};
+  }
+};
+
+// When the source length measured, without any prefix, is stored where the caller asks for it.
+enum class Stores : std::uint8_t { never, once_converted, once_read, on_success };
+
+struct Source {
+  Stores stores;
+  Status no_memory = ZVRT_RC_OK;
+};
+
+bool is_blank(const void* text) {
+  std::size_t i = 0;
+  while (load<Wide>(text, i) == ' ') ++i;
+  return load<Wide>(text, i) == 0;
+}
+
+// A two-digit year may be 0, and the first year of a model decides that it is one.
+DtKind kind_of_timestamp(const FmtCode* model) {
+  for (; model->code != FMT_END && model->code != FMT_YYYY; ++model) {
+    if (model->code == FMT_YY) return ZVRT_DT_TIMESTAMP_YY;
+  }
+  return ZVRT_DT_TIMESTAMP;
+}
+
+// Parses and validates; the destination is written only when both succeed.
+template <class Record>
+Status read_wide(const Call& call, const void* text, std::int32_t chars) {
+  using Traits = RecordTraits<Record>;
+  constexpr bool is_timestamp = std::is_same_v<Record, ZVRTTS>;
+  const DtFormatDesc& format = *call.fldDef->dtFormat;
+  ZVRTTS ts;
+  if (const Status status = parse(text, chars, format.model, format.modelLen, ts); status != ZVRT_RC_OK) {
+    return is_timestamp && is_blank(text) ? ZVRT_RC_BLANK_TEXT : status;
+  }
+  const DtKind kind = is_timestamp ? kind_of_timestamp(format.model) : Traits::kind;
+  if (const Status status = validate(ts, kind); status != ZVRT_RC_OK) return status;
+  const Record record = Traits::cut(ts);
+  std::memcpy(call.dst, &record, sizeof record);
+  std::memset(static_cast<std::byte*>(call.dst) + sizeof record, 0, Traits::slot - sizeof record);
+  return ZVRT_RC_OK;
+}
+
+// Terminated wide text of a counted or a narrow source, and then the record.
+template <class From, Source source>
+Status read_by_way_of_wide(const Call& call, Text<typename From::Unit> text, Wide* wide) {
+  std::uint32_t chars = static_cast<std::uint32_t>(text.count);
+  if constexpr (std::is_same_v<typename From::Unit, Wide>) {
+    copy_units<Wide>(wide, text.at, text.count);
+    wide[chars] = 0;
+  } else {
+    // The string conversion takes the prefix as signed, and so refuses text that only an unsigned one can tell.
+    using Converted = std::conditional_t<std::is_same_v<From, UnsignedVarchar>, Varchar, From>;
+    std::int32_t bytes = text.count;
+    const Status status =
+        convert<Converted, WVarcharSz>({call.src, &bytes, wide, text.count * 4 + 4, &chars, call.fldDef});
+    if (status != ZVRT_RC_OK) return status;
+  }
+  if (source.stores == Stores::once_converted) store_if_zero(call.srcLen, text.count);
+  return read_wide<ZVRTTS>(call, wide, static_cast<std::int32_t>(chars));
+}
+
+template <class From, class Record, Source source>
+Status read(const Call& call) {
+  constexpr std::int32_t slot = RecordTraits<Record>::slot;
+  if (!is_complete(call)) return ZVRT_RC_ERROR;
+  if (call.dstSize < slot) {
+    *call.outLen = slot;
+    return ZVRT_RC_TRUNCATED;
+  }
+  const auto text = From::measure(call);
+  if (text.count == 0) return ZVRT_RC_INVALID_PARAM;
+
+  Status status = ZVRT_RC_OK;
+  if constexpr (std::is_same_v<From, WVarcharSz>) {
+    status = read_wide<Record>(call, text.at, text.count);
+  } else {
+    constexpr std::int32_t longest = INT32_MAX / 4 - 1;  // whose size can be told in bytes
+    if (text.count > longest) return source.no_memory;
+    Scratch<Wide, usual_length> wide(static_cast<std::uint64_t>(text.count) + 1);
+    if (wide.get() == nullptr) return source.no_memory;
+    status = read_by_way_of_wide<From, source>(call, text, wide.get());
+  }
+  *call.outLen = slot;
+  if (source.stores == Stores::once_read || (source.stores == Stores::on_success && status == ZVRT_RC_OK)) {
+    store_if_zero(call.srcLen, text.count * std::int64_t{sizeof(typename From::Unit)});
+  }
+  return status;
+}
+
+// The two statuses of a temporary that cannot be had.
+constexpr Status error = ZVRT_RC_ERROR, no_memory = ZVRT_RC_NO_MEMORY;
+
+}  // namespace
+
+}  // namespace zvrt
+
+using namespace zvrt;
+
+// clang-format off
+uint32_t ZVRTCnvZVRTDateToWVarcharSz(CNV_PARAMS)    { return write<ZVRTDate>(CNV_CALL); }
+uint32_t ZVRTCnvZVRTDateToWVarcharSzOut(CNV_PARAMS) { return in_bytes<ZVRTCnvZVRTDateToWVarcharSz>(CNV_CALL); }
+uint32_t ZVRTCnvZVRTTimeToWVarcharSz(CNV_PARAMS)    { return write<ZVRTTime>(CNV_CALL); }
+uint32_t ZVRTCnvZVRTTimeToWVarcharSzOut(CNV_PARAMS) { return in_bytes<ZVRTCnvZVRTTimeToWVarcharSz>(CNV_CALL); }
+uint32_t ZVRTCnvZVRTTSToWVarcharSz(CNV_PARAMS)      { return write<ZVRTTS>(CNV_CALL); }
+uint32_t ZVRTCnvZVRTTSToWVarcharSzOut(CNV_PARAMS)   { return in_bytes<ZVRTCnvZVRTTSToWVarcharSz>(CNV_CALL); }
+uint32_t ZVRTCnvZVRTTSToWchar(CNV_PARAMS)           { return write_through_wide<WChar,     Row{},         no_memory>(CNV_CALL); }
+uint32_t ZVRTCnvZVRTTSToWVarchar(CNV_PARAMS)        { return write_through_wide<WVarchar,  Row{},         no_memory>(CNV_CALL); }
+uint32_t ZVRTCnvZVRTTSToChar(CNV_PARAMS)            { return write_through_wide<Char,      accepts_empty, error>(CNV_CALL); }
+uint32_t ZVRTCnvZVRTTSToVarchar(CNV_PARAMS)         { return write_through_wide<Varchar,   accepts_empty, error>(CNV_CALL); }
+uint32_t ZVRTCnvZVRTTSToVarcharSz(CNV_PARAMS)       { return write_through_wide<VarcharSz, accepts_empty, error>(CNV_CALL); }
+
+uint32_t ZVRTCnvDateTimeCharToZVRTTS(CNV_PARAMS)     { return read<Char,                  ZVRTTS,   Source{Stores::never,          no_memory}>(CNV_CALL); }
+uint32_t ZVRTCnvDateTimeVarcharToZVRTTS(CNV_PARAMS)  { return read<UnsignedVarchar,       ZVRTTS,   Source{Stores::once_converted, no_memory}>(CNV_CALL); }
+uint32_t ZVRTCnvDateTimeSzToZVRTTS(CNV_PARAMS)       { return read<VarcharSz,             ZVRTTS,   Source{Stores::on_success,     error}>(CNV_CALL); }
+uint32_t ZVRTCnvDateTimeWcharToZVRTTS(CNV_PARAMS)    { return read<CharacterCountedWChar, ZVRTTS,   Source{Stores::never,          error}>(CNV_CALL); }
+uint32_t ZVRTCnvDateTimeWVarcharToZVRTTS(CNV_PARAMS) { return read<WVarchar,              ZVRTTS,   Source{Stores::once_read,      no_memory}>(CNV_CALL); }
+uint32_t ZVRTCnvDateTimeWSzToZVRTTS(CNV_PARAMS)      { return read<WVarcharSz,            ZVRTTS,   Source{Stores::once_read}>(CNV_CALL); }
+uint32_t ZVRTCnvDateTimeWSzToZVRTDate(CNV_PARAMS)    { return read<WVarcharSz,            ZVRTDate, Source{Stores::once_read}>(CNV_CALL); }
+uint32_t ZVRTCnvDateTimeWSzToZVRTTime(CNV_PARAMS)    { return read<WVarcharSz,            ZVRTTime, Source{Stores::never}>(CNV_CALL); }
+// clang-format on

@@ -1,0 +1,14 @@
+// A record to wide text by a tokenised format model.
+#pragma once
+
+#include <cstdint>
+
+#include "ZVRTDataCnvLib.h"
+#include "frame/kinds.h"
+
+namespace zvrt {
+
+// `length` is set on success only, to the characters before the terminator.
+Status format(Place<Wide> place, const FmtCode* model, const ZVRTTS& ts, DtKind kind, std::uint32_t& length);
+
+}  // namespace zvrt

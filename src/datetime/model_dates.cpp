@@ -1,0 +1,62 @@
+// Dates read by a format model that travels with them as text.
+#include <cwchar>
+
+#include "ZVRTDataCnvLib.h"
+#include "datetime/tokenizer.h"
+#include "frame/scratch.h"
+#include "frame/units.h"
+
+namespace zvrt {
+
+namespace {
+
+// Entries of a tokenised model are counted in 16 bits, the end entry included.
+constexpr std::size_t longest_model = 32766;
+constexpr std::size_t usual_model = 127, usual_text = 511;
+
+// Tokenises the model and reads a date by `read`, which is handed the field descriptor that carries it.
+template <class Read>
+Status read_by_own_model(DateWithModel& date, Read read) {
+  const std::size_t length = wcsnlen(date.modelText, longest_model + 1);
+  if (length > longest_model) return ZVRT_RC_INVALID_FORMAT;
+  Scratch<FmtCode, usual_model + 1> codes(length + 1);
+  if (codes.get() == nullptr) return ZVRT_RC_ERROR;
+  DtKind kind = ZVRT_DT_DATE;
+  if (const Status status = tokenise(date.modelText, codes.get(), kind); status != ZVRT_RC_OK) return status;
+
+  DtFormatDesc format{};
+  format.model = codes.get();
+  format.modelLen = static_cast<std::int32_t>(length);
+  FldDef field{};
+  field.dtFormat = &format;
+  ZVRTTS ts;
+  if (const Status status = read(ts, field); status != ZVRT_RC_OK) return status;
+  date.date = {ts.year, ts.month, ts.day};
+  return ZVRT_RC_OK;
+}
+
+}  // namespace
+
+}  // namespace zvrt
+
+uint32_t ZVRTDateCharToDate(const char* src, DateWithModel* date) {
+  return zvrt::read_by_own_model(*date, [src](ZVRTTS& ts, const FldDef& field) {
+    uint32_t size = 0;
+    return ZVRTCnvDateTimeSzToZVRTTS(src, nullptr, &ts, sizeof ts, &size, &field);
+  });
+}
+
+uint32_t ZVRTUTF16DateCharToDate(const uint16_t* src, int32_t srcUnits, DateWithModel* date) {
+  return zvrt::read_by_own_model(*date, [src, srcUnits](ZVRTTS& ts, const FldDef& field) -> zvrt::Status {
+    // A character is one unit or two, so there is always a place left for the terminator.
+    const auto units = static_cast<std::uint32_t>(std::max(srcUnits, 0));
+    zvrt::Scratch<wchar_t, zvrt::usual_text + 1> wide(std::uint64_t{units} + 1);
+    if (wide.get() == nullptr) return ZVRT_RC_NO_MEMORY;
+    uint32_t count = 0;
+    const zvrt::Status status = Convert16To32(src, srcUnits, wide.get(), static_cast<int32_t>(units), &count);
+    if (status != ZVRT_RC_OK) return status;
+    wide.get()[count] = 0;
+    uint32_t size = 0;
+    return ZVRTCnvDateTimeWSzToZVRTTS(wide.get(), nullptr, &ts, sizeof ts, &size, &field);
+  });
+}

@@ -1,0 +1,14 @@
+// A format model's text to its tokenised form.
+#pragma once
+
+#include <cstdint>
+
+#include "ZVRTDataCnvLib.h"
+#include "frame/call.h"
+
+namespace zvrt {
+
+// Writes at most one entry a character and the end entry; `kind` grows by what the elements describe.
+Status tokenise(const wchar_t* model_text, FmtCode* codes, DtKind& kind);
+
+}  // namespace zvrt
