@@ -35,8 +35,10 @@ hardening() {
     grep -q SHSTK <<<"$program" || { echo "$object: no shadow stack"; return 1; }
     ! grep -q TEXTREL <<<"$dynamic" || { echo "$object: text relocations"; return 1; }
   done
-  objdump --disassemble=ZVRTInitDataConversion "$library" | grep -q endbr64 || { echo "no branch tracking"; return 1; }
-  readelf --wide --dyn-syms "$library" | grep -q __stack_chk_fail || { echo "no stack protector"; return 1; }
+  local code symbols
+  code=$(objdump --disassemble=ZVRTInitDataConversion "$library") symbols=$(readelf --wide --dyn-syms "$library")
+  grep -q endbr64 <<<"$code" || { echo "no branch tracking"; return 1; }
+  grep -q __stack_chk_fail <<<"$symbols" || { echo "no stack protector"; return 1; }
 }
 
 # The same bytes from two folders.
