@@ -1,4 +1,6 @@
 // The 19 date and time conversions: a line each over two drivers, one to text and one from it.
+#include <algorithm>
+
 #include "ZVRTDataCnvLib.h"
 #include "datetime/formatter.h"
 #include "datetime/parser.h"
