@@ -1,4 +1,5 @@
 // Dates read by a format model that travels with them as text.
+#include <algorithm>
 #include <cwchar>
 
 #include "ZVRTDataCnvLib.h"
