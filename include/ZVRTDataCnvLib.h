@@ -593,7 +593,61 @@ ZVRT_API uint32_t ZVRTCnvWVarcharSzToInt2(const wchar_t* text, int32_t* endPos, 
 ZVRT_API uint32_t ZVRTCnvCharToInt(const char* field, int32_t fieldLen, uint32_t* value);
 /** @} */
 
-/* ---- floating point ---------------------------------------------------------------------------------------------- */
+/* ------------------------------------------------------------------------------------------------------------------ */
+/** @name Floating point
+ * IEEE 754 doubles and singles in wide NUL-terminated text. The text written has one shape, with a fixed count of
+ * digits: an optional '-', a digit, a point, 16 further digits for a double and 7 for a single, 'E', a sign, two or
+ * three digits of the exponent: `-4.9406564584124654E-324`, `1.0000000E+20`. The digits are the exact value, that of a
+ * single too, rounded to so many, halves to even. A double's text has 22 to 24 characters, a single's 13 or 14. Zero
+ * is `0.0000000000000000E+00`, negative zero keeps its '-'. Infinities and NaN have no text.
+ *
+ * Values need no alignment. No function of the section allocates. @{ */
+
+/**
+ * The text of a double with any count of digits after the point, ended by a NUL.
+ *
+ * @param out        Receives the text; 9 + precision characters always suffice.
+ * @param outSize    Capacity of out in characters.
+ * @param precision  Digits after the point, all exact; with 0 the point stands for itself.
+ * @return ZVRT_RC_OK. Otherwise nothing is written: ZVRT_RC_TRUNCATED when precision is -1, whatever the value;
+ *         ZVRT_RC_ERROR when it is less, when the value is not finite, or when text and NUL do not fit.
+ */
+ZVRT_API uint32_t FloatToString(wchar_t* out, int32_t outSize, int16_t precision, double value);
+
+/**
+ * A double to `WVarcharSz`. srcLen: 8. outLen: characters.
+ *
+ * @return ZVRT_RC_OK. ZVRT_RC_TRUNCATED: exactly full, the last character gives way to the NUL; too long, the room is
+ *         filled without one. ZVRT_RC_ERROR, nothing written, outLen and srcLen included: src or dst is null, or the
+ *         value is not finite.
+ */
+ZVRT_API ZVRTConversion ZVRTCnvDblToWVarcharSz;
+/** As ZVRTCnvDblToWVarcharSz(). outLen: bytes, on every return; 0 with ZVRT_RC_ERROR. */
+ZVRT_API ZVRTConversion ZVRTCnvDblToWVarcharSzOut;
+/** A single to `WVarcharSz`, as ZVRTCnvDblToWVarcharSz(). srcLen: 4. */
+ZVRT_API ZVRTConversion ZVRTCnvFltToWVarcharSz;
+/** As ZVRTCnvFltToWVarcharSz(). outLen: bytes, on every return; 0 with ZVRT_RC_ERROR. */
+ZVRT_API ZVRTConversion ZVRTCnvFltToWVarcharSzOut;
+
+/**
+ * `WVarcharSz` to a double, the nearest one, halves to even.
+ *
+ * The text may hold an optional sign in front, digits, points, and E or e with an optional sign behind it, in any order
+ * and of any length; no blanks, no other point than '.', whatever the locale. Of such text the longest beginning that
+ * is a number counts: `1.5`, `.5`, `-2.5e-3`, `1E+` (1), `1e5e5` (100000), `1.2.3` (1.2). Text without a digit other
+ * than 0, the empty text too, is +0.0. A negative number too large for the type is negative infinity.
+ *
+ * @param srcLen  Not used.
+ * @param outLen  Receives 8, unless the text is refused.
+ * @return ZVRT_RC_OK; ZVRT_RC_TRUNCATED when dstSize is below 8, whatever the text; ZVRT_RC_INVALID_DOUBLE for another
+ *         character, text that begins with no number, a number too large, or one that is not 0 and rounds to 0. Only
+ *         ZVRT_RC_OK writes to dst.
+ */
+ZVRT_API ZVRTConversion ZVRTCnvWVarcharSzToDbl;
+/** `WVarcharSz` to a single, the nearest one to the double that ZVRTCnvWVarcharSzToDbl() gives; sizes and outLen are 4,
+ *  text is refused with ZVRT_RC_INVALID_FLOAT. */
+ZVRT_API ZVRTConversion ZVRTCnvWVarcharSzToFlt;
+/** @} */
 
 /* ------------------------------------------------------------------------------------------------------------------ */
 /** @name Packed decimal and VARNUM

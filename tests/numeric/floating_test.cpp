@@ -1,0 +1,429 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <clocale>
+#include <cwchar>
+#include <thread>
+
+#include "numeric/float_cases.h"
+
+using namespace zvrt_test;
+
+namespace {
+
+template <class Float>
+class Floating : public testing::Test {};
+using Types = testing::Types<double, float>;
+TYPED_TEST_SUITE(Floating, Types);
+
+constexpr double infinity = std::numeric_limits<double>::infinity();
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+
+TEST(FloatText, Examples) {
+  struct {
+    double value;
+    const char* as_double;
+    const char* as_single;
+  } const cases[] = {
+      {0, "0.0000000000000000E+00", "0.0000000E+00"},
+      {-0.0, "-0.0000000000000000E+00", "-0.0000000E+00"},
+      {1, "1.0000000000000000E+00", "1.0000000E+00"},
+      {-1.5, "-1.5000000000000000E+00", "-1.5000000E+00"},
+      {1e20, "1.0000000000000000E+20", "1.0000000E+20"},
+      {1e-7, "9.9999999999999995E-08", "1.0000000E-07"},
+      {123456789012345678.0, "1.2345678901234568E+17", "1.2345679E+17"},
+      {0.1, "1.0000000000000001E-01", "1.0000000E-01"},
+      {1e300, "1.0000000000000001E+300", nullptr},
+      {std::numeric_limits<double>::max(), "1.7976931348623157E+308", nullptr},
+      {-std::numeric_limits<double>::denorm_min(), "-4.9406564584124654E-324", nullptr},
+      {std::numeric_limits<float>::max(), "3.4028234663852886E+38", "3.4028235E+38"},
+      {-std::numeric_limits<float>::denorm_min(), "-1.4012984643248171E-45", "-1.4012985E-45"},
+      {0.5 + 0x1p-17, "5.0000762939453125E-01", "5.0000763E-01"},
+      {1 + 0x1p-17, "1.0000076293945312E+00", "1.0000076E+00"},  // a tie: to even
+      {1 + 0x3p-17, "1.0000228881835938E+00", "1.0000229E+00"},  // another
+  };
+  for (const auto& row : cases) {
+    EXPECT_EQ(rendered(row.value), row.as_double);
+    if (row.as_single == nullptr) continue;
+    EXPECT_EQ(rendered(static_cast<float>(row.value)), row.as_single);
+  }
+}
+
+TEST(FloatText, IsWhatPrintfGivesAndReadsBack) {
+  Doubles doubles;
+  for (int i = 0; i < 1000000; ++i) {
+    const double value = doubles.next();
+    const std::string text = rendered(value);
+    ASSERT_EQ(text, printed(value));
+    ASSERT_EQ(read<double>(widen(text)), reading_of(ZVRT_RC_OK, value == 0 ? 0 : value)) << text;
+    const auto single = static_cast<float>(value);
+    if (!std::isfinite(single)) continue;
+    ASSERT_EQ(rendered(single), printed(single));
+  }
+}
+
+TEST(FloatText, SinglesFromEverywhere) {
+  for (uint64_t bits = 0; bits <= 0xFFFFFFFF; bits += 4099) {
+    const auto value = std::bit_cast<float>(static_cast<uint32_t>(bits));
+    if (!std::isfinite(value)) continue;
+    const std::string text = rendered(value);
+    ASSERT_EQ(text, printed(value));
+    ASSERT_EQ(read<float>(widen(text)), expected_reading<float>(text)) << text;
+  }
+}
+
+TYPED_TEST(Floating, EveryCapacity) {
+  for (const TypeParam value : {TypeParam(1), TypeParam(-1.5e-7), TypeParam(-2e-38)}) {
+    const std::u32string text = widen(printed(value));
+    const auto length = static_cast<int32_t>(text.size());
+    for (int32_t size = -5; size < (length + 4) * 4; ++size) {
+      const int32_t room = std::max(size, 0) / 4;
+      // Exactly full, the last character gives way to the terminator.
+      std::u32string kept = text.substr(0, static_cast<std::size_t>(std::min(room, length)));
+      if (room == length) kept.back() = U'\0';
+      const std::string bytes = wide_bytes(kept, room > length);
+      GuardedBuffer source(&value, sizeof value);
+      GuardedBuffer dst(static_cast<std::size_t>(std::max(size, 0)));
+      int32_t src_len = 0;
+      uint32_t out_len = 77;
+      const uint32_t status = to_text<TypeParam>(source.as(), &src_len, dst.as(), size, &out_len);
+      EXPECT_EQ(status, room > length ? ZVRT_RC_OK : ZVRT_RC_TRUNCATED) << size;
+      EXPECT_EQ(out_len, text.size());
+      EXPECT_EQ(src_len, sizeof value);
+      EXPECT_EQ(dst.bytes().substr(0, bytes.size()), bytes) << size;
+      EXPECT_TRUE(dst.untouched_from(bytes.size())) << size;
+
+      GuardedBuffer dst_out(static_cast<std::size_t>(std::max(size, 0)));
+      src_len = 17;
+      EXPECT_EQ(to_text_out<TypeParam>(source.as(), &src_len, dst_out.as(), size, &out_len), status);
+      EXPECT_EQ(out_len, text.size() * 4);
+      EXPECT_EQ(src_len, 17);
+      EXPECT_EQ(dst_out.bytes(), dst.bytes());
+    }
+  }
+}
+
+TYPED_TEST(Floating, WithoutTextNothingIsWritten) {
+  const TypeParam one = 1;
+  const TypeParam values[] = {TypeParam(infinity), TypeParam(-infinity), TypeParam(nan), -TypeParam(nan)};
+  GuardedBuffer dst(100);
+  const auto refuses = [&](const void* src, void* into) {
+    int32_t src_len = 0;
+    uint32_t out_len = 77;
+    EXPECT_EQ(to_text<TypeParam>(src, &src_len, into, 100, &out_len), ZVRT_RC_ERROR);
+    EXPECT_EQ(out_len, 77u);
+    EXPECT_EQ(to_text_out<TypeParam>(src, &src_len, into, 100, &out_len), ZVRT_RC_ERROR);
+    EXPECT_EQ(out_len, 0u);
+    EXPECT_EQ(src_len, 0);
+    EXPECT_TRUE(dst.untouched_from(0));
+  };
+  refuses(nullptr, dst.as());
+  refuses(&one, nullptr);
+  for (const TypeParam& value : values) refuses(&value, dst.as());
+}
+
+TEST(FloatToString, EveryPrecision) {
+  std::vector<int> precisions{765, 766, 767, 1200, 32767};
+  for (int precision = 0; precision <= 40; ++precision) precisions.push_back(precision);
+  const double values[] = {0, -0.0, 1, -2.5, 0.1, 9.5, 1234567850, 0x1p-1022 - 0x1p-1074, -0x1p-1074, 1e300, 0x1p1023};
+  for (const int precision : precisions) {
+    for (const double value : values) {
+      const std::string text = wide_bytes(widen(printed(value, precision)));
+      const auto needed = static_cast<int32_t>(text.size() / 4);
+      for (int32_t room = needed - 1; room <= needed + 3; ++room) {
+        GuardedBuffer out(static_cast<std::size_t>(room) * 4);
+        const uint32_t status = FloatToString(out.as<wchar_t>(), room, static_cast<int16_t>(precision), value);
+        ASSERT_EQ(status, room < needed ? ZVRT_RC_ERROR : ZVRT_RC_OK) << value << ' ' << precision;
+        const std::size_t written = room < needed ? 0 : text.size();
+        ASSERT_EQ(out.bytes().substr(0, written), text.substr(0, written)) << value << ' ' << precision;
+        ASSERT_TRUE(out.untouched_from(written)) << value << ' ' << precision;
+      }
+    }
+  }
+}
+
+TEST(FloatToString, RoundsAnyDoubleToSinglesDigits) {
+  Doubles doubles;
+  for (int i = 0; i < 300000; ++i) {
+    const double value = doubles.next();
+    wchar_t wide[17];
+    ASSERT_EQ(FloatToString(wide, 17, 7, value), ZVRT_RC_OK);
+    ASSERT_EQ(std::string(wide, wide + std::wcslen(wide)), printed(value, 7));
+  }
+}
+
+TEST(FloatToString, RefusesWithNothingWritten) {
+  struct {
+    const char* name;
+    int32_t room;
+    int16_t precision;
+    double value;
+    uint32_t status;
+  } const cases[] = {
+      {"no digits at all", 64, -1, 1, ZVRT_RC_TRUNCATED},
+      {"no digits of no number", 64, -1, nan, ZVRT_RC_TRUNCATED},
+      {"less than none", 64, -2, 1, ZVRT_RC_ERROR},
+      {"the least precision", 64, std::numeric_limits<int16_t>::min(), 1, ZVRT_RC_ERROR},
+      {"infinity", 64, 16, infinity, ZVRT_RC_ERROR},
+      {"no number", 64, 3, nan, ZVRT_RC_ERROR},
+      {"no room", 0, 3, 1, ZVRT_RC_ERROR},
+      {"negative room", -8, 16, 1, ZVRT_RC_ERROR},
+  };
+  for (const auto& row : cases) {
+    GuardedBuffer out(256);
+    EXPECT_EQ(FloatToString(out.as<wchar_t>(), row.room, row.precision, row.value), row.status) << row.name;
+    EXPECT_TRUE(out.untouched_from(0)) << row.name;
+  }
+  EXPECT_EQ(FloatToString(nullptr, 64, 16, 1), ZVRT_RC_ERROR);
+}
+
+TEST(FloatReading, Examples) {
+  constexpr uint32_t bad = ZVRT_RC_INVALID_DOUBLE;
+  struct {
+    const char* text;
+    uint32_t status;
+    double value;
+  } const cases[] = {
+      {"1.5", 0, 1.5},
+      {".5", 0, 0.5},
+      {"5.", 0, 5},
+      {"+.5e1", 0, 5},
+      {"-2.5e-3", 0, -0.0025},
+      {"1e5e5", 0, 100000},
+      {"1E+", 0, 1},
+      {"-.5e-", 0, -.5},
+      {"1.2.3", 0, 1.2},
+      {"1e00000000000000000000000000000005", 0, 1e5},
+      {"1.7976931348623157e308", 0, std::numeric_limits<double>::max()},
+      {"1.7976931348623159e308", bad, 0},
+      {"1e400", bad, 0},
+      {"1e99999999999999999999", bad, 0},
+      {"-1e309", 0, -infinity},
+      {"-1e99999999999999999999", 0, -infinity},
+      {"1e-400", bad, 0},
+      {"-1e-400", bad, 0},
+      {"1e-99999999999999999999", bad, 0},
+      {"4.9e-324", 0, 0x1p-1074},
+      {"2.4703282292062327e-324", bad, 0},
+      {"2.4703282292062328e-324", 0, 0x1p-1074},
+      {"2.2250738585072011e-308", 0, 0x1p-1022 - 0x1p-1074},
+      {"9007199254740993", 0, 9007199254740992.0},
+      {"9007199254740993.0", 0, 9007199254740992.0},
+      {"9007199254740993.00000000000000000000000000000000000000000001", 0, 9007199254740994.0},
+      {"", 0, 0},
+      {"+", 0, 0},
+      {"-", 0, 0},
+      {".", 0, 0},
+      {"-0", 0, 0},
+      {"0.000", 0, 0},
+      {"-0E0", 0, 0},
+      {"E+..00", 0, 0},
+      {"E5", bad, 0},
+      {"..1", bad, 0},
+      {"0e1", bad, 0},
+      {"00.0.1", bad, 0},
+      {" 1", bad, 0},
+      {"1 ", bad, 0},
+      {"+-1", bad, 0},
+      {"1e5+", bad, 0},
+      {"1E++", bad, 0},
+      {"1,5", bad, 0},
+      {"inf", bad, 0},
+      {"nan", bad, 0},
+      {"0x1A", bad, 0},
+      {"0x0", bad, 0},
+  };
+  for (const auto& row : cases) {
+    EXPECT_EQ(read<double>(widen(row.text)), reading_of(row.status, row.value)) << row.text;
+  }
+  // Digits in their low bits only.
+  for (const char32_t character : {0x131u, 0xFF11u, 0x80000031u, 0xFFFFFF31u}) {
+    EXPECT_EQ(read<double>({U'1', character}), (Reading{bad, 0}));
+    EXPECT_EQ(read<double>({character}), (Reading{bad, 0}));
+  }
+}
+
+TEST(FloatReading, SinglesAreRoundedFromDoubles) {
+  constexpr uint32_t bad = ZVRT_RC_INVALID_FLOAT;
+  struct {
+    const char* text;
+    uint32_t status;
+    float value;
+  } const cases[] = {
+      {"3.4028235e38", 0, std::numeric_limits<float>::max()},
+      {"3.4028236e38", bad, 0},
+      {"1e39", bad, 0},
+      {"-1e39", 0, -std::numeric_limits<float>::infinity()},
+      {"1e-46", bad, 0},
+      {"1e-45", 0, 0x1p-149F},
+      {"1.00000005960464477539062500001", 0, 1.0F},  // above the middle, which the double is exactly
+      {"-0", 0, 0},
+      {"x", bad, 0},
+  };
+  for (const auto& row : cases) {
+    EXPECT_EQ(read<float>(widen(row.text)), reading_of(row.status, row.value)) << row.text;
+  }
+}
+
+TYPED_TEST(Floating, ReadingStaysWithinItsBuffers) {
+  constexpr uint32_t refused = is_double<TypeParam> ? ZVRT_RC_INVALID_DOUBLE : ZVRT_RC_INVALID_FLOAT;
+  constexpr auto size = static_cast<int32_t>(sizeof(TypeParam));
+  const auto check = [](const std::string& text, int32_t dst_size, uint32_t expected, uint32_t expected_length) {
+    const std::string source = wide_bytes(widen(text));
+    GuardedBuffer src(source.data(), source.size());
+    GuardedBuffer dst(static_cast<std::size_t>(std::max(dst_size, 0)));
+    uint32_t length = 77;
+    EXPECT_EQ(from_text<TypeParam>(src.as(), dst.as(), dst_size, &length), expected) << text;
+    EXPECT_EQ(length, expected_length);
+    EXPECT_TRUE(dst.untouched_from(expected == ZVRT_RC_OK ? sizeof(TypeParam) : 0)) << text;
+  };
+  for (int32_t dst_size = -9; dst_size < size; ++dst_size) check("rubbish", dst_size, ZVRT_RC_TRUNCATED, size);
+  for (int32_t dst_size = size; dst_size < size + 8; ++dst_size) {
+    check("rubbish", dst_size, refused, 77);
+    check("1e-999", dst_size, refused, 77);
+    check("1.5", dst_size, ZVRT_RC_OK, size);
+  }
+  const std::string longest = "-1234567890123456789012345.67890e+12.e5E-.";
+  for (std::size_t length = 0; length <= longest.size(); ++length) {
+    const std::string text = longest.substr(0, length);
+    check(text, size, ZVRT_RC_OK, size);
+    check(text + 'x', size, refused, 77);
+  }
+}
+
+// Calls `check` with every text of up to `length` characters of the alphabet.
+template <class Check>
+void for_each_text(std::string_view alphabet, std::size_t length, std::string& text, const Check& check) {
+  check(text);
+  if (text.size() == length) return;
+  for (const char character : alphabet) {
+    text.push_back(character);
+    for_each_text(alphabet, length, text, check);
+    text.pop_back();
+  }
+}
+
+TYPED_TEST(Floating, ReadsEveryShortText) {
+  std::string text;
+  for_each_text("+-.eE07x", 6, text, [](const std::string& whole) {
+    ASSERT_EQ(read<TypeParam>(widen(whole)), expected_reading<TypeParam>(whole)) << whole;
+  });
+}
+
+TYPED_TEST(Floating, ReadsDamagedNumbers) {
+  Doubles doubles;
+  std::mt19937 random(7);
+  for (int i = 0; i < 200000; ++i) {
+    std::string text = printed(doubles.next(), static_cast<int>(random() % 30));
+    for (auto edits = random() % 4; edits > 0; --edits) {
+      const std::size_t at = random() % (text.size() + 1);
+      text.insert(at, 1, "0123456789.eE+-, "[random() % (random() % 8 == 0 ? 17 : 15)]);
+      if (random() % 2 == 0) text.erase(random() % text.size(), 1);
+    }
+    ASSERT_EQ(read<TypeParam>(widen(text)), expected_reading<TypeParam>(text)) << text;
+  }
+}
+
+// The exact middle between a double and its successor, in up to 768 digits.
+std::string middle_above(double value) {
+  const auto next = std::bit_cast<double>(std::bit_cast<uint64_t>(value) + 1);
+  const auto middle = (static_cast<long double>(value) + static_cast<long double>(next)) / 2;
+  char text[800];
+  return {text, static_cast<std::size_t>(std::snprintf(text, sizeof text, "%.780Le", middle))};
+}
+
+TEST(FloatReading, DecidesAtTheMiddle) {
+  Doubles doubles;
+  for (int i = 0; i < 5000; ++i) {
+    const double value = std::abs(doubles.next());
+    if (value == std::numeric_limits<double>::max()) continue;
+    const std::string middle = middle_above(value);
+    const std::size_t mark = middle.find('e');
+    const std::string exponent = middle.substr(mark);
+    std::string digits = middle.substr(0, mark);
+    digits.erase(digits.find_last_not_of('0') + 1);
+    if (digits.back() == '.') digits += '0';
+    std::string below = digits;  // 1 less in the last place
+    std::size_t at = below.size() - 1;
+    while (below[at] == '0' || below[at] == '.') below[at] = below[at] == '.' ? '.' : '9', --at;
+    --below[at];
+    for (const std::string& text :
+         {digits + exponent, digits + std::string(900, '0') + exponent, digits + std::string(900, '0') + "1" + exponent,
+          below + std::string(900, '9') + exponent, below + exponent, digits.substr(0, 21) + exponent}) {
+      ASSERT_EQ(read<double>(widen(text)), expected_reading<double>(text)) << text;
+    }
+  }
+}
+
+TEST(FloatReading, TextOfAnyLength) {
+  const std::string zeros(1000000, '0');
+  const std::string nines(1000000, '9');
+  const std::string texts[] = {
+      zeros + "1",
+      std::string("0.") + zeros + "1",
+      std::string("0.") + zeros + "12345e1000000",
+      std::string("1") + zeros + "e-1000000",
+      nines + "e-999999",
+      std::string("1.") + zeros + "1",
+      std::string("1e") + zeros + "7",
+      std::string("-0.") + zeros,
+      nines,
+      std::string("1e") + nines,
+      std::string("1e-") + nines,
+      std::string("7") + std::string(999999, '.'),
+      std::string("0.") + nines,
+      zeros + "x",
+      std::string("1.5") + zeros + std::string("e-10.e+") + zeros,
+  };
+  for (const std::string& text : texts) {
+    EXPECT_EQ(read<double>(widen(text)), expected_reading<double>(text)) << text.substr(0, 20) << "...";
+  }
+}
+
+// A locale whose decimal point is a comma, where one is installed.
+const char* comma_locale() {
+  for (const char* name : {"de_DE.UTF-8", "de_DE.utf8", "de_DE", "fr_FR.UTF-8", "fr_FR.utf8", "ru_RU.UTF-8"}) {
+    if (std::setlocale(LC_ALL, name) != nullptr && std::strcmp(std::localeconv()->decimal_point, ",") == 0) return name;
+  }
+  return nullptr;
+}
+
+TEST(FloatLocale, ACommaChangesNothing) {
+  const char* const name = comma_locale();
+  std::setlocale(LC_ALL, "C");
+  if (name == nullptr) GTEST_SKIP() << "no locale with a decimal comma is installed";
+  std::vector<double> values;
+  std::vector<std::string> texts;
+  Doubles doubles;
+  for (int i = 0; i < 20000; ++i) {
+    values.push_back(std::abs(doubles.next()) + 0x1p-1074);
+    texts.push_back(printed(values.back()));
+  }
+  const auto check = [&] {
+    for (std::size_t i = 0; i < values.size(); ++i) {
+      ASSERT_EQ(rendered(values[i]), texts[i]);
+      ASSERT_EQ(read<double>(widen(texts[i])), reading_of(ZVRT_RC_OK, values[i]));
+      ASSERT_EQ(read<double>(widen(texts[i]) + U"1"), read<double>(widen(texts[i] + "1")));
+      wchar_t wide[32];
+      ASSERT_EQ(FloatToString(wide, 32, 3, values[i]), ZVRT_RC_OK);
+      ASSERT_EQ(wide[1], L'.');
+    }
+    ASSERT_EQ(read<double>(U"1.00000000000000000000000000000000005"), reading_of(ZVRT_RC_OK, 1.0));
+    ASSERT_EQ(read<double>(U"1,5"), (Reading{ZVRT_RC_INVALID_DOUBLE, 0}));
+  };
+  std::setlocale(LC_ALL, name);
+  check();
+  std::atomic<bool> done = false;
+  std::thread switching([&] {
+    while (!done) {
+      std::setlocale(LC_ALL, "C");
+      std::setlocale(LC_ALL, name);
+    }
+  });
+  check();
+  done = true;
+  switching.join();
+  std::setlocale(LC_ALL, "C");
+}
+
+}  // namespace
