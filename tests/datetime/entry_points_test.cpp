@@ -1,0 +1,338 @@
+// The 19 conversions against what they are made of: the formatter, the parser, the validation and the conversions of
+// text, each called as a caller would, and the order in which arguments are refused.
+#include <functional>
+
+#include "datetime/models.h"
+#include "support/guarded_buffer.h"
+
+namespace zvrt_test {
+namespace {
+
+constexpr std::uint32_t unset = 4711;
+const ZVRTTS good = timestamp(2024, 3, 5, 7, 8, 9, 1234);
+
+std::string narrow(const std::wstring& text) { return {text.begin(), text.end()}; }
+std::string wide(const std::wstring& text) {
+  return {reinterpret_cast<const char*>(text.c_str()), text.size() * sizeof(wchar_t)};
+}
+
+// ---- records to text
+
+struct Writer {
+  const char* name;
+  ZVRTConversion* write;
+  ZVRTConversion* from_wide;  // null: the formatter's own text
+  std::uint32_t no_memory;
+};
+const Writer writers[] = {
+    {"WVarcharSz", ZVRTCnvZVRTTSToWVarcharSz, nullptr, 0},
+    {"Wchar", ZVRTCnvZVRTTSToWchar, ZVRTCnvWVarcharSzToWChar, ZVRT_RC_NO_MEMORY},
+    {"WVarchar", ZVRTCnvZVRTTSToWVarchar, ZVRTCnvWVarcharSzToWVarchar, ZVRT_RC_NO_MEMORY},
+    {"Char", ZVRTCnvZVRTTSToChar, ZVRTCnvWVarcharSzToChar, ZVRT_RC_ERROR},
+    {"Varchar", ZVRTCnvZVRTTSToVarchar, ZVRTCnvWVarcharSzToVarchar, ZVRT_RC_ERROR},
+    {"VarcharSz", ZVRTCnvZVRTTSToVarcharSz, ZVRTCnvWVarcharSzToVarcharSz, ZVRT_RC_ERROR},
+};
+
+struct Reported {
+  std::uint32_t status;
+  std::uint32_t length;
+  std::string bytes;
+  bool operator==(const Reported&) const = default;
+};
+void PrintTo(const Reported& reported, std::ostream* out) {
+  *out << reported.status << ", length " << reported.length << ", " << testing::PrintToString(reported.bytes);
+}
+
+Reported call(ZVRTConversion* conversion, const void* src, std::size_t size, const FldDef* field) {
+  GuardedBuffer dst(size);
+  std::uint32_t length = unset;
+  std::int32_t source_length = 0;  // to be left alone
+  const std::uint32_t status =
+      conversion(src, &source_length, dst.as<>(), static_cast<std::int32_t>(size), &length, field);
+  EXPECT_TRUE(dst.untouched_from(size));
+  return {status, length, dst.bytes()};
+}
+
+Reported expected_text(const Writer& writer, const ZVRTTS& ts, std::size_t size, const Model& model, FldDef* field) {
+  GuardedBuffer dst(size);
+  const Reported nothing{ZVRT_RC_ERROR, unset, dst.bytes()};
+  const bool prefix_does_not_fit = writer.from_wide == ZVRTCnvWVarcharSzToWVarchar && size < 2;
+  if (prefix_does_not_fit) return {ZVRT_RC_TRUNCATED, unset, dst.bytes()};
+  std::uint32_t status = ZVRTValidateDateTime(&ts, ZVRT_DT_TIMESTAMP);
+  if (status != ZVRT_RC_OK) return {status, unset, dst.bytes()};
+  if (writer.from_wide == nullptr) {
+    std::uint32_t length = unset;
+    status = ZVRTTSToWVarcharSz(dst.as<wchar_t>(), static_cast<std::int32_t>(size / 4), model.codes.data(), &ts,
+                                ZVRT_DT_TIMESTAMP, &length);
+    return {status, length, dst.bytes()};
+  }
+  std::vector<wchar_t> wide(model.text.size() * 16 + 1);
+  std::uint32_t length = unset;
+  status = ZVRTTSToWVarcharSz(wide.data(), static_cast<std::int32_t>(wide.size()), model.codes.data(), &ts,
+                              ZVRT_DT_TIMESTAMP, &length);
+  if (status != ZVRT_RC_OK) return {status, unset, dst.bytes()};
+  length = unset;
+  status = writer.from_wide(wide.data(), nullptr, dst.as<>(), static_cast<std::int32_t>(size), &length, field);
+  return {status, length, dst.bytes()};
+}
+
+TEST(RecordsToText, AreTheFormattersTextInEveryKindAtEveryCapacity) {
+  const Model models[] = {Model(L"%YYYY-%MM-%DD %HH24:%MI:%SS.%FFFFFF"),
+                          Model(L"%D\u20AC%MONTH\u00E9%YY"),
+                          Model(L""),
+                          Model(L"x"),
+                          Model(std::wstring(70, L'\u00E9') + L"%DD"),
+                          Model(L"%PM%HH24%PM")};
+  const ZVRTTS records[] = {good, timestamp(2024, 2, 30), timestamp(1, 1, 1, 0, 0, 0, 0xFFFFFFFF)};
+  for (const Writer& writer : writers) {
+    for (const Model& model : models) {
+      Field field(model);
+      for (const ZVRTTS& ts : records) {
+        for (std::size_t size = 0; size <= 4 * model.text.size() + 12; ++size) {
+          const Reported expected = expected_text(writer, ts, size, model, &field);
+          ASSERT_EQ(expected, call(writer.write, &ts, size, &field)) << writer.name << ' ' << size;
+        }
+      }
+    }
+  }
+}
+
+TEST(RecordsToText, DatesAndTimesAreTimestampsOfTheirKind) {
+  const Model model(L"%YYYY-%MM-%DD %HH24:%MI:%SS.%FFF %PM");
+  Field field(model);
+  const ZVRTDate date{2024, 3, 5}, no_date{2024, 13, 5};
+  const ZVRTTime time{7, 8, 9}, no_time{7, 60, 9};
+  const struct {
+    const char* name;
+    ZVRTConversion* write;
+    ZVRTConversion* write_out;
+    const void* src;
+    std::uint32_t status;
+    const wchar_t* text;
+  } rows[] = {
+      {"date", ZVRTCnvZVRTDateToWVarcharSz, ZVRTCnvZVRTDateToWVarcharSzOut, &date, 0, L"2024-03-05"},
+      {"time", ZVRTCnvZVRTTimeToWVarcharSz, ZVRTCnvZVRTTimeToWVarcharSzOut, &time, 0, L"-- 07:08:09.   "},
+      {"timestamp", ZVRTCnvZVRTTSToWVarcharSz, ZVRTCnvZVRTTSToWVarcharSzOut, &good, 0, L"2024-03-05 07:08:09.1234   "},
+      {"no date", ZVRTCnvZVRTDateToWVarcharSz, ZVRTCnvZVRTDateToWVarcharSzOut, &no_date, ZVRT_RC_INVALID_MONTH, L""},
+      {"no time", ZVRTCnvZVRTTimeToWVarcharSz, ZVRTCnvZVRTTimeToWVarcharSzOut, &no_time, ZVRT_RC_INVALID_MINUTE, L""},
+  };
+  for (const auto& row : rows) {
+    const bool ok = row.status == ZVRT_RC_OK;
+    const auto length = static_cast<std::uint32_t>(std::wcslen(row.text));
+    const Reported text = call(row.write, row.src, 127, &field), out = call(row.write_out, row.src, 127, &field);
+    EXPECT_EQ(row.status, text.status) << row.name;
+    EXPECT_EQ(row.status, out.status) << row.name;
+    EXPECT_EQ(ok ? length : unset, text.length) << row.name;
+    EXPECT_EQ(ok ? length * 4 : 0, out.length) << row.name;
+    EXPECT_EQ(text.bytes, out.bytes) << row.name;
+    EXPECT_EQ(ok ? wide(row.text) + std::string(4, '\0') : "", text.bytes.substr(0, ok ? length * 4 + 4 : 0));
+  }
+  EXPECT_EQ(ZVRT_RC_ERROR, call(ZVRTCnvZVRTTSToWVarcharSzOut, nullptr, 40, &field).status);
+  EXPECT_EQ(0U, call(ZVRTCnvZVRTTSToWVarcharSzOut, nullptr, 40, &field).length);
+}
+
+TEST(RecordsToText, ModelLengthsWithoutATemporary) {
+  const Model model(L"%YYYY");
+  const ZVRTTS invalid = timestamp(0, 0, 0);
+  for (const Writer& writer : writers) {
+    if (writer.from_wide == nullptr) continue;
+    for (const std::int32_t length : {-1, INT32_MIN, 1 << 27, INT32_MAX}) {
+      Field field(model.codes.data(), length);
+      EXPECT_EQ(writer.no_memory, call(writer.write, &invalid, 40, &field).status) << writer.name << ' ' << length;
+    }
+    Field field(model.codes.data(), 0);  // room for the terminator alone
+    EXPECT_EQ(ZVRT_RC_TRUNCATED, call(writer.write, &good, 40, &field).status) << writer.name;
+  }
+}
+
+// ---- text to records
+
+struct Reader {
+  const char* name;
+  ZVRTConversion* read;
+  std::size_t record;
+  std::function<std::string(const std::wstring&)> source;  // the buffer of a text
+  std::function<std::int32_t(std::size_t)> told;           // the length that the caller tells, of so many characters
+  std::function<std::int32_t(std::size_t, std::uint32_t)> stored;  // where 0 was told
+};
+
+std::string prefixed(const std::string& bytes) {
+  const auto size = static_cast<std::uint16_t>(bytes.size());
+  return std::string(reinterpret_cast<const char*>(&size), 2) + bytes;
+}
+std::string terminated(const std::string& bytes, std::size_t zeros) { return bytes + std::string(zeros, '\0'); }
+
+const auto told_zero = [](std::size_t) { return 0; };
+const auto told_length = [](std::size_t length) { return static_cast<std::int32_t>(length); };
+const auto as_told = [](std::size_t length, std::uint32_t) { return static_cast<std::int32_t>(length); };
+const auto units_of_1 = as_told;
+const auto units_of_4 = [](std::size_t length, std::uint32_t) { return static_cast<std::int32_t>(length) * 4; };
+const auto on_success = [](std::size_t length, std::uint32_t status) {
+  return status == ZVRT_RC_OK ? static_cast<std::int32_t>(length) : 0;
+};
+const auto never = [](std::size_t, std::uint32_t) { return 0; };
+
+const Reader readers[] = {
+    {"Char", ZVRTCnvDateTimeCharToZVRTTS, 24, narrow, told_length, as_told},
+    {"Varchar", ZVRTCnvDateTimeVarcharToZVRTTS, 24, [](auto& text) { return prefixed(narrow(text)); }, told_zero,
+     units_of_1},
+    {"VarcharSz", ZVRTCnvDateTimeSzToZVRTTS, 24, [](auto& text) { return terminated(narrow(text), 1); }, told_zero,
+     on_success},
+    {"WChar", ZVRTCnvDateTimeWcharToZVRTTS, 24, wide, told_length, as_told},
+    {"WVarchar", ZVRTCnvDateTimeWVarcharToZVRTTS, 24, [](auto& text) { return prefixed(wide(text)); }, told_zero,
+     units_of_4},
+    {"WVarcharSz", ZVRTCnvDateTimeWSzToZVRTTS, 24, [](auto& text) { return terminated(wide(text), 4); }, told_zero,
+     units_of_4},
+    {"date", ZVRTCnvDateTimeWSzToZVRTDate, 16, [](auto& text) { return terminated(wide(text), 4); }, told_zero,
+     units_of_4},
+    {"time", ZVRTCnvDateTimeWSzToZVRTTime, 16, [](auto& text) { return terminated(wide(text), 4); }, told_zero, never},
+};
+bool is_date(const Reader& reader) { return reader.read == ZVRTCnvDateTimeWSzToZVRTDate; }
+
+// What a reader makes of a text that is not empty.
+std::uint32_t expected_record(const Reader& reader, const Model& model, const std::wstring& text, std::string& record) {
+  const bool is_timestamp = reader.record == 24;
+  ZVRTTS ts;
+  std::uint32_t status = ZVRTWVarcharSzToTS(text.c_str(), static_cast<std::int32_t>(text.size()), model.codes.data(),
+                                            model.length(), &ts, 3);
+  const bool blank = text.find_first_not_of(L' ') == std::wstring::npos;
+  if (status != ZVRT_RC_OK) return is_timestamp && blank ? ZVRT_RC_BLANK_TEXT : status;
+  const std::size_t two_digits = model.text.find(L"%YY"), four_digits = model.text.find(L"%YYYY");
+  const DtKind timestamp_kind = two_digits < four_digits ? ZVRT_DT_TIMESTAMP_YY : ZVRT_DT_TIMESTAMP;
+  status = ZVRTValidateDateTime(&ts, is_timestamp ? timestamp_kind : is_date(reader) ? ZVRT_DT_DATE : ZVRT_DT_TIME);
+  if (status != ZVRT_RC_OK) return status;
+  const auto* bytes = reinterpret_cast<const char*>(&ts);
+  record = is_timestamp ? std::string(bytes, 24) : terminated(std::string(bytes + (is_date(reader) ? 0 : 6), 6), 10);
+  return ZVRT_RC_OK;
+}
+
+TEST(TextToRecords, IsParsedValidatedAndWrittenOnlyThen) {
+  const std::wstring long_text = L"2024-03-05" + std::wstring(1100, L'x');
+  const struct {
+    const wchar_t* model;
+    std::wstring text;
+  } rows[] = {
+      {L"%YYYY-%MM-%DD %HH24:%MI:%SS", L"2024-03-05 10:20:30"},
+      {L"%YYYY-%MM-%DD %HH24:%MI:%SS", L"2024-03-05 10:20:61"},
+      {L"%YYYY-%MM-%DD %HH24:%MI:%SS", L"2024-13-05 10:20:30"},
+      {L"%YYYY-%MM-%DD %HH24:%MI:%SS", L"0000-01-01 24:00:00"},
+      {L"%YYYY-%MM-%DD", L"2024-02-29"},
+      {L"%YYYY-%MM-%DD", L"          "},
+      {L"%YYYY-%MM-%DD", L"   2024-02-29"},
+      {L"%YYYY-%MM-%DD", long_text},
+      {L"%YY-%MM-%DD", L"00-01-01"},
+      {L"%YYYY %YY-%MM-%DD", L"2024 00-01-01"},
+      {L"%YY %YYYY-%MM-%DD", L"24 0000-01-01"},
+      {L"", L"          "},
+      {L"", L"x"},
+      {L"%HH %PM", L"11 pm"},
+  };
+  for (const Reader& reader : readers) {
+    for (const auto& row : rows) {
+      const Model model(row.model);
+      Field field(model);
+      std::string record(reader.record, static_cast<char>(GuardedBuffer::mark));
+      const std::uint32_t expected = expected_record(reader, model, row.text, record);
+      const std::string bytes = reader.source(row.text);
+      GuardedBuffer src(bytes.data(), bytes.size()), dst(reader.record);
+      std::int32_t length = reader.told(row.text.size());
+      std::uint32_t out_length = unset;
+      const auto name = std::string(reader.name) + " " + narrow(row.model) + " " + narrow(row.text);
+      EXPECT_EQ(expected, reader.read(src.as<>(), &length, dst.as<>(), static_cast<std::int32_t>(reader.record),
+                                      &out_length, &field))
+          << name;
+      EXPECT_EQ(reader.record, out_length) << name;
+      EXPECT_EQ(record, dst.bytes()) << name;
+      EXPECT_EQ(reader.stored(row.text.size(), expected), length) << name;
+    }
+  }
+}
+
+TEST(TextToRecords, RefusesEmptySourcesAndSmallDestinations) {
+  const Model model(L"%YYYY-%MM-%DD");
+  Field field(model);
+  for (const Reader& reader : readers) {
+    const auto size = static_cast<std::int32_t>(reader.record);
+    const std::string empty = terminated(reader.source(L""), 4);
+    GuardedBuffer dst(reader.record);
+    for (const std::int32_t told : {0, -1, INT32_MIN}) {
+      std::int32_t length = told;
+      std::uint32_t out_length = unset;
+      EXPECT_EQ(ZVRT_RC_INVALID_PARAM, reader.read(empty.data(), &length, dst.as<>(), size, &out_length, &field));
+      EXPECT_EQ(told, length) << reader.name;
+      EXPECT_EQ(unset, out_length) << reader.name;
+    }
+    std::uint32_t out_length = unset;
+    EXPECT_EQ(ZVRT_RC_INVALID_PARAM, reader.read(empty.data(), nullptr, dst.as<>(), size, &out_length, &field));
+    for (const std::int32_t small : {size - 1, 0, -1, INT32_MIN}) {
+      out_length = unset;
+      EXPECT_EQ(ZVRT_RC_TRUNCATED, reader.read(empty.data(), nullptr, dst.as<>(), small, &out_length, &field));
+      EXPECT_EQ(reader.record, out_length) << reader.name;
+    }
+    EXPECT_TRUE(dst.untouched_from(0)) << reader.name;
+  }
+}
+
+TEST(TextToRecords, PrefixesAreReadAsEachKindReadsThem) {
+  const Model model(L"%YYYY-%MM-%DD");
+  Field field(model);
+  ZVRTTS ts;
+  std::int32_t length = 0;
+  std::uint32_t out_length = unset;
+  std::string text = terminated("", 2 + 65536);
+  const auto read_varchar = [&](std::uint16_t prefix, ZVRTConversion* read) {
+    std::memcpy(text.data(), &prefix, 2);
+    out_length = unset;
+    return read(text.data(), &length, &ts, 24, &out_length, &field);
+  };
+  // Its length is counted unsigned, but the conversion of the text takes it as signed.
+  EXPECT_EQ(ZVRT_RC_INVALID_PARAM, read_varchar(0x8000, ZVRTCnvDateTimeVarcharToZVRTTS));
+  EXPECT_EQ(24U, out_length);
+  EXPECT_EQ(ZVRT_RC_INVALID_PARAM, read_varchar(0x8000, ZVRTCnvDateTimeWVarcharToZVRTTS));
+  EXPECT_EQ(unset, out_length);
+  EXPECT_EQ(ZVRT_RC_INVALID_PARAM, read_varchar(3, ZVRTCnvDateTimeWVarcharToZVRTTS));
+  EXPECT_EQ(0, length);
+}
+
+TEST(TextToRecords, ReportsWhatTheConversionOfTheTextReports) {
+  const Model model(L"%YYYY-%MM-%DD");
+  Field field(model);
+  ZVRTTS ts;
+  std::int32_t length = 0;
+  std::uint32_t out_length = unset;
+  EXPECT_EQ(ZVRT_RC_TRUNCATED, ZVRTCnvDateTimeSzToZVRTTS("2024-03-05\xC3", &length, &ts, 24, &out_length, &field));
+  EXPECT_EQ(24U, out_length);
+  EXPECT_EQ(0, length);
+  // A zero byte ends the text: nothing is read, and the record of nothing is no date.
+  std::int32_t fields_length = 3;
+  EXPECT_EQ(ZVRT_RC_INVALID_YEAR, ZVRTCnvDateTimeCharToZVRTTS("\0xx", &fields_length, &ts, 24, &out_length, &field));
+}
+
+TEST(DateConversions, NeedAllOfTheirArguments) {
+  const Model model(L"%YYYY-%MM-%DD");
+  Field whole(model), no_model(nullptr, 13);
+  FldDef no_format{};
+  std::vector<ZVRTConversion*> conversions = {ZVRTCnvZVRTDateToWVarcharSz, ZVRTCnvZVRTDateToWVarcharSzOut,
+                                              ZVRTCnvZVRTTimeToWVarcharSz, ZVRTCnvZVRTTimeToWVarcharSzOut,
+                                              ZVRTCnvZVRTTSToWVarcharSzOut};
+  for (const Writer& writer : writers) conversions.push_back(writer.write);
+  for (const Reader& reader : readers) conversions.push_back(reader.read);
+  ASSERT_EQ(19U, conversions.size());
+  GuardedBuffer dst(64);
+  const std::string src(64, '\0');
+  std::int32_t length = 10;
+  std::uint32_t out_length = 0;
+  for (ZVRTConversion* convert : conversions) {
+    // Each is refused before a destination of no size is.
+    EXPECT_EQ(ZVRT_RC_ERROR, convert(nullptr, &length, dst.as<>(), 0, &out_length, &whole));
+    EXPECT_EQ(ZVRT_RC_ERROR, convert(src.data(), &length, nullptr, 0, &out_length, &whole));
+    EXPECT_EQ(ZVRT_RC_ERROR, convert(src.data(), &length, dst.as<>(), 0, &out_length, nullptr));
+    EXPECT_EQ(ZVRT_RC_ERROR, convert(src.data(), &length, dst.as<>(), 0, &out_length, &no_format));
+    EXPECT_EQ(ZVRT_RC_ERROR, convert(src.data(), &length, dst.as<>(), 0, &out_length, &no_model));
+    EXPECT_EQ(0U, out_length);
+  }
+  EXPECT_TRUE(dst.untouched_from(0));
+}
+
+}  // namespace
+}  // namespace zvrt_test

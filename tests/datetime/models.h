@@ -1,0 +1,121 @@
+// Format models for the tests of dates: tokenised, carried by a field descriptor, and made at random.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <ostream>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "ZVRTDataCnvLib.h"
+
+// Records are compared as the bytes they are.
+inline bool operator==(const ZVRTTS& a, const ZVRTTS& b) { return std::memcmp(&a, &b, sizeof a) == 0; }
+inline void PrintTo(const ZVRTTS& ts, std::ostream* out) {
+  *out << ts.year << '-' << ts.month << '-' << ts.day << ' ' << ts.hour << ':' << ts.minute << ':' << ts.second << '.'
+       << ts.fraction;
+}
+
+namespace zvrt_test {
+
+inline ZVRTTS timestamp(int year, int month, int day, int hour = 0, int minute = 0, int second = 0,
+                        std::uint32_t fraction = 0) {
+  const auto u16 = [](int value) { return static_cast<std::uint16_t>(value); };
+  return {static_cast<std::int16_t>(year), u16(month), u16(day), u16(hour), u16(minute), u16(second), fraction, {}};
+}
+
+// A model's text with its tokenised form.
+struct Model {
+  explicit Model(std::wstring model_text, DtKind known = 0) : text(std::move(model_text)), kind(known) {
+    codes.resize(text.size() + 1);
+    status = ZVRTGetFormatCodes(text.c_str(), codes.data(), &kind);
+  }
+  std::int32_t length() const { return static_cast<std::int32_t>(text.size()); }
+
+  std::wstring text;
+  DtKind kind;
+  std::uint32_t status;
+  std::vector<FmtCode> codes;
+};
+
+// The field descriptor of a column that carries the model.
+class Field {
+ public:
+  explicit Field(const Model& model) { set(model.codes.data(), model.length()); }
+  Field(const FmtCode* codes, std::int32_t model_length) { set(codes, model_length); }
+  Field(const Field&) = delete;
+  Field& operator=(const Field&) = delete;
+
+  FldDef* operator&() { return &field_; }
+
+ private:
+  void set(const FmtCode* codes, std::int32_t model_length) {
+    format_.model = codes;
+    format_.modelLen = model_length;
+    field_.dtFormat = &format_;
+  }
+  DtFormatDesc format_{};
+  FldDef field_{};
+};
+
+inline const wchar_t* const element_letters[] = {L"YYYY", L"YY",   L"MONTH", L"MMM", L"MM", L"M",      L"DD",
+                                                 L"D",    L"HH24", L"HH",    L"MI",  L"SS", L"FFFFFF", L"FFFFF",
+                                                 L"FFFF", L"FFF",  L"FF",    L"F",   L"PM"};
+
+class Random {
+ public:
+  explicit Random(std::uint32_t seed) : engine_(seed) {}
+  std::uint32_t below(std::uint32_t limit) { return static_cast<std::uint32_t>(engine_() % limit); }
+  bool one_in(std::uint32_t count) { return below(count) == 0; }
+  template <class T, std::size_t count>
+  const T& of(const T (&choices)[count]) {
+    return choices[below(count)];
+  }
+
+  // Literals come from an alphabet small enough for runs of them to be found in the wrong place.
+  std::wstring model_text(std::uint32_t most_parts) {
+    constexpr wchar_t literals[] = {L'-', L'/', L':', L' ', L'.', L'1', L'a', L'A', L'\u00E9'};
+    std::wstring text;
+    for (std::uint32_t parts = below(most_parts + 1); parts > 0; --parts) {
+      if (one_in(2)) {
+        text += L'%';
+        text += of(element_letters);
+        if (one_in(4)) text += L'-';
+      } else {
+        text += of(literals);
+      }
+    }
+    return text;
+  }
+
+  ZVRTTS valid_timestamp() {
+    return timestamp(between(1, 9999), between(1, 12), between(1, 28), between(0, 23), between(0, 59), between(0, 59),
+                     one_in(2) ? below(1000000) : below(10));
+  }
+  // Any field may hold anything.
+  ZVRTTS any_timestamp() {
+    ZVRTTS ts = valid_timestamp();
+    const int extremes[] = {0, 1, -1, 12, 13, 100, 9999, 10000, 32767, -32768, 65535};
+    for (int i = 0; i < 3; ++i) {
+      const int value = of(extremes);
+      switch (below(7)) {
+        case 0: ts.year = static_cast<std::int16_t>(value); break;
+        case 1: ts.month = static_cast<std::uint16_t>(value); break;
+        case 2: ts.day = static_cast<std::uint16_t>(value); break;
+        case 3: ts.hour = static_cast<std::uint16_t>(value); break;
+        case 4: ts.minute = static_cast<std::uint16_t>(value); break;
+        case 5: ts.second = static_cast<std::uint16_t>(value); break;
+        default: ts.fraction = one_in(2) ? 0x80000000U : static_cast<std::uint32_t>(engine_());
+      }
+    }
+    return ts;
+  }
+
+ private:
+  int between(int low, int high) { return low + static_cast<int>(below(static_cast<std::uint32_t>(high - low + 1))); }
+  std::mt19937 engine_;
+};
+
+}  // namespace zvrt_test
