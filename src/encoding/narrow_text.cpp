@@ -31,25 +31,48 @@ std::int32_t encode_what_fits(const FldDef* fldDef, Text<Wide> text, Place<char>
   return static_cast<std::int32_t>(std::min(written, static_cast<std::uint32_t>(place.room)));
 }
 
-}  // namespace
-
-Moved decode(const FldDef* fldDef, Text<char> text, Place<Wide> place) {
-  const char* src = reinterpret_cast<const char*>(text.at);
-  if (is_utf8(fldDef)) return utf8_to_wide(src, text.count, place.at, place.room);
+Moved decode_by_service(const FldDef* fldDef, Text<char> text, Place<Wide> place) {
   std::uint32_t count = 0;
-  const Status status = ZVRT_MultiByteToWideChar(fldDef, src, text.count, place.at, place.room * 4, &count);
+  const Status status = ZVRT_MultiByteToWideChar(fldDef, text.at, text.count, place.at, place.room * 4, &count);
   return {count, static_cast<std::int32_t>(std::min(count, static_cast<std::uint32_t>(place.room))), status};
 }
 
-Moved encode(const FldDef* fldDef, Text<Wide> text, Place<char> place, Written written) {
-  char* dst = reinterpret_cast<char*>(place.at);
-  if (is_utf8(fldDef)) return wide_to_utf8(text.at, text.count, dst, place.room);
+Moved encode_by_service(const FldDef* fldDef, Text<Wide> text, Place<char> place, Written written) {
   std::uint32_t count = 0;
-  const Status status = ZVRT_WideCharToMultiByte(fldDef, text.at, service_bytes(text.count), dst, place.room, &count);
+  const Status status =
+      ZVRT_WideCharToMultiByte(fldDef, text.at, service_bytes(text.count), place.at, place.room, &count);
   if (status == ZVRT_RC_TRUNCATED && written == Written::exact) {
     return {count, encode_what_fits(fldDef, text, place), status};
   }
   return {count, static_cast<std::int32_t>(std::min(count, static_cast<std::uint32_t>(place.room))), status};
+}
+
+}  // namespace
+
+Moved decode(const FldDef* fldDef, Text<char> text, Place<Wide> place) {
+  if (!is_utf8(fldDef)) return decode_by_service(fldDef, text, place);
+  return utf8_to_wide(reinterpret_cast<const char*>(text.at), text.count, place.at, place.room);
+}
+
+Moved encode(const FldDef* fldDef, Text<Wide> text, Place<char> place, Written written) {
+  if (!is_utf8(fldDef)) {
+    const std::int32_t length = length_within(static_cast<const void*>(text.at), text.count);
+    return encode_by_service(fldDef, {text.at, length}, place, written);
+  }
+  return wide_to_utf8(text.at, text.count, reinterpret_cast<char*>(place.at), place.room);
+}
+
+Measured decode_terminated(const FldDef* fldDef, const std::byte* text, Place<Wide> place) {
+  const char* src = reinterpret_cast<const char*>(text);
+  if (is_utf8(fldDef)) return terminated_utf8_to_wide(src, place.at, place.room);
+  const std::int32_t length = length_of(src);
+  return {decode_by_service(fldDef, {text, length}, place), length};
+}
+
+Measured encode_terminated(const FldDef* fldDef, const std::byte* text, Place<char> place, Written written) {
+  if (is_utf8(fldDef)) return terminated_wide_to_utf8(text, reinterpret_cast<char*>(place.at), place.room);
+  const std::int32_t length = length_of(static_cast<const void*>(text));
+  return {encode_by_service(fldDef, {text, length}, place, written), length};
 }
 
 }  // namespace zvrt

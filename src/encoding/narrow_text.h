@@ -12,6 +12,11 @@ Moved decode(const FldDef* fldDef, Text<char> text, Place<Wide> place);
 // more conversions.
 enum class Written : bool { unimportant, exact };
 
+// A zero character ends the text.
 Moved encode(const FldDef* fldDef, Text<Wide> text, Place<char> place, Written written);
+
+// The same for terminated text, measured on the way where that is possible.
+Measured decode_terminated(const FldDef* fldDef, const std::byte* text, Place<Wide> place);
+Measured encode_terminated(const FldDef* fldDef, const std::byte* text, Place<char> place, Written written);
 
 }  // namespace zvrt
