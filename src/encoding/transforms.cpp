@@ -168,24 +168,6 @@ Moved encode_text(const void* src, std::int64_t units, Utf8Sink sink) {
   return sink.moved();
 }
 
-// The terminated texts that a kernel has not taken whole: their length has still to be found.
-[[gnu::noinline]] Measured decode_rest(const char* src, void* dst, std::int32_t room, const Run& run) {
-  const auto taken = static_cast<std::int32_t>(run.read);
-  const std::int32_t rest = std::min(length_of(src + taken), INT32_MAX - taken);
-  return {decode_text(src + taken, rest, WideSink(dst, room, run.written)), taken + rest};
-}
-
-[[gnu::noinline]] Measured encode_rest(const void* src, char* dst, std::int32_t room, const Run& run) {
-  const auto taken = static_cast<std::int32_t>(run.read);
-  const void* left = static_cast<const std::byte*>(src) + run.read * 4;
-  const std::int32_t rest = std::min(length_of(left), INT32_MAX - taken);
-  return {encode_text(left, rest, Utf8Sink(dst, room, run.written)), taken + rest};
-}
-
-Moved whole(const Run& run) {
-  return {static_cast<std::int64_t>(run.written), static_cast<std::int32_t>(run.written), ZVRT_RC_OK};
-}
-
 Status report(const Moved& moved, std::uint32_t* count) {
   if (count != nullptr) *count = static_cast<std::uint32_t>(moved.needed);
   return moved.status;
@@ -245,16 +227,17 @@ Moved wide_to_utf8(const void* src, std::int32_t units, char* dst, std::int32_t 
   return encode_text(src, units, Utf8Sink(dst, room));
 }
 
-Measured terminated_utf8_to_wide(const char* src, void* dst, std::int32_t room) {
-  const Run run = text_kernels.decode_terminated(src, dst, static_cast<std::size_t>(std::max(room, 0)));
-  if (src[run.read] != 0) return decode_rest(src, dst, room, run);
-  return {whole(run), static_cast<std::int32_t>(run.read)};
+Measured decode_rest(const char* src, void* dst, std::int32_t room, Run taken) {
+  const auto read = static_cast<std::int32_t>(taken.read);
+  const std::int32_t rest = std::min(length_of(src + read), INT32_MAX - read);
+  return {decode_text(src + read, rest, WideSink(dst, room, taken.written)), read + rest};
 }
 
-Measured terminated_wide_to_utf8(const void* src, char* dst, std::int32_t room) {
-  const Run run = text_kernels.encode_terminated(src, dst, static_cast<std::size_t>(std::max(room, 0)));
-  if (load<Wide>(src, run.read) != 0) return encode_rest(src, dst, room, run);
-  return {whole(run), static_cast<std::int32_t>(run.read)};
+Measured encode_rest(const void* src, char* dst, std::int32_t room, Run taken) {
+  const auto read = static_cast<std::int32_t>(taken.read);
+  const void* left = static_cast<const std::byte*>(src) + taken.read * 4;
+  const std::int32_t rest = std::min(length_of(left), INT32_MAX - read);
+  return {encode_text(left, rest, Utf8Sink(dst, room, taken.written)), read + rest};
 }
 
 }  // namespace zvrt

@@ -71,7 +71,7 @@ Mask overlong_zeros(Vector bytes, Mask leads) {
   return empty_leads << 1 & _mm512_cmpeq_epi8_mask(bytes, _mm512_set1_epi8(static_cast<char>(0x80)));
 }
 
-Block classify(Vector bytes) {
+[[gnu::always_inline]] inline Block classify(Vector bytes) {
   const Mask nonzero = _mm512_test_epi8_mask(bytes, bytes);
   const Mask inside = trailing_ones(nonzero);
   const std::size_t text = lowest_bit(~nonzero);
@@ -95,7 +95,7 @@ Block classify(Vector bytes) {
 }
 
 // Keeps as many characters as there is room for.
-void clip(Block& block, std::size_t room) {
+[[gnu::always_inline]] inline void clip(Block& block, std::size_t room) {
   const Mask kept = _pdep_u64(first(room), block.leads);
   block.stop = lowest_bit(block.leads ^ kept);
   block.leads = kept;
@@ -105,7 +105,7 @@ void store_characters(char* dst, std::size_t count, Vector characters) {
   _mm512_mask_storeu_epi32(dst, first16(count), characters);
 }
 
-void widen_ascii(const char* src, std::size_t count, char* dst) {
+[[gnu::always_inline]] inline void widen_ascii(const char* src, std::size_t count, char* dst) {
   for (std::size_t done = 0; done < count; done += 16) {
     const __m128i bytes = _mm_maskz_loadu_epi8(first16(count - done), src + done);
     store_characters(dst + done * 4, count - done, _mm512_cvtepu8_epi32(bytes));
@@ -134,7 +134,7 @@ Vector load_ramp() {
 }
 
 // Characters of one or two bytes, 32 at a time: both bytes of each into a 16-bit lane, the lead on top.
-void widen_short_forms(const Block& block, std::size_t count, char* dst) {
+[[gnu::always_inline]] inline void widen_short_forms(const Block& block, std::size_t count, char* dst) {
   const Vector positions = _mm512_maskz_compress_epi8(block.leads, load_ramp<1>());
   Vector which = load_ramp<2>();
   for (std::size_t done = 0; done < count; done += 32) {
@@ -162,7 +162,7 @@ Vector load_payloads() {
 }
 
 // Characters of one to four bytes, 16 at a time: four bytes from each lead into a 32-bit lane, the lead on top.
-void widen_mixed(const Block& block, std::size_t count, char* dst) {
+[[gnu::always_inline]] inline void widen_mixed(const Block& block, std::size_t count, char* dst) {
   const Vector positions = _mm512_maskz_compress_epi8(block.leads, load_ramp<1>());
   Vector which = load_ramp<4>();
   for (std::size_t done = 0; done < count; done += 16) {
@@ -179,7 +179,7 @@ void widen_mixed(const Block& block, std::size_t count, char* dst) {
   }
 }
 
-void widen(const Block& block, std::size_t count, const char* src, char* dst) {
+[[gnu::always_inline]] inline void widen(const Block& block, std::size_t count, const char* src, char* dst) {
   if (block.ascii) return widen_ascii(src, count, dst);
   if (block.short_forms) return widen_short_forms(block, count, dst);
   widen_mixed(block, count, dst);
