@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "ZVRTDataCnvLib.h"
-#include "encoding/code_page.h"
 
 namespace zvrt {
 
@@ -31,25 +30,45 @@ std::int32_t encode_what_fits(const FldDef* fldDef, Text<Wide> text, Place<char>
   return static_cast<std::int32_t>(std::min(written, static_cast<std::uint32_t>(place.room)));
 }
 
-}  // namespace
-
-Moved decode(const FldDef* fldDef, Text<char> text, Place<Wide> place) {
-  const char* src = reinterpret_cast<const char*>(text.at);
-  if (is_utf8(fldDef)) return utf8_to_wide(src, text.count, place.at, place.room);
+Moved decode_counted(const FldDef* fldDef, Text<char> text, Place<Wide> place) {
   std::uint32_t count = 0;
-  const Status status = ZVRT_MultiByteToWideChar(fldDef, src, text.count, place.at, place.room * 4, &count);
+  const Status status = ZVRT_MultiByteToWideChar(fldDef, text.at, text.count, place.at, place.room * 4, &count);
   return {count, static_cast<std::int32_t>(std::min(count, static_cast<std::uint32_t>(place.room))), status};
 }
 
-Moved encode(const FldDef* fldDef, Text<Wide> text, Place<char> place, Written written) {
-  char* dst = reinterpret_cast<char*>(place.at);
-  if (is_utf8(fldDef)) return wide_to_utf8(text.at, text.count, dst, place.room);
+Moved encode_counted(const FldDef* fldDef, Text<Wide> text, Place<char> place, Written written) {
   std::uint32_t count = 0;
-  const Status status = ZVRT_WideCharToMultiByte(fldDef, text.at, service_bytes(text.count), dst, place.room, &count);
+  const Status status =
+      ZVRT_WideCharToMultiByte(fldDef, text.at, service_bytes(text.count), place.at, place.room, &count);
   if (status == ZVRT_RC_TRUNCATED && written == Written::exact) {
     return {count, encode_what_fits(fldDef, text, place), status};
   }
   return {count, static_cast<std::int32_t>(std::min(count, static_cast<std::uint32_t>(place.room))), status};
+}
+
+}  // namespace
+
+Moved decode(const FldDef* fldDef, Text<char> text, Place<Wide> place) {
+  if (!is_utf8(fldDef)) return decode_counted(fldDef, text, place);
+  return utf8_to_wide(reinterpret_cast<const char*>(text.at), text.count, place.at, place.room);
+}
+
+Moved encode(const FldDef* fldDef, Text<Wide> text, Place<char> place, Written written) {
+  if (!is_utf8(fldDef)) {
+    const std::int32_t length = length_within(static_cast<const void*>(text.at), text.count);
+    return encode_counted(fldDef, {text.at, length}, place, written);
+  }
+  return wide_to_utf8(text.at, text.count, reinterpret_cast<char*>(place.at), place.room);
+}
+
+Measured decode_by_service(const FldDef* fldDef, const char* text, Place<Wide> place) {
+  const std::int32_t length = length_of(text);
+  return {decode_counted(fldDef, {reinterpret_cast<const std::byte*>(text), length}, place), length};
+}
+
+Measured encode_by_service(const FldDef* fldDef, const std::byte* text, Place<char> place, Written written) {
+  const std::int32_t length = length_of(static_cast<const void*>(text));
+  return {encode_counted(fldDef, {text, length}, place, written), length};
 }
 
 }  // namespace zvrt

@@ -1,5 +1,8 @@
-// Kernels for the ordinary part of a text. The scalar definition decides every result; a kernel only takes some leading
-// part of a run off its hands, possibly nothing, and the scalar loop goes on where it stopped.
+// Kernels for ordinary text. The scalar definition decides every result; a kernel takes some leading part of a text off
+// its hands, possibly nothing, and the scalar loop goes on where it stopped.
+//
+// Ordinary UTF-8 is well-formed sequences of one to four bytes, with no zero in any form; ordinary wide text is the
+// characters 1 to 1FFFFF, which are the ones of one to four bytes. Wide text may stand at any alignment.
 #pragma once
 
 #include <cstddef>
@@ -7,14 +10,28 @@
 namespace zvrt {
 
 struct Run {
-  std::size_t read;     // source units taken
+  std::size_t read;     // source units taken, always whole characters
   std::size_t written;  // destination units produced, never more than the room
 };
 
-// Leading bytes 01..7F of `count` bytes to wide characters at any alignment.
-Run widen_run(const char* src, std::size_t count, void* dst, std::size_t room);
+// Every version of a kernel writes exactly the units it reports. The counted ones read within the count; the terminated
+// ones read no page that the text does not reach, and end at the latest on the terminator.
+struct TextKernels {
+  // UTF-8 to wide text.
+  Run (*decode)(const char* src, std::size_t count, void* dst, std::size_t room);
+  Run (*decode_terminated)(const char* src, void* dst, std::size_t room);
+  // Wide text to UTF-8.
+  Run (*encode)(const void* src, std::size_t count, char* dst, std::size_t room);
+  Run (*encode_terminated)(const void* src, char* dst, std::size_t room);
+  // What the two would write with room for all of it.
+  Run (*count_decoded)(const char* src, std::size_t count);
+  Run (*count_encoded)(const void* src, std::size_t count);
+};
 
-// Leading characters 01..7F of `count` wide characters at any alignment to bytes.
-Run narrow_run(const void* src, std::size_t count, char* dst, std::size_t room);
+extern const TextKernels text_kernels_baseline;
+extern const TextKernels text_kernels_avx512;
+
+// The version for this machine, chosen when the library is loaded.
+extern const TextKernels text_kernels;
 
 }  // namespace zvrt

@@ -16,12 +16,13 @@ namespace {
 // Wide characters that go on being counted behind a full destination.
 class WideSink {
  public:
-  WideSink(void* dst, std::int32_t room) : dst_(dst), room_(std::max(room, 0)) {}
+  WideSink(void* dst, std::int32_t room, std::size_t written = 0)
+      : dst_(dst), room_(std::max(room, 0)), needed_(static_cast<std::int64_t>(written)) {}
 
   bool put(std::uint32_t code_point) {
-    if (dst_ != nullptr && needed_ < room_) {
-      store<Wide>(dst_, static_cast<std::size_t>(needed_), code_point);
-    } else if (dst_ != nullptr) {
+    if (!is_full()) {
+      if (dst_ != nullptr) store<Wide>(dst_, static_cast<std::size_t>(needed_), code_point);
+    } else {
       status_ = ZVRT_RC_TRUNCATED;
     }
     ++needed_;
@@ -30,9 +31,12 @@ class WideSink {
 
   // Takes the ordinary leading part of a text at once; returns the bytes taken.
   std::int64_t take_run(const char* src, std::int64_t bytes) {
-    if (dst_ == nullptr || needed_ >= room_) return 0;
-    const Run run = widen_run(src, static_cast<std::size_t>(bytes), static_cast<std::byte*>(dst_) + needed_ * 4,
-                              static_cast<std::size_t>(room_ - needed_));
+    const auto count = static_cast<std::size_t>(bytes);
+    const bool counts = dst_ == nullptr || is_full();
+    const Run run = counts ? text_kernels.count_decoded(src, count)
+                           : text_kernels.decode(src, count, static_cast<std::byte*>(dst_) + needed_ * 4,
+                                                 static_cast<std::size_t>(room_ - needed_));
+    if (is_full() && run.written > 0) status_ = ZVRT_RC_TRUNCATED;
     needed_ += static_cast<std::int64_t>(run.written);
     return static_cast<std::int64_t>(run.read);
   }
@@ -43,9 +47,11 @@ class WideSink {
   }
 
  private:
+  bool is_full() const { return dst_ != nullptr && needed_ >= room_; }
+
   void* dst_;
   std::int64_t room_;
-  std::int64_t needed_ = 0;
+  std::int64_t needed_;
   Status status_ = ZVRT_RC_OK;
 };
 
@@ -85,7 +91,11 @@ class Utf16Sink {
 // fitted no later one does.
 class Utf8Sink {
  public:
-  Utf8Sink(char* dst, std::int32_t room) : dst_(dst), room_(std::max(room, 0)) {}
+  Utf8Sink(char* dst, std::int32_t room, std::size_t written = 0)
+      : dst_(dst),
+        room_(std::max(room, 0)),
+        needed_(static_cast<std::int64_t>(written)),
+        written_(static_cast<std::int32_t>(written)) {}
 
   void put(std::uint32_t code_point) {
     if (code_point >= utf8_limit) {
@@ -103,12 +113,20 @@ class Utf8Sink {
     needed_ += length;
   }
 
+  // Takes the ordinary leading part of a text at once; returns the units taken.
   std::int64_t take_run(const void* src, std::int64_t units) {
-    if (dst_ == nullptr || needed_ >= room_) return 0;
-    const Run run =
-        narrow_run(src, static_cast<std::size_t>(units), dst_ + needed_, static_cast<std::size_t>(room_ - needed_));
-    needed_ += static_cast<std::int64_t>(run.written);
-    written_ = static_cast<std::int32_t>(needed_);
+    const auto count = static_cast<std::size_t>(units);
+    if (dst_ != nullptr && needed_ < room_) {
+      const Run run = text_kernels.encode(src, count, dst_ + needed_, static_cast<std::size_t>(room_ - needed_));
+      needed_ += static_cast<std::int64_t>(run.written);
+      written_ = static_cast<std::int32_t>(needed_);
+      return static_cast<std::int64_t>(run.read);
+    }
+    const Run run = text_kernels.count_encoded(src, count);
+    if (dst_ != nullptr && run.read > 0) {
+      needed_ += static_cast<std::int64_t>(run.written);
+      status_ = ZVRT_RC_TRUNCATED;
+    }
     return static_cast<std::int64_t>(run.read);
   }
 
@@ -118,30 +136,36 @@ class Utf8Sink {
  private:
   char* dst_;
   std::int64_t room_;
-  std::int64_t needed_ = 0;
-  std::int32_t written_ = 0;
+  std::int64_t needed_;
+  std::int32_t written_;
   Status status_ = ZVRT_RC_OK;
 };
 
-bool starts_multibyte(char lead) { return static_cast<unsigned char>(lead) >= 0x80; }
-
-// Runs of ordinary text go through the sink's kernel; what it leaves, and the characters of more than one byte behind
-// that, are decoded one by one.
+// Ordinary text goes through the sink's kernel; what that leaves is decoded one sequence at a time.
 template <class Sink>
 Moved decode_text(const char* src, std::int64_t bytes, Sink sink) {
-  std::int64_t used = 0;
-  while (used < bytes) {
+  for (std::int64_t used = 0; used < bytes;) {
     used += sink.take_run(src + used, bytes - used);
-    while (used < bytes) {
-      const Utf8Sequence sequence = decode_utf8(src + used, bytes - used);
-      if (sequence.kind == Utf8::incomplete) return sink.moved(ZVRT_RC_TRUNCATED);
-      if (sequence.kind == Utf8::malformed || sequence.code_point == 0) return sink.moved(ZVRT_RC_OK);
-      if (!sink.put(sequence.code_point)) return sink.moved(ZVRT_RC_OK);
-      used += sequence.length;
-      if (used < bytes && !starts_multibyte(src[used])) break;
-    }
+    if (used == bytes) break;
+    const Utf8Sequence sequence = decode_utf8(src + used, bytes - used);
+    if (sequence.kind == Utf8::incomplete) return sink.moved(ZVRT_RC_TRUNCATED);
+    if (sequence.kind == Utf8::malformed || sequence.code_point == 0) break;
+    if (!sink.put(sequence.code_point)) break;
+    used += sequence.length;
   }
   return sink.moved(ZVRT_RC_OK);
+}
+
+Moved encode_text(const void* src, std::int64_t units, Utf8Sink sink) {
+  const auto* text = static_cast<const std::byte*>(src);
+  for (std::int64_t used = 0; used < units; ++used) {
+    used += sink.take_run(text + used * 4, units - used);
+    if (used == units) break;
+    const auto code_point = load<Wide>(text, static_cast<std::size_t>(used));
+    if (code_point == 0) break;
+    sink.put(code_point);
+  }
+  return sink.moved();
 }
 
 Status report(const Moved& moved, std::uint32_t* count) {
@@ -200,19 +224,20 @@ Moved utf8_to_wide(const char* src, std::int32_t bytes, void* dst, std::int32_t 
 }
 
 Moved wide_to_utf8(const void* src, std::int32_t units, char* dst, std::int32_t room) {
-  Utf8Sink sink(dst, room);
-  const auto* text = static_cast<const std::byte*>(src);
-  for (std::int64_t used = 0; used < units;) {
-    used += sink.take_run(text + used * 4, units - used);
-    while (used < units) {
-      const auto code_point = load<Wide>(text, static_cast<std::size_t>(used));
-      if (code_point == 0) return sink.moved();
-      sink.put(code_point);
-      ++used;
-      if (code_point < 0x80) break;
-    }
-  }
-  return sink.moved();
+  return encode_text(src, units, Utf8Sink(dst, room));
+}
+
+Measured decode_rest(const char* src, void* dst, std::int32_t room, Run taken) {
+  const auto read = static_cast<std::int32_t>(taken.read);
+  const std::int32_t rest = std::min(length_of(src + read), INT32_MAX - read);
+  return {decode_text(src + read, rest, WideSink(dst, room, taken.written)), read + rest};
+}
+
+Measured encode_rest(const void* src, char* dst, std::int32_t room, Run taken) {
+  const auto read = static_cast<std::int32_t>(taken.read);
+  const void* left = static_cast<const std::byte*>(src) + taken.read * 4;
+  const std::int32_t rest = std::min(length_of(left), INT32_MAX - read);
+  return {encode_text(left, rest, Utf8Sink(dst, room, taken.written)), read + rest};
 }
 
 }  // namespace zvrt

@@ -40,6 +40,7 @@ struct FixedKind {
   static constexpr std::int32_t header = 0;
   static constexpr Finish finish = Finish::fixed;
   static constexpr bool carries_length = false;
+  static constexpr bool is_terminated = false;
 
   static Text<Unit> measure(const Call& call) {
     const std::int32_t bytes = call.srcLen == nullptr ? 0 : *call.srcLen;
@@ -58,6 +59,7 @@ struct PrefixedKind {
   static constexpr std::int32_t header = 2;
   static constexpr Finish finish = Finish::fixed;
   static constexpr bool carries_length = true;
+  static constexpr bool is_terminated = false;
   static constexpr std::int32_t longest = room_in<Unit>(32767);  // readers take the prefix as signed
 
   static Text<Unit> measure(const Call& call) {
@@ -78,6 +80,7 @@ struct TerminatedKind {
   static constexpr std::int32_t header = 0;
   static constexpr Finish finish = sizeof(Unit) == 1 ? Finish::narrow : Finish::wide;
   static constexpr bool carries_length = true;
+  static constexpr bool is_terminated = true;
 
   static Text<Unit> measure(const Call& call) {
     using Start = std::conditional_t<sizeof(Unit) == 1, const char*, const void*>;

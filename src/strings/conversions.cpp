@@ -7,11 +7,11 @@ using namespace zvrt;
 // clang-format off
 uint32_t ZVRTCnvCharToVarcharSz(CNV_PARAMS)           { return convert<Char,       VarcharSz,  strict_written>(CNV_CALL); }
 uint32_t ZVRTCnvCharToWVarcharSz(CNV_PARAMS)          { return convert<Char,       WVarcharSz>(CNV_CALL); }
-uint32_t ZVRTCnvWCharToVarcharSz(CNV_PARAMS)          { return compose<WChar>(CNV_CALL); }
+uint32_t ZVRTCnvWCharToVarcharSz(CNV_PARAMS)          { return convert<WChar,      VarcharSz,  reports_empty>(CNV_CALL); }
 uint32_t ZVRTCnvWCharToWVarcharSz(CNV_PARAMS)         { return convert<WChar,      WVarcharSz, stops_at_zero>(CNV_CALL); }
 uint32_t ZVRTCnvVarcharToVarcharSz(CNV_PARAMS)        { return convert<Varchar,    VarcharSz>(CNV_CALL); }
 uint32_t ZVRTCnvVarcharToWVarcharSz(CNV_PARAMS)       { return convert<Varchar,    WVarcharSz>(CNV_CALL); }
-uint32_t ZVRTCnvWVarcharToVarcharSz(CNV_PARAMS)       { return compose<WVarchar>(CNV_CALL); }
+uint32_t ZVRTCnvWVarcharToVarcharSz(CNV_PARAMS)       { return convert<WVarchar,   VarcharSz>(CNV_CALL); }
 uint32_t ZVRTCnvWVarcharToWVarcharSz(CNV_PARAMS)      { return convert<WVarchar,   WVarcharSz>(CNV_CALL); }
 uint32_t ZVRTCnvVarcharSzToVarcharSz(CNV_PARAMS)      { return copy_until_full<VarcharSz>(CNV_CALL); }
 uint32_t ZVRTCnvVarcharSzToWVarcharSz(CNV_PARAMS)     { return convert<VarcharSz,  WVarcharSz>(CNV_CALL); }

@@ -10,11 +10,14 @@
 #include "frame/call.h"
 #include "frame/finish.h"
 #include "frame/kinds.h"
-#include "frame/scratch.h"
 
 namespace zvrt {
 
-enum class Empty : std::uint8_t { refused, accepted };
+enum class Empty : std::uint8_t {
+  refused,
+  accepted,
+  refused_after_report,  // a field too short for one character is refused once outLen tells 0
+};
 enum class Reports : std::uint8_t { needed, written };
 
 // How a member departs from its family.
@@ -26,6 +29,7 @@ struct Row {
 };
 
 constexpr Row accepts_empty{.empty = Empty::accepted};
+constexpr Row reports_empty{.empty = Empty::refused_after_report};
 constexpr Row strict_written{.reports = Reports::written, .strict = true};
 constexpr Row stops_at_zero{.zero_fills = true};
 
@@ -46,17 +50,32 @@ inline Moved copy_to_zero(Text<Wide> text, Place<Wide> place) {
   return {text.count, written, ZVRT_RC_OK};
 }
 
-// Same unit: a copy. Narrow to wide and back: the encoding step.
-template <class From, class Into, Row row>
-Moved move(Text<typename From::Unit> text, Place<typename Into::Unit> place, const FldDef* fldDef) {
-  if constexpr (row.zero_fills) {
-    return copy_to_zero(text, place);
-  } else if constexpr (std::is_same_v<typename From::Unit, typename Into::Unit>) {
-    return copy(text, place);
-  } else if constexpr (std::is_same_v<typename Into::Unit, Wide>) {
-    return decode(fldDef, text, place);
+template <class From>
+bool is_empty(const Call& call) {
+  if constexpr (From::is_terminated) {
+    return load<typename From::Unit>(call.src) == 0;
   } else {
-    return encode(fldDef, text, place, Into::header > 0 ? Written::exact : Written::unimportant);
+    return From::measure(call).count == 0;
+  }
+}
+
+// Same unit: a copy. Narrow to wide and back: the encoding step, which finds the end of a terminated text itself.
+template <class From, class Into, Row row>
+Measured move(const Call& call, Place<typename Into::Unit> place) {
+  constexpr bool decodes = sizeof(typename From::Unit) < sizeof(typename Into::Unit);
+  constexpr bool encodes = sizeof(typename From::Unit) > sizeof(typename Into::Unit);
+  constexpr Written written = Into::header > 0 ? Written::exact : Written::unimportant;
+  const auto* src = static_cast<const std::byte*>(call.src);
+  if constexpr (decodes && From::is_terminated) {
+    return decode_terminated(call.fldDef, src, place);
+  } else if constexpr (encodes && From::is_terminated) {
+    return encode_terminated(call.fldDef, src, place, written);
+  } else {
+    const auto text = From::measure(call);
+    if constexpr (row.zero_fills) return {copy_to_zero(text, place), text.count};
+    if constexpr (decodes) return {decode(call.fldDef, text, place), text.count};
+    if constexpr (encodes) return {encode(call.fldDef, text, place, written), text.count};
+    if constexpr (!decodes && !encodes) return {copy(text, place), text.count};
   }
 }
 
@@ -78,14 +97,16 @@ Status close(const Call& call, Place<typename Into::Unit> place, const Moved& mo
 
 template <class From, class Into, Row row = Row{}>
 Status convert(const Call& call) {
-  const auto text = From::measure(call);
-  if (row.empty == Empty::refused && text.count == 0) return ZVRT_RC_INVALID_PARAM;
+  if (row.empty != Empty::accepted && is_empty<From>(call)) {
+    if (row.empty == Empty::refused_after_report && call.srcLen != nullptr && *call.srcLen > 0) *call.outLen = 0;
+    return ZVRT_RC_INVALID_PARAM;
+  }
   if (Into::header > 0 && call.dstSize < Into::header) return ZVRT_RC_TRUNCATED;
   const auto place = Into::place(call);
-  const Moved moved = move<From, Into, row>(text, place, call.fldDef);
+  const auto [moved, length] = move<From, Into, row>(call, place);
   const Status status = close<Into, row>(call, place, moved);
   *call.outLen = Into::reported(row.reports == Reports::written ? moved.written : moved.needed);
-  if constexpr (From::carries_length) store_if_zero(call.srcLen, bytes_of<From>(text.count));
+  if constexpr (From::carries_length) store_if_zero(call.srcLen, bytes_of<From>(length));
   return status;
 }
 
@@ -103,31 +124,6 @@ Status copy_until_full(const Call& call) {
   const Ending ending = finish(Finish::narrow_strict, copied, place.room);
   if (ending.terminator != no_terminator) place.at[ending.terminator] = std::byte{0};
   return ending.status;
-}
-
-// Counted wide text to narrow terminated text, by way of terminated wide text: a zero character ends the text.
-template <class From>
-Status compose(const Call& call) {
-  constexpr std::size_t usual_length = 1024;
-  const Text<Wide> text = From::measure(call);
-  if constexpr (From::carries_length) {
-    if (text.count == 0) return ZVRT_RC_INVALID_PARAM;
-    store_if_zero(call.srcLen, bytes_of<From>(text.count));
-  } else {
-    if (call.srcLen == nullptr || *call.srcLen <= 0) return ZVRT_RC_INVALID_PARAM;
-    if (text.count == 0) {  // a field shorter than one character is found empty only after outLen has been promised
-      *call.outLen = 0;
-      return ZVRT_RC_INVALID_PARAM;
-    }
-  }
-  Scratch<Wide, usual_length> terminated(static_cast<std::uint64_t>(text.count) + 1);
-  if (terminated.get() == nullptr) return ZVRT_RC_NO_MEMORY;
-  copy_units<Wide>(terminated.get(), text.at, text.count);
-  terminated.get()[text.count] = 0;
-  Call encoding = call;
-  encoding.src = terminated.get();
-  encoding.srcLen = nullptr;
-  return convert<WVarcharSz, VarcharSz, accepts_empty>(encoding);
 }
 
 }  // namespace zvrt

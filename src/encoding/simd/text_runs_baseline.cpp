@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 
 #include "encoding/text_runs.h"
 #include "frame/units.h"
@@ -23,9 +24,7 @@ __m128i pack(const char* src) {
   return _mm_packs_epi16(low, high);
 }
 
-}  // namespace
-
-Run widen_run(const char* src, std::size_t count, void* dst, std::size_t room) {
+Run decode(const char* src, std::size_t count, void* dst, std::size_t room) {
   const std::size_t limit = std::min(count, room);
   auto* out = static_cast<char*>(dst);
   const __m128i zero = _mm_setzero_si128();
@@ -44,7 +43,7 @@ Run widen_run(const char* src, std::size_t count, void* dst, std::size_t room) {
   return {done, done};
 }
 
-Run narrow_run(const void* src, std::size_t count, char* dst, std::size_t room) {
+Run encode(const void* src, std::size_t count, char* dst, std::size_t room) {
   const std::size_t limit = std::min(count, room);
   const auto* in = static_cast<const char*>(src);
   const __m128i beyond_ascii = _mm_set1_epi32(~0x7F);
@@ -65,5 +64,28 @@ Run narrow_run(const void* src, std::size_t count, char* dst, std::size_t room) 
   }
   return {done, done};
 }
+
+Run decode_terminated(const char* src, void* dst, std::size_t room) { return decode(src, std::strlen(src), dst, room); }
+
+Run encode_terminated(const void* src, char* dst, std::size_t room) {
+  return encode(src, static_cast<std::size_t>(length_of(src)), dst, room);
+}
+
+Run count_decoded(const char* src, std::size_t count) {
+  std::size_t done = 0;
+  while (done < count && src[done] > 0) ++done;
+  return {done, done};
+}
+
+Run count_encoded(const void* src, std::size_t count) {
+  std::size_t done = 0;
+  while (done < count && load<Wide>(src, done) - 1 < 0x7F) ++done;
+  return {done, done};
+}
+
+}  // namespace
+
+const TextKernels text_kernels_baseline{decode,        decode_terminated, encode, encode_terminated,
+                                        count_decoded, count_encoded};
 
 }  // namespace zvrt

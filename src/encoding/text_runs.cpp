@@ -1,0 +1,10 @@
+#include "encoding/text_runs.h"
+
+#include "frame/cpu.h"
+
+namespace zvrt {
+
+const TextKernels text_kernels =
+    *choose_version(Versions<const TextKernels>{.baseline = &text_kernels_baseline, .avx512 = &text_kernels_avx512});
+
+}  // namespace zvrt
