@@ -1,2 +1,4 @@
 #include "harness.h"
-namespace zvrt_bench { void register_decimals() {} }
+namespace zvrt_bench {
+void register_decimals() {}
+}  // namespace zvrt_bench

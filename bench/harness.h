@@ -19,7 +19,7 @@ namespace zvrt_bench {
 
 // The room that every contender has for one value's result; no value of any set needs as much.
 inline constexpr std::size_t output_size = 64 * 1024;
-alignas(64) inline std::array<std::byte, output_size> output;
+alignas(64) inline std::array<std::byte, output_size> result_area;
 
 // What is compared, and the most that our time may be of the fastest peer's; 0 where no figure is set.
 struct Operation {
@@ -43,19 +43,19 @@ struct AsWritten {
   }
 };
 
-// `convert(value, output)` converts one value and returns the bytes of its result. The values come in whatever form the
-// contender takes them, in the same order for all. A contender that writes a form of its own brings `canonical`, which
-// renders that form as the others' results are and is never timed.
+// `convert(value, destination)` converts one value and returns the bytes of its result. The values come in whatever
+// form the contender takes them, in the same order for all. A contender that writes a form of its own brings
+// `canonical`, which renders that form as the others' results are and is never timed.
 template <class Values, class Convert, class Canonical = AsWritten>
 Contender contender(const char* name, std::shared_ptr<const Values> values, Convert convert, Canonical canonical = {}) {
   const auto result = [values, convert, canonical](std::size_t index) -> std::string {
-    const std::size_t bytes = convert((*values)[index], output.data());
-    return canonical(output.data(), bytes);
+    const std::size_t bytes = convert((*values)[index], result_area.data());
+    return canonical(result_area.data(), bytes);
   };
   const auto run = [values, convert](benchmark::State& state) {
     for ([[maybe_unused]] auto pass : state) {
       for (const auto& value : *values) {
-        benchmark::DoNotOptimize(convert(value, output.data()));
+        benchmark::DoNotOptimize(convert(value, result_area.data()));
         benchmark::ClobberMemory();
       }
     }

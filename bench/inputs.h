@@ -1,6 +1,7 @@
 // The values that are converted: what databases hold, drawn anew for every set from a fixed seed.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -8,8 +9,6 @@
 #include <random>
 #include <string>
 #include <vector>
-
-#include "ZVRTDataCnvLib.h"
 
 namespace zvrt_bench {
 
@@ -93,10 +92,5 @@ double double_bits(Random& random);
 float float_bits(Random& random);
 
 std::string digits(Random& random, std::int64_t count);  // no leading zero
-
-// ---- timestamps ----------------------------------------------------------------------------------------------------
-
-// 1970 to 2037. The last digit of the micro-seconds is not 0: one peer drops zeros there.
-ZVRTTS timestamp(Random& random);
 
 }  // namespace zvrt_bench

@@ -1,8 +1,11 @@
 // Speed beside peers: zvrt_bench [family] [--benchmark_...]. Without a family, all of them.
+#include <algorithm>
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "harness.h"
 
@@ -14,9 +17,12 @@ struct Family {
 };
 
 constexpr Family families[] = {
-    {"text", zvrt_bench::register_text},         {"code_pages", zvrt_bench::register_code_pages},
-    {"integers", zvrt_bench::register_integers}, {"floats", zvrt_bench::register_floats},
-    {"timestamps", zvrt_bench::register_timestamps}, {"decimals", zvrt_bench::register_decimals},
+    {"text", zvrt_bench::register_text},
+    {"code_pages", zvrt_bench::register_code_pages},
+    {"integers", zvrt_bench::register_integers},
+    {"floats", zvrt_bench::register_floats},
+    {"timestamps", zvrt_bench::register_timestamps},
+    {"decimals", zvrt_bench::register_decimals},
 };
 
 // Registers the family of that name, or all for an empty one.
@@ -37,12 +43,13 @@ int main(int argc, char** argv) {
   const bool one_family = argc > 1 && argv[1][0] != '-';
   std::string_view wanted = one_family ? argv[1] : "";
 
-  // Short, interleaved and repeated: the least of many is stable on a shared machine. The command line may say otherwise.
-  std::vector<char*> arguments{argv[0]};
-  std::string defaults[] = {"--benchmark_enable_random_interleaving=true", "--benchmark_repetitions=25",
-                            "--benchmark_min_time=0.01"};
-  for (std::string& flag : defaults) arguments.push_back(flag.data());
-  arguments.insert(arguments.end(), argv + (one_family ? 2 : 1), argv + argc);
+  // Short, interleaved and repeated: the least of many is stable on a shared machine. The command line may say
+  // otherwise.
+  std::vector<std::string> flags = {argv[0], "--benchmark_enable_random_interleaving=true",
+                                    "--benchmark_repetitions=25", "--benchmark_min_time=0.01"};
+  flags.insert(flags.end(), argv + (one_family ? 2 : 1), argv + argc);
+  std::vector<char*> arguments(flags.size());
+  std::transform(flags.begin(), flags.end(), arguments.begin(), [](std::string& flag) { return flag.data(); });
   int count = static_cast<int>(arguments.size());
   benchmark::Initialize(&count, arguments.data());
   if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) return EXIT_FAILURE;

@@ -24,7 +24,8 @@ inline std::size_t terminated(char* text, std::size_t length) {
 
 // ASCII to wide characters.
 inline std::size_t widen(std::string_view text, wchar_t* destination) {
-  for (std::size_t i = 0; i < text.size(); ++i) destination[i] = static_cast<wchar_t>(static_cast<unsigned char>(text[i]));
+  for (std::size_t i = 0; i < text.size(); ++i)
+    destination[i] = static_cast<wchar_t>(static_cast<unsigned char>(text[i]));
   return terminated(destination, text.size());
 }
 
@@ -32,12 +33,13 @@ inline std::size_t widen(std::string_view text, wchar_t* destination) {
 class Narrowed {
  public:
   explicit Narrowed(const wchar_t* text) {
-    for (; text[length_] != L'\0' && length_ + 1 < text_.size(); ++length_) text_[length_] = static_cast<char>(text[length_]);
+    for (; text[length_] != L'\0' && length_ + 1 < text_.size(); ++length_)
+      text_[length_] = static_cast<char>(text[length_]);
     text_[length_] = '\0';
   }
   const char* begin() const { return text_.data(); }
   const char* end() const { return text_.data() + length_; }
-  std::string_view view() const { return {text_.data(), length_}; }
+  std::size_t size() const { return length_; }
 
  private:
   std::array<char, 96> text_;

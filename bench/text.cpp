@@ -111,7 +111,7 @@ std::size_t encode_scalar(const std::wstring& text, std::byte* output) {
       continue;
     }
     const int more = point < 0x800 ? 1 : point < 0x10000 ? 2 : 3;
-    *to++ = static_cast<char>(0xF00 >> more | point >> 6 * more);
+    *to++ = static_cast<char>(0xFF00 >> (more + 1) | point >> 6 * more);
     for (int shift = 6 * (more - 1); shift >= 0; shift -= 6) *to++ = static_cast<char>(0x80 | (point >> shift & 0x3F));
   }
   return terminated(narrow(output), static_cast<std::size_t>(to - narrow(output)));
@@ -151,12 +151,12 @@ std::size_t encode_simdutf_by_utf16(const std::wstring& text, std::byte* output)
 
 void register_encoding(Operation operation, Script script, std::size_t characters) {
   const WideTexts texts = texts_of_characters(script, characters);
-  std::vector<Contender> contenders = {
-      contender("ours", texts,
-                [](const std::wstring& text, std::byte* out) {
-                  return call<ZVRTCnvWVarcharSzToVarcharSz, 1>(text.c_str(), out);
-                }),
-      contender("scalar loop", texts, encode_scalar), contender("wcstombs", texts, encode_wcstombs)};
+  std::vector<Contender> contenders = {contender("ours", texts,
+                                                 [](const std::wstring& text, std::byte* out) {
+                                                   return call<ZVRTCnvWVarcharSzToVarcharSz, 1>(text.c_str(), out);
+                                                 }),
+                                       contender("scalar loop", texts, encode_scalar),
+                                       contender("wcstombs", texts, encode_wcstombs)};
 #if ZVRT_BENCH_WITH_ICU
   contenders.push_back(contender("U8_APPEND", texts, encode_icu));
 #endif
@@ -225,7 +225,8 @@ void register_copies(std::size_t length) {
 
 Operation decoding(Script script, std::size_t bytes) {
   if (bytes >= 256) return {"UTF-8 to wide, long", 1.0};
-  if (script != Script::chinese && script != Script::emoji) return {"UTF-8 to wide, short: ASCII, Latin, Cyrillic", 0.7};
+  if (script != Script::chinese && script != Script::emoji)
+    return {"UTF-8 to wide, short: ASCII, Latin, Cyrillic", 0.7};
   if (bytes >= 16) return {"UTF-8 to wide, short: Chinese, emoji", 0.9};
   return {"UTF-8 to wide, 8 bytes: Chinese, emoji", 0};
 }
