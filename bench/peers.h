@@ -38,6 +38,7 @@ class Narrowed {
     text_[length_] = '\0';
   }
   const char* begin() const { return text_.data(); }
+  char* begin() { return text_.data(); }  // for readers that take what they may write
   const char* end() const { return text_.data() + length_; }
   std::size_t size() const { return length_; }
 
