@@ -1,0 +1,359 @@
+// Timestamps to wide text and back by four models, the fixed layout, and the tokenising of models.
+#include <charconv>
+#include <cstdlib>
+#include <ctime>
+#include <cwchar>
+
+#include "harness.h"
+#include "inputs.h"
+#include "peers.h"
+
+#if ZVRT_BENCH_WITH_FMT
+#include <fmt/chrono.h>
+#include <fmt/compile.h>
+#include <fmt/format.h>
+#include <fmt/xchar.h>
+#endif
+#if ZVRT_BENCH_WITH_ABSEIL
+#include <absl/strings/str_format.h>
+#include <absl/time/civil_time.h>
+#include <absl/time/time.h>
+#endif
+#if ZVRT_BENCH_WITH_PGTYPES
+#include <pgtypes_timestamp.h>
+#endif
+
+namespace zvrt_bench {
+namespace {
+
+// ---- models --------------------------------------------------------------------------------------------------------
+
+// One model in the language of each contender. The C library knows no fractions of a second: theirs are added by hand.
+struct Model {
+  const char* name;
+  const wchar_t* text;
+  const char* strftime;
+  const wchar_t* wcsftime;
+  const char* abseil;
+  bool has_fraction;
+  wchar_t* (*write_fields)(const ZVRTTS& ts, wchar_t* to);  // the layout fixed when the program is compiled
+};
+
+#if ZVRT_BENCH_WITH_FMT
+constexpr const wchar_t* months[] = {L"January", L"February", L"March",     L"April",   L"May",      L"June",
+                                     L"July",    L"August",   L"September", L"October", L"November", L"December"};
+
+wchar_t* write_micro_seconds(const ZVRTTS& ts, wchar_t* to) {
+  return fmt::format_to(to, FMT_COMPILE(L"{:04}-{:02}-{:02} {:02}:{:02}:{:02}.{:06}"), ts.year, ts.month, ts.day,
+                        ts.hour, ts.minute, ts.second, ts.fraction);
+}
+wchar_t* write_seconds(const ZVRTTS& ts, wchar_t* to) {
+  return fmt::format_to(to, FMT_COMPILE(L"{:04}-{:02}-{:02} {:02}:{:02}:{:02}"), ts.year, ts.month, ts.day, ts.hour,
+                        ts.minute, ts.second);
+}
+wchar_t* write_short_month(const ZVRTTS& ts, wchar_t* to) {
+  return fmt::format_to(to, FMT_COMPILE(L"{:02}-{}-{:04}"), ts.day, std::wstring_view(months[ts.month - 1], 3),
+                        ts.year);
+}
+wchar_t* write_long_month(const ZVRTTS& ts, wchar_t* to) {
+  const int hour = ts.hour % 12 == 0 ? 12 : ts.hour % 12;
+  return fmt::format_to(to, FMT_COMPILE(L"{} {:02}, {:04} {:02}:{:02}:{:02} {}"),
+                        std::wstring_view(months[ts.month - 1]), ts.day, ts.year, hour, ts.minute, ts.second,
+                        std::wstring_view(ts.hour < 12 ? L"AM" : L"PM"));
+}
+wchar_t* write_fixed_layout(const ZVRTTS& ts, wchar_t* to) {
+  return fmt::format_to(to, FMT_COMPILE(L"{:02}/{:02}/{:04} {:02}:{:02}:{:02}:{:06}"), ts.day, ts.month, ts.year,
+                        ts.hour, ts.minute, ts.second, ts.fraction);
+}
+#define BY_FMT(function) function
+#else
+#define BY_FMT(function) nullptr
+#endif
+
+constexpr Model models[] = {
+    {"micro-seconds", L"%YYYY-%MM-%DD %HH24:%MI:%SS.%FFFFFF", "%Y-%m-%d %H:%M:%S", L"%Y-%m-%d %H:%M:%S",
+     "%Y-%m-%d %H:%M:%E6S", true, BY_FMT(write_micro_seconds)},
+    {"seconds", L"%YYYY-%MM-%DD %HH24:%MI:%SS", "%Y-%m-%d %H:%M:%S", L"%Y-%m-%d %H:%M:%S", "%Y-%m-%d %H:%M:%S", false,
+     BY_FMT(write_seconds)},
+    {"05-Mar-2024", L"%DD-%MMM-%YYYY", "%d-%b-%Y", L"%d-%b-%Y", "%d-%b-%Y", false, BY_FMT(write_short_month)},
+    {"long month with PM", L"%MONTH %DD, %YYYY %HH:%MI:%SS %PM", "%B %d, %Y %I:%M:%S %p", L"%B %d, %Y %I:%M:%S %p",
+     "%B %d, %Y %I:%M:%S %p", false, BY_FMT(write_long_month)},
+};
+
+// A field whose format is the model.
+class ModelField {
+ public:
+  explicit ModelField(const Model& model) : codes_(std::wcslen(model.text) + 1) {
+    DtKind kind = 0;
+    ZVRTGetFormatCodes(model.text, codes_.data(), &kind);
+    format_.model = codes_.data();
+    format_.modelLen = static_cast<std::int32_t>(codes_.size() - 1);
+    field_.dtFormat = &format_;
+  }
+  ModelField(const ModelField&) = delete;
+  ModelField& operator=(const ModelField&) = delete;
+  const FldDef* get() const { return &field_; }
+
+ private:
+  std::vector<FmtCode> codes_;
+  DtFormatDesc format_{};
+  FldDef field_{};
+};
+
+// ---- values --------------------------------------------------------------------------------------------------------
+
+// 1970 to 2037. The last digit of the micro-seconds is not 0: one peer drops zeros there.
+ZVRTTS moment(Random& random) {
+  ZVRTTS ts{};
+  ts.year = static_cast<std::int16_t>(uniform(random, 1970, 2037));
+  ts.month = static_cast<std::uint16_t>(uniform(random, 1, 12));
+  ts.day = static_cast<std::uint16_t>(uniform(random, 1, 28));
+  ts.hour = static_cast<std::uint16_t>(uniform(random, 0, 23));
+  ts.minute = static_cast<std::uint16_t>(uniform(random, 0, 59));
+  ts.second = static_cast<std::uint16_t>(uniform(random, 0, 59));
+  ts.fraction = static_cast<std::uint32_t>(uniform(random, 0, 99'999) * 10 + uniform(random, 1, 9));
+  return ts;
+}
+
+// The C library's record, with the fraction beside it.
+struct BrokenDown {
+  std::tm time;
+  std::uint32_t fraction;
+};
+
+BrokenDown broken_down(const ZVRTTS& ts) {
+  std::tm time{};
+  time.tm_year = ts.year - 1900;
+  time.tm_mon = ts.month - 1;
+  time.tm_mday = ts.day;
+  time.tm_hour = ts.hour;
+  time.tm_min = ts.minute;
+  time.tm_sec = ts.second;
+  time.tm_isdst = 0;
+  return {time, ts.fraction};
+}
+
+// A point and six digits behind text of `length` characters; its new length.
+template <class Char>
+std::size_t append_fraction(Char* text, std::size_t length, std::uint32_t fraction) {
+  text[length] = '.';
+  for (std::size_t i = length + 6; i > length; --i, fraction /= 10) text[i] = static_cast<Char>('0' + fraction % 10);
+  return length + 7;
+}
+
+// ---- to text -------------------------------------------------------------------------------------------------------
+
+std::size_t write_strftime(const Model& model, const BrokenDown& moment, std::byte* output) {
+  std::array<char, 64> text;
+  std::size_t length = std::strftime(text.data(), text.size(), model.strftime, &moment.time);
+  if (model.has_fraction) length = append_fraction(text.data(), length, moment.fraction);
+  return widen({text.data(), length}, wide(output));
+}
+
+std::size_t write_wcsftime(const Model& model, const BrokenDown& moment, std::byte* output) {
+  std::size_t length = std::wcsftime(wide(output), 64, model.wcsftime, &moment.time);
+  if (model.has_fraction) length = append_fraction(wide(output), length, moment.fraction);
+  return terminated(wide(output), length);
+}
+
+#if ZVRT_BENCH_WITH_PGTYPES
+std::size_t write_pgtypes(const Model& model, ::timestamp moment, std::byte* output) {
+  if (model.has_fraction) {
+    char* text = PGTYPES::timestampo_asc(moment);
+    const std::size_t bytes = widen(text, wide(output));
+    std::free(text);
+    return bytes;
+  }
+  std::array<char, 64> text;
+  PGTYPEStimestamp_fmt_asc(&moment, text.data(), static_cast<int>(text.size()), model.strftime);
+  return widen(text.data(), wide(output));
+}
+#endif
+
+void register_formatting(const Model& model, const Set<ZVRTTS>& records) {
+  constexpr Operation formatting{"timestamp to wide text, by model", 0.35};
+  const auto field = std::make_shared<ModelField>(model);
+  const auto moments = rendered(records, broken_down);
+  std::vector<Contender> contenders = {
+      contender("ours", records,
+                [field](const ZVRTTS& ts, std::byte* out) {
+                  return call<ZVRTCnvZVRTTSToWVarcharSz, sizeof(wchar_t)>(&ts, out, field->get());
+                }),
+      contender("strftime, widened", moments,
+                [&model](const BrokenDown& moment, std::byte* out) { return write_strftime(model, moment, out); }),
+      contender("wcsftime", moments,
+                [&model](const BrokenDown& moment, std::byte* out) { return write_wcsftime(model, moment, out); })};
+#if ZVRT_BENCH_WITH_FMT
+  contenders.push_back(contender("fmt, layout compiled", records, [&model](const ZVRTTS& ts, std::byte* out) {
+    return terminated(wide(out), static_cast<std::size_t>(model.write_fields(ts, wide(out)) - wide(out)));
+  }));
+  const std::wstring chrono = L"{:" + std::wstring(model.wcsftime) + L"}";
+  contenders.push_back(contender("fmt::chrono", moments, [&model, chrono](const BrokenDown& moment, std::byte* out) {
+    const wchar_t* end = fmt::format_to(wide(out), fmt::runtime(chrono), moment.time);
+    auto length = static_cast<std::size_t>(end - wide(out));
+    if (model.has_fraction) length = append_fraction(wide(out), length, moment.fraction);
+    return terminated(wide(out), length);
+  }));
+#endif
+#if ZVRT_BENCH_WITH_ABSEIL
+  const auto times = rendered(records, [](const ZVRTTS& ts) {
+    const absl::CivilSecond second(ts.year, ts.month, ts.day, ts.hour, ts.minute, ts.second);
+    return absl::FromCivil(second, absl::UTCTimeZone()) + absl::Microseconds(ts.fraction);
+  });
+  contenders.push_back(contender("Abseil, widened", times, [&model](absl::Time time, std::byte* out) {
+    return widen(absl::FormatTime(model.abseil, time, absl::UTCTimeZone()), wide(out));
+  }));
+#endif
+#if ZVRT_BENCH_WITH_PGTYPES
+  const auto stamps = rendered(moments, [](const BrokenDown& moment) {
+    std::array<char, 64> text;
+    const std::size_t length = std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &moment.time);
+    text[append_fraction(text.data(), length, moment.fraction)] = '\0';
+    return PGTYPEStimestamp_from_asc(text.data(), nullptr);
+  });
+  contenders.push_back(contender("pgtypes, widened", stamps, [&model](::timestamp stamp, std::byte* out) {
+    return write_pgtypes(model, stamp, out);
+  }));
+#endif
+  compete(formatting, model.name, std::move(contenders));
+}
+
+void register_fixed_layout(const Set<ZVRTTS>& records) {
+  constexpr Operation formatting{"timestamp to wide text, fixed layout", 0.25};
+  std::vector<Contender> contenders = {contender("ours", records,
+                                                 [](const ZVRTTS& ts, std::byte* out) {
+                                                   std::uint32_t length = 0;
+                                                   ZVRTGetStringFromTS(&ts, wide(out), 64, &length);
+                                                   return length * sizeof(wchar_t);
+                                                 }),
+                                       contender("swprintf", records, [](const ZVRTTS& ts, std::byte* out) {
+                                         const int length = std::swprintf(
+                                             wide(out), 64, L"%.2d/%.2d/%.4d %.2d:%.2d:%.2d:%.6d", ts.day, ts.month,
+                                             ts.year, ts.hour, ts.minute, ts.second, ts.fraction);
+                                         return static_cast<std::size_t>(length) * sizeof(wchar_t);
+                                       })};
+#if ZVRT_BENCH_WITH_FMT
+  contenders.push_back(contender("fmt, layout compiled", records, [](const ZVRTTS& ts, std::byte* out) {
+    return terminated(wide(out), static_cast<std::size_t>(write_fixed_layout(ts, wide(out)) - wide(out)));
+  }));
+#endif
+  compete(formatting, "05/03/2024 07:08:09:001234", std::move(contenders));
+}
+
+// ---- from text -----------------------------------------------------------------------------------------------------
+
+ZVRTTS read_strptime(const Model& model, const wchar_t* text) {
+  const Narrowed narrowed(text);
+  std::tm time{};
+  const char* rest = strptime(narrowed.begin(), model.strftime, &time);
+  ZVRTTS ts{};
+  if (rest == nullptr) return ts;
+  ts.year = static_cast<std::int16_t>(time.tm_year + 1900);
+  ts.month = static_cast<std::uint16_t>(time.tm_mon + 1);
+  ts.day = static_cast<std::uint16_t>(time.tm_mday);
+  ts.hour = static_cast<std::uint16_t>(time.tm_hour);
+  ts.minute = static_cast<std::uint16_t>(time.tm_min);
+  ts.second = static_cast<std::uint16_t>(time.tm_sec);
+  if (model.has_fraction && *rest == '.') std::from_chars(rest + 1, narrowed.end(), ts.fraction);
+  return ts;
+}
+
+#if ZVRT_BENCH_WITH_ABSEIL
+ZVRTTS read_abseil(const Model& model, const wchar_t* text) {
+  const Narrowed narrowed(text);
+  absl::Time time;
+  std::string error;
+  ZVRTTS ts{};
+  if (!absl::ParseTime(model.abseil, absl::string_view(narrowed.begin(), narrowed.size()), &time, &error)) return ts;
+  const absl::TimeZone::CivilInfo civil = absl::UTCTimeZone().At(time);
+  ts.year = static_cast<std::int16_t>(civil.cs.year());
+  ts.month = static_cast<std::uint16_t>(civil.cs.month());
+  ts.day = static_cast<std::uint16_t>(civil.cs.day());
+  ts.hour = static_cast<std::uint16_t>(civil.cs.hour());
+  ts.minute = static_cast<std::uint16_t>(civil.cs.minute());
+  ts.second = static_cast<std::uint16_t>(civil.cs.second());
+  ts.fraction = static_cast<std::uint32_t>(absl::ToInt64Microseconds(civil.subsecond));
+  return ts;
+}
+#endif
+
+void register_parsing(const Model& model, const Set<ZVRTTS>& records) {
+  constexpr Operation parsing{"wide text to timestamp, by model", 0.45};
+  const auto field = std::make_shared<ModelField>(model);
+  const WideTexts texts = rendered(records, [&](const ZVRTTS& ts) {
+    std::array<wchar_t, 64> text{};
+    std::uint32_t length = 0;
+    ZVRTCnvZVRTTSToWVarcharSz(&ts, nullptr, text.data(), sizeof text, &length, field->get());
+    return std::wstring(text.data());
+  });
+  std::vector<Contender> contenders = {
+      contender("ours", texts,
+                [field](const std::wstring& text, std::byte* out) {
+                  return call<ZVRTCnvDateTimeWSzToZVRTTS, 1>(text.c_str(), out, field->get());
+                }),
+      contender("narrowed, strptime", texts, [&model](const std::wstring& text, std::byte* out) {
+        return stored(read_strptime(model, text.c_str()), out);
+      })};
+#if ZVRT_BENCH_WITH_ABSEIL
+  contenders.push_back(contender("narrowed, Abseil", texts, [&model](const std::wstring& text, std::byte* out) {
+    return stored(read_abseil(model, text.c_str()), out);
+  }));
+#endif
+  compete(parsing, model.name, std::move(contenders));
+}
+
+// ---- models to tokens ----------------------------------------------------------------------------------------------
+
+// What each contender compiles a model to is its own: compared is whether it takes it.
+std::string accepted(const std::byte* written, std::size_t bytes) {
+  return bytes == 1 && *written == std::byte{1} ? "accepted" : "refused";
+}
+
+#if ZVRT_BENCH_WITH_ABSEIL
+// Formats of as many elements, compiled at run time.
+bool compile_abseil(std::size_t model) {
+  switch (model) {
+    case 0:
+      return absl::ParsedFormat<'d', 'd', 'd', 'd', 'd', 'd', 'd'>::New("%04d-%02d-%02d %02d:%02d:%02d.%06d") !=
+             nullptr;
+    case 1: return absl::ParsedFormat<'d', 'd', 'd', 'd', 'd', 'd'>::New("%04d-%02d-%02d %02d:%02d:%02d") != nullptr;
+    case 2: return absl::ParsedFormat<'d', 's', 'd'>::New("%02d-%s-%04d") != nullptr;
+    default:
+      return absl::ParsedFormat<'s', 'd', 'd', 'd', 'd', 'd', 's'>::New("%s %02d, %04d %02d:%02d:%02d %s") != nullptr;
+  }
+}
+#endif
+
+void register_tokenising() {
+  constexpr Operation tokenising{"tokenising a model", 0.3};
+  const auto numbers = drawn([](Random& random) { return static_cast<std::size_t>(random() % std::size(models)); });
+  const auto codes = std::make_shared<std::array<FmtCode, 64>>();
+  std::vector<Contender> contenders = {contender(
+      "ours", numbers,
+      [codes](std::size_t model, std::byte* out) {
+        DtKind kind = 0;
+        const bool taken = ZVRTGetFormatCodes(models[model].text, codes->data(), &kind) == ZVRT_RC_OK;
+        return stored(taken, out);
+      },
+      accepted)};
+#if ZVRT_BENCH_WITH_ABSEIL
+  contenders.push_back(contender(
+      "Abseil", numbers, [](std::size_t model, std::byte* out) { return stored(compile_abseil(model), out); },
+      accepted));
+#endif
+  compete(tokenising, "four models by turns", std::move(contenders));
+}
+
+}  // namespace
+
+void register_timestamps() {
+  const auto moments = drawn(moment);
+  for (const Model& model : models) {
+    register_formatting(model, moments);
+    register_parsing(model, moments);
+  }
+  register_fixed_layout(moments);
+  register_tokenising();
+}
+
+}  // namespace zvrt_bench
