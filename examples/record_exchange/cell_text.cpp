@@ -1,5 +1,6 @@
 #include "cell_text.h"
 
+#include "decimal.h"
 #include "status.h"
 
 namespace record_exchange {
@@ -15,6 +16,9 @@ Status integer_text(std::int64_t value, WideText& wide) {
   return ZVRT_RC_OK;
 }
 
+// Longer than this, a number reads better in scientific form.
+constexpr std::size_t longest_plain = 24;
+
 // 15 significant digits bring back every decimal that was read into a double; some doubles need 16 or 17.
 Status real_text(double value, WideText& wide) {
   Status status = ZVRT_RC_ERROR;
@@ -29,6 +33,9 @@ Status real_text(double value, WideText& wide) {
         !(value < back))
       break;
   }
+  Decimal decimal;
+  if (decimal.parse(wide.view()))
+    if (const std::wstring plain = decimal.plain(); plain.size() <= longest_plain) wide.assign(plain);
   return status;
 }
 

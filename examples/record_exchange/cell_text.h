@@ -9,7 +9,7 @@
 
 namespace record_exchange {
 
-// The cell's text: its own, an integer's digits, or the shortest scientific text that reads back as the same double.
+// The cell's text: its own, an integer's digits, or the fewest digits that read back as the same double.
 Status to_wide(const Cell& cell, WideText& wide);
 
 // The same in UTF-8; what has no text gives its bytes.

@@ -20,7 +20,8 @@ constexpr Sample samples[] = {
      "strikes-timestamps.cpy", OnReject::skip, false},
     {"Travellers in EBCDIC with the euro sign: what a page does not have is refused, what is too long is cut",
      "travellers.csv", "travellers.cpy", OnReject::keep, true},
-    {"The same travellers in UTF-8: every script survives", "travellers.csv", "travellers-utf8.cpy", OnReject::keep, true},
+    {"The same travellers in UTF-8: every script survives", "travellers.csv", "travellers-utf8.cpy", OnReject::keep,
+     true},
 };
 
 std::uint64_t cells(const Counts& counts) {
@@ -38,7 +39,8 @@ std::uint64_t lost_cells(const Counts& counts) {
   return total;
 }
 
-bool run_sample(const Sample& sample, const std::filesystem::path& data, const std::filesystem::path& work, Report& report) {
+bool run_sample(const Sample& sample, const std::filesystem::path& data, const std::filesystem::path& work,
+                Report& report) {
   const Layout layout = read_layout((data / sample.layout).string());
   const std::string stem = std::filesystem::path(sample.layout).stem().string();
   const std::string database = (work / (stem + ".db")).string();
@@ -58,7 +60,7 @@ bool run_sample(const Sample& sample, const std::filesystem::path& data, const s
 
   job.table = back;
   job.rejects = rejects("import");
-  report.add("import", fmt::format("{0}.dat -> {0}.db, a second table", stem), job, import_records(job));
+  report.add("import", fmt::format("{0}.dat -> {0}.db, a second table", stem), job, import_records(job), true);
 
   job.table = table;
   job.rejects = rejects("compare");

@@ -34,8 +34,8 @@ class Scanner {
  private:
   void scan_line(std::string_view line) {
     at_ = 0;
-    if (line.size() > last_code_column && std::all_of(line.begin() + last_code_column, line.end(),
-                                                       [](char c) { return is_digit(c) || is_blank(c); }))
+    if (line.size() > last_code_column &&
+        std::all_of(line.begin() + last_code_column, line.end(), [](char c) { return is_digit(c) || is_blank(c); }))
       line = line.substr(0, last_code_column);
     line_ = line;
     if (line.size() >= 6 && std::all_of(line.begin(), line.begin() + 6, is_digit)) at_ = 6;

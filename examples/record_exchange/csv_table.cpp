@@ -38,7 +38,8 @@ class CsvSource final : public RowSource {
     rows_.pop_front();
     ++number_;
     if (current_.size() != header_size_)
-      throw Failure(fmt::format("{}: row {} has {} fields, the header has {}", name_, number_, current_.size(), header_size_));
+      throw Failure(
+          fmt::format("{}: row {} has {} fields, the header has {}", name_, number_, current_.size(), header_size_));
     for (std::size_t i = 0; i < columns_.size(); ++i) {
       const auto& text = current_[columns_[i]];
       row.cells[i] = text ? Cell::of_text(*text) : Cell::of_null();
@@ -67,7 +68,9 @@ class CsvSource final : public RowSource {
       ended_ = count == 0;
       const bool good = ended_ ? csv_fini(&parser_, on_field, on_row, this) == 0
                                : csv_parse(&parser_, block_.data(), count, on_field, on_row, this) == count;
-      if (!good) throw Failure(fmt::format("{}: behind row {}: {}", name_, number_ + rows_.size(), csv_strerror(csv_error(&parser_))));
+      if (!good)
+        throw Failure(
+            fmt::format("{}: behind row {}: {}", name_, number_ + rows_.size(), csv_strerror(csv_error(&parser_))));
     }
     return !rows_.empty();
   }

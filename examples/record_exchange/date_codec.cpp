@@ -57,7 +57,9 @@ class DateCodec final : public TextCodec {
   }
 
  private:
-  static std::size_t text_room(const FldDef& model) { return static_cast<std::size_t>(model.dtFormat->modelLen) * 16 + 1; }
+  static std::size_t text_room(const FldDef& model) {
+    return static_cast<std::size_t>(model.dtFormat->modelLen) * 16 + 1;
+  }
 
   // Parsing is lenient: it passes over what stands between elements and ignores what follows the last one. A value
   // that its own model would write differently is refused here, and so is one that the other model cannot carry.

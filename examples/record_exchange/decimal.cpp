@@ -81,7 +81,9 @@ std::wstring Decimal::plain() const {
   if (exponent_ >= 0) return text.append(digits_).append(static_cast<std::size_t>(exponent_), L'0');
   const long whole = count + exponent_;  // digits before the point
   if (whole <= 0) return text.append(L"0.").append(static_cast<std::size_t>(-whole), L'0').append(digits_);
-  return text.append(digits_, 0, static_cast<std::size_t>(whole)).append(L".").append(digits_, static_cast<std::size_t>(whole));
+  return text.append(digits_, 0, static_cast<std::size_t>(whole))
+      .append(L".")
+      .append(digits_, static_cast<std::size_t>(whole));
 }
 
 }  // namespace record_exchange

@@ -100,7 +100,8 @@ class Comparison {
         compare(row);
       }
     }
-    while (other.next(found_, decoded_)) missing(journal_.counts().rows_carried + journal_.counts().rows_missing + 1, rx_surplus_row);
+    while (other.next(found_, decoded_))
+      missing(journal_.counts().rows_carried + journal_.counts().rows_missing + 1, rx_surplus_row);
   }
 
  private:
@@ -112,9 +113,10 @@ class Comparison {
   void compare(std::uint64_t row) {
     ++journal_.counts().rows_carried;
     for (std::size_t field = 0; field < decoded_.size(); ++field) {
-      const Status status = is_refused(decoded_[field])
-                                ? decoded_[field]
-                                : codec_.compare(field, expected_.cells[field], found_.cells[field]);
+      Status status = is_refused(decoded_[field]) ? decoded_[field]
+                                                  : codec_.compare(field, expected_.cells[field], found_.cells[field]);
+      // Where the record could not hold the cell, that is why they differ.
+      if (status == rx_different && is_refused(encoded_[field])) status = encoded_[field];
       journal_.cell(field, status);
       if (is_refused(status)) journal_.refusal(row, field, text_.of(expected_.cells[field]), status);
     }
@@ -143,7 +145,8 @@ Counts compare_with(const Job& job, RecordCodec& codec, Counterpart& other, cons
 void make_integers(const Layout& layout, Row& row, WideText& wide) {
   for (std::size_t i = 0; i < row.cells.size(); ++i) {
     Cell& cell = row.cells[i];
-    if (!(layout.fields[i].is_integer() || layout.fields[i].usage == Usage::number) || cell.kind != Cell::Kind::text) continue;
+    if (!(layout.fields[i].is_integer() || layout.fields[i].usage == Usage::number) || cell.kind != Cell::Kind::text)
+      continue;
     std::int64_t value = 0;
     std::uint32_t size = 0;
     const bool ends_in_digit = !cell.text.empty() && cell.text.back() >= '0' && cell.text.back() <= '9';
@@ -169,7 +172,8 @@ Counts export_table(const Job& job) {
   while (!goes_on.stopped() && rows->next(row)) {
     journal.row_read();
     codec.encode(row, record.data(), outcomes);
-    if (!goes_on(journal.counts().rows_read, outcomes, [&](std::size_t field) { return text.of(row.cells[field]); })) continue;
+    if (!goes_on(journal.counts().rows_read, outcomes, [&](std::size_t field) { return text.of(row.cells[field]); }))
+      continue;
     file.write(record.data());
     ++journal.counts().rows_carried;
   }

@@ -62,7 +62,8 @@ class Placer {
         fail_at(file_, entry.place, fmt::format("{} has neither a picture nor fields", entry.name));
       for (std::size_t k = 1; k <= entry.occurs; ++k) {
         const bool repeated = entry.occurs > 1;
-        const std::string inner = repeated ? fmt::format("{}{}{}", subscripts, subscripts.empty() ? "" : ",", k) : subscripts;
+        const std::string inner =
+            repeated ? fmt::format("{}{}{}", subscripts, subscripts.empty() ? "" : ",", k) : subscripts;
         const std::string inner_suffix = repeated ? fmt::format("{}_{}", suffix, k) : suffix;
         if (is_group)
           place(first + 1, end, inner, inner_suffix);
@@ -81,8 +82,7 @@ class Placer {
     describe(entry, field);
     layout_.record_length += field.length;
     if (indicator_names_.count(entry.name) != 0) {
-      if (field.usage != Usage::text || field.length != 1)
-        fail_at(file_, entry.picture_place, "an indicator is PIC X");
+      if (field.usage != Usage::text || field.length != 1) fail_at(file_, entry.picture_place, "an indicator is PIC X");
       indicator_offsets_[field.name] = field.offset;
       return;
     }
@@ -178,7 +178,8 @@ class Placer {
   }
 
   void check_option_names(const Entry& entry) const {
-    static const std::set<std::string> known{"column", "null", "indicator", "date", "table-date", "number", "page", "newline"};
+    static const std::set<std::string> known{"column",     "null",   "indicator", "date",
+                                             "table-date", "number", "page",      "newline"};
     for (const auto& [key, option] : entry.options) {
       const bool of_record = key == "page" || key == "newline";
       if (known.count(key) == 0 || (of_record && &entry != &entries_.front()))
@@ -208,7 +209,8 @@ class Placer {
     if (null != entry.options.end()) {
       const auto policy = policies.find(null->second.value);
       if (policy == policies.end()) fail_at(file_, null->second.place, "null is blanks, zeros or low-values");
-      if (indicator != entry.options.end()) fail_at(file_, indicator->second.place, "a field with null has no indicator");
+      if (indicator != entry.options.end())
+        fail_at(file_, indicator->second.place, "a field with null has no indicator");
       field.null_policy = policy->second;
     } else if (indicator != entry.options.end()) {
       field.null_policy = NullPolicy::indicator;
@@ -234,9 +236,8 @@ class Placer {
     if (field.usage != Usage::date) return;
     field.date = model(entry.options.at("date"));
     const auto table = entry.options.find("table-date");
-    field.table_date = table != entry.options.end()
-                           ? model(table->second)
-                           : std::make_shared<const DateModel>(default_table_date);
+    field.table_date =
+        table != entry.options.end() ? model(table->second) : std::make_shared<const DateModel>(default_table_date);
     // A fraction is a count in its element's unit: with another number of digits the same count is another time.
     const std::size_t digits = field.date->fraction_digits();
     const std::size_t table_digits = field.table_date->fraction_digits();
@@ -295,7 +296,8 @@ std::optional<std::uint32_t> code_page_number(std::string_view name) {
     std::string_view text;
     std::uint32_t base;
   };
-  static constexpr Prefix prefixes[] = {{"ibm-", 0}, {"ibm", 0}, {"ccsid", 0}, {"windows-", 0}, {"cp", 0}, {"iso-8859-", 28590}};
+  static constexpr Prefix prefixes[] = {{"ibm-", 0},     {"ibm", 0}, {"ccsid", 0},
+                                        {"windows-", 0}, {"cp", 0},  {"iso-8859-", 28590}};
   std::string lower(name);
   std::transform(lower.begin(), lower.end(), lower.begin(),
                  [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });

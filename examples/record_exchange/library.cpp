@@ -68,8 +68,7 @@ Status from_utf8(std::string_view text, WideText& wide) {
   auto bytes = static_cast<std::int32_t>(text.size());
   std::uint32_t characters = 0;
   wchar_t* const room = wide.room(text.size());
-  const Status status =
-      ZVRTCnvCharToWVarcharSz(text.data(), &bytes, room, wide.size_in_bytes(), &characters, &utf8);
+  const Status status = ZVRTCnvCharToWVarcharSz(text.data(), &bytes, room, wide.size_in_bytes(), &characters, &utf8);
   if (status == ZVRT_RC_OK) wide.set_length(characters);
   return status;
 }

@@ -70,7 +70,7 @@ class DateModel {
 
   const DtFormatDesc* format() const { return &format_; }
   const std::string& text() const { return text_; }
-  bool readable() const;              // every element can be parsed as well as written
+  bool readable() const;                // every element can be parsed as well as written
   std::size_t fraction_digits() const;  // of the seconds; 0 without such an element
 
  private:

@@ -123,9 +123,10 @@ void add_verb_options(CLI::App& verb, Arguments& arguments, const char* from, co
 
 int run(int argc, char** argv) {
   Arguments arguments;
-  CLI::App app("Writes and reads mainframe record files from ordinary tables.\n"
-               "Without a verb it runs the whole circle on its sample data.",
-               "record_exchange");
+  CLI::App app(
+      "Writes and reads mainframe record files from ordinary tables.\n"
+      "Without a verb it runs the whole circle on its sample data.",
+      "record_exchange");
   app.footer("Exit status: 0 all is well, 1 something was refused or differs, 2 the run failed.");
   app.require_subcommand(0, 1);
   app.add_flag("--json", arguments.json, "the report as JSON");

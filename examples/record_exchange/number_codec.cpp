@@ -29,7 +29,8 @@ class NumberCodec : public FieldCodec {
     if (field().is_integer() && wide_.length() <= 18) {
       std::int64_t integer = 0;
       std::uint32_t size = 0;
-      const Status status = ZVRTCnvWVarcharSzToLongLong(wide_.c_str(), nullptr, &integer, sizeof integer, &size, nullptr);
+      const Status status =
+          ZVRTCnvWVarcharSzToLongLong(wide_.c_str(), nullptr, &integer, sizeof integer, &size, nullptr);
       cell = Cell::of_integer(integer);
       return status;
     }
@@ -107,7 +108,8 @@ class PackedCodec final : public PictureCodec {
     std::int32_t size = length();
     std::uint32_t characters = 0;
     wchar_t* const room = digits.room(field().length * 2);
-    const Status status = ZVRTCnvDecPackedToWVarcharSz(bytes, &size, room, digits.size_in_bytes(), &characters, nullptr);
+    const Status status =
+        ZVRTCnvDecPackedToWVarcharSz(bytes, &size, room, digits.size_in_bytes(), &characters, nullptr);
     digits.set_length(characters);
     return status == ZVRT_RC_EMPTY_RESULT ? Status{ZVRT_RC_OK} : status;  // zero has no digits
   }
@@ -123,7 +125,8 @@ class PackedCodec final : public PictureCodec {
   }
 };
 
-// Binary integers of 2, 4 and 8 bytes. The library knows the machine's own byte order, the record has the highest first.
+// Binary integers of 2, 4 and 8 bytes. The library knows the machine's own byte order, the record has the highest
+// first.
 struct BinaryType {
   std::size_t bytes;
   bool has_sign;
@@ -247,7 +250,8 @@ class VarnumCodec final : public NumberCodec {
     std::int32_t characters = 0;
     std::uint32_t size = 0;
     std::memset(bytes, 0, field().length);
-    const Status status = ZVRTCnvWVarcharSz_UnsignedToOraVarnum(wide().c_str(), &characters, bytes, length(), &size, nullptr);
+    const Status status =
+        ZVRTCnvWVarcharSz_UnsignedToOraVarnum(wide().c_str(), &characters, bytes, length(), &size, nullptr);
     if (status != ZVRT_RC_OK) return status;
     // Digits beyond the format's 20 pairs are cut without a word, magnitudes below its range become zero.
     Decimal kept;
@@ -258,7 +262,8 @@ class VarnumCodec final : public NumberCodec {
     std::int32_t size = 0;
     std::uint32_t characters = 0;
     wchar_t* const room = wide().room(longest_text);
-    const Status status = ZVRTCnvOraVarnumToWVarcharSz_Unsigned(bytes, &size, room, wide().size_in_bytes(), &characters, nullptr);
+    const Status status =
+        ZVRTCnvOraVarnumToWVarcharSz_Unsigned(bytes, &size, room, wide().size_in_bytes(), &characters, nullptr);
     if (status != ZVRT_RC_OK) return status;
     wide().set_length(characters);
     return value.parse(wide().view()) ? Status{ZVRT_RC_OK} : Status{rx_broken_number};

@@ -47,7 +47,7 @@ void Report::say(const std::string& line) const {
   if (!json_) fmt::print("{}\n", line);
 }
 
-void Report::add(const std::string& what, const std::string& way, const Job& job, const Counts& counts) {
+void Report::add(const std::string& what, const std::string& way, const Job& job, const Counts& counts, bool brief) {
   if (json_) return add_json(what, way, job, counts);
   const bool compares = what == "verify" || what == "compare";
   fmt::print("{}  {}\n", what, way);
@@ -59,6 +59,12 @@ void Report::add(const std::string& what, const std::string& way, const Job& job
   fmt::print("  {} bytes in {:.3f} s: {} rows a second, {} bytes a second\n", grouped(bytes), counts.seconds,
              grouped(per_second(static_cast<double>(counts.rows_read), counts.seconds)),
              grouped(per_second(static_cast<double>(bytes), counts.seconds)));
+  if (!brief || counts.refusals != 0) print_fields(job, counts, compares);
+  if (counts.refusals != 0) fmt::print("  {} refusals in {}\n", grouped(counts.refusals), job.rejects);
+  fmt::print("\n");
+}
+
+void Report::print_fields(const Job& job, const Counts& counts, bool compares) {
   std::size_t names = 5;
   std::size_t pictures = 7;
   for (const Field& field : job.layout.fields) {
@@ -75,8 +81,6 @@ void Report::add(const std::string& what, const std::string& way, const Job& job
                grouped(count_of(met, ZVRT_RC_OK)), grouped(count_of(met, rx_null)), grouped(refused),
                which.empty() ? "" : "  ", which);
   }
-  if (counts.refusals != 0) fmt::print("  {} refusals in {}\n", grouped(counts.refusals), job.rejects);
-  fmt::print("\n");
 }
 
 void Report::add_json(const std::string& what, const std::string& way, const Job& job, const Counts& counts) {

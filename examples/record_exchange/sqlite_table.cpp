@@ -162,7 +162,8 @@ class SqliteSink final : public RowSink {
       case Cell::Kind::real: result = sqlite3_bind_double(insert, at, cell.real); break;
       case Cell::Kind::text:
         // A null pointer would bind a null in place of an empty text.
-        result = sqlite3_bind_text64(insert, at, cell.text.empty() ? "" : cell.text.data(), size, SQLITE_STATIC, SQLITE_UTF8);
+        result = sqlite3_bind_text64(insert, at, cell.text.empty() ? "" : cell.text.data(), size, SQLITE_STATIC,
+                                     SQLITE_UTF8);
         break;
       case Cell::Kind::blob: result = sqlite3_bind_blob64(insert, at, cell.text.data(), size, SQLITE_STATIC); break;
     }

@@ -55,7 +55,8 @@ constexpr std::array entries{
     Entry{rx_broken_indicator, "RX_BROKEN_INDICATOR", "the indicator byte is neither 00 nor FF"},
     Entry{rx_cut_record, "RX_CUT_RECORD", "the file ends inside a record"},
     Entry{rx_different, "RX_DIFFERENT", "the values differ"},
-    Entry{rx_trailing_blanks, "RX_TRAILING_BLANKS", "trailing blanks, which a fixed field cannot tell from its filling"},
+    Entry{rx_trailing_blanks, "RX_TRAILING_BLANKS",
+          "trailing blanks, which a fixed field cannot tell from its filling"},
     Entry{rx_missing_row, "RX_MISSING_ROW", "the row has no counterpart"},
     Entry{rx_surplus_row, "RX_SURPLUS_ROW", "the row is beyond the table's end"},
 };
