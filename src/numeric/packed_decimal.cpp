@@ -1,4 +1,5 @@
 #include "numeric/packed_decimal.h"
+#include "frame/scratch.h"
 
 #include <algorithm>
 #include <cstring>
