@@ -25,37 +25,51 @@ bool DoubleBytePage::learn(const IcuConverter& icu) {
         break;
     }
   }
-  is_ascii_ = characters_.is_ascii();
+  ascii_ = characters_.ascii();
   return true;
 }
 
 bool DoubleBytePage::learn_pairs(const IcuConverter& icu, unsigned char lead) {
-  if (lead == 0) return false;  // its codes would be taken for single bytes
   for (std::uint32_t value = 0; value < 256; ++value) {
     const auto trail = static_cast<unsigned char>(value);
     const auto [answer, character] = icu.meaning({lead, trail});
     if (answer == IcuConverter::Answer::undefined) continue;
     if (answer != IcuConverter::Answer::character || !characters_.set(lead, trail, character)) return false;
-    const auto code = static_cast<std::uint16_t>(lead << 8 | trail);
-    if (icu.writes(character, {lead, trail}) && !code_of_.add(character, code)) return false;
+    if (icu.writes(character, {lead, trail}) && !code_of_.add(character, lead, trail)) return false;
   }
   return true;
 }
 
 Outcome DoubleBytePage::decode(Bytes source, WideRoom room) {
   return decode_each(
-      source, room, is_ascii_ ? widen_ascii_blocks(source, room) : 0,
+      source, room, widen_ascii_blocks(ascii_, source, room),
       [&](const unsigned char* text, std::size_t available) { return characters_.read(text, available); });
 }
 
+// Whether a character is one byte or two is no branch here, which text of both would make hard to guess: two bytes are
+// stored, and the second of a single one is the next character's, which is known to be written too.
+DoubleBytePage::Run DoubleBytePage::write_run(WideText source, ByteRoom room) const {
+  const std::size_t ascii = narrow_ascii_blocks(ascii_, source, room);
+  Run run{ascii, ascii};
+  if (run.characters == source.count) return run;
+  std::uint16_t code = code_of_[source[run.characters]];
+  while (code != ReverseTable::no_code && run.characters + 1 < source.count && run.bytes + 3 <= room.size()) {
+    const std::uint16_t next = code_of_[source[run.characters + 1]];
+    if (next == ReverseTable::no_code) break;
+    std::memcpy(room.data() + run.bytes, &code, sizeof code);
+    run.bytes += ReverseTable::length_of(code);
+    ++run.characters;
+    code = next;
+  }
+  return run;
+}
+
 Outcome DoubleBytePage::encode(WideText source, ByteRoom room) {
-  return encode_each(source, room, is_ascii_ ? narrow_ascii_blocks(source, room) : 0,
-                     [&](char32_t character) -> Encoded {
-                       const std::uint32_t code = code_of_[character];
-                       if (code <= 0xFF) return {code, 1};
-                       if (code == ReverseTable::no_code) return {0, 0};
-                       return {code >> 8 | (code & 0xFF) << 8, 2};
-                     });
+  const Run run = write_run(source, room);
+  return encode_each(source, room, run.characters, run.bytes, [&](char32_t character) -> Encoded {
+    const std::uint16_t code = code_of_[character];
+    return {code, code != ReverseTable::no_code ? ReverseTable::length_of(code) : 0};
+  });
 }
 
 }  // namespace zvrt

@@ -23,9 +23,15 @@ class DoubleBytePage final : public Converter {
   bool learn(const IcuConverter& icu);
   bool learn_pairs(const IcuConverter& icu, unsigned char lead);
 
+  struct Run {
+    std::size_t characters;
+    std::size_t bytes;
+  };
+  Run write_run(WideText source, ByteRoom room) const;
+
   PairTable characters_;
   ReverseTable code_of_;
-  bool is_ascii_ = false;  // bytes 00 to 7F are ASCII
+  Ascii ascii_ = Ascii::no;
 };
 
 }  // namespace zvrt

@@ -41,15 +41,6 @@ static_assert(std::ranges::is_sorted(listed_pages, {}, &Row::number));
 
 }  // namespace
 
-Style style_of(std::int32_t kind) {
-  switch (kind) {
-    case 'N': return Style::new_line;
-    case 'B': return Style::ibm;
-    case 'W': return Style::windows;
-    default: return Style::usual;
-  }
-}
-
 PageNames page_names(std::uint32_t number, Style style) {
   PageNames names{};
   std::size_t count = 0;

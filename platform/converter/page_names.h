@@ -9,7 +9,12 @@ namespace zvrt {
 
 // What a kind letter asks for.
 enum class Style : std::uint32_t { usual, new_line, ibm, windows };
-Style style_of(std::int32_t kind);
+constexpr Style style_of(std::int32_t kind) {
+  if (kind == 'N') return Style::new_line;
+  if (kind == 'B') return Style::ibm;
+  if (kind == 'W') return Style::windows;
+  return Style::usual;
+}
 
 using PageName = std::array<char, 32>;
 

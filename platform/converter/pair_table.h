@@ -45,10 +45,8 @@ class PairTable {
     return true;
   }
 
-  bool is_ascii() const {
-    for (std::uint32_t value = 0; value < 0x80; ++value)
-      if (single_[value] != value) return false;
-    return true;
+  Ascii ascii() const {
+    return ascii_of([&](std::uint32_t byte) { return single_[byte]; });
   }
 
  private:

@@ -10,7 +10,8 @@
 
 namespace zvrt {
 
-// A code is one byte (0x00 to 0xFF) or two, the first in the upper half. Blocks of 64 neighbouring characters stand in
+// A code is one byte, or two of which the first is the lower half and the second is not 0: stored as it is, it is the
+// character's bytes in order. Blocks of 64 neighbouring characters stand in
 // `codes_`; block 0 holds no character and stands for every block of which the page has none.
 class ReverseTable {
  public:
@@ -22,7 +23,12 @@ class ReverseTable {
     return codes_[block * block_size + character % block_size];
   }
 
-  // False when the table cannot hold it: no memory, or a code that would not be told from no_code or from one byte.
+  static constexpr std::size_t length_of(std::uint16_t code) { return code > 0xFF ? 2 : 1; }
+
+  // False when the table cannot hold it: no memory, or bytes that are no code.
+  bool add(char32_t character, unsigned char lead, unsigned char trail) {
+    return trail != 0 && add(character, static_cast<std::uint16_t>(lead | trail << 8));
+  }
   bool add(char32_t character, std::uint16_t code) {
     if (character >= limit || code == no_code) return false;
     std::uint16_t& block = block_of_[character / block_size];

@@ -90,7 +90,7 @@ Entry* find(Cache& cache, std::uint64_t key) {
   return nullptr;
 }
 
-// The way of a page that this thread meets for the first time.
+// A page that this thread meets for the first time.
 Converter* open(ZVRTThreadBlock& block, std::uint32_t number, Style style) {
   const std::lock_guard guard(lock);
   if (store == nullptr) return nullptr;
@@ -107,7 +107,8 @@ Converter* open(ZVRTThreadBlock& block, std::uint32_t number, Style style) {
   return cache->first->converter;
 }
 
-Converter* find_or_open(ZVRTThreadBlock& block, std::uint32_t number, Style style) {
+// A page that is not the last used one. Apart, so that the way of the last used one saves no registers.
+[[gnu::noinline]] Converter* find_or_open(ZVRTThreadBlock& block, std::uint32_t number, Style style) {
   if (auto* const cache = static_cast<Cache*>(block.converter.value); cache != nullptr) {
     if (const Entry* const entry = find(*cache, key_of(number, style)); entry != nullptr) return entry->converter;
     if (cache->unknown == key_of(number, style)) return nullptr;
@@ -147,7 +148,12 @@ uint32_t ZVRT_ICU_Term(void* anchor, void* thread) {
 
 void* ZVRT_GetICUConverterInfo(void* anchor, void* thread, uint32_t codePage, int32_t kind) {
   ZVRTThreadBlock* const block = block_of(anchor, thread);
-  return block != nullptr ? find_or_open(*block, codePage, zvrt::style_of(kind)) : nullptr;
+  if (block == nullptr) return nullptr;
+  const Style style = zvrt::style_of(kind);
+  const auto* const cache = static_cast<const Cache*>(block->converter.value);
+  const Entry* const last_used = cache != nullptr ? cache->first.get() : nullptr;
+  if (last_used != nullptr && last_used->key == key_of(codePage, style)) return last_used->converter;
+  return find_or_open(*block, codePage, style);
 }
 
 uint32_t ZVRT_IcuMultibyteToWide(void* converter, const void* src, int32_t srcBytes, void* dst, int32_t dstChars,

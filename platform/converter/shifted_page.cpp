@@ -37,8 +37,8 @@ bool ShiftedPage::learn_pairs(const IcuConverter& icu, unsigned char lead) {
     const auto [answer, character] = icu.meaning({shift_out, lead, trail, shift_in});
     if (answer == IcuConverter::Answer::undefined) continue;
     if (answer != IcuConverter::Answer::character || !characters_.set(lead, trail, character)) return false;
-    const auto code = static_cast<std::uint16_t>(lead << 8 | trail);
-    if (icu.writes(character, {shift_out, lead, trail, shift_in}) && !code_of_.add(character, code)) return false;
+    if (icu.writes(character, {shift_out, lead, trail, shift_in}) && !code_of_.add(character, lead, trail))
+      return false;
   }
   return true;
 }
@@ -73,10 +73,10 @@ Outcome ShiftedPage::encode(WideText source, ByteRoom room) {
     return written;
   };
   for (std::size_t i = 0; i < source.count; ++i) {
-    const std::uint32_t code = code_of_[source[i]];
+    const std::uint16_t code = code_of_[source[i]];
     if (code == ReverseTable::no_code) return rejected(close());
-    const bool pair = code > 0xFF;
-    Encoded next = pair ? Encoded{code >> 8 | (code & 0xFF) << 8, 2} : Encoded{code, 1};
+    Encoded next{code, ReverseTable::length_of(code)};
+    const bool pair = next.length == 2;
     if (pair != shifted) next = {next.bytes << 8 | (pair ? shift_out : shift_in), next.length + 1};
     shifted = pair;
     // Nothing fits behind a character that did not: what is needed, its closing shift included, only grows.

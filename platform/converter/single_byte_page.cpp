@@ -1,80 +1,98 @@
 #include "single_byte_page.h"
 
+#include "frame/cpu.h"
+
 namespace zvrt {
 
 namespace {
 
-constexpr std::uint32_t undefined = 0x80000000;  // a bit that no character has, so that many can be tested at once
-constexpr std::size_t block = 8;
+constexpr std::uint32_t undefined = SingleByteTables::undefined;
+
+const SingleByteKernels& best_kernels = *choose_version(
+    Versions<const SingleByteKernels>{.baseline = &single_byte_baseline, .avx512 = &single_byte_avx512});
 
 }  // namespace
 
-std::unique_ptr<Converter> SingleBytePage::build(const IcuConverter& icu) {
-  std::unique_ptr<SingleBytePage> page(new (std::nothrow) SingleBytePage);
+std::unique_ptr<Converter> SingleBytePage::build(const IcuConverter& icu) { return build(icu, best_kernels); }
+
+std::unique_ptr<Converter> SingleBytePage::build(const IcuConverter& icu, const SingleByteKernels& kernels) {
+  std::unique_ptr<SingleBytePage> page(new (std::nothrow) SingleBytePage(kernels));
   if (page == nullptr || !page->learn(icu)) return nullptr;
+  page->lay_out_for_kernels();
   return page;
 }
 
 bool SingleBytePage::learn(const IcuConverter& icu) {
-  if (!code_of_.prepare()) return false;
+  if (!tables_.code_of.prepare()) return false;
   for (std::uint32_t value = 0; value < 256; ++value) {
     const auto byte = static_cast<unsigned char>(value);
     const auto [answer, character] = icu.meaning({byte});
-    const bool defined = answer == IcuConverter::Answer::character;
+    const bool defined = answer == IcuConverter::Answer::character && character < 0xFFFF;
     if (!defined && answer != IcuConverter::Answer::undefined) return false;
-    character_of_[value] = defined ? character : undefined;
-    if (value < 0x80 && character_of_[value] != value) is_ascii_ = false;
-    if (defined && icu.writes(character, {byte}) && !code_of_.add(character, byte)) return false;
+    tables_.character_of[value] = defined ? character : undefined;
+    if (defined && icu.writes(character, {byte}) && !tables_.code_of.add(character, byte)) return false;
   }
-  return true;
+  tables_.ascii = ascii_of([&](std::uint32_t byte) { return tables_.character_of[byte]; });
+  return tables_.character_of[0] == 0;
+}
+
+void SingleBytePage::lay_out_for_kernels() {
+  std::array<int, 256> members{};
+  for (std::size_t byte = 0; byte < 256; ++byte) {
+    const std::uint32_t character = tables_.character_of[byte];
+    tables_.low_half[byte] = static_cast<unsigned char>(character == undefined ? 0xFF : character);
+    tables_.high_half[byte] = static_cast<unsigned char>(character == undefined ? 0xFF : character >> 8);
+    if (character != undefined && character > 0xFF) ++members[character >> 8];
+  }
+  const auto* const most = std::ranges::max_element(members);
+  tables_.other_window_number = static_cast<std::uint32_t>(most - members.data());
+  const auto fill = [&](unsigned char(&window)[256], std::uint32_t number) {
+    for (std::uint32_t i = 0; i < 256; ++i) {
+      const std::uint16_t code = tables_.code_of[number << 8 | i];
+      window[i] = static_cast<unsigned char>(code == ReverseTable::no_code ? 0 : code);
+    }
+  };
+  fill(tables_.first_window, 0);
+  fill(tables_.other_window, tables_.other_window_number);
 }
 
 // Reads up to the first undefined byte, as far as both sides reach.
 std::size_t SingleBytePage::read_run(Bytes source, WideRoom room) const {
   const std::size_t end = std::min(source.size(), room.count);
-  std::size_t done = is_ascii_ ? widen_ascii_blocks(source, room) : 0;
-  for (; done + block <= end; done += block) {
-    std::array<std::uint32_t, block> characters;
-    std::uint32_t any = 0;
-    for (std::size_t i = 0; i < block; ++i) any |= characters[i] = character_of_[source[done + i]];
-    if ((any & undefined) != 0) break;
-    std::memcpy(room.data + done * wide_size, characters.data(), sizeof characters);
-  }
-  for (; done < end && character_of_[source[done]] != undefined; ++done) room.put(done, character_of_[source[done]]);
+  std::size_t done = kernels_.read(tables_, source.data(), end, room.data);
+  for (; done < end && tables_.character_of[source[done]] != undefined; ++done)
+    room.put(done, tables_.character_of[source[done]]);
   return done;
 }
 
 Outcome SingleBytePage::decode(Bytes source, WideRoom room) {
   const std::size_t written = read_run(source, room);
-  const Bytes rest = source.subspan(written);
-  const bool all_defined = std::ranges::all_of(rest, [&](auto byte) { return character_of_[byte] != undefined; });
-  return all_defined ? converted(source.size(), room.count) : rejected(written);
+  for (const unsigned char byte : source.subspan(written))
+    if (tables_.character_of[byte] == undefined) return rejected(written);
+  return converted(source.size(), room.count);
 }
 
-// Writes up to the first character that the page does not have, as far as both sides reach.
+// Writes up to the first character that the page does not have, as far as both sides reach. Behind a place where the
+// kernel stops, a few characters are written singly before it is tried again.
 std::size_t SingleBytePage::write_run(WideText source, ByteRoom room) const {
+  constexpr std::size_t singly = 8;
   const std::size_t end = std::min(source.count, room.size());
-  std::size_t done = is_ascii_ ? narrow_ascii_blocks(source, room) : 0;
-  for (; done + block <= end; done += block) {
-    std::array<unsigned char, block> bytes;
-    std::uint32_t any = 0;
-    for (std::size_t i = 0; i < block; ++i) {
-      const std::uint16_t code = code_of_[source[done + i]];
-      any |= code;
-      bytes[i] = static_cast<unsigned char>(code);
+  std::size_t done = 0;
+  while (done < end) {
+    done += kernels_.write(tables_, source.data + done * wide_size, end - done, room.data() + done);
+    for (const std::size_t stop = std::min(done + singly, end); done < stop; ++done) {
+      const std::uint16_t code = tables_.code_of[source[done]];
+      if (code > 0xFF) return done;
+      room[done] = static_cast<unsigned char>(code);
     }
-    if (any > 0xFF) break;
-    std::memcpy(room.data() + done, bytes.data(), sizeof bytes);
   }
-  for (; done < end && code_of_[source[done]] <= 0xFF; ++done)
-    room[done] = static_cast<unsigned char>(code_of_[source[done]]);
   return done;
 }
 
 Outcome SingleBytePage::encode(WideText source, ByteRoom room) {
   const std::size_t written = write_run(source, room);
   for (std::size_t i = written; i < source.count; ++i)
-    if (code_of_[source[i]] > 0xFF) return rejected(written);
+    if (tables_.code_of[source[i]] > 0xFF) return rejected(written);
   return converted(source.count, room.size());
 }
 

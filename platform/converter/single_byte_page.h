@@ -2,31 +2,34 @@
 #ifndef ZVRT_CONVERTER_SINGLE_BYTE_PAGE_H
 #define ZVRT_CONVERTER_SINGLE_BYTE_PAGE_H
 
-#include <array>
 #include <memory>
 
 #include "converter.h"
 #include "icu_converter.h"
-#include "reverse_table.h"
+#include "single_byte_tables.h"
 
 namespace zvrt {
 
 class SingleBytePage final : public Converter {
  public:
-  // Null when a byte of the page is more than one character, or memory is short.
+  // Null when a byte of the page is no single UTF-16 unit, or memory is short.
   static std::unique_ptr<Converter> build(const IcuConverter& icu);
+
+  // With kernels of the caller's choice, for comparing them.
+  static std::unique_ptr<Converter> build(const IcuConverter& icu, const SingleByteKernels& kernels);
 
   Outcome decode(Bytes source, WideRoom room) override;
   Outcome encode(WideText source, ByteRoom room) override;
 
  private:
+  explicit SingleBytePage(const SingleByteKernels& kernels) : kernels_(kernels) {}
   bool learn(const IcuConverter& icu);
+  void lay_out_for_kernels();
   std::size_t read_run(Bytes source, WideRoom room) const;
   std::size_t write_run(WideText source, ByteRoom room) const;
 
-  std::array<std::uint32_t, 256> character_of_;  // undefined where the page defines none
-  ReverseTable code_of_;
-  bool is_ascii_ = true;  // bytes 00 to 7F are ASCII
+  SingleByteTables tables_;
+  const SingleByteKernels& kernels_;
 };
 
 }  // namespace zvrt

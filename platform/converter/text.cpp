@@ -16,15 +16,30 @@ __m128i load(const unsigned char* from) {
 
 void store(unsigned char* to, __m128i lanes) { std::memcpy(to, &lanes, sizeof lanes); }
 
+// The bytes that are ASCII in a page, as signed ones: those from 80 are negative.
+struct Range {
+  __m128i below, last;
+
+  explicit Range(Ascii ascii)
+      : below(_mm_set1_epi8(ascii == Ascii::all ? -1 : 0x1F)), last(_mm_set1_epi8(ascii == Ascii::all ? 0x7F : 0x7E)) {}
+
+  bool has_all(__m128i bytes) const {
+    const __m128i inside = _mm_andnot_si128(_mm_cmpgt_epi8(bytes, last), _mm_cmpgt_epi8(bytes, below));
+    return _mm_movemask_epi8(inside) == 0xFFFF;
+  }
+};
+
 }  // namespace
 
-std::size_t widen_ascii_blocks(Bytes source, WideRoom room) {
+std::size_t widen_ascii_blocks(Ascii ascii, Bytes source, WideRoom room) {
+  if (ascii == Ascii::no) return 0;
+  const Range range(ascii);
   const std::size_t end = std::min(source.size(), room.count);
   const __m128i zero = _mm_setzero_si128();
   std::size_t done = 0;
   for (; done + block <= end; done += block) {
     const __m128i bytes = load(source.data() + done);
-    if (_mm_movemask_epi8(bytes) != 0) break;
+    if (!range.has_all(bytes)) break;
     const __m128i low = _mm_unpacklo_epi8(bytes, zero);
     const __m128i high = _mm_unpackhi_epi8(bytes, zero);
     unsigned char* const to = room.data + done * wide_size;
@@ -36,9 +51,10 @@ std::size_t widen_ascii_blocks(Bytes source, WideRoom room) {
   return done;
 }
 
-std::size_t narrow_ascii_blocks(WideText source, ByteRoom room) {
+std::size_t narrow_ascii_blocks(Ascii ascii, WideText source, ByteRoom room) {
+  if (ascii == Ascii::no) return 0;
+  const Range range(ascii);
   const std::size_t end = std::min(source.count, room.size());
-  const __m128i above_ascii = _mm_set1_epi32(~0x7F);
   std::size_t done = 0;
   for (; done + block <= end; done += block) {
     const unsigned char* const from = source.data + done * wide_size;
@@ -46,9 +62,11 @@ std::size_t narrow_ascii_blocks(WideText source, ByteRoom room) {
     const __m128i b = load(from + 16);
     const __m128i c = load(from + 32);
     const __m128i d = load(from + 48);
-    const __m128i any = _mm_and_si128(_mm_or_si128(_mm_or_si128(a, b), _mm_or_si128(c, d)), above_ascii);
-    if (_mm_movemask_epi8(_mm_cmpeq_epi32(any, _mm_setzero_si128())) != 0xFFFF) break;
-    store(room.data() + done, _mm_packus_epi16(_mm_packs_epi32(a, b), _mm_packs_epi32(c, d)));
+    // Narrowing with saturation leaves everything above ASCII outside; what it takes for negative it would make 0.
+    const __m128i any = _mm_or_si128(_mm_or_si128(a, b), _mm_or_si128(c, d));
+    const __m128i bytes = _mm_packus_epi16(_mm_packs_epi32(a, b), _mm_packs_epi32(c, d));
+    if (_mm_movemask_ps(_mm_castsi128_ps(any)) != 0 || !range.has_all(bytes)) break;
+    store(room.data() + done, bytes);
   }
   return done;
 }

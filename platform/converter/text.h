@@ -53,9 +53,25 @@ constexpr Outcome converted(std::size_t needed, std::size_t room) {
 
 constexpr bool is_scalar_value(char32_t c) { return c < 0xD800 || (c > 0xDFFF && c <= 0x10FFFF); }
 
+// Which bytes of a page are ASCII: not all of 20 to 7E, just those (some pages exchange control characters), all to 7F.
+enum class Ascii { no, printable, all };
+
+// Which it is, by what each byte below 80 means.
+template <class CharacterOf>
+constexpr Ascii ascii_of(CharacterOf character_of) {
+  bool printable = true;
+  bool all = true;
+  for (std::uint32_t byte = 0; byte < 0x80; ++byte) {
+    if (character_of(byte) == byte) continue;
+    all = false;
+    if (byte >= 0x20 && byte < 0x7F) printable = false;
+  }
+  return all ? Ascii::all : printable ? Ascii::printable : Ascii::no;
+}
+
 // Copies leading whole blocks of ASCII, as far as both sides reach, and says how many characters: 0 is always allowed.
-std::size_t widen_ascii_blocks(Bytes source, WideRoom room);
-std::size_t narrow_ascii_blocks(WideText source, ByteRoom room);
+std::size_t widen_ascii_blocks(Ascii ascii, Bytes source, WideRoom room);
+std::size_t narrow_ascii_blocks(Ascii ascii, WideText source, ByteRoom room);
 
 // One character read; a length of 0 is an offending place.
 struct Decoded {
@@ -86,11 +102,11 @@ inline void put_bytes(unsigned char* target, Encoded next) {
   for (std::size_t i = 0; i < next.length; ++i) target[i] = static_cast<unsigned char>(next.bytes >> (8 * i));
 }
 
-// `write` takes a character and gives Encoded. Once a character does not fit, none behind it does: `needed` only grows.
+// `write` takes a character and gives Encoded. `done` characters stand in the first `written` bytes already. Once a
+// character does not fit, none behind it does: `needed` only grows.
 template <class Write>
-Outcome encode_each(WideText source, ByteRoom room, std::size_t done, Write write) {
-  std::size_t needed = done;
-  std::size_t written = done;
+Outcome encode_each(WideText source, ByteRoom room, std::size_t done, std::size_t written, Write write) {
+  std::size_t needed = written;
   for (std::size_t i = done; i < source.count; ++i) {
     const Encoded next = write(source[i]);
     if (next.length == 0) return rejected(written);

@@ -36,11 +36,12 @@ Encoded write(char32_t c) {
 }  // namespace
 
 Outcome Utf8Page::decode(Bytes source, WideRoom room) {
-  return decode_each(source, room, widen_ascii_blocks(source, room), read);
+  return decode_each(source, room, widen_ascii_blocks(Ascii::all, source, room), read);
 }
 
 Outcome Utf8Page::encode(WideText source, ByteRoom room) {
-  return encode_each(source, room, narrow_ascii_blocks(source, room), write);
+  const std::size_t ascii = narrow_ascii_blocks(Ascii::all, source, room);
+  return encode_each(source, room, ascii, ascii, write);
 }
 
 }  // namespace zvrt

@@ -1,0 +1,42 @@
+#include "single_byte_tables.h"
+
+namespace zvrt {
+
+namespace {
+
+constexpr std::size_t block = 8;
+
+std::size_t read(const SingleByteTables& tables, const unsigned char* from, std::size_t count, unsigned char* to) {
+  std::size_t done = widen_ascii_blocks(tables.ascii, {from, count}, {to, count});
+  for (; done + block <= count; done += block) {
+    std::array<std::uint32_t, block> characters;
+    std::uint32_t any = 0;
+    for (std::size_t i = 0; i < block; ++i) any |= characters[i] = tables.character_of[from[done + i]];
+    if ((any & SingleByteTables::undefined) != 0) break;
+    std::memcpy(to + done * wide_size, characters.data(), sizeof characters);
+  }
+  return done;
+}
+
+std::size_t write(const SingleByteTables& tables, const unsigned char* from, std::size_t count, unsigned char* to) {
+  const WideText source{from, count};
+  std::size_t done = narrow_ascii_blocks(tables.ascii, source, {to, count});
+  for (; done + block <= count; done += block) {
+    std::array<unsigned char, block> bytes;
+    std::uint32_t any = 0;
+    for (std::size_t i = 0; i < block; ++i) {
+      const std::uint16_t code = tables.code_of[source[done + i]];
+      any |= code;
+      bytes[i] = static_cast<unsigned char>(code);
+    }
+    if (any > 0xFF) break;
+    std::memcpy(to + done, bytes.data(), sizeof bytes);
+  }
+  return done;
+}
+
+}  // namespace
+
+const SingleByteKernels single_byte_baseline = {read, write};
+
+}  // namespace zvrt
