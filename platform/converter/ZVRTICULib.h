@@ -10,7 +10,7 @@
  *  How a number and a kind letter find their page:
  *  - 0xFFFFFFFF, the process's own encoding, and 0 are UTF-8. 1200 is UTF-16 little-endian.
  *  - The Windows pages 874, 932, 936, 949, 950 and 1250 to 1258 are meant where such a number is given, although IBM
- * uses it as well. 28591 to 28606 are ISO 8859-1 to -16; a few more Windows numbers stand in the service's own list.
+ * uses it as well. 28591 to 28605 are ISO 8859-1 to -15; a few more Windows numbers stand in the service's own list.
  *  - Any other number is what ICU knows as "ibm-<number>", else as "windows-<number>", else as "cp<number>".
  *  - Kind 'B' asks for IBM's page where both worlds use the number, kind 'W' for Windows'. Kind 'N' takes the page as
  *    usual but, where it is an EBCDIC one, exchanges its line feed and its new line: byte 15 is then U+000A, 25 is
