@@ -5,6 +5,7 @@
 #include "datetime/formatter.h"
 #include "datetime/parser.h"
 #include "datetime/records.h"
+#include "frame/scratch.h"
 #include "strings/convert.h"
 
 namespace zvrt {
