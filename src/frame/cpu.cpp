@@ -13,8 +13,8 @@ CpuLevel cpu_level() {
   if (!avx2) return CpuLevel::sse41;
   const bool avx512 = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
                       __builtin_cpu_supports("avx512cd") && __builtin_cpu_supports("avx512dq") &&
-                      __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512vbmi") &&
-                      __builtin_cpu_supports("avx512vbmi2");
+                      __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512ifma") &&
+                      __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512vbmi2");
   return avx512 ? CpuLevel::avx512 : CpuLevel::avx2;
 }
 

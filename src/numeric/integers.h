@@ -87,6 +87,7 @@ constexpr IntegerConversions conversions_by =
                    std::uint64_t, std::int64_t>({}, {}, {}, {}, {}, {}, {}, {});
 
 extern const IntegerConversions plain_integers;
+extern const IntegerConversions avx512_integers;
 
 // The version for this processor.
 extern const IntegerConversions integers;

@@ -6,6 +6,7 @@
 
 #include "ZVRTDataCnvLib.h"
 #include "frame/finish.h"
+#include "frame/scratch.h"
 #include "numeric/narrow_forms.h"
 
 namespace zvrt {

@@ -26,6 +26,7 @@ struct Version {
 
 constexpr std::array versions{
     Version{"plain", CpuLevel::baseline, &plain_integers},
+    Version{"avx512", CpuLevel::avx512, &avx512_integers},
 };
 
 // Applied to every version that this machine can run.
