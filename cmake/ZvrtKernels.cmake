@@ -3,9 +3,14 @@
 # compiled for this level can stand in for one that runs everywhere.
 set(ZVRT_FLAGS_sse41 -msse4.1 -mpopcnt)
 set(ZVRT_FLAGS_avx2 -mavx2 -mbmi -mbmi2 -mlzcnt -mpopcnt -mfma)
-set(ZVRT_FLAGS_avx512 ${ZVRT_FLAGS_avx2} -mavx512f -mavx512bw -mavx512dq -mavx512vl -mavx512vbmi -mavx512vbmi2 -mprefer-vector-width=512)
+set(ZVRT_FLAGS_avx512 ${ZVRT_FLAGS_avx2} -mavx512f -mavx512bw -mavx512cd -mavx512dq -mavx512vl -mavx512vbmi -mavx512vbmi2
+  -mprefer-vector-width=512)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  # GCC warns of the undefined operands inside its own intrinsics.
+  list(APPEND ZVRT_FLAGS_avx512 -Wno-uninitialized -Wno-maybe-uninitialized)
+endif()
 
 function(zvrt_kernels level)
-  set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS "${ZVRT_FLAGS_${level}}")
+  set_source_files_properties(${ARGN} TARGET_DIRECTORY zvrt_core PROPERTIES COMPILE_OPTIONS "${ZVRT_FLAGS_${level}}")
   target_sources(zvrt_core PRIVATE ${ARGN})
 endfunction()

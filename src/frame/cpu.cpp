@@ -12,8 +12,9 @@ CpuLevel cpu_level() {
                     __builtin_cpu_supports("fma");
   if (!avx2) return CpuLevel::sse41;
   const bool avx512 = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-                      __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl") &&
-                      __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512vbmi2");
+                      __builtin_cpu_supports("avx512cd") && __builtin_cpu_supports("avx512dq") &&
+                      __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512vbmi") &&
+                      __builtin_cpu_supports("avx512vbmi2");
   return avx512 ? CpuLevel::avx512 : CpuLevel::avx2;
 }
 

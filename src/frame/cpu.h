@@ -15,7 +15,7 @@ enum class CpuLevel : std::uint8_t {
   baseline,  // x86-64 with SSE2
   sse41,     // SSSE3, SSE4.1 and population count
   avx2,      // AVX2, BMI, BMI2, leading-zero count and FMA
-  avx512,    // AVX-512 F, BW, DQ, VL, VBMI and VBMI2
+  avx512,    // AVX-512 F, BW, CD, DQ, VL, VBMI and VBMI2
 };
 
 CpuLevel cpu_level();
