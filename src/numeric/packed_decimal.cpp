@@ -1,12 +1,11 @@
 #include "numeric/packed_decimal.h"
-#include "frame/scratch.h"
 
 #include <algorithm>
 #include <cstring>
 
 #include "ZVRTDataCnvLib.h"
 #include "frame/finish.h"
-#include "frame/scratch.h"
+#include "numeric/decimal_kernels.h"
 #include "numeric/narrow_forms.h"
 
 namespace zvrt {
@@ -60,7 +59,7 @@ unsigned half_byte(const std::uint8_t* field, std::int64_t index) {
 
 Status unpack(const Call& call) {
   const Field field = field_of(call);
-  const Rendered text = render_packed(field.at, field.bytes, call.dst, room_in<Wide>(call.dstSize));
+  const Rendered text = decimal_kernels.render_packed(field.at, field.bytes, call.dst, room_in<Wide>(call.dstSize));
   *call.outLen = text.length;
   if (text.status != ZVRT_RC_EMPTY_RESULT) store_if_zero(call.srcLen, field.bytes);
   return text.status;
@@ -72,19 +71,16 @@ Status unpack_narrow(const Call& call) {
   Scratch<Wide, usual_text> text(units);
   if (text.get() == nullptr) return ZVRT_RC_NO_MEMORY;
   const auto room = static_cast<std::int32_t>(std::min<std::uint64_t>(units, INT32_MAX));
-  const Rendered rendered = render_packed(field.at, field.bytes, text.get(), room);
+  const Rendered rendered = decimal_kernels.render_packed(field.at, field.bytes, text.get(), room);
   if (rendered.status != ZVRT_RC_EMPTY_RESULT) store_if_zero(call.srcLen, field.bytes);
   return rendered.status == ZVRT_RC_OK ? encode_narrow(call, text.get()) : rendered.status;
 }
 
 // A field too small is left alone, and so is srcLen; outLen tells the size that would do.
 Status pack(const Call& call, const void* text, std::int32_t* srcLen) {
-  const Packed packed = pack_text(text, static_cast<std::uint8_t*>(call.dst), call.dstSize);
-  if (call.dstSize < 1 || packed.needed > static_cast<std::uint32_t>(call.dstSize)) {
-    *call.outLen = packed.needed;
-    return ZVRT_RC_TRUNCATED;
-  }
-  *call.outLen = static_cast<std::uint32_t>(call.dstSize);
+  const Packed packed = decimal_kernels.pack_text(text, static_cast<std::uint8_t*>(call.dst), call.dstSize);
+  *call.outLen = packed.size;
+  if (static_cast<std::int64_t>(packed.size) > call.dstSize) return ZVRT_RC_TRUNCATED;
   store_if_zero(srcLen, packed.digits * 4);
   return ZVRT_RC_OK;
 }
@@ -134,8 +130,8 @@ Packed pack_text(const void* text, std::uint8_t* field, std::int32_t size) {
   };
   std::int64_t first = 0;
   while (first < count && digit(first) == 0) ++first;
-  const auto needed = static_cast<std::uint32_t>((count - first) / 2 + 1);
-  if (needed > static_cast<std::uint32_t>(std::max(size, 0))) return {count, needed};
+  const std::int64_t needed = (count - first) / 2 + 1;
+  if (needed > size) return {count, static_cast<std::uint32_t>(needed)};
   std::memset(field, 0, static_cast<std::size_t>(size));
   std::uint8_t* byte = field + size - 1;
   *byte = negative ? negative_sign : positive_sign;
@@ -147,7 +143,7 @@ Packed pack_text(const void* text, std::uint8_t* field, std::int32_t size) {
       *--byte = static_cast<std::uint8_t>(value);
     }
   }
-  return {count, needed};
+  return {count, static_cast<std::uint32_t>(size)};
 }
 
 }  // namespace zvrt

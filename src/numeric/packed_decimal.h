@@ -22,8 +22,8 @@ struct Rendered {
 using RenderPacked = Rendered(const std::uint8_t* field, std::int64_t bytes, void* dst, std::int32_t room);
 
 struct Packed {
-  std::int64_t digits;   // characters of the text, its sign not counted
-  std::uint32_t needed;  // bytes that the digits need; more than the field has: nothing was written
+  std::int64_t digits;  // characters of the text, its sign not counted
+  std::uint32_t size;   // bytes of the field; of one that would do, where the digits need more: nothing was written
 };
 
 // Terminated wide text into a field of `size` bytes.

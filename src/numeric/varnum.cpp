@@ -5,6 +5,7 @@
 
 #include "ZVRTDataCnvLib.h"
 #include "frame/finish.h"
+#include "numeric/decimal_kernels.h"
 #include "numeric/narrow_forms.h"
 
 namespace zvrt {
@@ -70,7 +71,8 @@ template <class Unit>
 Status to_varnum(const Call& call) {
   const Unit empty{};
   const void* text = call.src == nullptr ? &empty : call.src;
-  const Encoded value = encode_varnum<Unit>(text, static_cast<std::uint8_t*>(call.dst), std::max(call.dstSize, 0));
+  EncodeVarnum* const encode = sizeof(Unit) == 1 ? decimal_kernels.encode_varnum : decimal_kernels.encode_varnum_wide;
+  const Encoded value = encode(text, static_cast<std::uint8_t*>(call.dst), std::max(call.dstSize, 0));
   // Zero, the length of no text at all, is not told.
   if (value.length > 0 && call.srcLen != nullptr) *call.srcLen = value.length;
   if (value.size == 0) return ZVRT_RC_ERROR;
@@ -92,36 +94,17 @@ Status from_varnum(const Call& call) {
 
 Status from_varnum_narrow(const Call& call) {
   Wide text[longest_varnum_text + 1];
-  const Rendered rendered = render_varnum(static_cast<const std::uint8_t*>(call.src), text, longest_varnum_text + 1);
+  const Rendered rendered =
+      decimal_kernels.render_varnum(static_cast<const std::uint8_t*>(call.src), text, longest_varnum_text + 1);
   tell_size(call);
   return rendered.status == ZVRT_RC_OK ? encode_narrow(call, text) : rendered.status;
 }
-
-// What a value's bytes say about its text. With `skipped` below 0 so many zeros stand before the first digit.
-struct TextLayout {
-  std::int32_t digits;   // decimal digits of the mantissa
-  std::int32_t skipped;  // of them, zeros at the front that are not written
-  std::int32_t point;    // where the point stands; the text ends there when nothing follows
-  std::int32_t length;
-};
 
 bool is_well_formed(const std::uint8_t* value) {
   const int follow = value[0];
   if (follow == 1) return value[1] == zero_exponent;
   if (follow < 1 || follow >= longest_varnum || value[1] < 0x80) return false;
   return std::all_of(value + varnum_header, value + follow + 1, [](int byte) { return byte >= 1 && byte <= 100; });
-}
-
-TextLayout lay_out(const std::uint8_t* value) {
-  const std::int32_t count = value[0] - 1;
-  if (count == 0) return {0, 0, 1, 1};
-  const std::int32_t whole = value[1] - positive_exponent + 1;  // base-100 digits before the point
-  TextLayout layout;
-  layout.digits = 2 * count;
-  layout.skipped = whole > 0 ? (value[varnum_header] <= 10 ? 1 : 0) : 2 * whole;
-  layout.point = 2 * whole - layout.skipped;
-  layout.length = count > whole ? layout.digits - layout.skipped + 1 : layout.point;
-  return layout;
 }
 
 }  // namespace
@@ -144,7 +127,7 @@ template EncodeVarnum encode_varnum<Wide>;
 
 Rendered render_varnum(const std::uint8_t* value, void* dst, std::int32_t room) {
   if (!is_well_formed(value)) return {0, ZVRT_RC_ERROR};
-  const TextLayout layout = lay_out(value);
+  const VarnumText layout = lay_out(value);
   const auto digit_at = [value, &layout](std::int32_t index) -> Wide {
     if (index < 0 || index >= layout.digits) return '0';
     const unsigned digit = value[varnum_header + index / 2] - 1U;
