@@ -70,7 +70,7 @@ TEST_F(LayoutTest, SaysWhereItDoesNotUnderstand) {
     const char* error;
   } cases[] = {
       {"01 R.\n 05 A PIC X(3) REDEFINES B.\n", "f.cpy:2:16: 'REDEFINES' is not understood here"},
-      {"01 R.\n 05 A PIC X(3\n", "f.cpy:2:12: a count from 1 to 32767 and ')' are missing"},
+      {"01 R.\n 05 A PIC X(3.\n", "f.cpy:2:12: a count from 1 to 32767 and ')' are missing"},
       {"01 R.\n 05 A PIC 9(3)X.\n", "f.cpy:2:15: 'X' is not understood here"},
       {"01 R.\n 05 A PIC S9VV9.\n", "f.cpy:2:14: 'V' is not understood here"},
       {"01 R.\n 05 A PIC SV.\n", "f.cpy:2:11: the picture has no digit"},
@@ -85,7 +85,7 @@ TEST_F(LayoutTest, SaysWhereItDoesNotUnderstand) {
       {"01 R.\n 05 A PIC X. *>@ nul=blanks\n", "f.cpy:2:18: 'nul' is no option of a field"},
       {"01 R.\n 05 A PIC X. *>@ null=none\n", "f.cpy:2:18: null is blanks, zeros or low-values"},
       {"01 R.\n 05 A PIC X. *>@ indicator=B\n", "f.cpy:2:18: there is no item B"},
-      {"01 R.\n 05 A PIC X. *>@ column=\"a\n", "f.cpy:2:26: the quoted value has no end"},
+      {"01 R.\n 05 A PIC X. *>@ column=\"a\n", "f.cpy:2:25: the quoted value has no end"},
       {"01 R.\n 05 A PIC X(9). *>@ date=%Q\n",
        "f.cpy:2:21: the date model has an unknown element (ZVRT_RC_INVALID_FORMAT)"},
       {"01 R.\n 05 A PIC X(9). *>@ date=%D.%MM.%YYYY\n",
