@@ -27,25 +27,25 @@ echo "$(wc -l <found) strikes read by COBOL"
 diff wanted found | head -20
 cmp wanted found
 
-cat >numbers.cpy <<'END'
+cat >amounts.cpy <<'END'
       *>@ page=819
-       01  NUMBER-RECORD.
-           05  HALF             PIC S9(4) COMP.
-           05  PACKED           PIC S9(7)V99 COMP-3.
-           05  FULL             PIC S9(9)V99 COMP.
-           05  ZONED            PIC S9(7)V99.
+       01  AMOUNT-RECORD.
+           05  N-HALF             PIC S9(4) COMP.
+           05  N-PACKED           PIC S9(7)V99 COMP-3.
+           05  N-FULL             PIC S9(9)V99 COMP.
+           05  N-ZONED            PIC S9(7)V99.
 END
 awk 'BEGIN {
-  print "HALF,PACKED,FULL,ZONED"
+  print "N_HALF,N_PACKED,N_FULL,N_ZONED"
   for (i = -9999; i <= 9999; i += 37) {
     value = sprintf("%.2f", i * 1000.09)
     print i "," value "," value "," value
   }
-}' >numbers.csv
-"$tool" export --layout numbers.cpy numbers.csv numbers.dat >report || { cat report; exit 1; }
-cobc -x -std=ibm -I . -o numbers "$here/numbers.cob"
-./numbers >found
-tail -n +2 numbers.csv >wanted
+}' >amounts.csv
+"$tool" export --layout amounts.cpy amounts.csv amounts.dat >report || { cat report; exit 1; }
+cobc -x -std=ibm -I . -o amounts "$here/amounts.cob"
+./amounts >found
+tail -n +2 amounts.csv >wanted
 echo "$(wc -l <found) numbers of four kinds read by COBOL"
 diff wanted found | head -20
 cmp wanted found

@@ -1,35 +1,35 @@
       *> Prints the same numbers, read from fields of every kind.
        IDENTIFICATION DIVISION.
-       PROGRAM-ID. NUMBERS.
+       PROGRAM-ID. AMOUNTS.
        ENVIRONMENT DIVISION.
        INPUT-OUTPUT SECTION.
        FILE-CONTROL.
-           SELECT NUMBERS ASSIGN TO "numbers.dat"
+           SELECT AMOUNTS ASSIGN TO "amounts.dat"
                ORGANIZATION SEQUENTIAL.
        DATA DIVISION.
        FILE SECTION.
-       FD  NUMBERS.
-           COPY "numbers.cpy".
+       FD  AMOUNTS.
+           COPY "amounts.cpy".
        WORKING-STORAGE SECTION.
        01  AT-END-OF-FILE PIC 9 VALUE 0.
        01  SHOWN          PIC -(9)9.99.
        01  SHOWN-HALF     PIC -(4)9.
        PROCEDURE DIVISION.
-           OPEN INPUT NUMBERS
+           OPEN INPUT AMOUNTS
            PERFORM UNTIL AT-END-OF-FILE = 1
-               READ NUMBERS
+               READ AMOUNTS
                    AT END MOVE 1 TO AT-END-OF-FILE
                    NOT AT END PERFORM SHOW-RECORD
                END-READ
            END-PERFORM
-           CLOSE NUMBERS
+           CLOSE AMOUNTS
            STOP RUN.
        SHOW-RECORD.
-           MOVE HALF TO SHOWN-HALF
+           MOVE N-HALF TO SHOWN-HALF
            DISPLAY FUNCTION TRIM(SHOWN-HALF) "," WITH NO ADVANCING
-           MOVE PACKED TO SHOWN
+           MOVE N-PACKED TO SHOWN
            DISPLAY FUNCTION TRIM(SHOWN) "," WITH NO ADVANCING
-           MOVE FULL TO SHOWN
+           MOVE N-FULL TO SHOWN
            DISPLAY FUNCTION TRIM(SHOWN) "," WITH NO ADVANCING
-           MOVE ZONED TO SHOWN
+           MOVE N-ZONED TO SHOWN
            DISPLAY FUNCTION TRIM(SHOWN).
