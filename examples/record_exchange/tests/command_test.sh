@@ -100,8 +100,8 @@ printf '01 R.\n 05 A PIC Q.\n' >bad.cpy
 expect 2 export -l bad.cpy line.csv x.dat
 same "a layout's fault has its place" out "record_exchange: bad.cpy:2:11: 'Q' is not understood here"
 
-expect 0 --data "$data" --keep circle
-grep -q '140000 of 140000 cells came back as they were' out || { echo "FAILED: the circle"; cat out; failed=1; }
-expect 0 --json --data "$data" --keep circle
+expect 0 --data "$data" --work circle
+grep -q '140,000 of 140,000 cells came back as they were' out || { echo "FAILED: the circle"; cat out; failed=1; }
+expect 0 --json --data "$data" --work circle
 grep -q '"ZVRT_RC_TRUNCATED": 1' out || { echo "FAILED: the circle in JSON"; failed=1; }
 exit "$failed"
