@@ -52,7 +52,7 @@ bool run_sample(const Sample& sample, const std::filesystem::path& data, const s
 
   report.say(fmt::format("== {}\n", sample.title));
   const std::uint64_t loaded = copy_table(layout, csv, table);
-  report.say(fmt::format("load    {} -> {}: {} rows\n", sample.csv, stem + ".db", loaded));
+  report.say(fmt::format("load    {} -> {}: {} rows\n", sample.csv, stem + ".db", grouped(loaded)));
 
   job.rejects = rejects("export");
   report.add("export", fmt::format("{0}.db -> {0}.dat", stem), job, export_table(job));
@@ -67,7 +67,8 @@ bool run_sample(const Sample& sample, const std::filesystem::path& data, const s
   const Counts compared = compare_tables(job, back);
   report.add("compare", fmt::format("both tables of {}.db, cell by cell", stem), job, compared);
   const std::uint64_t lost = lost_cells(compared);
-  report.say(fmt::format("{} of {} cells came back as they were\n", cells(compared) - lost, cells(compared)));
+  report.say(fmt::format("{} of {} cells came back as they were\n", grouped(cells(compared) - lost),
+                         grouped(cells(compared))));
   return lost == 0 && compared.rows_carried == loaded && compared.rows_missing == 0;
 }
 

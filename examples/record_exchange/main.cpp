@@ -28,7 +28,7 @@ struct Arguments {
   bool append = false;
   bool json = false;
   std::string data = RECORD_EXCHANGE_DATA;
-  std::string keep;
+  std::string work;
 };
 
 Layout layout_of(const Arguments& arguments) {
@@ -98,9 +98,10 @@ class WorkFolder {
 };
 
 int run_samples(const Arguments& arguments) {
-  const WorkFolder work(arguments.keep);
+  const WorkFolder work(arguments.work);
   Report report(arguments.json);
   const bool complete = run_circle(arguments.data, work.path(), report);
+  if (arguments.work.empty()) report.say("\nThe files of this run are removed; --work FOLDER keeps them.");
   report.finish();
   return complete ? exit_fine : exit_rejects;
 }
@@ -113,11 +114,12 @@ void add_verb_options(CLI::App& verb, Arguments& arguments, const char* from, co
   verb.add_option("to", arguments.into, into)->required();
   verb.add_option("-t,--table", arguments.table, "the table's name, in an SQLite database");
   verb.add_option("-c,--code-page", arguments.code_page, "number or name, in place of the layout's");
-  verb.add_option("--newline", arguments.newline, "which newline of an EBCDIC page is U+000A: nel (25) or lf (15)")
+  verb.add_option("--newline", arguments.newline, "the byte of an EBCDIC page that is U+000A: nel (25) or lf (15)")
       ->check(CLI::IsMember({"nel", "lf"}));
   verb.add_option("-r,--rejects", arguments.rejects, "file for what is refused (<records>.rejects.csv)");
   verb.add_option("--on-reject", arguments.on_reject, "the row of a refused cell: skip, keep or stop")
-      ->transform(CLI::CheckedTransformer(policies));
+      ->transform(CLI::CheckedTransformer(policies).description("{skip,keep,stop}"))
+      ->default_str("skip");
   verb.add_flag("--json", arguments.json, "the report as JSON");
 }
 
@@ -128,10 +130,11 @@ int run(int argc, char** argv) {
       "Without a verb it runs the whole circle on its sample data.",
       "record_exchange");
   app.footer("Exit status: 0 all is well, 1 something was refused or differs, 2 the run failed.");
+  app.set_version_flag("--version", RECORD_EXCHANGE_VERSION);
   app.require_subcommand(0, 1);
   app.add_flag("--json", arguments.json, "the report as JSON");
   app.add_option("--data", arguments.data, "folder of the sample data");
-  app.add_option("--keep", arguments.keep, "folder for the circle's files, which else are removed");
+  app.add_option("--work", arguments.work, "folder for the circle's files, which else are removed");
   CLI::App& write = *app.add_subcommand("export", "a table into a record file");
   add_verb_options(write, arguments, "SQLite database or .csv file", "record file");
   CLI::App& read = *app.add_subcommand("import", "a record file into a table");

@@ -10,13 +10,6 @@
 namespace record_exchange {
 namespace {
 
-std::string grouped(std::uint64_t value) {
-  std::string text = std::to_string(value);
-  for (auto at = static_cast<std::ptrdiff_t>(text.size()) - 3; at > 0; at -= 3)
-    text.insert(static_cast<std::size_t>(at), 1, ',');
-  return text;
-}
-
 std::uint64_t per_second(double count, double seconds) {
   return seconds > 0 ? static_cast<std::uint64_t>(count / seconds) : 0;
 }
@@ -42,6 +35,13 @@ std::pair<std::uint64_t, std::string> refusals_of(const std::vector<std::pair<St
 std::uint64_t bytes_of(const Job& job, const Counts& counts) { return counts.rows_carried * job.layout.record_length; }
 
 }  // namespace
+
+std::string grouped(std::uint64_t value) {
+  std::string text = std::to_string(value);
+  for (auto at = static_cast<std::ptrdiff_t>(text.size()) - 3; at > 0; at -= 3)
+    text.insert(static_cast<std::size_t>(at), 1, ',');
+  return text;
+}
 
 void Report::say(const std::string& line) const {
   if (!json_) fmt::print("{}\n", line);

@@ -2,12 +2,16 @@
 #ifndef RECORD_EXCHANGE_REPORT_H
 #define RECORD_EXCHANGE_REPORT_H
 
+#include <cstdint>
 #include <nlohmann/json.hpp>
 #include <string>
 
 #include "exchange.h"
 
 namespace record_exchange {
+
+// 1234567 as 1,234,567.
+std::string grouped(std::uint64_t value);
 
 class Report {
  public:
