@@ -79,7 +79,7 @@ std::size_t about(Random& random, std::size_t length) {
 
 // Short texts come in their thousands. Of long ones a megabyte is enough.
 std::size_t texts_in_set(std::size_t bytes) {
-  return std::clamp<std::size_t>((1 << 20) / bytes, bytes <= 256 ? set_size / 2 : 64, set_size);
+  return std::clamp<std::size_t>((1 << 20) / bytes, bytes <= 256 ? set_size / 3 : 64, set_size);
 }
 
 }  // namespace
@@ -97,7 +97,7 @@ NarrowTexts texts_of_bytes(Script script, std::size_t bytes) {
     const std::size_t length = about(random, bytes);
     return std::string(cut_to_bytes(words_of_bytes(random, words_of(script), length), length));
   };
-  return drawn(draw, texts_in_set(bytes));
+  return packed(*drawn(draw, texts_in_set(bytes)));
 }
 
 WideTexts texts_of_characters(Script script, std::size_t characters) {
@@ -105,7 +105,7 @@ WideTexts texts_of_characters(Script script, std::size_t characters) {
     const std::size_t length = about(random, characters);
     return widened(words_of_bytes(random, words_of(script), 4 * length + 4)).substr(0, length);
   };
-  return drawn(draw, texts_in_set(4 * characters));
+  return packed(*drawn(draw, texts_in_set(4 * characters)));
 }
 
 double price(Random& random) { return static_cast<double>(uniform(random, 100, 999'999)) / 100; }
