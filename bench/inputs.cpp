@@ -82,6 +82,16 @@ std::size_t texts_in_set(std::size_t bytes) {
   return std::clamp<std::size_t>((1 << 20) / bytes, bytes <= 256 ? set_size / 3 : 64, set_size);
 }
 
+// Any bits that are a finite number but zero, its magnitude not within the gap.
+template <class Float, class Bits>
+Float bits_without(Random& random, Float gap_begin, Float gap_end) {
+  for (;;) {
+    const auto value = std::bit_cast<Float>(static_cast<Bits>(random()));
+    const Float magnitude = std::fabs(value);
+    if (std::isfinite(value) && value != 0 && !(magnitude >= gap_begin && magnitude < gap_end)) return value;
+  }
+}
+
 }  // namespace
 
 const char* name_of(Script script) { return words_of(script).name; }
@@ -118,19 +128,9 @@ double measurement(Random& random) {
 
 double whole_number(Random& random) { return static_cast<double>(of_any_digit_count<std::int32_t>(random)); }
 
-double double_bits(Random& random) {
-  for (;;) {
-    const auto value = std::bit_cast<double>(static_cast<std::uint64_t>(random()));
-    if (std::isfinite(value) && value != 0) return value;
-  }
-}
+double double_bits(Random& random) { return bits_without<double, std::uint64_t>(random, 0x1p30, 0x1p60); }
 
-float float_bits(Random& random) {
-  for (;;) {
-    const auto value = std::bit_cast<float>(static_cast<std::uint32_t>(random()));
-    if (std::isfinite(value) && value != 0) return value;
-  }
-}
+float float_bits(Random& random) { return bits_without<float, std::uint32_t>(random, 0x1p8F, 0x1p27F); }
 
 std::string digits(Random& random, std::int64_t count) {
   std::string text(static_cast<std::size_t>(count), '0');

@@ -107,7 +107,8 @@ double price(Random& random);        // two decimals, to a few thousand
 double measurement(Random& random);  // three to six significant digits about zero
 double whole_number(Random& random);
 
-// Any finite number but zero, by its bits.
+// Any finite number but zero, by its bits; without the magnitudes at which a rendering of 17 or 8 digits often lies
+// halfway between two, because one peer rounds those up.
 double double_bits(Random& random);
 float float_bits(Random& random);
 
