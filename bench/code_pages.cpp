@@ -118,37 +118,37 @@ void register_page(const Page& page, std::size_t bytes) {
   const auto inward = std::make_shared<Iconv>("WCHAR_T", page.iconv_name);
   const auto outward = std::make_shared<Iconv>(page.iconv_name, "WCHAR_T");
   const WideTexts wide_texts = texts_of_characters(page.script, bytes / page.bytes_a_character);
-  const NarrowTexts texts = rendered(wide_texts, [&](const std::wstring& text) {
-    const std::size_t length = (*outward)(text.data(), text.size() * sizeof(wchar_t), result_area.data());
+  const NarrowTexts texts = packed(*rendered(wide_texts, [&](const wchar_t* text) {
+    const std::size_t length = (*outward)(text, std::wcslen(text) * sizeof(wchar_t), result_area.data());
     return std::string(narrow(result_area.data()), length);
-  });
+  }));
 
   FldDef field{};
   field.codePage = page.number;
-  std::vector<Contender> decoders = {
-      contender("ours", texts,
-                [field](const std::string& text, std::byte* out) {
-                  return call<ZVRTCnvVarcharSzToWVarcharSz, sizeof(wchar_t)>(text.c_str(), out, &field);
-                }),
-      contender("iconv", texts, [inward](const std::string& text, std::byte* out) {
-        const std::size_t written = (*inward)(text.c_str(), std::strlen(text.c_str()), out);
-        return terminated(wide(out), written / sizeof(wchar_t));
-      })};
-  std::vector<Contender> encoders = {
-      contender("ours", wide_texts,
-                [field](const std::wstring& text, std::byte* out) {
-                  return call<ZVRTCnvWVarcharSzToVarcharSz, 1>(text.c_str(), out, &field);
-                }),
-      contender("iconv", wide_texts, [outward](const std::wstring& text, std::byte* out) {
-        const std::size_t written = (*outward)(text.c_str(), std::wcslen(text.c_str()) * sizeof(wchar_t), out);
-        return terminated(narrow(out), written);
-      })};
+  std::vector<Contender> decoders = {contender("ours", texts,
+                                               [field](const char* text, std::byte* out) {
+                                                 return call<ZVRTCnvVarcharSzToWVarcharSz, sizeof(wchar_t)>(text, out,
+                                                                                                            &field);
+                                               }),
+                                     contender("iconv", texts, [inward](const char* text, std::byte* out) {
+                                       const std::size_t written = (*inward)(text, std::strlen(text), out);
+                                       return terminated(wide(out), written / sizeof(wchar_t));
+                                     })};
+  std::vector<Contender> encoders = {contender("ours", wide_texts,
+                                               [field](const wchar_t* text, std::byte* out) {
+                                                 return call<ZVRTCnvWVarcharSzToVarcharSz, 1>(text, out, &field);
+                                               }),
+                                     contender("iconv", wide_texts, [outward](const wchar_t* text, std::byte* out) {
+                                       const std::size_t written =
+                                           (*outward)(text, std::wcslen(text) * sizeof(wchar_t), out);
+                                       return terminated(narrow(out), written);
+                                     })};
 #if ZVRT_BENCH_WITH_ICU
   const auto icu = std::make_shared<IcuConverter>(page.icu_name);
-  decoders.push_back(contender(
-      "ICU", texts, [icu](const std::string& text, std::byte* out) { return icu->decode(text.c_str(), out); }));
-  encoders.push_back(contender(
-      "ICU", wide_texts, [icu](const std::wstring& text, std::byte* out) { return icu->encode(text.c_str(), out); }));
+  decoders.push_back(
+      contender("ICU", texts, [icu](const char* text, std::byte* out) { return icu->decode(text, out); }));
+  encoders.push_back(
+      contender("ICU", wide_texts, [icu](const wchar_t* text, std::byte* out) { return icu->encode(text, out); }));
 #endif
   compete(operation, variant + " to wide", std::move(decoders));
   compete(operation, variant + " from wide", std::move(encoders));

@@ -120,8 +120,8 @@ std::size_t unpack_by_cob_get(const Packed<bytes>& field, std::byte* output) {
 }
 
 template <std::size_t bytes>
-std::size_t pack_by_cob_move(const std::wstring& text, std::byte* output) {
-  const wchar_t* digit = text.c_str();
+std::size_t pack_by_cob_move(const wchar_t* text, std::byte* output) {
+  const wchar_t* digit = text;
   Display<bytes> display;
   display.fill('0');
   display[0] = *digit == L'-' ? '-' : '+';
@@ -142,8 +142,8 @@ void register_packed() {
   constexpr Operation unpacking{"packed decimal to wide text", 0.4};
   constexpr Operation packing{"wide text to packed decimal", 0.5};
   const std::string variant = std::to_string(bytes) + " bytes";
-  const WideTexts texts = rendered(drawn(packed_text<bytes>), widened);
-  const auto fields = rendered(texts, [](const std::wstring& text) { return pack_by_loop<bytes>(text.c_str()); });
+  const WideTexts texts = packed(*rendered(drawn(packed_text<bytes>), widened));
+  const auto fields = rendered(texts, [](const wchar_t* text) { return pack_by_loop<bytes>(text); });
 
   std::vector<Contender> unpackers = {
       contender("ours", fields,
@@ -154,16 +154,15 @@ void register_packed() {
                   return length * sizeof(wchar_t);
                 }),
       contender("loop", fields, unpack_by_loop<bytes>), contender("table of bytes", fields, unpack_by_table<bytes>)};
-  std::vector<Contender> packers = {contender("ours", texts,
-                                              [](const std::wstring& text, std::byte* out) {
-                                                std::uint32_t length = 0;
-                                                ZVRTCnvWVarcharSzToDecPacked(text.c_str(), nullptr, out, bytes, &length,
-                                                                             nullptr);
-                                                return static_cast<std::size_t>(length);
-                                              }),
-                                    contender("loop", texts, [](const std::wstring& text, std::byte* out) {
-                                      return stored(pack_by_loop<bytes>(text.c_str()), out);
-                                    })};
+  std::vector<Contender> packers = {
+      contender("ours", texts,
+                [](const wchar_t* text, std::byte* out) {
+                  std::uint32_t length = 0;
+                  ZVRTCnvWVarcharSzToDecPacked(text, nullptr, out, bytes, &length, nullptr);
+                  return static_cast<std::size_t>(length);
+                }),
+      contender("loop", texts,
+                [](const wchar_t* text, std::byte* out) { return stored(pack_by_loop<bytes>(text), out); })};
 #if ZVRT_BENCH_WITH_LIBCOB
   unpackers.push_back(contender("libcob's move, widened", fields, unpack_by_cob_move<bytes>));
   if (most_digits<bytes> <= 18) {
@@ -279,20 +278,17 @@ std::string mpd_text(const mpd_t* number) {
 void register_varnum(const char* variant, std::string (*draw)(Random&)) {
   constexpr Operation encoding{"wide text to VARNUM", 0.5};
   constexpr Operation decoding{"VARNUM to wide text", 0.7};
-  const WideTexts texts = rendered(drawn(draw), widened);
-  const auto varnums = rendered(texts, [](const std::wstring& text) { return encode_in_one_pass(text.c_str()); });
+  const WideTexts texts = packed(*rendered(drawn(draw), widened));
+  const auto varnums = rendered(texts, [](const wchar_t* text) { return encode_in_one_pass(text); });
 
   std::vector<Contender> encoders = {
       contender(
           "ours", texts,
-          [](const std::wstring& text, std::byte* out) {
-            return call<ZVRTCnvWVarcharSz_UnsignedToOraVarnum, 1>(text.c_str(), out);
-          },
+          [](const wchar_t* text, std::byte* out) { return call<ZVRTCnvWVarcharSz_UnsignedToOraVarnum, 1>(text, out); },
           varnum_text),
       contender(
           "one-pass loop", texts,
-          [](const std::wstring& text, std::byte* out) { return stored(encode_in_one_pass(text.c_str()), out); },
-          varnum_text)};
+          [](const wchar_t* text, std::byte* out) { return stored(encode_in_one_pass(text), out); }, varnum_text)};
   std::vector<Contender> decoders = {contender("ours", varnums,
                                                [](const Varnum& varnum, std::byte* out) {
                                                  return call<ZVRTCnvOraVarnumToWVarcharSz_Unsigned, sizeof(wchar_t)>(
@@ -303,12 +299,12 @@ void register_varnum(const char* variant, std::string (*draw)(Random&)) {
   const auto held = std::make_shared<Numeric>();  // the last number, freed when the next one comes
   encoders.push_back(contender(
       "narrowed, pgtypes", texts,
-      [held](const std::wstring& text, std::byte* /*out*/) -> std::size_t {
-        *held = to_numeric(text.c_str());
+      [held](const wchar_t* text, std::byte* /*out*/) -> std::size_t {
+        *held = to_numeric(text);
         return 0;
       },
       [held](const std::byte*, std::size_t) { return numeric_text(held->get()); }));
-  const auto numerics = rendered(texts, [](const std::wstring& text) { return to_numeric(text.c_str()); });
+  const auto numerics = rendered(texts, [](const wchar_t* text) { return to_numeric(text); });
   decoders.push_back(contender("pgtypes, widened", numerics, [](const Numeric& number, std::byte* out) {
     char* text = PGTYPESnumeric_to_asc(number.get(), number->dscale);
     const std::size_t bytes = widen(text, wide(out));
@@ -320,14 +316,14 @@ void register_varnum(const char* variant, std::string (*draw)(Random&)) {
   const std::shared_ptr<mpd_t> last(mpd_qnew(), mpd_del);
   encoders.push_back(contender(
       "narrowed, mpdecimal", texts,
-      [last](const std::wstring& text, std::byte* /*out*/) -> std::size_t {
-        set_mpd(*last, text.c_str());
+      [last](const wchar_t* text, std::byte* /*out*/) -> std::size_t {
+        set_mpd(*last, text);
         return 0;
       },
       [last](const std::byte*, std::size_t) { return mpd_text(last.get()); }));
-  const auto mpds = rendered(texts, [](const std::wstring& text) {
+  const auto mpds = rendered(texts, [](const wchar_t* text) {
     Mpd number(mpd_qnew());
-    set_mpd(*number, text.c_str());
+    set_mpd(*number, text);
     return number;
   });
   decoders.push_back(contender("mpdecimal, widened", mpds, [](const Mpd& number, std::byte* out) {

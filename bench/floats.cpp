@@ -107,8 +107,8 @@ void register_rendering(Operation operation, const char* variant, const Set<Floa
 
 // A single is the double rounded once more, which is what the runtime defines.
 template <class Float, auto parse>
-std::size_t parse_as_double(const std::wstring& text, std::byte* output) {
-  return stored(static_cast<Float>(parse(text.c_str())), output);
+std::size_t parse_as_double(const wchar_t* text, std::byte* output) {
+  return stored(static_cast<Float>(parse(text)), output);
 }
 
 double by_wcstod(const wchar_t* text) { return std::wcstod(text, nullptr); }
@@ -158,8 +158,7 @@ double by_double_conversion(const wchar_t* text) {
 template <auto conversion, class Float>
 void register_parsing(Operation operation, const char* variant, const WideTexts& texts) {
   std::vector<Contender> contenders = {
-      contender("ours", texts,
-                [](const std::wstring& text, std::byte* out) { return call<conversion, 1>(text.c_str(), out); }),
+      contender("ours", texts, [](const wchar_t* text, std::byte* out) { return call<conversion, 1>(text, out); }),
       contender("wcstod", texts, parse_as_double<Float, by_wcstod>),
       contender("narrowed, from_chars", texts, parse_as_double<Float, by_from_chars>)};
 #if ZVRT_BENCH_WITH_FAST_FLOAT
@@ -180,20 +179,20 @@ void register_parsing(Operation operation, const char* variant, const WideTexts&
 // The form that the library itself writes.
 template <class Float>
 WideTexts scientific(const Set<Float>& values) {
-  return rendered(values, [](Float value) {
+  return packed(*rendered(values, [](Float value) {
     std::array<wchar_t, 32> text{};
     std::swprintf(text.data(), text.size(), L"%.*E", precision<Float>, static_cast<double>(value));
     return std::wstring(text.data());
-  });
+  }));
 }
 
 // The shortest plain form, as people and files write numbers.
 WideTexts plain(const Set<double>& values) {
-  return rendered(values, [](double value) {
+  return packed(*rendered(values, [](double value) {
     std::array<char, 64> text{};
     char* const end = std::to_chars(text.begin(), text.end(), value, std::chars_format::fixed).ptr;
     return widened(std::string(text.data(), end));
-  });
+  }));
 }
 
 template <class Float>

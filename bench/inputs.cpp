@@ -79,7 +79,17 @@ std::size_t about(Random& random, std::size_t length) {
 
 // Short texts come in their thousands. Of long ones a megabyte is enough.
 std::size_t texts_in_set(std::size_t bytes) {
-  return std::clamp<std::size_t>((1 << 20) / bytes, bytes <= 256 ? set_size / 2 : 64, set_size);
+  return std::clamp<std::size_t>((1 << 20) / bytes, bytes <= 256 ? set_size / 3 : 64, set_size);
+}
+
+// Any bits that are a finite number but zero, its magnitude not within the gap.
+template <class Float, class Bits>
+Float bits_without(Random& random, Float gap_begin, Float gap_end) {
+  for (;;) {
+    const auto value = std::bit_cast<Float>(static_cast<Bits>(random()));
+    const Float magnitude = std::fabs(value);
+    if (std::isfinite(value) && value != 0 && !(magnitude >= gap_begin && magnitude < gap_end)) return value;
+  }
 }
 
 }  // namespace
@@ -97,7 +107,7 @@ NarrowTexts texts_of_bytes(Script script, std::size_t bytes) {
     const std::size_t length = about(random, bytes);
     return std::string(cut_to_bytes(words_of_bytes(random, words_of(script), length), length));
   };
-  return drawn(draw, texts_in_set(bytes));
+  return packed(*drawn(draw, texts_in_set(bytes)));
 }
 
 WideTexts texts_of_characters(Script script, std::size_t characters) {
@@ -105,7 +115,7 @@ WideTexts texts_of_characters(Script script, std::size_t characters) {
     const std::size_t length = about(random, characters);
     return widened(words_of_bytes(random, words_of(script), 4 * length + 4)).substr(0, length);
   };
-  return drawn(draw, texts_in_set(4 * characters));
+  return packed(*drawn(draw, texts_in_set(4 * characters)));
 }
 
 double price(Random& random) { return static_cast<double>(uniform(random, 100, 999'999)) / 100; }
@@ -118,19 +128,9 @@ double measurement(Random& random) {
 
 double whole_number(Random& random) { return static_cast<double>(of_any_digit_count<std::int32_t>(random)); }
 
-double double_bits(Random& random) {
-  for (;;) {
-    const auto value = std::bit_cast<double>(static_cast<std::uint64_t>(random()));
-    if (std::isfinite(value) && value != 0) return value;
-  }
-}
+double double_bits(Random& random) { return bits_without<double, std::uint64_t>(random, 0x1p30, 0x1p60); }
 
-float float_bits(Random& random) {
-  for (;;) {
-    const auto value = std::bit_cast<float>(static_cast<std::uint32_t>(random()));
-    if (std::isfinite(value) && value != 0) return value;
-  }
-}
+float float_bits(Random& random) { return bits_without<float, std::uint32_t>(random, 0x1p8F, 0x1p27F); }
 
 std::string digits(Random& random, std::int64_t count) {
   std::string text(static_cast<std::size_t>(count), '0');

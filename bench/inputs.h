@@ -12,13 +12,15 @@
 
 namespace zvrt_bench {
 
-// So many values that a branch predictor cannot learn a set by heart.
-inline constexpr std::size_t set_size = 20'000;
+// So many values that a branch predictor does not learn a set by heart. One branch a value is learnt up to some 30,000
+// times, so the shortest values need more.
+inline constexpr std::size_t set_size = 30'000;
+inline constexpr std::size_t large_set_size = 60'000;
 
 template <class Value>
 using Set = std::shared_ptr<const std::vector<Value>>;
-using NarrowTexts = Set<std::string>;
-using WideTexts = Set<std::wstring>;
+using NarrowTexts = Set<const char*>;  // NUL-terminated, one behind the other
+using WideTexts = Set<const wchar_t*>;
 using Random = std::mt19937_64;
 
 // A set of values that `draw(random)` gives one by one.
@@ -40,6 +42,24 @@ auto rendered(const Set<Value>& values, Render render) {
   return std::make_shared<const std::vector<decltype(render(values->front()))>>(std::move(forms));
 }
 
+// Texts, packed one behind the other.
+template <class Char>
+Set<const Char*> packed(const std::vector<std::basic_string<Char>>& texts) {
+  struct Pool {
+    std::basic_string<Char> characters;
+    std::vector<const Char*> texts;
+  };
+  const auto pool = std::make_shared<Pool>();
+  for (const auto& text : texts) (pool->characters += text) += Char{};
+  pool->texts.reserve(texts.size());
+  const Char* next = pool->characters.data();
+  for (const auto& text : texts) {
+    pool->texts.push_back(next);
+    next += text.size() + 1;
+  }
+  return {pool, &pool->texts};
+}
+
 inline std::int64_t uniform(Random& random, std::int64_t least, std::int64_t most) {
   return std::uniform_int_distribution<std::int64_t>(least, most)(random);
 }
@@ -53,8 +73,8 @@ inline constexpr Script unicode_scripts[] = {Script::ascii, Script::french, Scri
                                              Script::emoji};
 inline constexpr std::size_t text_lengths[] = {8, 16, 32, 64, 256, 4096};
 
-// Words of the script, UTF-8, of about `bytes` bytes: short texts from three quarters to five quarters of it. Sets of
-// long texts are smaller, so that a set stays near the processor: a long text's own branches are too many to be learnt.
+// Words of the script, UTF-8, of about `bytes` bytes, from three quarters to five quarters of it. Sets of long texts
+// are smaller, so that a set stays near the processor: a long text's own branches are too many to be learnt.
 NarrowTexts texts_of_bytes(Script script, std::size_t bytes);
 // The same by length in characters, wide.
 WideTexts texts_of_characters(Script script, std::size_t characters);
@@ -87,7 +107,8 @@ double price(Random& random);        // two decimals, to a few thousand
 double measurement(Random& random);  // three to six significant digits about zero
 double whole_number(Random& random);
 
-// Any finite number but zero, by its bits.
+// Any finite number but zero, by its bits; without the magnitudes at which a rendering of 17 or 8 digits often lies
+// halfway between two, because one peer rounds those up.
 double double_bits(Random& random);
 float float_bits(Random& random);
 

@@ -96,8 +96,8 @@ void register_rendering(Operation operation, const char* variant, const Set<Inte
 // ---- from text -----------------------------------------------------------------------------------------------------
 
 template <class Integer>
-std::size_t parse_by_loop(const std::wstring& text, std::byte* output) {
-  const wchar_t* at = text.c_str();
+std::size_t parse_by_loop(const wchar_t* text, std::byte* output) {
+  const wchar_t* at = text;
   const bool negative = *at == L'-';
   if (negative) ++at;
   std::make_unsigned_t<Integer> magnitude = 0;
@@ -109,8 +109,8 @@ std::size_t parse_by_loop(const std::wstring& text, std::byte* output) {
 }
 
 template <class Integer>
-std::size_t parse_from_chars(const std::wstring& text, std::byte* output) {
-  const Narrowed digits(text.c_str());
+std::size_t parse_from_chars(const wchar_t* text, std::byte* output) {
+  const Narrowed digits(text);
   Integer value = 0;
   std::from_chars(digits.begin(), digits.end(), value);
   return stored(value, output);
@@ -118,26 +118,25 @@ std::size_t parse_from_chars(const std::wstring& text, std::byte* output) {
 
 template <auto conversion, class Integer>
 void register_parsing(Operation operation, const char* variant, const Set<Integer>& values) {
-  const auto texts = rendered(values, [](Integer value) { return std::to_wstring(value); });
+  const WideTexts texts = packed(*rendered(values, [](Integer value) { return std::to_wstring(value); }));
   std::vector<Contender> contenders = {
-      contender("ours", texts,
-                [](const std::wstring& text, std::byte* out) { return call<conversion, 1>(text.c_str(), out); }),
+      contender("ours", texts, [](const wchar_t* text, std::byte* out) { return call<conversion, 1>(text, out); }),
       contender("plain loop", texts, parse_by_loop<Integer>),
       contender("narrowed, from_chars", texts, parse_from_chars<Integer>),
-      contender("wcstoll", texts, [](const std::wstring& text, std::byte* out) {
-        return stored(static_cast<Integer>(std::wcstoll(text.c_str(), nullptr, 10)), out);
+      contender("wcstoll", texts, [](const wchar_t* text, std::byte* out) {
+        return stored(static_cast<Integer>(std::wcstoll(text, nullptr, 10)), out);
       })};
 #if ZVRT_BENCH_WITH_ABSEIL
-  contenders.push_back(contender("narrowed, Abseil", texts, [](const std::wstring& text, std::byte* out) {
-    const Narrowed digits(text.c_str());
+  contenders.push_back(contender("narrowed, Abseil", texts, [](const wchar_t* text, std::byte* out) {
+    const Narrowed digits(text);
     Integer value = 0;
     return absl::SimpleAtoi(absl::string_view(digits.begin(), digits.size()), &value) ? stored(value, out) : 0;
   }));
 #endif
 #if ZVRT_BENCH_WITH_FAST_FLOAT && defined(FASTFLOAT_VERSION_MAJOR)  // wide text since the versions that tell theirs
-  contenders.push_back(contender("fast_float", texts, [](const std::wstring& text, std::byte* out) {
+  contenders.push_back(contender("fast_float", texts, [](const wchar_t* text, std::byte* out) {
     Integer value = 0;
-    fast_float::from_chars(text.c_str(), text.c_str() + std::wcslen(text.c_str()), value);
+    fast_float::from_chars(text, text + std::wcslen(text), value);
     return stored(value, out);
   }));
 #endif
@@ -149,8 +148,8 @@ void register_parsing(Operation operation, const char* variant, const Set<Intege
 void register_integers() {
   const auto any_64 = drawn(of_any_digit_count<std::int64_t>);
   const auto any_32 = drawn(of_any_digit_count<std::int32_t>);
-  const auto keys_64 = drawn(key<std::int64_t>);
-  const auto keys_32 = drawn(key<std::int32_t>);
+  const auto keys_64 = drawn(key<std::int64_t>, large_set_size);
+  const auto keys_32 = drawn(key<std::int32_t>, large_set_size);
   constexpr Operation to_text_64{"int64 to wide text", 0.5};
   constexpr Operation to_text_32{"int32 to wide text", 0.65};
   constexpr Operation from_text_64{"wide text to int64", 0.5};

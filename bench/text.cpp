@@ -20,8 +20,8 @@ namespace {
 // ---- UTF-8 to wide -------------------------------------------------------------------------------------------------
 
 // One sequence at a time, well-formed ones only.
-std::size_t decode_scalar(const std::string& text, std::byte* output) {
-  const char* from = text.c_str();
+std::size_t decode_scalar(const char* text, std::byte* output) {
+  const char* from = text;
   const char* const end = from + std::strlen(from);
   wchar_t* to = wide(output);
   while (from != end) {
@@ -44,18 +44,17 @@ std::size_t decode_scalar(const std::string& text, std::byte* output) {
   return terminated(wide(output), static_cast<std::size_t>(to - wide(output)));
 }
 
-std::size_t decode_mbstowcs(const std::string& text, std::byte* output) {
-  return std::mbstowcs(wide(output), text.c_str(), output_size / sizeof(wchar_t)) * sizeof(wchar_t);
+std::size_t decode_mbstowcs(const char* text, std::byte* output) {
+  return std::mbstowcs(wide(output), text, output_size / sizeof(wchar_t)) * sizeof(wchar_t);
 }
 
 #if ZVRT_BENCH_WITH_ICU
-std::size_t decode_icu(const std::string& text, std::byte* output) {
-  const char* from = text.c_str();
-  const auto length = static_cast<std::int32_t>(std::strlen(from));
+std::size_t decode_icu(const char* text, std::byte* output) {
+  const auto length = static_cast<std::int32_t>(std::strlen(text));
   wchar_t* to = wide(output);
   for (std::int32_t i = 0; i < length;) {
     UChar32 point = 0;
-    U8_NEXT(from, i, length, point);
+    U8_NEXT(text, i, length, point);
     *to++ = point;
   }
   return terminated(wide(output), static_cast<std::size_t>(to - wide(output)));
@@ -69,14 +68,12 @@ char16_t* utf16_area() {
   return area.data();
 }
 
-std::size_t decode_simdutf(const std::string& text, std::byte* output) {
-  const char* from = text.c_str();
-  return terminated(wide(output), simdutf::convert_utf8_to_utf32(from, std::strlen(from), utf32(output)));
+std::size_t decode_simdutf(const char* text, std::byte* output) {
+  return terminated(wide(output), simdutf::convert_utf8_to_utf32(text, std::strlen(text), utf32(output)));
 }
 
-std::size_t decode_simdutf_by_utf16(const std::string& text, std::byte* output) {
-  const char* from = text.c_str();
-  const std::size_t units = simdutf::convert_utf8_to_utf16le(from, std::strlen(from), utf16_area());
+std::size_t decode_simdutf_by_utf16(const char* text, std::byte* output) {
+  const std::size_t units = simdutf::convert_utf8_to_utf16le(text, std::strlen(text), utf16_area());
   return terminated(wide(output), simdutf::convert_utf16le_to_utf32(utf16_area(), units, utf32(output)));
 }
 #endif
@@ -85,8 +82,8 @@ void register_decoding(Operation operation, Script script, std::size_t bytes) {
   const NarrowTexts texts = texts_of_bytes(script, bytes);
   std::vector<Contender> contenders = {
       contender("ours", texts,
-                [](const std::string& text, std::byte* out) {
-                  return call<ZVRTCnvVarcharSzToWVarcharSz, sizeof(wchar_t)>(text.c_str(), out);
+                [](const char* text, std::byte* out) {
+                  return call<ZVRTCnvVarcharSzToWVarcharSz, sizeof(wchar_t)>(text, out);
                 }),
       contender("scalar loop", texts, decode_scalar), contender("mbstowcs", texts, decode_mbstowcs)};
 #if ZVRT_BENCH_WITH_ICU
@@ -101,9 +98,9 @@ void register_decoding(Operation operation, Script script, std::size_t bytes) {
 
 // ---- wide to UTF-8 -------------------------------------------------------------------------------------------------
 
-std::size_t encode_scalar(const std::wstring& text, std::byte* output) {
+std::size_t encode_scalar(const wchar_t* text, std::byte* output) {
   char* to = narrow(output);
-  const std::size_t length = std::wcslen(text.c_str());
+  const std::size_t length = std::wcslen(text);
   for (std::size_t i = 0; i < length; ++i) {
     const auto point = static_cast<std::uint32_t>(text[i]);
     if (point < 0x80) {
@@ -117,16 +114,16 @@ std::size_t encode_scalar(const std::wstring& text, std::byte* output) {
   return terminated(narrow(output), static_cast<std::size_t>(to - narrow(output)));
 }
 
-std::size_t encode_wcstombs(const std::wstring& text, std::byte* output) {
-  return std::wcstombs(narrow(output), text.c_str(), output_size);
+std::size_t encode_wcstombs(const wchar_t* text, std::byte* output) {
+  return std::wcstombs(narrow(output), text, output_size);
 }
 
 #if ZVRT_BENCH_WITH_ICU
-std::size_t encode_icu(const std::wstring& text, std::byte* output) {
+std::size_t encode_icu(const wchar_t* text, std::byte* output) {
   auto* to = reinterpret_cast<std::uint8_t*>(output);
   std::int32_t i = 0;
   UBool failed = false;
-  const std::size_t length = std::wcslen(text.c_str());
+  const std::size_t length = std::wcslen(text);
   for (std::size_t k = 0; k < length; ++k) {
     U8_APPEND(to, i, static_cast<std::int32_t>(output_size), static_cast<UChar32>(text[k]), failed);
   }
@@ -135,15 +132,15 @@ std::size_t encode_icu(const std::wstring& text, std::byte* output) {
 #endif
 
 #if ZVRT_BENCH_WITH_SIMDUTF
-const char32_t* utf32(const std::wstring& text) { return reinterpret_cast<const char32_t*>(text.c_str()); }
+const char32_t* utf32(const wchar_t* text) { return reinterpret_cast<const char32_t*>(text); }
 
-std::size_t encode_simdutf(const std::wstring& text, std::byte* output) {
-  const std::size_t length = std::wcslen(text.c_str());
+std::size_t encode_simdutf(const wchar_t* text, std::byte* output) {
+  const std::size_t length = std::wcslen(text);
   return terminated(narrow(output), simdutf::convert_utf32_to_utf8(utf32(text), length, narrow(output)));
 }
 
-std::size_t encode_simdutf_by_utf16(const std::wstring& text, std::byte* output) {
-  const std::size_t length = std::wcslen(text.c_str());
+std::size_t encode_simdutf_by_utf16(const wchar_t* text, std::byte* output) {
+  const std::size_t length = std::wcslen(text);
   const std::size_t units = simdutf::convert_utf32_to_utf16le(utf32(text), length, utf16_area());
   return terminated(narrow(output), simdutf::convert_utf16le_to_utf8(utf16_area(), units, narrow(output)));
 }
@@ -151,12 +148,10 @@ std::size_t encode_simdutf_by_utf16(const std::wstring& text, std::byte* output)
 
 void register_encoding(Operation operation, Script script, std::size_t characters) {
   const WideTexts texts = texts_of_characters(script, characters);
-  std::vector<Contender> contenders = {contender("ours", texts,
-                                                 [](const std::wstring& text, std::byte* out) {
-                                                   return call<ZVRTCnvWVarcharSzToVarcharSz, 1>(text.c_str(), out);
-                                                 }),
-                                       contender("scalar loop", texts, encode_scalar),
-                                       contender("wcstombs", texts, encode_wcstombs)};
+  std::vector<Contender> contenders = {
+      contender("ours", texts,
+                [](const wchar_t* text, std::byte* out) { return call<ZVRTCnvWVarcharSzToVarcharSz, 1>(text, out); }),
+      contender("scalar loop", texts, encode_scalar), contender("wcstombs", texts, encode_wcstombs)};
 #if ZVRT_BENCH_WITH_ICU
   contenders.push_back(contender("U8_APPEND", texts, encode_icu));
 #endif
@@ -177,48 +172,43 @@ void register_copies(std::size_t length) {
 
   compete(copying, "WVarcharSz to WVarcharSz" + suffix,
           {contender("ours", wide_texts,
-                     [](const std::wstring& text, std::byte* out) {
-                       return call<ZVRTCnvWVarcharSzToWVarcharSz, sizeof(wchar_t)>(text.c_str(), out);
+                     [](const wchar_t* text, std::byte* out) {
+                       return call<ZVRTCnvWVarcharSzToWVarcharSz, sizeof(wchar_t)>(text, out);
                      }),
-           contender("wcslen, wmemcpy", wide_texts, [](const std::wstring& text, std::byte* out) {
-             const std::size_t count = std::wcslen(text.c_str());
-             std::wmemcpy(wide(out), text.c_str(), count);
+           contender("wcslen, wmemcpy", wide_texts, [](const wchar_t* text, std::byte* out) {
+             const std::size_t count = std::wcslen(text);
+             std::wmemcpy(wide(out), text, count);
              return terminated(wide(out), count);
            })});
   compete(copying, "VarcharSz to VarcharSz" + suffix,
           {contender("ours", texts,
-                     [](const std::string& text, std::byte* out) {
-                       return call<ZVRTCnvVarcharSzToVarcharSz, 1>(text.c_str(), out);
-                     }),
+                     [](const char* text, std::byte* out) { return call<ZVRTCnvVarcharSzToVarcharSz, 1>(text, out); }),
            contender("stpcpy", texts,
-                     [](const std::string& text, std::byte* out) {
-                       return static_cast<std::size_t>(stpcpy(narrow(out), text.c_str()) - narrow(out));
+                     [](const char* text, std::byte* out) {
+                       return static_cast<std::size_t>(stpcpy(narrow(out), text) - narrow(out));
                      }),
-           contender("strlen, memcpy", texts, [](const std::string& text, std::byte* out) {
-             const std::size_t count = std::strlen(text.c_str());
-             std::memcpy(out, text.c_str(), count + 1);
+           contender("strlen, memcpy", texts, [](const char* text, std::byte* out) {
+             const std::size_t count = std::strlen(text);
+             std::memcpy(out, text, count + 1);
              return count;
            })});
   compete(copying, "VarcharSz to Varchar" + suffix,
           {contender("ours", texts,
-                     [](const std::string& text, std::byte* out) {
-                       return call<ZVRTCnvVarcharSzToVarchar, 1>(text.c_str(), out);
-                     }),
-           contender("strlen, memcpy", texts, [](const std::string& text, std::byte* out) {
-             const std::size_t count = std::strlen(text.c_str());
-             std::memcpy(out + 2, text.c_str(), count);
+                     [](const char* text, std::byte* out) { return call<ZVRTCnvVarcharSzToVarchar, 1>(text, out); }),
+           contender("strlen, memcpy", texts, [](const char* text, std::byte* out) {
+             const std::size_t count = std::strlen(text);
+             std::memcpy(out + 2, text, count);
              return stored(static_cast<std::uint16_t>(count), out) + count;
            })});
-  compete(copying, "WVarcharSz to WVarchar" + suffix,
-          {contender("ours", wide_texts,
-                     [](const std::wstring& text, std::byte* out) {
-                       return call<ZVRTCnvWVarcharSzToWVarchar, 1>(text.c_str(), out);
-                     }),
-           contender("wcslen, memcpy", wide_texts, [](const std::wstring& text, std::byte* out) {
-             const std::size_t bytes = std::wcslen(text.c_str()) * sizeof(wchar_t);
-             std::memcpy(out + 2, text.c_str(), bytes);
-             return stored(static_cast<std::uint16_t>(bytes), out) + bytes;
-           })});
+  compete(
+      copying, "WVarcharSz to WVarchar" + suffix,
+      {contender("ours", wide_texts,
+                 [](const wchar_t* text, std::byte* out) { return call<ZVRTCnvWVarcharSzToWVarchar, 1>(text, out); }),
+       contender("wcslen, memcpy", wide_texts, [](const wchar_t* text, std::byte* out) {
+         const std::size_t bytes = std::wcslen(text) * sizeof(wchar_t);
+         std::memcpy(out + 2, text, bytes);
+         return stored(static_cast<std::uint16_t>(bytes), out) + bytes;
+       })});
 }
 
 // ---- what is expected of which -------------------------------------------------------------------------------------
