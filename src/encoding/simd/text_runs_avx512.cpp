@@ -24,6 +24,8 @@ __mmask32 first32(std::size_t count) { return static_cast<__mmask32>(first(least
 std::size_t lowest_bit(Mask bits) { return _tzcnt_u64(bits); }  // 64 where there is none
 std::size_t highest_bit(Mask bits) { return 63 - _lzcnt_u64(bits); }
 std::size_t count_of(Mask bits) { return static_cast<std::size_t>(_mm_popcnt_u64(bits)); }
+// The bits below the lowest one, all where there is none.
+Mask below(Mask bits) { return ~bits & (bits - 1); }
 // The bits below the lowest zero.
 Mask trailing_ones(Mask bits) { return bits & ~(bits + 1); }
 
@@ -106,18 +108,18 @@ constexpr char first_lead = static_cast<char>(0xC0);
 // A character's bytes are gathered in a lane, the lead on top, and shifted down by what is not theirs. By its length in
 // bytes: that shift, the marks of its bytes, and the largest payload of its lead byte with all bits below. A length
 // that does not belong to a lead byte exceeds that; so does zero, less one.
-constexpr int none = 0;
-Vector load_shifts() { return _mm512_setr_epi32(0, 24, 16, 8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0); }
-Vector load_marks() {
-  return _mm512_setr_epi32(0, 0, 0xC080, 0xE08080, static_cast<int>(0xF0808080), 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0);
-}
-Vector load_limits() {
-  return _mm512_setr_epi32(none, 0x7F, 0x1FFF, 0xFFFFF, 0x7FFFFFF, none, none, none, none, none, none, none, none, none,
-                           none, none);
-}
+template <class Lane, unsigned places>
+struct Forms {
+  alignas(64) Lane shifts[places];
+  alignas(64) Lane marks[places];
+  alignas(64) Lane limits[places];
+};
+constexpr Forms<std::uint32_t, 16> mixed_form_table{
+    {0, 24, 16, 8, 0}, {0, 0, 0xC080, 0xE08080, 0xF0808080}, {0, 0x7F, 0x1FFF, 0xFFFFF, 0x7FFFFFF}};
+constexpr Forms<std::uint16_t, 32> short_form_table{{0, 8, 0}, {0, 0, 0xC080}, {0, 0x7F, 0x1FFF}};
 
-void store_characters(char* dst, std::size_t count, Vector characters) {
-  _mm512_mask_storeu_epi32(dst, first16(count), characters);
+void store_characters(char* dst, __mmask16 lanes, Vector characters) {
+  _mm512_mask_storeu_epi32(dst, lanes, characters);
 }
 
 // Characters of one to four bytes, sixteen at a time; returns how many are ordinary.
@@ -128,17 +130,18 @@ template <bool writes>
     const Vector at = _mm512_add_epi8(_mm512_permutexvar_epi8(which, from.positions), repeat32(0x00010203));
     const Vector raw = _mm512_permutexvar_epi8(at, from.bytes);
     const Vector length = _mm512_permutexvar_epi8(which, from.lengths);
-    const Vector aligned = _mm512_srlv_epi32(raw, _mm512_permutexvar_epi32(length, load_shifts()));
-    const Vector payload = _mm512_xor_si512(aligned, _mm512_permutexvar_epi32(length, load_marks()));
-    const Vector limits = _mm512_permutexvar_epi32(length, load_limits());
-    const __mmask16 odd =
-        _mm512_mask_cmpge_epu32_mask(first16(count - done), _mm512_sub_epi32(payload, _mm512_set1_epi32(1)), limits);
+    const Vector shift = _mm512_permutexvar_epi32(length, _mm512_load_si512(mixed_form_table.shifts));
+    const Vector marks = _mm512_permutexvar_epi32(length, _mm512_load_si512(mixed_form_table.marks));
+    const Vector limit = _mm512_permutexvar_epi32(length, _mm512_load_si512(mixed_form_table.limits));
+    const Vector payload = _mm512_xor_si512(_mm512_srlv_epi32(raw, shift), marks);
+    const __mmask16 lanes = first16(count - done);
+    const __mmask16 odd = _mm512_mask_cmpge_epu32_mask(lanes, _mm512_sub_epi32(payload, _mm512_set1_epi32(1)), limit);
     if (writes) {
       const Vector pairs = _mm512_maddubs_epi16(payload, repeat16(0x4001));      // upper * 64 + lower
       const Vector characters = _mm512_madd_epi16(pairs, repeat32(0x10000001));  // upper * 4096 + lower
       const __mmask16 replaced = _mm512_cmpeq_epi32_mask(characters, _mm512_set1_epi32(0xFFFD));
       const Vector result = _mm512_mask_mov_epi32(characters, replaced, _mm512_set1_epi32('?'));
-      store_characters(dst + done * 4, least(count - done, lowest_bit(odd)), result);
+      store_characters(dst + done * 4, lanes & static_cast<__mmask16>(below(odd)), result);
     }
     if (odd != 0) [[unlikely]]
       return done + lowest_bit(odd);
@@ -155,20 +158,19 @@ template <bool writes>
     const Vector at = _mm512_add_epi8(_mm512_permutexvar_epi8(which, from.positions), repeat16(0x0001));
     const Vector raw = _mm512_permutexvar_epi8(at, from.bytes);
     const Vector length = _mm512_permutexvar_epi8(which, from.lengths);
-    const __mmask32 one = _mm512_cmpeq_epi16_mask(length, repeat16(0x0101));
-    const __mmask32 two = _mm512_cmpeq_epi16_mask(length, repeat16(0x0202));
-    const Vector payload =
-        _mm512_mask_mov_epi16(_mm512_srli_epi16(raw, 8), two, _mm512_xor_si512(raw, repeat16(0xC080)));
-    const Vector limits = _mm512_mask_mov_epi16(_mm512_maskz_mov_epi16(one, repeat16(0x7F)), two, repeat16(0x1FFF));
-    const __mmask32 odd =
-        _mm512_mask_cmpge_epu16_mask(first32(count - done), _mm512_sub_epi16(payload, repeat16(1)), limits);
+    const Vector shift = _mm512_permutexvar_epi16(length, _mm512_load_si512(short_form_table.shifts));
+    const Vector marks = _mm512_permutexvar_epi16(length, _mm512_load_si512(short_form_table.marks));
+    const Vector limit = _mm512_permutexvar_epi16(length, _mm512_load_si512(short_form_table.limits));
+    const Vector payload = _mm512_xor_si512(_mm512_srlv_epi16(raw, shift), marks);
+    const __mmask32 lanes = first32(count - done);
+    const __mmask32 odd = _mm512_mask_cmpge_epu16_mask(lanes, _mm512_sub_epi16(payload, repeat16(1)), limit);
     if (writes) {
       const Vector units = _mm512_maddubs_epi16(payload, repeat16(0x4001));  // upper * 64 + lower
-      const std::size_t left = least(count - done, lowest_bit(odd));
-      store_characters(dst + done * 4, left, _mm512_cvtepu16_epi32(_mm512_castsi512_si256(units)));
-      if (left > 16) {
-        store_characters(dst + done * 4 + 64, left - 16, _mm512_cvtepu16_epi32(_mm512_extracti64x4_epi64(units, 1)));
-      }
+      const __mmask32 good = lanes & static_cast<__mmask32>(below(odd));
+      char* out = dst + done * 4;
+      store_characters(out, static_cast<__mmask16>(good), _mm512_cvtepu16_epi32(_mm512_castsi512_si256(units)));
+      store_characters(out + 64, static_cast<__mmask16>(good >> 16),
+                       _mm512_cvtepu16_epi32(_mm512_extracti64x4_epi64(units, 1)));
     }
     if (odd != 0) [[unlikely]]
       return done + lowest_bit(odd);
@@ -177,10 +179,22 @@ template <bool writes>
   return count;
 }
 
-[[gnu::always_inline]] inline void widen_ascii(__m128i low, __m128i high, std::size_t count, char* dst) {
-  store_characters(dst, count, _mm512_cvtepu8_epi32(low));
-  if (count > 16) store_characters(dst + 64, count - 16, _mm512_cvtepu8_epi32(high));
+template <int quarter>
+void widen_quarter(Vector bytes, Mask lanes, char* dst) {
+  store_characters(dst + quarter * 64, static_cast<__mmask16>(lanes >> quarter * 16),
+                   _mm512_cvtepu8_epi32(_mm512_extracti32x4_epi32(bytes, quarter)));
 }
+
+// Lengths up to 32 bytes differ too often to be worth a branch each.
+[[gnu::always_inline]] inline void widen_ascii(Vector bytes, Mask lanes, char* dst) {
+  widen_quarter<0>(bytes, lanes, dst);
+  widen_quarter<1>(bytes, lanes, dst);
+  if (lanes >> 32 == 0) return;
+  widen_quarter<2>(bytes, lanes, dst);
+  widen_quarter<3>(bytes, lanes, dst);
+}
+
+constexpr std::size_t step_bytes = 64;
 
 // How far a run has got in both texts.
 struct Ends {
@@ -188,42 +202,37 @@ struct Ends {
   std::size_t written = 0;
 };
 
-// A step of at most 32 bytes (masks of 32 bits take half as long on their way to the general registers) from the start
-// of a character. Returns false where the run ends.
+// A step of at most 64 bytes from the start of a character. Returns false where the run ends.
 template <bool writes, class Bound>
 [[gnu::always_inline]] inline bool decode_step(const char* src, Bound bound, char* dst, std::size_t room, Ends& ends) {
-  constexpr std::size_t step = 32;
-  const std::size_t readable = bound.readable(src, ends.read, step);
+  const std::size_t readable = bound.readable(src, ends.read, step_bytes);
   if (readable == 0) return false;
-  const __m256i bytes = _mm256_maskz_loadu_epi8(first32(readable), src + ends.read);
-  const Mask nonzero = _mm256_test_epi8_mask(bytes, bytes);
+  const Vector bytes = _mm512_maskz_loadu_epi8(first(readable), src + ends.read);
+  const Mask nonzero = _mm512_test_epi8_mask(bytes, bytes);
   const Mask inside = trailing_ones(nonzero);
   const std::size_t text = lowest_bit(~nonzero);
-  const std::size_t left = writes ? room - ends.written : step;
+  const std::size_t left = writes ? least(room - ends.written, step_bytes) : step_bytes;
   char* out = dst + ends.written * 4;
-  if ((_mm256_movepi8_mask(bytes) & inside) == 0) {
+  if ((_mm512_movepi8_mask(bytes) & inside) == 0) {
     const std::size_t count = least(text, left);
-    if (writes) widen_ascii(_mm256_castsi256_si128(bytes), _mm256_extracti128_si256(bytes, 1), count, out);
+    if (writes) widen_ascii(bytes, first(count), out);
     ends.read += count;
     ends.written += count;
     return count == readable;
   }
-  const __mmask32 lead_bytes = _mm256_cmpge_epi8_mask(bytes, _mm256_set1_epi8(first_lead));
+  const __mmask64 lead_bytes = _mm512_cmpge_epi8_mask(bytes, _mm512_set1_epi8(first_lead));
   Mask leads = lead_bytes & inside;
   if ((leads & 1) == 0) return false;
   // The last character may go on behind a block that is full.
-  std::size_t stop = text == step ? highest_bit(leads) : text;
+  std::size_t stop = text == step_bytes ? highest_bit(leads) : text;
   leads &= first(stop);
-  std::size_t count = count_of(leads);
-  if (count > left) [[unlikely]]
-    count = left;
-  const Characters characters = locate(_mm512_zextsi256_si512(bytes), lead_bytes);
-  const Mask long_forms = _mm256_cmpge_epu8_mask(bytes, _mm256_set1_epi8(static_cast<char>(0xE0))) & inside;
-  const std::size_t done =
-      long_forms == 0 ? widen_short_forms<writes>(characters, count, out) : widen_mixed<writes>(characters, count, out);
-  if (done != count_of(leads)) [[unlikely]] {
+  const std::size_t whole = count_of(leads);
+  const Characters characters = locate(bytes, lead_bytes);
+  const Mask long_forms = _mm512_cmpge_epu8_mask(bytes, repeat8(0xE0)) & inside;
+  const std::size_t done = long_forms == 0 ? widen_short_forms<writes>(characters, least(whole, left), out)
+                                           : widen_mixed<writes>(characters, least(whole, left), out);
+  if (done != whole) [[unlikely]]
     stop = lowest_bit(_pdep_u64(Mask{1} << done, leads));
-  }
   ends.read += stop;
   ends.written += done;
   return stop != 0 && text >= readable;
@@ -234,7 +243,7 @@ template <bool writes, class Bound>
 // has to be seen whole.
 template <bool writes, class Bound>
 [[gnu::always_inline]] inline bool decode_long(const char* src, Bound bound, char* dst, std::size_t room, Ends& ends) {
-  constexpr std::size_t step = 64;
+  constexpr std::size_t step = step_bytes;
   constexpr std::size_t own = 60;
   std::size_t from = ends.read;
   while ((!writes || room - ends.written >= step) && bound.readable(src, from, step) == step) {
@@ -242,10 +251,7 @@ template <bool writes, class Bound>
     if (_mm512_testn_epi8_mask(bytes, bytes) != 0) break;
     char* out = dst + ends.written * 4;
     if (_mm512_movepi8_mask(bytes) == 0) {
-      for (std::size_t part = 0; writes && part < step; part += 16) {
-        const __m128i quarter = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + from + part));
-        _mm512_storeu_si512(out + part * 4, _mm512_cvtepu8_epi32(quarter));
-      }
+      if (writes) widen_ascii(bytes, first(step), out);
       from += step;
       ends.read = from;
       ends.written += step;
@@ -274,7 +280,7 @@ Run decode_run(const char* src, Bound bound, void* dst, std::size_t room) {
   Ends ends;
   auto* out = static_cast<char*>(dst);
   while (decode_step<writes>(src, bound, out, room, ends)) {
-    if (ends.read >= 48 && !decode_long<writes>(src, bound, out, room, ends)) break;
+    if (!decode_long<writes>(src, bound, out, room, ends)) break;
   }
   return {ends.read, ends.written};
 }
