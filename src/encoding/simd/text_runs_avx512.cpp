@@ -134,14 +134,16 @@ template <bool writes>
     const Vector marks = _mm512_permutexvar_epi32(length, _mm512_load_si512(mixed_form_table.marks));
     const Vector limit = _mm512_permutexvar_epi32(length, _mm512_load_si512(mixed_form_table.limits));
     const Vector payload = _mm512_xor_si512(_mm512_srlv_epi32(raw, shift), marks);
-    const __mmask16 lanes = first16(count - done);
+    __mmask16 lanes = first16(count - done);
     const __mmask16 odd = _mm512_mask_cmpge_epu32_mask(lanes, _mm512_sub_epi32(payload, _mm512_set1_epi32(1)), limit);
+    if (odd != 0) [[unlikely]]
+      lanes = static_cast<__mmask16>(below(odd));
     if (writes) {
       const Vector pairs = _mm512_maddubs_epi16(payload, repeat16(0x4001));      // upper * 64 + lower
       const Vector characters = _mm512_madd_epi16(pairs, repeat32(0x10000001));  // upper * 4096 + lower
       const __mmask16 replaced = _mm512_cmpeq_epi32_mask(characters, _mm512_set1_epi32(0xFFFD));
       const Vector result = _mm512_mask_mov_epi32(characters, replaced, _mm512_set1_epi32('?'));
-      store_characters(dst + done * 4, lanes & static_cast<__mmask16>(below(odd)), result);
+      store_characters(dst + done * 4, lanes, result);
     }
     if (odd != 0) [[unlikely]]
       return done + lowest_bit(odd);
@@ -162,14 +164,15 @@ template <bool writes>
     const Vector marks = _mm512_permutexvar_epi16(length, _mm512_load_si512(short_form_table.marks));
     const Vector limit = _mm512_permutexvar_epi16(length, _mm512_load_si512(short_form_table.limits));
     const Vector payload = _mm512_xor_si512(_mm512_srlv_epi16(raw, shift), marks);
-    const __mmask32 lanes = first32(count - done);
+    __mmask32 lanes = first32(count - done);
     const __mmask32 odd = _mm512_mask_cmpge_epu16_mask(lanes, _mm512_sub_epi16(payload, repeat16(1)), limit);
+    if (odd != 0) [[unlikely]]
+      lanes = static_cast<__mmask32>(below(odd));
     if (writes) {
       const Vector units = _mm512_maddubs_epi16(payload, repeat16(0x4001));  // upper * 64 + lower
-      const __mmask32 good = lanes & static_cast<__mmask32>(below(odd));
       char* out = dst + done * 4;
-      store_characters(out, static_cast<__mmask16>(good), _mm512_cvtepu16_epi32(_mm512_castsi512_si256(units)));
-      store_characters(out + 64, static_cast<__mmask16>(good >> 16),
+      store_characters(out, static_cast<__mmask16>(lanes), _mm512_cvtepu16_epi32(_mm512_castsi512_si256(units)));
+      store_characters(out + 64, static_cast<__mmask16>(lanes >> 16),
                        _mm512_cvtepu16_epi32(_mm512_extracti64x4_epi64(units, 1)));
     }
     if (odd != 0) [[unlikely]]
@@ -276,12 +279,18 @@ template <bool writes, class Bound>
 }
 
 template <bool writes, class Bound>
+[[gnu::noinline]] Run decode_further(const char* src, Bound bound, char* dst, std::size_t room, Ends ends) {
+  while (decode_long<writes>(src, bound, dst, room, ends) && decode_step<writes>(src, bound, dst, room, ends)) {
+  }
+  return {ends.read, ends.written};
+}
+
+// A value is short as a rule: its one step stands apart from all that longer text needs.
+template <bool writes, class Bound>
 Run decode_run(const char* src, Bound bound, void* dst, std::size_t room) {
   Ends ends;
   auto* out = static_cast<char*>(dst);
-  while (decode_step<writes>(src, bound, out, room, ends)) {
-    if (!decode_long<writes>(src, bound, out, room, ends)) break;
-  }
+  if (decode_step<writes>(src, bound, out, room, ends)) return decode_further<writes>(src, bound, out, room, ends);
   return {ends.read, ends.written};
 }
 
