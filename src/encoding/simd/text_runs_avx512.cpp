@@ -13,109 +13,63 @@ namespace {
 using Vector = __m512i;
 using Mask = std::uint64_t;
 
-constexpr std::size_t block_bytes = 64;
-
 std::size_t least(std::size_t a, std::size_t b) { return a < b ? a : b; }
 
-// The lowest `count` bits, all of them from 64 on.
-Mask first(std::size_t count) { return _bzhi_u64(~Mask{0}, static_cast<unsigned>(least(count, 64))); }
+// The lowest `count` bits, for a count of 64 at most.
+Mask first(std::size_t count) { return _bzhi_u64(~Mask{0}, static_cast<unsigned>(count)); }
 __mmask16 first16(std::size_t count) { return static_cast<__mmask16>(first(least(count, 16))); }
+
+__mmask32 first32(std::size_t count) { return static_cast<__mmask32>(first(least(count, 32))); }
 
 std::size_t lowest_bit(Mask bits) { return _tzcnt_u64(bits); }  // 64 where there is none
 std::size_t highest_bit(Mask bits) { return 63 - _lzcnt_u64(bits); }
 std::size_t count_of(Mask bits) { return static_cast<std::size_t>(_mm_popcnt_u64(bits)); }
+// The bits below the lowest one, all where there is none.
+Mask below(Mask bits) { return ~bits & (bits - 1); }
 // The bits below the lowest zero.
 Mask trailing_ones(Mask bits) { return bits & ~(bits + 1); }
-
-// Where a source ends: how many units may be read at a position, at most `most` of them; 0 behind the end.
-struct Counted {
-  std::size_t count;
-
-  template <std::size_t unit>
-  std::size_t readable(const void* /*src*/, std::size_t read, std::size_t most) const {
-    return least(count - read, most);
-  }
-};
-
-// A text that has not met its terminator yet goes on for one more unit at least, even where that lies in two pages.
-struct Terminated {
-  template <std::size_t unit>
-  std::size_t readable(const void* src, std::size_t read, std::size_t most) const {
-    constexpr std::size_t page_bytes = 4096;
-    const std::size_t into_page = (reinterpret_cast<std::uintptr_t>(src) + read * unit) % page_bytes;
-    const std::size_t units = least((page_bytes - into_page) / unit, most);
-    return unit > 1 && units == 0 ? 1 : units;
-  }
-};
-
-// ---- UTF-8 to wide text ----
-
-// A block of UTF-8 that starts with a character: which characters it holds whole, up to whatever is not ordinary.
-struct Block {
-  Vector bytes;
-  Mask leads;        // first bytes of the characters
-  std::size_t stop;  // bytes of them
-  std::size_t text;  // bytes before the first zero
-  bool ascii;        // all of them ASCII
-  bool short_forms;  // all of them of one or two bytes
-};
-
-Mask at_least(Vector bytes, unsigned char least_byte) {
-  return _mm512_cmpge_epu8_mask(bytes, _mm512_set1_epi8(static_cast<char>(least_byte)));
-}
-
-// A lead byte without payload before a continuation byte without: zero in two bytes or more, or another overlong form.
-// (D0 80 is neither, and rare.)
-Mask overlong_zeros(Vector bytes, Mask leads) {
-  const Mask empty_leads = leads & _mm512_testn_epi8_mask(bytes, _mm512_set1_epi8(0x0F));
-  return empty_leads << 1 & _mm512_cmpeq_epi8_mask(bytes, _mm512_set1_epi8(static_cast<char>(0x80)));
-}
-
-[[gnu::always_inline]] inline Block classify(Vector bytes) {
-  const Mask nonzero = _mm512_test_epi8_mask(bytes, bytes);
-  const Mask inside = trailing_ones(nonzero);
-  const std::size_t text = lowest_bit(~nonzero);
-  const Mask high = _mm512_movepi8_mask(bytes) & inside;
-  if (high == 0) return {bytes, inside, text, text, true, true};
-
-  const Mask two = at_least(bytes, 0xC0) & inside;  // leads of two bytes or more
-  const Mask three = at_least(bytes, 0xE0) & inside;
-  const Mask four = at_least(bytes, 0xF0) & inside;
-  const Mask beyond = at_least(bytes, 0xF8) & inside;
-  const Mask continuations = high & ~two;
-  const Mask expected = two << 1 | three << 2 | four << 3;
-  // Every fault lies behind the first byte of its character, also where the text ends inside one.
-  const Mask faults = (expected ^ continuations) | beyond << 1 | overlong_zeros(bytes, two);
-  const Mask cut_off = two >> 63 | three >> 62 | four >> 61;
-  const Mask leads = inside & ~continuations;
-  // The block stops at the last character before a fault: the one that has it, or the one before a stray byte.
-  const std::size_t last = highest_bit(_bzhi_u64(leads, static_cast<unsigned>(lowest_bit(faults))) | 1);
-  const std::size_t stop = (faults | cut_off) != 0 ? last : text;
-  return {bytes, _bzhi_u64(leads, static_cast<unsigned>(stop)), stop, text, false, three == 0};
-}
-
-// Keeps as many characters as there is room for.
-[[gnu::always_inline]] inline void clip(Block& block, std::size_t room) {
-  const Mask kept = _pdep_u64(first(room), block.leads);
-  block.stop = lowest_bit(block.leads ^ kept);
-  block.leads = kept;
-}
-
-void store_characters(char* dst, std::size_t count, Vector characters) {
-  _mm512_mask_storeu_epi32(dst, first16(count), characters);
-}
-
-[[gnu::always_inline]] inline void widen_ascii(const char* src, std::size_t count, char* dst) {
-  for (std::size_t done = 0; done < count; done += 16) {
-    const __m128i bytes = _mm_maskz_loadu_epi8(first16(count - done), src + done);
-    store_characters(dst + done * 4, count - done, _mm512_cvtepu8_epi32(bytes));
-  }
-}
 
 Vector repeat64(std::uint64_t bytes) { return _mm512_set1_epi64(static_cast<long long>(bytes)); }
 Vector repeat32(std::uint32_t bytes) { return _mm512_set1_epi32(static_cast<int>(bytes)); }
 Vector repeat16(std::uint16_t bytes) { return _mm512_set1_epi16(static_cast<short>(bytes)); }
 Vector repeat8(std::uint8_t byte) { return _mm512_set1_epi8(static_cast<char>(byte)); }
+
+std::size_t to_page_end(const char* at) {
+  constexpr std::size_t page_bytes = 4096;
+  return page_bytes - reinterpret_cast<std::uintptr_t>(at) % page_bytes;
+}
+
+// Where a source ends: how many units may be read behind those read already, `most` at most; none at the end.
+struct Counted {
+  std::size_t count;
+
+  std::size_t readable(const char* /*src*/, std::size_t read, std::size_t most) const {
+    return least(count - read, most);
+  }
+};
+
+// A text is readable to the end of each page it reaches, and one unit beyond what is known to be no terminator.
+struct TerminatedBytes {
+  static std::size_t readable(const char* src, std::size_t read, std::size_t most) {
+    const char* at = src + read;
+    std::size_t bytes = least(to_page_end(at), most);
+    if (bytes < longest_form) [[unlikely]] {
+      while (bytes < longest_form && at[bytes - 1] != 0) ++bytes;
+    }
+    return bytes;
+  }
+
+  static constexpr std::size_t longest_form = 4;
+};
+
+struct TerminatedUnits {
+  static std::size_t readable(const char* src, std::size_t read, std::size_t most) {
+    const std::size_t units = least(to_page_end(src + read * 4) / 4, most);
+    return units == 0 ? 1 : units;
+  }
+};
+
+// ---- UTF-8 to wide text ----
 
 // 0, 1, 2 ... 63, each `times` times.
 template <unsigned times>
@@ -133,84 +87,218 @@ Vector load_ramp() {
   return _mm512_load_si512(ramp<times>.bytes);
 }
 
-// Characters of one or two bytes, 32 at a time: both bytes of each into a 16-bit lane, the lead on top.
-[[gnu::always_inline]] inline void widen_short_forms(const Block& block, std::size_t count, char* dst) {
-  const Vector positions = _mm512_maskz_compress_epi8(block.leads, load_ramp<1>());
-  Vector which = load_ramp<2>();
-  for (std::size_t done = 0; done < count; done += 32) {
-    const Vector at = _mm512_add_epi8(_mm512_permutexvar_epi8(which, positions), repeat16(0x0001));
-    const Vector raw = _mm512_permutexvar_epi8(at, block.bytes);
-    const Vector payload = _mm512_and_si512(raw, repeat16(0x1F3F));
-    const Vector pairs = _mm512_maddubs_epi16(payload, repeat16(0x4001));  // lead * 64 + continuation
-    const Vector singles = _mm512_srli_epi16(raw, 8);
-    const Vector units = _mm512_mask_mov_epi16(singles, _mm512_movepi16_mask(raw), pairs);
-    store_characters(dst + done * 4, count - done, _mm512_cvtepu16_epi32(_mm512_castsi512_si256(units)));
-    if (count - done > 16) {
-      store_characters(dst + done * 4 + 64, count - done - 16,
-                       _mm512_cvtepu16_epi32(_mm512_extracti64x4_epi64(units, 1)));
-    }
-    which = _mm512_add_epi8(which, repeat8(32));
-  }
+// The characters of a block, by their first bytes. A length is the distance to the next byte that is no continuation;
+// where it is what the lead byte asks for, the character is well-formed, and nothing stray lies behind it.
+struct Characters {
+  Vector bytes;
+  Vector positions;
+  Vector lengths;
+};
+
+// What is no continuation byte starts a character, the terminator included: signed, those are the bytes from C0.
+constexpr char first_lead = static_cast<char>(0xC0);
+
+[[gnu::always_inline]] inline Characters locate(Vector bytes, __mmask64 leads) {
+  const Vector positions = _mm512_maskz_compress_epi8(leads, load_ramp<1>());
+  const Vector next = _mm512_permutexvar_epi8(_mm512_add_epi8(load_ramp<1>(), repeat8(1)), positions);
+  // At most 15, which no character has, as a table has sixteen places.
+  return {bytes, positions, _mm512_min_epu8(_mm512_sub_epi8(next, positions), repeat8(15))};
 }
 
-// By the upper half of the lead byte: how far a character's bytes stand above the lower end of the lane that holds
-// four, and which of the bits are payload once they are moved there.
-Vector load_shifts() { return _mm512_setr_epi32(24, 24, 24, 24, 24, 24, 24, 24, 0, 0, 0, 0, 16, 16, 8, 0); }
-Vector load_payloads() {
-  return _mm512_setr_epi32(0x7F, 0x7F, 0x7F, 0x7F, 0x7F, 0x7F, 0x7F, 0x7F, 0, 0, 0, 0, 0x1F3F, 0x1F3F, 0x0F3F3F,
-                           0x073F3F3F);
+// A character's bytes are gathered in a lane, the lead on top, and shifted down by what is not theirs. By its length in
+// bytes: that shift, the marks of its bytes, and the largest payload of its lead byte with all bits below. A length
+// that does not belong to a lead byte exceeds that; so does zero, less one.
+template <class Lane, unsigned places>
+struct Forms {
+  alignas(64) Lane shifts[places];
+  alignas(64) Lane marks[places];
+  alignas(64) Lane limits[places];
+};
+constexpr Forms<std::uint32_t, 16> mixed_form_table{
+    {0, 24, 16, 8, 0}, {0, 0, 0xC080, 0xE08080, 0xF0808080}, {0, 0x7F, 0x1FFF, 0xFFFFF, 0x7FFFFFF}};
+constexpr Forms<std::uint16_t, 32> short_form_table{{0, 8, 0}, {0, 0, 0xC080}, {0, 0x7F, 0x1FFF}};
+
+void store_characters(char* dst, __mmask16 lanes, Vector characters) {
+  _mm512_mask_storeu_epi32(dst, lanes, characters);
 }
 
-// Characters of one to four bytes, 16 at a time: four bytes from each lead into a 32-bit lane, the lead on top.
-[[gnu::always_inline]] inline void widen_mixed(const Block& block, std::size_t count, char* dst) {
-  const Vector positions = _mm512_maskz_compress_epi8(block.leads, load_ramp<1>());
+// Characters of one to four bytes, sixteen at a time; returns how many are ordinary.
+template <bool writes>
+[[gnu::always_inline]] inline std::size_t widen_mixed(const Characters& from, std::size_t count, char* dst) {
   Vector which = load_ramp<4>();
   for (std::size_t done = 0; done < count; done += 16) {
-    const Vector at = _mm512_add_epi8(_mm512_permutexvar_epi8(which, positions), repeat32(0x00010203));
-    const Vector raw = _mm512_permutexvar_epi8(at, block.bytes);
-    const Vector form = _mm512_srli_epi32(raw, 28);
-    const Vector aligned = _mm512_srlv_epi32(raw, _mm512_permutexvar_epi32(form, load_shifts()));
-    const Vector payload = _mm512_and_si512(aligned, _mm512_permutexvar_epi32(form, load_payloads()));
-    const Vector pairs = _mm512_maddubs_epi16(payload, repeat16(0x4001));      // upper * 64 + lower
-    const Vector characters = _mm512_madd_epi16(pairs, repeat32(0x10000001));  // upper * 4096 + lower
-    const __mmask16 replaced = _mm512_cmpeq_epi32_mask(characters, _mm512_set1_epi32(0xFFFD));
-    store_characters(dst + done * 4, count - done, _mm512_mask_mov_epi32(characters, replaced, _mm512_set1_epi32('?')));
+    const Vector at = _mm512_add_epi8(_mm512_permutexvar_epi8(which, from.positions), repeat32(0x00010203));
+    const Vector raw = _mm512_permutexvar_epi8(at, from.bytes);
+    const Vector length = _mm512_permutexvar_epi8(which, from.lengths);
+    const Vector shift = _mm512_permutexvar_epi32(length, _mm512_load_si512(mixed_form_table.shifts));
+    const Vector marks = _mm512_permutexvar_epi32(length, _mm512_load_si512(mixed_form_table.marks));
+    const Vector limit = _mm512_permutexvar_epi32(length, _mm512_load_si512(mixed_form_table.limits));
+    const Vector payload = _mm512_xor_si512(_mm512_srlv_epi32(raw, shift), marks);
+    __mmask16 lanes = first16(count - done);
+    const __mmask16 odd = _mm512_mask_cmpge_epu32_mask(lanes, _mm512_sub_epi32(payload, _mm512_set1_epi32(1)), limit);
+    if (odd != 0) [[unlikely]]
+      lanes = static_cast<__mmask16>(below(odd));
+    if (writes) {
+      const Vector pairs = _mm512_maddubs_epi16(payload, repeat16(0x4001));      // upper * 64 + lower
+      const Vector characters = _mm512_madd_epi16(pairs, repeat32(0x10000001));  // upper * 4096 + lower
+      const __mmask16 replaced = _mm512_cmpeq_epi32_mask(characters, _mm512_set1_epi32(0xFFFD));
+      const Vector result = _mm512_mask_mov_epi32(characters, replaced, _mm512_set1_epi32('?'));
+      store_characters(dst + done * 4, lanes, result);
+    }
+    if (odd != 0) [[unlikely]]
+      return done + lowest_bit(odd);
     which = _mm512_add_epi8(which, repeat8(16));
   }
+  return count;
 }
 
-[[gnu::always_inline]] inline void widen(const Block& block, std::size_t count, const char* src, char* dst) {
-  if (block.ascii) return widen_ascii(src, count, dst);
-  if (block.short_forms) return widen_short_forms(block, count, dst);
-  widen_mixed(block, count, dst);
+// The same for one or two bytes, in lanes of 16 bits.
+template <bool writes>
+[[gnu::always_inline]] inline std::size_t widen_short_forms(const Characters& from, std::size_t count, char* dst) {
+  Vector which = load_ramp<2>();
+  for (std::size_t done = 0; done < count; done += 32) {
+    const Vector at = _mm512_add_epi8(_mm512_permutexvar_epi8(which, from.positions), repeat16(0x0001));
+    const Vector raw = _mm512_permutexvar_epi8(at, from.bytes);
+    const Vector length = _mm512_permutexvar_epi8(which, from.lengths);
+    const Vector shift = _mm512_permutexvar_epi16(length, _mm512_load_si512(short_form_table.shifts));
+    const Vector marks = _mm512_permutexvar_epi16(length, _mm512_load_si512(short_form_table.marks));
+    const Vector limit = _mm512_permutexvar_epi16(length, _mm512_load_si512(short_form_table.limits));
+    const Vector payload = _mm512_xor_si512(_mm512_srlv_epi16(raw, shift), marks);
+    __mmask32 lanes = first32(count - done);
+    const __mmask32 odd = _mm512_mask_cmpge_epu16_mask(lanes, _mm512_sub_epi16(payload, repeat16(1)), limit);
+    if (odd != 0) [[unlikely]]
+      lanes = static_cast<__mmask32>(below(odd));
+    if (writes) {
+      const Vector units = _mm512_maddubs_epi16(payload, repeat16(0x4001));  // upper * 64 + lower
+      char* out = dst + done * 4;
+      store_characters(out, static_cast<__mmask16>(lanes), _mm512_cvtepu16_epi32(_mm512_castsi512_si256(units)));
+      store_characters(out + 64, static_cast<__mmask16>(lanes >> 16),
+                       _mm512_cvtepu16_epi32(_mm512_extracti64x4_epi64(units, 1)));
+    }
+    if (odd != 0) [[unlikely]]
+      return done + lowest_bit(odd);
+    which = _mm512_add_epi8(which, repeat8(32));
+  }
+  return count;
+}
+
+template <int quarter>
+void widen_quarter(Vector bytes, Mask lanes, char* dst) {
+  store_characters(dst + quarter * 64, static_cast<__mmask16>(lanes >> quarter * 16),
+                   _mm512_cvtepu8_epi32(_mm512_extracti32x4_epi32(bytes, quarter)));
+}
+
+// Lengths up to 32 bytes differ too often to be worth a branch each.
+[[gnu::always_inline]] inline void widen_ascii(Vector bytes, Mask lanes, char* dst) {
+  widen_quarter<0>(bytes, lanes, dst);
+  widen_quarter<1>(bytes, lanes, dst);
+  if (lanes >> 32 == 0) return;
+  widen_quarter<2>(bytes, lanes, dst);
+  widen_quarter<3>(bytes, lanes, dst);
+}
+
+constexpr std::size_t step_bytes = 64;
+
+// How far a run has got in both texts.
+struct Ends {
+  std::size_t read = 0;
+  std::size_t written = 0;
+};
+
+// A step of at most 64 bytes from the start of a character. Returns false where the run ends.
+template <bool writes, class Bound>
+[[gnu::always_inline]] inline bool decode_step(const char* src, Bound bound, char* dst, std::size_t room, Ends& ends) {
+  const std::size_t readable = bound.readable(src, ends.read, step_bytes);
+  if (readable == 0) return false;
+  const Vector bytes = _mm512_maskz_loadu_epi8(first(readable), src + ends.read);
+  const Mask nonzero = _mm512_test_epi8_mask(bytes, bytes);
+  const Mask inside = trailing_ones(nonzero);
+  const std::size_t text = lowest_bit(~nonzero);
+  const std::size_t left = writes ? least(room - ends.written, step_bytes) : step_bytes;
+  char* out = dst + ends.written * 4;
+  if ((_mm512_movepi8_mask(bytes) & inside) == 0) {
+    const std::size_t count = least(text, left);
+    if (writes) widen_ascii(bytes, first(count), out);
+    ends.read += count;
+    ends.written += count;
+    return count == readable;
+  }
+  const __mmask64 lead_bytes = _mm512_cmpge_epi8_mask(bytes, _mm512_set1_epi8(first_lead));
+  Mask leads = lead_bytes & inside;
+  if ((leads & 1) == 0) return false;
+  // The last character may go on behind a block that is full.
+  std::size_t stop = text == step_bytes ? highest_bit(leads) : text;
+  leads &= first(stop);
+  const std::size_t whole = count_of(leads);
+  const Characters characters = locate(bytes, lead_bytes);
+  const Mask long_forms = _mm512_cmpge_epu8_mask(bytes, repeat8(0xE0)) & inside;
+  const std::size_t done = long_forms == 0 ? widen_short_forms<writes>(characters, least(whole, left), out)
+                                           : widen_mixed<writes>(characters, least(whole, left), out);
+  if (done != whole) [[unlikely]]
+    stop = lowest_bit(_pdep_u64(Mask{1} << done, leads));
+  ends.read += stop;
+  ends.written += done;
+  return stop != 0 && text >= readable;
+}
+
+// Steps of 64 bytes while all of them are there and ordinary. They follow each other at distances that do not depend on
+// their characters, so that none waits for the one before; the last bytes of each are left to the next, as a character
+// has to be seen whole.
+template <bool writes, class Bound>
+[[gnu::always_inline]] inline bool decode_long(const char* src, Bound bound, char* dst, std::size_t room, Ends& ends) {
+  constexpr std::size_t step = step_bytes;
+  constexpr std::size_t own = 60;
+  std::size_t from = ends.read;
+  while ((!writes || room - ends.written >= step) && bound.readable(src, from, step) == step) {
+    const Vector bytes = _mm512_loadu_si512(src + from);
+    if (_mm512_testn_epi8_mask(bytes, bytes) != 0) break;
+    char* out = dst + ends.written * 4;
+    if (_mm512_movepi8_mask(bytes) == 0) {
+      if (writes) widen_ascii(bytes, first(step), out);
+      from += step;
+      ends.read = from;
+      ends.written += step;
+      continue;
+    }
+    const __mmask64 lead_bytes = _mm512_cmpge_epi8_mask(bytes, _mm512_set1_epi8(first_lead));
+    const Mask leads = lead_bytes & first(own);
+    const std::size_t count = count_of(leads);
+    const Characters characters = locate(bytes, lead_bytes);
+    const bool long_forms = _mm512_cmpge_epu8_mask(bytes, repeat8(0xE0)) != 0;
+    const std::size_t done =
+        long_forms ? widen_mixed<writes>(characters, count, out) : widen_short_forms<writes>(characters, count, out);
+    ends.written += done;
+    if (done != count) [[unlikely]] {
+      ends.read = from + lowest_bit(_pdep_u64(Mask{1} << done, leads));
+      return false;
+    }
+    ends.read = from + lowest_bit(lead_bytes & ~first(own));
+    from += own;
+  }
+  return true;
 }
 
 template <bool writes, class Bound>
-Run decode_run(const char* src, Bound bound, void* dst, std::size_t room) {
-  std::size_t read = 0;
-  std::size_t written = 0;
-  while (true) {
-    const std::size_t readable = bound.template readable<1>(src, read, block_bytes);
-    if (readable == 0) break;
-    Block block = classify(_mm512_maskz_loadu_epi8(first(readable), src + read));
-    std::size_t count = count_of(block.leads);
-    if (writes && count > room - written) {
-      clip(block, room - written);
-      count = room - written;
-    }
-    if (writes) widen(block, count, src + read, static_cast<char*>(dst) + written * 4);
-    read += block.stop;
-    written += count;
-    if (block.stop == 0 || block.text < readable) break;
+[[gnu::noinline]] Run decode_further(const char* src, Bound bound, char* dst, std::size_t room, Ends ends) {
+  while (decode_long<writes>(src, bound, dst, room, ends) && decode_step<writes>(src, bound, dst, room, ends)) {
   }
-  return {read, written};
+  return {ends.read, ends.written};
+}
+
+// A value is short as a rule: its one step stands apart from all that longer text needs.
+template <bool writes, class Bound>
+Run decode_run(const char* src, Bound bound, void* dst, std::size_t room) {
+  Ends ends;
+  auto* out = static_cast<char*>(dst);
+  if (decode_step<writes>(src, bound, out, room, ends)) return decode_further<writes>(src, bound, out, room, ends);
+  return {ends.read, ends.written};
 }
 
 Run decode(const char* src, std::size_t count, void* dst, std::size_t room) {
   return decode_run<true>(src, Counted{count}, dst, room);
 }
 Run decode_terminated(const char* src, void* dst, std::size_t room) {
-  return decode_run<true>(src, Terminated{}, dst, room);
+  return decode_run<true>(src, TerminatedBytes{}, dst, room);
 }
 Run count_decoded(const char* src, std::size_t count) { return decode_run<false>(src, Counted{count}, nullptr, 0); }
 
@@ -246,19 +334,13 @@ Vector spread_short_forms(Vector units) {
   return _mm512_mask_mov_epi16(bytes, _mm512_cmplt_epu16_mask(units, repeat16(0x80)), upper);
 }
 
-// The run's end so far in both texts.
-struct Ends {
-  std::size_t read = 0;
-  std::size_t written = 0;
-};
-
 void store_bytes(char* dst, std::size_t count, Vector bytes) { _mm512_mask_storeu_epi8(dst, first(count), bytes); }
 
 // Characters of one or two bytes, 32 at a time, while there is room for all they may need.
 template <class Bound>
 void narrow_short_forms(const char* src, Bound bound, char* dst, std::size_t room, Ends& ends) {
   constexpr std::size_t step = 32;
-  while (room - ends.written >= step * 2 && bound.template readable<4>(src, ends.read, step) == step) {
+  while (room - ends.written >= step * 2 && bound.readable(src, ends.read, step) == step) {
     const Vector low = _mm512_loadu_si512(src + ends.read * 4);
     const Vector high = _mm512_loadu_si512(src + ends.read * 4 + 64);
     const Vector any = _mm512_or_si512(low, high);
@@ -281,12 +363,12 @@ void narrow_short_forms(const char* src, Bound bound, char* dst, std::size_t roo
 }
 
 // The ordinary characters that lead sixteen lanes, the others zeroed.
-struct Characters {
+struct Lanes {
   Vector values;
   std::size_t count;
 };
 
-Characters load_characters(const char* src, std::size_t readable) {
+Lanes load_characters(const char* src, std::size_t readable) {
   const Vector values = _mm512_maskz_loadu_epi32(first16(readable), src);
   const Vector less_one = _mm512_sub_epi32(values, _mm512_set1_epi32(1));
   const Mask ordinary = _mm512_cmplt_epu32_mask(less_one, _mm512_set1_epi32(0x1FFFFF));
@@ -301,9 +383,9 @@ Run encode_run(const void* src, Bound bound, char* dst, std::size_t room) {
   Ends ends;
   while (true) {
     narrow_short_forms(text, bound, dst, room, ends);
-    const std::size_t readable = bound.template readable<4>(text, ends.read, step);
+    const std::size_t readable = bound.readable(text, ends.read, step);
     if (readable == 0) break;
-    Characters characters = load_characters(text + ends.read * 4, readable);
+    Lanes characters = load_characters(text + ends.read * 4, readable);
     const Vector bytes = spread(characters.values);
     Mask used = _mm512_test_epi8_mask(bytes, bytes);
     if (const std::size_t left = room - ends.written; count_of(used) > left) {
@@ -322,9 +404,11 @@ Run encode_run(const void* src, Bound bound, char* dst, std::size_t room) {
 Run encode(const void* src, std::size_t count, char* dst, std::size_t room) {
   return encode_run(src, Counted{count}, dst, room);
 }
-Run encode_terminated(const void* src, char* dst, std::size_t room) { return encode_run(src, Terminated{}, dst, room); }
+Run encode_terminated(const void* src, char* dst, std::size_t room) {
+  return encode_run(src, TerminatedUnits{}, dst, room);
+}
 
-std::size_t longer_than(const Characters& characters, std::uint32_t limit) {
+std::size_t longer_than(const Lanes& characters, std::uint32_t limit) {
   return count_of(_mm512_cmpgt_epu32_mask(characters.values, repeat32(limit)));
 }
 
@@ -333,7 +417,7 @@ Run count_encoded(const void* src, std::size_t count) {
   Ends ends;
   while (ends.read < count) {
     const std::size_t readable = least(count - ends.read, 16);
-    const Characters characters = load_characters(text + ends.read * 4, readable);
+    const Lanes characters = load_characters(text + ends.read * 4, readable);
     ends.read += characters.count;
     ends.written += characters.count;
     ends.written += longer_than(characters, 0x7F) + longer_than(characters, 0x7FF) + longer_than(characters, 0xFFFF);
