@@ -5,6 +5,7 @@
 
 #include "ZVRTDataCnvLib.h"
 #include "frame/finish.h"
+#include "frame/scratch.h"
 #include "numeric/decimal_kernels.h"
 #include "numeric/narrow_forms.h"
 
