@@ -44,7 +44,7 @@ Digits read_digits(const void* text) {
   for (std::size_t at = 0;; ++at) {
     const Wide character = load<Wide>(text, at);
     const Wide digit = character - '0';
-    if (digit > 9) return {value, static_cast<std::int64_t>(at), character == 0};
+    if (digit > 9) return {value, static_cast<std::int64_t>(at), character == 0 ? Reading::whole : Reading::stray};
     value = value * 10 + digit;
   }
 }

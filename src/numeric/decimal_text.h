@@ -12,10 +12,16 @@ constexpr std::int32_t longest_decimal = 20;  // digits of 2^64 - 1; a sign and 
 // returns the length of the whole text. Zero has no digits.
 std::int32_t write_decimal(std::uint64_t magnitude, bool negative, void* dst, std::int32_t room);
 
+enum class Reading : std::uint8_t {
+  whole,   // nothing but digits before the terminator
+  stray,   // a character that is not a digit
+  passed,  // not looked into: a fast version leaves this text to the definition
+};
+
 struct Digits {
   std::uint64_t value;  // modulo 2^64
   std::int64_t count;   // characters before the terminator
-  bool valid;           // there was nothing but digits before the terminator
+  Reading reading;
 };
 
 // Reads wide text of any length up to its terminator or to the first character that is not a digit.

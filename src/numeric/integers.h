@@ -19,9 +19,23 @@ namespace zvrt {
 //     // As write_decimal(), for 32 and 64 bits.
 //     static std::int32_t write(std::uint32_t magnitude, bool negative, void* dst, std::int32_t room);
 //     static std::int32_t write(std::uint64_t magnitude, bool negative, void* dst, std::int32_t room);
-//     // As read_digits(); the value modulo 2^width of an Accumulator of 32 or 64 bits is right.
+//     // As read_digits(), but the value only modulo 2^width of the Accumulator, 32 or 64 bits; texts may be passed.
 //     template <class Accumulator> static Digits read(const void* text);
 //   };
+
+// The conversions of all types in one version.
+struct IntegerConversions {
+  ZVRTConversion* render[8];
+  ZVRTConversion* parse[8];
+};
+
+// A type's place in the tables.
+template <class Int>
+constexpr std::size_t place_of = static_cast<std::size_t>(std::countr_zero(sizeof(Int)) * 2 + std::is_signed_v<Int>);
+
+// The version that takes every text and runs on every processor, and the faster ones.
+extern const IntegerConversions plain_integers;
+extern const IntegerConversions avx512_integers;
 
 // Text that fills its room or exceeds it; in the rare case only, and compiled for every processor.
 Status finish_full(void* dst, std::int32_t length, std::int32_t room);
@@ -44,7 +58,7 @@ Status render_by(const void* src, std::int32_t* srcLen, void* dst, std::int32_t 
 
 template <class Int, class Kernel>
 Status parse_by(const void* src, std::int32_t* srcLen, void* dst, std::int32_t dstSize, std::uint32_t* outLen,
-                const FldDef* /*fldDef*/) {
+                const FldDef* fldDef) {
   using Accumulator = std::conditional_t<sizeof(Int) == 8, std::uint64_t, std::uint32_t>;
   constexpr std::int32_t size = sizeof(Int);
   if (dstSize < size) [[unlikely]] {
@@ -52,25 +66,19 @@ Status parse_by(const void* src, std::int32_t* srcLen, void* dst, std::int32_t d
     return ZVRT_RC_TRUNCATED;
   }
   const bool negative = std::is_signed_v<Int> && load<Wide>(src) == '-';
-  const Digits digits = Kernel::template read<Accumulator>(static_cast<const std::byte*>(src) + (negative ? 4 : 0));
-  if (!digits.valid) [[unlikely]]
-    return ZVRT_RC_INVALID_INTEGER;
+  const std::uint32_t sign = negative ? 1 : 0;
+  const Digits digits = Kernel::template read<Accumulator>(static_cast<const std::byte*>(src) + sign * sizeof(Wide));
+  if (digits.reading != Reading::whole) [[unlikely]] {
+    if (digits.reading == Reading::stray) return ZVRT_RC_INVALID_INTEGER;
+    return plain_integers.parse[place_of<Int>](src, srcLen, dst, dstSize, outLen, fldDef);
+  }
+  // Negated without a branch, which mixed signs would make unpredictable.
   const auto magnitude = static_cast<Accumulator>(digits.value);
-  store(dst, 0, static_cast<Int>(negative ? 0 - magnitude : magnitude));
+  store(dst, 0, static_cast<Int>((magnitude ^ (Accumulator{0} - sign)) + sign));
   *outLen = size;
-  store_if_zero(srcLen, (digits.count + (negative ? 1 : 0)) * 4);
+  store_if_zero(srcLen, (digits.count + sign) * 4);
   return ZVRT_RC_OK;
 }
-
-// The conversions of all types in one version.
-struct IntegerConversions {
-  ZVRTConversion* render[8];
-  ZVRTConversion* parse[8];
-};
-
-// A type's place in the tables.
-template <class Int>
-constexpr std::size_t place_of = static_cast<std::size_t>(std::countr_zero(sizeof(Int)) * 2 + std::is_signed_v<Int>);
 
 template <class Kernel, class... Ints>
 constexpr IntegerConversions conversions_of(std::type_identity<Ints>...) {
@@ -85,9 +93,6 @@ template <class Kernel>
 constexpr IntegerConversions conversions_by =
     conversions_of<Kernel, std::uint8_t, std::int8_t, std::uint16_t, std::int16_t, std::uint32_t, std::int32_t,
                    std::uint64_t, std::int64_t>({}, {}, {}, {}, {}, {}, {}, {});
-
-extern const IntegerConversions plain_integers;
-extern const IntegerConversions avx512_integers;
 
 // The version for this processor.
 extern const IntegerConversions integers;
