@@ -75,12 +75,12 @@ inline Decimal round_to_digits(DoubleBits value) {
   const std::int32_t power = digits - 1 - exponent;
   const Product scaled = multiply(fraction << leading_zeros, power_of_ten(power));
   const std::int32_t fraction_bits = 62 - binary_exponent - log2_of_power(power);  // of the high word
-  const auto significand = round_product(scaled, fraction_bits, power_is_exact(power));
-  if (!significand) [[unlikely]]
+  const Rounded significand = round_product(scaled, fraction_bits, power_is_exact(power));
+  if (!significand.certain) [[unlikely]]
     return exact_decimal(value, digits);
-  if (*significand == ten_to_the(digits)) [[unlikely]]
+  if (significand.value == ten_to_the(digits)) [[unlikely]]
     return {ten_to_the(digits - 1), exponent + 1};
-  return {*significand, exponent};
+  return {significand.value, exponent};
 }
 
 }  // namespace zvrt

@@ -1,11 +1,16 @@
 #include "numeric/float_reader.h"
 
+#include <emmintrin.h>
+
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <charconv>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 
+#include "frame/read_ahead.h"
 #include "frame/units.h"
 #include "numeric/powers_of_ten.h"
 
@@ -21,27 +26,50 @@ bool is_digit(Wide character) { return character - '0' <= 9; }
 
 const std::byte* next(const std::byte* at) { return at + sizeof(Wide); }
 std::int64_t characters_between(const std::byte* from, const std::byte* to) {
-  return (to - from) / static_cast<std::ptrdiff_t>(sizeof(Wide));
+  return static_cast<std::int64_t>(static_cast<std::size_t>(to - from) / sizeof(Wide));
 }
 
-// The parts of the number that a text begins with.
-struct Parts {
-  bool negative = false;
-  const std::byte* digits = nullptr;  // digits and at most one point
-  const std::byte* digits_end = nullptr;
-  std::int64_t digit_count = 0;
-  std::uint64_t significand = 0;  // of all digits; meaningless when they are more than a word holds
-  std::int64_t exponent = 0;      // of the last digit
-  const std::byte* end = nullptr;
-};
+__m128i load_block(const std::byte* at) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(at)); }
 
-const std::byte* scan_digits(const std::byte* at, std::uint64_t& value) {
+// Eight characters as 16-bit numbers, digits as 0 to 9. Packing saturates: a character beyond 16 bits does not become a
+// digit.
+__m128i eight_values(const std::byte* at) {
+  return _mm_sub_epi16(_mm_packs_epi32(load_block(at), load_block(at + 16)), _mm_set1_epi16('0'));
+}
+
+bool are_digits(__m128i values) {
+  const __m128i above_nine = _mm_subs_epu16(values, _mm_set1_epi16(9));
+  return _mm_movemask_epi8(_mm_cmpeq_epi16(above_nine, _mm_setzero_si128())) == 0xFFFF;
+}
+
+// Neighbours are joined to numbers of two, four, eight digits.
+std::uint32_t join_digits(__m128i digits) {
+  const __m128i twos = _mm_madd_epi16(digits, _mm_set1_epi32(10 | 1 << 16));
+  const __m128i fours = _mm_madd_epi16(_mm_packs_epi32(twos, twos), _mm_set1_epi32(100 | 1 << 16));
+  const __m128i eights = _mm_madd_epi16(_mm_packs_epi32(fours, fours), _mm_set1_epi32(10000 | 1 << 16));
+  return static_cast<std::uint32_t>(_mm_cvtsi128_si32(eights));
+}
+
+[[gnu::always_inline]] inline const std::byte* scan_digits(const std::byte* at, std::uint64_t& value) {
   for (Wide digit; (digit = load<Wide>(at) - '0') <= 9; at = next(at)) value = value * 10 + digit;
   return at;
 }
 
+// The same where many digits are to be expected.
+[[gnu::always_inline]] inline const std::byte* scan_many_digits(const std::byte* at, std::uint64_t& value) {
+  constexpr std::size_t block = 8 * sizeof(Wide);
+  // The last of the eight tells most short runs apart at once.
+  while (may_read_ahead(at, block) && is_digit(load<Wide>(at, 7))) {
+    const __m128i values = eight_values(at);
+    if (!are_digits(values)) break;
+    value = value * 100000000 + join_digits(values);
+    at += block;
+  }
+  return scan_digits(at, value);
+}
+
 // The written exponent, and where it ends. Without a digit behind the mark there is none.
-const std::byte* scan_exponent(const std::byte* mark, std::int64_t& exponent) {
+[[gnu::always_inline]] inline const std::byte* scan_exponent(const std::byte* mark, std::int64_t& exponent) {
   // Far beyond what any length of digits can make up for, far from the limits of the type.
   constexpr std::int64_t bound = INT64_C(1) << 56;
   const std::byte* at = next(mark);
@@ -52,29 +80,39 @@ const std::byte* scan_exponent(const std::byte* mark, std::int64_t& exponent) {
   for (Wide digit; (digit = load<Wide>(at) - '0') <= 9; at = next(at)) {
     if (magnitude < bound) magnitude = magnitude * 10 + digit;
   }
-  exponent = sign == '-' ? -magnitude : magnitude;
+  const std::int64_t all_ones_if_negative = -static_cast<std::int64_t>(sign == '-');
+  exponent = (magnitude ^ all_ones_if_negative) - all_ones_if_negative;  // no branch: either sign is as likely
   return at;
 }
 
-Parts scan(const std::byte* text) {
-  Parts parts;
+// The number that a text begins with.
+struct Parts {
+  bool negative;
+  const std::byte* digits;  // with at most one point among them
+  const std::byte* digits_end;
+  std::int64_t digit_count;
+  std::uint64_t significand;  // of all digits; meaningless when they are more than a word holds
+  std::int64_t exponent;      // of the last digit
+  const std::byte* end;
+};
+
+[[gnu::always_inline]] inline Parts scan(const std::byte* text) {
   const Wide first = load<Wide>(text);
-  parts.negative = first == '-';
-  parts.digits = is_sign(first) ? next(text) : text;
-  const std::byte* at = scan_digits(parts.digits, parts.significand);
-  parts.digit_count = characters_between(parts.digits, at);
+  const std::byte* const digits = text + (is_sign(first) ? sizeof(Wide) : 0);
+  std::uint64_t significand = 0;
+  const std::byte* at = scan_digits(digits, significand);
+  std::int64_t digit_count = characters_between(digits, at);
   std::int64_t places = 0;
   if (load<Wide>(at) == '.') {
     const std::byte* const point = at;
-    at = scan_digits(next(point), parts.significand);
+    at = scan_many_digits(next(point), significand);
     places = characters_between(point, at) - 1;
-    parts.digit_count += places;
+    digit_count += places;
   }
-  parts.digits_end = at;
-  if (is_exponent_mark(load<Wide>(at)) && parts.digit_count > 0) at = scan_exponent(at, parts.exponent);
-  parts.exponent -= places;
-  parts.end = at;
-  return parts;
+  const std::byte* const digits_end = at;
+  std::int64_t exponent = 0;
+  if (is_exponent_mark(load<Wide>(at)) && digit_count > 0) at = scan_exponent(at, exponent);
+  return {first == '-', digits, digits_end, digit_count, significand, exponent - places, at};
 }
 
 enum class Screening : std::uint8_t { refused, only_zeros, has_value };
@@ -94,30 +132,51 @@ Screening screen(const std::byte* at) {
   return has_value ? Screening::has_value : Screening::only_zeros;
 }
 
-// The bits of the double nearest to significand * 10^exponent, or nothing where 128 bits of the power cannot tell.
-// The significand is not 0.
-std::optional<std::uint64_t> nearest_double(std::uint64_t significand, std::int64_t exponent) {
-  if (exponent < least_power) return 0;  // below 10^-323 even with twenty digits, and so below half the least double
-  if (exponent > 308) return infinity_bits;
+// The bits of the double nearest to significand * 10^exponent; the significand is not 0.
+Rounded nearest_double(std::uint64_t significand, std::int64_t exponent) {
+  if (exponent < least_power) return {0, true};  // with up to twenty digits that is below half the least double
+  if (exponent > 308) return {infinity_bits, true};
   const auto power = static_cast<std::int32_t>(exponent);
   const std::int32_t leading_zeros = std::countl_zero(significand);
   const Product product = multiply(significand << leading_zeros, power_of_ten(power));
   const auto leading_bit = static_cast<std::int32_t>(product.high >> 63);
   const std::int32_t binary_exponent = log2_of_power(power) + 63 + leading_bit - leading_zeros;
-  if (binary_exponent > 1023) return infinity_bits;
+  if (binary_exponent > 1023) return {infinity_bits, true};
   const std::int32_t below_normal = std::max(-1022 - binary_exponent, 0);
   const std::int32_t dropped = 10 + leading_bit + below_normal;
-  if (dropped > 63) return std::nullopt;
-  const auto rounded = round_product(product, dropped, power_is_exact(power));
-  if (!rounded) return std::nullopt;
+  if (dropped > 63) [[unlikely]]
+    return {0, false};
+  const Rounded rounded = round_product(product, dropped, power_is_exact(power));
   // The leading bit of a normal significand counts one up in the exponent field, and so does one rounded up to a power
   // of two, to infinity in the end.
-  return (static_cast<std::uint64_t>(binary_exponent + below_normal + 1022) << 52) + *rounded;
+  const auto exponent_field = static_cast<std::uint64_t>(binary_exponent + below_normal + 1022);
+  return {(exponent_field << 52) + rounded.value, rounded.certain};
+}
+
+// Two doubles that are exact give the nearest double to their product or quotient in one operation.
+constexpr std::int64_t greatest_exact_power = 22;
+constexpr std::uint64_t greatest_exact_significand = UINT64_C(1) << 53;
+constexpr auto exact_powers = [] {
+  std::array<double, greatest_exact_power + 1> powers{1};
+  for (std::size_t k = 1; k < powers.size(); ++k) powers[k] = powers[k - 1] * 10;
+  return powers;
+}();
+
+bool is_short(std::uint64_t significand, std::int64_t exponent) {
+  return significand <= greatest_exact_significand && exponent >= -greatest_exact_power &&
+         exponent <= greatest_exact_power;
+}
+
+double short_double(std::uint64_t significand, std::int64_t exponent) {
+  const auto whole = static_cast<double>(static_cast<std::int64_t>(significand));
+  return exponent < 0 ? whole / exact_powers[static_cast<std::size_t>(-exponent)]
+                      : whole * exact_powers[static_cast<std::size_t>(exponent)];
 }
 
 // Any number of digits: those that can matter go through the language's own reader, an odd one behind them stands for
 // the rest.
-[[gnu::noinline, gnu::cold]] std::uint64_t exact_double_bits(const Parts& parts) {
+[[gnu::noinline, gnu::cold]] std::uint64_t exact_double_bits(const std::byte* text_begin) {
+  const Parts parts = scan(text_begin);
   // A point halfway between two doubles has at most 768 significant digits.
   constexpr std::size_t kept_digits = 770;
   char text[kept_digits + 1 + 24];
@@ -149,7 +208,8 @@ std::optional<std::uint64_t> nearest_double(std::uint64_t significand, std::int6
 
 // More digits than a word holds: where the leading ones and their successor have the same nearest double, so has all
 // that lies between.
-[[gnu::noinline, gnu::cold]] std::uint64_t long_double_bits(const Parts& parts) {
+[[gnu::noinline, gnu::cold]] std::uint64_t long_double_bits(const std::byte* text) {
+  const Parts parts = scan(text);
   constexpr std::uint64_t nineteen_digits = UINT64_C(1000000000000000000);
   std::uint64_t significand = 0;
   std::int64_t exponent = parts.exponent;
@@ -163,34 +223,41 @@ std::optional<std::uint64_t> nearest_double(std::uint64_t significand, std::int6
     }
   }
   if (significand == 0) return 0;
-  const auto least = nearest_double(significand, exponent);
+  const Rounded least = nearest_double(significand, exponent);
   const bool is_whole = exponent == parts.exponent;
-  if (least && (is_whole || least == nearest_double(significand + 1, exponent))) return *least;
-  return exact_double_bits(parts);
+  const Rounded greatest = is_whole ? least : nearest_double(significand + 1, exponent);
+  if (least.certain && greatest.certain && least.value == greatest.value) return least.value;
+  return exact_double_bits(text);
 }
 
 // 0 also where there is no number.
-std::uint64_t double_bits(const Parts& parts) {
+std::uint64_t double_bits(const std::byte* text, const Parts& parts) {
   constexpr std::int64_t certain_to_fit = 19;
   if (parts.digit_count > certain_to_fit) [[unlikely]]
-    return long_double_bits(parts);
+    return long_double_bits(text);
+  if (is_short(parts.significand, parts.exponent)) {
+    return std::bit_cast<std::uint64_t>(short_double(parts.significand, parts.exponent));
+  }
   if (parts.significand == 0) return 0;
-  const auto nearest = nearest_double(parts.significand, parts.exponent);
-  return nearest ? *nearest : exact_double_bits(parts);
+  const Rounded nearest = nearest_double(parts.significand, parts.exponent);
+  if (!nearest.certain) [[unlikely]]
+    return exact_double_bits(text);
+  return nearest.value;
 }
 
 }  // namespace
 
-std::optional<double> read_double(const void* wide_text) {
+double read_double(const void* wide_text) {
+  constexpr double refused = std::numeric_limits<double>::quiet_NaN();
   const auto* text = static_cast<const std::byte*>(wide_text);
   const Parts parts = scan(text);
-  const std::uint64_t bits = double_bits(parts);
+  const std::uint64_t bits = double_bits(text, parts);
   if (bits == 0) [[unlikely]] {
     // Zero as it was written, or a number that rounds to it, or none: the digits of the whole text tell.
-    return screen(parts.digits) == Screening::only_zeros ? std::optional(0.0) : std::nullopt;
+    return screen(parts.digits) == Screening::only_zeros ? 0.0 : refused;
   }
   if (load<Wide>(parts.end) != 0 && screen(parts.end) == Screening::refused) [[unlikely]]
-    return std::nullopt;
+    return refused;
   return std::bit_cast<double>(bits | static_cast<std::uint64_t>(parts.negative) << 63);
 }
 

@@ -14,7 +14,8 @@ namespace zvrt {
 // The end of the text with its terminator, by the exponent: "+dd\0" or "ddd\0".
 constexpr std::int32_t least_exponent = -324;
 constexpr std::int32_t greatest_exponent = 308;
-extern const std::array<std::uint32_t, greatest_exponent - least_exponent + 1> exponent_tails;
+[[gnu::visibility("hidden")]] extern const std::array<std::uint32_t, greatest_exponent - least_exponent + 1>
+    exponent_tails;
 
 // Sixteen digits of two numbers below 10^8, leading zeros included, a byte each: all lanes are split by 10^4, then by
 // 100, then by 10, the quotients by reciprocals that are exact for the numbers that occur.

@@ -18,9 +18,11 @@ namespace {
 template <class Float>
 constexpr std::int32_t shown_digits = sizeof(Float) == sizeof(double) ? 17 : 8;
 
-template <class Text>
-[[gnu::noinline, gnu::cold]] Status write_cut(const Text& text, void* dst, std::int32_t room) {
-  Wide whole[Text::longest + 1];
+// Text that does not fit with its terminator.
+template <class Float>
+[[gnu::noinline, gnu::cold]] Status write_cut(DoubleBits value, void* dst, std::int32_t room) {
+  const ScientificText<shown_digits<Float>> text(value);
+  Wide whole[text.longest + 1];
   text.write(reinterpret_cast<std::byte*>(whole));
   copy_units<Wide>(dst, whole, std::min(text.length(), room));
   const Ending ending = finish(Finish::wide, text.length(), room);
@@ -37,7 +39,7 @@ Status render(const Call& call) {
   const std::int32_t room = room_in<Wide>(call.dstSize);
   *call.outLen = static_cast<std::uint32_t>(text.length());
   store_if_zero(call.srcLen, sizeof(Float));
-  if (text.length() >= room) return write_cut(text, call.dst, room);
+  if (text.length() >= room) return write_cut<Float>(value, call.dst, room);
   text.write(static_cast<std::byte*>(call.dst));
   return ZVRT_RC_OK;
 }
@@ -57,11 +59,10 @@ Status read(const Call& call) {
     *call.outLen = size;
     return ZVRT_RC_TRUNCATED;
   }
-  const std::optional<double> value = read_double(call.src);
-  if (!value) return refused;
-  const auto result = static_cast<Float>(*value);
-  const bool underflows = result == 0 && *value != 0;
-  if (result > std::numeric_limits<Float>::max() || underflows) return refused;
+  const double value = read_double(call.src);
+  const auto result = static_cast<Float>(value);
+  const bool underflows = result == 0 && value != 0;
+  if (!(result <= std::numeric_limits<Float>::max()) || underflows) return refused;  // not a number, or too large
   store<Float>(call.dst, 0, result);
   *call.outLen = size;
   return ZVRT_RC_OK;

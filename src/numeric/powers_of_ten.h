@@ -5,7 +5,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 
 namespace zvrt {
 
@@ -22,7 +21,7 @@ struct PowerOfTen {
 // (19 digits that end up in the smallest subnormal).
 constexpr std::int32_t least_power = -342;
 constexpr std::int32_t greatest_power = 340;
-extern const std::array<PowerOfTen, greatest_power - least_power + 1> powers_of_ten;
+[[gnu::visibility("hidden")]] extern const std::array<PowerOfTen, greatest_power - least_power + 1> powers_of_ten;
 
 inline const PowerOfTen& power_of_ten(std::int32_t k) {
   return powers_of_ten[static_cast<std::size_t>(k - least_power)];
@@ -31,7 +30,7 @@ inline const PowerOfTen& power_of_ten(std::int32_t k) {
 // The smallest double that reaches 10^k, as its bits, which order magnitudes as the values do.
 constexpr std::int32_t least_decade = -323;
 constexpr std::int32_t greatest_decade = 308;
-extern const std::array<std::uint64_t, greatest_decade - least_decade + 1> decade_starts;
+[[gnu::visibility("hidden")]] extern const std::array<std::uint64_t, greatest_decade - least_decade + 1> decade_starts;
 
 inline std::uint64_t decade_start(std::int32_t k) { return decade_starts[static_cast<std::size_t>(k - least_decade)]; }
 
@@ -57,23 +56,31 @@ inline Product multiply(std::uint64_t significand, const PowerOfTen& power) {
           static_cast<std::uint64_t>(lower)};
 }
 
+// A result that stands, or one that the bits at hand cannot decide.
+struct Rounded {
+  std::uint64_t value;
+  bool certain;
+};
+
 // The true product without the last `dropped` bits of its high word (1 to 63), rounded to the nearest integer, halves
-// to even; nothing where the bits at hand cannot tell.
+// to even.
 //
 // Above the low word the product is too small by less than 2: by less than 1 for the low word itself and less than 1
 // for the bits cut off the power. So only a remainder of exactly one half, or up to 2 below it, is in doubt. With an
 // exact power the low word settles it.
-inline std::optional<std::uint64_t> round_product(const Product& product, std::int32_t dropped, bool exact) {
+inline Rounded round_product(const Product& product, std::int32_t dropped, bool exact) {
   const std::uint64_t kept = product.high >> dropped;
   const std::uint64_t half = UINT64_C(1) << (dropped - 1);
   const std::uint64_t rest = product.high & (2 * half - 1);
-  const Uint128 above_doubt = (static_cast<Uint128>(rest - half) << 64 | product.middle) + 2;
-  if (above_doubt > 2) [[likely]]
-    return kept + (rest >= half ? 1 : 0);
-  if (!exact) return std::nullopt;
-  const bool reaches_half = above_doubt == 2;
+  // Two words: how far the remainder is above two units less than one half.
+  const std::uint64_t distance_low = product.middle + 2;
+  const std::uint64_t distance_high = rest - half + (distance_low < 2 ? 1 : 0);
+  if (distance_high != 0 || distance_low > 2) [[likely]]
+    return {kept + (rest >> (dropped - 1)), true};
+  if (!exact) return {kept, false};
+  const bool reaches_half = distance_low == 2;
   const bool goes_up = reaches_half && (product.low != 0 || kept % 2 != 0);
-  return kept + (goes_up ? 1 : 0);
+  return {kept + (goes_up ? 1 : 0), true};
 }
 
 }  // namespace zvrt

@@ -92,8 +92,8 @@ TEST(RoundProduct, DecidesOnlyWhatIsCertain) {
     bool half_bit;  // the first bit of the fraction; if not set, the other bits of the high word are
     uint64_t middle;
     uint64_t low;
-    std::optional<uint64_t> cut_off;
-    std::optional<uint64_t> exact;
+    std::optional<uint64_t> cut_off;  // nothing: in doubt
+    uint64_t exact;
   } const cases[] = {
       {"below the doubt", 2, false, most - 2, most, 2, 2},
       {"may reach one half", 2, false, most - 1, 0, std::nullopt, 2},
@@ -108,11 +108,14 @@ TEST(RoundProduct, DecidesOnlyWhatIsCertain) {
     for (const int32_t dropped : {1, 6, 10, 40, 61}) {
       const uint64_t half = UINT64_C(1) << (dropped - 1);
       const Product product{(row.kept << dropped) + (row.half_bit ? half : half - 1), row.middle, row.low};
-      EXPECT_EQ(round_product(product, dropped, false), row.cut_off) << row.name << ", " << dropped;
-      EXPECT_EQ(round_product(product, dropped, true), row.exact) << row.name << ", " << dropped;
+      const Rounded cut_off = round_product(product, dropped, false);
+      EXPECT_EQ(cut_off.certain ? std::optional(cut_off.value) : std::nullopt, row.cut_off) << row.name << dropped;
+      const Rounded exact = round_product(product, dropped, true);
+      EXPECT_TRUE(exact.certain) << row.name << dropped;
+      EXPECT_EQ(exact.value, row.exact) << row.name << dropped;
     }
   }
-  EXPECT_EQ(round_product({UINT64_C(5) << 10, 0, 0}, 10, false), 5u);  // a whole number is in no doubt
+  EXPECT_TRUE(round_product({UINT64_C(5) << 10, 0, 0}, 10, false).certain);  // a whole number
 }
 
 }  // namespace
