@@ -40,7 +40,8 @@ class Formatter {
   Formatter(std::byte* begin, std::int32_t room, const ZVRTTS& ts, std::uint8_t groups)
       : at_(begin), last_(begin + (room - 1) * unit), ts_(ts), applicable_(groups), awaited_(groups) {}
 
-  Status run(const FmtCode* entry) {
+  // Inlined with all it calls, so that the state lives in registers.
+  [[gnu::always_inline]] Status run(const FmtCode* entry) {
     Status status = ZVRT_RC_OK;
     do {
       for (; entry->code == FMT_LITERAL; ++entry) {
@@ -180,7 +181,8 @@ class Formatter {
 
 }  // namespace
 
-Status format(Place<Wide> place, const FmtCode* model, const ZVRTTS& ts, DtKind kind, std::uint32_t& length) {
+[[gnu::noinline]] Status format(Place<Wide> place, const FmtCode* model, const ZVRTTS& ts, DtKind kind,
+                                std::uint32_t& length) {
   const std::uint8_t groups = groups_expected(kind);
   if (model == nullptr || groups == Group::none) return ZVRT_RC_ERROR;
   if (place.room < 1) return ZVRT_RC_TRUNCATED;

@@ -81,8 +81,13 @@ bool starts_with(const std::byte* text, const FmtCode* run, const FmtCode* run_e
   return true;  // a literal zero ends the run as it would end a string
 }
 
+const FmtCode* behind_literals(const FmtCode* entry) {
+  while (is_literal(*entry)) ++entry;
+  return entry;
+}
+
 // Behind the first occurrence of a run of literals, or null.
-const std::byte* find_run(const std::byte* text, const FmtCode* run, const FmtCode* run_end) {
+[[gnu::noinline]] const std::byte* find_run(const std::byte* text, const FmtCode* run, const FmtCode* run_end) {
   for (;; text += unit) {
     if (starts_with(text, run, run_end)) return advanced(text, static_cast<std::uint32_t>(run_end - run));
     if (load<Wide>(text) == 0) return nullptr;
@@ -94,7 +99,8 @@ class Parser {
   Parser(const std::byte* text, std::int32_t chars, const FmtCode* model, ZVRTTS& ts)
       : text_(text), remaining_(chars), entry_(model), ts_(ts) {}
 
-  Status run() {
+  // Inlined with all it calls, so that the state lives in registers.
+  [[gnu::always_inline]] Status run() {
     Status status = ZVRT_RC_OK;
     while (status == ZVRT_RC_OK && load<Wide>(text_) != 0 && remaining_ > 0) {
       status = pass_literals();
@@ -116,18 +122,16 @@ class Parser {
     const std::byte* at = text_;
     for (; is_literal(*entry_); ++entry_, at += unit) {
       const Wide character = load<Wide>(at);
-      if (character != entry_->literal || character == 0) [[unlikely]]
-        return search_literals(run);
+      if (character == entry_->literal && character != 0) [[likely]]
+        continue;
+      entry_ = behind_literals(entry_);
+      if (entry_->code == FMT_END) return ZVRT_RC_END_OF_FORMAT;
+      at = find_run(text_, run, entry_);
+      if (at == nullptr) return ZVRT_RC_INVALID_DATETIME;
+      break;
     }
     text_ = at;
     return at_element();
-  }
-
-  [[gnu::noinline]] Status search_literals(const FmtCode* run) {
-    while (is_literal(*entry_)) ++entry_;
-    if (entry_->code == FMT_END) return ZVRT_RC_END_OF_FORMAT;
-    text_ = find_run(text_, run, entry_);
-    return text_ == nullptr ? ZVRT_RC_INVALID_DATETIME : at_element();
   }
 
   // Text must not end between literals and an element, but the model may.
@@ -280,7 +284,8 @@ class Parser {
 
 }  // namespace
 
-Status parse(const void* text, std::int32_t chars, const FmtCode* model, std::int32_t model_length, ZVRTTS& ts) {
+[[gnu::noinline]] Status parse(const void* text, std::int32_t chars, const FmtCode* model, std::int32_t model_length,
+                               ZVRTTS& ts) {
   if (model == nullptr || model_length <= 0) return ZVRT_RC_ERROR;
   ts = ZVRTTS{};
   return Parser(static_cast<const std::byte*>(text), chars, model, ts).run();
