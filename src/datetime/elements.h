@@ -6,8 +6,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
+#include <type_traits>
 
 #include "ZVRTDataCnvLib.h"
+#include "frame/call.h"
 
 namespace zvrt {
 
@@ -40,6 +42,7 @@ constexpr std::uint8_t groups_expected(DtKind kind) {
 enum class Writes : std::uint8_t {
   literal,          // its own character
   field,            // an unsigned 16-bit field
+  bare_field,       // the same without leading zeros
   year,             // signed
   year_of_century,  // the last two digits
   fraction,         // 32 bits, taken as signed
@@ -83,8 +86,7 @@ struct alignas(16) Element {
   std::uint8_t describes;  // the kind of record it speaks of: a date, a time, both (a timestamp), or 0 for none
   std::uint8_t group;
   Writes writes;
-  std::uint8_t room;   // characters asked for before anything is written
-  std::uint8_t least;  // digits at least
+  std::int8_t width;  // characters asked for before anything is written
   Reads reads;
   std::uint8_t field;
 };
@@ -101,33 +103,63 @@ constexpr std::uint8_t both = ZVRT_DT_TIMESTAMP;
 // By code. Months and days without a leading zero are for writing only, and so they describe no kind.
 // clang-format off
 inline constexpr std::array<Element, FMT_END + 1> elements = {{
-    {"",       0, detail::nothing, Group::none,     Writes::literal,            1, 0, Reads::refused,            Field::none},
-    {"YYYY",   4, detail::date,    Group::year,     Writes::year,               4, 4, Reads::year,               Field::year},
-    {"YY",     2, detail::date,    Group::year,     Writes::year_of_century,    2, 2, Reads::year,               Field::year},
-    {"MONTH",  5, detail::date,    Group::month,    Writes::month_name,         0, 0, Reads::month_name,         Field::month},
-    {"MMM",    3, detail::date,    Group::month,    Writes::month_abbreviation, 3, 0, Reads::month_abbreviation, Field::month},
-    {"MM",     2, detail::date,    Group::month,    Writes::field,              2, 2, Reads::field,              Field::month},
-    {"M",      1, detail::nothing, Group::month,    Writes::field,              2, 1, Reads::refused,            Field::month},
-    {"DD",     2, detail::date,    Group::day,      Writes::field,              2, 2, Reads::field,              Field::day},
-    {"D",      1, detail::nothing, Group::day,      Writes::field,              2, 1, Reads::refused,            Field::day},
-    {"HH24",   4, detail::time,    Group::hour,     Writes::hour_24,            2, 2, Reads::hour_24,            Field::hour},
-    {"HH",     2, detail::time,    Group::hour,     Writes::hour_12,            2, 2, Reads::hour_12,            Field::hour},
-    {"MI",     2, detail::time,    Group::minute,   Writes::field,              2, 2, Reads::field,              Field::minute},
-    {"SS",     2, detail::time,    Group::second,   Writes::field,              2, 2, Reads::field,              Field::second},
-    {"FFFFFF", 6, detail::both,    Group::fraction, Writes::fraction,           6, 6, Reads::fraction,           Field::fraction},
-    {"FFFFF",  5, detail::both,    Group::fraction, Writes::fraction,           5, 5, Reads::fraction,           Field::fraction},
-    {"FFFF",   4, detail::both,    Group::fraction, Writes::fraction,           4, 4, Reads::fraction,           Field::fraction},
-    {"FFF",    3, detail::both,    Group::fraction, Writes::fraction,           3, 3, Reads::fraction,           Field::fraction},
-    {"FF",     2, detail::both,    Group::fraction, Writes::fraction,           2, 2, Reads::fraction,           Field::fraction},
-    {"F",      1, detail::both,    Group::fraction, Writes::fraction,           1, 1, Reads::fraction,           Field::fraction},
-    {"PM",     2, detail::nothing, Group::marker,   Writes::marker,             2, 0, Reads::marker,             Field::none},
-    {"",       0, detail::nothing, Group::none,     Writes::literal,            1, 0, Reads::nothing,            Field::none},
-    {"",       0, detail::nothing, Group::none,     Writes::end,                0, 0, Reads::refused,            Field::none},
+    {"",       0, detail::nothing, Group::none,     Writes::literal,            1, Reads::refused,            Field::none},
+    {"YYYY",   4, detail::date,    Group::year,     Writes::year,               4, Reads::year,               Field::year},
+    {"YY",     2, detail::date,    Group::year,     Writes::year_of_century,    2, Reads::year,               Field::year},
+    {"MONTH",  5, detail::date,    Group::month,    Writes::month_name,         0, Reads::month_name,         Field::month},
+    {"MMM",    3, detail::date,    Group::month,    Writes::month_abbreviation, 3, Reads::month_abbreviation, Field::month},
+    {"MM",     2, detail::date,    Group::month,    Writes::field,              2, Reads::field,              Field::month},
+    {"M",      1, detail::nothing, Group::month,    Writes::bare_field,         2, Reads::refused,            Field::month},
+    {"DD",     2, detail::date,    Group::day,      Writes::field,              2, Reads::field,              Field::day},
+    {"D",      1, detail::nothing, Group::day,      Writes::bare_field,         2, Reads::refused,            Field::day},
+    {"HH24",   4, detail::time,    Group::hour,     Writes::hour_24,            2, Reads::hour_24,            Field::hour},
+    {"HH",     2, detail::time,    Group::hour,     Writes::hour_12,            2, Reads::hour_12,            Field::hour},
+    {"MI",     2, detail::time,    Group::minute,   Writes::field,              2, Reads::field,              Field::minute},
+    {"SS",     2, detail::time,    Group::second,   Writes::field,              2, Reads::field,              Field::second},
+    {"FFFFFF", 6, detail::both,    Group::fraction, Writes::fraction,           6, Reads::fraction,           Field::fraction},
+    {"FFFFF",  5, detail::both,    Group::fraction, Writes::fraction,           5, Reads::fraction,           Field::fraction},
+    {"FFFF",   4, detail::both,    Group::fraction, Writes::fraction,           4, Reads::fraction,           Field::fraction},
+    {"FFF",    3, detail::both,    Group::fraction, Writes::fraction,           3, Reads::fraction,           Field::fraction},
+    {"FF",     2, detail::both,    Group::fraction, Writes::fraction,           2, Reads::fraction,           Field::fraction},
+    {"F",      1, detail::both,    Group::fraction, Writes::fraction,           1, Reads::fraction,           Field::fraction},
+    {"PM",     2, detail::nothing, Group::marker,   Writes::marker,             2, Reads::marker,             Field::none},
+    {"",       0, detail::nothing, Group::none,     Writes::literal,            1, Reads::nothing,            Field::none},
+    {"",       0, detail::nothing, Group::none,     Writes::end,                0, Reads::refused,            Field::none},
 }};
 // clang-format on
 
-// A code that nothing is known of is its literal.
-constexpr const Element& element_of(std::uint32_t code) { return elements[code <= FMT_END ? code : FMT_LITERAL]; }
+// A code as a constant, so that what the table says of its element is constant too.
+template <std::uint32_t code>
+using Code = std::integral_constant<std::uint32_t, code>;
+
+// Visits one code. A code that nothing is known of is its literal.
+template <class Visitor>
+[[gnu::always_inline]] inline Status visit_code(std::uint32_t code, Visitor&& visit) {
+  switch (code) {
+    case FMT_YYYY: return visit(Code<FMT_YYYY>{});
+    case FMT_YY: return visit(Code<FMT_YY>{});
+    case FMT_MONTH: return visit(Code<FMT_MONTH>{});
+    case FMT_MMM: return visit(Code<FMT_MMM>{});
+    case FMT_MM: return visit(Code<FMT_MM>{});
+    case FMT_M: return visit(Code<FMT_M>{});
+    case FMT_DD: return visit(Code<FMT_DD>{});
+    case FMT_D: return visit(Code<FMT_D>{});
+    case FMT_HH24: return visit(Code<FMT_HH24>{});
+    case FMT_HH: return visit(Code<FMT_HH>{});
+    case FMT_MI: return visit(Code<FMT_MI>{});
+    case FMT_SS: return visit(Code<FMT_SS>{});
+    case FMT_FFFFFF: return visit(Code<FMT_FFFFFF>{});
+    case FMT_FFFFF: return visit(Code<FMT_FFFFF>{});
+    case FMT_FFFF: return visit(Code<FMT_FFFF>{});
+    case FMT_FFF: return visit(Code<FMT_FFF>{});
+    case FMT_FF: return visit(Code<FMT_FF>{});
+    case FMT_F: return visit(Code<FMT_F>{});
+    case FMT_PM: return visit(Code<FMT_PM>{});
+    case FMT_SKIP: return visit(Code<FMT_SKIP>{});
+    case FMT_END: return visit(Code<FMT_END>{});
+    default: return visit(Code<FMT_LITERAL>{});
+  }
+}
 
 // January first. No name begins another, nor do their first three letters.
 inline constexpr std::array<std::string_view, 12> month_names = {"January",   "February", "March",    "April",
@@ -139,5 +171,54 @@ inline constexpr std::size_t abbreviation_length = 3;
 // Equal to a lower-case letter exactly where the character is that letter in either case. Only ASCII is folded, so the
 // process locale has no say.
 constexpr std::uint32_t folded(std::uint32_t character) { return character | 0x20; }
+
+namespace detail {
+
+// First three letters, folded, the first one in the lowest byte.
+constexpr std::uint32_t letters_of_month(std::size_t month) {
+  std::uint32_t letters = 0;
+  for (std::size_t i = 0; i < abbreviation_length; ++i) {
+    letters |= folded(static_cast<unsigned char>(month_names[month][i])) << (8 * i);
+  }
+  return letters;
+}
+
+struct MonthSlot {
+  std::uint32_t letters;
+  std::uint32_t month;
+};
+
+// A multiplier that sends the months to different slots, and the slots.
+constexpr std::uint32_t month_slot_bits = 4;
+struct MonthSlots {
+  std::uint32_t multiplier;
+  std::array<MonthSlot, 1U << month_slot_bits> slots;
+};
+
+constexpr std::uint32_t month_slot(std::uint32_t letters, std::uint32_t multiplier) {
+  return letters * multiplier >> (32 - month_slot_bits);
+}
+
+constexpr MonthSlots months_by_letters = [] {
+  for (std::uint32_t multiplier = 1;; multiplier += 2) {
+    MonthSlots table{multiplier, {}};
+    bool apart = true;
+    for (std::uint32_t month = 0; month < 12; ++month) {
+      MonthSlot& slot = table.slots[month_slot(letters_of_month(month), multiplier)];
+      apart = apart && slot.month == 0;
+      slot = {letters_of_month(month), month + 1};
+    }
+    if (apart) return table;
+  }
+}();
+
+}  // namespace detail
+
+// The month, 1 to 12, whose name begins with these letters, folded, the first one in the lowest byte; or 0.
+constexpr std::uint32_t month_of(std::uint32_t letters) {
+  using detail::months_by_letters;
+  const auto& slot = months_by_letters.slots[detail::month_slot(letters, months_by_letters.multiplier)];
+  return slot.letters == letters ? slot.month : 0;
+}
 
 }  // namespace zvrt

@@ -24,7 +24,8 @@ template <class Record>
 Status write(const Call& call) {
   using Traits = RecordTraits<Record>;
   if (!is_complete(call)) return ZVRT_RC_ERROR;
-  const ZVRTTS ts = Traits::widen(load<Record>(call.src));
+  const auto record = load<Record>(call.src);
+  const ZVRTTS& ts = Traits::widen(record);
   if (const Status status = validate(ts, Traits::kind); status != ZVRT_RC_OK) return status;
   return format(WVarcharSz::place(call), call.fldDef->dtFormat->model, ts, Traits::kind, *call.outLen);
 }
@@ -95,7 +96,7 @@ Status read_wide(const Call& call, const void* text, std::int32_t chars) {
   }
   const DtKind kind = is_timestamp ? kind_of_timestamp(format.model) : Traits::kind;
   if (const Status status = validate(ts, kind); status != ZVRT_RC_OK) return status;
-  const Record record = Traits::cut(ts);
+  const Record& record = Traits::cut(ts);
   std::memcpy(call.dst, &record, sizeof record);
   std::memset(static_cast<std::byte*>(call.dst) + sizeof record, 0, Traits::slot - sizeof record);
   return ZVRT_RC_OK;

@@ -1,5 +1,4 @@
 // A timestamp in one fixed layout, day first: 05/03/2024 07:08:09:001234.
-#include <array>
 #include <cstddef>
 #include <cstdint>
 
@@ -11,32 +10,44 @@ namespace zvrt {
 
 namespace {
 
-struct Part {
-  std::int32_t value;
-  std::uint32_t least;
-  char separator;  // follows the part; the terminator behind the last one
+// Writes part after part; each part but the first follows a separator, which stands where the part before it ended.
+template <class Unit>
+class FixedLayout {
+ public:
+  // There is room for a terminator at least.
+  FixedLayout(std::byte* dst, std::int32_t room)
+      : begin_(dst), at_(dst), last_(dst + static_cast<std::size_t>(room - 1) * sizeof(Unit)) {}
+
+  template <std::int32_t least>
+  bool part(std::int32_t value, char separator) {
+    const std::int32_t count = put_number<Unit, least>(at_, last_, value);
+    if (count == 0) return false;
+    store(at_, static_cast<std::size_t>(count), static_cast<Unit>(separator));
+    at_ += static_cast<std::size_t>(count + 1) * sizeof(Unit);
+    return true;
+  }
+
+  // The last separator is the terminator.
+  std::uint32_t length() const {
+    return static_cast<std::uint32_t>(static_cast<std::size_t>(at_ - begin_) / sizeof(Unit) - 1);
+  }
+
+ private:
+  std::byte* begin_;
+  std::byte* at_;
+  std::byte* last_;
 };
 
 template <class Unit>
 Status write_fixed(const ZVRTTS& ts, void* dst, std::int32_t room, std::uint32_t* length) {
-  const std::array<Part, 7> parts = {{{ts.day, 2, '/'},
-                                      {ts.month, 2, '/'},
-                                      {ts.year, 4, ' '},
-                                      {ts.hour, 2, ':'},
-                                      {ts.minute, 2, ':'},
-                                      {ts.second, 2, ':'},
-                                      {static_cast<std::int32_t>(ts.fraction), 6, '\0'}}};
-  auto* const begin = static_cast<std::byte*>(dst);
-  std::byte* at = begin;
-  for (const Part& part : parts) {
-    const std::int32_t count = put_number<Unit>(at, room, part.value, part.least);
-    if (count == 0) return ZVRT_RC_ERROR;
-    at += static_cast<std::size_t>(count) * sizeof(Unit);
-    store(at, 0, static_cast<Unit>(part.separator));
-    at += sizeof(Unit);
-    room -= count + 1;
-  }
-  if (length != nullptr) *length = static_cast<std::uint32_t>(static_cast<std::size_t>(at - begin) / sizeof(Unit) - 1);
+  if (room < 1) return ZVRT_RC_ERROR;
+  FixedLayout<Unit> text(static_cast<std::byte*>(dst), room);
+  const bool fits = text.template part<2>(ts.day, '/') && text.template part<2>(ts.month, '/') &&
+                    text.template part<4>(ts.year, ' ') && text.template part<2>(ts.hour, ':') &&
+                    text.template part<2>(ts.minute, ':') && text.template part<2>(ts.second, ':') &&
+                    text.template part<6>(static_cast<std::int32_t>(ts.fraction), '\0');
+  if (!fits) return ZVRT_RC_ERROR;
+  if (length != nullptr) *length = text.length();
   return ZVRT_RC_OK;
 }
 

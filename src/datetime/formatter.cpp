@@ -19,27 +19,38 @@ constexpr auto wide_month_names = [] {
   return names;
 }();
 
+// Names have 3 to 9 letters. Blocks of four that overlap take no notice of how many there are from four on.
+void put_name(std::byte* at, const Wide* name, std::size_t length) {
+  struct Four {
+    Wide letters[4];
+  };
+  if (length < 4) {
+    copy_units<Wide>(at, name, 3);
+    return;
+  }
+  const std::size_t last = length - 4, middle = std::min<std::size_t>(last, 4);
+  store(at, 0, load<Four>(name));
+  store(at + middle * sizeof(Wide), 0, load<Four>(name + middle));
+  store(at + last * sizeof(Wide), 0, load<Four>(name + last));
+}
+
 // One pass over a model. Between two entries there is always room for the terminator.
 class Formatter {
  public:
-  Formatter(Place<Wide> place, const ZVRTTS& ts, std::uint8_t groups) : at_(place.at), room_(place.room), ts_(ts) {
-    awaited_ = applicable_ = groups;
-  }
+  Formatter(std::byte* begin, std::int32_t room, const ZVRTTS& ts, std::uint8_t groups)
+      : at_(begin), last_(begin + (room - 1) * unit), ts_(ts), applicable_(groups), awaited_(groups) {}
 
-  Status run(const FmtCode* entry) {
-    for (;; ++entry) {
-      const Element& element = element_of(entry->code);
-      if (element.writes == Writes::literal) {
-        store(at_, 0, entry->literal);
-        if (!advance(1)) return ZVRT_RC_TRUNCATED;
-        continue;
+  // Inlined with all it calls, so that the state lives in registers.
+  [[gnu::always_inline]] Status run(const FmtCode* entry) {
+    Status status = ZVRT_RC_OK;
+    do {
+      for (; entry->code == FMT_LITERAL; ++entry) {
+        if (!put_literal(entry->literal)) return ZVRT_RC_TRUNCATED;
       }
-      if (element.writes == Writes::end) break;
-      if ((element.group & applicable_) == 0) continue;
-      if (const Status status = write(element); status != ZVRT_RC_OK) return status;
-      awaited_ &= static_cast<std::uint8_t>(~element.group);
-      if (awaited_ == 0) break;  // what follows in the model is not written, literals included
-    }
+      status = visit_code(entry->code, [&](auto code) { return write<code>(*entry); });
+      ++entry;
+    } while (status == ZVRT_RC_OK);
+    if (status != ZVRT_RC_END_OF_FORMAT) return status;
     finish();
     return ZVRT_RC_OK;
   }
@@ -47,67 +58,97 @@ class Formatter {
   const std::byte* end() const { return at_; }
 
  private:
+  static constexpr std::ptrdiff_t unit = sizeof(Wide);
+
   // The characters placed up to now stay also where they leave no room for a terminator.
-  bool advance(std::int32_t count) {
-    at_ += static_cast<std::ptrdiff_t>(count) * 4;
-    room_ -= count;
-    return room_ > 0;
+  bool advance(std::ptrdiff_t count) {
+    at_ += count * unit;
+    return at_ <= last_;
   }
 
-  Status write(const Element& element) {
+  bool put_literal(Wide character) {
+    store(at_, 0, character);
+    return advance(1);
+  }
+
+  // Once every group that is awaited has been written, what follows in the model is not, literals included.
+  template <std::uint32_t code>
+  Status write(const FmtCode& entry) {
+    constexpr const Element& element = elements[code];
+    if constexpr (element.writes == Writes::end) return ZVRT_RC_END_OF_FORMAT;
+    if constexpr (element.writes == Writes::literal) return put_literal(entry.literal) ? ZVRT_RC_OK : ZVRT_RC_TRUNCATED;
+    if ((element.group & applicable_) == 0) return ZVRT_RC_OK;
+    if (const Status status = write_element<code>(); status != ZVRT_RC_OK) return status;
+    awaited_ &= static_cast<std::uint8_t>(~element.group);
+    return awaited_ != 0 ? ZVRT_RC_OK : ZVRT_RC_END_OF_FORMAT;
+  }
+
+  template <std::uint32_t code>
+  Status write_element() {
+    constexpr const Element& element = elements[code];
     switch (element.writes) {
-      case Writes::field: return number(element, load<std::uint16_t>(offset(&ts_, element.field)));
-      case Writes::year: return number(element, ts_.year);
-      case Writes::year_of_century: return number(element, ts_.year % 100);
-      case Writes::fraction: return number(element, static_cast<std::int32_t>(ts_.fraction));
+      case Writes::field: return number<element.width>(field(element.field));
+      case Writes::bare_field: return bare_number(field(element.field));
+      case Writes::year: return number<element.width>(ts_.year);
+      case Writes::year_of_century: return number<element.width>(ts_.year % 100);
+      case Writes::fraction: return number<element.width>(static_cast<std::int32_t>(ts_.fraction));
       case Writes::hour_24: {
-        const Status status = number(element, ts_.hour);
+        const Status status = number<element.width>(ts_.hour);
         if (status == ZVRT_RC_OK) give_up_marker();
         return status;
       }
       case Writes::hour_12: {
         const TwelveHour clock = twelve_hour(ts_.hour);
         half_ = clock.half;
-        return number(element, clock.hour);
+        return number<element.width>(clock.hour);
       }
-      case Writes::month_name:
-      case Writes::month_abbreviation: return month_name(element.writes);
-      case Writes::marker: return reserve_marker(element);
+      case Writes::month_name: return month_name(Name::whole);
+      case Writes::month_abbreviation: return month_name(Name::abbreviated);
+      case Writes::marker: return reserve_marker(element.width);
       case Writes::literal:
       case Writes::end: break;
     }
     return ZVRT_RC_ERROR;
   }
 
-  static const std::byte* offset(const ZVRTTS* ts, std::uint8_t field) {
-    return reinterpret_cast<const std::byte*>(ts) + field;
+  std::int32_t field(std::size_t offset) const {
+    return load<std::uint16_t>(reinterpret_cast<const std::byte*>(&ts_) + offset);
   }
 
   // Too little room for the element's own width is a truncation, too little for the digits there really are, and the
   // terminator, a failure.
-  Status number(const Element& element, std::int32_t value) {
-    if (room_ < element.room) return ZVRT_RC_TRUNCATED;
-    const std::int32_t count = put_number<Wide>(at_, room_, value, element.least);
-    if (count == 0) return ZVRT_RC_ERROR;
+  template <std::int32_t least>
+  Status number(std::int32_t value) {
+    const std::int32_t count = put_number<Wide, least>(at_, last_, value);
+    if (count == 0) [[unlikely]]
+      return last_ - at_ < (least - 1) * unit ? ZVRT_RC_TRUNCATED : ZVRT_RC_ERROR;
     advance(count);
     return ZVRT_RC_OK;
   }
 
-  Status month_name(Writes writes) {
-    const std::size_t month = ts_.month - std::size_t{1};
-    if (month >= month_names.size()) return ZVRT_RC_ERROR;
-    const auto count =
-        static_cast<std::int32_t>(writes == Writes::month_name ? month_names[month].size() : abbreviation_length);
-    if (room_ < count) return ZVRT_RC_TRUNCATED;
-    copy_units<Wide>(at_, wide_month_names[month].data(), count);
-    return advance(count) ? ZVRT_RC_OK : ZVRT_RC_TRUNCATED;
+  // Room for two digits is asked for whatever the number.
+  Status bare_number(std::int32_t value) {
+    if (last_ - at_ < unit) return ZVRT_RC_TRUNCATED;
+    return value < 10 ? number<1>(value) : number<2>(value);
   }
 
-  Status reserve_marker(const Element& element) {
-    if (room_ <= element.room) return ZVRT_RC_TRUNCATED;
+  enum class Name : bool { whole, abbreviated };
+
+  Status month_name(Name form) {
+    const std::size_t month = ts_.month - std::size_t{1};
+    if (month >= month_names.size()) return ZVRT_RC_ERROR;
+    const auto length =
+        static_cast<std::ptrdiff_t>(form == Name::whole ? month_names[month].size() : abbreviation_length);
+    if (last_ - at_ < (length - 1) * unit) return ZVRT_RC_TRUNCATED;
+    put_name(at_, wide_month_names[month].data(), static_cast<std::size_t>(length));
+    return advance(length) ? ZVRT_RC_OK : ZVRT_RC_TRUNCATED;
+  }
+
+  Status reserve_marker(std::ptrdiff_t width) {
+    if (last_ - at_ < width * unit) return ZVRT_RC_TRUNCATED;
     give_up_marker();
     marker_ = at_;
-    advance(element.room);
+    advance(width);
     return ZVRT_RC_OK;
   }
 
@@ -130,9 +171,9 @@ class Formatter {
   }
 
   std::byte* at_;
-  std::int32_t room_;
+  std::byte* const last_;
   const ZVRTTS& ts_;
-  std::uint8_t applicable_;
+  const std::uint8_t applicable_;
   std::uint8_t awaited_;
   Meridiem half_ = Meridiem::none;
   std::byte* marker_ = nullptr;
@@ -140,13 +181,16 @@ class Formatter {
 
 }  // namespace
 
-Status format(Place<Wide> place, const FmtCode* model, const ZVRTTS& ts, DtKind kind, std::uint32_t& length) {
+[[gnu::noinline]] Status format(Place<Wide> place, const FmtCode* model, const ZVRTTS& ts, DtKind kind,
+                                std::uint32_t& length) {
   const std::uint8_t groups = groups_expected(kind);
   if (model == nullptr || groups == Group::none) return ZVRT_RC_ERROR;
   if (place.room < 1) return ZVRT_RC_TRUNCATED;
-  Formatter formatter(place, ts, groups);
+  Formatter formatter(place.at, place.room, ts, groups);
   const Status status = formatter.run(model);
-  if (status == ZVRT_RC_OK) length = static_cast<std::uint32_t>((formatter.end() - place.at) / 4);
+  if (status == ZVRT_RC_OK) {
+    length = static_cast<std::uint32_t>(static_cast<std::size_t>(formatter.end() - place.at) / sizeof(Wide));
+  }
   return status;
 }
 

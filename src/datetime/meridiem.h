@@ -12,17 +12,19 @@ struct TwelveHour {
   Meridiem half;
 };
 
+// Both ways without a branch: which half of the day a column's values fall into is anyone's guess.
+
 // Hours beyond the day, which only an unchecked record has, count on from 12.
 constexpr TwelveHour twelve_hour(std::int32_t hour) {
-  const Meridiem half = hour < 12 ? Meridiem::am : Meridiem::pm;
-  if (hour == 0) return {12, half};
-  return {hour > 12 ? hour - 12 : hour, half};
+  const std::int32_t twelve_at_midnight = 12 * static_cast<std::int32_t>(hour == 0);
+  const std::int32_t past_noon = 12 * static_cast<std::int32_t>(hour > 12);
+  return {hour + twelve_at_midnight - past_noon, hour < 12 ? Meridiem::am : Meridiem::pm};
 }
 
-// Twelve is the start of its half of the day. Without a half the hour is taken as it stands.
+// Twelve is the start of its half of the day. Without a half there is no telling.
 constexpr std::int32_t hour_of_day(TwelveHour clock) {
-  if (clock.half == Meridiem::none) return clock.hour;
-  return (clock.hour == 12 ? 0 : clock.hour) + (clock.half == Meridiem::pm ? 12 : 0);
+  const std::int32_t start = 12 * static_cast<std::int32_t>(clock.half == Meridiem::pm);
+  return clock.hour - 12 * static_cast<std::int32_t>(clock.hour == 12) + start;
 }
 
 }  // namespace zvrt

@@ -5,7 +5,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 #include "frame/units.h"
 
@@ -24,43 +23,55 @@ inline constexpr auto digit_pairs = [] {
   return pairs;
 }();
 
-// The general case: a sign, or more digits than asked for. Returns the characters written, 0 where they do not fit.
+constexpr std::uint32_t power_of_ten(std::int32_t exponent) {
+  return exponent == 0 ? 1 : 10 * power_of_ten(exponent - 1);
+}
+
+// Exactly so many digits of a number that has no more.
+template <class Unit, std::int32_t digits>
+inline void put_digits(std::byte* at, std::uint32_t number) {
+  if constexpr (digits >= 2) {
+    store(at + (digits - 2) * std::ptrdiff_t{sizeof(Unit)}, 0, digit_pairs<Unit>[number % 100]);
+    put_digits<Unit, digits - 2>(at, number / 100);
+  } else if constexpr (digits == 1) {
+    store(at, 0, static_cast<Unit>('0' + number));
+  }
+}
+
+// The characters from `at` to `last`, the last place that a terminator may take.
 template <class Unit>
-[[gnu::noinline, gnu::cold]] std::int32_t put_long_number(std::byte* at, std::int32_t room, std::int32_t value,
-                                                          std::uint32_t least) {
+std::ptrdiff_t units_between(const std::byte* at, const std::byte* last) {
+  return (last - at) / std::ptrdiff_t{sizeof(Unit)};
+}
+
+// Any number. Returns the characters written, 0 where they and a terminator do not fit.
+template <class Unit>
+[[gnu::noinline]] std::int32_t put_any_number(std::byte* at, const std::byte* last, std::int32_t value,
+                                              std::int32_t least) {
   constexpr std::int32_t longest = 11;  // a sign and ten digits
   std::array<Unit, longest> text;
   std::int32_t first = longest;
   std::uint32_t magnitude = value < 0 ? 0U - static_cast<std::uint32_t>(value) : static_cast<std::uint32_t>(value);
-  const std::int32_t padded = longest - static_cast<std::int32_t>(least);
+  const std::int32_t padded = longest - least;
   for (; magnitude != 0 || first > padded; magnitude /= 10) {
     text[static_cast<std::size_t>(--first)] = static_cast<Unit>('0' + magnitude % 10);
   }
   if (value < 0) text[static_cast<std::size_t>(--first)] = '-';
   const std::int32_t length = longest - first;
-  if (length >= room) return 0;
+  if (length > units_between<Unit>(at, last)) return 0;
   copy_units<Unit>(at, text.data() + first, length);
   return length;
 }
 
-// As above for 1 to 6 digits at least, quick where they are enough.
-template <class Unit>
-inline std::int32_t put_number(std::byte* at, std::int32_t room, std::int32_t value, std::uint32_t least) {
-  constexpr std::array<std::uint32_t, 7> first_longer = {0, 10, 100, 1000, 10000, 100000, 1000000};
-  auto rest = static_cast<std::uint32_t>(value);
-  if (rest >= first_longer[least]) [[unlikely]]
-    return put_long_number<Unit>(at, room, value, least);
-  if (static_cast<std::int32_t>(least) >= room) return 0;
-  std::uint32_t position = least;
-  for (; position > 2; position -= 2, rest /= 100) {
-    store(at + (position - 2) * sizeof(Unit), 0, digit_pairs<Unit>[rest % 100]);
+// The same, quick where the least digits are enough and fit.
+template <class Unit, std::int32_t least>
+inline std::int32_t put_number(std::byte* at, const std::byte* last, std::int32_t value) {
+  const auto number = static_cast<std::uint32_t>(value);
+  if (number >= power_of_ten(least) || last - at < least * std::ptrdiff_t{sizeof(Unit)}) [[unlikely]] {
+    return put_any_number<Unit>(at, last, value, least);
   }
-  if (position == 2) {
-    store(at, 0, digit_pairs<Unit>[rest]);
-  } else {
-    store(at, 0, static_cast<Unit>('0' + rest));
-  }
-  return static_cast<std::int32_t>(least);
+  put_digits<Unit, least>(at, number);
+  return least;
 }
 
 }  // namespace zvrt

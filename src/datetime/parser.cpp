@@ -1,7 +1,6 @@
 #include "datetime/parser.h"
 
 #include <algorithm>
-#include <optional>
 
 #include "datetime/elements.h"
 #include "datetime/meridiem.h"
@@ -13,6 +12,8 @@ namespace {
 
 constexpr std::size_t unit = sizeof(Wide);
 
+constexpr bool is_digit(Wide character) { return character - '0' <= 9; }
+
 // Decimal digits, and among them, at any place, one minus sign: the longest such run of at most so many characters.
 struct DigitRun {
   std::uint32_t value;  // wraps around
@@ -20,7 +21,7 @@ struct DigitRun {
   bool refused;  // ended by a character that does not belong, not by the limit or the end of the text
 };
 
-DigitRun read_digits(const std::byte* text, std::uint32_t limit) {
+[[gnu::noinline]] DigitRun read_signed_digits(const std::byte* text, std::uint32_t limit) {
   DigitRun run{0, 0, false};
   bool negative = false;
   for (; run.length < limit; ++run.length) {
@@ -28,14 +29,29 @@ DigitRun read_digits(const std::byte* text, std::uint32_t limit) {
     if (character == 0) break;
     if (character == '-' && !negative) {
       negative = true;
-    } else if (character - '0' > 9) {
+    } else if (is_digit(character)) {
+      run.value = run.value * 10 + (character - '0');
+    } else {
       run.refused = true;
       break;
-    } else {
-      run.value = run.value * 10 + (character - '0');
     }
   }
   if (negative) run.value = 0 - run.value;
+  return run;
+}
+
+// The same, quick for what nearly every text holds: as many digits as there may be, or fewer and no minus sign.
+inline DigitRun read_digits(const std::byte* text, std::uint32_t limit) {
+  DigitRun run{0, 0, false};
+  for (; run.length < limit; ++run.length) {
+    const Wide character = load<Wide>(text, run.length);
+    if (!is_digit(character)) {
+      if (character == '-') return read_signed_digits(text, limit);
+      run.refused = character != 0;
+      break;
+    }
+    run.value = run.value * 10 + (character - '0');
+  }
   return run;
 }
 
@@ -48,20 +64,6 @@ bool same_letters(const std::byte* text, const char* letters, std::size_t limit)
     if (folded(character) != letter) return false;
   }
   return true;
-}
-
-// The month, 1 to 12, whose name stands here in full or by its first letters, or 0.
-std::uint16_t read_month(const std::byte* text, Reads reads, std::uint32_t& length) {
-  for (std::size_t month = 0; month < month_names.size(); ++month) {
-    const std::string_view name = month_names[month];
-    length = static_cast<std::uint32_t>(reads == Reads::month_name ? name.size() : abbreviation_length);
-    bool same = true;
-    for (std::uint32_t i = 0; same && i < length; ++i) {
-      same = folded(load<Wide>(text, i)) == folded(static_cast<unsigned char>(name[i]));
-    }
-    if (same) return static_cast<std::uint16_t>(month + 1);
-  }
-  return 0;
 }
 
 // What is read ends at the terminator, however far it was meant to go.
@@ -79,8 +81,13 @@ bool starts_with(const std::byte* text, const FmtCode* run, const FmtCode* run_e
   return true;  // a literal zero ends the run as it would end a string
 }
 
+const FmtCode* behind_literals(const FmtCode* entry) {
+  while (is_literal(*entry)) ++entry;
+  return entry;
+}
+
 // Behind the first occurrence of a run of literals, or null.
-const std::byte* find_run(const std::byte* text, const FmtCode* run, const FmtCode* run_end) {
+[[gnu::noinline]] const std::byte* find_run(const std::byte* text, const FmtCode* run, const FmtCode* run_end) {
   for (;; text += unit) {
     if (starts_with(text, run, run_end)) return advanced(text, static_cast<std::uint32_t>(run_end - run));
     if (load<Wide>(text) == 0) return nullptr;
@@ -92,37 +99,56 @@ class Parser {
   Parser(const std::byte* text, std::int32_t chars, const FmtCode* model, ZVRTTS& ts)
       : text_(text), remaining_(chars), entry_(model), ts_(ts) {}
 
-  Status run() {
-    while (load<Wide>(text_) != 0 && remaining_ > 0) {
-      if (const Status status = pass_literals(); status != ZVRT_RC_OK) {
-        if (status == ZVRT_RC_END_OF_FORMAT) break;
-        return status;
-      }
-      if (const Status status = read(element_of(entry_->code)); status != ZVRT_RC_OK) return status;
+  // Inlined with all it calls, so that the state lives in registers.
+  [[gnu::always_inline]] Status run() {
+    Status status = ZVRT_RC_OK;
+    while (status == ZVRT_RC_OK && load<Wide>(text_) != 0 && remaining_ > 0) {
+      status = pass_literals();
+      if (status != ZVRT_RC_OK) break;
+      status = visit_code(entry_->code, [this](auto code) { return read<code>(); });
       ++entry_;
     }
-    if (pending_hour_ != none_pending) set(Field::hour, static_cast<std::uint32_t>(pending_hour_));
+    if (status != ZVRT_RC_OK && status != ZVRT_RC_END_OF_FORMAT) return status;
+    if (pending_hour_ != none_pending) ts_.hour = static_cast<std::uint16_t>(pending_hour_);
     return ZVRT_RC_OK;
   }
 
  private:
   static constexpr std::int32_t none_pending = -1;
 
-  // To the next element, and behind the literals before it.
+  // To the next element, and behind the literals before it: nearly always they stand right here.
   Status pass_literals() {
     const FmtCode* const run = entry_;
-    while (is_literal(*entry_)) ++entry_;
-    if (entry_->code == FMT_END) return ZVRT_RC_END_OF_FORMAT;
-    text_ = find_run(text_, run, entry_);
-    return text_ == nullptr || load<Wide>(text_) == 0 ? ZVRT_RC_INVALID_DATETIME : ZVRT_RC_OK;
+    const std::byte* at = text_;
+    for (; is_literal(*entry_); ++entry_, at += unit) {
+      const Wide character = load<Wide>(at);
+      if (character == entry_->literal && character != 0) [[likely]]
+        continue;
+      entry_ = behind_literals(entry_);
+      if (entry_->code == FMT_END) return ZVRT_RC_END_OF_FORMAT;
+      at = find_run(text_, run, entry_);
+      if (at == nullptr) return ZVRT_RC_INVALID_DATETIME;
+      break;
+    }
+    text_ = at;
+    return at_element();
   }
 
-  Status read(const Element& element) {
+  // Text must not end between literals and an element, but the model may.
+  Status at_element() const {
+    return load<Wide>(text_) != 0 || entry_->code == FMT_END ? ZVRT_RC_OK : ZVRT_RC_INVALID_DATETIME;
+  }
+
+  // There is at least one character to read.
+  template <std::uint32_t code>
+  Status read() {
+    constexpr const Element& element = elements[code];
+    if constexpr (code == FMT_END) return ZVRT_RC_END_OF_FORMAT;
     switch (element.reads) {
-      case Reads::field: return field(element);
+      case Reads::field: return field(element.field);
       case Reads::year: return year();
-      case Reads::month_name:
-      case Reads::month_abbreviation: return month(element.reads);
+      case Reads::month_name: return month(Name::whole);
+      case Reads::month_abbreviation: return month(Name::abbreviated);
       case Reads::hour_24: return hour_24();
       case Reads::hour_12: return hour_12();
       case Reads::fraction: return fraction();
@@ -138,55 +164,78 @@ class Parser {
     remaining_ -= count;
   }
 
-  void set(std::uint8_t field, std::uint32_t value) {
-    store(&ts_, field / sizeof(std::uint16_t), static_cast<std::uint16_t>(value));
-  }
-
-  // A failure to read two digits is retried with one: the longest run that has anything.
-  std::optional<std::uint32_t> two_digits() {
-    const DigitRun run = read_digits(text_, 2);
-    if (run.length == 0) return std::nullopt;
+  // A failure to read two digits is retried with one, which makes it the longest run that has anything.
+  bool two_digits(std::uint32_t& value) {
+    const Wide tens = load<Wide>(text_) - '0', ones = load<Wide>(text_, 1) - '0';
+    if (tens <= 9 && ones <= 9) [[likely]] {
+      value = tens * 10 + ones;
+      consume(2);
+      return true;
+    }
+    const DigitRun run = read_signed_digits(text_, 2);
+    value = run.value;
     consume(run.length);
-    return run.value;
+    return run.length > 0;
   }
 
-  Status field(const Element& element) {
-    const auto value = two_digits();
-    if (!value) return ZVRT_RC_INVALID_DATETIME;
-    set(element.field, *value);
+  Status field(std::size_t offset) {
+    std::uint32_t value = 0;
+    if (!two_digits(value)) return ZVRT_RC_INVALID_DATETIME;
+    store(reinterpret_cast<std::byte*>(&ts_) + offset, 0, static_cast<std::uint16_t>(value));
     return ZVRT_RC_OK;
   }
 
   Status year() {
     const DigitRun run = read_digits(text_, entry_->len);
     if (run.refused) return ZVRT_RC_INVALID_DATETIME;
-    set(Field::year, run.value);
+    ts_.year = static_cast<std::int16_t>(run.value);
     consume(run.length);
     return ZVRT_RC_OK;
   }
 
-  Status month(Reads reads) {
-    std::uint32_t length = 0;
-    const std::uint16_t month = read_month(text_, reads, length);
+  enum class Name : bool { whole, abbreviated };
+
+  Status month(Name form) {
+    const std::uint32_t month = month_by_abbreviation(text_);
     if (month == 0) return ZVRT_RC_INVALID_DATETIME;
-    set(Field::month, month);
+    std::uint32_t length = abbreviation_length;
+    if (form == Name::whole) {
+      const std::string_view name = month_names[month - 1];
+      for (; length < name.size(); ++length) {
+        if (folded(load<Wide>(text_, length)) != static_cast<unsigned char>(name[length])) {
+          return ZVRT_RC_INVALID_DATETIME;
+        }
+      }
+    }
+    ts_.month = static_cast<std::uint16_t>(month);
     consume(length);
     return ZVRT_RC_OK;
   }
 
+  // 1 to 12, or 0.
+  static std::uint32_t month_by_abbreviation(const std::byte* text) {
+    std::uint32_t letters = 0;
+    for (std::size_t i = 0; i < abbreviation_length; ++i) {
+      const Wide letter = folded(load<Wide>(text, i));
+      if (letter < 'a' || letter > 'z') return 0;
+      letters |= letter << (8 * i);
+    }
+    return month_of(letters);
+  }
+
   Status hour_24() {
-    const auto hour = two_digits();
-    if (!hour) return ZVRT_RC_INVALID_DATETIME;
-    if (*hour > 23) return ZVRT_RC_HOUR_OUT_OF_RANGE;  // a negative one too
-    set(Field::hour, *hour);
+    std::uint32_t hour = 0;
+    if (!two_digits(hour)) return ZVRT_RC_INVALID_DATETIME;
+    if (hour > 23) return ZVRT_RC_HOUR_OUT_OF_RANGE;  // a negative one too
+    ts_.hour = static_cast<std::uint16_t>(hour);
     return ZVRT_RC_OK;
   }
 
   Status hour_12() {
-    const auto hour = two_digits();
-    if (!hour) return ZVRT_RC_INVALID_DATETIME;
-    if (*hour < 1 || *hour > 12) return ZVRT_RC_HOUR_OUT_OF_RANGE;
-    pending_hour_ = static_cast<std::int32_t>(*hour);
+    std::uint32_t hour = 0;
+    if (!two_digits(hour)) return ZVRT_RC_INVALID_DATETIME;
+    if (hour < 1 || hour > 12) return ZVRT_RC_HOUR_OUT_OF_RANGE;
+    pending_hour_ = static_cast<std::int32_t>(hour);
     resolve_hour();
     return ZVRT_RC_OK;
   }
@@ -204,12 +253,16 @@ class Parser {
 
   Status marker() {
     const std::uint32_t width = entry_->len;
-    half_ = same_letters(text_, "pm", width)   ? Meridiem::pm
-            : same_letters(text_, "am", width) ? Meridiem::am
-                                               : Meridiem::none;
-    const std::byte* const begin = text_;
-    text_ = advanced(text_, width);
-    remaining_ -= (text_ - begin) / static_cast<std::ptrdiff_t>(unit);
+    if (width == 2 && folded(load<Wide>(text_, 1)) == 'm') [[likely]] {
+      const Wide letter = folded(load<Wide>(text_));
+      half_ = letter == 'p' ? Meridiem::pm : letter == 'a' ? Meridiem::am : Meridiem::none;
+      consume(width);
+    } else {
+      half_ = same_letters(text_, "pm", width)   ? Meridiem::pm
+              : same_letters(text_, "am", width) ? Meridiem::am
+                                                 : Meridiem::none;
+      consume(static_cast<std::uint32_t>(static_cast<std::size_t>(advanced(text_, width) - text_) / unit));
+    }
     resolve_hour();
     return ZVRT_RC_OK;
   }
@@ -217,7 +270,7 @@ class Parser {
   // Once both an hour of the 12-hour clock and its half of the day are known.
   void resolve_hour() {
     if (pending_hour_ == none_pending || half_ == Meridiem::none) return;
-    set(Field::hour, static_cast<std::uint32_t>(hour_of_day({pending_hour_, half_})));
+    ts_.hour = static_cast<std::uint16_t>(hour_of_day({pending_hour_, half_}));
     pending_hour_ = none_pending;
   }
 
@@ -231,7 +284,8 @@ class Parser {
 
 }  // namespace
 
-Status parse(const void* text, std::int32_t chars, const FmtCode* model, std::int32_t model_length, ZVRTTS& ts) {
+[[gnu::noinline]] Status parse(const void* text, std::int32_t chars, const FmtCode* model, std::int32_t model_length,
+                               ZVRTTS& ts) {
   if (model == nullptr || model_length <= 0) return ZVRT_RC_ERROR;
   ts = ZVRTTS{};
   return Parser(static_cast<const std::byte*>(text), chars, model, ts).run();

@@ -48,8 +48,8 @@ template <>
 struct RecordTraits<ZVRTTS> {
   static constexpr DtKind kind = ZVRT_DT_TIMESTAMP;
   static constexpr std::int32_t slot = 24;
-  static ZVRTTS widen(const ZVRTTS& ts) { return ts; }
-  static ZVRTTS cut(const ZVRTTS& ts) { return ts; }
+  static const ZVRTTS& widen(const ZVRTTS& ts) { return ts; }
+  static const ZVRTTS& cut(const ZVRTTS& ts) { return ts; }
 };
 
 }  // namespace zvrt
