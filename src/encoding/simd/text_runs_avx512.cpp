@@ -304,6 +304,14 @@ Run count_decoded(const char* src, std::size_t count) { return decode_run<false>
 
 // ---- Wide text to UTF-8 ----
 
+struct EvenLanes {
+  alignas(64) std::uint16_t lanes[32];
+  constexpr EvenLanes() : lanes() {
+    for (unsigned i = 0; i < 32; ++i) lanes[i] = static_cast<std::uint16_t>(i * 2);
+  }
+};
+constexpr EvenLanes even_lanes;
+
 // The marks of a character's bytes, by the leading zero bits of its value: from 25 one byte, 21 two, 16 three, 11 four.
 Vector marks_of(Vector characters) {
   constexpr int two = static_cast<int>(0x80C00000);
@@ -324,7 +332,7 @@ Vector spread(Vector characters) {
   return _mm512_mask_slli_epi32(bytes, ascii, characters, 24);
 }
 
-// The same for characters of one or two bytes in 16-bit lanes.
+// The same for characters of one or two bytes, in lanes of 16 bits.
 Vector spread_short_forms(Vector units) {
   const Vector leads = _mm512_srli_epi16(units, 6);
   const Vector upper = _mm512_slli_epi16(units, 8);
@@ -334,70 +342,110 @@ Vector spread_short_forms(Vector units) {
   return _mm512_mask_mov_epi16(bytes, _mm512_cmplt_epu16_mask(units, repeat16(0x80)), upper);
 }
 
-void store_bytes(char* dst, std::size_t count, Vector bytes) { _mm512_mask_storeu_epi8(dst, first(count), bytes); }
+// Stores the bytes of some characters, of which each has `lane` bytes of the vector, as far as whole characters fit.
+// Returns false where they do not all.
+template <std::size_t lane>
+[[gnu::always_inline]] inline bool store_forms(Vector bytes, std::size_t characters, char* dst, std::size_t room,
+                                               Ends& ends) {
+  const __mmask64 used = _mm512_test_epi8_mask(bytes, bytes);
+  const std::size_t count = count_of(used);
+  const Vector packed = _mm512_maskz_compress_epi8(used, bytes);
+  if (const std::size_t left = room - ends.written; count > left) [[unlikely]] {
+    const std::size_t fitting = lowest_bit(used ^ _pdep_u64(first(left), used)) / lane;
+    const std::size_t written = count_of(used & first(fitting * lane));
+    _mm512_mask_storeu_epi8(dst + ends.written, first(written), packed);
+    ends.read += fitting;
+    ends.written += written;
+    return false;
+  }
+  _mm512_mask_storeu_epi8(dst + ends.written, first(count), packed);
+  ends.read += characters;
+  ends.written += count;
+  return true;
+}
 
-// Characters of one or two bytes, 32 at a time, while there is room for all they may need.
+// 32 characters.
+struct Units {
+  Vector low;
+  Vector high;
+};
+
+// Which of them are ordinary; which are longer than two bytes.
+__mmask32 ordinary(const Units& units) {
+  const Vector one = _mm512_set1_epi32(1);
+  const Vector end = _mm512_set1_epi32(0x1FFFFF);
+  return _mm512_kunpackw(_mm512_cmplt_epu32_mask(_mm512_sub_epi32(units.high, one), end),
+                         _mm512_cmplt_epu32_mask(_mm512_sub_epi32(units.low, one), end));
+}
+__mmask32 above(const Units& units, std::uint32_t limit) {
+  return _mm512_kunpackw(_mm512_cmpgt_epu32_mask(units.high, repeat32(limit)),
+                         _mm512_cmpgt_epu32_mask(units.low, repeat32(limit)));
+}
+
+// The units in lanes of 16 bits; those not chosen become zero.
+Vector pack(const Units& units, __mmask32 chosen) {
+  return _mm512_maskz_permutex2var_epi16(chosen, units.low, _mm512_load_si512(even_lanes.lanes), units.high);
+}
+
+constexpr std::size_t step_units = 32;
+
+// A step of at most 32 characters. Returns false where the run ends.
 template <class Bound>
-void narrow_short_forms(const char* src, Bound bound, char* dst, std::size_t room, Ends& ends) {
-  constexpr std::size_t step = 32;
-  while (room - ends.written >= step * 2 && bound.readable(src, ends.read, step) == step) {
-    const Vector low = _mm512_loadu_si512(src + ends.read * 4);
-    const Vector high = _mm512_loadu_si512(src + ends.read * 4 + 64);
-    const Vector any = _mm512_or_si512(low, high);
-    if (_mm512_test_epi32_mask(any, _mm512_set1_epi32(~0x7FF)) != 0) return;
-    if ((_mm512_testn_epi32_mask(low, low) | _mm512_testn_epi32_mask(high, high)) != 0) return;
-    const Vector units =
-        _mm512_inserti64x4(_mm512_castsi256_si512(_mm512_cvtepi32_epi16(low)), _mm512_cvtepi32_epi16(high), 1);
-    std::size_t count = step;
-    if (_mm512_test_epi32_mask(any, _mm512_set1_epi32(~0x7F)) == 0) {
-      _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + ends.written), _mm512_cvtepi16_epi8(units));
+[[gnu::always_inline]] inline bool encode_step(const char* src, Bound bound, char* dst, std::size_t room, Ends& ends) {
+  const std::size_t readable = bound.readable(src, ends.read, step_units);
+  if (readable == 0) return false;
+  const char* at = src + ends.read * 4;
+  const Mask loaded = first(readable);
+  const Units units = {_mm512_maskz_loadu_epi32(static_cast<__mmask16>(loaded), at),
+                       _mm512_maskz_loadu_epi32(static_cast<__mmask16>(loaded >> 16), at + 64)};
+  const Mask regular = ordinary(units);
+  const Mask inside = trailing_ones(regular);
+  const std::size_t text = lowest_bit(~regular);
+  if ((above(units, 0x7FF) & inside) == 0) {
+    const Vector bytes = spread_short_forms(pack(units, static_cast<__mmask32>(inside)));
+    return store_forms<2>(bytes, text, dst, room, ends) && text == readable;
+  }
+  const Vector low = _mm512_maskz_mov_epi32(static_cast<__mmask16>(inside), units.low);
+  const Vector high = _mm512_maskz_mov_epi32(static_cast<__mmask16>(inside >> 16), units.high);
+  return store_forms<4>(spread(low), least(text, 16), dst, room, ends) &&
+         store_forms<4>(spread(high), text - least(text, 16), dst, room, ends) && text == readable;
+}
+
+// Steps of 32 characters while all of them are there, ordinary and sure of their room.
+template <class Bound>
+[[gnu::always_inline]] inline void encode_long(const char* src, Bound bound, char* dst, std::size_t room, Ends& ends) {
+  while (room - ends.written >= step_units * 4 && bound.readable(src, ends.read, step_units) == step_units) {
+    const char* at = src + ends.read * 4;
+    const Units units = {_mm512_loadu_si512(at), _mm512_loadu_si512(at + 64)};
+    if (_kortestc_mask32_u8(ordinary(units), 0) == 0) return;
+    if (above(units, 0x7FF) != 0) {
+      store_forms<4>(spread(units.low), step_units / 2, dst, room, ends);
+      store_forms<4>(spread(units.high), step_units / 2, dst, room, ends);
+    } else if (above(units, 0x7F) != 0) {
+      store_forms<2>(spread_short_forms(pack(units, ~__mmask32{0})), step_units, dst, room, ends);
     } else {
-      const Vector bytes = spread_short_forms(units);
-      const Mask used = _mm512_test_epi8_mask(bytes, bytes);
-      count = count_of(used);
-      store_bytes(dst + ends.written, count, _mm512_maskz_compress_epi8(used, bytes));
+      const Vector lanes = pack(units, ~__mmask32{0});
+      _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + ends.written),
+                          _mm512_maskz_cvtepi16_epi8(~__mmask32{0}, lanes));
+      ends.read += step_units;
+      ends.written += step_units;
     }
-    ends.read += step;
-    ends.written += count;
   }
 }
 
-// The ordinary characters that lead sixteen lanes, the others zeroed.
-struct Lanes {
-  Vector values;
-  std::size_t count;
-};
-
-Lanes load_characters(const char* src, std::size_t readable) {
-  const Vector values = _mm512_maskz_loadu_epi32(first16(readable), src);
-  const Vector less_one = _mm512_sub_epi32(values, _mm512_set1_epi32(1));
-  const Mask ordinary = _mm512_cmplt_epu32_mask(less_one, _mm512_set1_epi32(0x1FFFFF));
-  const Mask leading = trailing_ones(ordinary);
-  return {_mm512_maskz_mov_epi32(static_cast<__mmask16>(leading), values), count_of(leading)};
+template <class Bound>
+[[gnu::noinline]] Run encode_further(const char* src, Bound bound, char* dst, std::size_t room, Ends ends) {
+  do {
+    encode_long(src, bound, dst, room, ends);
+  } while (encode_step(src, bound, dst, room, ends));
+  return {ends.read, ends.written};
 }
 
 template <class Bound>
 Run encode_run(const void* src, Bound bound, char* dst, std::size_t room) {
-  constexpr std::size_t step = 16;
-  const auto* text = static_cast<const char*>(src);
   Ends ends;
-  while (true) {
-    narrow_short_forms(text, bound, dst, room, ends);
-    const std::size_t readable = bound.readable(text, ends.read, step);
-    if (readable == 0) break;
-    Lanes characters = load_characters(text + ends.read * 4, readable);
-    const Vector bytes = spread(characters.values);
-    Mask used = _mm512_test_epi8_mask(bytes, bytes);
-    if (const std::size_t left = room - ends.written; count_of(used) > left) {
-      // Only characters that fit whole: each has four of the bits.
-      characters.count = lowest_bit(used ^ _pdep_u64(first(left), used)) / 4;
-      used &= first(characters.count * 4);
-    }
-    store_bytes(dst + ends.written, count_of(used), _mm512_maskz_compress_epi8(used, bytes));
-    ends.read += characters.count;
-    ends.written += count_of(used);
-    if (characters.count < readable) break;
-  }
+  const auto* text = static_cast<const char*>(src);
+  if (encode_step(text, bound, dst, room, ends)) return encode_further(text, bound, dst, room, ends);
   return {ends.read, ends.written};
 }
 
@@ -408,20 +456,21 @@ Run encode_terminated(const void* src, char* dst, std::size_t room) {
   return encode_run(src, TerminatedUnits{}, dst, room);
 }
 
-std::size_t longer_than(const Lanes& characters, std::uint32_t limit) {
-  return count_of(_mm512_cmpgt_epu32_mask(characters.values, repeat32(limit)));
-}
-
 Run count_encoded(const void* src, std::size_t count) {
   const auto* text = static_cast<const char*>(src);
   Ends ends;
   while (ends.read < count) {
-    const std::size_t readable = least(count - ends.read, 16);
-    const Lanes characters = load_characters(text + ends.read * 4, readable);
-    ends.read += characters.count;
-    ends.written += characters.count;
-    ends.written += longer_than(characters, 0x7F) + longer_than(characters, 0x7FF) + longer_than(characters, 0xFFFF);
-    if (characters.count < readable) break;
+    const std::size_t readable = least(count - ends.read, step_units);
+    const char* at = text + ends.read * 4;
+    const Mask loaded = first(readable);
+    const Units units = {_mm512_maskz_loadu_epi32(static_cast<__mmask16>(loaded), at),
+                         _mm512_maskz_loadu_epi32(static_cast<__mmask16>(loaded >> 16), at + 64)};
+    const Mask inside = trailing_ones(ordinary(units));
+    const std::size_t characters = count_of(inside);
+    ends.read += characters;
+    ends.written += characters + count_of(above(units, 0x7F) & inside) + count_of(above(units, 0x7FF) & inside) +
+                    count_of(above(units, 0xFFFF) & inside);
+    if (characters < readable) break;
   }
   return {ends.read, ends.written};
 }
