@@ -1,6 +1,5 @@
 #include "numeric/decimal_text.h"
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 
@@ -23,19 +22,40 @@ constexpr std::array<Pair, 100> digit_pairs = [] {
 
 }  // namespace
 
+const std::uint64_t decimal_powers[longest_decimal] = {
+    1,
+    10,
+    100,
+    1'000,
+    10'000,
+    100'000,
+    1'000'000,
+    10'000'000,
+    100'000'000,
+    1'000'000'000,
+    10'000'000'000,
+    100'000'000'000,
+    1'000'000'000'000,
+    10'000'000'000'000,
+    100'000'000'000'000,
+    1'000'000'000'000'000,
+    10'000'000'000'000'000,
+    100'000'000'000'000'000,
+    1'000'000'000'000'000'000,
+    10'000'000'000'000'000'000U,
+};
+
 std::int32_t write_decimal(std::uint64_t magnitude, bool negative, void* dst, std::int32_t room) {
-  Wide text[longest_decimal + 1];
-  Wide* const end = text + longest_decimal;
-  Wide* front = end;
-  *end = 0;
-  for (; magnitude >= 10; magnitude /= 100) {
-    front -= 2;
-    store(front, 0, digit_pairs[magnitude % 100]);
-  }
-  if (magnitude > 0) *--front = '0' + static_cast<Wide>(magnitude);
-  if (negative) *--front = '-';
-  const auto length = static_cast<std::int32_t>(end - front);
-  copy_units<Wide>(dst, front, std::min(length + 1, room));
+  Wide whole[longest_decimal];  // a text that is to be truncated is written here first
+  const std::int32_t length = count_digits(magnitude) + (negative ? 1 : 0);
+  const bool fits = length < room;
+  auto* const text = static_cast<std::byte*>(fits ? dst : whole);
+  auto* at = text + static_cast<std::ptrdiff_t>(length) * 4;
+  if (fits) store(at, 0, Wide{0});
+  for (; magnitude >= 10; magnitude /= 100) store(at -= sizeof(Pair), 0, digit_pairs[magnitude % 100]);
+  if (magnitude > 0) store(at -= sizeof(Wide), 0, '0' + static_cast<Wide>(magnitude));
+  if (negative) store(text, 0, Wide{'-'});
+  if (!fits) copy_units<Wide>(dst, whole, room);
   return length;
 }
 

@@ -8,6 +8,16 @@ namespace zvrt {
 
 constexpr std::int32_t longest_decimal = 20;  // digits of 2^64 - 1; a sign and the digits of 2^63
 
+// 10^0 to 10^19.
+extern const std::uint64_t decimal_powers[longest_decimal];
+
+// How many digits a number has; zero has none. The bits of a number times log10(2) are its digits, or one too few.
+[[gnu::always_inline]] inline std::int32_t count_digits(std::uint64_t magnitude) {
+  const auto bits = 64 - static_cast<std::uint32_t>(__builtin_clzll(magnitude | 1));
+  const std::uint32_t estimate = bits * 1233 / 4096;
+  return static_cast<std::int32_t>(estimate + (magnitude >= decimal_powers[estimate] ? 1 : 0));
+}
+
 // Writes the digits, a '-' before them if negative, and a zero character behind them, as far as they fit into the room;
 // returns the length of the whole text. Zero has no digits.
 std::int32_t write_decimal(std::uint64_t magnitude, bool negative, void* dst, std::int32_t room);

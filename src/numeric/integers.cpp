@@ -22,7 +22,8 @@ struct PlainKernel {
 
 const IntegerConversions plain_integers = conversions_by<PlainKernel>;
 
-const IntegerConversions integers = *choose_version(Versions<const IntegerConversions>{.baseline = &plain_integers, .avx512 = &avx512_integers});
+const IntegerConversions integers = *choose_version(Versions<const IntegerConversions>{
+    .baseline = &plain_integers, .sse41 = &sse41_integers, .avx512 = &avx512_integers});
 
 Status finish_full(void* dst, std::int32_t length, std::int32_t room) {
   const Ending ending = finish(Finish::wide, length, room);

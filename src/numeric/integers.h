@@ -35,6 +35,7 @@ constexpr std::size_t place_of = static_cast<std::size_t>(std::countr_zero(sizeo
 
 // The version that takes every text and runs on every processor, and the faster ones.
 extern const IntegerConversions plain_integers;
+extern const IntegerConversions sse41_integers;
 extern const IntegerConversions avx512_integers;
 
 // Text that fills its room or exceeds it; in the rare case only, and compiled for every processor.

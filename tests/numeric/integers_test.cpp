@@ -26,6 +26,7 @@ struct Version {
 
 constexpr std::array versions{
     Version{"plain", CpuLevel::baseline, &plain_integers},
+    Version{"sse41", CpuLevel::sse41, &sse41_integers},
     Version{"avx512", CpuLevel::avx512, &avx512_integers},
 };
 
@@ -38,10 +39,10 @@ class IntegerVersions : public ::testing::TestWithParam<Version> {
 
   template <class Int>
   void check_every_value() {
-    const std::int32_t largest_size =
-        (static_cast<std::int32_t>(decimal(std::numeric_limits<Int>::min()).size()) + 4) * 4;
+    const std::size_t longest =
+        std::max(decimal(std::numeric_limits<Int>::min()).size(), decimal(std::numeric_limits<Int>::max()).size());
     check_rendering(GetParam().conversions->render[place_of<Int>], values_of<Int>(),
-                    std::max(largest_size, sizeof(Int) == 8 ? 100 : 48));
+                    static_cast<std::int32_t>(longest + 2) * 4);
   }
 
   template <class Int>

@@ -13,42 +13,27 @@ namespace {
 
 constexpr std::uint64_t hundred_million = 100'000'000;
 
-// Values of one bit length have at most one power of ten among them; this many digits are below it.
-struct DigitCount {
-  std::uint64_t power;
-  std::uint64_t below;
-};
-
 struct Constants {
   // Reading: characters less zero are digits if not above nine; digits fold into numbers by pairs.
-  std::uint32_t zero[16];
-  std::uint32_t nine[16];
-  std::uint16_t to_two_digits[16];
-  std::uint32_t to_four_digits[8];
-  std::uint32_t to_eight_digits[8];
+  alignas(64) std::uint32_t zero[16];
+  alignas(64) std::uint32_t nine[16];
+  alignas(32) std::uint16_t to_two_digits[16];
+  alignas(32) std::uint32_t to_four_digits[8];
+  alignas(32) std::uint32_t to_eight_digits[8];
   // Moves the first of so many digits out of the 32-bit lanes of two vectors (127 is a zero byte) to the end of 32
   // bytes, or 16 further on to the end of 16.
-  std::uint8_t to_the_right[128];
+  alignas(64) std::uint8_t to_the_right[128];
 
   // Writing.
-  std::uint64_t fraction[8];
-  std::uint64_t ten[8];
-  std::uint64_t digit_character[8];
-  std::uint32_t minus[16];
-  DigitCount digit_count[65];
+  alignas(64) std::uint64_t fraction[8];
+  alignas(64) std::uint64_t ten[8];
+  alignas(64) std::uint64_t digit_character[8];
+  alignas(64) std::uint32_t minus[16];
   // Windows on 16 and on 24 digits, from any of them on: lanes of two vectors, the second with eight digits in 64-bit
   // lanes, the first with eight likewise or with sixteen in 32-bit lanes. Zeros follow the last digit.
-  std::uint32_t of_sixteen[48];
-  std::uint32_t of_twenty_four[56];
+  alignas(64) std::uint32_t of_sixteen[48];
+  alignas(64) std::uint32_t of_twenty_four[56];
 };
-
-constexpr DigitCount digit_count_of(unsigned bits) {
-  if (bits == 0) return {1, 0};
-  const std::uint64_t least = std::uint64_t{1} << (bits - 1);
-  DigitCount count{10, 1};
-  while (count.power <= least && count.below < 19) count = {count.power * 10, count.below + 1};
-  return count.power <= least ? DigitCount{~std::uint64_t{0}, 20} : count;
-}
 
 constexpr Constants all_constants = [] {
   Constants all{};
@@ -69,7 +54,6 @@ constexpr Constants all_constants = [] {
   for (unsigned at = 0; at < 128; ++at) {
     all.to_the_right[at] = static_cast<std::uint8_t>(at < 32 ? 127 : (at - 32) * 4 % 128);
   }
-  for (unsigned zeros = 0; zeros <= 64; ++zeros) all.digit_count[zeros] = digit_count_of(64 - zeros);
   constexpr std::uint32_t second = 16;
   for (unsigned digit = 0; digit < 48; ++digit) {
     all.of_sixteen[digit] = digit < 8 ? digit * 2 : digit < 16 ? second + (digit - 8) * 2 : second + 1;
@@ -104,11 +88,6 @@ __m512i eight_digits(const Constants& all, std::uint64_t number) {
   const __m512i numbers = _mm512_set1_epi64(static_cast<long long>(number));
   const __m512i rest = _mm512_madd52lo_epu64(fraction, numbers, fraction);
   return _mm512_madd52hi_epu64(load_block(all.digit_character), rest, load_block(all.ten));
-}
-
-std::int32_t count_digits(const Constants& all, std::uint64_t magnitude) {
-  const DigitCount& count = all.digit_count[_lzcnt_u64(magnitude)];
-  return static_cast<std::int32_t>(count.below + (magnitude >= count.power ? 1 : 0));
 }
 
 // A mask of the lanes to store: the text and its terminator, as far as there is room.
@@ -170,7 +149,7 @@ struct Avx512Kernel {
   static std::int32_t write(std::uint32_t magnitude, bool negative, void* dst, std::int32_t room) {
     const Constants& all = constants();
     const auto sign = static_cast<__mmask16>(negative);
-    const std::int32_t length = count_digits(all, magnitude) + sign;
+    const std::int32_t length = count_digits(magnitude) + sign;
     const __m512i window = load_block(all.of_sixteen + (16 - length));
     const __m512i text = _mm512_permutex2var_epi32(eight_digits(all, magnitude / hundred_million), window,
                                                    eight_digits(all, magnitude % hundred_million));
@@ -187,7 +166,7 @@ struct Avx512Kernel {
     const __m512i high = _mm512_permutex2var_epi32(eight_digits(all, top), load_block(all.of_sixteen),
                                                    eight_digits(all, upper - top * hundred_million));
     const __m512i low = eight_digits(all, magnitude - upper * hundred_million);
-    const std::int32_t length = count_digits(all, magnitude) + sign;
+    const std::int32_t length = count_digits(magnitude) + sign;
     const std::uint32_t* const window = all.of_twenty_four + (24 - length);
     const __m512i head = _mm512_permutex2var_epi32(high, load_block(window), low);
     const __m512i tail = _mm512_permutexvar_epi32(load_block(window + 16), low);
