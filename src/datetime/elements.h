@@ -9,6 +9,7 @@
 #include <type_traits>
 
 #include "ZVRTDataCnvLib.h"
+#include "datetime/letters.h"
 #include "frame/call.h"
 
 namespace zvrt {
@@ -168,19 +169,11 @@ inline constexpr std::array<std::string_view, 12> month_names = {"January",   "F
 
 inline constexpr std::size_t abbreviation_length = 3;
 
-// Equal to a lower-case letter exactly where the character is that letter in either case. Only ASCII is folded, so the
-// process locale has no say.
-constexpr std::uint32_t folded(std::uint32_t character) { return character | 0x20; }
-
 namespace detail {
 
-// First three letters, folded, the first one in the lowest byte.
+// The first three.
 constexpr std::uint32_t letters_of_month(std::size_t month) {
-  std::uint32_t letters = 0;
-  for (std::size_t i = 0; i < abbreviation_length; ++i) {
-    letters |= folded(static_cast<unsigned char>(month_names[month][i])) << (8 * i);
-  }
-  return letters;
+  return static_cast<std::uint32_t>(letters_of(month_names[month].substr(0, abbreviation_length)));
 }
 
 struct MonthSlot {
@@ -214,7 +207,7 @@ constexpr MonthSlots months_by_letters = [] {
 
 }  // namespace detail
 
-// The month, 1 to 12, whose name begins with these letters, folded, the first one in the lowest byte; or 0.
+// The month, 1 to 12, whose name begins with these three letters, or 0.
 constexpr std::uint32_t month_of(std::uint32_t letters) {
   using detail::months_by_letters;
   const auto& slot = months_by_letters.slots[detail::month_slot(letters, months_by_letters.multiplier)];
