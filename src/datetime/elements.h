@@ -9,6 +9,7 @@
 #include <type_traits>
 
 #include "ZVRTDataCnvLib.h"
+#include "datetime/letters.h"
 #include "frame/call.h"
 
 namespace zvrt {
@@ -168,19 +169,11 @@ inline constexpr std::array<std::string_view, 12> month_names = {"January",   "F
 
 inline constexpr std::size_t abbreviation_length = 3;
 
-// Equal to a lower-case letter exactly where the character is that letter in either case. Only ASCII is folded, so the
-// process locale has no say.
-constexpr std::uint32_t folded(std::uint32_t character) { return character | 0x20; }
-
 namespace detail {
 
-// First three letters, folded, the first one in the lowest byte.
+// The first three.
 constexpr std::uint32_t letters_of_month(std::size_t month) {
-  std::uint32_t letters = 0;
-  for (std::size_t i = 0; i < abbreviation_length; ++i) {
-    letters |= folded(static_cast<unsigned char>(month_names[month][i])) << (8 * i);
-  }
-  return letters;
+  return static_cast<std::uint32_t>(letters_of(month_names[month].substr(0, abbreviation_length)));
 }
 
 struct MonthSlot {
@@ -188,37 +181,37 @@ struct MonthSlot {
   std::uint32_t month;
 };
 
-// A multiplier that sends the months to different slots, and the slots.
+// A multiplication sends the months' letters to different slots of a small table; the factor was found by trial.
 constexpr std::uint32_t month_slot_bits = 4;
-struct MonthSlots {
-  std::uint32_t multiplier;
-  std::array<MonthSlot, 1U << month_slot_bits> slots;
-};
 
-constexpr std::uint32_t month_slot(std::uint32_t letters, std::uint32_t multiplier) {
-  return letters * multiplier >> (32 - month_slot_bits);
+constexpr std::uint32_t month_slot(std::uint32_t letters) {
+  constexpr std::uint32_t factor = 0x67E5;
+  return letters * factor >> (32 - month_slot_bits);
 }
 
-constexpr MonthSlots months_by_letters = [] {
-  for (std::uint32_t multiplier = 1;; multiplier += 2) {
-    MonthSlots table{multiplier, {}};
-    bool apart = true;
-    for (std::uint32_t month = 0; month < 12; ++month) {
-      MonthSlot& slot = table.slots[month_slot(letters_of_month(month), multiplier)];
-      apart = apart && slot.month == 0;
-      slot = {letters_of_month(month), month + 1};
-    }
-    if (apart) return table;
+inline constexpr auto month_slots = [] {
+  std::array<MonthSlot, 1U << month_slot_bits> slots{};
+  for (std::uint32_t month = 0; month < month_names.size(); ++month) {
+    slots[month_slot(letters_of_month(month))] = {letters_of_month(month), month + 1};
   }
+  return slots;
 }();
 
 }  // namespace detail
 
-// The month, 1 to 12, whose name begins with these letters, folded, the first one in the lowest byte; or 0.
+// The month, 1 to 12, whose name begins with these three letters, or 0.
 constexpr std::uint32_t month_of(std::uint32_t letters) {
-  using detail::months_by_letters;
-  const auto& slot = months_by_letters.slots[detail::month_slot(letters, months_by_letters.multiplier)];
+  const detail::MonthSlot& slot = detail::month_slots[detail::month_slot(letters)];
   return slot.letters == letters ? slot.month : 0;
 }
+
+static_assert(
+    [] {
+      for (std::uint32_t month = 0; month < month_names.size(); ++month) {
+        if (month_of(detail::letters_of_month(month)) != month + 1) return false;
+      }
+      return true;
+    }(),
+    "two months share a slot");
 
 }  // namespace zvrt

@@ -67,17 +67,17 @@ enum class Stores : std::uint8_t { never, once_converted, once_read, on_success 
 
 struct Source {
   Stores stores;
-  Status no_memory = ZVRT_RC_OK;
+  Status no_memory;
 };
 
-bool is_blank(const void* text) {
+[[gnu::noinline]] bool is_blank(const void* text) {
   std::size_t i = 0;
   while (load<Wide>(text, i) == ' ') ++i;
   return load<Wide>(text, i) == 0;
 }
 
-// A two-digit year may be 0, and the first year of a model decides that it is one.
-DtKind kind_of_timestamp(const FmtCode* model) {
+// A two-digit year may be 0, and the first year of a model decides that it is one. Matters for the year 0 only.
+[[gnu::noinline]] DtKind kind_of_timestamp(const FmtCode* model) {
   for (; model->code != FMT_END && model->code != FMT_YYYY; ++model) {
     if (model->code == FMT_YY) return ZVRT_DT_TIMESTAMP_YY;
   }
@@ -86,19 +86,19 @@ DtKind kind_of_timestamp(const FmtCode* model) {
 
 // Parses and validates; the destination is written only when both succeed.
 template <class Record>
-Status read_wide(const Call& call, const void* text, std::int32_t chars) {
+[[gnu::always_inline]] inline Status read_wide(const DtFormatDesc& format, const void* text, std::int32_t chars,
+                                               void* dst) {
   using Traits = RecordTraits<Record>;
   constexpr bool is_timestamp = std::is_same_v<Record, ZVRTTS>;
-  const DtFormatDesc& format = *call.fldDef->dtFormat;
   ZVRTTS ts;
   if (const Status status = parse(text, chars, format.model, format.modelLen, ts); status != ZVRT_RC_OK) {
     return is_timestamp && is_blank(text) ? ZVRT_RC_BLANK_TEXT : status;
   }
-  const DtKind kind = is_timestamp ? kind_of_timestamp(format.model) : Traits::kind;
+  const DtKind kind = is_timestamp && ts.year == 0 ? kind_of_timestamp(format.model) : Traits::kind;
   if (const Status status = validate(ts, kind); status != ZVRT_RC_OK) return status;
   const Record& record = Traits::cut(ts);
-  std::memcpy(call.dst, &record, sizeof record);
-  std::memset(static_cast<std::byte*>(call.dst) + sizeof record, 0, Traits::slot - sizeof record);
+  std::memcpy(dst, &record, sizeof record);
+  std::memset(static_cast<std::byte*>(dst) + sizeof record, 0, Traits::slot - sizeof record);
   return ZVRT_RC_OK;
 }
 
@@ -118,33 +118,47 @@ Status read_by_way_of_wide(const Call& call, Text<typename From::Unit> text, Wid
     if (status != ZVRT_RC_OK) return status;
   }
   if (source.stores == Stores::once_converted) store_if_zero(call.srcLen, text.count);
-  return read_wide<ZVRTTS>(call, wide, static_cast<std::int32_t>(chars));
+  return read_wide<ZVRTTS>(*call.fldDef->dtFormat, wide, static_cast<std::int32_t>(chars), call.dst);
 }
 
-template <class From, class Record, Source source>
-Status read(const Call& call) {
+// Arguments refused before the source is looked at.
+template <class Record>
+Status refused(const Call& call) {
   constexpr std::int32_t slot = RecordTraits<Record>::slot;
   if (!is_complete(call)) return ZVRT_RC_ERROR;
-  if (call.dstSize < slot) {
-    *call.outLen = slot;
-    return ZVRT_RC_TRUNCATED;
-  }
+  if (call.dstSize >= slot) return ZVRT_RC_OK;
+  *call.outLen = slot;
+  return ZVRT_RC_TRUNCATED;
+}
+
+template <class From, Source source>
+Status read(const Call& call) {
+  if (const Status status = refused<ZVRTTS>(call); status != ZVRT_RC_OK) return status;
   const auto text = From::measure(call);
   if (text.count == 0) return ZVRT_RC_INVALID_PARAM;
+  constexpr std::int32_t longest = INT32_MAX / 4 - 1;  // whose size can be told in bytes
+  if (text.count > longest) return source.no_memory;
+  Scratch<Wide, usual_length> wide(static_cast<std::uint64_t>(text.count) + 1);
+  if (wide.get() == nullptr) return source.no_memory;
 
-  Status status = ZVRT_RC_OK;
-  if constexpr (std::is_same_v<From, WVarcharSz>) {
-    status = read_wide<Record>(call, text.at, text.count);
-  } else {
-    constexpr std::int32_t longest = INT32_MAX / 4 - 1;  // whose size can be told in bytes
-    if (text.count > longest) return source.no_memory;
-    Scratch<Wide, usual_length> wide(static_cast<std::uint64_t>(text.count) + 1);
-    if (wide.get() == nullptr) return source.no_memory;
-    status = read_by_way_of_wide<From, source>(call, text, wide.get());
-  }
-  *call.outLen = slot;
+  const Status status = read_by_way_of_wide<From, source>(call, text, wide.get());
+  *call.outLen = RecordTraits<ZVRTTS>::slot;
   if (source.stores == Stores::once_read || (source.stores == Stores::on_success && status == ZVRT_RC_OK)) {
     store_if_zero(call.srcLen, text.count * std::int64_t{sizeof(typename From::Unit)});
+  }
+  return status;
+}
+
+// Wide terminated text is read where it is. Its terminator ends the reading, so its length is measured only for a
+// caller who asks.
+template <class Record, Stores stores>
+Status read_in_place(const Call& call) {
+  if (const Status status = refused<Record>(call); status != ZVRT_RC_OK) return status;
+  if (load<Wide>(call.src) == 0) return ZVRT_RC_INVALID_PARAM;
+  const Status status = read_wide<Record>(*call.fldDef->dtFormat, call.src, INT32_MAX, call.dst);
+  *call.outLen = RecordTraits<Record>::slot;
+  if (stores == Stores::once_read && call.srcLen != nullptr && *call.srcLen == 0) {
+    *call.srcLen = static_cast<std::int32_t>(bytes_of<WVarcharSz>(WVarcharSz::measure(call).count));
   }
   return status;
 }
@@ -171,12 +185,12 @@ uint32_t ZVRTCnvZVRTTSToChar(CNV_PARAMS)            { return write_through_wide<
 uint32_t ZVRTCnvZVRTTSToVarchar(CNV_PARAMS)         { return write_through_wide<Varchar,   accepts_empty, error>(CNV_CALL); }
 uint32_t ZVRTCnvZVRTTSToVarcharSz(CNV_PARAMS)       { return write_through_wide<VarcharSz, accepts_empty, error>(CNV_CALL); }
 
-uint32_t ZVRTCnvDateTimeCharToZVRTTS(CNV_PARAMS)     { return read<Char,                  ZVRTTS,   Source{Stores::never,          no_memory}>(CNV_CALL); }
-uint32_t ZVRTCnvDateTimeVarcharToZVRTTS(CNV_PARAMS)  { return read<UnsignedVarchar,       ZVRTTS,   Source{Stores::once_converted, no_memory}>(CNV_CALL); }
-uint32_t ZVRTCnvDateTimeSzToZVRTTS(CNV_PARAMS)       { return read<VarcharSz,             ZVRTTS,   Source{Stores::on_success,     error}>(CNV_CALL); }
-uint32_t ZVRTCnvDateTimeWcharToZVRTTS(CNV_PARAMS)    { return read<CharacterCountedWChar, ZVRTTS,   Source{Stores::never,          error}>(CNV_CALL); }
-uint32_t ZVRTCnvDateTimeWVarcharToZVRTTS(CNV_PARAMS) { return read<WVarchar,              ZVRTTS,   Source{Stores::once_read,      no_memory}>(CNV_CALL); }
-uint32_t ZVRTCnvDateTimeWSzToZVRTTS(CNV_PARAMS)      { return read<WVarcharSz,            ZVRTTS,   Source{Stores::once_read}>(CNV_CALL); }
-uint32_t ZVRTCnvDateTimeWSzToZVRTDate(CNV_PARAMS)    { return read<WVarcharSz,            ZVRTDate, Source{Stores::once_read}>(CNV_CALL); }
-uint32_t ZVRTCnvDateTimeWSzToZVRTTime(CNV_PARAMS)    { return read<WVarcharSz,            ZVRTTime, Source{Stores::never}>(CNV_CALL); }
+uint32_t ZVRTCnvDateTimeCharToZVRTTS(CNV_PARAMS)     { return read<Char,                  Source{Stores::never,          no_memory}>(CNV_CALL); }
+uint32_t ZVRTCnvDateTimeVarcharToZVRTTS(CNV_PARAMS)  { return read<UnsignedVarchar,       Source{Stores::once_converted, no_memory}>(CNV_CALL); }
+uint32_t ZVRTCnvDateTimeSzToZVRTTS(CNV_PARAMS)       { return read<VarcharSz,             Source{Stores::on_success,     error}>(CNV_CALL); }
+uint32_t ZVRTCnvDateTimeWcharToZVRTTS(CNV_PARAMS)    { return read<CharacterCountedWChar, Source{Stores::never,          error}>(CNV_CALL); }
+uint32_t ZVRTCnvDateTimeWVarcharToZVRTTS(CNV_PARAMS) { return read<WVarchar,              Source{Stores::once_read,      no_memory}>(CNV_CALL); }
+uint32_t ZVRTCnvDateTimeWSzToZVRTTS(CNV_PARAMS)      { return read_in_place<ZVRTTS,   Stores::once_read>(CNV_CALL); }
+uint32_t ZVRTCnvDateTimeWSzToZVRTDate(CNV_PARAMS)    { return read_in_place<ZVRTDate, Stores::once_read>(CNV_CALL); }
+uint32_t ZVRTCnvDateTimeWSzToZVRTTime(CNV_PARAMS)    { return read_in_place<ZVRTTime, Stores::never>(CNV_CALL); }
 // clang-format on

@@ -1,10 +1,12 @@
 #include "datetime/parser.h"
 
 #include <algorithm>
+#include <array>
 
 #include "datetime/elements.h"
 #include "datetime/meridiem.h"
 #include "frame/units.h"
+#include "numeric/text_to_integer.h"
 
 namespace zvrt {
 
@@ -12,47 +14,37 @@ namespace {
 
 constexpr std::size_t unit = sizeof(Wide);
 
-constexpr bool is_digit(Wide character) { return character - '0' <= 9; }
+constexpr auto month_letters = [] {
+  std::array<Letters, month_names.size()> letters{};
+  for (std::size_t month = 0; month < letters.size(); ++month) letters[month] = letters_of(month_names[month]);
+  return letters;
+}();
 
-// Decimal digits, and among them, at any place, one minus sign: the longest such run of at most so many characters.
 struct DigitRun {
-  std::uint32_t value;  // wraps around
-  std::uint32_t length;
-  bool refused;  // ended by a character that does not belong, not by the limit or the end of the text
+  std::uint32_t value;   // wraps around
+  std::uint32_t length;  // digits, and a minus sign anywhere among them
+  bool refused;          // ended by a character that does not belong, not by the limit or the end of the text
 };
 
-[[gnu::noinline]] DigitRun read_signed_digits(const std::byte* text, std::uint32_t limit) {
-  DigitRun run{0, 0, false};
-  bool negative = false;
-  for (; run.length < limit; ++run.length) {
-    const Wide character = load<Wide>(text, run.length);
-    if (character == 0) break;
-    if (character == '-' && !negative) {
-      negative = true;
-    } else if (is_digit(character)) {
-      run.value = run.value * 10 + (character - '0');
-    } else {
-      run.refused = true;
-      break;
-    }
-  }
-  if (negative) run.value = 0 - run.value;
-  return run;
+// The longest run of at most so many characters: reading more than that is refused, reading just those is not.
+[[gnu::noinline]] DigitRun read_digits(const std::byte* text, std::uint32_t limit) {
+  const auto most = static_cast<std::int32_t>(std::min(limit, static_cast<std::uint32_t>(INT32_MAX)));
+  NumberRun run = read_run(text, 0, most);
+  const bool refused = !run.valid;
+  if (refused) run = read_run(text, 0, run.end);
+  return {static_cast<std::uint32_t>(run.value), static_cast<std::uint32_t>(run.end), refused};
 }
 
-// The same, quick for what nearly every text holds: as many digits as there may be, or fewer and no minus sign.
-inline DigitRun read_digits(const std::byte* text, std::uint32_t limit) {
-  DigitRun run{0, 0, false};
-  for (; run.length < limit; ++run.length) {
-    const Wide character = load<Wide>(text, run.length);
-    if (!is_digit(character)) {
-      if (character == '-') return read_signed_digits(text, limit);
-      run.refused = character != 0;
-      break;
-    }
-    run.value = run.value * 10 + (character - '0');
+// Nearly every number is just so many digits; no character is looked at behind one that is none.
+template <std::size_t count>
+bool read_plain_digits(const std::byte* text, std::uint32_t& value) {
+  value = 0;
+  for (std::size_t i = 0; i < count; ++i) {
+    const Wide digit = load<Wide>(text, i) - '0';
+    if (digit > 9) return false;
+    value = value * 10 + digit;
   }
-  return run;
+  return true;
 }
 
 // Equal over so many characters, in either case; `letters` are lower-case ones, terminated.
@@ -146,12 +138,12 @@ class Parser {
     if constexpr (code == FMT_END) return ZVRT_RC_END_OF_FORMAT;
     switch (element.reads) {
       case Reads::field: return field(element.field);
-      case Reads::year: return year();
+      case Reads::year: return year<element.length>();
       case Reads::month_name: return month(Name::whole);
       case Reads::month_abbreviation: return month(Name::abbreviated);
       case Reads::hour_24: return hour_24();
       case Reads::hour_12: return hour_12();
-      case Reads::fraction: return fraction();
+      case Reads::fraction: return fraction<element.length>();
       case Reads::marker: return marker();
       case Reads::nothing: return ZVRT_RC_OK;
       case Reads::refused: break;
@@ -164,18 +156,16 @@ class Parser {
     remaining_ -= count;
   }
 
-  // A failure to read two digits is retried with one, which makes it the longest run that has anything.
+  // A failure to read two digits is retried with one.
   bool two_digits(std::uint32_t& value) {
-    const Wide tens = load<Wide>(text_) - '0', ones = load<Wide>(text_, 1) - '0';
-    if (tens <= 9 && ones <= 9) [[likely]] {
-      value = tens * 10 + ones;
-      consume(2);
-      return true;
+    std::uint32_t length = 2;
+    if (!read_plain_digits<2>(text_, value)) [[unlikely]] {
+      const DigitRun run = read_digits(text_, 2);
+      value = run.value;
+      length = run.length;
     }
-    const DigitRun run = read_signed_digits(text_, 2);
-    value = run.value;
-    consume(run.length);
-    return run.length > 0;
+    consume(length);
+    return length > 0;
   }
 
   Status field(std::size_t offset) {
@@ -185,9 +175,13 @@ class Parser {
     return ZVRT_RC_OK;
   }
 
+  template <std::uint32_t width>
   Status year() {
-    const DigitRun run = read_digits(text_, entry_->len);
-    if (run.refused) return ZVRT_RC_INVALID_DATETIME;
+    DigitRun run{0, width, false};
+    if (entry_->len != width || !read_plain_digits<width>(text_, run.value)) [[unlikely]] {
+      run = read_digits(text_, entry_->len);
+      if (run.refused) return ZVRT_RC_INVALID_DATETIME;
+    }
     ts_.year = static_cast<std::int16_t>(run.value);
     consume(run.length);
     return ZVRT_RC_OK;
@@ -196,31 +190,21 @@ class Parser {
   enum class Name : bool { whole, abbreviated };
 
   Status month(Name form) {
-    const std::uint32_t month = month_by_abbreviation(text_);
+    const Letters letters = letters_at(text_);
+    const std::uint32_t month = month_of(static_cast<std::uint32_t>(letters & first_letters(abbreviation_length)));
     if (month == 0) return ZVRT_RC_INVALID_DATETIME;
-    std::uint32_t length = abbreviation_length;
-    if (form == Name::whole) {
-      const std::string_view name = month_names[month - 1];
-      for (; length < name.size(); ++length) {
-        if (folded(load<Wide>(text_, length)) != static_cast<unsigned char>(name[length])) {
-          return ZVRT_RC_INVALID_DATETIME;
-        }
-      }
-    }
+    if (form == Name::whole && !is_name_of(month - 1, letters)) return ZVRT_RC_INVALID_DATETIME;
     ts_.month = static_cast<std::uint16_t>(month);
-    consume(length);
+    consume(static_cast<std::uint32_t>(form == Name::whole ? month_names[month - 1].size() : abbreviation_length));
     return ZVRT_RC_OK;
   }
 
-  // 1 to 12, or 0.
-  static std::uint32_t month_by_abbreviation(const std::byte* text) {
-    std::uint32_t letters = 0;
-    for (std::size_t i = 0; i < abbreviation_length; ++i) {
-      const Wide letter = folded(load<Wide>(text, i));
-      if (letter < 'a' || letter > 'z') return 0;
-      letters |= letter << (8 * i);
-    }
-    return month_of(letters);
+  // One name has a ninth letter.
+  bool is_name_of(std::size_t month, Letters letters) const {
+    constexpr std::size_t at_once = sizeof(Letters);
+    const std::string_view name = month_names[month];
+    if ((letters & first_letters(name.size())) != month_letters[month]) return false;
+    return name.size() <= at_once || folded(load<Wide>(text_, at_once)) == static_cast<unsigned char>(name[at_once]);
   }
 
   Status hour_24() {
@@ -240,15 +224,27 @@ class Parser {
     return ZVRT_RC_OK;
   }
 
+  template <std::uint32_t width>
   Status fraction() {
-    constexpr std::uint32_t all_bits_gone = 32;  // so many times ten is a multiple of 2^32
-    const std::uint32_t width = entry_->len;
-    DigitRun run = read_digits(text_, width);
-    if (run.length == 0) return ZVRT_RC_INVALID_DATETIME;
-    for (auto missing = std::min(width - run.length, all_bits_gone); missing > 0; --missing) run.value *= 10;
-    ts_.fraction = run.value;
-    consume(run.length);
+    std::uint32_t length = width;
+    std::uint32_t value = 0;
+    if (entry_->len != width || !read_plain_digits<width>(text_, value)) {
+      const DigitRun run = read_digits(text_, entry_->len);
+      if (run.length == 0) return ZVRT_RC_INVALID_DATETIME;
+      length = run.length;
+      value = scaled(run, entry_->len);
+    }
+    ts_.fraction = value;
+    consume(length);
     return ZVRT_RC_OK;
+  }
+
+  // Fewer digits than the element has stand for its first ones.
+  static std::uint32_t scaled(const DigitRun& run, std::uint32_t width) {
+    constexpr std::uint32_t all_bits_gone = 32;  // so many times ten is a multiple of 2^32
+    std::uint32_t value = run.value;
+    for (auto missing = std::min(width - run.length, all_bits_gone); missing > 0; --missing) value *= 10;
+    return value;
   }
 
   Status marker() {
