@@ -28,6 +28,7 @@ class CsvSource final : public RowSource {
     // An empty field without quotes is null, "" is empty text.
     if (csv_init(&parser_, CSV_STRICT | CSV_STRICT_FINI | CSV_EMPTY_IS_NULL) != 0) throw Failure("out of memory");
     csv_set_space_func(&parser_, [](unsigned char) { return 0; });
+    skip_byte_order_mark();
     find_columns(layout);
   }
   ~CsvSource() override { csv_free(&parser_); }
@@ -48,6 +49,13 @@ class CsvSource final : public RowSource {
   }
 
  private:
+  void skip_byte_order_mark() {
+    std::array<char, 3> mark{};
+    if (std::fread(mark.data(), 1, mark.size(), file_.get()) != mark.size() ||
+        std::string_view(mark.data(), mark.size()) != "\xEF\xBB\xBF")
+      std::rewind(file_.get());
+  }
+
   void find_columns(const Layout& layout) {
     if (!fill()) throw Failure(name_ + ": there is no header");
     const Record header = std::move(rows_.front());
@@ -118,6 +126,7 @@ class CsvSink final : public RowSink {
     for (std::size_t i = 0; i < row.cells.size(); ++i) {
       const Cell& cell = row.cells[i];
       if (cell.kind == Cell::Kind::null) {
+        if (row.cells.size() == 1) throw Failure(name_ + ": a CSV file of one column cannot hold a null");
         if (i != 0) std::fputc(',', file_.get());
       } else {
         put(text_.of(cell), i == 0);
