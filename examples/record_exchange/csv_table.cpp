@@ -18,6 +18,16 @@ struct CloseFile {
 };
 using File = std::unique_ptr<std::FILE, CloseFile>;
 
+// The library's parser, released also when a source's constructor gives up.
+struct Parser : csv_parser {
+  explicit Parser(unsigned char options) : csv_parser{} {
+    if (csv_init(this, options) != 0) throw Failure("out of memory");
+  }
+  Parser(const Parser&) = delete;
+  Parser& operator=(const Parser&) = delete;
+  ~Parser() { csv_free(this); }
+};
+
 using Record = std::vector<std::optional<std::string>>;
 
 // A block of the file is parsed at a time; the rows it completed wait in a queue.
@@ -25,12 +35,10 @@ class CsvSource final : public RowSource {
  public:
   CsvSource(const std::string& name, const Layout& layout) : name_(name), file_(std::fopen(name.c_str(), "rb")) {
     if (!file_) throw Failure(name + ": cannot be read");
-    // An empty field without quotes is null, "" is empty text.
-    if (csv_init(&parser_, CSV_STRICT | CSV_STRICT_FINI | CSV_EMPTY_IS_NULL) != 0) throw Failure("out of memory");
     csv_set_space_func(&parser_, [](unsigned char) { return 0; });
+    skip_byte_order_mark();
     find_columns(layout);
   }
-  ~CsvSource() override { csv_free(&parser_); }
 
   bool next(Row& row) override {
     if (!fill()) return false;
@@ -48,6 +56,13 @@ class CsvSource final : public RowSource {
   }
 
  private:
+  void skip_byte_order_mark() {
+    std::array<char, 3> mark{};
+    if (std::fread(mark.data(), 1, mark.size(), file_.get()) != mark.size() ||
+        std::string_view(mark.data(), mark.size()) != "\xEF\xBB\xBF")
+      std::rewind(file_.get());
+  }
+
   void find_columns(const Layout& layout) {
     if (!fill()) throw Failure(name_ + ": there is no header");
     const Record header = std::move(rows_.front());
@@ -90,7 +105,8 @@ class CsvSource final : public RowSource {
 
   std::string name_;
   File file_;
-  csv_parser parser_{};
+  // An empty field without quotes is null, "" is empty text.
+  Parser parser_{CSV_STRICT | CSV_STRICT_FINI | CSV_EMPTY_IS_NULL};
   std::array<char, 65536> block_{};
   Record begun_;
   std::deque<Record> rows_;
@@ -118,6 +134,7 @@ class CsvSink final : public RowSink {
     for (std::size_t i = 0; i < row.cells.size(); ++i) {
       const Cell& cell = row.cells[i];
       if (cell.kind == Cell::Kind::null) {
+        if (row.cells.size() == 1) throw Failure(name_ + ": a CSV file of one column cannot hold a null");
         if (i != 0) std::fputc(',', file_.get());
       } else {
         put(text_.of(cell), i == 0);

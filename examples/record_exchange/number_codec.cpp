@@ -56,8 +56,11 @@ class NumberCodec : public FieldCodec {
 
  private:
   Status read_decimal(const Cell& cell, Decimal& value) {
-    const Status status = to_wide(cell, wide_);
+    Status status = to_wide(cell, wide_);
+    auto kept = static_cast<std::int32_t>(wide_.length());
+    if (status == ZVRT_RC_OK) status = TrimSpacesW(wide_.data(), &kept, 1, 1);
     if (status != ZVRT_RC_OK) return status;
+    wide_.set_length(static_cast<std::size_t>(kept));
     return value.parse(wide_.view()) ? Status{ZVRT_RC_OK} : Status{rx_not_a_number};
   }
 

@@ -85,7 +85,7 @@ END
 
 # Newline of an EBCDIC page: U+000A is 25, or with --newline lf 15.
 printf '01 R.\n 05 A PIC X(3).\n' >line.cpy
-printf 'A\n"a\nb"\n' >line.csv
+printf '\xEF\xBB\xBFA\n"a\nb"\n' >line.csv # with a byte order mark
 expect 0 export -l line.cpy line.csv nel.dat
 expect 0 export -l line.cpy --newline lf line.csv lf.dat
 same "newlines by choice" <(hexadecimal nel.dat; hexadecimal lf.dat) 812582811582

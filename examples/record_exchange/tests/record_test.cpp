@@ -65,6 +65,8 @@ TEST_F(RecordTest, CarriesCellsThereAndBack) {
       {"A PIC S9(4) COMP-3.", "-0", ZVRT_RC_OK, "00000C", "0"},
       {"A PIC 9(3) COMP-3.", "-1", rx_negative, nullptr, nullptr},
       {"A PIC S9(3) COMP-3.", "1 2", rx_not_a_number, nullptr, nullptr},
+      {"A PIC S9(3) COMP-3.", " ", rx_not_a_number, nullptr, nullptr},
+      {"A PIC S9(3) COMP-3.", " 12 ", ZVRT_RC_OK, "012C", "12"},
       {"A PIC S9(3) COMP-3. *>@ null=blanks", nullptr, rx_null, "4040", "null"},
       {"A PIC S9(3) COMP-3. *>@ null=zeros", nullptr, rx_null, "000C", "null"},
       {"A PIC S9(3) COMP-3. *>@ null=zeros", "0", rx_reads_as_null, nullptr, nullptr},
