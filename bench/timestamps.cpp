@@ -186,7 +186,7 @@ void register_formatting(const Model& model, const Set<ZVRTTS>& records) {
 #if ZVRT_BENCH_WITH_FMT
   const std::wstring chrono = L"{:" + std::wstring(model.wcsftime) + L"}";
   contenders.push_back(contender("fmt::chrono", moments, [&model, chrono](const BrokenDown& moment, std::byte* out) {
-    const wchar_t* end = fmt::format_to(wide(out), fmt::runtime(chrono), moment.time);
+    const wchar_t* end = fmt::vformat_to(wide(out), fmt::wstring_view(chrono), fmt::make_wformat_args(moment.time));
     auto length = static_cast<std::size_t>(end - wide(out));
     if (model.has_fraction) length = append_fraction(wide(out), length, moment.fraction);
     return terminated(wide(out), length);
