@@ -86,7 +86,7 @@ void tell_size(const Call& call) {
 
 Status from_varnum(const Call& call) {
   const Rendered text =
-      render_varnum(static_cast<const std::uint8_t*>(call.src), call.dst, room_in<Wide>(call.dstSize));
+      decimal_kernels.render_varnum(static_cast<const std::uint8_t*>(call.src), call.dst, room_in<Wide>(call.dstSize));
   *call.outLen = text.length;
   tell_size(call);
   return text.status;

@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "numeric/decimal_kernels.h"
+#include "numeric/simd/decimal_vectors.h"
 
 namespace zvrt {
 
@@ -17,6 +18,8 @@ using Vector = __m512i;
 using Mask = std::uint64_t;
 
 constexpr std::uint32_t vector_bytes = 64;
+constexpr std::uint32_t header_bytes = varnum_header;
+constexpr std::uint32_t most_digits = Base100::most_digits;
 
 std::uint32_t least(std::uint32_t a, std::uint32_t b) { return a < b ? a : b; }
 
@@ -26,36 +29,44 @@ __mmask32 first32(std::uint32_t count) { return _bzhi_u32(~0U, count); }
 __mmask16 first16(std::uint32_t count) { return static_cast<__mmask16>(_bzhi_u32(0xFFFF, count)); }
 Mask bit(std::uint32_t index) { return Mask{1} << index; }
 std::uint32_t lowest(Mask bits) { return static_cast<std::uint32_t>(_tzcnt_u64(bits)); }  // 64 where there is none
+std::uint32_t highest(Mask bits) { return 63 - static_cast<std::uint32_t>(_lzcnt_u64(bits)); }
 
+Vector all(const Bytes64& vector) { return _mm512_load_si512(vector.at); }
+__m256i half(const Bytes64& vector) { return _mm256_load_si256(reinterpret_cast<const __m256i*>(vector.at)); }
 Vector repeat(std::uint32_t byte) { return _mm512_set1_epi8(static_cast<char>(byte)); }
-
-struct Positions {
-  alignas(64) std::uint8_t bytes[vector_bytes];
-  constexpr Positions() : bytes() {
-    for (std::uint32_t i = 0; i < vector_bytes; ++i) bytes[i] = static_cast<std::uint8_t>(i);
-  }
-};
-constexpr Positions numbered;
-
 // Every byte's position and an offset.
-Vector positions(std::uint32_t offset) { return _mm512_add_epi8(_mm512_load_si512(numbered.bytes), repeat(offset)); }
+Vector positions(std::uint32_t offset) { return _mm512_add_epi8(all(decimal_vectors.positions), repeat(offset)); }
+Mask bits_of(__m256i signs) { return static_cast<std::uint32_t>(_mm256_movemask_epi8(signs)); }
 
-// Bytes that are zero from `length` on as wide text and its terminator; `most` bounds the length.
-void store_wide(Vector text, std::uint32_t length, std::uint32_t most, void* dst) {
-  auto* out = static_cast<char*>(dst);
-  const std::uint32_t units = length + 1;
-  _mm512_mask_storeu_epi32(out, first16(units), _mm512_cvtepu8_epi32(_mm512_castsi512_si128(text)));
-  const auto store_part = [&](std::uint32_t from, __m128i part) {
-    // Nothing to store is stored at the start: memory behind the text need not be there, and is slow to find missing.
-    const bool some = units > from;
-    _mm512_mask_storeu_epi32(some ? out + from * 4 : out, some ? first16(units - from) : __mmask16{0},
-                             _mm512_cvtepu8_epi32(part));
-  };
-  if (most < 16) return;
-  store_part(16, _mm512_extracti32x4_epi32(text, 1));
-  if (most < 32 || length < 32) return;
-  store_part(32, _mm512_extracti32x4_epi32(text, 2));
-  store_part(48, _mm512_extracti32x4_epi32(text, 3));
+// Stores 16 of a text's characters, as far as they and its terminator lie in this part of it.
+void store_part(char* dst, std::uint32_t part, std::uint32_t length, Vector characters) {
+  const std::uint32_t from = part * 16;
+  // Of a part behind the terminator nothing is stored, at the start: the memory where it belongs need not be there, and
+  // is slow to find missing.
+  const std::uint32_t some = 0U - (length >= from ? 1U : 0U);
+  _mm512_mask_storeu_epi32(dst + (from * 4 & some), first16((length + 1 - from) & some), characters);
+}
+
+// A packed field's half-bytes from the vector's start on, zeros behind them.
+struct HalfBytes {
+  Vector digits;
+  Mask beyond;  // above 9
+  Mask nonzero;
+};
+
+HalfBytes split(const std::uint8_t* field, std::uint32_t size) {
+  constexpr int both_masked = 0xA8;  // (a | b) & c
+  if (size <= 16) {
+    const __m256i pairs = _mm256_cvtepu8_epi16(_mm_maskz_loadu_epi8(first16(size), field));
+    const __m256i digits = _mm256_ternarylogic_epi32(_mm256_srli_epi16(pairs, 4), _mm256_slli_epi16(pairs, 8),
+                                                     half(decimal_vectors.low_halves), both_masked);
+    return {_mm512_zextsi256_si512(digits), bits_of(_mm256_cmpgt_epi8(digits, half(decimal_vectors.nines))),
+            bits_of(_mm256_cmpgt_epi8(digits, _mm256_setzero_si256()))};
+  }
+  const Vector pairs = _mm512_cvtepu8_epi16(_mm256_maskz_loadu_epi8(first32(size), field));
+  const Vector digits = _mm512_ternarylogic_epi32(_mm512_srli_epi16(pairs, 4), _mm512_slli_epi16(pairs, 8),
+                                                  all(decimal_vectors.low_halves), both_masked);
+  return {digits, _mm512_cmpgt_epu8_mask(digits, all(decimal_vectors.nines)), _mm512_test_epi8_mask(digits, digits)};
 }
 
 Rendered render_packed_512(const std::uint8_t* field, std::int64_t bytes, void* dst, std::int32_t room) {
@@ -63,22 +74,33 @@ Rendered render_packed_512(const std::uint8_t* field, std::int64_t bytes, void* 
   if (bytes < 1 || bytes >= vector_bytes / 2) return render_packed(field, bytes, dst, room);
   const auto size = static_cast<std::uint32_t>(bytes);
   const std::uint32_t digits = 2 * size - 1;
-  const Vector pairs = _mm512_cvtepu8_epi16(_mm256_maskz_loadu_epi8(first32(size), field));
-  const Vector halves =
-      _mm512_and_si512(_mm512_or_si512(_mm512_srli_epi16(pairs, 4), _mm512_slli_epi16(pairs, 8)), repeat(0x0F));
+  const HalfBytes halves = split(field, size);
   // The sign's place ends the digits, the last leading zero at the latest.
   const Mask end = bit(digits);
-  const std::uint32_t stop = lowest(_mm512_cmpgt_epu8_mask(halves, repeat(9)) | end);
-  const std::uint32_t start = lowest(_mm512_test_epi8_mask(halves, halves) | end);
+  const std::uint32_t stop = lowest(halves.beyond | end);
+  const std::uint32_t start = lowest(halves.nonzero | end);
   const std::uint32_t negative = (field[size - 1] & 0xF) == 0xD ? 1 : 0;
   const std::uint32_t length = stop - start + negative;
   if (length == 0) return {0, ZVRT_RC_EMPTY_RESULT};
   if (static_cast<std::int64_t>(length) >= room) return render_packed(field, bytes, dst, room);
-  const Vector moved = _mm512_permutexvar_epi8(positions(start - negative), halves);
-  // A sign stands in the place of a zero.
-  const Vector zeros =
-      _mm512_sub_epi8(repeat('0'), _mm512_zextsi128_si512(_mm_cvtsi32_si128(static_cast<int>(negative) * ('0' - '-'))));
-  store_wide(_mm512_maskz_add_epi8(first(length), moved, zeros), length, 2 * size, dst);
+
+  auto* out = static_cast<char*>(dst);
+  // Every lane takes a digit and three times the zero at the end.
+  const Vector offset = _mm512_set1_epi32(static_cast<int>((start - negative) & 0xFF));
+  const auto part = [&](std::uint32_t index, Vector zeros) {
+    const Vector lanes = all(decimal_vectors.digit_lanes[index]);
+    const Vector moved = _mm512_permutexvar_epi8(_mm512_add_epi8(lanes, offset), halves.digits);
+    const __mmask16 there = first16(length - least(length, index * 16));
+    store_part(out, index, length, _mm512_maskz_add_epi32(there, moved, zeros));
+  };
+  const Vector zeros = all(decimal_vectors.wide_zeros);
+  const __m128i sign = _mm_cvtsi32_si128(static_cast<int>(negative) * ('0' - '-'));
+  part(0, _mm512_sub_epi32(zeros, _mm512_zextsi128_si512(sign)));
+  if (size > 7) part(1, zeros);
+  if (length >= 32) {
+    part(2, zeros);
+    part(3, zeros);
+  }
   return {length, stop < digits ? ZVRT_RC_ERROR : ZVRT_RC_OK};
 }
 
@@ -142,9 +164,9 @@ Packed pack_text_512(const void* text, std::uint8_t* field, std::int32_t size) {
   if (loaded.ends == 0 || count > sign_at) return pack_text(text, field, size);
   const Mask digits = first(count) << (sign_at - count);
   const Vector moved = _mm512_maskz_permutexvar_epi8(digits, positions(length - sign_at), loaded.text);
-  const Vector halves =
-      _mm512_mask_mov_epi8(_mm512_and_si512(moved, repeat(0x0F)), bit(sign_at), repeat(0xC + negative));
-  const Vector pairs = _mm512_maddubs_epi16(halves, _mm512_set1_epi16(0x0110));  // upper * 16 + lower
+  const Vector halves = _mm512_mask_mov_epi8(_mm512_and_si512(moved, all(decimal_vectors.low_halves)), bit(sign_at),
+                                             all(decimal_vectors.signs[negative]));
+  const Vector pairs = _mm512_maddubs_epi16(halves, all(decimal_vectors.by_16_and_1));  // upper * 16 + lower
   _mm256_mask_storeu_epi8(field, first32(static_cast<std::uint32_t>(size)), _mm512_cvtepi16_epi8(pairs));
   return {count, static_cast<std::uint32_t>(size)};
 }
@@ -153,63 +175,112 @@ Rendered render_varnum_512(const std::uint8_t* value, void* dst, std::int32_t ro
   const std::uint32_t count = value[0] - 1U;
   if (count < 1 || count > Base100::most_digits || value[1] < 0x80) return render_varnum(value, dst, room);
   const __mmask32 mantissa = first32(count);
-  const __m256i digits = _mm256_sub_epi8(_mm256_maskz_loadu_epi8(mantissa, value + varnum_header), _mm256_set1_epi8(1));
-  if (_mm256_mask_cmpgt_epu8_mask(mantissa, digits, _mm256_set1_epi8(99)) != 0) return {0, ZVRT_RC_ERROR};
+  const __m256i loaded = _mm256_maskz_loadu_epi8(mantissa, value + varnum_header);
+  const __m256i digits = _mm256_sub_epi8(loaded, half(decimal_vectors.ones));
+  if (_mm256_mask_cmpgt_epu8_mask(mantissa, digits, half(decimal_vectors.ninety_nines)) != 0) return {0, ZVRT_RC_ERROR};
   const VarnumText layout = lay_out(value);
   if (layout.length >= room || layout.length >= static_cast<std::int32_t>(vector_bytes)) {
     return render_varnum(value, dst, room);
   }
   // Tens below, ones above: digit << 8 less ten times the tens there, and the tens once.
   const Vector words = _mm512_cvtepu8_epi16(digits);
-  const Vector tens = _mm512_mulhi_epu16(words, _mm512_set1_epi16(6554));
+  const Vector tens = _mm512_mulhi_epu16(words, all(decimal_vectors.tenths));
   const Vector pairs =
-      _mm512_add_epi16(_mm512_slli_epi16(words, 8), _mm512_mullo_epi16(tens, _mm512_set1_epi16(1 - 10 * 256)));
+      _mm512_add_epi16(_mm512_slli_epi16(words, 8), _mm512_mullo_epi16(tens, all(decimal_vectors.ones_less_tens)));
   const auto point = static_cast<std::uint32_t>(layout.point);
   const auto length = static_cast<std::uint32_t>(layout.length);
   const Vector straight = positions(static_cast<std::uint32_t>(layout.skipped));
-  const Vector from = _mm512_mask_sub_epi8(straight, ~first(point), straight, repeat(1));
+  const Vector from = _mm512_mask_sub_epi8(straight, ~first(point), straight, all(decimal_vectors.ones));
   const Mask there = _mm512_cmplt_epu8_mask(from, repeat(2 * count));
-  const Vector characters = _mm512_add_epi8(_mm512_maskz_permutexvar_epi8(there, from, pairs), repeat('0'));
+  const Vector moved = _mm512_maskz_permutexvar_epi8(there, from, pairs);
+  const Vector characters = _mm512_add_epi8(moved, all(decimal_vectors.zeros));
   // Without a fraction the point stands where the text ends.
-  const Vector text = _mm512_mask_mov_epi8(characters, bit(point), repeat('.'));
-  store_wide(_mm512_maskz_mov_epi8(first(length), text), length, vector_bytes, dst);
+  const Vector text =
+      _mm512_maskz_mov_epi8(first(length), _mm512_mask_mov_epi8(characters, bit(point), all(decimal_vectors.points)));
+
+  auto* out = static_cast<char*>(dst);
+  store_part(out, 0, length, _mm512_cvtepu8_epi32(_mm512_castsi512_si128(text)));
+  store_part(out, 1, length, _mm512_cvtepu8_epi32(_mm512_extracti32x4_epi32(text, 1)));
+  if (length >= 32) {
+    store_part(out, 2, length, _mm512_cvtepu8_epi32(_mm512_extracti32x4_epi32(text, 2)));
+    store_part(out, 3, length, _mm512_cvtepu8_epi32(_mm512_extracti32x4_epi32(text, 3)));
+  }
   return {length, ZVRT_RC_OK};
+}
+
+// What a text's characters are, a bit each, up to a terminator that is among them.
+struct Characters {
+  Vector values;  // of digits
+  Mask inside;    // before the terminator
+  Mask digits;
+  Mask points;
+  Mask nonzero;
+};
+
+Characters classify(const Loaded& loaded) {
+  const Mask inside = ~loaded.ends & (loaded.ends - 1);
+  if (inside <= first(32)) {
+    const __m256i text = _mm512_castsi512_si256(loaded.text);
+    const __m256i values = _mm256_sub_epi8(text, half(decimal_vectors.zeros));
+    const __m256i digits = _mm256_cmpeq_epi8(values, _mm256_min_epu8(values, half(decimal_vectors.nines)));
+    return {_mm512_castsi256_si512(values), inside, bits_of(digits) & inside,
+            bits_of(_mm256_cmpeq_epi8(text, half(decimal_vectors.points))) & inside,
+            ~bits_of(_mm256_cmpeq_epi8(text, half(decimal_vectors.zeros))) & inside};
+  }
+  const Vector values = _mm512_sub_epi8(loaded.text, all(decimal_vectors.zeros));
+  return {values, inside, _mm512_cmple_epu8_mask(values, all(decimal_vectors.nines)) & inside,
+          _mm512_cmpeq_epi8_mask(loaded.text, all(decimal_vectors.points)) & inside,
+          _mm512_test_epi8_mask(values, values) & inside};
+}
+
+Encoded zero_varnum(std::uint32_t length, std::uint8_t* dst, std::int32_t room) {
+  if (room >= varnum_header) {
+    dst[0] = 1;
+    dst[1] = zero_exponent;
+  }
+  return {static_cast<std::int32_t>(length), varnum_header};
 }
 
 template <class Unit>
 Encoded encode_varnum_512(const void* text, std::uint8_t* dst, std::int32_t room) {
+  // The header and a zero that completes the first pair come before the digits.
+  constexpr std::uint32_t most = vector_bytes - 2 * header_bytes - 1;
   const Loaded loaded = sizeof(Unit) == 1 ? load_narrow(text) : load_wide<true>(text);
-  if (loaded.ends == 0) return encode_varnum<Unit>(text, dst, room);
   const std::uint32_t length = lowest(loaded.ends);
-  const Mask inside = first(length);
-  const Vector values = _mm512_sub_epi8(loaded.text, repeat('0'));
-  const Mask digits = _mm512_cmplt_epu8_mask(values, repeat(10));
-  const Mask points = _mm512_cmpeq_epi8_mask(loaded.text, repeat('.')) & inside;
-  if (((inside & ~digits & ~points) | _blsr_u64(points)) != 0) return {static_cast<std::int32_t>(length), 0};
+  if (length > most) return encode_varnum<Unit>(text, dst, room);
+  const Characters characters = classify(loaded);
+  const Mask points = characters.points;
+  if ((characters.digits | points) != characters.inside || (points & (points - 1)) != 0) {
+    return {static_cast<std::int32_t>(length), 0};
+  }
+  const Mask nonzero = characters.nonzero & ~points;
+  if (nonzero == 0) return zero_varnum(length, dst, room);
 
   // The point falls between two pairs when an odd number of digits before it gets a zero in front.
   const std::uint32_t point = lowest(points | bit(length));
   const std::uint32_t odd = point % 2;
-  const Mask used = first(length - (points != 0 ? 1 : 0)) << odd;
-  const Vector straight = positions(0 - odd);
-  const Vector from = _mm512_mask_sub_epi8(straight, ~first(point + odd), straight, repeat(0xFF));
-  const Vector squeezed = _mm512_maskz_permutexvar_epi8(used, from, values);
-  const __m256i pairs = _mm512_cvtepi16_epi8(_mm512_maddubs_epi16(squeezed, _mm512_set1_epi16(0x010A)));
+  const auto pair_of = [=](std::uint32_t at) { return (at - (at > point ? 1 : 0) + odd) / 2; };
+  const std::uint32_t leading = pair_of(lowest(nonzero));
+  const std::uint32_t last = pair_of(highest(nonzero));
+  const std::uint32_t count = least(last - leading + 1, most_digits);
 
-  const std::uint32_t filled = _mm256_test_epi8_mask(pairs, pairs);
-  const std::uint32_t leading = _tzcnt_u32(filled);
-  const std::uint32_t last = 31 - _lzcnt_u32(filled);
-  std::uint32_t size = varnum_header + least(last - leading + 1, Base100::most_digits);
-  std::uint32_t exponent = positive_exponent + (point + odd) / 2 - leading - 1;
-  if (filled == 0) {
-    size = varnum_header;
-    exponent = zero_exponent;
+  // The first pair that is not zero goes behind the header. Of the characters, those behind the point move up by one.
+  const std::uint32_t shift = 2 * header_bytes + odd - 2 * leading;  // below 0 when many pairs are left out
+  const Vector straight = positions(0 - shift);
+  const Vector behind = repeat(point);
+  const Vector from = _mm512_mask_sub_epi8(straight, _mm512_cmpge_epi8_mask(straight, behind), straight,
+                                           all(decimal_vectors.minus_ones));
+  const Mask completing = shift == 2 * header_bytes + 1 ? bit(2 * header_bytes) : 0;
+  const Mask used = first(length + shift - (points != 0 ? 1 : 0)) & ~completing;
+  const Vector squeezed = _mm512_maskz_permutexvar_epi8(used, from, characters.values);
+  const __m256i pairs = _mm512_cvtepi16_epi8(_mm512_maddubs_epi16(squeezed, all(decimal_vectors.by_10_and_1)));
+  const std::uint32_t size = header_bytes + count;
+  if (static_cast<std::int32_t>(size) <= room) {
+    const std::uint32_t exponent = std::uint32_t{positive_exponent} - 1 + (point + odd) / 2 - leading;
+    const auto header = static_cast<std::uint16_t>((size - 1) | exponent << 8);
+    _mm256_mask_storeu_epi8(dst, first32(size), _mm256_add_epi8(pairs, half(decimal_vectors.ones)));
+    std::memcpy(dst, &header, sizeof header);
   }
-  const __m256i moved = _mm256_permutexvar_epi8(_mm512_castsi512_si256(positions(leading - varnum_header)), pairs);
-  const __m256i mantissa = _mm256_add_epi8(moved, _mm256_set1_epi8(1));
-  const __m256i header = _mm256_set1_epi16(static_cast<short>((size - 1) | exponent << 8));
-  const __m256i value = _mm256_mask_mov_epi8(mantissa, 0x3, header);
-  if (static_cast<std::int32_t>(size) <= room) _mm256_mask_storeu_epi8(dst, first32(size), value);
   return {static_cast<std::int32_t>(length), static_cast<std::int32_t>(size)};
 }
 
