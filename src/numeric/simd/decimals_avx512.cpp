@@ -47,26 +47,23 @@ void store_part(char* dst, std::uint32_t part, std::uint32_t length, Vector char
   _mm512_mask_storeu_epi32(dst + (from * 4 & some), first16((length + 1 - from) & some), characters);
 }
 
-// A packed field's half-bytes from the vector's start on, zeros behind them.
-struct HalfBytes {
-  Vector digits;
-  Mask beyond;  // above 9
-  Mask nonzero;
-};
-
-HalfBytes split(const std::uint8_t* field, std::uint32_t size) {
+// A packed field's half-bytes from the vector's start on, zeros behind them; which are above 9, which are not zero.
+void split(const std::uint8_t* field, std::uint32_t size, Vector& digits, Mask& beyond, Mask& nonzero) {
   constexpr int both_masked = 0xA8;  // (a | b) & c
   if (size <= 16) {
     const __m256i pairs = _mm256_cvtepu8_epi16(_mm_maskz_loadu_epi8(first16(size), field));
-    const __m256i digits = _mm256_ternarylogic_epi32(_mm256_srli_epi16(pairs, 4), _mm256_slli_epi16(pairs, 8),
+    const __m256i halves = _mm256_ternarylogic_epi32(_mm256_srli_epi16(pairs, 4), _mm256_slli_epi16(pairs, 8),
                                                      half(decimal_vectors.low_halves), both_masked);
-    return {_mm512_zextsi256_si512(digits), bits_of(_mm256_cmpgt_epi8(digits, half(decimal_vectors.nines))),
-            bits_of(_mm256_cmpgt_epi8(digits, _mm256_setzero_si256()))};
+    beyond = bits_of(_mm256_cmpgt_epi8(halves, half(decimal_vectors.nines)));
+    nonzero = bits_of(_mm256_cmpgt_epi8(halves, _mm256_setzero_si256()));
+    digits = _mm512_zextsi256_si512(halves);
+  } else {
+    const Vector pairs = _mm512_cvtepu8_epi16(_mm256_maskz_loadu_epi8(first32(size), field));
+    digits = _mm512_ternarylogic_epi32(_mm512_srli_epi16(pairs, 4), _mm512_slli_epi16(pairs, 8),
+                                       all(decimal_vectors.low_halves), both_masked);
+    beyond = _mm512_cmpgt_epu8_mask(digits, all(decimal_vectors.nines));
+    nonzero = _mm512_test_epi8_mask(digits, digits);
   }
-  const Vector pairs = _mm512_cvtepu8_epi16(_mm256_maskz_loadu_epi8(first32(size), field));
-  const Vector digits = _mm512_ternarylogic_epi32(_mm512_srli_epi16(pairs, 4), _mm512_slli_epi16(pairs, 8),
-                                                  all(decimal_vectors.low_halves), both_masked);
-  return {digits, _mm512_cmpgt_epu8_mask(digits, all(decimal_vectors.nines)), _mm512_test_epi8_mask(digits, digits)};
 }
 
 Rendered render_packed_512(const std::uint8_t* field, std::int64_t bytes, void* dst, std::int32_t room) {
@@ -74,11 +71,14 @@ Rendered render_packed_512(const std::uint8_t* field, std::int64_t bytes, void* 
   if (bytes < 1 || bytes >= vector_bytes / 2) return render_packed(field, bytes, dst, room);
   const auto size = static_cast<std::uint32_t>(bytes);
   const std::uint32_t digits = 2 * size - 1;
-  const HalfBytes halves = split(field, size);
+  Vector halves;
+  Mask beyond;
+  Mask nonzero;
+  split(field, size, halves, beyond, nonzero);
   // The sign's place ends the digits, the last leading zero at the latest.
   const Mask end = bit(digits);
-  const std::uint32_t stop = lowest(halves.beyond | end);
-  const std::uint32_t start = lowest(halves.nonzero | end);
+  const std::uint32_t stop = lowest(beyond | end);
+  const std::uint32_t start = lowest(nonzero | end);
   const std::uint32_t negative = (field[size - 1] & 0xF) == 0xD ? 1 : 0;
   const std::uint32_t length = stop - start + negative;
   if (length == 0) return {0, ZVRT_RC_EMPTY_RESULT};
@@ -89,7 +89,7 @@ Rendered render_packed_512(const std::uint8_t* field, std::int64_t bytes, void* 
   const Vector offset = _mm512_set1_epi32(static_cast<int>((start - negative) & 0xFF));
   const auto part = [&](std::uint32_t index, Vector zeros) {
     const Vector lanes = all(decimal_vectors.digit_lanes[index]);
-    const Vector moved = _mm512_permutexvar_epi8(_mm512_add_epi8(lanes, offset), halves.digits);
+    const Vector moved = _mm512_permutexvar_epi8(_mm512_add_epi8(lanes, offset), halves);
     const __mmask16 there = first16(length - least(length, index * 16));
     store_part(out, index, length, _mm512_maskz_add_epi32(there, moved, zeros));
   };
@@ -106,11 +106,6 @@ Rendered render_packed_512(const std::uint8_t* field, std::int64_t bytes, void* 
 
 // What of a text lies in its first page, in a vector's bytes: reading it all cannot fail, whereas the next page need
 // not be there. The sanitizers know no pages.
-struct Loaded {
-  Vector text;
-  Mask ends;  // the zero bytes within
-};
-
 template <class Unit>
 std::uint32_t units_in_page(const void* text) {
   constexpr std::uint32_t page_bytes = 4096;
@@ -118,56 +113,65 @@ std::uint32_t units_in_page(const void* text) {
   return least((page_bytes - into_page) / sizeof(Unit), vector_bytes);
 }
 
-__attribute__((no_sanitize("address"))) Vector load_units(const void* text, std::uint32_t index, std::uint32_t units) {
-  const std::uint32_t there = units > index ? units - index : 0;
-  return _mm512_maskz_loadu_epi32(first16(there), static_cast<const char*>(text) + index * sizeof(Wide));
+Mask ends_of(__m256i text, std::uint32_t readable) {
+  return bits_of(_mm256_cmpeq_epi8(text, _mm256_setzero_si256())) & first32(readable);
 }
 
-// Wide characters as bytes: their low ones, or where `saturated` 0xFF for what is no byte.
-template <bool saturated>
-__m128i narrowed(Vector units) {
-  return saturated ? _mm512_cvtusepi32_epi8(units) : _mm512_cvtepi32_epi8(units);
+__attribute__((no_sanitize("address"))) __m128i load_narrowed(const void* text, std::uint32_t index,
+                                                              std::uint32_t readable) {
+  const __mmask16 there = first16(readable - least(readable, index));
+  const Vector units = _mm512_maskz_loadu_epi32(there, static_cast<const char*>(text) + index * sizeof(Wide));
+  return _mm512_cvtusepi32_epi8(units);
 }
 
-template <bool saturated>
-Loaded load_wide(const void* text) {
-  const std::uint32_t units = units_in_page<Wide>(text);
-  const Vector a = load_units(text, 0, units);
-  const Vector b = load_units(text, 16, units);
-  Mask ends = _mm512_testn_epi32_mask(a, a) | Mask{_mm512_testn_epi32_mask(b, b)} << 16;
-  __m256i low = _mm256_inserti128_si256(_mm256_castsi128_si256(narrowed<saturated>(a)), narrowed<saturated>(b), 1);
-  const Mask here = first(units);
-  if ((ends & here & first(32)) != 0) return {_mm512_zextsi256_si512(low), ends & here};
-  const Vector c = load_units(text, 32, units);
-  const Vector d = load_units(text, 48, units);
-  ends = Mask{_mm512_testn_epi32_mask(c, c)} << 32 | Mask{_mm512_testn_epi32_mask(d, d)} << 48;
-  const __m256i high =
-      _mm256_inserti128_si256(_mm256_castsi128_si256(narrowed<saturated>(c)), narrowed<saturated>(d), 1);
-  return {_mm512_inserti64x4(_mm512_castsi256_si512(low), high, 1), ends & here};
+__m256i load_narrowed_pair(const void* text, std::uint32_t index, std::uint32_t readable) {
+  return _mm256_set_m128i(load_narrowed(text, index + 16, readable), load_narrowed(text, index, readable));
 }
 
-__attribute__((no_sanitize("address"))) Loaded load_narrow(const void* text) {
-  const Mask here = first(units_in_page<char>(text));
-  const Vector bytes = _mm512_maskz_loadu_epi8(here, text);
-  return {bytes, _mm512_mask_testn_epi8_mask(here, bytes, bytes)};
+// Loads a text into bytes, 0xFF for a wide character that is none. Returns its zero bytes as far as they are known: at
+// least the lowest, and none beyond the lower half unless the lower half has none.
+Mask load_wide(const void* text, Vector& bytes) {
+  const std::uint32_t readable = units_in_page<Wide>(text);
+  const __m256i low = load_narrowed_pair(text, 0, readable);
+  bytes = _mm512_zextsi256_si512(low);
+  if (const Mask ends = ends_of(low, readable); ends != 0) return ends;
+  bytes = _mm512_inserti64x4(bytes, load_narrowed_pair(text, 32, readable), 1);
+  return _mm512_mask_testn_epi8_mask(first(readable), bytes, bytes);
+}
+
+__attribute__((no_sanitize("address"))) Mask load_narrow(const void* text, Vector& bytes) {
+  const std::uint32_t readable = units_in_page<char>(text);
+  const __m256i low = _mm256_maskz_loadu_epi8(first32(readable), text);
+  bytes = _mm512_zextsi256_si512(low);
+  if (const Mask ends = ends_of(low, readable); ends != 0) return ends;
+  bytes = _mm512_maskz_loadu_epi8(first(readable), text);
+  return _mm512_mask_testn_epi8_mask(first(readable), bytes, bytes);
 }
 
 Packed pack_text_512(const void* text, std::uint8_t* field, std::int32_t size) {
   if (size < 1 || size > static_cast<std::int32_t>(vector_bytes / 2)) return pack_text(text, field, size);
-  const Loaded loaded = load_wide<false>(text);
-  const std::uint32_t length = lowest(loaded.ends);
+  Vector bytes;
+  const Mask ends = load_wide(text, bytes);
+  const std::uint32_t length = lowest(ends);
   Wide leader;
   std::memcpy(&leader, text, sizeof leader);
   const std::uint32_t negative = leader == '-' ? 1 : 0;
   const std::uint32_t count = length - negative;
   const auto sign_at = 2 * static_cast<std::uint32_t>(size) - 1;
-  if (loaded.ends == 0 || count > sign_at) return pack_text(text, field, size);
+  if (ends == 0 || count > sign_at) return pack_text(text, field, size);
+  // Only bytes below 0x80 are sure to be whole characters.
+  const bool wide =
+      ends <= first(32) ? _mm256_movemask_epi8(_mm512_castsi512_si256(bytes)) != 0 : _mm512_movepi8_mask(bytes) != 0;
+  if (wide) return pack_text(text, field, size);
   const Mask digits = first(count) << (sign_at - count);
-  const Vector moved = _mm512_maskz_permutexvar_epi8(digits, positions(length - sign_at), loaded.text);
-  const Vector halves = _mm512_mask_mov_epi8(_mm512_and_si512(moved, all(decimal_vectors.low_halves)), bit(sign_at),
-                                             all(decimal_vectors.signs[negative]));
+  const Vector moved = _mm512_maskz_permutexvar_epi8(digits, positions(length - sign_at), bytes);
+  const Vector halves = _mm512_and_si512(moved, all(decimal_vectors.low_halves));
   const Vector pairs = _mm512_maddubs_epi16(halves, all(decimal_vectors.by_16_and_1));  // upper * 16 + lower
-  _mm256_mask_storeu_epi8(field, first32(static_cast<std::uint32_t>(size)), _mm512_cvtepi16_epi8(pairs));
+  const __m256i packed = _mm512_cvtepi16_epi8(pairs);
+  const __mmask32 all_bytes = first32(static_cast<std::uint32_t>(size));
+  const __m256i value =
+      _mm256_mask_add_epi8(packed, all_bytes ^ all_bytes >> 1, packed, half(decimal_vectors.signs[negative]));
+  _mm256_mask_storeu_epi8(field, all_bytes, value);
   return {count, static_cast<std::uint32_t>(size)};
 }
 
@@ -208,29 +212,22 @@ Rendered render_varnum_512(const std::uint8_t* value, void* dst, std::int32_t ro
   return {length, ZVRT_RC_OK};
 }
 
-// What a text's characters are, a bit each, up to a terminator that is among them.
-struct Characters {
-  Vector values;  // of digits
-  Mask inside;    // before the terminator
-  Mask digits;
-  Mask points;
-  Mask nonzero;
-};
-
-Characters classify(const Loaded& loaded) {
-  const Mask inside = ~loaded.ends & (loaded.ends - 1);
+// The values of a text's digits; of the characters before its end, which are digits, points, and not the digit 0.
+void classify(const Vector& bytes, Mask inside, Vector& values, Mask& digits, Mask& points, Mask& nonzero) {
   if (inside <= first(32)) {
-    const __m256i text = _mm512_castsi512_si256(loaded.text);
-    const __m256i values = _mm256_sub_epi8(text, half(decimal_vectors.zeros));
-    const __m256i digits = _mm256_cmpeq_epi8(values, _mm256_min_epu8(values, half(decimal_vectors.nines)));
-    return {_mm512_castsi256_si512(values), inside, bits_of(digits) & inside,
-            bits_of(_mm256_cmpeq_epi8(text, half(decimal_vectors.points))) & inside,
-            ~bits_of(_mm256_cmpeq_epi8(text, half(decimal_vectors.zeros))) & inside};
+    const __m256i text = _mm512_castsi512_si256(bytes);
+    const __m256i zeros = half(decimal_vectors.zeros);
+    const __m256i low = _mm256_sub_epi8(text, zeros);
+    digits = bits_of(_mm256_cmpeq_epi8(low, _mm256_min_epu8(low, half(decimal_vectors.nines)))) & inside;
+    points = bits_of(_mm256_cmpeq_epi8(text, half(decimal_vectors.points))) & inside;
+    nonzero = ~bits_of(_mm256_cmpeq_epi8(text, zeros)) & inside;
+    values = _mm512_castsi256_si512(low);
+  } else {
+    values = _mm512_sub_epi8(bytes, all(decimal_vectors.zeros));
+    digits = _mm512_cmple_epu8_mask(values, all(decimal_vectors.nines)) & inside;
+    points = _mm512_cmpeq_epi8_mask(bytes, all(decimal_vectors.points)) & inside;
+    nonzero = _mm512_test_epi8_mask(values, values) & inside;
   }
-  const Vector values = _mm512_sub_epi8(loaded.text, all(decimal_vectors.zeros));
-  return {values, inside, _mm512_cmple_epu8_mask(values, all(decimal_vectors.nines)) & inside,
-          _mm512_cmpeq_epi8_mask(loaded.text, all(decimal_vectors.points)) & inside,
-          _mm512_test_epi8_mask(values, values) & inside};
 }
 
 Encoded zero_varnum(std::uint32_t length, std::uint8_t* dst, std::int32_t room) {
@@ -238,22 +235,25 @@ Encoded zero_varnum(std::uint32_t length, std::uint8_t* dst, std::int32_t room) 
     dst[0] = 1;
     dst[1] = zero_exponent;
   }
-  return {static_cast<std::int32_t>(length), varnum_header};
+  return {length, varnum_header};
 }
 
 template <class Unit>
 Encoded encode_varnum_512(const void* text, std::uint8_t* dst, std::int32_t room) {
   // The header and a zero that completes the first pair come before the digits.
   constexpr std::uint32_t most = vector_bytes - 2 * header_bytes - 1;
-  const Loaded loaded = sizeof(Unit) == 1 ? load_narrow(text) : load_wide<true>(text);
-  const std::uint32_t length = lowest(loaded.ends);
+  Vector bytes;
+  const Mask ends = sizeof(Unit) == 1 ? load_narrow(text, bytes) : load_wide(text, bytes);
+  const std::uint32_t length = lowest(ends);
   if (length > most) return encode_varnum<Unit>(text, dst, room);
-  const Characters characters = classify(loaded);
-  const Mask points = characters.points;
-  if ((characters.digits | points) != characters.inside || (points & (points - 1)) != 0) {
-    return {static_cast<std::int32_t>(length), 0};
-  }
-  const Mask nonzero = characters.nonzero & ~points;
+  const Mask inside = ~ends & (ends - 1);
+  Vector values;
+  Mask digits;
+  Mask points;
+  Mask nonzero;
+  classify(bytes, inside, values, digits, points, nonzero);
+  if ((digits | points) != inside || (points & (points - 1)) != 0) return {length, 0};
+  nonzero &= ~points;
   if (nonzero == 0) return zero_varnum(length, dst, room);
 
   // The point falls between two pairs when an odd number of digits before it gets a zero in front.
@@ -272,7 +272,7 @@ Encoded encode_varnum_512(const void* text, std::uint8_t* dst, std::int32_t room
                                            all(decimal_vectors.minus_ones));
   const Mask completing = shift == 2 * header_bytes + 1 ? bit(2 * header_bytes) : 0;
   const Mask used = first(length + shift - (points != 0 ? 1 : 0)) & ~completing;
-  const Vector squeezed = _mm512_maskz_permutexvar_epi8(used, from, characters.values);
+  const Vector squeezed = _mm512_maskz_permutexvar_epi8(used, from, values);
   const __m256i pairs = _mm512_cvtepi16_epi8(_mm512_maddubs_epi16(squeezed, all(decimal_vectors.by_10_and_1)));
   const std::uint32_t size = header_bytes + count;
   if (static_cast<std::int32_t>(size) <= room) {
@@ -281,7 +281,7 @@ Encoded encode_varnum_512(const void* text, std::uint8_t* dst, std::int32_t room
     _mm256_mask_storeu_epi8(dst, first32(size), _mm256_add_epi8(pairs, half(decimal_vectors.ones)));
     std::memcpy(dst, &header, sizeof header);
   }
-  return {static_cast<std::int32_t>(length), static_cast<std::int32_t>(size)};
+  return {length, static_cast<std::int32_t>(size)};
 }
 
 }  // namespace
