@@ -25,12 +25,18 @@ constexpr Bytes64 lanes(unsigned first) {
   return vector;
 }
 
+constexpr Bytes64 signed_zeros() {
+  Bytes64 vector = repeat('0', 4);
+  vector.at[0] = '-';
+  return vector;
+}
+
 }  // namespace
 
 constexpr DecimalVectors decimal_vectors = {
     .positions = numbered(),
     .digit_lanes = {lanes(0), lanes(16), lanes(32), lanes(48)},
-    .wide_zeros = repeat('0', 4),
+    .wide_zeros = {repeat('0', 4), signed_zeros()},
     .zeros = repeat('0'),
     .points = repeat('.'),
     .low_halves = repeat(0x0F),

@@ -13,7 +13,7 @@ struct alignas(64) Bytes64 {
 struct DecimalVectors {
   Bytes64 positions;       // 0 to 63
   Bytes64 digit_lanes[4];  // 0 to 15, 16 to 31 and so on, each before three times 63
-  Bytes64 wide_zeros;      // the character 0 in 32 bits
+  Bytes64 wide_zeros[2];   // the character 0 in 32 bits; a - in place of the first
   Bytes64 zeros;           // the character 0
   Bytes64 points;
   Bytes64 low_halves;

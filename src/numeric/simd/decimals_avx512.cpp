@@ -19,7 +19,6 @@ using Mask = std::uint64_t;
 
 constexpr std::uint32_t vector_bytes = 64;
 constexpr std::uint32_t header_bytes = varnum_header;
-constexpr std::uint32_t most_digits = Base100::most_digits;
 
 std::uint32_t least(std::uint32_t a, std::uint32_t b) { return a < b ? a : b; }
 
@@ -93,10 +92,9 @@ Rendered render_packed_512(const std::uint8_t* field, std::int64_t bytes, void* 
     const __mmask16 there = first16(length - least(length, index * 16));
     store_part(out, index, length, _mm512_maskz_add_epi32(there, moved, zeros));
   };
-  const Vector zeros = all(decimal_vectors.wide_zeros);
-  const __m128i sign = _mm_cvtsi32_si128(static_cast<int>(negative) * ('0' - '-'));
-  part(0, _mm512_sub_epi32(zeros, _mm512_zextsi128_si512(sign)));
-  if (size > 7) part(1, zeros);
+  const Vector zeros = all(decimal_vectors.wide_zeros[0]);
+  part(0, all(decimal_vectors.wide_zeros[negative]));
+  if (size > 8 || length >= 16) part(1, zeros);
   if (length >= 32) {
     part(2, zeros);
     part(3, zeros);
@@ -104,54 +102,60 @@ Rendered render_packed_512(const std::uint8_t* field, std::int64_t bytes, void* 
   return {length, stop < digits ? ZVRT_RC_ERROR : ZVRT_RC_OK};
 }
 
-// What of a text lies in its first page, in a vector's bytes: reading it all cannot fail, whereas the next page need
-// not be there. The sanitizers know no pages.
+// A text's length is not known before it is read, and the next page need not be there: no load goes on into it. (The
+// sanitizers know no pages.)
+constexpr std::uint32_t page_bytes = 4096;
+
 template <class Unit>
 std::uint32_t units_in_page(const void* text) {
-  constexpr std::uint32_t page_bytes = 4096;
   const auto into_page = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(text) % page_bytes);
-  return least((page_bytes - into_page) / sizeof(Unit), vector_bytes);
+  return (page_bytes - into_page) / sizeof(Unit);
 }
 
-Mask ends_of(__m256i text, std::uint32_t readable) {
-  return bits_of(_mm256_cmpeq_epi8(text, _mm256_setzero_si256())) & first32(readable);
+Mask zero_bytes(__m256i bytes) { return bits_of(_mm256_cmpeq_epi8(bytes, _mm256_setzero_si256())); }
+
+__attribute__((no_sanitize("address"))) Vector load_sixteen(const void* text, std::uint32_t index,
+                                                            std::uint32_t readable) {
+  const auto* at = static_cast<const char*>(text) + index * sizeof(Wide);
+  if (readable >= index + 16) return _mm512_loadu_si512(at);
+  return _mm512_maskz_loadu_epi32(first16(readable - least(readable, index)), at);
 }
 
-__attribute__((no_sanitize("address"))) __m128i load_narrowed(const void* text, std::uint32_t index,
-                                                              std::uint32_t readable) {
-  const __mmask16 there = first16(readable - least(readable, index));
-  const Vector units = _mm512_maskz_loadu_epi32(there, static_cast<const char*>(text) + index * sizeof(Wide));
-  return _mm512_cvtusepi32_epi8(units);
+// Of wide characters the bytes, 0xFF for what is none.
+__m256i load_narrowed(const void* text, std::uint32_t index, std::uint32_t readable) {
+  return _mm256_set_m128i(_mm512_cvtusepi32_epi8(load_sixteen(text, index + 16, readable)),
+                          _mm512_cvtusepi32_epi8(load_sixteen(text, index, readable)));
 }
 
-__m256i load_narrowed_pair(const void* text, std::uint32_t index, std::uint32_t readable) {
-  return _mm256_set_m128i(load_narrowed(text, index + 16, readable), load_narrowed(text, index, readable));
+__attribute__((no_sanitize("address"))) __m256i load_half(const void* text, std::uint32_t readable) {
+  if (readable >= 32) return _mm256_loadu_si256(static_cast<const __m256i*>(text));
+  return _mm256_maskz_loadu_epi8(first32(readable), text);
 }
 
-// Loads a text into bytes, 0xFF for a wide character that is none. Returns its zero bytes as far as they are known: at
-// least the lowest, and none beyond the lower half unless the lower half has none.
-Mask load_wide(const void* text, Vector& bytes) {
-  const std::uint32_t readable = units_in_page<Wide>(text);
-  const __m256i low = load_narrowed_pair(text, 0, readable);
+__attribute__((no_sanitize("address"))) Vector load_whole(const void* text, std::uint32_t readable) {
+  return _mm512_maskz_loadu_epi8(first(least(readable, vector_bytes)), text);
+}
+
+// Loads a text into bytes and returns which of them are zero: of the lower half, or if there is none, of all. Behind
+// the lowest there may be anything.
+template <class Unit>
+Mask load_text(const void* text, Vector& bytes) {
+  const std::uint32_t readable = units_in_page<Unit>(text);
+  const __m256i low = sizeof(Unit) == 1 ? load_half(text, readable) : load_narrowed(text, 0, readable);
   bytes = _mm512_zextsi256_si512(low);
-  if (const Mask ends = ends_of(low, readable); ends != 0) return ends;
-  bytes = _mm512_inserti64x4(bytes, load_narrowed_pair(text, 32, readable), 1);
-  return _mm512_mask_testn_epi8_mask(first(readable), bytes, bytes);
-}
-
-__attribute__((no_sanitize("address"))) Mask load_narrow(const void* text, Vector& bytes) {
-  const std::uint32_t readable = units_in_page<char>(text);
-  const __m256i low = _mm256_maskz_loadu_epi8(first32(readable), text);
-  bytes = _mm512_zextsi256_si512(low);
-  if (const Mask ends = ends_of(low, readable); ends != 0) return ends;
-  bytes = _mm512_maskz_loadu_epi8(first(readable), text);
-  return _mm512_mask_testn_epi8_mask(first(readable), bytes, bytes);
+  Mask zeros = zero_bytes(low);
+  if (zeros == 0) {
+    bytes = sizeof(Unit) == 1 ? load_whole(text, readable)
+                              : _mm512_inserti64x4(bytes, load_narrowed(text, 32, readable), 1);
+    zeros = _mm512_testn_epi8_mask(bytes, bytes);
+  }
+  return readable < vector_bytes ? zeros & first(readable) : zeros;
 }
 
 Packed pack_text_512(const void* text, std::uint8_t* field, std::int32_t size) {
   if (size < 1 || size > static_cast<std::int32_t>(vector_bytes / 2)) return pack_text(text, field, size);
   Vector bytes;
-  const Mask ends = load_wide(text, bytes);
+  const Mask ends = load_text<Wide>(text, bytes);
   const std::uint32_t length = lowest(ends);
   Wide leader;
   std::memcpy(&leader, text, sizeof leader);
@@ -240,10 +244,10 @@ Encoded zero_varnum(std::uint32_t length, std::uint8_t* dst, std::int32_t room) 
 
 template <class Unit>
 Encoded encode_varnum_512(const void* text, std::uint8_t* dst, std::int32_t room) {
-  // The header and a zero that completes the first pair come before the digits.
+  // Room for the header's two pairs and a zero that completes the first one.
   constexpr std::uint32_t most = vector_bytes - 2 * header_bytes - 1;
   Vector bytes;
-  const Mask ends = sizeof(Unit) == 1 ? load_narrow(text, bytes) : load_wide(text, bytes);
+  const Mask ends = load_text<Unit>(text, bytes);
   const std::uint32_t length = lowest(ends);
   if (length > most) return encode_varnum<Unit>(text, dst, room);
   const Mask inside = ~ends & (ends - 1);
@@ -256,28 +260,26 @@ Encoded encode_varnum_512(const void* text, std::uint8_t* dst, std::int32_t room
   nonzero &= ~points;
   if (nonzero == 0) return zero_varnum(length, dst, room);
 
-  // The point falls between two pairs when an odd number of digits before it gets a zero in front.
-  const std::uint32_t point = lowest(points | bit(length));
-  const std::uint32_t odd = point % 2;
-  const auto pair_of = [=](std::uint32_t at) { return (at - (at > point ? 1 : 0) + odd) / 2; };
-  const std::uint32_t leading = pair_of(lowest(nonzero));
-  const std::uint32_t last = pair_of(highest(nonzero));
-  const std::uint32_t count = least(last - leading + 1, most_digits);
-
-  // The first pair that is not zero goes behind the header. Of the characters, those behind the point move up by one.
-  const std::uint32_t shift = 2 * header_bytes + odd - 2 * leading;  // below 0 when many pairs are left out
+  // Positions among the digits: the point's is the number of digits before it.
+  const std::uint32_t point = lowest(points | (inside + 1));
+  const auto digit_at = [point](std::uint32_t index) { return index - (index > point ? 1 : 0); };
+  const std::uint32_t leading = digit_at(lowest(nonzero));
+  const std::uint32_t last = digit_at(highest(nonzero));
+  // The pair of the first digit that is not zero goes behind the header, the point falls between two pairs: that digit
+  // is the lower one of its pair when the digits from it to the point are an odd number.
+  const std::uint32_t lower = (leading + point) % 2;
+  const std::uint32_t shift = 2 * header_bytes + lower - leading;
   const Vector straight = positions(0 - shift);
-  const Vector behind = repeat(point);
-  const Vector from = _mm512_mask_sub_epi8(straight, _mm512_cmpge_epi8_mask(straight, behind), straight,
-                                           all(decimal_vectors.minus_ones));
-  const Mask completing = shift == 2 * header_bytes + 1 ? bit(2 * header_bytes) : 0;
-  const Mask used = first(length + shift - (points != 0 ? 1 : 0)) & ~completing;
+  const __mmask64 behind = _mm512_cmpge_epi8_mask(straight, repeat(point));
+  const Vector from = _mm512_mask_sub_epi8(straight, behind, straight, all(decimal_vectors.minus_ones));
+  const Mask used = first(last + shift + 1) ^ Mask { lower } << (2 * header_bytes);
   const Vector squeezed = _mm512_maskz_permutexvar_epi8(used, from, values);
   const __m256i pairs = _mm512_cvtepi16_epi8(_mm512_maddubs_epi16(squeezed, all(decimal_vectors.by_10_and_1)));
-  const std::uint32_t size = header_bytes + count;
+
+  const std::uint32_t size = least((last + shift) / 2 + 1, longest_varnum);
   if (static_cast<std::int32_t>(size) <= room) {
-    const std::uint32_t exponent = std::uint32_t{positive_exponent} - 1 + (point + odd) / 2 - leading;
-    const auto header = static_cast<std::uint16_t>((size - 1) | exponent << 8);
+    const std::int32_t exponent = positive_exponent - 1 + static_cast<std::int32_t>(point + lower - leading) / 2;
+    const auto header = static_cast<std::uint16_t>((size - 1) | static_cast<std::uint32_t>(exponent) << 8);
     _mm256_mask_storeu_epi8(dst, first32(size), _mm256_add_epi8(pairs, half(decimal_vectors.ones)));
     std::memcpy(dst, &header, sizeof header);
   }
