@@ -47,22 +47,41 @@ Field find_field(const std::uint8_t* src) {
   return {at, longest_search + 1};
 }
 
-Field field_of(const Call& call) {
-  const auto* src = static_cast<const std::uint8_t*>(call.src);
-  const std::int32_t told = call.srcLen == nullptr ? 0 : *call.srcLen;
-  return told == 0 ? find_field(src) : Field{src, std::max(told, 0)};
-}
-
 unsigned half_byte(const std::uint8_t* field, std::int64_t index) {
   const unsigned byte = field[index / 2];
   return index % 2 == 0 ? byte >> 4 : byte & 0xF;
 }
 
+bool length_is_told(const Call& call) { return call.srcLen != nullptr && *call.srcLen != 0; }
+
+Field field_of(const Call& call) {
+  const auto* src = static_cast<const std::uint8_t*>(call.src);
+  return length_is_told(call) ? Field{src, std::max(*call.srcLen, 0)} : find_field(src);
+}
+
+Rendered render(const Field& field, void* dst, std::int32_t room) {
+  return decimal_kernels.render_packed(field.at, field.bytes, dst, room);
+}
+
+void tell_length(std::int32_t* srcLen, const Field& field, Status status) {
+  if (status != ZVRT_RC_EMPTY_RESULT) store_if_zero(srcLen, field.bytes);
+}
+
+// Apart, and without a Call, so that the ordinary conversion keeps its arguments in registers.
+[[gnu::noinline]] Status unpack_found(const void* src, std::int32_t* srcLen, void* dst, std::int32_t room,
+                                      std::uint32_t* outLen) {
+  const Field field = find_field(static_cast<const std::uint8_t*>(src));
+  const Rendered text = render(field, dst, room);
+  *outLen = static_cast<std::uint32_t>(text.length);
+  tell_length(srcLen, field, text.status);
+  return text.status;
+}
+
 Status unpack(const Call& call) {
-  const Field field = field_of(call);
-  const Rendered text = decimal_kernels.render_packed(field.at, field.bytes, call.dst, room_in<Wide>(call.dstSize));
-  *call.outLen = text.length;
-  if (text.status != ZVRT_RC_EMPTY_RESULT) store_if_zero(call.srcLen, field.bytes);
+  const std::int32_t room = room_in<Wide>(call.dstSize);
+  if (!length_is_told(call)) return unpack_found(call.src, call.srcLen, call.dst, room, call.outLen);
+  const Rendered text = render(field_of(call), call.dst, room);
+  *call.outLen = static_cast<std::uint32_t>(text.length);
   return text.status;
 }
 
@@ -72,8 +91,8 @@ Status unpack_narrow(const Call& call) {
   Scratch<Wide, usual_text> text(units);
   if (text.get() == nullptr) return ZVRT_RC_NO_MEMORY;
   const auto room = static_cast<std::int32_t>(std::min<std::uint64_t>(units, INT32_MAX));
-  const Rendered rendered = decimal_kernels.render_packed(field.at, field.bytes, text.get(), room);
-  if (rendered.status != ZVRT_RC_EMPTY_RESULT) store_if_zero(call.srcLen, field.bytes);
+  const Rendered rendered = render(field, text.get(), room);
+  tell_length(call.srcLen, field, rendered.status);
   return rendered.status == ZVRT_RC_OK ? encode_narrow(call, text.get()) : rendered.status;
 }
 
@@ -105,9 +124,9 @@ Status pack_narrow(const Call& call) {
 Rendered render_packed(const std::uint8_t* field, std::int64_t bytes, void* dst, std::int32_t room) {
   const std::int64_t digits = 2 * bytes - 1;
   if (digits < 1) return {0, ZVRT_RC_EMPTY_RESULT};
-  std::uint32_t length = 0;
+  std::int64_t length = 0;
   const auto put = [&](Wide character) {
-    if (length < static_cast<std::uint32_t>(room)) store(dst, length, character);
+    if (length < room) store(dst, static_cast<std::size_t>(length), character);
     ++length;
   };
   if (half_byte(field, digits) == negative_sign) put('-');

@@ -14,7 +14,7 @@ namespace zvrt {
 constexpr std::uint64_t packed_text_units(std::int64_t bytes) { return 2 * static_cast<std::uint64_t>(bytes) + 1; }
 
 struct Rendered {
-  std::uint32_t length;  // characters of the whole text
+  std::int64_t length;  // characters of the whole text
   Status status;
 };
 

@@ -69,12 +69,12 @@ std::int32_t measure(const void* text) {
 
 template <class Unit>
 Status to_varnum(const Call& call) {
-  const Unit empty{};
+  static constexpr Unit empty{};
   const void* text = call.src == nullptr ? &empty : call.src;
   EncodeVarnum* const encode = sizeof(Unit) == 1 ? decimal_kernels.encode_varnum : decimal_kernels.encode_varnum_wide;
   const Encoded value = encode(text, static_cast<std::uint8_t*>(call.dst), std::max(call.dstSize, 0));
   // Zero, the length of no text at all, is not told.
-  if (value.length > 0 && call.srcLen != nullptr) *call.srcLen = value.length;
+  if (value.length > 0 && call.srcLen != nullptr) *call.srcLen = static_cast<std::int32_t>(value.length);
   if (value.size == 0) return ZVRT_RC_ERROR;
   *call.outLen = static_cast<std::uint32_t>(value.size);
   return value.size > call.dstSize ? ZVRT_RC_TRUNCATED : ZVRT_RC_OK;
@@ -85,18 +85,18 @@ void tell_size(const Call& call) {
 }
 
 Status from_varnum(const Call& call) {
-  const Rendered text =
-      render_varnum(static_cast<const std::uint8_t*>(call.src), call.dst, room_in<Wide>(call.dstSize));
-  *call.outLen = text.length;
   tell_size(call);
+  const auto* value = static_cast<const std::uint8_t*>(call.src);
+  const Rendered text = decimal_kernels.render_varnum(value, call.dst, room_in<Wide>(call.dstSize));
+  *call.outLen = static_cast<std::uint32_t>(text.length);
   return text.status;
 }
 
 Status from_varnum_narrow(const Call& call) {
-  Wide text[longest_varnum_text + 1];
-  const Rendered rendered =
-      decimal_kernels.render_varnum(static_cast<const std::uint8_t*>(call.src), text, longest_varnum_text + 1);
   tell_size(call);
+  Wide text[longest_varnum_text + 1];
+  const auto* value = static_cast<const std::uint8_t*>(call.src);
+  const Rendered rendered = decimal_kernels.render_varnum(value, text, longest_varnum_text + 1);
   return rendered.status == ZVRT_RC_OK ? encode_narrow(call, text) : rendered.status;
 }
 
@@ -142,7 +142,7 @@ Rendered render_varnum(const std::uint8_t* value, void* dst, std::int32_t room) 
   }
   const Ending ending = finish(Finish::narrow_strict, layout.length, room);
   if (ending.terminator != no_terminator) store(dst, static_cast<std::size_t>(ending.terminator), Wide{0});
-  return {static_cast<std::uint32_t>(layout.length), ending.status};
+  return {layout.length, ending.status};
 }
 
 }  // namespace zvrt

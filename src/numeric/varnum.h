@@ -38,7 +38,7 @@ static inline VarnumText lay_out(const std::uint8_t* value) {
 }
 
 struct Encoded {
-  std::int32_t length;  // characters of the text
+  std::int64_t length;  // characters of the text
   std::int32_t size;  // bytes that the value needs, 0 when the text is no number; beyond the room: nothing was written
 };
 
