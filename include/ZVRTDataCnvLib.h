@@ -32,9 +32,9 @@
 #include <stdint.h>
 
 #if defined(__GNUC__)
-#define ZVRT_API __attribute__((visibility("default")))
+#define ZVRT_API __attribute__((visibility("default"))) /**< Leaves the library. */
 #else
-#define ZVRT_API
+#define ZVRT_API /**< Leaves the library. */
 #endif
 
 #ifdef __cplusplus
@@ -170,7 +170,11 @@ ZVRT_API uint32_t Convert8To32(wchar_t* dst, int32_t dstUnits, const char* src, 
 /**
  * UTF-8 to UTF-16, as Convert8To32(). Once a character has not fitted, later ones are only counted.
  *
- * @param count  Receives the UTF-16 units that the whole source needs.
+ * @param dst       Receives the units that fit, no terminator; null to count only.
+ * @param dstUnits  Capacity in UTF-16 units.
+ * @param src       UTF-8 text of srcBytes bytes.
+ * @param srcBytes  Length in bytes.
+ * @param count     Receives the UTF-16 units that the whole source needs.
  * @return As Convert8To32(); ZVRT_RC_INVALID_CHAR at a code point above U+10FFFF, which ends the transform.
  */
 ZVRT_API uint32_t Convert8To16(uint16_t* dst, int32_t dstUnits, const char* src, int32_t srcBytes, uint32_t* count);
@@ -191,7 +195,11 @@ ZVRT_API uint32_t Convert32To8(char* dst, int32_t dstBytes, const wchar_t* src, 
 /**
  * UTF-16 to UTF-8, as Convert32To8().
  *
- * @param count  Receives the bytes needed up to where the transform stopped.
+ * @param dst       Receives the bytes; with null nothing is written and nothing is counted.
+ * @param dstBytes  Capacity in bytes.
+ * @param src       UTF-16 text of srcUnits units.
+ * @param srcUnits  Length in units.
+ * @param count     Receives the bytes needed up to where the transform stopped.
  * @return As Convert32To8(); ZVRT_RC_INVALID_CHAR at a lone or broken surrogate, which ends the transform.
  */
 ZVRT_API uint32_t Convert16To8(char* dst, int32_t dstBytes, const uint16_t* src, int32_t srcUnits, uint32_t* count);
@@ -199,8 +207,11 @@ ZVRT_API uint32_t Convert16To8(char* dst, int32_t dstBytes, const uint16_t* src,
 /**
  * UTF-16 to UTF-32. When everything was converted and room is left, a zero character follows the last one, not counted.
  *
- * @param dst    Receives the characters; null to count only.
- * @param count  Receives the characters written (with a null destination: needed).
+ * @param src       UTF-16 text of srcUnits units.
+ * @param srcUnits  Length in units.
+ * @param dst       Receives the characters; null to count only.
+ * @param dstUnits  Capacity in characters.
+ * @param count     Receives the characters written (with a null destination: needed).
  * @return ZVRT_RC_OK; ZVRT_RC_TRUNCATED where the destination is full, which ends the transform; ZVRT_RC_INVALID_CHAR
  *         at a lone or broken surrogate, which ends it too and is reported first.
  */
@@ -209,8 +220,11 @@ ZVRT_API uint32_t Convert16To32(const uint16_t* src, int32_t srcUnits, wchar_t* 
 /**
  * UTF-32 to UTF-16. When everything was converted and room is left, a zero unit follows the last one, not counted.
  *
- * @param dst    Receives the units; null to count only.
- * @param count  Receives the units written (with a null destination: needed).
+ * @param src       UTF-32 text of srcUnits characters.
+ * @param srcUnits  Length in characters.
+ * @param dst       Receives the units; null to count only.
+ * @param dstUnits  Capacity in UTF-16 units.
+ * @param count     Receives the units written (with a null destination: needed).
  * @return ZVRT_RC_OK; ZVRT_RC_TRUNCATED where the next character does not fit, which ends the transform;
  *         ZVRT_RC_INVALID_CHAR at a surrogate value or one above 0x10FFFF, which ends it too and is reported first.
  */
