@@ -53,7 +53,7 @@ std::int32_t write_decimal(std::uint64_t magnitude, bool negative, void* dst, st
   auto* at = text + static_cast<std::ptrdiff_t>(length) * 4;
   if (fits) store(at, 0, Wide{0});
   for (; magnitude >= 10; magnitude /= 100) store(at -= sizeof(Pair), 0, digit_pairs[magnitude % 100]);
-  if (magnitude > 0) store(at -= sizeof(Wide), 0, '0' + static_cast<Wide>(magnitude));
+  if (magnitude > 0) store(at - sizeof(Wide), 0, '0' + static_cast<Wide>(magnitude));
   if (negative) store(text, 0, Wide{'-'});
   if (!fits) copy_units<Wide>(dst, whole, room);
   return length;

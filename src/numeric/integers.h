@@ -31,7 +31,7 @@ struct IntegerConversions {
 
 // A type's place in the tables.
 template <class Int>
-constexpr std::size_t place_of = static_cast<std::size_t>(std::countr_zero(sizeof(Int)) * 2 + std::is_signed_v<Int>);
+constexpr std::size_t place_of = static_cast<std::size_t>(std::countr_zero(sizeof(Int))) * 2 + std::is_signed_v<Int>;
 
 // The version that takes every text and runs on every processor, and the faster ones.
 extern const IntegerConversions plain_integers;
@@ -47,7 +47,7 @@ Status render_by(const void* src, std::int32_t* srcLen, void* dst, std::int32_t 
   using Magnitude = std::conditional_t<sizeof(Int) == 8, std::uint64_t, std::uint32_t>;
   const Int value = load<Int>(src);
   const bool negative = value < 0;
-  const auto bits = static_cast<Magnitude>(value);
+  const auto bits = static_cast<Magnitude>(+value);  // its sign, if any, extended
   const std::int32_t room = room_in<Wide>(dstSize);
   const std::int32_t length = Kernel::write(negative ? 0 - bits : bits, negative, dst, room);
   *outLen = static_cast<std::uint32_t>(length);

@@ -54,7 +54,8 @@ __m128i sixteen_digits(std::uint64_t number) {
 // Writes in blocks, of which the last ones may overlap: none reaches beyond the lanes to store, and how many there are
 // does not depend on the number of digits.
 template <std::int32_t blocks>
-std::int32_t write_digits(std::uint64_t magnitude, bool negative, void* dst, std::int32_t room) {
+[[gnu::always_inline]] inline std::int32_t write_digits(std::uint64_t magnitude, bool negative, void* dst,
+                                                        std::int32_t room) {
   const __m128i digits = sixteen_digits(magnitude);
   const std::int32_t start = 16 - count_digits(magnitude);  // counted beside the digits, not waiting for them
   const std::int32_t sign = negative ? 1 : 0;
