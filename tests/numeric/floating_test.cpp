@@ -240,10 +240,12 @@ TEST(FloatReading, Examples) {
   }
 }
 
-TEST(FloatReading, NoCharacterIsADigitByItsLowBits) {
+TEST(FloatReading, NoNeighbourOfTheDigitsIsOneOfThem) {
+  // Characters next to the digits, and others that have a digit in their low bits.
   const std::u32string text = U"-12.3456789012345678e12";
   for (std::size_t at = 0; at < text.size(); ++at) {
-    for (const char32_t stray : {0x131u, 0xFF11u, 0x10031u, 0x7FFF0031u, 0x80000031u, 0xFFFF0031u, 0xFFFFFF31u}) {
+    for (const char32_t stray :
+         {0x2Fu, 0x3Au, 0x131u, 0xFF11u, 0x10031u, 0x7FFF0031u, 0x80000031u, 0xFFFF0031u, 0xFFFFFF31u}) {
       std::u32string damaged = text;
       damaged[at] = stray;
       EXPECT_EQ(read<double>(damaged), (Reading{ZVRT_RC_INVALID_DOUBLE, 0}))
