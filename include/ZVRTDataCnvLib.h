@@ -615,7 +615,8 @@ ZVRT_API uint32_t ZVRTCnvCharToInt(const char* field, int32_t fieldLen, uint32_t
  * single too, rounded to so many, halves to even. A double's text has 22 to 24 characters, a single's 13 or 14. Zero
  * is `0.0000000000000000E+00`, negative zero keeps its '-'. Infinities and NaN have no text.
  *
- * Values need no alignment. No function of the section allocates. @{ */
+ * Values need no alignment. No function of the section allocates. Reading expects the default rounding mode of the
+ * floating-point environment. @{ */
 
 /**
  * The text of a double with any count of digits after the point, ended by a NUL.

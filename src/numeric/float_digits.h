@@ -36,7 +36,7 @@ constexpr std::int32_t most_significant_digits = 767;
 // A finite value's magnitude rounded to so many significant digits, halves to even, as narrow text.
 class ExactDecimal {
  public:
-  explicit ExactDecimal(DoubleBits value, std::int32_t digits);
+  ExactDecimal(DoubleBits value, std::int32_t digits);
 
   // The digits without a point. Zeros beyond those that a double can have are left out.
   const char* digits() const { return digits_; }
@@ -49,13 +49,13 @@ class ExactDecimal {
   std::int32_t exponent_ = 0;
 };
 
-// The same as a number, for at most 17 digits.
+// The same digits, at most 17, as a number.
 Decimal exact_decimal(DoubleBits value, std::int32_t digits);
 
-// The same, fast.
+// As exact_decimal(), fast.
 //
-// Scaled by the power of ten that leaves all digits wanted before the point, the value is an integer of 2 to 57 bits
-// and a fraction of at least 70 that decides the rounding, but for a few fractions next to one half.
+// Scaled by the power of ten that brings all digits wanted before the point, the value is an integer of up to 57 bits
+// and a fraction of at least 70, which decides the rounding unless it is one of the few next to one half.
 template <std::int32_t digits>
 inline Decimal round_to_digits(DoubleBits value) {
   static_assert(1 <= digits && digits <= 17);

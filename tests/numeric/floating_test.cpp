@@ -36,8 +36,8 @@ TEST(FloatText, Examples) {
       {1e300, "1.0000000000000001E+300", nullptr},
       {std::numeric_limits<double>::max(), "1.7976931348623157E+308", nullptr},
       {-std::numeric_limits<double>::denorm_min(), "-4.9406564584124654E-324", nullptr},
-      {std::numeric_limits<float>::max(), "3.4028234663852886E+38", "3.4028235E+38"},
-      {-std::numeric_limits<float>::denorm_min(), "-1.4012984643248171E-45", "-1.4012985E-45"},
+      {0x1.fffffep127, "3.4028234663852886E+38", "3.4028235E+38"},
+      {-0x1p-149, "-1.4012984643248171E-45", "-1.4012985E-45"},
       {0.5 + 0x1p-17, "5.0000762939453125E-01", "5.0000763E-01"},
       {1 + 0x1p-17, "1.0000076293945312E+00", "1.0000076E+00"},  // a tie: to even
       {1 + 0x3p-17, "1.0000228881835938E+00", "1.0000229E+00"},  // another
@@ -210,6 +210,8 @@ TEST(FloatReading, Examples) {
       {"9007199254740993", 0, 9007199254740992.0},
       {"9007199254740993.0", 0, 9007199254740992.0},
       {"9007199254740993.00000000000000000000000000000000000000000001", 0, 9007199254740994.0},
+      {"000000000000000000000.00000000000000000000012345e20", 0, 1.2345e-2},
+      {"0000000000000000000000000000", 0, 0},
       {"", 0, 0},
       {"+", 0, 0},
       {"-", 0, 0},
@@ -236,10 +238,19 @@ TEST(FloatReading, Examples) {
   for (const auto& row : cases) {
     EXPECT_EQ(read<double>(widen(row.text)), reading_of(row.status, row.value)) << row.text;
   }
-  // Digits in their low bits only.
-  for (const char32_t character : {0x131u, 0xFF11u, 0x80000031u, 0xFFFFFF31u}) {
-    EXPECT_EQ(read<double>({U'1', character}), (Reading{bad, 0}));
-    EXPECT_EQ(read<double>({character}), (Reading{bad, 0}));
+}
+
+TEST(FloatReading, NoNeighbourOfTheDigitsIsOneOfThem) {
+  // Characters next to the digits, and others that have a digit in their low bits.
+  const std::u32string text = U"-12.3456789012345678e12";
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    for (const char32_t stray :
+         {0x2Fu, 0x3Au, 0x131u, 0xFF11u, 0x10031u, 0x7FFF0031u, 0x80000031u, 0xFFFF0031u, 0xFFFFFF31u}) {
+      std::u32string damaged = text;
+      damaged[at] = stray;
+      EXPECT_EQ(read<double>(damaged), (Reading{ZVRT_RC_INVALID_DOUBLE, 0}))
+          << at << ' ' << static_cast<uint32_t>(stray);
+    }
   }
 }
 
@@ -269,7 +280,8 @@ TYPED_TEST(Floating, ReadingStaysWithinItsBuffers) {
   constexpr uint32_t refused = is_double<TypeParam> ? ZVRT_RC_INVALID_DOUBLE : ZVRT_RC_INVALID_FLOAT;
   constexpr auto size = static_cast<int32_t>(sizeof(TypeParam));
   const auto check = [](const std::string& text, int32_t dst_size, uint32_t expected, uint32_t expected_length) {
-    const std::string source = wide_bytes(widen(text));
+    // The odd byte at the end pushes the text off its alignment.
+    const std::string source = wide_bytes(widen(text)) + (dst_size % 2 != 0 ? "?" : "");
     GuardedBuffer src(source.data(), source.size());
     GuardedBuffer dst(static_cast<std::size_t>(std::max(dst_size, 0)));
     uint32_t length = 77;
@@ -286,8 +298,10 @@ TYPED_TEST(Floating, ReadingStaysWithinItsBuffers) {
   const std::string longest = "-1234567890123456789012345.67890e+12.e5E-.";
   for (std::size_t length = 0; length <= longest.size(); ++length) {
     const std::string text = longest.substr(0, length);
-    check(text, size, ZVRT_RC_OK, size);
-    check(text + 'x', size, refused, 77);
+    for (const int32_t dst_size : {size, size + 1}) {
+      check(text, dst_size, ZVRT_RC_OK, size);
+      check(text + 'x', dst_size, refused, 77);
+    }
   }
 }
 

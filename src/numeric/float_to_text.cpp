@@ -1,14 +1,12 @@
-// The seven floating-point functions: values to scientific text with a fixed count of digits, and back.
+// Doubles and singles to scientific text with a fixed count of digits, and a double with any count.
 #include <algorithm>
 #include <cstdint>
-#include <limits>
 
 #include "ZVRTDataCnvLib.h"
 #include "frame/call.h"
 #include "frame/finish.h"
 #include "frame/units.h"
 #include "numeric/float_digits.h"
-#include "numeric/float_reader.h"
 #include "numeric/float_text.h"
 
 using namespace zvrt;
@@ -51,23 +49,6 @@ Status write_whole(const Text& text, wchar_t* out, std::int32_t room) {
   return ZVRT_RC_OK;
 }
 
-// A single is the nearest one to the nearest double: two roundings, by definition.
-template <class Float, Status refused>
-Status read(const Call& call) {
-  constexpr std::int32_t size = sizeof(Float);
-  if (call.dstSize < size) {
-    *call.outLen = size;
-    return ZVRT_RC_TRUNCATED;
-  }
-  const double value = read_double(call.src);
-  const auto result = static_cast<Float>(value);
-  const bool underflows = result == 0 && value != 0;
-  if (!(result <= std::numeric_limits<Float>::max()) || underflows) return refused;  // not a number, or too large
-  store<Float>(call.dst, 0, result);
-  *call.outLen = size;
-  return ZVRT_RC_OK;
-}
-
 }  // namespace
 
 uint32_t FloatToString(wchar_t* out, int32_t outSize, int16_t precision, double value) {
@@ -86,6 +67,4 @@ uint32_t ZVRTCnvDblToWVarcharSz(CNV_PARAMS)    { return render<double>(CNV_CALL)
 uint32_t ZVRTCnvDblToWVarcharSzOut(CNV_PARAMS) { return in_bytes<ZVRTCnvDblToWVarcharSz>(CNV_CALL); }
 uint32_t ZVRTCnvFltToWVarcharSz(CNV_PARAMS)    { return render<float>(CNV_CALL); }
 uint32_t ZVRTCnvFltToWVarcharSzOut(CNV_PARAMS) { return in_bytes<ZVRTCnvFltToWVarcharSz>(CNV_CALL); }
-uint32_t ZVRTCnvWVarcharSzToDbl(CNV_PARAMS)    { return read<double, ZVRT_RC_INVALID_DOUBLE>(CNV_CALL); }
-uint32_t ZVRTCnvWVarcharSzToFlt(CNV_PARAMS)    { return read<float, ZVRT_RC_INVALID_FLOAT>(CNV_CALL); }
 // clang-format on
