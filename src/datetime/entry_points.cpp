@@ -105,7 +105,7 @@ template <class Record>
 // Terminated wide text of a counted or a narrow source, and then the record.
 template <class From, Source source>
 Status read_by_way_of_wide(const Call& call, Text<typename From::Unit> text, Wide* wide) {
-  std::uint32_t chars = static_cast<std::uint32_t>(text.count);
+  auto chars = static_cast<std::uint32_t>(text.count);
   if constexpr (std::is_same_v<typename From::Unit, Wide>) {
     copy_units<Wide>(wide, text.at, text.count);
     wide[chars] = 0;

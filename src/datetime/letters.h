@@ -18,6 +18,8 @@ constexpr std::uint32_t folded(std::uint32_t character) { return character | 0x2
 // Up to eight letters as bytes in lower case, the first one lowest, and zeros behind them.
 using Letters = std::uint64_t;
 
+constexpr std::size_t letters_at_once = 8;
+
 // Digits are no letters: only characters from 40 on have a case.
 constexpr Letters folded_bytes(Letters characters) {
   return characters | (characters & UINT64_C(0x4040404040404040)) >> 1;
@@ -25,27 +27,27 @@ constexpr Letters folded_bytes(Letters characters) {
 
 constexpr Letters letters_of(std::string_view text) {
   Letters letters = 0;
-  for (std::size_t i = 0; i < text.size() && i < sizeof(Letters); ++i) {
+  for (std::size_t i = 0; i < text.size() && i < letters_at_once; ++i) {
     letters |= Letters{static_cast<unsigned char>(text[i])} << (8 * i);
   }
   return folded_bytes(letters);
 }
 
 constexpr Letters first_letters(std::size_t count) {
-  return count < sizeof(Letters) ? (Letters{1} << (8 * count)) - 1 : ~Letters{0};
+  return count < letters_at_once ? (Letters{1} << (8 * count)) - 1 : ~Letters{0};
 }
 
 // The eight characters from here on. What is no ASCII character is no letter, and neither is the terminator; what
 // stands behind these is of no use, since no comparison gets there.
 inline Letters letters_at(const void* text) {
   Letters letters = 0;
-  if (may_read_ahead(text, sizeof(Letters) * sizeof(Wide))) [[likely]] {
+  if (may_read_ahead(text, letters_at_once * sizeof(Wide))) [[likely]] {
     const auto* at = static_cast<const __m128i*>(text);
     const __m128i words = _mm_packs_epi32(_mm_loadu_si128(at), _mm_loadu_si128(at + 1));
     const __m128i bytes = _mm_packus_epi16(words, words);  // larger characters become 0 or FF
     letters = static_cast<Letters>(_mm_cvtsi128_si64(bytes));
   } else {
-    for (std::size_t i = 0; i < sizeof(Letters); ++i) {
+    for (std::size_t i = 0; i < letters_at_once; ++i) {
       const Wide character = load<Wide>(text, i);
       if (character == 0 || character >= 0x80) break;
       letters |= Letters{character} << (8 * i);

@@ -24,7 +24,9 @@ inline constexpr auto digit_pairs = [] {
 }();
 
 constexpr std::uint32_t power_of_ten(std::int32_t exponent) {
-  return exponent == 0 ? 1 : 10 * power_of_ten(exponent - 1);
+  std::uint32_t power = 1;
+  for (; exponent > 0; --exponent) power *= 10;
+  return power;
 }
 
 // Exactly so many digits of a number that has no more.

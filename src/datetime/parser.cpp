@@ -201,10 +201,10 @@ class Parser {
 
   // One name has a ninth letter.
   bool is_name_of(std::size_t month, Letters letters) const {
-    constexpr std::size_t at_once = sizeof(Letters);
     const std::string_view name = month_names[month];
     if ((letters & first_letters(name.size())) != month_letters[month]) return false;
-    return name.size() <= at_once || folded(load<Wide>(text_, at_once)) == static_cast<unsigned char>(name[at_once]);
+    return name.size() <= letters_at_once ||
+           folded(load<Wide>(text_, letters_at_once)) == static_cast<unsigned char>(name[letters_at_once]);
   }
 
   Status hour_24() {
