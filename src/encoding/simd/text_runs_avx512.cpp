@@ -370,17 +370,21 @@ struct Units {
   Vector high;
 };
 
-// Which of them are ordinary; which are longer than two bytes.
-__mmask32 ordinary(const Units& units) {
-  const Vector one = _mm512_set1_epi32(1);
-  const Vector end = _mm512_set1_epi32(0x1FFFFF);
-  return _mm512_kunpackw(_mm512_cmplt_epu32_mask(_mm512_sub_epi32(units.high, one), end),
-                         _mm512_cmplt_epu32_mask(_mm512_sub_epi32(units.low, one), end));
+Units load_units(const char* at, std::size_t count) {
+  const Mask lanes = first(count);
+  return {_mm512_maskz_loadu_epi32(static_cast<__mmask16>(lanes), at),
+          _mm512_maskz_loadu_epi32(static_cast<__mmask16>(lanes >> 16), at + 64)};
 }
-__mmask32 above(const Units& units, std::uint32_t limit) {
+
+Mask nonzero(const Units& units) {
+  return _mm512_kunpackw(_mm512_test_epi32_mask(units.high, units.high), _mm512_test_epi32_mask(units.low, units.low));
+}
+Mask above(const Units& units, std::uint32_t limit) {
   return _mm512_kunpackw(_mm512_cmpgt_epu32_mask(units.high, repeat32(limit)),
                          _mm512_cmpgt_epu32_mask(units.low, repeat32(limit)));
 }
+constexpr std::uint32_t last_of_two = 0x7FF;
+constexpr std::uint32_t last_of_four = 0x1FFFFF;
 
 // The units in lanes of 16 bits; those not chosen become zero.
 Vector pack(const Units& units, __mmask32 chosen) {
@@ -394,39 +398,41 @@ template <class Bound>
 [[gnu::always_inline]] inline bool encode_step(const char* src, Bound bound, char* dst, std::size_t room, Ends& ends) {
   const std::size_t readable = bound.readable(src, ends.read, step_units);
   if (readable == 0) return false;
-  const char* at = src + ends.read * 4;
-  const Mask loaded = first(readable);
-  const Units units = {_mm512_maskz_loadu_epi32(static_cast<__mmask16>(loaded), at),
-                       _mm512_maskz_loadu_epi32(static_cast<__mmask16>(loaded >> 16), at + 64)};
-  const Mask regular = ordinary(units);
-  const Mask inside = trailing_ones(regular);
-  const std::size_t text = lowest_bit(~regular);
-  if ((above(units, 0x7FF) & inside) == 0) {
+  const Units units = load_units(src + ends.read * 4, readable);
+  Mask inside = trailing_ones(nonzero(units));
+  if ((above(units, last_of_two) & inside) == 0) {
+    const std::size_t text = lowest_bit(~inside);
     const Vector bytes = spread_short_forms(pack(units, static_cast<__mmask32>(inside)));
     return store_forms<2>(bytes, text, dst, room, ends) && text == readable;
   }
+  inside &= below(above(units, last_of_four));
+  const std::size_t text = lowest_bit(~inside);
   const Vector low = _mm512_maskz_mov_epi32(static_cast<__mmask16>(inside), units.low);
   const Vector high = _mm512_maskz_mov_epi32(static_cast<__mmask16>(inside >> 16), units.high);
   return store_forms<4>(spread(low), least(text, 16), dst, room, ends) &&
          store_forms<4>(spread(high), text - least(text, 16), dst, room, ends) && text == readable;
 }
 
+bool any_above(Vector units, std::uint32_t limit) { return _mm512_test_epi32_mask(units, repeat32(~limit)) != 0; }
+
 // Steps of 32 characters while all of them are there, ordinary and sure of their room.
 template <class Bound>
 [[gnu::always_inline]] inline void encode_long(const char* src, Bound bound, char* dst, std::size_t room, Ends& ends) {
+  constexpr __mmask32 all = 0xFFFFFFFF;
   while (room - ends.written >= step_units * 4 && bound.readable(src, ends.read, step_units) == step_units) {
     const char* at = src + ends.read * 4;
     const Units units = {_mm512_loadu_si512(at), _mm512_loadu_si512(at + 64)};
-    if (_kortestc_mask32_u8(ordinary(units), 0) == 0) return;
-    if (above(units, 0x7FF) != 0) {
+    const __mmask16 zeros =
+        _mm512_testn_epi32_mask(units.low, units.low) | _mm512_testn_epi32_mask(units.high, units.high);
+    const Vector any = _mm512_or_si512(units.low, units.high);  // the limits are powers of two, less one
+    if (zeros != 0 || any_above(any, last_of_four)) return;
+    if (any_above(any, last_of_two)) {
       store_forms<4>(spread(units.low), step_units / 2, dst, room, ends);
       store_forms<4>(spread(units.high), step_units / 2, dst, room, ends);
-    } else if (above(units, 0x7F) != 0) {
-      store_forms<2>(spread_short_forms(pack(units, ~__mmask32{0})), step_units, dst, room, ends);
+    } else if (any_above(any, 0x7F)) {
+      store_forms<2>(spread_short_forms(pack(units, all)), step_units, dst, room, ends);
     } else {
-      const Vector lanes = pack(units, ~__mmask32{0});
-      _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + ends.written),
-                          _mm512_maskz_cvtepi16_epi8(~__mmask32{0}, lanes));
+      _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + ends.written), _mm512_cvtepi16_epi8(pack(units, all)));
       ends.read += step_units;
       ends.written += step_units;
     }
@@ -435,9 +441,7 @@ template <class Bound>
 
 template <class Bound>
 [[gnu::noinline]] Run encode_further(const char* src, Bound bound, char* dst, std::size_t room, Ends ends) {
-  do {
-    encode_long(src, bound, dst, room, ends);
-  } while (encode_step(src, bound, dst, room, ends));
+  while (encode_step(src, bound, dst, room, ends)) encode_long(src, bound, dst, room, ends);
   return {ends.read, ends.written};
 }
 
@@ -461,11 +465,8 @@ Run count_encoded(const void* src, std::size_t count) {
   Ends ends;
   while (ends.read < count) {
     const std::size_t readable = least(count - ends.read, step_units);
-    const char* at = text + ends.read * 4;
-    const Mask loaded = first(readable);
-    const Units units = {_mm512_maskz_loadu_epi32(static_cast<__mmask16>(loaded), at),
-                         _mm512_maskz_loadu_epi32(static_cast<__mmask16>(loaded >> 16), at + 64)};
-    const Mask inside = trailing_ones(ordinary(units));
+    const Units units = load_units(text + ends.read * 4, readable);
+    const Mask inside = trailing_ones(nonzero(units)) & below(above(units, last_of_four));
     const std::size_t characters = count_of(inside);
     ends.read += characters;
     ends.written += characters + count_of(above(units, 0x7F) & inside) + count_of(above(units, 0x7FF) & inside) +
