@@ -261,6 +261,8 @@ template <bool writes, class Bound>
       continue;
     }
     const __mmask64 lead_bytes = _mm512_cmpge_epi8_mask(bytes, _mm512_set1_epi8(first_lead));
+    // Continuation bytes may lead the step only as far as a character reaches into it.
+    if ((lead_bytes >> (ends.read - from) & 1) == 0) break;
     const Mask leads = lead_bytes & first(own);
     const std::size_t count = count_of(leads);
     const Characters characters = locate(bytes, lead_bytes);
