@@ -3,8 +3,11 @@
 #include <immintrin.h>
 
 #include <cstdint>
+#include <cstring>
 
 #include "encoding/text_runs.h"
+#include "frame/read_ahead.h"
+#include "frame/units.h"
 
 namespace zvrt {
 
@@ -300,6 +303,7 @@ Run decode(const char* src, std::size_t count, void* dst, std::size_t room) {
   return decode_run<true>(src, Counted{count}, dst, room);
 }
 Run decode_terminated(const char* src, void* dst, std::size_t room) {
+  if constexpr (!reads_ahead) return decode_run<true>(src, Counted{std::strlen(src)}, dst, room);
   return decode_run<true>(src, TerminatedBytes{}, dst, room);
 }
 Run count_decoded(const char* src, std::size_t count) { return decode_run<false>(src, Counted{count}, nullptr, 0); }
@@ -459,6 +463,7 @@ Run encode(const void* src, std::size_t count, char* dst, std::size_t room) {
   return encode_run(src, Counted{count}, dst, room);
 }
 Run encode_terminated(const void* src, char* dst, std::size_t room) {
+  if constexpr (!reads_ahead) return encode_run(src, Counted{static_cast<std::size_t>(length_of(src))}, dst, room);
   return encode_run(src, TerminatedUnits{}, dst, room);
 }
 
