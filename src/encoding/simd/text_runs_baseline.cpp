@@ -1,6 +1,7 @@
 // The text kernels for every processor: ASCII by SSE2, sixteen characters a step, and the other characters one by one.
 #include <emmintrin.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
