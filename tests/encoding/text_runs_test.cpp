@@ -349,4 +349,30 @@ TEST_F(TextRuns, OrdinaryTextIsTakenWhole) {
   }
 }
 
+// A copy reads no further than it has room, even where no terminator follows.
+TEST_F(TextRuns, CopiesEndAtTheTerminatorOrTheRoom) {
+  for (const Version& version : versions()) {
+    for (const std::size_t unit : {1U, 4U}) {
+      const auto copy = unit == 1 ? version.kernels.copy : version.kernels.copy_wide;
+      for (std::size_t count = 0; count <= longest; ++count) {
+        const std::string text =
+            unit == 1 ? narrow_text(count, below(scripts), 20) : wide_text(count, below(scripts), 20);
+        const std::string open = up_to_zero(text, unit);
+        const std::string closed = open + std::string(unit, '\0');
+        for (std::size_t room = 0; room <= count + 1; ++room) {
+          const bool ends = room * unit > open.size();
+          const char* src = source_.put(ends ? closed : open.substr(0, room * unit), below(4) * 7);
+          char* dst = target_.marked(room * unit + below(4));
+          const zvrt::Run run = copy(src, dst, room);
+          const std::size_t expected = std::min(open.size(), room * unit);
+          ASSERT_EQ(run.read, expected / unit) << version.name << " unit " << unit << " room " << room;
+          ASSERT_EQ(run.written, run.read);
+          ASSERT_EQ(std::memcmp(dst, open.data(), expected), 0);
+          ASSERT_TRUE(target_.untouched(dst + expected) && target_.untouched_before(dst));
+        }
+      }
+    }
+  }
+}
+
 }  // namespace

@@ -65,9 +65,10 @@ struct TerminatedBytes {
   static constexpr std::size_t longest_form = 4;
 };
 
+template <std::size_t unit>
 struct TerminatedUnits {
   static std::size_t readable(const char* src, std::size_t read, std::size_t most) {
-    const std::size_t units = least(to_page_end(src + read * 4) / 4, most);
+    const std::size_t units = least(to_page_end(src + read * unit) / unit, most);
     return units == 0 ? 1 : units;
   }
 };
@@ -464,7 +465,7 @@ Run encode(const void* src, std::size_t count, char* dst, std::size_t room) {
 }
 Run encode_terminated(const void* src, char* dst, std::size_t room) {
   if constexpr (!reads_ahead) return encode_run(src, Counted{static_cast<std::size_t>(length_of(src))}, dst, room);
-  return encode_run(src, TerminatedUnits{}, dst, room);
+  return encode_run(src, TerminatedUnits<4>{}, dst, room);
 }
 
 Run count_encoded(const void* src, std::size_t count) {
@@ -483,9 +484,82 @@ Run count_encoded(const void* src, std::size_t count) {
   return {ends.read, ends.written};
 }
 
+// ---- Copies ----
+
+// What differs between copying bytes and copying wide characters, by vectors.
+struct Bytes {
+  static constexpr std::size_t unit = 1;
+  static Vector load(const char* at, Mask lanes) { return _mm512_maskz_loadu_epi8(lanes, at); }
+  static void store(char* at, Mask lanes, Vector units) { _mm512_mask_storeu_epi8(at, lanes, units); }
+  static Mask zeros(Vector units) { return _mm512_testn_epi8_mask(units, units); }
+};
+struct WideUnits {
+  static constexpr std::size_t unit = 4;
+  static Vector load(const char* at, Mask lanes) { return _mm512_maskz_loadu_epi32(static_cast<__mmask16>(lanes), at); }
+  static void store(char* at, Mask lanes, Vector units) {
+    _mm512_mask_storeu_epi32(at, static_cast<__mmask16>(lanes), units);
+  }
+  static Mask zeros(Vector units) { return _mm512_testn_epi32_mask(units, units); }
+};
+
+template <class Units>
+constexpr std::size_t vector_units = 64 / Units::unit;
+
+// Copies two vectors at most. Returns false where the copy ends.
+template <class Units>
+[[gnu::always_inline]] inline bool copy_step(const char* src, char* dst, std::size_t room, std::size_t& done) {
+  constexpr std::size_t lanes = vector_units<Units>;
+  const std::size_t readable = TerminatedUnits<Units::unit>::readable(src, done, lanes * 2);
+  const std::size_t behind = readable - least(readable, lanes);
+  const char* at = src + done * Units::unit;
+  const Vector low = Units::load(at, first(readable - behind));
+  const Vector high = Units::load(at + 64, first(behind));
+  const std::size_t in_low = least(lowest_bit(Units::zeros(low)), lanes);
+  const std::size_t in_high = least(lowest_bit(Units::zeros(high)), lanes);
+  const std::size_t text = in_low + static_cast<std::size_t>(in_low == lanes) * in_high;  // lengths vary: no branch
+  const std::size_t count = least(least(text, readable), room - done);
+  char* into = dst + done * Units::unit;
+  Units::store(into, first(least(count, lanes)), low);
+  Units::store(into + 64, first(count - least(count, lanes)), high);
+  done += count;
+  return count == readable && done < room;
+}
+
+template <class Units>
+[[gnu::noinline]] Run copy_further(const char* src, char* dst, std::size_t room, std::size_t done) {
+  constexpr std::size_t step = vector_units<Units> * 2;
+  do {
+    while (room - done >= step && TerminatedUnits<Units::unit>::readable(src, done, step) == step) {
+      const char* at = src + done * Units::unit;
+      const Vector low = _mm512_loadu_si512(at);
+      const Vector high = _mm512_loadu_si512(at + 64);
+      if ((Units::zeros(low) | Units::zeros(high)) != 0) break;
+      char* into = dst + done * Units::unit;
+      _mm512_storeu_si512(into, low);
+      _mm512_storeu_si512(into + 64, high);
+      done += step;
+    }
+  } while (done < room && copy_step<Units>(src, dst, room, done));
+  return {done, done};
+}
+
+template <class Units>
+Run copy(const void* src, void* dst, std::size_t room) {
+  if constexpr (!reads_ahead) {
+    return Units::unit == 1 ? text_kernels_baseline.copy(src, dst, room)
+                            : text_kernels_baseline.copy_wide(src, dst, room);
+  }
+  std::size_t done = 0;
+  const auto* from = static_cast<const char*>(src);
+  auto* into = static_cast<char*>(dst);
+  if (room > 0 && copy_step<Units>(from, into, room, done)) return copy_further<Units>(from, into, room, done);
+  return {done, done};
+}
+
 }  // namespace
 
-const TextKernels text_kernels_avx512{decode,        decode_terminated, encode, encode_terminated,
-                                      count_decoded, count_encoded};
+const TextKernels text_kernels_avx512{
+    decode, decode_terminated, encode, encode_terminated, count_decoded, count_encoded, copy<Bytes>, copy<WideUnits>,
+};
 
 }  // namespace zvrt

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 #include "encoding/text_runs.h"
 #include "encoding/utf8.h"
@@ -210,9 +211,18 @@ Run count_encoded(const void* src, std::size_t count) {
   return {ends.read, ends.written};
 }
 
+template <class Unit>
+Run copy(const void* src, void* dst, std::size_t room) {
+  using Text = std::conditional_t<sizeof(Unit) == 1, const char*, const void*>;
+  const std::int32_t count = length_within(static_cast<Text>(src), static_cast<std::int32_t>(room));
+  copy_units<Unit>(dst, src, count);
+  return {static_cast<std::size_t>(count), static_cast<std::size_t>(count)};
+}
+
 }  // namespace
 
-const TextKernels text_kernels_baseline{decode,        decode_terminated, encode, encode_terminated,
-                                        count_decoded, count_encoded};
+const TextKernels text_kernels_baseline{
+    decode, decode_terminated, encode, encode_terminated, count_decoded, count_encoded, copy<char>, copy<Wide>,
+};
 
 }  // namespace zvrt
