@@ -26,6 +26,9 @@ struct TextKernels {
   // What the two would write with room for all of it.
   Run (*count_decoded)(const char* src, std::size_t count);
   Run (*count_encoded)(const void* src, std::size_t count);
+  // Terminated text as it is, up to its terminator or to the end of the room, whichever comes first.
+  Run (*copy)(const void* src, void* dst, std::size_t room);
+  Run (*copy_wide)(const void* src, void* dst, std::size_t room);
 };
 
 extern const TextKernels text_kernels_baseline;

@@ -6,16 +6,17 @@
 
 namespace zvrt {
 
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr bool reads_ahead = false;
 #elif defined(__has_feature)
-constexpr bool reads_ahead = !__has_feature(address_sanitizer);
+constexpr bool reads_ahead =
+    !__has_feature(address_sanitizer) && !__has_feature(thread_sanitizer) && !__has_feature(memory_sanitizer);
 #else
 constexpr bool reads_ahead = true;
 #endif
 
-// Memory is there or not by whole pages: where the first byte may be read, so may a block in the same page. The address
-// sanitizer does not see it that way.
+// Memory is there or not by whole pages: where the first byte may be read, so may a block in the same page. The
+// sanitizers do not see it that way.
 [[gnu::always_inline]] inline bool may_read_ahead(const void* at, std::size_t bytes) {
   constexpr std::uintptr_t page = 4096;
   return reads_ahead && reinterpret_cast<std::uintptr_t>(at) % page <= page - bytes;

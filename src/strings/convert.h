@@ -40,6 +40,20 @@ Moved copy(Text<Unit> text, Place<Unit> place) {
   return {text.count, written, ZVRT_RC_OK};
 }
 
+// Terminated text, measured on the way; a text longer than can be counted counts as the longest.
+template <class Unit>
+Measured copy_terminated(const std::byte* text, Place<Unit> place) {
+  const auto kernel = sizeof(Unit) == 1 ? text_kernels.copy : text_kernels.copy_wide;
+  const auto written = static_cast<std::int32_t>(kernel(text, place.at, static_cast<std::size_t>(place.room)).written);
+  std::int32_t length = written;
+  if (load<Unit>(text, static_cast<std::size_t>(written)) != 0) [[unlikely]] {
+    using Start = std::conditional_t<sizeof(Unit) == 1, const char*, const void*>;
+    const auto* rest = text + static_cast<std::size_t>(written) * sizeof(Unit);
+    length += std::min(length_of(reinterpret_cast<Start>(rest)), INT32_MAX - written);
+  }
+  return {{length, written, ZVRT_RC_OK}, length};
+}
+
 // Zero characters within a counted text end it; what is left of its length is filled with them.
 inline Moved copy_to_zero(Text<Wide> text, Place<Wide> place) {
   const std::int32_t written = std::min(text.count, place.room);
@@ -70,6 +84,8 @@ Measured move(const Call& call, Place<typename Into::Unit> place) {
     return decode_terminated(call.fldDef, src, place);
   } else if constexpr (encodes && From::is_terminated) {
     return encode_terminated(call.fldDef, src, place, written);
+  } else if constexpr (From::is_terminated) {
+    return copy_terminated(src, place);
   } else {
     const auto text = From::measure(call);
     if constexpr (row.zero_fills) return {copy_to_zero(text, place), text.count};
@@ -116,8 +132,8 @@ template <class Into>
 Status copy_until_full(const Call& call) {
   const auto place = Into::place(call);
   const auto* text = static_cast<const char*>(call.src);
-  const std::int32_t copied = length_within(text, place.room);
-  copy_units<char>(place.at, text, copied);
+  const Run run = text_kernels.copy(text, place.at, static_cast<std::size_t>(place.room));
+  const auto copied = static_cast<std::int32_t>(run.written);
   *call.outLen = Into::reported(copied);
   store_if_zero(call.srcLen, copied);
   if (Into::finish == Finish::fixed) return text[copied] == 0 ? ZVRT_RC_OK : ZVRT_RC_TRUNCATED;

@@ -3,8 +3,11 @@
 #include <immintrin.h>
 
 #include <cstdint>
+#include <cstring>
 
 #include "encoding/text_runs.h"
+#include "frame/read_ahead.h"
+#include "frame/units.h"
 
 namespace zvrt {
 
@@ -62,9 +65,10 @@ struct TerminatedBytes {
   static constexpr std::size_t longest_form = 4;
 };
 
+template <std::size_t unit>
 struct TerminatedUnits {
   static std::size_t readable(const char* src, std::size_t read, std::size_t most) {
-    const std::size_t units = least(to_page_end(src + read * 4) / 4, most);
+    const std::size_t units = least(to_page_end(src + read * unit) / unit, most);
     return units == 0 ? 1 : units;
   }
 };
@@ -261,6 +265,8 @@ template <bool writes, class Bound>
       continue;
     }
     const __mmask64 lead_bytes = _mm512_cmpge_epi8_mask(bytes, _mm512_set1_epi8(first_lead));
+    // Continuation bytes may lead the step only as far as a character reaches into it.
+    if ((lead_bytes >> (ends.read - from) & 1) == 0) break;
     const Mask leads = lead_bytes & first(own);
     const std::size_t count = count_of(leads);
     const Characters characters = locate(bytes, lead_bytes);
@@ -298,6 +304,7 @@ Run decode(const char* src, std::size_t count, void* dst, std::size_t room) {
   return decode_run<true>(src, Counted{count}, dst, room);
 }
 Run decode_terminated(const char* src, void* dst, std::size_t room) {
+  if constexpr (!reads_ahead) return decode_run<true>(src, Counted{std::strlen(src)}, dst, room);
   return decode_run<true>(src, TerminatedBytes{}, dst, room);
 }
 Run count_decoded(const char* src, std::size_t count) { return decode_run<false>(src, Counted{count}, nullptr, 0); }
@@ -370,17 +377,21 @@ struct Units {
   Vector high;
 };
 
-// Which of them are ordinary; which are longer than two bytes.
-__mmask32 ordinary(const Units& units) {
-  const Vector one = _mm512_set1_epi32(1);
-  const Vector end = _mm512_set1_epi32(0x1FFFFF);
-  return _mm512_kunpackw(_mm512_cmplt_epu32_mask(_mm512_sub_epi32(units.high, one), end),
-                         _mm512_cmplt_epu32_mask(_mm512_sub_epi32(units.low, one), end));
+Units load_units(const char* at, std::size_t count) {
+  const Mask lanes = first(count);
+  return {_mm512_maskz_loadu_epi32(static_cast<__mmask16>(lanes), at),
+          _mm512_maskz_loadu_epi32(static_cast<__mmask16>(lanes >> 16), at + 64)};
 }
-__mmask32 above(const Units& units, std::uint32_t limit) {
+
+Mask nonzero(const Units& units) {
+  return _mm512_kunpackw(_mm512_test_epi32_mask(units.high, units.high), _mm512_test_epi32_mask(units.low, units.low));
+}
+Mask above(const Units& units, std::uint32_t limit) {
   return _mm512_kunpackw(_mm512_cmpgt_epu32_mask(units.high, repeat32(limit)),
                          _mm512_cmpgt_epu32_mask(units.low, repeat32(limit)));
 }
+constexpr std::uint32_t last_of_two = 0x7FF;
+constexpr std::uint32_t last_of_four = 0x1FFFFF;
 
 // The units in lanes of 16 bits; those not chosen become zero.
 Vector pack(const Units& units, __mmask32 chosen) {
@@ -394,39 +405,41 @@ template <class Bound>
 [[gnu::always_inline]] inline bool encode_step(const char* src, Bound bound, char* dst, std::size_t room, Ends& ends) {
   const std::size_t readable = bound.readable(src, ends.read, step_units);
   if (readable == 0) return false;
-  const char* at = src + ends.read * 4;
-  const Mask loaded = first(readable);
-  const Units units = {_mm512_maskz_loadu_epi32(static_cast<__mmask16>(loaded), at),
-                       _mm512_maskz_loadu_epi32(static_cast<__mmask16>(loaded >> 16), at + 64)};
-  const Mask regular = ordinary(units);
-  const Mask inside = trailing_ones(regular);
-  const std::size_t text = lowest_bit(~regular);
-  if ((above(units, 0x7FF) & inside) == 0) {
+  const Units units = load_units(src + ends.read * 4, readable);
+  Mask inside = trailing_ones(nonzero(units));
+  if ((above(units, last_of_two) & inside) == 0) {
+    const std::size_t text = lowest_bit(~inside);
     const Vector bytes = spread_short_forms(pack(units, static_cast<__mmask32>(inside)));
     return store_forms<2>(bytes, text, dst, room, ends) && text == readable;
   }
+  inside &= below(above(units, last_of_four));
+  const std::size_t text = lowest_bit(~inside);
   const Vector low = _mm512_maskz_mov_epi32(static_cast<__mmask16>(inside), units.low);
   const Vector high = _mm512_maskz_mov_epi32(static_cast<__mmask16>(inside >> 16), units.high);
   return store_forms<4>(spread(low), least(text, 16), dst, room, ends) &&
          store_forms<4>(spread(high), text - least(text, 16), dst, room, ends) && text == readable;
 }
 
+bool any_above(Vector units, std::uint32_t limit) { return _mm512_test_epi32_mask(units, repeat32(~limit)) != 0; }
+
 // Steps of 32 characters while all of them are there, ordinary and sure of their room.
 template <class Bound>
 [[gnu::always_inline]] inline void encode_long(const char* src, Bound bound, char* dst, std::size_t room, Ends& ends) {
+  constexpr __mmask32 all = 0xFFFFFFFF;
   while (room - ends.written >= step_units * 4 && bound.readable(src, ends.read, step_units) == step_units) {
     const char* at = src + ends.read * 4;
     const Units units = {_mm512_loadu_si512(at), _mm512_loadu_si512(at + 64)};
-    if (_kortestc_mask32_u8(ordinary(units), 0) == 0) return;
-    if (above(units, 0x7FF) != 0) {
+    const __mmask16 zeros =
+        _mm512_testn_epi32_mask(units.low, units.low) | _mm512_testn_epi32_mask(units.high, units.high);
+    const Vector any = _mm512_or_si512(units.low, units.high);  // the limits are powers of two, less one
+    if (zeros != 0 || any_above(any, last_of_four)) return;
+    if (any_above(any, last_of_two)) {
       store_forms<4>(spread(units.low), step_units / 2, dst, room, ends);
       store_forms<4>(spread(units.high), step_units / 2, dst, room, ends);
-    } else if (above(units, 0x7F) != 0) {
-      store_forms<2>(spread_short_forms(pack(units, ~__mmask32{0})), step_units, dst, room, ends);
+    } else if (any_above(any, 0x7F)) {
+      store_forms<2>(spread_short_forms(pack(units, all)), step_units, dst, room, ends);
     } else {
-      const Vector lanes = pack(units, ~__mmask32{0});
-      _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + ends.written),
-                          _mm512_maskz_cvtepi16_epi8(~__mmask32{0}, lanes));
+      _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + ends.written), _mm512_cvtepi16_epi8(pack(units, all)));
       ends.read += step_units;
       ends.written += step_units;
     }
@@ -435,9 +448,7 @@ template <class Bound>
 
 template <class Bound>
 [[gnu::noinline]] Run encode_further(const char* src, Bound bound, char* dst, std::size_t room, Ends ends) {
-  do {
-    encode_long(src, bound, dst, room, ends);
-  } while (encode_step(src, bound, dst, room, ends));
+  while (encode_step(src, bound, dst, room, ends)) encode_long(src, bound, dst, room, ends);
   return {ends.read, ends.written};
 }
 
@@ -453,7 +464,8 @@ Run encode(const void* src, std::size_t count, char* dst, std::size_t room) {
   return encode_run(src, Counted{count}, dst, room);
 }
 Run encode_terminated(const void* src, char* dst, std::size_t room) {
-  return encode_run(src, TerminatedUnits{}, dst, room);
+  if constexpr (!reads_ahead) return encode_run(src, Counted{static_cast<std::size_t>(length_of(src))}, dst, room);
+  return encode_run(src, TerminatedUnits<4>{}, dst, room);
 }
 
 Run count_encoded(const void* src, std::size_t count) {
@@ -461,11 +473,8 @@ Run count_encoded(const void* src, std::size_t count) {
   Ends ends;
   while (ends.read < count) {
     const std::size_t readable = least(count - ends.read, step_units);
-    const char* at = text + ends.read * 4;
-    const Mask loaded = first(readable);
-    const Units units = {_mm512_maskz_loadu_epi32(static_cast<__mmask16>(loaded), at),
-                         _mm512_maskz_loadu_epi32(static_cast<__mmask16>(loaded >> 16), at + 64)};
-    const Mask inside = trailing_ones(ordinary(units));
+    const Units units = load_units(text + ends.read * 4, readable);
+    const Mask inside = trailing_ones(nonzero(units)) & below(above(units, last_of_four));
     const std::size_t characters = count_of(inside);
     ends.read += characters;
     ends.written += characters + count_of(above(units, 0x7F) & inside) + count_of(above(units, 0x7FF) & inside) +
@@ -475,9 +484,82 @@ Run count_encoded(const void* src, std::size_t count) {
   return {ends.read, ends.written};
 }
 
+// ---- Copies ----
+
+// What differs between copying bytes and copying wide characters, by vectors.
+struct Bytes {
+  static constexpr std::size_t unit = 1;
+  static Vector load(const char* at, Mask lanes) { return _mm512_maskz_loadu_epi8(lanes, at); }
+  static void store(char* at, Mask lanes, Vector units) { _mm512_mask_storeu_epi8(at, lanes, units); }
+  static Mask zeros(Vector units) { return _mm512_testn_epi8_mask(units, units); }
+};
+struct WideUnits {
+  static constexpr std::size_t unit = 4;
+  static Vector load(const char* at, Mask lanes) { return _mm512_maskz_loadu_epi32(static_cast<__mmask16>(lanes), at); }
+  static void store(char* at, Mask lanes, Vector units) {
+    _mm512_mask_storeu_epi32(at, static_cast<__mmask16>(lanes), units);
+  }
+  static Mask zeros(Vector units) { return _mm512_testn_epi32_mask(units, units); }
+};
+
+template <class Units>
+constexpr std::size_t vector_units = 64 / Units::unit;
+
+// Copies two vectors at most. Returns false where the copy ends.
+template <class Units>
+[[gnu::always_inline]] inline bool copy_step(const char* src, char* dst, std::size_t room, std::size_t& done) {
+  constexpr std::size_t lanes = vector_units<Units>;
+  const std::size_t readable = TerminatedUnits<Units::unit>::readable(src, done, lanes * 2);
+  const std::size_t behind = readable - least(readable, lanes);
+  const char* at = src + done * Units::unit;
+  const Vector low = Units::load(at, first(readable - behind));
+  const Vector high = Units::load(at + 64, first(behind));
+  const std::size_t in_low = least(lowest_bit(Units::zeros(low)), lanes);
+  const std::size_t in_high = least(lowest_bit(Units::zeros(high)), lanes);
+  const std::size_t text = in_low + static_cast<std::size_t>(in_low == lanes) * in_high;  // lengths vary: no branch
+  const std::size_t count = least(least(text, readable), room - done);
+  char* into = dst + done * Units::unit;
+  Units::store(into, first(least(count, lanes)), low);
+  Units::store(into + 64, first(count - least(count, lanes)), high);
+  done += count;
+  return count == readable && done < room;
+}
+
+template <class Units>
+[[gnu::noinline]] Run copy_further(const char* src, char* dst, std::size_t room, std::size_t done) {
+  constexpr std::size_t step = vector_units<Units> * 2;
+  do {
+    while (room - done >= step && TerminatedUnits<Units::unit>::readable(src, done, step) == step) {
+      const char* at = src + done * Units::unit;
+      const Vector low = _mm512_loadu_si512(at);
+      const Vector high = _mm512_loadu_si512(at + 64);
+      if ((Units::zeros(low) | Units::zeros(high)) != 0) break;
+      char* into = dst + done * Units::unit;
+      _mm512_storeu_si512(into, low);
+      _mm512_storeu_si512(into + 64, high);
+      done += step;
+    }
+  } while (done < room && copy_step<Units>(src, dst, room, done));
+  return {done, done};
+}
+
+template <class Units>
+Run copy(const void* src, void* dst, std::size_t room) {
+  if constexpr (!reads_ahead) {
+    return Units::unit == 1 ? text_kernels_baseline.copy(src, dst, room)
+                            : text_kernels_baseline.copy_wide(src, dst, room);
+  }
+  std::size_t done = 0;
+  const auto* from = static_cast<const char*>(src);
+  auto* into = static_cast<char*>(dst);
+  if (room > 0 && copy_step<Units>(from, into, room, done)) return copy_further<Units>(from, into, room, done);
+  return {done, done};
+}
+
 }  // namespace
 
-const TextKernels text_kernels_avx512{decode,        decode_terminated, encode, encode_terminated,
-                                      count_decoded, count_encoded};
+const TextKernels text_kernels_avx512{
+    decode, decode_terminated, encode, encode_terminated, count_decoded, count_encoded, copy<Bytes>, copy<WideUnits>,
+};
 
 }  // namespace zvrt
