@@ -20,8 +20,8 @@ using File = std::unique_ptr<std::FILE, CloseFile>;
 
 // The library's parser, released also when a source's constructor gives up.
 struct Parser : csv_parser {
-  explicit Parser(unsigned char options) : csv_parser{} {
-    if (csv_init(this, options) != 0) throw Failure("out of memory");
+  explicit Parser(unsigned char chosen) : csv_parser{} {
+    if (csv_init(this, chosen) != 0) throw Failure("out of memory");
   }
   Parser(const Parser&) = delete;
   Parser& operator=(const Parser&) = delete;
