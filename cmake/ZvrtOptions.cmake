@@ -18,6 +18,10 @@ if(ZVRT_SANITIZE)
   target_link_options(zvrt_options INTERFACE -fsanitize=${ZVRT_SANITIZE})
 endif()
 
+if(ZVRT_BUILD_FUZZERS)
+  target_compile_options(zvrt_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
 # The library itself: no exceptions and no run-time type information cross or enter it.
 add_library(zvrt_library_options INTERFACE)
 target_link_libraries(zvrt_library_options INTERFACE zvrt_options)

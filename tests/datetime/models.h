@@ -60,6 +60,10 @@ class Field {
   FldDef field_{};
 };
 
+inline const wchar_t* const month_names[] = {L"January",   L"February", L"March",    L"April",
+                                             L"May",       L"June",     L"July",     L"August",
+                                             L"September", L"October",  L"November", L"December"};
+
 inline const wchar_t* const element_letters[] = {L"YYYY", L"YY",   L"MONTH", L"MMM", L"MM", L"M",      L"DD",
                                                  L"D",    L"HH24", L"HH",    L"MI",  L"SS", L"FFFFFF", L"FFFFF",
                                                  L"FFFF", L"FFF",  L"FF",    L"F",   L"PM"};

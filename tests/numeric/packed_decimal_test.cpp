@@ -1,58 +1,13 @@
 #include <gtest/gtest.h>
 
-#include <optional>
 #include <random>
 #include <string>
 
-#include "ZVRTDataCnvLib.h"
-#include "numeric/conversion_run.h"
+#include "numeric/packed_decimal_model.h"
 
 namespace {
 
 using namespace zvrt_test;
-
-std::string nibbles(const std::string& field) {
-  std::string text = hex(field);
-  std::erase(text, ' ');
-  return text;
-}
-
-struct Text {
-  std::string characters;
-  std::uint32_t status;
-};
-
-// The text of a field, by way of its hexadecimal digits.
-Text reference(const std::string& field) {
-  std::string digits = nibbles(field);
-  const bool negative = digits.back() == 'D';
-  digits.pop_back();
-  const std::size_t bad = digits.find_first_of("ABCDEF");
-  digits.resize(std::min(bad, digits.size()));
-  digits.erase(0, std::min(digits.find_first_not_of('0'), digits.size()));
-  const std::string characters = (negative ? "-" : "") + digits;
-  if (characters.empty()) return {"", ZVRT_RC_EMPTY_RESULT};
-  return {characters, bad == std::string::npos ? ZVRT_RC_OK : ZVRT_RC_ERROR};
-}
-
-// Where a value of unknown length lies in a source.
-std::optional<std::string> found(const std::string& source) {
-  const std::size_t start = source.find_first_not_of('\0');
-  if (start >= 44) return std::nullopt;
-  std::size_t length = 1;
-  while (length < 44 && std::string("CDF").find(nibbles(source.substr(start + length - 1, 1))[1]) == std::string::npos)
-    ++length;
-  return source.substr(start, length);
-}
-
-Outcome expected(const std::string& field, std::int32_t srcLen, std::int32_t dstSize) {
-  const Text text = reference(field);
-  if (text.status == ZVRT_RC_EMPTY_RESULT) return {text.status, 0, srcLen, ""};
-  const std::size_t room = static_cast<std::size_t>(std::max(dstSize, 0)) / 4;
-  const bool truncated = text.status == ZVRT_RC_OK && text.characters.size() >= room;
-  return {truncated ? ZVRT_RC_TRUNCATED : text.status, static_cast<std::uint32_t>(text.characters.size()),
-          srcLen == 0 ? static_cast<std::int32_t>(field.size()) : srcLen, wide_bounded(text.characters, room)};
-}
 
 // Fields of mostly digits, as random as that leaves room for.
 std::string random_field(std::mt19937& random, std::size_t bytes) {
@@ -196,20 +151,6 @@ TEST(PackedToNarrow, EveryLengthAndCapacity) {
       }
     }
   }
-}
-
-// The field that a text makes, by way of hexadecimal digits; nothing where it loses digits.
-std::optional<std::string> packed(std::u32string text, std::size_t bytes) {
-  const bool negative = text.starts_with(U'-');
-  std::string digits;
-  for (const char32_t character : text.substr(negative ? 1 : 0)) digits += "0123456789ABCDEF"[character % 16];
-  digits.erase(0, std::min(digits.find_first_not_of('0'), digits.size()));
-  if (digits.size() + 1 > bytes * 2) return std::nullopt;
-  digits = std::string(bytes * 2 - 1 - digits.size(), '0') + digits + (negative ? 'D' : 'C');
-  std::string field;
-  for (std::size_t i = 0; i < digits.size(); i += 2)
-    field += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
-  return field;
 }
 
 std::u32string random_text(std::mt19937& random, std::size_t length) {

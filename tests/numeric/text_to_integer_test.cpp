@@ -7,6 +7,7 @@
 
 #include "ZVRTDataCnvLib.h"
 #include "numeric/integer_cases.h"
+#include "numeric/text_to_integer_model.h"
 #include "support/guarded_buffer.h"
 
 namespace {
@@ -175,24 +176,12 @@ TEST(TextToInteger, RunWithinAText) {
     const auto* wide = static_cast<const wchar_t*>(guarded.get());
     for (std::int32_t start = 0; start <= std::min(static_cast<std::int32_t>(text.size()), 2); ++start) {
       for (const std::int32_t most : {-1, 0, 1, 2, 3, 4, 5, 6, INT32_MAX}) {
-        // The definition: cut, stop before what is neither a digit nor the first '-', take the '-' out.
-        std::string run = text.substr(static_cast<std::size_t>(start), most < 0 ? 0 : static_cast<std::size_t>(most));
-        const std::size_t sign = run.find('-');
-        const std::size_t stray =
-            std::min(run.find('x'), sign == std::string::npos ? std::string::npos : run.find('-', sign + 1));
-        const bool valid = stray == std::string::npos;
-        const auto length = static_cast<std::int32_t>(run.size());
-        run = run.substr(0, stray);
-        const bool negative = run.find('-') != std::string::npos;
-        if (negative) run.erase(run.find('-'), 1);
-        const auto number = static_cast<std::int32_t>(number_of(run));
-        const std::int32_t expected = negative && valid ? -number : number;
-
+        const auto [valid, expected, position] = read_run(widened(text), start, most);
         std::int32_t value = 99;
         std::int32_t end = 99;
         ASSERT_EQ(ZVRTCnvWVarcharSzToInt2(wide, &end, &value, start, most), valid ? ZVRT_RC_OK : ZVRT_RC_ERROR) << text;
         ASSERT_EQ(value, expected) << text << " from " << start << ", " << most;
-        ASSERT_EQ(end, valid ? start + length : 99) << text << " from " << start << ", " << most;
+        ASSERT_EQ(end, valid ? position : 99) << text << " from " << start << ", " << most;
         value = 99;
         ASSERT_EQ(ZVRTCnvWVarcharSzToInt(wide, &value, start, most), valid ? ZVRT_RC_OK : ZVRT_RC_ERROR) << text;
         ASSERT_EQ(value, expected) << text << " from " << start << ", " << most;
@@ -211,13 +200,10 @@ TEST(TextToInteger, FieldWithBlanks) {
     std::replace(text.begin(), text.end(), '.', '\0');
     GuardedBuffer guarded(text.data(), text.size());
     for (std::int32_t length = -1; length <= static_cast<std::int32_t>(text.size()); ++length) {
-      std::string digits = text.substr(0, length < 0 ? 0 : static_cast<std::size_t>(length));
-      digits = digits.substr(0, digits.find('\0'));
-      std::erase(digits, ' ');
-      const bool valid = digits.find_first_not_of("0123456789") == std::string::npos;
+      const auto [valid, expected] = read_field(text.substr(0, length < 0 ? 0 : static_cast<std::size_t>(length)));
       std::uint32_t value = 4711;
       ASSERT_EQ(ZVRTCnvCharToInt(guarded.as<char>(), length, &value), valid ? ZVRT_RC_OK : ZVRT_RC_ERROR) << text;
-      ASSERT_EQ(value, valid ? number_of(digits) : 4711) << text;
+      ASSERT_EQ(value, valid ? expected : 4711) << text;
     }
   });
   std::uint32_t value = 0;

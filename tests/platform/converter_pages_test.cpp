@@ -8,13 +8,17 @@
 #include <vector>
 
 #include "converter_service.h"
+#include "icu_pages.h"
 #include "icu_reference.h"
 
 namespace {
 
 using zvrt_test::decode;
 using zvrt_test::encode;
+using zvrt_test::encode_exactly;
 using zvrt_test::find_converter;
+using zvrt_test::icu_pages;
+using zvrt_test::IcuPage;
 using zvrt_test::IcuReference;
 
 constexpr char32_t none = 0xFFFFFFFF;
@@ -122,72 +126,6 @@ TEST_F(ConverterPages, SingleBytesAgreeWithIconvBothWays) {
       EXPECT_EQ(encode(converter, text).written, bytes) << byte;
     }
   }
-}
-
-struct IcuPage {
-  std::uint32_t number;
-  char kind;
-  const char* icu;
-};
-
-// Numbers and kinds, each with ICU's own name of the page that is meant.
-const IcuPage icu_pages[] = {
-    {37, 0, "ibm-37_P100-1995"},
-    {37, 'N', "ibm-37_P100-1995,swaplfnl"},
-    {278, 0, "ibm-278_P100-1995"},
-    {367, 0, "US-ASCII"},
-    {813, 0, "ibm-813_P100-1995"},
-    {852, 0, "ibm-852_P100-1995"},
-    {858, 0, "ibm-858_P100-1997"},
-    {862, 0, "ibm-862_P100-1995"},
-    {871, 'X', "ibm-871_P100-1995"},
-    {874, 0, "windows-874-2000"},
-    {874, 'B', "ibm-874_P100-1995"},
-    {875, 0, "ibm-875_P100-1995"},
-    {919, 0, "iso-8859_10-1998"},
-    {922, 0, "ibm-922_P100-1999"},
-    {930, 0, "ibm-930_P120-1999"},
-    {930, 'N', "ibm-930_P120-1999,swaplfnl"},
-    {932, 0, "ibm-943_P15A-2003"},
-    {932, 'B', "ibm-942_P12A-1999"},
-    {933, 0, "ibm-933_P110-1995"},
-    {935, 0, "ibm-935_P110-1999"},
-    {936, 0, "windows-936-2000"},
-    {937, 0, "ibm-937_P110-1999"},
-    {939, 0, "ibm-939_P120-1999"},
-    {943, 0, "ibm-943_P130-1999"},
-    {949, 0, "windows-949-2000"},
-    {949, 'B', "ibm-949_P110-1999"},
-    {950, 0, "windows-950-2000"},
-    {1026, 0, "ibm-1026_P100-1995"},
-    {1200, 0, "UTF-16LE"},
-    {1200, 'B', "UTF-16BE"},
-    {1208, 0, "UTF-8"},
-    {1208, 'X', "UTF-8"},
-    {1252, 0, "ibm-5348_P100-1997"},
-    {1252, 'B', "ibm-1252_P100-2000"},
-    {1252, 'N', "ibm-5348_P100-1997"},
-    {1255, 0, "ibm-9447_P100-2002"},
-    {1258, 0, "ibm-5354_P100-1998"},
-    {1375, 0, "ibm-1375_P100-2008"},
-    {1386, 0, "ibm-1386_P100-2001"},
-    {1399, 0, "ibm-1399_P110-2003"},
-    {5348, 0, "ibm-5348_P100-1997"},
-    {12000, 0, "UTF-32LE"},
-    {20273, 0, "ibm-273_P100-1995"},
-    {28591, 0, "ISO-8859-1"},
-    {28598, 0, "ibm-5012_P100-1999"},
-    {28600, 0, "iso-8859_10-1998"},
-    {51932, 0, "euc-jp-2007"},
-    {54936, 0, "gb18030"},
-    {65001, 0, "UTF-8"},
-    {0xFFFFFFFF, 0, "UTF-8"},
-};
-
-// What ICU writes and reads back as the same text. Its other mappings would change the text silently.
-std::optional<std::string> encode_exactly(const IcuReference& icu, const std::u32string& text) {
-  std::optional<std::string> bytes = icu.encode(text);
-  return bytes && icu.decode(*bytes) == text ? bytes : std::nullopt;
 }
 
 void expect_same_reading(void* converter, const IcuReference& icu, const std::string& bytes) {

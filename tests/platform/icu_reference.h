@@ -23,4 +23,10 @@ class IcuReference {
   UConverter* converter_;
 };
 
+// What ICU writes and reads back as the same text. Its other mappings would change the text silently.
+inline std::optional<std::string> encode_exactly(const IcuReference& icu, const std::u32string& text) {
+  std::optional<std::string> bytes = icu.encode(text);
+  return bytes && icu.decode(*bytes) == text ? bytes : std::nullopt;
+}
+
 }  // namespace zvrt_test

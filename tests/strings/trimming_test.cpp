@@ -3,33 +3,11 @@
 #include <string>
 
 #include "ZVRTDataCnvLib.h"
+#include "strings/trimming_model.h"
 #include "support/guarded_buffer.h"
 
 namespace zvrt_test {
 namespace {
-
-// Trimming as its rules tell it, on a list of units with room for one more.
-struct Trimmed {
-  std::u32string buffer;
-  std::int32_t length;
-};
-
-Trimmed reference(std::u32string buffer, std::int32_t length, int leading, int trailing, bool closes) {
-  length = std::max(length, 0);
-  if (leading == 1) {
-    const std::u32string text = buffer.substr(0, static_cast<std::size_t>(length));
-    const std::size_t first = std::min(text.find_first_not_of(U' '), text.size());
-    length -= static_cast<std::int32_t>(first);
-    if (length < 1) return {buffer, 0};
-    buffer.replace(0, static_cast<std::size_t>(length), text.substr(first));
-    if (closes && first > 0) buffer[static_cast<std::size_t>(length)] = 0;
-  }
-  if (trailing == 1) {
-    while (length > 0 && buffer[static_cast<std::size_t>(length) - 1] == U' ') --length;
-    buffer[static_cast<std::size_t>(length)] = 0;
-  }
-  return {buffer, length};
-}
 
 // Every text of up to five units over a small alphabet, every length told, every pair of flags.
 TEST(Trimming, EverySmallText) {
@@ -47,27 +25,22 @@ TEST(Trimming, EverySmallText) {
         for (std::size_t i = 0; i < 6; ++i) narrow.as<char>()[i] = static_cast<char>(text[i]);
         std::memcpy(wide.as<char>(), text.data(), 24);
         std::int32_t len = length;
-        Trimmed expected = reference(text, length, leading, trailing, false);
+        Trimmed expected = trimmed(text, length, leading, trailing, false);
         ASSERT_EQ(TrimSpacesA(narrow.as<char>(), &len, leading, trailing), 0U);
         ASSERT_EQ(len, expected.length);
         ASSERT_EQ(narrow.bytes(), std::string(expected.buffer.begin(), expected.buffer.end()));
         len = length;
-        expected = reference(text, length, leading, trailing, true);
+        expected = trimmed(text, length, leading, trailing, true);
         ASSERT_EQ(TrimSpacesW(wide.as<wchar_t>(), &len, leading, trailing), 0U);
         ASSERT_EQ(len, expected.length);
         ASSERT_EQ(wide.bytes(), wide_bytes(expected.buffer, false));
       }
       std::memcpy(wide.as<char>(), text.data(), 24);
-      std::u32string kept;
-      for (std::int32_t i = 0; i < length && text[static_cast<std::size_t>(i)] != 0; ++i) {
-        const char32_t c = text[static_cast<std::size_t>(i)];
-        if (c != U' ' && c != U'\t') kept += c;
-      }
+      const Trimmed expected = without_blanks_and_tabs(text, length);
       std::int32_t len = length;
       ASSERT_EQ(TrimAllSpacesTabsW(wide.as<wchar_t>(), &len), 0U);
-      ASSERT_EQ(len, static_cast<std::int32_t>(kept.size()));
-      std::u32string buffer = kept + U'\0' + text.substr(kept.size() + 1);
-      ASSERT_EQ(wide.bytes(), wide_bytes(buffer, false));
+      ASSERT_EQ(len, expected.length);
+      ASSERT_EQ(wide.bytes(), wide_bytes(expected.buffer, false));
     }
   }
 }

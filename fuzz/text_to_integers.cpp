@@ -1,0 +1,70 @@
+// Text to integers by every version and reader against a reading digit by digit, modulo 2^64.
+#include "frame/cpu.h"
+#include "input.h"
+#include "numeric/integer_cases.h"
+#include "numeric/integers.h"
+#include "numeric/text_to_integer_model.h"
+
+namespace {
+
+using namespace zvrt_test;
+
+template <class Int>
+void check_versions(const void* src, const std::u32string& text) {
+  const bool valid = is_number(text, std::is_signed_v<Int>);
+  for (const auto& [level, versions] : {std::pair{zvrt::CpuLevel::baseline, &zvrt::plain_integers},
+                                        std::pair{zvrt::CpuLevel::avx512, &zvrt::avx512_integers}}) {
+    if (zvrt::cpu_level() < level) continue;
+    ZVRTConversion* const parse = versions->parse[zvrt::place_of<Int>];
+    if (valid) {
+      check_parsed<Int>(parse, src, std::string(text.begin(), text.end()));
+    } else {
+      check_refused(parse, sizeof(Int), src, ZVRT_RC_INVALID_INTEGER);
+    }
+  }
+}
+
+void check_run(const void* src, const std::u32string& text, std::int32_t start, std::int32_t most) {
+  const RunReading expected = read_run(text, start, most);
+  std::int32_t value = 99;
+  std::int32_t end = 99;
+  const auto* wide = static_cast<const wchar_t*>(src);
+  ASSERT_EQ(ZVRTCnvWVarcharSzToInt2(wide, &end, &value, start, most), expected.valid ? ZVRT_RC_OK : ZVRT_RC_ERROR);
+  ASSERT_EQ(value, expected.value);
+  ASSERT_EQ(end, expected.valid ? expected.end : 99);
+}
+
+void check_field(const std::string& bytes) {
+  static zvrt_fuzz::Source source;
+  const FieldReading expected = read_field(bytes);
+  std::uint32_t value = 4711;
+  ASSERT_EQ(ZVRTCnvCharToInt(source.put_as<char>(bytes), static_cast<std::int32_t>(bytes.size()), &value),
+            expected.valid ? ZVRT_RC_OK : ZVRT_RC_ERROR);
+  ASSERT_EQ(value, expected.valid ? expected.value : 4711);
+}
+
+}  // namespace
+
+void zvrt_fuzz::check(Input input) {
+  static Source source;
+  const bool strays = input.flag();
+  const std::size_t behind = input.below(100);
+  const std::int32_t most = input.between(-1, 40);
+  std::u32string text;
+  if (strays) {
+    const auto characters = input.characters();
+    text.assign(characters.begin(), std::find(characters.begin(), characters.end(), 0U));
+  } else {
+    text = widened(input.text_over("0123456789019-"));
+  }
+  // Digits stand behind the terminator, and the memory ends where they end.
+  const void* const src = source.put(wide_bytes(text) + std::string(behind, '1'));
+  check_versions<std::uint8_t>(src, text);
+  check_versions<std::int16_t>(src, text);
+  check_versions<std::uint32_t>(src, text);
+  check_versions<std::int32_t>(src, text);
+  check_versions<std::uint64_t>(src, text);
+  check_versions<std::int64_t>(src, text);
+  check_run(src, text, std::min(1, static_cast<std::int32_t>(text.size())), most);
+  check_field(std::string(text.begin(), text.end()));
+}
