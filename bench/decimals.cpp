@@ -275,13 +275,8 @@ std::string mpd_text(const mpd_t* number) {
 }
 #endif
 
-void register_varnum(const char* variant, std::string (*draw)(Random&)) {
-  constexpr Operation encoding{"wide text to VARNUM", 0.5};
-  constexpr Operation decoding{"VARNUM to wide text", 0.7};
-  const WideTexts texts = packed(*rendered(drawn(draw), widened));
-  const auto varnums = rendered(texts, [](const wchar_t* text) { return encode_in_one_pass(text); });
-
-  std::vector<Contender> encoders = {
+std::vector<Contender> varnum_encoders(const WideTexts& texts) {
+  std::vector<Contender> contenders = {
       contender(
           "ours", texts,
           [](const wchar_t* text, std::byte* out) { return call<ZVRTCnvWVarcharSz_UnsignedToOraVarnum, 1>(text, out); },
@@ -289,23 +284,40 @@ void register_varnum(const char* variant, std::string (*draw)(Random&)) {
       contender(
           "one-pass loop", texts,
           [](const wchar_t* text, std::byte* out) { return stored(encode_in_one_pass(text), out); }, varnum_text)};
-  std::vector<Contender> decoders = {contender("ours", varnums,
-                                               [](const Varnum& varnum, std::byte* out) {
-                                                 return call<ZVRTCnvOraVarnumToWVarcharSz_Unsigned, sizeof(wchar_t)>(
-                                                     varnum.data(), out);
-                                               }),
-                                     contender("loop", varnums, decode_by_loop)};
 #if ZVRT_BENCH_WITH_PGTYPES
   const auto held = std::make_shared<Numeric>();  // the last number, freed when the next one comes
-  encoders.push_back(contender(
+  contenders.push_back(contender(
       "narrowed, pgtypes", texts,
       [held](const wchar_t* text, std::byte* /*out*/) -> std::size_t {
         *held = to_numeric(text);
         return 0;
       },
       [held](const std::byte*, std::size_t) { return numeric_text(held->get()); }));
-  const auto numerics = rendered(texts, [](const wchar_t* text) { return to_numeric(text); });
-  decoders.push_back(contender("pgtypes, widened", numerics, [](const Numeric& number, std::byte* out) {
+#endif
+#if ZVRT_BENCH_WITH_MPDECIMAL
+  const std::shared_ptr<mpd_t> last(mpd_qnew(), mpd_del);
+  contenders.push_back(contender(
+      "narrowed, mpdecimal", texts,
+      [last](const wchar_t* text, std::byte* /*out*/) -> std::size_t {
+        set_mpd(*last, text);
+        return 0;
+      },
+      [last](const std::byte*, std::size_t) { return mpd_text(last.get()); }));
+#endif
+  return contenders;
+}
+
+std::vector<Contender> varnum_decoders(const WideTexts& texts) {
+  const auto varnums = rendered(texts, encode_in_one_pass);
+  std::vector<Contender> contenders = {contender("ours", varnums,
+                                                 [](const Varnum& varnum, std::byte* out) {
+                                                   return call<ZVRTCnvOraVarnumToWVarcharSz_Unsigned, sizeof(wchar_t)>(
+                                                       varnum.data(), out);
+                                                 }),
+                                       contender("loop", varnums, decode_by_loop)};
+#if ZVRT_BENCH_WITH_PGTYPES
+  const auto numerics = rendered(texts, to_numeric);
+  contenders.push_back(contender("pgtypes, widened", numerics, [](const Numeric& number, std::byte* out) {
     char* text = PGTYPESnumeric_to_asc(number.get(), number->dscale);
     const std::size_t bytes = widen(text, wide(out));
     std::free(text);
@@ -313,28 +325,25 @@ void register_varnum(const char* variant, std::string (*draw)(Random&)) {
   }));
 #endif
 #if ZVRT_BENCH_WITH_MPDECIMAL
-  const std::shared_ptr<mpd_t> last(mpd_qnew(), mpd_del);
-  encoders.push_back(contender(
-      "narrowed, mpdecimal", texts,
-      [last](const wchar_t* text, std::byte* /*out*/) -> std::size_t {
-        set_mpd(*last, text);
-        return 0;
-      },
-      [last](const std::byte*, std::size_t) { return mpd_text(last.get()); }));
   const auto mpds = rendered(texts, [](const wchar_t* text) {
     Mpd number(mpd_qnew());
     set_mpd(*number, text);
     return number;
   });
-  decoders.push_back(contender("mpdecimal, widened", mpds, [](const Mpd& number, std::byte* out) {
+  contenders.push_back(contender("mpdecimal, widened", mpds, [](const Mpd& number, std::byte* out) {
     char* text = mpd_to_sci(number.get(), 1);
     const std::size_t bytes = widen(text, wide(out));
     mpd_free(text);
     return bytes;
   }));
 #endif
-  compete(encoding, variant, std::move(encoders));
-  compete(decoding, variant, std::move(decoders));
+  return contenders;
+}
+
+void register_varnum(const char* variant, std::string (*draw)(Random&)) {
+  const WideTexts texts = packed(*rendered(drawn(draw), widened));
+  compete({"wide text to VARNUM", 0.5}, variant, varnum_encoders(texts));
+  compete({"VARNUM to wide text", 0.7}, variant, varnum_decoders(texts));
 }
 
 }  // namespace

@@ -170,13 +170,13 @@ void compete(Operation operation, const std::string& variant, std::vector<Conten
   }
 }
 
-void run_and_report() {
+void run_and_report(bool every_time) {
   LeastTimes times;
   benchmark::RunSpecifiedBenchmarks(&times);
   const std::vector<Outcome> outcomes = times.outcomes();
   print_summary(outcomes);
   print_rows(outcomes);
-  times.print_all_times();
+  if (every_time) times.print_all_times();
 }
 
 }  // namespace zvrt_bench

@@ -76,8 +76,9 @@ std::size_t call(const void* source, std::byte* destination, const FldDef* field
 // registers every contender for timing.
 void compete(Operation operation, const std::string& variant, std::vector<Contender> contenders);
 
-// Runs what was registered and prints the ratios, those that miss their figure first.
-void run_and_report();
+// Runs what was registered and prints the ratios, those that miss their figure first; with `every_time` the contenders'
+// times as well.
+void run_and_report(bool every_time);
 
 // The families, each in its own source: they register their comparisons.
 void register_text();
