@@ -1,0 +1,257 @@
+// Every allocation that the library can make fails in turn, once and from then on: the status and what is left of the
+// buffers are as told, and nothing stays allocated.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "ZVRTDataCnvLib.h"
+#include "ZVRTEnvLib.h"
+#include "ZVRTICULib.h"
+#include "datetime/models.h"
+#include "failing_allocator.h"
+#include "strings/conversion_model.h"
+#include "support/guarded_buffer.h"
+
+namespace zvrt_test {
+namespace {
+
+constexpr std::uint32_t untold = 0xDEADBEEF;
+
+// A call with its buffers, as it begins and as it ends.
+struct Call {
+  GuardedBuffer dst{8192};
+  std::uint32_t out_len = untold;
+  std::int32_t src_len = 0;
+  std::uint32_t status = 0;
+
+  bool wrote_nothing() const { return dst.untouched_from(0) && out_len == untold && src_len == 0; }
+};
+
+// A call that allocates, and what it returns when it cannot.
+struct Allocating {
+  const char* name;
+  std::vector<std::uint32_t> refusals;  // of each allocation in turn
+  std::function<void(Call&)> make;
+};
+
+// Writes through a model too long for a temporary on the stack; reads a text that is.
+Allocating writer(const char* name, ZVRTConversion* convert, std::uint32_t refusal) {
+  return {name, {refusal}, [convert](Call& call) {
+            static const Model model(std::wstring(L"%YYYY-%MM-%DD").append(100, L'x'));
+            static const ZVRTTS ts = timestamp(2024, 3, 5);
+            Field field(model);
+            call.status = convert(&ts, &call.src_len, call.dst.as(), 8192, &call.out_len, &field);
+          }};
+}
+Allocating reader(const char* name, ZVRTConversion* convert, std::string source, std::uint32_t refusal) {
+  return {name, {refusal}, [convert, source](Call& call) {
+            static const Model model(L"%YYYY-%MM-%DD");
+            Field field(model);
+            call.status = convert(source.data(), &call.src_len, call.dst.as(), 8192, &call.out_len, &field);
+          }};
+}
+Allocating counted_reader(const char* name, ZVRTConversion* convert, std::string source, std::int32_t length,
+                          std::uint32_t refusal) {
+  return {name, {refusal}, [convert, source, length](Call& call) {
+            static const Model model(L"%YYYY-%MM-%DD");
+            Field field(model);
+            std::int32_t told = length;
+            call.status = convert(source.data(), &told, call.dst.as(), 8192, &call.out_len, &field);
+            call.src_len = told - length;
+          }};
+}
+Allocating plain(const char* name, ZVRTConversion* convert, std::string source, std::int32_t length,
+                 std::uint32_t refusal) {
+  return {name, {refusal}, [convert, source, length](Call& call) {
+            std::int32_t told = length;
+            call.status = convert(source.data(), &told, call.dst.as(), 8192, &call.out_len, nullptr);
+            call.src_len = told - length;
+          }};
+}
+
+std::vector<Allocating> allocating() {
+  constexpr std::uint32_t none = ZVRT_RC_NO_MEMORY, error = ZVRT_RC_ERROR;
+  const std::string date = "2024-03-05" + std::string(2000, ' ');
+  const std::string wide_date = wide_bytes(std::u32string(date.begin(), date.end()));
+  const std::string digits(1500, '7');
+  static const std::wstring long_model = std::wstring(L"%YYYY-%MM-%DD").append(200, L' ');
+  std::string packed(600, '\x12');
+  packed.back() = '\x1C';
+  return {
+      {"TrimSpaces",
+       {none},
+       [](Call& call) {
+         static const std::string text = " " + std::string(1500, 'x') + " ";
+         std::memcpy(call.dst.as(), text.c_str(), text.size() + 1);
+         call.status = TrimSpaces(call.dst.as<char>(), &call.src_len, 1, 1, 1208, '2');
+         // Text that stayed as it was counts as nothing written.
+         if (std::strcmp(call.dst.as<char>(), text.c_str()) == 0) call.dst.reset();
+       }},
+      writer("TSToWchar", ZVRTCnvZVRTTSToWchar, none),
+      writer("TSToWVarchar", ZVRTCnvZVRTTSToWVarchar, none),
+      writer("TSToChar", ZVRTCnvZVRTTSToChar, error),
+      writer("TSToVarchar", ZVRTCnvZVRTTSToVarchar, error),
+      writer("TSToVarcharSz", ZVRTCnvZVRTTSToVarcharSz, error),
+      counted_reader("DateTimeChar", ZVRTCnvDateTimeCharToZVRTTS, date, 2000, none),
+      reader("DateTimeVarchar", ZVRTCnvDateTimeVarcharToZVRTTS, prefix_of(2000) + date, none),
+      reader("DateTimeSz", ZVRTCnvDateTimeSzToZVRTTS, date + '\0', error),
+      counted_reader("DateTimeWchar", ZVRTCnvDateTimeWcharToZVRTTS, wide_date, 2000, error),
+      reader("DateTimeWVarchar", ZVRTCnvDateTimeWVarcharToZVRTTS, prefix_of(8000) + wide_date, none),
+      {"DateCharToDate",
+       {error, error},
+       [date](Call& call) {
+         DateWithModel read{{1, 2, 3}, long_model.c_str()};
+         call.status = ZVRTDateCharToDate(date.c_str(), &read);
+         if (read.date.year != 1) call.out_len = 0;
+       }},
+      {"UTF16DateCharToDate",
+       {error, none},
+       [date](Call& call) {
+         static const std::u16string text(date.begin(), date.end());
+         DateWithModel read{{1, 2, 3}, long_model.c_str()};
+         call.status = ZVRTUTF16DateCharToDate(reinterpret_cast<const std::uint16_t*>(text.data()),
+                                               static_cast<std::int32_t>(text.size()), &read);
+         if (read.date.year != 1) call.out_len = 0;
+       }},
+      plain("DecPackedToVarcharSz", ZVRTCnvDecPackedToVarcharSz, packed, 600, none),
+      plain("VarcharSzToDecPacked", ZVRTCnvVarcharSzToDecPacked, digits + '\0', 0, none),
+  };
+}
+
+class Allocations : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (!allocator_is_ours) GTEST_SKIP() << "the sanitizer's allocator does not fail";
+  }
+};
+
+TEST_F(Allocations, EveryTemporaryFailsInTurn) {
+  for (const Allocating& row : allocating()) {
+    SCOPED_TRACE(row.name);
+    Call first, good;
+    row.make(first);  // the row's own constants
+    WatchedAllocations all;
+    row.make(good);
+    all.stop();
+    EXPECT_EQ(all.count(), row.refusals.size());
+    EXPECT_EQ(all.live(), 0);
+    EXPECT_EQ(good.status, ZVRT_RC_OK);
+    EXPECT_FALSE(good.wrote_nothing());
+    for (const Fails fails : {Fails::once, Fails::from_then_on}) {
+      for (std::size_t nth = 1; nth <= row.refusals.size(); ++nth) {
+        Call call;
+        WatchedAllocations watch(fails, nth);
+        row.make(call);
+        watch.stop();
+        EXPECT_EQ(watch.live(), 0) << "allocation " << nth << " leaks";
+        EXPECT_EQ(call.status, row.refusals[nth - 1]) << "allocation " << nth;
+        EXPECT_TRUE(call.wrote_nothing()) << "allocation " << nth;
+      }
+    }
+  }
+}
+
+// Without any memory, what needs none does as always.
+TEST_F(Allocations, EverythingElseAllocatesNothing) {
+  Arena arena;
+  for (const Member& member : members) {
+    const std::size_t length = is_prefixed(member.from) ? 8000 : 20000;
+    const Source source = source_of(member.from, std::vector<std::uint32_t>(length, 'x'));
+    GuardedBuffer dst(100000);
+    std::int32_t src_len = source.told.value_or(0);
+    std::uint32_t out_len = 0;
+    const WatchedAllocations watch(Fails::from_then_on, 1);
+    EXPECT_EQ(member.convert(source.buffer.data(), &src_len, dst.as(), 100000, &out_len, nullptr), 0U) << member.name;
+    EXPECT_EQ(watch.count(), 0U) << member.name;
+  }
+  const WatchedAllocations watch(Fails::from_then_on, 1);
+  wchar_t text[512];
+  char narrow[512];
+  std::uint32_t length = 0;
+  const std::int64_t integer = INT64_MIN;
+  const double real = 4.9e-324;
+  double read = 0;
+  EXPECT_EQ(ZVRTCnvLongLongToWVarcharSz(&integer, nullptr, text, sizeof text, &length, nullptr), 0U);
+  EXPECT_EQ(ZVRTCnvDblToWVarcharSz(&real, nullptr, text, sizeof text, &length, nullptr), 0U);
+  EXPECT_EQ(ZVRTCnvWVarcharSzToDbl(text, nullptr, &read, sizeof read, &length, nullptr), 0U);
+  EXPECT_EQ(ZVRTCnvWVarcharSz_UnsignedToOraVarnum(L"1234567890.5", nullptr, narrow, 22, &length, nullptr), 0U);
+  EXPECT_EQ(ZVRTCnvOraVarnumToVarcharSz_Unsigned(narrow, nullptr, narrow + 22, 400, &length, nullptr), 0U);
+  EXPECT_EQ(FloatToString(text, 512, 400, real), 0U);
+  FmtCode codes[8] = {};
+  DtKind kind = 0;
+  ZVRTTS ts = timestamp(2024, 3, 5);
+  EXPECT_EQ(ZVRTGetFormatCodes(L"%YYYY%MM%DD", codes, &kind), 0U);
+  EXPECT_EQ(ZVRTTSToWVarcharSz(text, 512, codes, &ts, ZVRT_DT_TIMESTAMP, &length), 0U);
+  EXPECT_EQ(ZVRTWVarcharSzToTS(text, 8, codes, 11, &ts, ZVRT_DT_TIMESTAMP), 0U);
+  EXPECT_EQ(watch.count(), 0U);
+}
+
+// A user of code pages, from its initialisation to the end of its thread.
+struct Service {
+  std::uint32_t started = untold, ended = 0;
+  std::uint32_t status = untold;
+  std::uint32_t out_len = untold;
+  std::string bytes;
+  std::size_t allocations = 0;
+};
+
+constexpr std::size_t room = 16;
+
+Service use_service(std::uint32_t page, Fails fails, std::size_t nth) {
+  Service service;
+  char dst[room];
+  std::memset(dst, GuardedBuffer::mark, room);
+  std::thread([&] {
+    FldDef field{};
+    field.codePage = page;
+    WatchedAllocations watch(fails, nth);
+    service.started = ZVRTInitDataConversion();
+    if (service.started == 0) {
+      service.status = ZVRTCnvWVarcharSzToVarcharSz(L"ABC", nullptr, dst, room, &service.out_len, &field);
+    }
+    service.allocations = watch.count();
+    watch.stop();
+    if (service.started == 0) service.ended = ZVRTTermDataConversion();
+  }).join();
+  service.bytes.assign(dst, room);
+  return service;
+}
+
+TEST_F(Allocations, TheConverterServiceIsRefusedAndRecovers) {
+  const std::string untouched(room, static_cast<char>(GuardedBuffer::mark));
+  for (const std::uint32_t page : {37U, 1252U, 930U, 932U, 54936U, 1200U, 65001U}) {
+    SCOPED_TRACE(page);
+    const Service good = use_service(page, Fails::never, 0);
+    ASSERT_EQ(good.started | good.status | good.ended, 0U);
+    ASSERT_GT(good.allocations, 0U);
+    for (const Fails fails : {Fails::once, Fails::from_then_on}) {
+      for (std::size_t nth = 1; nth <= good.allocations; ++nth) {
+        SCOPED_TRACE(nth);
+        const Service service = use_service(page, fails, nth);
+        EXPECT_EQ(service.ended, 0U);
+        if (service.started != 0) {
+          EXPECT_TRUE(service.started == ZVRT_ENV_RC_NO_MEMORY || service.started == ZVRT_ICU_RC_ICU_FAILED)
+              << service.started;
+        } else if (service.status == 0) {
+          EXPECT_EQ(service.bytes, good.bytes);
+          EXPECT_EQ(service.out_len, good.out_len);
+        } else {
+          const bool documented = service.status == ZVRT_RC_NO_CONVERTER || service.status == ZVRT_ENV_RC_NO_MEMORY ||
+                                  service.status == ZVRT_ICU_RC_ICU_FAILED;
+          EXPECT_TRUE(documented) << service.status;
+          EXPECT_EQ(service.bytes, untouched);
+          EXPECT_EQ(service.out_len, 0U);
+        }
+      }
+    }
+    const Service again = use_service(page, Fails::never, 0);
+    EXPECT_EQ(again.status, 0U);
+    EXPECT_EQ(again.bytes, good.bytes);
+  }
+}
+
+}  // namespace
+}  // namespace zvrt_test
