@@ -19,13 +19,12 @@ void refuse_characters(const void*, UConverterFromUnicodeArgs*, const UChar*, st
 }  // namespace
 
 IcuConverter::IcuConverter(const char* name) {
-  UErrorCode error = U_ZERO_ERROR;
-  converter_ = ucnv_open(name, &error);
+  converter_ = ucnv_open(name, &error_);
   if (converter_ == nullptr) return;
-  ucnv_setToUCallBack(converter_, refuse_bytes, nullptr, nullptr, nullptr, &error);
-  ucnv_setFromUCallBack(converter_, refuse_characters, nullptr, nullptr, nullptr, &error);
+  ucnv_setToUCallBack(converter_, refuse_bytes, nullptr, nullptr, nullptr, &error_);
+  ucnv_setFromUCallBack(converter_, refuse_characters, nullptr, nullptr, nullptr, &error_);
   ucnv_setFallback(converter_, false);
-  if (U_SUCCESS(error)) return;
+  if (U_SUCCESS(error_)) return;
   ucnv_close(converter_);
   converter_ = nullptr;
 }

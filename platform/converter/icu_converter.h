@@ -14,14 +14,16 @@ namespace zvrt {
 
 class IcuConverter {
  public:
-  // Opens nothing when ICU does not know the name.
+  // Opens nothing when ICU does not know the name, or lacks the memory.
   explicit IcuConverter(const char* name);
-  IcuConverter(IcuConverter&& other) noexcept : converter_(std::exchange(other.converter_, nullptr)) {}
+  IcuConverter(IcuConverter&& other) noexcept
+      : converter_(std::exchange(other.converter_, nullptr)), error_(other.error_) {}
   IcuConverter(const IcuConverter&) = delete;
   IcuConverter& operator=(const IcuConverter&) = delete;
   ~IcuConverter() { ucnv_close(converter_); }
 
   explicit operator bool() const { return converter_ != nullptr; }
+  bool lacked_memory() const { return error_ == U_MEMORY_ALLOCATION_ERROR; }
   UConverter* get() const { return converter_; }
 
   // Of a name that is open: ICU's own name of the page, without options.
@@ -40,6 +42,7 @@ class IcuConverter {
 
  private:
   UConverter* converter_;
+  UErrorCode error_ = U_ZERO_ERROR;  // of opening it
 };
 
 }  // namespace zvrt

@@ -47,6 +47,7 @@ PageStore::Opened PageStore::open(std::uint32_t number, Style style) {
   for (const PageName& name : page_names(number, style)) {
     if (name[0] == '\0') break;
     IcuConverter icu(name.data());
+    if (icu.lacked_memory()) return {Opened::Result::no_memory, nullptr, nullptr};  // the next name is another page's
     if (!icu) continue;
     const Page* const page = page_of(icu, style);
     if (page == nullptr) return {Opened::Result::no_memory, nullptr, nullptr};

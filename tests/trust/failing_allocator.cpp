@@ -1,5 +1,6 @@
 #include "failing_allocator.h"
 
+#include <atomic>
 #include <cerrno>
 #include <new>
 
@@ -13,6 +14,7 @@ struct Watch {
   std::ptrdiff_t live;
 };
 constinit thread_local Watch watch{};
+constinit std::atomic<std::ptrdiff_t> live_in_all = 0;
 
 }  // namespace
 
@@ -20,6 +22,7 @@ WatchedAllocations::WatchedAllocations(Fails fails, std::size_t nth) { watch = {
 void WatchedAllocations::stop() { watch.active = false; }
 std::size_t WatchedAllocations::count() const { return watch.count; }
 std::ptrdiff_t WatchedAllocations::live() const { return watch.live; }
+std::ptrdiff_t live_allocations() { return live_in_all; }
 
 }  // namespace zvrt_test
 
@@ -30,11 +33,14 @@ extern "C" {
 void* __libc_malloc(std::size_t);
 void* __libc_calloc(std::size_t, std::size_t);
 void* __libc_realloc(void*, std::size_t);
+void* __libc_memalign(std::size_t, std::size_t);
 void __libc_free(void*);
 
 void* malloc(std::size_t);
 void* calloc(std::size_t, std::size_t);
 void* realloc(void*, std::size_t);
+void* aligned_alloc(std::size_t, std::size_t);
+int posix_memalign(void**, std::size_t, std::size_t);
 void free(void*);
 }
 
@@ -53,7 +59,9 @@ bool granted() {
 }
 
 void* counted(void* memory) {
-  if (zvrt_test::watch.active && memory != nullptr) ++zvrt_test::watch.live;
+  if (memory == nullptr) return nullptr;
+  ++zvrt_test::live_in_all;
+  if (zvrt_test::watch.active) ++zvrt_test::watch.live;
   return memory;
 }
 
@@ -65,8 +73,17 @@ void* realloc(void* memory, std::size_t size) {
   if (!granted()) return nullptr;
   return memory == nullptr ? counted(__libc_realloc(memory, size)) : __libc_realloc(memory, size);
 }
+void* aligned_alloc(std::size_t alignment, std::size_t size) {
+  return granted() ? counted(__libc_memalign(alignment, size)) : nullptr;
+}
+int posix_memalign(void** memory, std::size_t alignment, std::size_t size) {
+  *memory = aligned_alloc(alignment, size);
+  return *memory == nullptr ? ENOMEM : 0;
+}
 void free(void* memory) {
-  if (zvrt_test::watch.active && memory != nullptr) --zvrt_test::watch.live;
+  if (memory == nullptr) return;
+  --zvrt_test::live_in_all;
+  if (zvrt_test::watch.active) --zvrt_test::watch.live;
   __libc_free(memory);
 }
 

@@ -33,4 +33,7 @@ class WatchedAllocations {
   std::ptrdiff_t live() const;  // allocations less releases
 };
 
+// The allocations of the whole process that are not released yet.
+std::ptrdiff_t live_allocations();
+
 }  // namespace zvrt_test
