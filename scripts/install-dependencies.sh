@@ -7,7 +7,7 @@ set -euo pipefail
 build=(g++ cmake ninja-build pkg-config libicu-dev)
 examples=(libcli11-dev libcsv-dev libfmt-dev libsqlite3-dev nlohmann-json3-dev)
 tests=(libgtest-dev)
-useful=(gnucobol3 abigail-tools)
+useful=(gnucobol3 abigail-tools lintian locales clang libclang-rt-14-dev doxygen)
 
 missing() {
   local package
@@ -46,10 +46,18 @@ case "${1:-test}" in
   *) echo "usage: $0 [demo|test]" >&2; exit 2 ;;
 esac
 
+# A locale whose decimal point is a comma, for the test that no conversion heeds it.
+comma_locale() {
+  [[ ${1:-test} == test ]] && command -v localedef >/dev/null || return 0
+  locale -a 2>/dev/null | grep -qi '^de_DE\.utf-\?8$' || quietly as_root localedef -i de_DE -f UTF-8 de_DE.UTF-8 ||
+    echo "The comma locale could not be made; the test that uses it is skipped."
+}
+
 mapfile -t packages < <(missing "${needed[@]}")
 mapfile -t extras < <(missing "${useful[@]}")
 if [[ ${#packages[@]} -eq 0 && ${#extras[@]} -eq 0 ]]; then
   echo "All packages are installed."
+  comma_locale "$@"
   exit 0
 fi
 
@@ -59,3 +67,4 @@ if [[ ${#packages[@]} -gt 0 ]]; then install "${packages[@]}"; fi
 for extra in "${extras[@]}"; do
   install "$extra" || echo "$extra could not be installed; the tests that use it are skipped."
 done
+comma_locale "$@"
