@@ -101,7 +101,7 @@ int run_samples(const Arguments& arguments) {
   const WorkFolder work(arguments.work);
   Report report(arguments.json);
   const bool complete = run_circle(arguments.data, work.path(), report);
-  if (arguments.work.empty()) report.say("\nThe files of this run are removed; --work FOLDER keeps them.");
+  if (arguments.work.empty()) report.say("The files of this run are removed; --work FOLDER keeps them.");
   report.finish();
   return complete ? exit_fine : exit_rejects;
 }
