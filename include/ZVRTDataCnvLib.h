@@ -102,19 +102,19 @@ typedef struct FldDef {
  *
  * @param src      The source, in the source kind; for numbers and dates a pointer to the value.
  * @param srcLen   Source length in bytes. `Char` and `WChar` sources require it (null, 0 or negative:
- *                 ZVRT_RC_INVALID_PARAM) and never write it. For all other sources it is optional: where it points
- *                 to 0 it receives the length measured (`Varchar` and `WVarchar` with their two prefix bytes, texts
- *                 without their terminator); any other value is ignored and left alone.
+ *                 ZVRT_RC_INVALID_PARAM) and never write it. For all other sources it is optional: where it points to 0
+ *                 it receives the length measured (`Varchar` and `WVarchar` with their two prefix bytes, texts without
+ *                 their terminator); any other value is ignored and left alone.
  * @param dst      The destination, in the destination kind. Source and destination must not overlap.
  * @param dstSize  Size of the destination in bytes. A wide destination holds dstSize / 4 characters; `Varchar` and
- *                 `WVarchar` give 2 bytes to the prefix first, and no more than 32767 bytes are ever put behind one.
- *                 A negative size is no room.
+ *                 `WVarchar` give 2 bytes to the prefix first, and no more than 32767 bytes are ever put behind one. A
+ *                 negative size is no room.
  * @param outLen   Required. Receives the result's length without a terminator: bytes for `Char`, `VarcharSz` and
- * `WChar`; bytes with the two prefix bytes for `Varchar` and `WVarchar`; characters for `WVarcharSz`, but bytes in the
- * functions named `...Out`. Unless a function says otherwise it is the length that the whole source needs, also when
- * the status is ZVRT_RC_TRUNCATED or an error of the encoding, so that a caller can retry with enough room; it is not
- * written when the arguments are refused at once (ZVRT_RC_INVALID_PARAM, a destination smaller than its prefix,
- * ZVRT_RC_NO_MEMORY).
+ *                 `WChar`; bytes with the two prefix bytes for `Varchar` and `WVarchar`; characters for `WVarcharSz`,
+ *                 but bytes in the functions named `...Out`. Unless a function says otherwise it is the length that the
+ *                 whole source needs, also when the status is ZVRT_RC_TRUNCATED or an error of the encoding, so that a
+ *                 caller can retry with enough room; it is not written when the arguments are refused at once
+ *                 (ZVRT_RC_INVALID_PARAM, a destination smaller than its prefix, ZVRT_RC_NO_MEMORY).
  * @param fldDef   The field descriptor; null means UTF-8 narrow text and no date/time format.
  * @return A status code.
  */
@@ -248,11 +248,11 @@ ZVRT_API int32_t ConvertFrom8(uint32_t* codePoint, const char** position, int32_
  * Encodes one code point as UTF-8.
  *
  * @param position   In: where to write; where it points to null nothing is written or counted. Out: behind what was
- * written.
+ *                   written.
  * @param room       Bytes that may be written.
  * @param codePoint  The code point, up to 0x7FFFFFFF.
  * @param status     Set to ZVRT_RC_INVALID_CHAR for a larger value, to ZVRT_RC_TRUNCATED when the room is too small,
- * else left alone.
+ *                   else left alone.
  * @param needed     Grows by the length of the form, also when it does not fit.
  * @return 1 to go on, 0 when nothing was written for want of room or because of the value.
  */
@@ -275,13 +275,14 @@ ZVRT_API void VerifyCodePageInfo(char* codePageKind, uint32_t* codePage);
  *
  * @param fldDef    Not null; codePage and codePageKind choose the converter.
  * @param src       Narrow text of srcBytes bytes; a zero byte is a character like any other.
+ * @param srcBytes  Length of src in bytes.
  * @param dst       Receives the characters that fit, no terminator.
  * @param dstBytes  Size of dst in bytes; dstBytes / 4 characters are used.
  * @param outChars  Receives the characters that the whole text needs; on ZVRT_RC_INVALID_CHAR the characters before it.
  *                  Untouched when no converter was reached.
  * @return ZVRT_RC_OK; ZVRT_RC_NO_CONVERTER; the status of the environment library; or the converter service's:
  *         ZVRT_RC_TRUNCATED for a destination too small, ZVRT_RC_INVALID_CHAR for text that the code page does not
- * define.
+ *         define.
  */
 ZVRT_API uint32_t ZVRT_MultiByteToWideChar(const FldDef* fldDef, const void* src, int32_t srcBytes, void* dst,
                                            int32_t dstBytes, uint32_t* outChars);
@@ -289,6 +290,8 @@ ZVRT_API uint32_t ZVRT_MultiByteToWideChar(const FldDef* fldDef, const void* src
 /**
  * Wide text to narrow text in the field's code page, through the converter service.
  *
+ * @param fldDef    Not null; codePage and codePageKind choose the converter.
+ * @param src       Wide text at any alignment; a zero character is a character like any other.
  * @param srcBytes  Length of src in bytes, 4 a character.
  * @param dst       Receives the whole characters that fit, no terminator.
  * @param dstBytes  Size of dst in bytes.
@@ -328,7 +331,7 @@ ZVRT_API ZVRTConversion ZVRTCnvCharToVarcharSz;
 /** Transcoded; a zero byte ends UTF-8 text. outLen: characters. */
 ZVRT_API ZVRTConversion ZVRTCnvCharToWVarcharSz;
 /** Transcoded up to a zero character; a field that starts with one gives empty text. outLen: bytes. A srcLen of 1 to 3
- *  is ZVRT_RC_INVALID_PARAM with an outLen of 0. ZVRT_RC_NO_MEMORY: only for long text. */
+ *  is ZVRT_RC_INVALID_PARAM with an outLen of 0. */
 ZVRT_API ZVRTConversion ZVRTCnvWCharToVarcharSz;
 /** Copied up to a zero character, the rest of the field's length filled with zero characters. outLen: the field's
  *  characters. */
@@ -337,7 +340,7 @@ ZVRT_API ZVRTConversion ZVRTCnvWCharToWVarcharSz;
 ZVRT_API ZVRTConversion ZVRTCnvVarcharToVarcharSz;
 /** Transcoded; a zero byte ends UTF-8 text. outLen: characters. */
 ZVRT_API ZVRTConversion ZVRTCnvVarcharToWVarcharSz;
-/** Transcoded up to a zero character. outLen: bytes. ZVRT_RC_NO_MEMORY: only for long text; srcLen is stored before. */
+/** Transcoded up to a zero character. outLen: bytes. */
 ZVRT_API ZVRTConversion ZVRTCnvWVarcharToVarcharSz;
 /** Characters copied as they are. */
 ZVRT_API ZVRTConversion ZVRTCnvWVarcharToWVarcharSz;
@@ -381,9 +384,13 @@ ZVRT_API ZVRTConversion ZVRTCnvWVarcharSzToVarcharSz;
  *
  * @param text  With codePage 0: len bytes and room for a terminator. Otherwise NUL-terminated.
  * @param len   In and out, bytes. With a code page other than 0, 0 is filled in with the length measured.
+ * @param trimLeading   1: trim the front.
+ * @param trimTrailing  1: trim the end.
+ * @param codePage      As FldDef::codePage.
+ * @param codePageKind  As FldDef::codePageKind.
  * @return ZVRT_RC_OK; with a code page also ZVRT_RC_INVALID_PARAM for an empty text, ZVRT_RC_NO_MEMORY, and the
- * statuses of ZVRTCnvVarcharSzToWVarcharSz() and ZVRTCnvWVarcharSzToVarcharSz(). A text of blanks only gives a length
- * of 0 and stays as it was.
+ *         statuses of ZVRTCnvVarcharSzToWVarcharSz() and ZVRTCnvWVarcharSzToVarcharSz(). A text of blanks only gives a
+ *         length of 0 and stays as it was.
  */
 ZVRT_API uint32_t TrimSpaces(char* text, int32_t* len, uint8_t trimLeading, uint8_t trimTrailing, uint32_t codePage,
                              char codePageKind);
@@ -392,6 +399,10 @@ ZVRT_API uint32_t TrimSpaces(char* text, int32_t* len, uint8_t trimLeading, uint
  * Trims the byte 20 at the ends of len bytes. The trailing trim writes a zero byte behind the text, so the buffer needs
  * len + 1 bytes; the leading trim alone writes none. When the leading trim leaves nothing, the buffer stays as it was.
  *
+ * @param text          len bytes, and room for a terminator.
+ * @param len           In and out, bytes.
+ * @param trimLeading   1: trim the front.
+ * @param trimTrailing  1: trim the end.
  * @return ZVRT_RC_OK.
  */
 ZVRT_API uint32_t TrimSpacesA(char* text, int32_t* len, uint8_t trimLeading, uint8_t trimTrailing);
@@ -400,7 +411,10 @@ ZVRT_API uint32_t TrimSpacesA(char* text, int32_t* len, uint8_t trimLeading, uin
  * As TrimSpacesA() for wide characters; a leading trim that moved something writes a zero character behind the text
  * too.
  *
- * @param len  In and out, characters.
+ * @param text          len characters, and room for a terminator.
+ * @param len           In and out, characters.
+ * @param trimLeading   1: trim the front.
+ * @param trimTrailing  1: trim the end.
  * @return ZVRT_RC_OK.
  */
 ZVRT_API uint32_t TrimSpacesW(wchar_t* text, int32_t* len, uint8_t trimLeading, uint8_t trimTrailing);
@@ -409,7 +423,8 @@ ZVRT_API uint32_t TrimSpacesW(wchar_t* text, int32_t* len, uint8_t trimLeading, 
  * Removes every blank and tab among the first len characters of NUL-terminated wide text, and ends the text behind
  * them.
  *
- * @param len  In: characters to examine; 0 or less empties the text. Out: characters kept.
+ * @param text  Wide NUL-terminated text; room for a terminator even where len is 0 or less.
+ * @param len   In: characters to examine; 0 or less empties the text. Out: characters kept.
  * @return ZVRT_RC_OK.
  */
 ZVRT_API uint32_t TrimAllSpacesTabsW(wchar_t* text, int32_t* len);
@@ -419,6 +434,7 @@ ZVRT_API uint32_t TrimAllSpacesTabsW(wchar_t* text, int32_t* len);
  *
  * @param buf   The field.
  * @param size  Its size in bytes; 0 or less fills nothing.
+ * @param fldDef  The field descriptor; null means UTF-8.
  * @return ZVRT_RC_OK, or the status of ZVRTCnvWVarcharSzToChar() for a blank; the field is then untouched.
  */
 ZVRT_API uint32_t InitializeCharBufferWithSpaces(void* buf, int32_t size, const FldDef* fldDef);
@@ -590,7 +606,12 @@ ZVRT_API uint32_t ZVRTCnvWVarcharSzToInt(const wchar_t* text, int32_t* value, in
 /**
  * As ZVRTCnvWVarcharSzToInt().
  *
- * @param endPos  With ZVRT_RC_OK only: receives the index just behind the last character read.
+ * @param text      Wide text.
+ * @param endPos    With ZVRT_RC_OK only: receives the index just behind the last character read.
+ * @param value     As there.
+ * @param start     Index of the run's first character.
+ * @param maxChars  Most characters to read.
+ * @return As there.
  */
 ZVRT_API uint32_t ZVRTCnvWVarcharSzToInt2(const wchar_t* text, int32_t* endPos, int32_t* value, int32_t start,
                                           int32_t maxChars);
@@ -624,6 +645,7 @@ ZVRT_API uint32_t ZVRTCnvCharToInt(const char* field, int32_t fieldLen, uint32_t
  * @param out        Receives the text; 9 + precision characters always suffice.
  * @param outSize    Capacity of out in characters.
  * @param precision  Digits after the point, all exact; with 0 the point stands for itself.
+ * @param value      The value.
  * @return ZVRT_RC_OK. Otherwise nothing is written: ZVRT_RC_TRUNCATED when precision is -1, whatever the value;
  *         ZVRT_RC_ERROR when it is less, when the value is not finite, or when text and NUL do not fit.
  */
@@ -685,13 +707,14 @@ ZVRT_API ZVRTConversion ZVRTCnvWVarcharSzToFlt;
  * lone '-'.
  *
  * @param srcLen  Length of the field in bytes; a negative one is a field without digits. 0, or a null pointer: the
- * value starts at the first non-zero byte, of at most 44 examined, and ends with the first of at most 43 bytes whose
- * low half is 0xC, 0xD or 0xF; without one it has 44 bytes. Nothing behind its end is read. 0 is replaced by the length
- * found, counted from the first non-zero byte, also with ZVRT_RC_TRUNCATED and ZVRT_RC_ERROR.
+ *                value starts at the first non-zero byte, of at most 44 examined, and ends with the first of at most 43
+ *                bytes whose low half is 0xC, 0xD or 0xF; without one it has 44 bytes. Nothing behind its end is read.
+ *                0 is replaced by the length found, counted from the first non-zero byte, also with ZVRT_RC_TRUNCATED
+ *                and ZVRT_RC_ERROR.
  * @param outLen  Characters of the whole text.
  * @return ZVRT_RC_OK; ZVRT_RC_TRUNCATED; ZVRT_RC_ERROR at a digit above 9, even when the text is also too long: the
- * text is what stands before that digit; ZVRT_RC_EMPTY_RESULT, with nothing written, an outLen of 0 and srcLen left
- *         alone, for a positive zero and where there is no text before a digit above 9.
+ *         text is what stands before that digit; ZVRT_RC_EMPTY_RESULT, with nothing written, an outLen of 0 and srcLen
+ *         left alone, for a positive zero and where there is no text before a digit above 9.
  */
 ZVRT_API ZVRTConversion ZVRTCnvDecPackedToWVarcharSz;
 /** As ZVRTCnvDecPackedToWVarcharSz(). outLen: bytes. */
@@ -708,7 +731,7 @@ ZVRT_API ZVRTConversion ZVRTCnvDecPackedToVarcharSz;
  * @param dst     The field, all dstSize bytes of which are written: digits at the right, zeros before them.
  * @param outLen  dstSize.
  * @return ZVRT_RC_OK; ZVRT_RC_TRUNCATED when the field is too small for the digits from the first non-zero one on, or
- * has no byte: outLen is the size in bytes that they need, nothing else is written.
+ *         has no byte: outLen is the size in bytes that they need, nothing else is written.
  */
 ZVRT_API ZVRTConversion ZVRTCnvWVarcharSzToDecPacked;
 /** As ZVRTCnvWVarcharSzToDecPacked(), from narrow text. srcLen and refusals (ZVRT_RC_INVALID_PARAM for an empty text):
@@ -740,7 +763,7 @@ ZVRT_API ZVRTConversion ZVRTCnvOraVarnumToVarcharSz_Unsigned;
  * @param outLen  Size of the value in bytes.
  * @return ZVRT_RC_OK; ZVRT_RC_TRUNCATED when dstSize is below outLen, nothing written; ZVRT_RC_ERROR for any other
  *         character, a second point, more than 266 digits, or a number of 100 to the power 63 or more: dst and outLen
- * are untouched.
+ *         are untouched.
  */
 ZVRT_API ZVRTConversion ZVRTCnvWVarcharSz_UnsignedToOraVarnum;
 /** As ZVRTCnvWVarcharSz_UnsignedToOraVarnum(), from narrow text. The text is read as bytes; fldDef is not consulted. */
@@ -753,7 +776,7 @@ ZVRT_API ZVRTConversion ZVRTCnvVarcharSz_UnsignedToOraVarnum;
  *
  * @param dst         Receives the value, at most 22 bytes.
  * @param digitPairs  pairCount bytes of 0 to 99, the most significant first. The caller must count on their being
- * changed. Greater bytes give a wrong number and do no other harm.
+ *                    changed. Greater bytes give a wrong number and do no other harm.
  * @param pairCount   Number of digitPairs. All of them count, however many there are; below 1 the number is zero.
  * @param scale       Decimal digits behind the point; may be odd or negative.
  * @param sign        '-' for a negative number, else '+'.
@@ -835,16 +858,16 @@ typedef struct ZVRTTS {
 
 /** A date, with the ranges of ZVRTTS. 6 bytes. */
 typedef struct ZVRTDate {
-  int16_t year;
-  uint16_t month;
-  uint16_t day;
+  int16_t year;   /**< As ZVRTTS::year. */
+  uint16_t month; /**< As ZVRTTS::month. */
+  uint16_t day;   /**< As ZVRTTS::day. */
 } ZVRTDate;
 
 /** A time of day, with the ranges of ZVRTTS. 6 bytes. */
 typedef struct ZVRTTime {
-  uint16_t hour;
-  uint16_t minute;
-  uint16_t second;
+  uint16_t hour;   /**< As ZVRTTS::hour. */
+  uint16_t minute; /**< As ZVRTTS::minute. */
+  uint16_t second; /**< As ZVRTTS::second. */
 } ZVRTTime;
 
 /** A date that is read by a format model of its own. 16 bytes. */
@@ -857,8 +880,10 @@ typedef struct DateWithModel {
  * Checks the ranges of the fields that a kind covers: year, month, day, then hour, minute, second. The fraction is not
  * checked, and neither is anything for a kind other than the four.
  *
- * @return ZVRT_RC_OK, or the status of the first field out of range: ZVRT_RC_INVALID_YEAR, _MONTH, _DAY, _HOUR,
- *         _MINUTE or _SECOND.
+ * @param ts    The record; a date or a time widened to it.
+ * @param kind  Which fields to check.
+ * @return ZVRT_RC_OK, or the status of the first field out of range: ZVRT_RC_INVALID_YEAR, _MONTH, _DAY, _HOUR, _MINUTE
+ *         or _SECOND.
  */
 ZVRT_API uint32_t ZVRTValidateDateTime(const ZVRTTS* ts, DtKind kind);
 
@@ -880,6 +905,7 @@ ZVRT_API uint32_t ZVRTGetFormatCodes(const wchar_t* modelText, FmtCode* codes, D
  * that the kind has is written, the rest of the model is not. Where text does not fit, the characters before it stay,
  * without a terminator; an element is written whole or not at all.
  *
+ * @param dst       Receives the text.
  * @param dstChars  Capacity in characters, the terminator included; 0 or less is no room.
  * @param model     The tokenised model.
  * @param ts        A record valid for the kind; no field is checked, and the text of one out of range is just longer.
@@ -897,6 +923,7 @@ ZVRT_API uint32_t ZVRTTSToWVarcharSz(wchar_t* dst, int32_t dstChars, const FmtCo
  * what stands before it is passed over. Text that ends early leaves the remaining fields 0, unless it ends right behind
  * literals; text behind the last element is not looked at. Only hours are checked.
  *
+ * @param src       The text.
  * @param srcChars  Reading ends when the elements have consumed so many characters; the text ends at its terminator.
  * @param model     The tokenised model.
  * @param modelLen  Length in characters of the model's text, above 0.
@@ -924,6 +951,8 @@ ZVRT_API uint32_t ZVRTGetNextCodePosInSourceW(const FmtCode** modelCursor, const
  * Writes a timestamp in one fixed layout, such as 05/03/2024 07:08:09:001234, without checking it. Where it does not
  * fit, the parts before it stay, without a terminator.
  *
+ * @param ts        The record, in range or not.
+ * @param dst       Receives the text.
  * @param dstChars  Capacity in characters, the terminator included: 27 for records in range.
  * @param outLen    May be null. On success receives the characters before the terminator.
  * @return ZVRT_RC_OK; ZVRT_RC_ERROR when a part does not fit.
@@ -948,7 +977,9 @@ ZVRT_API uint32_t ZVRTDateCharToDate(const char* src, DateWithModel* date);
  * As ZVRTDateCharToDate() for UTF-16 text. Allocates only for models longer than 127 characters and texts longer than
  * 511 units.
  *
+ * @param src       UTF-16 text.
  * @param srcUnits  Length in units, negative ones being 0; a zero unit ends the text before.
+ * @param date      Its model is read, its date written on success.
  * @return As ZVRTDateCharToDate(); ZVRT_RC_INVALID_CHAR for a broken surrogate pair; ZVRT_RC_NO_MEMORY.
  */
 ZVRT_API uint32_t ZVRTUTF16DateCharToDate(const uint16_t* src, int32_t srcUnits, DateWithModel* date);
