@@ -35,13 +35,6 @@ void* __libc_calloc(std::size_t, std::size_t);
 void* __libc_realloc(void*, std::size_t);
 void* __libc_memalign(std::size_t, std::size_t);
 void __libc_free(void*);
-
-void* malloc(std::size_t);
-void* calloc(std::size_t, std::size_t);
-void* realloc(void*, std::size_t);
-void* aligned_alloc(std::size_t, std::size_t);
-int posix_memalign(void**, std::size_t, std::size_t);
-void free(void*);
 }
 
 namespace {
@@ -67,20 +60,22 @@ void* counted(void* memory) {
 
 }  // namespace
 
-void* malloc(std::size_t size) { return granted() ? counted(__libc_malloc(size)) : nullptr; }
-void* calloc(std::size_t count, std::size_t size) { return granted() ? counted(__libc_calloc(count, size)) : nullptr; }
-void* realloc(void* memory, std::size_t size) {
+void* malloc(std::size_t size) noexcept { return granted() ? counted(__libc_malloc(size)) : nullptr; }
+void* calloc(std::size_t count, std::size_t size) noexcept {
+  return granted() ? counted(__libc_calloc(count, size)) : nullptr;
+}
+void* realloc(void* memory, std::size_t size) noexcept {
   if (!granted()) return nullptr;
   return memory == nullptr ? counted(__libc_realloc(memory, size)) : __libc_realloc(memory, size);
 }
-void* aligned_alloc(std::size_t alignment, std::size_t size) {
+void* aligned_alloc(std::size_t alignment, std::size_t size) noexcept {
   return granted() ? counted(__libc_memalign(alignment, size)) : nullptr;
 }
-int posix_memalign(void** memory, std::size_t alignment, std::size_t size) {
+int posix_memalign(void** memory, std::size_t alignment, std::size_t size) noexcept {
   *memory = aligned_alloc(alignment, size);
   return *memory == nullptr ? ENOMEM : 0;
 }
-void free(void* memory) {
+void free(void* memory) noexcept {
   if (memory == nullptr) return;
   --zvrt_test::live_in_all;
   if (zvrt_test::watch.active) --zvrt_test::watch.live;
