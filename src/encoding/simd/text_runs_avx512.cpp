@@ -219,7 +219,7 @@ template <bool writes, class Bound>
   const Mask inside = trailing_ones(nonzero);
   const std::size_t text = lowest_bit(~nonzero);
   const std::size_t left = writes ? least(room - ends.written, step_bytes) : step_bytes;
-  char* out = dst + ends.written * 4;
+  char* out = writes ? dst + ends.written * 4 : nullptr;
   if ((_mm512_movepi8_mask(bytes) & inside) == 0) {
     const std::size_t count = least(text, left);
     if (writes) widen_ascii(bytes, first(count), out);
@@ -256,7 +256,7 @@ template <bool writes, class Bound>
   while ((!writes || room - ends.written >= step) && bound.readable(src, from, step) == step) {
     const Vector bytes = _mm512_loadu_si512(src + from);
     if (_mm512_testn_epi8_mask(bytes, bytes) != 0) break;
-    char* out = dst + ends.written * 4;
+    char* out = writes ? dst + ends.written * 4 : nullptr;
     if (_mm512_movepi8_mask(bytes) == 0) {
       if (writes) widen_ascii(bytes, first(step), out);
       from += step;
