@@ -151,6 +151,16 @@ Vector gather(Block bytes, Block positions, int before) {
   return _mm256_blendv_epi8(characters, _mm256_set1_epi32('?'), replaced);
 }
 
+void store_vector(char* at, Vector vector) { _mm256_storeu_si256(reinterpret_cast<Vector*>(at), vector); }
+
+// Sixteen bytes, where all of them are 01..7F.
+bool widen_sixteen(Block bytes, char* dst) {
+  if ((sign_bits(bytes) | equal(bytes, 0)) != 0) return false;
+  store_vector(dst, _mm256_cvtepu8_epi32(bytes));
+  store_vector(dst + 32, _mm256_cvtepu8_epi32(_mm_unpackhi_epi64(bytes, bytes)));
+  return true;
+}
+
 void widen_ascii(Block bytes, std::size_t count, char* dst) {
   const std::size_t low = least(count, 8);
   store_characters(dst, low, _mm256_cvtepu8_epi32(bytes));
@@ -175,6 +185,12 @@ Run decode_run(const char* src, std::size_t count, void* dst, std::size_t room) 
   std::size_t read = 0;
   std::size_t written = 0;
   while (read < count) {
+    if (writes && count - read >= block_bytes && room - written >= block_bytes &&
+        widen_sixteen(load_block(src + read), static_cast<char*>(dst) + written * 4)) {
+      read += block_bytes;
+      written += block_bytes;
+      continue;
+    }
     Characters characters = locate(load_bytes(src + read, count - read));
     std::size_t found = count_of(characters.ends);
     if (writes && found > room - written) [[unlikely]] {
@@ -289,19 +305,24 @@ std::size_t squeeze(const Units& units, Block bytes, unsigned lanes, char* dst) 
   return count;
 }
 
+Block narrow_ascii(Vector low, Vector high) {
+  const Vector units = _mm256_permute4x64_epi64(_mm256_packus_epi32(low, high), 0xD8);
+  return _mm_packus_epi16(_mm256_castsi256_si128(units), _mm256_extracti128_si256(units, 1));
+}
+
 void narrow(const Units& units, char* dst) {
+  if (units.from_two == 0) return store_bytes(dst, units.count, narrow_ascii(units.values, units.values));
   const Vector bytes = spread(units.values);
   const std::size_t low = squeeze(units, _mm256_castsi256_si128(bytes), 0, dst);
   if (units.count > 4) squeeze(units, _mm256_extracti128_si256(bytes, 1), 4, dst + low);
 }
 
 // Sixteen characters as bytes, where all of them are 01..7F.
-bool narrow_ascii(const char* src, char* dst) {
+bool narrow_sixteen(const char* src, char* dst) {
   const Vector low = load_vector(src);
   const Vector high = load_vector(src + 32);
   if (_mm256_testz_si256(_mm256_or_si256(low, high), _mm256_set1_epi32(~0x7F)) == 0) return false;
-  const Vector units = _mm256_permute4x64_epi64(_mm256_packus_epi32(low, high), 0xD8);
-  const Block bytes = _mm_packus_epi16(_mm256_castsi256_si128(units), _mm256_extracti128_si256(units, 1));
+  const Block bytes = narrow_ascii(low, high);
   if (equal(bytes, 0) != 0) return false;
   store_block(dst, bytes);
   return true;
@@ -313,7 +334,7 @@ Run encode_run(const void* src, std::size_t count, char* dst, std::size_t room) 
   std::size_t read = 0;
   std::size_t written = 0;
   while (read < count) {
-    if (writes && count - read >= 16 && room - written >= 16 && narrow_ascii(text + read * 4, dst + written)) {
+    if (writes && count - read >= 16 && room - written >= 16 && narrow_sixteen(text + read * 4, dst + written)) {
       read += 16;
       written += 16;
       continue;
