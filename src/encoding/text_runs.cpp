@@ -4,7 +4,7 @@
 
 namespace zvrt {
 
-const TextKernels text_kernels =
-    *choose_version(Versions<const TextKernels>{.baseline = &text_kernels_baseline, .avx512 = &text_kernels_avx512});
+const TextKernels text_kernels = *choose_version(Versions<const TextKernels>{
+    .baseline = &text_kernels_baseline, .avx2 = &text_kernels_avx2, .avx512 = &text_kernels_avx512});
 
 }  // namespace zvrt

@@ -28,6 +28,7 @@ struct Version {
 
 std::vector<Version> versions() {
   std::vector<Version> all{{"baseline", zvrt::text_kernels_baseline}};
+  if (zvrt::cpu_level() >= zvrt::CpuLevel::avx2) all.push_back({"avx2", zvrt::text_kernels_avx2});
   if (zvrt::cpu_level() >= zvrt::CpuLevel::avx512) all.push_back({"avx512", zvrt::text_kernels_avx512});
   return all;
 }

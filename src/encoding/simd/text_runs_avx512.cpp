@@ -46,6 +46,8 @@ std::size_t to_page_end(const char* at) {
 struct Counted {
   std::size_t count;
 
+  bool goes_on(std::size_t read) const { return read < count; }
+
   std::size_t readable(const char* /*src*/, std::size_t read, std::size_t most) const {
     return least(count - read, most);
   }
@@ -53,6 +55,7 @@ struct Counted {
 
 // A text is readable to the end of each page it reaches, and one unit beyond what is known to be no terminator.
 struct TerminatedBytes {
+  static bool goes_on(std::size_t /*read*/) { return true; }
   static std::size_t readable(const char* src, std::size_t read, std::size_t most) {
     const char* at = src + read;
     std::size_t bytes = least(to_page_end(at), most);
@@ -67,6 +70,7 @@ struct TerminatedBytes {
 
 template <std::size_t unit>
 struct TerminatedUnits {
+  static bool goes_on(std::size_t /*read*/) { return true; }
   static std::size_t readable(const char* src, std::size_t read, std::size_t most) {
     const std::size_t units = least(to_page_end(src + read * unit) / unit, most);
     return units == 0 ? 1 : units;
@@ -219,13 +223,13 @@ template <bool writes, class Bound>
   const Mask inside = trailing_ones(nonzero);
   const std::size_t text = lowest_bit(~nonzero);
   const std::size_t left = writes ? least(room - ends.written, step_bytes) : step_bytes;
-  char* out = dst + ends.written * 4;
+  char* out = writes ? dst + ends.written * 4 : nullptr;
   if ((_mm512_movepi8_mask(bytes) & inside) == 0) {
     const std::size_t count = least(text, left);
     if (writes) widen_ascii(bytes, first(count), out);
     ends.read += count;
     ends.written += count;
-    return count == readable;
+    return count == readable && bound.goes_on(ends.read);
   }
   const __mmask64 lead_bytes = _mm512_cmpge_epi8_mask(bytes, _mm512_set1_epi8(first_lead));
   Mask leads = lead_bytes & inside;
@@ -242,7 +246,7 @@ template <bool writes, class Bound>
     stop = lowest_bit(_pdep_u64(Mask{1} << done, leads));
   ends.read += stop;
   ends.written += done;
-  return stop != 0 && text >= readable;
+  return stop != 0 && text >= readable && bound.goes_on(ends.read);
 }
 
 // Steps of 64 bytes while all of them are there and ordinary. They follow each other at distances that do not depend on
@@ -256,7 +260,7 @@ template <bool writes, class Bound>
   while ((!writes || room - ends.written >= step) && bound.readable(src, from, step) == step) {
     const Vector bytes = _mm512_loadu_si512(src + from);
     if (_mm512_testn_epi8_mask(bytes, bytes) != 0) break;
-    char* out = dst + ends.written * 4;
+    char* out = writes ? dst + ends.written * 4 : nullptr;
     if (_mm512_movepi8_mask(bytes) == 0) {
       if (writes) widen_ascii(bytes, first(step), out);
       from += step;
@@ -410,14 +414,15 @@ template <class Bound>
   if ((above(units, last_of_two) & inside) == 0) {
     const std::size_t text = lowest_bit(~inside);
     const Vector bytes = spread_short_forms(pack(units, static_cast<__mmask32>(inside)));
-    return store_forms<2>(bytes, text, dst, room, ends) && text == readable;
+    return store_forms<2>(bytes, text, dst, room, ends) && text == readable && bound.goes_on(ends.read);
   }
   inside &= below(above(units, last_of_four));
   const std::size_t text = lowest_bit(~inside);
   const Vector low = _mm512_maskz_mov_epi32(static_cast<__mmask16>(inside), units.low);
   const Vector high = _mm512_maskz_mov_epi32(static_cast<__mmask16>(inside >> 16), units.high);
   return store_forms<4>(spread(low), least(text, 16), dst, room, ends) &&
-         store_forms<4>(spread(high), text - least(text, 16), dst, room, ends) && text == readable;
+         store_forms<4>(spread(high), text - least(text, 16), dst, room, ends) && text == readable &&
+         bound.goes_on(ends.read);
 }
 
 bool any_above(Vector units, std::uint32_t limit) { return _mm512_test_epi32_mask(units, repeat32(~limit)) != 0; }

@@ -14,12 +14,6 @@ namespace zvrt {
 
 namespace {
 
-// How far a run has got in both texts.
-struct Ends {
-  std::size_t read = 0;
-  std::size_t written = 0;
-};
-
 __m128i load_block(const void* at) { return _mm_loadu_si128(static_cast<const __m128i*>(at)); }
 void store_block(void* at, __m128i block) { _mm_storeu_si128(static_cast<__m128i*>(at), block); }
 
@@ -45,42 +39,40 @@ void widen_sixteen(__m128i bytes, char* dst) {
 
 __m128i load_eight(const char* at) { return _mm_cvtsi64_si128(load<std::int64_t>(at)); }
 
-// Fewer than sixteen bytes: two halves that overlap as far as they have to.
-void widen_few(const char* src, std::size_t count, char* dst) {
-  if (count >= 8) {
-    widen_eight(load_eight(src), dst);
-    widen_eight(load_eight(src + count - 8), dst + (count - 8) * 4);
-  } else {
-    for (std::size_t i = 0; i < count; ++i) store<Wide>(dst, i, static_cast<Wide>(src[i]));
-  }
+__m128i load_four(const char* at) { return _mm_cvtsi32_si128(load<std::int32_t>(at)); }
+
+void widen_four(__m128i bytes, char* dst) {
+  const __m128i zero = _mm_setzero_si128();
+  store_block(dst, _mm_unpacklo_epi16(_mm_unpacklo_epi8(bytes, zero), zero));
 }
 
-// The ASCII that leads `count` bytes; returns its length. With no destination it is only counted.
-template <bool writes>
+// Four to fifteen bytes, where all of them are ASCII: by two pieces that overlap as far as they have to.
+bool widen_rest(const char* src, std::size_t count, char* dst) {
+  const std::size_t piece = count >= 8 ? 8 : 4;
+  const std::size_t last = count - piece;
+  const __m128i low = piece == 8 ? load_eight(src) : load_four(src);
+  const __m128i high = piece == 8 ? load_eight(src + last) : load_four(src + last);
+  if (ascii_lead(low) < piece || ascii_lead(high) < piece) return false;
+  if (piece == 8) {
+    widen_eight(low, dst);
+    widen_eight(high, dst + last * 4);
+  } else {
+    widen_four(low, dst);
+    widen_four(high, dst + last * 4);
+  }
+  return true;
+}
+
+// The ASCII that leads `count` bytes, as far as whole blocks or the end go; returns its length.
 std::size_t widen_ascii(const char* src, std::size_t count, char* dst) {
   std::size_t done = 0;
   for (; count - done >= 16; done += 16) {
     const __m128i bytes = load_block(src + done);
-    const std::size_t ascii = ascii_lead(bytes);
-    if (ascii < 16) {
-      if (writes) widen_few(src + done, ascii, dst + done * 4);
-      return done + ascii;
-    }
-    if (writes) widen_sixteen(bytes, dst + done * 4);
+    if (ascii_lead(bytes) < 16) return done;
+    widen_sixteen(bytes, dst + done * 4);
   }
-  if (count - done >= 8) {
-    const std::size_t ascii = ascii_lead(load_eight(src + done));
-    if (writes && ascii >= 8) widen_eight(load_eight(src + done), dst + done * 4);
-    if (ascii < 8) {
-      if (writes) widen_few(src + done, ascii, dst + done * 4);
-      return done + ascii;
-    }
-    done += 8;
-  }
-  for (; done < count && src[done] > 0; ++done) {
-    if (writes) store<Wide>(dst, done, static_cast<Wide>(src[done]));
-  }
-  return done;
+  const std::size_t rest = count - done;
+  return rest >= 4 && widen_rest(src + done, rest, dst + done * 4) ? count : done;
 }
 
 unsigned byte_at(const char* src, std::size_t index) { return static_cast<unsigned char>(src[index]); }
@@ -88,44 +80,45 @@ unsigned byte_at(const char* src, std::size_t index) { return static_cast<unsign
 unsigned payload_at(const char* src, std::size_t index) { return byte_at(src, index) ^ 0x80U; }
 
 struct Character {
-  Wide value;
-  std::size_t length;  // 0: not an ordinary character of more than one byte
+  Wide value;  // 0: no ordinary character
+  std::size_t length;
 };
 
 Character decode_one(const char* src, std::size_t count) {
   const unsigned lead = byte_at(src, 0);
+  if (lead < 0x80) return {lead, 1};
   if (lead < 0xC0 || count < 2) return {0, 0};
   const unsigned first = payload_at(src, 1);
-  if (lead < 0xE0) return {(lead & 0x1F) << 6 | first, first < 0x40 ? 2U : 0U};
+  if (lead < 0xE0) return {first < 0x40 ? (lead & 0x1F) << 6 | first : 0, 2};
   if (count < 3) return {0, 0};
   const unsigned second = payload_at(src, 2);
   const unsigned three = first << 6 | second;
-  if (lead < 0xF0) return {(lead & 0x0F) << 12 | three, (first | second) < 0x40 ? 3U : 0U};
+  if (lead < 0xF0) return {(first | second) < 0x40 ? (lead & 0x0F) << 12 | three : 0, 3};
   if (count < 4 || lead >= 0xF8) return {0, 0};
   const unsigned third = payload_at(src, 3);
-  return {(lead & 0x07) << 18 | three << 6 | third, (first | second | third) < 0x40 ? 4U : 0U};
+  return {(first | second | third) < 0x40 ? (lead & 0x07) << 18 | three << 6 | third : 0, 4};
 }
 
 template <bool writes>
 Run decode_run(const char* src, std::size_t count, void* dst, std::size_t room) {
+  constexpr std::size_t stretch = 16;  // from one look for blocks of ASCII to the next
   auto* out = static_cast<char*>(dst);
-  Ends ends;
-  while (true) {
-    const std::size_t left = count - ends.read;
-    const std::size_t ascii = widen_ascii<writes>(src + ends.read, writes ? std::min(left, room - ends.written) : left,
-                                                  out + ends.written * 4);
-    ends.read += ascii;
-    ends.written += ascii;
-    const std::size_t behind_ascii = ends.read;
-    while (ends.read < count && (!writes || ends.written < room)) {
-      const Character character = decode_one(src + ends.read, count - ends.read);
-      if (character.length == 0 || character.value == 0) break;
-      if (writes) store<Wide>(out, ends.written, character.value == replacement_character ? '?' : character.value);
-      ends.read += character.length;
-      ++ends.written;
+  std::size_t read = 0;
+  std::size_t written = 0;
+  while (read < count) {
+    if (writes) {
+      const std::size_t ascii = widen_ascii(src + read, std::min(count - read, room - written), out + written * 4);
+      read += ascii;
+      written += ascii;
     }
-    if (ends.read == behind_ascii) return {ends.read, ends.written};
+    for (const std::size_t stop = std::min(count, read + stretch); read < stop; ++written) {
+      const Character character = decode_one(src + read, count - read);
+      if (character.value == 0 || (writes && written >= room)) return {read, written};
+      if (writes) store<Wide>(out, written, character.value == replacement_character ? '?' : character.value);
+      read += character.length;
+    }
   }
+  return {read, written};
 }
 
 Run decode(const char* src, std::size_t count, void* dst, std::size_t room) {
@@ -155,46 +148,53 @@ bool narrow_sixteen(const char* src, char* dst) {
   return true;
 }
 
-void store_form(Wide value, std::size_t length, char* dst) {
-  const auto continuation = [value](unsigned shift) { return static_cast<char>(0x80U | (value >> shift & 0x3FU)); };
-  switch (length) {
-    case 1: dst[0] = static_cast<char>(value); break;
-    case 2:
-      dst[0] = static_cast<char>(0xC0U | value >> 6);
-      dst[1] = continuation(0);
-      break;
-    case 3:
-      dst[0] = static_cast<char>(0xE0U | value >> 12);
-      dst[1] = continuation(6);
-      dst[2] = continuation(0);
-      break;
-    default:
-      dst[0] = static_cast<char>(0xF0U | value >> 18);
-      dst[1] = continuation(12);
-      dst[2] = continuation(6);
-      dst[3] = continuation(0);
+char continuation(Wide value, unsigned shift) { return static_cast<char>(0x80U | (value >> shift & 0x3FU)); }
+
+// Writes an ordinary character where it fits; returns its length, or 0.
+std::size_t encode_one(Wide value, char* dst, std::size_t room) {
+  if (value < 0x80) {
+    if (value == 0 || room < 1) return 0;
+    dst[0] = static_cast<char>(value);
+    return 1;
   }
+  if (value < 0x800) {
+    if (room < 2) return 0;
+    dst[0] = static_cast<char>(0xC0U | value >> 6);
+    dst[1] = continuation(value, 0);
+    return 2;
+  }
+  if (value < 0x10000) {
+    if (room < 3) return 0;
+    dst[0] = static_cast<char>(0xE0U | value >> 12);
+    dst[1] = continuation(value, 6);
+    dst[2] = continuation(value, 0);
+    return 3;
+  }
+  if (value > last_ordinary || room < 4) return 0;
+  dst[0] = static_cast<char>(0xF0U | value >> 18);
+  dst[1] = continuation(value, 12);
+  dst[2] = continuation(value, 6);
+  dst[3] = continuation(value, 0);
+  return 4;
 }
 
 Run encode(const void* src, std::size_t count, char* dst, std::size_t room) {
+  constexpr std::size_t stretch = 16;
   const auto* text = static_cast<const char*>(src);
-  Ends ends;
-  while (ends.read < count) {
-    while (count - ends.read >= 16 && room - ends.written >= 16 &&
-           narrow_sixteen(text + ends.read * 4, dst + ends.written)) {
-      ends.read += 16;
-      ends.written += 16;
+  std::size_t read = 0;
+  std::size_t written = 0;
+  while (read < count) {
+    while (count - read >= 16 && room - written >= 16 && narrow_sixteen(text + read * 4, dst + written)) {
+      read += 16;
+      written += 16;
     }
-    const std::size_t stop = std::min(count, ends.read + 16);
-    for (; ends.read < stop; ++ends.read) {
-      const Wide value = load<Wide>(text, ends.read);
-      const std::size_t length = static_cast<std::size_t>(utf8_length(value));
-      if (value - 1 >= last_ordinary || room - ends.written < length) return {ends.read, ends.written};
-      store_form(value, length, dst + ends.written);
-      ends.written += length;
+    for (const std::size_t stop = std::min(count, read + stretch); read < stop; ++read) {
+      const std::size_t length = encode_one(load<Wide>(text, read), dst + written, room - written);
+      if (length == 0) return {read, written};
+      written += length;
     }
   }
-  return {ends.read, ends.written};
+  return {read, written};
 }
 
 Run encode_terminated(const void* src, char* dst, std::size_t room) {
@@ -202,13 +202,14 @@ Run encode_terminated(const void* src, char* dst, std::size_t room) {
 }
 
 Run count_encoded(const void* src, std::size_t count) {
-  Ends ends;
-  for (; ends.read < count; ++ends.read) {
-    const Wide value = load<Wide>(src, ends.read);
+  std::size_t read = 0;
+  std::size_t written = 0;
+  for (; read < count; ++read) {
+    const Wide value = load<Wide>(src, read);
     if (value - 1 >= last_ordinary) break;
-    ends.written += static_cast<std::size_t>(utf8_length(value));
+    written += static_cast<std::size_t>(utf8_length(value));
   }
-  return {ends.read, ends.written};
+  return {read, written};
 }
 
 template <class Unit>
