@@ -15,6 +15,7 @@ struct DecimalKernels {
 };
 
 extern const DecimalKernels decimal_kernels_baseline;  // the definitions
+extern const DecimalKernels decimal_kernels_sse41;
 extern const DecimalKernels decimal_kernels_avx512;
 
 // The versions for this machine, chosen when the library is loaded.

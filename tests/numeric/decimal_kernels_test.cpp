@@ -22,6 +22,7 @@ struct Version {
 
 std::vector<Version> versions() {
   std::vector<Version> found;
+  if (cpu_level() >= CpuLevel::sse41) found.push_back({"sse41", &decimal_kernels_sse41});
   if (cpu_level() >= CpuLevel::avx512) found.push_back({"avx512", &decimal_kernels_avx512});
   return found;
 }

@@ -31,6 +31,13 @@ constexpr Bytes64 signed_zeros() {
   return vector;
 }
 
+constexpr DecimalMoves around_numbers() {
+  DecimalMoves moves{};
+  for (std::uint8_t& byte : moves.at) byte = 0x80;
+  for (unsigned i = 0; i < 16; ++i) moves.at[DecimalMoves::origin + i] = static_cast<std::uint8_t>(i);
+  return moves;
+}
+
 }  // namespace
 
 constexpr DecimalVectors decimal_vectors = {
@@ -49,6 +56,10 @@ constexpr DecimalVectors decimal_vectors = {
     .by_10_and_1 = repeat(0x010A, 2),
     .tenths = repeat(6554, 2),
     .ones_less_tens = repeat(1 - 10 * 256 + 65536, 2),
+    .sixteens = repeat(16),
+    .wide_bytes = repeat(0xFF, 4),
 };
+
+constexpr DecimalMoves decimal_moves = around_numbers();
 
 }  // namespace zvrt

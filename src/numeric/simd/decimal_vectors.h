@@ -26,8 +26,18 @@ struct DecimalVectors {
   Bytes64 by_10_and_1;     // and of two digits
   Bytes64 tenths;          // of 65536, rounded up: digits of 0 to 99 come out right
   Bytes64 ones_less_tens;  // 1 - 10 * 256
+  Bytes64 sixteens;
+  Bytes64 wide_bytes;  // the greatest byte in 32 bits
 };
 
 extern const DecimalVectors decimal_vectors;
+
+// At the origin 0 to 15, around them what a shuffle makes zeros of.
+struct DecimalMoves {
+  static constexpr std::int32_t origin = 48;
+  std::uint8_t at[origin + 64];
+};
+
+extern const DecimalMoves decimal_moves;
 
 }  // namespace zvrt

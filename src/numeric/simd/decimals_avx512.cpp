@@ -164,9 +164,8 @@ Packed pack_text_512(const void* text, std::uint8_t* field, std::int32_t size) {
   const auto sign_at = 2 * static_cast<std::uint32_t>(size) - 1;
   if (ends == 0 || count > sign_at) return pack_text(text, field, size);
   // Only bytes below 0x80 are sure to be whole characters.
-  const bool wide =
-      ends <= first(32) ? _mm256_movemask_epi8(_mm512_castsi512_si256(bytes)) != 0 : _mm512_movepi8_mask(bytes) != 0;
-  if (wide) return pack_text(text, field, size);
+  const Mask high = ends <= first(32) ? bits_of(_mm512_castsi512_si256(bytes)) : _mm512_movepi8_mask(bytes);
+  if ((high & ~ends & (ends - 1)) != 0) return pack_text(text, field, size);
   const Mask digits = first(count) << (sign_at - count);
   const Vector moved = _mm512_maskz_permutexvar_epi8(digits, positions(length - sign_at), bytes);
   const Vector halves = _mm512_and_si512(moved, all(decimal_vectors.low_halves));
