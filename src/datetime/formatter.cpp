@@ -37,7 +37,7 @@ void put_name(std::byte* at, const Wide* name, std::size_t length) {
 // One pass over a model. Between two entries there is always room for the terminator.
 class Formatter {
  public:
-  Formatter(std::byte* begin, std::int32_t room, const ZVRTTS& ts, std::uint8_t groups)
+  Formatter(std::byte* begin, std::int32_t room, const TimestampAnywhere& ts, std::uint8_t groups)
       : at_(begin), last_(begin + (room - 1) * unit), ts_(ts), applicable_(groups), awaited_(groups) {}
 
   // Inlined with all it calls, so that the state lives in registers.
@@ -172,7 +172,7 @@ class Formatter {
 
   std::byte* at_;
   std::byte* const last_;
-  const ZVRTTS& ts_;
+  const TimestampAnywhere& ts_;
   const std::uint8_t applicable_;
   std::uint8_t awaited_;
   Meridiem half_ = Meridiem::none;
@@ -181,7 +181,7 @@ class Formatter {
 
 }  // namespace
 
-[[gnu::noinline]] Status format(Place<Wide> place, const FmtCode* model, const ZVRTTS& ts, DtKind kind,
+[[gnu::noinline]] Status format(Place<Wide> place, const FmtCode* model, const TimestampAnywhere& ts, DtKind kind,
                                 std::uint32_t& length) {
   const std::uint8_t groups = groups_expected(kind);
   if (model == nullptr || groups == Group::none) return ZVRT_RC_ERROR;

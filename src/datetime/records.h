@@ -5,8 +5,12 @@
 
 #include "ZVRTDataCnvLib.h"
 #include "frame/call.h"
+#include "frame/units.h"
 
 namespace zvrt {
+
+// A caller's record is read where it is, at any address.
+using TimestampAnywhere __attribute__((aligned(1))) = ZVRTTS;
 
 // The year 0 of a two-digit year is a leap year.
 constexpr bool is_leap(std::int32_t year) { return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0; }
@@ -16,7 +20,7 @@ constexpr std::int32_t days_in(std::int32_t month, std::int32_t year) {
   return days[month - 1] + (month == 2 && is_leap(year) ? 1 : 0);
 }
 
-inline Status validate_date(const ZVRTTS& ts, std::int32_t first_year) {
+inline Status validate_date(const TimestampAnywhere& ts, std::int32_t first_year) {
   if (ts.year < first_year || ts.year > 9999) return ZVRT_RC_INVALID_YEAR;
   if (ts.month == 0 || ts.month > 12) return ZVRT_RC_INVALID_MONTH;
   // Nearly every day is within the shortest month.
@@ -24,7 +28,7 @@ inline Status validate_date(const ZVRTTS& ts, std::int32_t first_year) {
   return ZVRT_RC_OK;
 }
 
-inline Status validate_time(const ZVRTTS& ts) {
+inline Status validate_time(const TimestampAnywhere& ts) {
   if (ts.hour > 23) return ZVRT_RC_INVALID_HOUR;
   if (ts.minute > 59) return ZVRT_RC_INVALID_MINUTE;
   if (ts.second > 59) return ZVRT_RC_INVALID_SECOND;
@@ -32,7 +36,7 @@ inline Status validate_time(const ZVRTTS& ts) {
 }
 
 // The status of the first field out of range among those that the kind covers.
-inline Status validate(const ZVRTTS& ts, DtKind kind) {
+inline Status validate(const TimestampAnywhere& ts, DtKind kind) {
   if (kind == ZVRT_DT_TIME) return validate_time(ts);
   if (kind < ZVRT_DT_DATE || kind > ZVRT_DT_TIMESTAMP_YY) return ZVRT_RC_OK;
   const Status status = validate_date(ts, kind == ZVRT_DT_TIMESTAMP_YY ? 0 : 1);
@@ -48,7 +52,8 @@ template <>
 struct RecordTraits<ZVRTDate> {
   static constexpr DtKind kind = ZVRT_DT_DATE;
   static constexpr std::int32_t slot = 16;
-  static ZVRTTS widen(const ZVRTDate& date) {
+  static ZVRTTS widened(const void* src) {
+    const auto date = load<ZVRTDate>(src);
     ZVRTTS ts{};
     ts.year = date.year;
     ts.month = date.month;
@@ -62,7 +67,8 @@ template <>
 struct RecordTraits<ZVRTTime> {
   static constexpr DtKind kind = ZVRT_DT_TIME;
   static constexpr std::int32_t slot = 16;
-  static ZVRTTS widen(const ZVRTTime& time) {
+  static ZVRTTS widened(const void* src) {
+    const auto time = load<ZVRTTime>(src);
     ZVRTTS ts{};
     ts.hour = time.hour;
     ts.minute = time.minute;
@@ -76,7 +82,7 @@ template <>
 struct RecordTraits<ZVRTTS> {
   static constexpr DtKind kind = ZVRT_DT_TIMESTAMP;
   static constexpr std::int32_t slot = 24;
-  static const ZVRTTS& widen(const ZVRTTS& ts) { return ts; }
+  static const TimestampAnywhere& widened(const void* src) { return *static_cast<const TimestampAnywhere*>(src); }
   static const ZVRTTS& cut(const ZVRTTS& ts) { return ts; }
 };
 
