@@ -44,9 +44,11 @@ class Formatter {
   [[gnu::always_inline]] Status run(const FmtCode* entry) {
     Status status = ZVRT_RC_OK;
     do {
-      for (; entry->code == FMT_LITERAL; ++entry) {
-        if (!put_literal(entry->literal)) return ZVRT_RC_TRUNCATED;
-      }
+      while (entry->code == FMT_LITERAL) [[likely]] {
+          if (!put_literal(entry->literal)) [[unlikely]]
+            return ZVRT_RC_TRUNCATED;
+          ++entry;
+        }
       status = visit_code(entry->code, [&](auto code) { return write<code>(*entry); });
       ++entry;
     } while (status == ZVRT_RC_OK);
@@ -77,7 +79,8 @@ class Formatter {
     constexpr const Element& element = elements[code];
     if constexpr (element.writes == Writes::end) return ZVRT_RC_END_OF_FORMAT;
     if constexpr (element.writes == Writes::literal) return put_literal(entry.literal) ? ZVRT_RC_OK : ZVRT_RC_TRUNCATED;
-    if ((element.group & applicable_) == 0) return ZVRT_RC_OK;
+    if ((element.group & applicable_) == 0) [[unlikely]]
+      return ZVRT_RC_OK;
     if (const Status status = write_element<code>(); status != ZVRT_RC_OK) return status;
     awaited_ &= static_cast<std::uint8_t>(~element.group);
     return awaited_ != 0 ? ZVRT_RC_OK : ZVRT_RC_END_OF_FORMAT;
