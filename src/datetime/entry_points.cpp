@@ -24,8 +24,8 @@ template <class Record>
 Status write(const Call& call) {
   using Traits = RecordTraits<Record>;
   if (!is_complete(call)) return ZVRT_RC_ERROR;
-  const auto record = load<Record>(call.src);
-  const ZVRTTS& ts = Traits::widen(record);
+  const auto record = Traits::widened(call.src);
+  const TimestampView ts(record);
   if (const Status status = validate(ts, Traits::kind); status != ZVRT_RC_OK) return status;
   return format(WVarcharSz::place(call), call.fldDef->dtFormat->model, ts, Traits::kind, *call.outLen);
 }
@@ -41,7 +41,7 @@ Status write_through_wide(const Call& call) {
   Scratch<Wide, usual_length> wide(static_cast<std::uint64_t>(room));
   if (wide.get() == nullptr) return no_memory;
 
-  const auto ts = load<ZVRTTS>(call.src);
+  const TimestampView ts(call.src);
   if (const Status status = validate(ts, ZVRT_DT_TIMESTAMP); status != ZVRT_RC_OK) return status;
   const Place<Wide> place{reinterpret_cast<std::byte*>(wide.get()), static_cast<std::int32_t>(room)};
   std::uint32_t length = 0;
@@ -95,7 +95,7 @@ template <class Record>
     return is_timestamp && is_blank(text) ? ZVRT_RC_BLANK_TEXT : status;
   }
   const DtKind kind = is_timestamp && ts.year == 0 ? kind_of_timestamp(format.model) : Traits::kind;
-  if (const Status status = validate(ts, kind); status != ZVRT_RC_OK) return status;
+  if (const Status status = validate(TimestampView(ts), kind); status != ZVRT_RC_OK) return status;
   const Record& record = Traits::cut(ts);
   std::memcpy(dst, &record, sizeof record);
   std::memset(static_cast<std::byte*>(dst) + sizeof record, 0, Traits::slot - sizeof record);

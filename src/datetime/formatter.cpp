@@ -37,16 +37,18 @@ void put_name(std::byte* at, const Wide* name, std::size_t length) {
 // One pass over a model. Between two entries there is always room for the terminator.
 class Formatter {
  public:
-  Formatter(std::byte* begin, std::int32_t room, const ZVRTTS& ts, std::uint8_t groups)
+  Formatter(std::byte* begin, std::int32_t room, TimestampView ts, std::uint8_t groups)
       : at_(begin), last_(begin + (room - 1) * unit), ts_(ts), applicable_(groups), awaited_(groups) {}
 
   // Inlined with all it calls, so that the state lives in registers.
   [[gnu::always_inline]] Status run(const FmtCode* entry) {
     Status status = ZVRT_RC_OK;
     do {
-      for (; entry->code == FMT_LITERAL; ++entry) {
-        if (!put_literal(entry->literal)) return ZVRT_RC_TRUNCATED;
-      }
+      while (entry->code == FMT_LITERAL) [[likely]] {
+          if (!put_literal(entry->literal)) [[unlikely]]
+            return ZVRT_RC_TRUNCATED;
+          ++entry;
+        }
       status = visit_code(entry->code, [&](auto code) { return write<code>(*entry); });
       ++entry;
     } while (status == ZVRT_RC_OK);
@@ -77,7 +79,8 @@ class Formatter {
     constexpr const Element& element = elements[code];
     if constexpr (element.writes == Writes::end) return ZVRT_RC_END_OF_FORMAT;
     if constexpr (element.writes == Writes::literal) return put_literal(entry.literal) ? ZVRT_RC_OK : ZVRT_RC_TRUNCATED;
-    if ((element.group & applicable_) == 0) return ZVRT_RC_OK;
+    if ((element.group & applicable_) == 0) [[unlikely]]
+      return ZVRT_RC_OK;
     if (const Status status = write_element<code>(); status != ZVRT_RC_OK) return status;
     awaited_ &= static_cast<std::uint8_t>(~element.group);
     return awaited_ != 0 ? ZVRT_RC_OK : ZVRT_RC_END_OF_FORMAT;
@@ -87,18 +90,18 @@ class Formatter {
   Status write_element() {
     constexpr const Element& element = elements[code];
     switch (element.writes) {
-      case Writes::field: return number<element.width>(field(element.field));
-      case Writes::bare_field: return bare_number(field(element.field));
-      case Writes::year: return number<element.width>(ts_.year);
-      case Writes::year_of_century: return number<element.width>(ts_.year % 100);
-      case Writes::fraction: return number<element.width>(static_cast<std::int32_t>(ts_.fraction));
+      case Writes::field: return number<element.width>(ts_.field(element.field));
+      case Writes::bare_field: return bare_number(ts_.field(element.field));
+      case Writes::year: return number<element.width>(ts_.year());
+      case Writes::year_of_century: return number<element.width>(ts_.year() % 100);
+      case Writes::fraction: return number<element.width>(static_cast<std::int32_t>(ts_.fraction()));
       case Writes::hour_24: {
-        const Status status = number<element.width>(ts_.hour);
+        const Status status = number<element.width>(ts_.hour());
         if (status == ZVRT_RC_OK) give_up_marker();
         return status;
       }
       case Writes::hour_12: {
-        const TwelveHour clock = twelve_hour(ts_.hour);
+        const TwelveHour clock = twelve_hour(ts_.hour());
         half_ = clock.half;
         return number<element.width>(clock.hour);
       }
@@ -109,10 +112,6 @@ class Formatter {
       case Writes::end: break;
     }
     return ZVRT_RC_ERROR;
-  }
-
-  std::int32_t field(std::size_t offset) const {
-    return load<std::uint16_t>(reinterpret_cast<const std::byte*>(&ts_) + offset);
   }
 
   // Too little room for the element's own width is a truncation, too little for the digits there really are, and the
@@ -135,7 +134,7 @@ class Formatter {
   enum class Name : bool { whole, abbreviated };
 
   Status month_name(Name form) {
-    const std::size_t month = ts_.month - std::size_t{1};
+    const std::size_t month = static_cast<std::size_t>(ts_.month()) - 1;
     if (month >= month_names.size()) return ZVRT_RC_ERROR;
     const auto length =
         static_cast<std::ptrdiff_t>(form == Name::whole ? month_names[month].size() : abbreviation_length);
@@ -172,7 +171,7 @@ class Formatter {
 
   std::byte* at_;
   std::byte* const last_;
-  const ZVRTTS& ts_;
+  const TimestampView ts_;
   const std::uint8_t applicable_;
   std::uint8_t awaited_;
   Meridiem half_ = Meridiem::none;
@@ -181,7 +180,7 @@ class Formatter {
 
 }  // namespace
 
-[[gnu::noinline]] Status format(Place<Wide> place, const FmtCode* model, const ZVRTTS& ts, DtKind kind,
+[[gnu::noinline]] Status format(Place<Wide> place, const FmtCode* model, TimestampView ts, DtKind kind,
                                 std::uint32_t& length) {
   const std::uint8_t groups = groups_expected(kind);
   if (model == nullptr || groups == Group::none) return ZVRT_RC_ERROR;
@@ -198,5 +197,5 @@ class Formatter {
 
 uint32_t ZVRTTSToWVarcharSz(wchar_t* dst, int32_t dstChars, const FmtCode* model, const ZVRTTS* ts, DtKind kind,
                             uint32_t* outLen) {
-  return zvrt::format({reinterpret_cast<std::byte*>(dst), dstChars}, model, *ts, kind, *outLen);
+  return zvrt::format({reinterpret_cast<std::byte*>(dst), dstChars}, model, zvrt::TimestampView(*ts), kind, *outLen);
 }

@@ -4,11 +4,12 @@
 #include <cstdint>
 
 #include "ZVRTDataCnvLib.h"
+#include "datetime/records.h"
 #include "frame/kinds.h"
 
 namespace zvrt {
 
 // `length` is set on success only, to the characters before the terminator.
-Status format(Place<Wide> place, const FmtCode* model, const ZVRTTS& ts, DtKind kind, std::uint32_t& length);
+Status format(Place<Wide> place, const FmtCode* model, TimestampView ts, DtKind kind, std::uint32_t& length);
 
 }  // namespace zvrt

@@ -308,6 +308,21 @@ TEST(TextToRecords, ReportsWhatTheConversionOfTheTextReports) {
   EXPECT_EQ(ZVRT_RC_INVALID_YEAR, ZVRTCnvDateTimeCharToZVRTTS("\0xx", &fields_length, &ts, 24, &out_length, &field));
 }
 
+TEST(DateConversions, BuffersNeedNoAlignment) {
+  const Model model(L"%DD-%MONTH-%YYYY %HH24:%MI:%SS.%FFFFFF");
+  Field field(model);
+  for (std::size_t shift = 0; shift < 4; ++shift) {
+    char record[32], text[256], read[32];
+    std::memcpy(record + shift, &good, sizeof good);
+    std::uint32_t length = unset;
+    EXPECT_EQ(ZVRT_RC_OK, ZVRTCnvZVRTTSToWVarcharSz(record + shift, nullptr, text + shift, 240, &length, &field));
+    const std::wstring expected = L"05-March-2024 07:08:09.001234";
+    EXPECT_EQ(wide(expected), std::string(text + shift, length * 4));
+    EXPECT_EQ(ZVRT_RC_OK, ZVRTCnvDateTimeWSzToZVRTTS(text + shift, nullptr, read + shift, 24, &length, &field));
+    EXPECT_EQ(0, std::memcmp(record + shift, read + shift, 24)) << shift;
+  }
+}
+
 TEST(DateConversions, NeedAllOfTheirArguments) {
   const Model model(L"%YYYY-%MM-%DD");
   Field whole(model), no_model(nullptr, 13);
