@@ -65,4 +65,18 @@ debian() {
   return $errors
 }
 
+# The reference documentation without a warning, and no link of the guides that leads nowhere.
+documentation() {
+  cd "$source"
+  local dead=0 file target
+  for file in $(git ls-files '*.md'); do
+    for target in $(grep -oE '\]\([^)#]+' "$file" | sed 's/^](//' | grep -v '^http' || true); do
+      [ -e "$(dirname "$file")/$target" ] || { echo "$file: dead link $target"; dead=1; }
+    done
+  done
+  command -v doxygen >/dev/null || { [ $dead -eq 0 ] && skip "doxygen is missing"; return 1; }
+  (cat docs/Doxyfile; echo "OUTPUT_DIRECTORY=$scratch") | doxygen - || dead=1
+  return $dead
+}
+
 "$check"
