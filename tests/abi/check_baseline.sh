@@ -5,7 +5,10 @@ library=$1 baseline=$2 headers=$3 work=$4
 command -v abidw >/dev/null || { echo "skipped: abidw is missing"; exit 77; }
 readelf --sections --wide "$library" | grep -q '\.debug_info' || { echo "skipped: the build has no debug information"; exit 77; }
 
-record() { abidw --headers-dir "$headers" --drop-private-types --no-corpus-path --no-comp-dir-path --no-architecture "$library"; }
+record() {
+  abidw --headers-dir "$headers" --drop-private-types --drop-undefined-syms --exported-interfaces-only --no-show-locs \
+    --no-corpus-path --no-comp-dir-path --no-architecture "$library"
+}
 if [ "${UPDATE:-0}" = 1 ]; then
   record >"$baseline"
 else
