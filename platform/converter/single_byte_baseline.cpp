@@ -25,7 +25,7 @@ std::size_t write(const SingleByteTables& tables, const unsigned char* from, std
     std::array<unsigned char, block> bytes;
     std::uint32_t any = 0;
     for (std::size_t i = 0; i < block; ++i) {
-      const std::uint16_t code = tables.code_of[source[done + i]];
+      const Code code = tables.code_of[source[done + i]];
       any |= code;
       bytes[i] = static_cast<unsigned char>(code);
     }
