@@ -28,9 +28,19 @@ struct Entry {
 
 constexpr std::uint64_t no_key = std::numeric_limits<std::uint64_t>::max();
 
+// A number and a kind as the service is asked for them.
+struct Request {
+  std::uint32_t number;
+  std::int32_t kind;
+
+  bool operator==(const Request&) const = default;
+};
+
 // What a thread has found, the last used first. Of the numbers that nothing knows only the last is remembered, so that
 // no sequence of them makes the cache grow without bound.
 struct Cache {
+  Request last_request{};  // what `last` was the answer to
+  Converter* last = nullptr;
   std::unique_ptr<Entry> first;
   std::uint64_t unknown = no_key;
   Cache* previous = nullptr;  // the caches of all threads
@@ -39,6 +49,7 @@ struct Cache {
   void forget() {
     while (first != nullptr) first = std::exchange(first->next, nullptr);
     unknown = no_key;
+    last = nullptr;
   }
 };
 
@@ -107,13 +118,22 @@ Converter* open(ZVRTThreadBlock& block, std::uint32_t number, Style style) {
   return cache->first->converter;
 }
 
-// A page that is not the last used one. Apart, so that the way of the last used one saves no registers.
-[[gnu::noinline]] Converter* find_or_open(ZVRTThreadBlock& block, std::uint32_t number, Style style) {
+Converter* find_or_open(ZVRTThreadBlock& block, std::uint32_t number, Style style) {
   if (auto* const cache = static_cast<Cache*>(block.converter.value); cache != nullptr) {
     if (const Entry* const entry = find(*cache, key_of(number, style)); entry != nullptr) return entry->converter;
     if (cache->unknown == key_of(number, style)) return nullptr;
   }
   return open(block, number, style);
+}
+
+// Not the last request again. Apart, so that the way of the last one saves no registers.
+[[gnu::noinline]] Converter* answer(ZVRTThreadBlock& block, Request request) {
+  Converter* const converter = find_or_open(block, request.number, zvrt::style_of(request.kind));
+  if (converter == nullptr) return nullptr;
+  auto* const cache = static_cast<Cache*>(block.converter.value);
+  cache->last_request = request;
+  cache->last = converter;
+  return converter;
 }
 
 constexpr std::size_t length_of(std::int32_t count) { return count < 0 ? 0 : static_cast<std::size_t>(count); }
@@ -149,11 +169,10 @@ uint32_t ZVRT_ICU_Term(void* anchor, void* thread) {
 void* ZVRT_GetICUConverterInfo(void* anchor, void* thread, uint32_t codePage, int32_t kind) {
   ZVRTThreadBlock* const block = block_of(anchor, thread);
   if (block == nullptr) return nullptr;
-  const Style style = zvrt::style_of(kind);
+  const Request request{codePage, kind};
   const auto* const cache = static_cast<const Cache*>(block->converter.value);
-  const Entry* const last_used = cache != nullptr ? cache->first.get() : nullptr;
-  if (last_used != nullptr && last_used->key == key_of(codePage, style)) return last_used->converter;
-  return find_or_open(*block, codePage, style);
+  if (cache != nullptr && cache->last != nullptr && cache->last_request == request) return cache->last;
+  return answer(*block, request);
 }
 
 uint32_t ZVRT_IcuMultibyteToWide(void* converter, const void* src, int32_t srcBytes, void* dst, int32_t dstChars,
