@@ -16,6 +16,7 @@ Outcome DoubleBytePage::decode(Bytes source, WideRoom room) {
 
 Outcome DoubleBytePage::encode(WideText source, ByteRoom room) {
   const Run run = tables_.write_run(source, room);
+  if (run.characters == source.count) return converted(run.bytes, room.size());
   return encode_each(source, room, run.characters, run.bytes, [&](char32_t character) -> Encoded {
     const Code code = tables_.code_of[character];
     return {code, code != no_code ? length_of(code) : 0};

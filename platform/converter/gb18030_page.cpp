@@ -89,6 +89,7 @@ Outcome Gb18030Page::decode(Bytes source, WideRoom room) {
 
 Outcome Gb18030Page::encode(WideText source, ByteRoom room) {
   const Run run = tables_.write_run(source, room);
+  if (run.characters == source.count) return converted(run.bytes, room.size());
   return encode_each(source, room, run.characters, run.bytes, [&](char32_t character) { return write(character); });
 }
 

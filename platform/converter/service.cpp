@@ -11,6 +11,7 @@
 #include "ZVRTEnvLib.h"
 #include "ZVRTICULib.h"
 #include "page_store.h"
+#include "single_byte_tables.h"
 
 namespace {
 
@@ -138,6 +139,24 @@ Converter* find_or_open(ZVRTThreadBlock& block, std::uint32_t number, Style styl
 
 constexpr std::size_t length_of(std::int32_t count) { return count < 0 ? 0 : static_cast<std::size_t>(count); }
 
+// What the kernels of a single-byte page convert whole takes no frame besides theirs; anything else goes through the
+// page, from its start.
+zvrt::Outcome decode(Converter& page, zvrt::Bytes source, zvrt::WideRoom room) {
+  const auto [tables, kernels] = page.single_bytes();
+  if (kernels != nullptr && source.size() <= room.count &&
+      kernels->read(*tables, source.data(), source.size(), room.data) == source.size())
+    return {0, source.size()};
+  return page.decode(source, room);
+}
+
+zvrt::Outcome encode(Converter& page, zvrt::WideText source, zvrt::ByteRoom room) {
+  const auto [tables, kernels] = page.single_bytes();
+  if (kernels != nullptr && source.count <= room.size() &&
+      kernels->write(*tables, source.data, source.count, room.data()) == source.count)
+    return {0, source.count};
+  return page.encode(source, room);
+}
+
 std::uint32_t report(zvrt::Outcome outcome, std::uint32_t* count) {
   constexpr std::size_t largest = std::numeric_limits<std::uint32_t>::max();
   *count = static_cast<std::uint32_t>(std::min(outcome.count, largest));
@@ -180,7 +199,7 @@ uint32_t ZVRT_IcuMultibyteToWide(void* converter, const void* src, int32_t srcBy
   if (converter == nullptr || outChars == nullptr) return ZVRT_ICU_RC_INVALID_PARAM;
   const zvrt::Bytes source(static_cast<const unsigned char*>(src), length_of(srcBytes));
   const zvrt::WideRoom room{static_cast<unsigned char*>(dst), length_of(dstChars)};
-  return report(static_cast<Converter*>(converter)->decode(source, room), outChars);
+  return report(decode(*static_cast<Converter*>(converter), source, room), outChars);
 }
 
 uint32_t ZVRT_IcuWideToMultibyte(void* converter, const void* src, int32_t srcChars, void* dst, int32_t dstBytes,
@@ -188,5 +207,5 @@ uint32_t ZVRT_IcuWideToMultibyte(void* converter, const void* src, int32_t srcCh
   if (converter == nullptr || outBytes == nullptr) return ZVRT_ICU_RC_INVALID_PARAM;
   const zvrt::WideText source{static_cast<const unsigned char*>(src), length_of(srcChars)};
   const zvrt::ByteRoom room(static_cast<unsigned char*>(dst), length_of(dstBytes));
-  return report(static_cast<Converter*>(converter)->encode(source, room), outBytes);
+  return report(encode(*static_cast<Converter*>(converter), source, room), outBytes);
 }

@@ -15,6 +15,8 @@ std::size_t read(const SingleByteTables& tables, const unsigned char* from, std:
     if ((any & SingleByteTables::undefined) != 0) break;
     std::memcpy(to + done * wide_size, characters.data(), sizeof characters);
   }
+  for (; done < count && tables.character_of[from[done]] != SingleByteTables::undefined; ++done)
+    WideRoom{to, count}.put(done, tables.character_of[from[done]]);
   return done;
 }
 
@@ -32,6 +34,8 @@ std::size_t write(const SingleByteTables& tables, const unsigned char* from, std
     if (any > 0xFF) break;
     std::memcpy(to + done, bytes.data(), sizeof bytes);
   }
+  for (; done < count && tables.code_of[source[done]] <= 0xFF; ++done)
+    to[done] = static_cast<unsigned char>(tables.code_of[source[done]]);
   return done;
 }
 

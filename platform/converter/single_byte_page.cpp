@@ -56,17 +56,9 @@ void SingleBytePage::lay_out_for_kernels() {
   fill(tables_.other_window, tables_.other_window_number);
 }
 
-// Reads up to the first undefined byte, as far as both sides reach.
-std::size_t SingleBytePage::read_run(Bytes source, WideRoom room) const {
-  const std::size_t end = std::min(source.size(), room.count);
-  std::size_t done = kernels_.read(tables_, source.data(), end, room.data);
-  for (; done < end && tables_.character_of[source[done]] != undefined; ++done)
-    room.put(done, tables_.character_of[source[done]]);
-  return done;
-}
-
 Outcome SingleBytePage::decode(Bytes source, WideRoom room) {
-  const std::size_t written = read_run(source, room);
+  const std::size_t end = std::min(source.size(), room.count);
+  const std::size_t written = kernels_.read(tables_, source.data(), end, room.data);
   for (const unsigned char byte : source.subspan(written))
     if (tables_.character_of[byte] == undefined) return rejected(written);
   return converted(source.size(), room.count);
