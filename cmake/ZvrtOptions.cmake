@@ -27,6 +27,8 @@ add_library(zvrt_library_options INTERFACE)
 target_link_libraries(zvrt_library_options INTERFACE zvrt_options)
 target_compile_options(zvrt_library_options INTERFACE
   $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti>)
+# Calls into other libraries go straight through their addresses, which are bound when the library is loaded.
+target_compile_options(zvrt_library_options INTERFACE -fno-plt)
 
 # Hardening, for builds that are optimised and not under a sanitizer: the library sits in other people's processes.
 if(NOT ZVRT_SANITIZE)

@@ -6,17 +6,31 @@
 
 namespace zvrt {
 
+struct SingleByteKernels;
+struct SingleByteTables;
+
+// What a page of one byte a character is made of; null for the others.
+struct SingleBytes {
+  const SingleByteTables* tables = nullptr;
+  const SingleByteKernels* kernels = nullptr;
+};
+
 // Statuses and counts are those of ZVRTICULib.h. A page of tables never changes and serves all threads; a streamed one
 // has a state and serves one.
 class Converter {
  public:
-  Converter() = default;
+  explicit Converter(SingleBytes single_bytes = {}) : single_bytes_(single_bytes) {}
   Converter(const Converter&) = delete;
   Converter& operator=(const Converter&) = delete;
   virtual ~Converter() = default;
 
   virtual Outcome decode(Bytes source, WideRoom room) = 0;
   virtual Outcome encode(WideText source, ByteRoom room) = 0;
+
+  SingleBytes single_bytes() const { return single_bytes_; }
+
+ private:
+  SingleBytes single_bytes_;
 };
 
 }  // namespace zvrt

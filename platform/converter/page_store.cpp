@@ -2,8 +2,10 @@
 
 #include <cstdio>
 #include <new>
+#include <string_view>
 
 #include "double_byte_page.h"
+#include "gb18030_page.h"
 #include "shifted_page.h"
 #include "single_byte_page.h"
 #include "streamed_page.h"
@@ -20,7 +22,9 @@ std::unique_ptr<Converter> build_tables(const IcuConverter& icu) {
     case UCNV_LATIN_1:
     case UCNV_US_ASCII: return SingleBytePage::build(icu);
     case UCNV_DBCS:
-    case UCNV_MBCS: return ucnv_getMaxCharSize(icu.get()) <= 2 ? DoubleBytePage::build(icu) : nullptr;
+    case UCNV_MBCS:
+      if (ucnv_getMaxCharSize(icu.get()) <= 2) return DoubleBytePage::build(icu);
+      return std::string_view(icu.canonical_name()) == "gb18030" ? Gb18030Page::build(icu) : nullptr;
     case UCNV_EBCDIC_STATEFUL: return ShiftedPage::build(icu);
     case UCNV_UTF8: return std::unique_ptr<Converter>(new (std::nothrow) Utf8Page);
     default: return nullptr;

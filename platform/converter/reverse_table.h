@@ -1,65 +1,87 @@
-// From a character to the one or two bytes that a page writes for it: a compact table in two stages.
+// From a character to the bytes that a page writes for it: a compact table in two stages.
 #ifndef ZVRT_CONVERTER_REVERSE_TABLE_H
 #define ZVRT_CONVERTER_REVERSE_TABLE_H
 
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <initializer_list>
 #include <memory>
 #include <new>
+#include <utility>
 
 namespace zvrt {
 
-// A code is one byte, or two of which the first is the lower half and the second is not 0: stored as it is, it is the
-// character's bytes in order. Blocks of 64 neighbouring characters stand in
-// `codes_`; block 0 holds no character and stands for every block of which the page has none.
+// One, two or four bytes, in order from the lowest. The last of several is not 0, so that the value tells how many.
+using Code = std::uint32_t;
+inline constexpr Code no_code = 0xFFFFFFFF;
+
+constexpr std::size_t length_of(Code code) { return code <= 0xFF ? 1 : code <= 0xFFFF ? 2 : 4; }
+
+// Blocks of 64 neighbouring characters stand in `codes`; block 0 holds no character and stands for every block of which
+// the page has none.
 class ReverseTable {
  public:
-  static constexpr std::uint16_t no_code = 0xFFFF;
+  // What looking up takes; good until the next character is added.
+  struct View {
+    static constexpr std::size_t block_size = 64;
+    static constexpr char32_t limit = 0x30000;  // the planes in which byte pages have characters
 
-  // The code of a character, or no_code.
-  std::uint16_t operator[](char32_t character) const {
-    const std::size_t block = character < limit ? block_of_[character / block_size] : 0;
-    return codes_[block * block_size + character % block_size];
-  }
+    const std::uint32_t* block_of;  // where in `codes` the block begins
+    const Code* codes;
 
-  static constexpr std::size_t length_of(std::uint16_t code) { return code > 0xFF ? 2 : 1; }
+    Code operator[](char32_t character) const {
+      const std::size_t block = character < limit ? block_of[character / block_size] : 0;
+      return codes[block + character % block_size];
+    }
+  };
+
+  View view() const { return {begin_of_, codes_.get()}; }
+  Code operator[](char32_t character) const { return view()[character]; }
 
   // False when the table cannot hold it: no memory, or bytes that are no code.
-  bool add(char32_t character, unsigned char lead, unsigned char trail) {
-    return trail != 0 && add(character, static_cast<std::uint16_t>(lead | trail << 8));
-  }
-  bool add(char32_t character, std::uint16_t code) {
-    if (character >= limit || code == no_code) return false;
-    std::uint16_t& block = block_of_[character / block_size];
-    if (block == 0) {
-      if (!grow()) return false;
-      block = static_cast<std::uint16_t>(blocks_ - 1);
+  bool add(char32_t character, std::initializer_list<unsigned char> bytes) {
+    Code code = 0;
+    unsigned shift = 0;
+    for (const unsigned char byte : bytes) {
+      code |= static_cast<Code>(byte) << shift;
+      shift += 8;
     }
-    codes_[block * block_size + character % block_size] = code;
+    if (character >= View::limit || code == no_code || length_of(code) != bytes.size()) return false;
+    std::uint32_t& begin = begin_of_[character / View::block_size];
+    if (begin == 0) {
+      if (!add_block()) return false;
+      begin = static_cast<std::uint32_t>(used_ - View::block_size);
+    }
+    codes_[begin + character % View::block_size] = code;
     return true;
   }
 
   // To be called once before anything else: block 0.
-  bool prepare() { return grow(); }
+  bool prepare() { return add_block(); }
 
  private:
-  static constexpr std::size_t block_size = 64;
-  static constexpr char32_t limit = 0x30000;  // the planes in which byte pages have characters
-
-  bool grow() {
-    std::unique_ptr<std::uint16_t[]> wider(new (std::nothrow) std::uint16_t[(blocks_ + 1) * block_size]);
-    if (wider == nullptr) return false;
-    if (blocks_ > 0) std::memcpy(wider.get(), codes_.get(), blocks_ * block_size * sizeof(std::uint16_t));
-    std::memset(wider.get() + blocks_ * block_size, 0xFF, block_size * sizeof(std::uint16_t));
-    codes_ = std::move(wider);
-    ++blocks_;
+  bool add_block() {
+    if (used_ == capacity_ && !grow()) return false;
+    std::memset(codes_.get() + used_, 0xFF, View::block_size * sizeof(Code));
+    used_ += View::block_size;
     return true;
   }
 
-  std::uint16_t block_of_[limit / block_size]{};
-  std::unique_ptr<std::uint16_t[]> codes_;
-  std::size_t blocks_ = 0;
+  bool grow() {
+    const std::size_t wider = capacity_ == 0 ? 8 * View::block_size : 2 * capacity_;
+    std::unique_ptr<Code[]> codes(new (std::nothrow) Code[wider]);
+    if (codes == nullptr) return false;
+    if (used_ > 0) std::memcpy(codes.get(), codes_.get(), used_ * sizeof(Code));
+    codes_ = std::move(codes);
+    capacity_ = wider;
+    return true;
+  }
+
+  std::uint32_t begin_of_[View::limit / View::block_size]{};
+  std::unique_ptr<Code[]> codes_;
+  std::size_t used_ = 0;
+  std::size_t capacity_ = 0;
 };
 
 }  // namespace zvrt

@@ -11,6 +11,7 @@
 #include "ZVRTEnvLib.h"
 #include "ZVRTICULib.h"
 #include "page_store.h"
+#include "single_byte_tables.h"
 
 namespace {
 
@@ -28,9 +29,19 @@ struct Entry {
 
 constexpr std::uint64_t no_key = std::numeric_limits<std::uint64_t>::max();
 
+// A number and a kind as the service is asked for them.
+struct Request {
+  std::uint32_t number;
+  std::int32_t kind;
+
+  bool operator==(const Request&) const = default;
+};
+
 // What a thread has found, the last used first. Of the numbers that nothing knows only the last is remembered, so that
 // no sequence of them makes the cache grow without bound.
 struct Cache {
+  Request last_request{};  // what `last` was the answer to
+  Converter* last = nullptr;
   std::unique_ptr<Entry> first;
   std::uint64_t unknown = no_key;
   Cache* previous = nullptr;  // the caches of all threads
@@ -39,6 +50,7 @@ struct Cache {
   void forget() {
     while (first != nullptr) first = std::exchange(first->next, nullptr);
     unknown = no_key;
+    last = nullptr;
   }
 };
 
@@ -107,8 +119,7 @@ Converter* open(ZVRTThreadBlock& block, std::uint32_t number, Style style) {
   return cache->first->converter;
 }
 
-// A page that is not the last used one. Apart, so that the way of the last used one saves no registers.
-[[gnu::noinline]] Converter* find_or_open(ZVRTThreadBlock& block, std::uint32_t number, Style style) {
+Converter* find_or_open(ZVRTThreadBlock& block, std::uint32_t number, Style style) {
   if (auto* const cache = static_cast<Cache*>(block.converter.value); cache != nullptr) {
     if (const Entry* const entry = find(*cache, key_of(number, style)); entry != nullptr) return entry->converter;
     if (cache->unknown == key_of(number, style)) return nullptr;
@@ -116,7 +127,35 @@ Converter* open(ZVRTThreadBlock& block, std::uint32_t number, Style style) {
   return open(block, number, style);
 }
 
+// Not the last request again. Apart, so that the way of the last one saves no registers.
+[[gnu::noinline]] Converter* answer(ZVRTThreadBlock& block, Request request) {
+  Converter* const converter = find_or_open(block, request.number, zvrt::style_of(request.kind));
+  if (converter == nullptr) return nullptr;
+  auto* const cache = static_cast<Cache*>(block.converter.value);
+  cache->last_request = request;
+  cache->last = converter;
+  return converter;
+}
+
 constexpr std::size_t length_of(std::int32_t count) { return count < 0 ? 0 : static_cast<std::size_t>(count); }
+
+// What the kernels of a single-byte page convert whole takes no frame besides theirs; anything else goes through the
+// page, from its start.
+zvrt::Outcome decode(Converter& page, zvrt::Bytes source, zvrt::WideRoom room) {
+  const auto [tables, kernels] = page.single_bytes();
+  if (kernels != nullptr && source.size() <= room.count &&
+      kernels->read(*tables, source.data(), source.size(), room.data) == source.size())
+    return {0, source.size()};
+  return page.decode(source, room);
+}
+
+zvrt::Outcome encode(Converter& page, zvrt::WideText source, zvrt::ByteRoom room) {
+  const auto [tables, kernels] = page.single_bytes();
+  if (kernels != nullptr && source.count <= room.size() &&
+      kernels->write(*tables, source.data, source.count, room.data()) == source.count)
+    return {0, source.count};
+  return page.encode(source, room);
+}
 
 std::uint32_t report(zvrt::Outcome outcome, std::uint32_t* count) {
   constexpr std::size_t largest = std::numeric_limits<std::uint32_t>::max();
@@ -149,11 +188,10 @@ uint32_t ZVRT_ICU_Term(void* anchor, void* thread) {
 void* ZVRT_GetICUConverterInfo(void* anchor, void* thread, uint32_t codePage, int32_t kind) {
   ZVRTThreadBlock* const block = block_of(anchor, thread);
   if (block == nullptr) return nullptr;
-  const Style style = zvrt::style_of(kind);
+  const Request request{codePage, kind};
   const auto* const cache = static_cast<const Cache*>(block->converter.value);
-  const Entry* const last_used = cache != nullptr ? cache->first.get() : nullptr;
-  if (last_used != nullptr && last_used->key == key_of(codePage, style)) return last_used->converter;
-  return find_or_open(*block, codePage, style);
+  if (cache != nullptr && cache->last != nullptr && cache->last_request == request) return cache->last;
+  return answer(*block, request);
 }
 
 uint32_t ZVRT_IcuMultibyteToWide(void* converter, const void* src, int32_t srcBytes, void* dst, int32_t dstChars,
@@ -161,7 +199,7 @@ uint32_t ZVRT_IcuMultibyteToWide(void* converter, const void* src, int32_t srcBy
   if (converter == nullptr || outChars == nullptr) return ZVRT_ICU_RC_INVALID_PARAM;
   const zvrt::Bytes source(static_cast<const unsigned char*>(src), length_of(srcBytes));
   const zvrt::WideRoom room{static_cast<unsigned char*>(dst), length_of(dstChars)};
-  return report(static_cast<Converter*>(converter)->decode(source, room), outChars);
+  return report(decode(*static_cast<Converter*>(converter), source, room), outChars);
 }
 
 uint32_t ZVRT_IcuWideToMultibyte(void* converter, const void* src, int32_t srcChars, void* dst, int32_t dstBytes,
@@ -169,5 +207,5 @@ uint32_t ZVRT_IcuWideToMultibyte(void* converter, const void* src, int32_t srcCh
   if (converter == nullptr || outBytes == nullptr) return ZVRT_ICU_RC_INVALID_PARAM;
   const zvrt::WideText source{static_cast<const unsigned char*>(src), length_of(srcChars)};
   const zvrt::ByteRoom room(static_cast<unsigned char*>(dst), length_of(dstBytes));
-  return report(static_cast<Converter*>(converter)->encode(source, room), outBytes);
+  return report(encode(*static_cast<Converter*>(converter), source, room), outBytes);
 }

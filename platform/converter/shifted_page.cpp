@@ -26,7 +26,7 @@ bool ShiftedPage::learn_singles(const IcuConverter& icu) {
     if (answer == IcuConverter::Answer::undefined) continue;
     if (answer != IcuConverter::Answer::character) return false;
     characters_.set(byte, character);
-    if (icu.writes(character, {byte}) && !code_of_.add(character, byte)) return false;
+    if (icu.writes(character, {byte}) && !code_of_.add(character, {byte})) return false;
   }
   return true;
 }
@@ -37,7 +37,7 @@ bool ShiftedPage::learn_pairs(const IcuConverter& icu, unsigned char lead) {
     const auto [answer, character] = icu.meaning({shift_out, lead, trail, shift_in});
     if (answer == IcuConverter::Answer::undefined) continue;
     if (answer != IcuConverter::Answer::character || !characters_.set(lead, trail, character)) return false;
-    if (icu.writes(character, {shift_out, lead, trail, shift_in}) && !code_of_.add(character, lead, trail))
+    if (icu.writes(character, {shift_out, lead, trail, shift_in}) && !code_of_.add(character, {lead, trail}))
       return false;
   }
   return true;
@@ -73,9 +73,9 @@ Outcome ShiftedPage::encode(WideText source, ByteRoom room) {
     return written;
   };
   for (std::size_t i = 0; i < source.count; ++i) {
-    const std::uint16_t code = code_of_[source[i]];
-    if (code == ReverseTable::no_code) return rejected(close());
-    Encoded next{code, ReverseTable::length_of(code)};
+    const Code code = code_of_[source[i]];
+    if (code == no_code) return rejected(close());
+    Encoded next{code, length_of(code)};
     const bool pair = next.length == 2;
     if (pair != shifted) next = {next.bytes << 8 | (pair ? shift_out : shift_in), next.length + 1};
     shifted = pair;

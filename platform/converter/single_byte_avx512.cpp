@@ -45,7 +45,7 @@ std::size_t read(const SingleByteTables& tables, const unsigned char* from, std:
     const __mmask64 lanes = wanted & _blsmsk_u64(undefined) & ~undefined;
     unsigned char* const target = to + done * wide_size;
     store_quarter<0>(target, low, high, lanes);
-    store_quarter<1>(target, low, high, lanes);
+    if (count > 16) store_quarter<1>(target, low, high, lanes);
     if (lanes >> 32 != 0) {  // one branch: a second store without lanes costs less than a wrong guess
       store_quarter<2>(target, low, high, lanes);
       store_quarter<3>(target, low, high, lanes);

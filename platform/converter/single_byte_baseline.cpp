@@ -15,6 +15,8 @@ std::size_t read(const SingleByteTables& tables, const unsigned char* from, std:
     if ((any & SingleByteTables::undefined) != 0) break;
     std::memcpy(to + done * wide_size, characters.data(), sizeof characters);
   }
+  for (; done < count && tables.character_of[from[done]] != SingleByteTables::undefined; ++done)
+    WideRoom{to, count}.put(done, tables.character_of[from[done]]);
   return done;
 }
 
@@ -25,13 +27,15 @@ std::size_t write(const SingleByteTables& tables, const unsigned char* from, std
     std::array<unsigned char, block> bytes;
     std::uint32_t any = 0;
     for (std::size_t i = 0; i < block; ++i) {
-      const std::uint16_t code = tables.code_of[source[done + i]];
+      const Code code = tables.code_of[source[done + i]];
       any |= code;
       bytes[i] = static_cast<unsigned char>(code);
     }
     if (any > 0xFF) break;
     std::memcpy(to + done, bytes.data(), sizeof bytes);
   }
+  for (; done < count && tables.code_of[source[done]] <= 0xFF; ++done)
+    to[done] = static_cast<unsigned char>(tables.code_of[source[done]]);
   return done;
 }
 

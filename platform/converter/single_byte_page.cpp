@@ -30,7 +30,7 @@ bool SingleBytePage::learn(const IcuConverter& icu) {
     const bool defined = answer == IcuConverter::Answer::character && character < 0xFFFF;
     if (!defined && answer != IcuConverter::Answer::undefined) return false;
     tables_.character_of[value] = defined ? character : undefined;
-    if (defined && icu.writes(character, {byte}) && !tables_.code_of.add(character, byte)) return false;
+    if (defined && icu.writes(character, {byte}) && !tables_.code_of.add(character, {byte})) return false;
   }
   tables_.ascii = ascii_of([&](std::uint32_t byte) { return tables_.character_of[byte]; });
   return tables_.character_of[0] == 0;
@@ -48,25 +48,17 @@ void SingleBytePage::lay_out_for_kernels() {
   tables_.other_window_number = static_cast<std::uint32_t>(most - members.data());
   const auto fill = [&](unsigned char(&window)[256], std::uint32_t number) {
     for (std::uint32_t i = 0; i < 256; ++i) {
-      const std::uint16_t code = tables_.code_of[number << 8 | i];
-      window[i] = static_cast<unsigned char>(code == ReverseTable::no_code ? 0 : code);
+      const Code code = tables_.code_of[number << 8 | i];
+      window[i] = static_cast<unsigned char>(code == no_code ? 0 : code);
     }
   };
   fill(tables_.first_window, 0);
   fill(tables_.other_window, tables_.other_window_number);
 }
 
-// Reads up to the first undefined byte, as far as both sides reach.
-std::size_t SingleBytePage::read_run(Bytes source, WideRoom room) const {
-  const std::size_t end = std::min(source.size(), room.count);
-  std::size_t done = kernels_.read(tables_, source.data(), end, room.data);
-  for (; done < end && tables_.character_of[source[done]] != undefined; ++done)
-    room.put(done, tables_.character_of[source[done]]);
-  return done;
-}
-
 Outcome SingleBytePage::decode(Bytes source, WideRoom room) {
-  const std::size_t written = read_run(source, room);
+  const std::size_t end = std::min(source.size(), room.count);
+  const std::size_t written = kernels_.read(tables_, source.data(), end, room.data);
   for (const unsigned char byte : source.subspan(written))
     if (tables_.character_of[byte] == undefined) return rejected(written);
   return converted(source.size(), room.count);
@@ -81,7 +73,7 @@ std::size_t SingleBytePage::write_run(WideText source, ByteRoom room) const {
   while (done < end) {
     done += kernels_.write(tables_, source.data + done * wide_size, end - done, room.data() + done);
     for (const std::size_t stop = std::min(done + singly, end); done < stop; ++done) {
-      const std::uint16_t code = tables_.code_of[source[done]];
+      const Code code = tables_.code_of[source[done]];
       if (code > 0xFF) return done;
       room[done] = static_cast<unsigned char>(code);
     }

@@ -22,10 +22,9 @@ class SingleBytePage final : public Converter {
   Outcome encode(WideText source, ByteRoom room) override;
 
  private:
-  explicit SingleBytePage(const SingleByteKernels& kernels) : kernels_(kernels) {}
+  explicit SingleBytePage(const SingleByteKernels& kernels) : Converter({&tables_, &kernels}), kernels_(kernels) {}
   bool learn(const IcuConverter& icu);
   void lay_out_for_kernels();
-  std::size_t read_run(Bytes source, WideRoom room) const;
   std::size_t write_run(WideText source, ByteRoom room) const;
 
   SingleByteTables tables_;

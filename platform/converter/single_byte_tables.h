@@ -26,8 +26,9 @@ struct SingleByteTables {
   std::uint32_t other_window_number;  // its characters divided by 256
 };
 
-// Convert a leading part of `count` units and say how many; 0 is always allowed. They stop before what the page does
-// not define or have, at the latest; nothing is written for it or behind it.
+// Convert a leading part of `count` units and say how many. Reading stops before the first byte that the page does not
+// define; writing before the first character that it does not have, at the latest: 0 is always allowed. Nothing is
+// written for it or behind it.
 struct SingleByteKernels {
   std::size_t (*read)(const SingleByteTables& tables, const unsigned char* from, std::size_t count, unsigned char* to);
   std::size_t (*write)(const SingleByteTables& tables, const unsigned char* from, std::size_t count, unsigned char* to);

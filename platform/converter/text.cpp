@@ -6,8 +6,6 @@ namespace zvrt {
 
 namespace {
 
-constexpr std::size_t block = 16;
-
 __m128i load(const unsigned char* from) {
   __m128i lanes;
   std::memcpy(&lanes, from, sizeof lanes);
@@ -31,13 +29,13 @@ struct Range {
 
 }  // namespace
 
-std::size_t widen_ascii_blocks(Ascii ascii, Bytes source, WideRoom room) {
+std::size_t widen_all_ascii_blocks(Ascii ascii, Bytes source, WideRoom room) {
   if (ascii == Ascii::no) return 0;
   const Range range(ascii);
   const std::size_t end = std::min(source.size(), room.count);
   const __m128i zero = _mm_setzero_si128();
   std::size_t done = 0;
-  for (; done + block <= end; done += block) {
+  for (; done + ascii_block <= end; done += ascii_block) {
     const __m128i bytes = load(source.data() + done);
     if (!range.has_all(bytes)) break;
     const __m128i low = _mm_unpacklo_epi8(bytes, zero);
@@ -51,12 +49,12 @@ std::size_t widen_ascii_blocks(Ascii ascii, Bytes source, WideRoom room) {
   return done;
 }
 
-std::size_t narrow_ascii_blocks(Ascii ascii, WideText source, ByteRoom room) {
+std::size_t narrow_all_ascii_blocks(Ascii ascii, WideText source, ByteRoom room) {
   if (ascii == Ascii::no) return 0;
   const Range range(ascii);
   const std::size_t end = std::min(source.count, room.size());
   std::size_t done = 0;
-  for (; done + block <= end; done += block) {
+  for (; done + ascii_block <= end; done += ascii_block) {
     const unsigned char* const from = source.data + done * wide_size;
     const __m128i a = load(from);
     const __m128i b = load(from + 16);

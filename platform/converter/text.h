@@ -69,9 +69,18 @@ constexpr Ascii ascii_of(CharacterOf character_of) {
   return all ? Ascii::all : printable ? Ascii::printable : Ascii::no;
 }
 
+inline constexpr std::size_t ascii_block = 16;
+
+std::size_t widen_all_ascii_blocks(Ascii ascii, Bytes source, WideRoom room);
+std::size_t narrow_all_ascii_blocks(Ascii ascii, WideText source, ByteRoom room);
+
 // Copies leading whole blocks of ASCII, as far as both sides reach, and says how many characters: 0 is always allowed.
-std::size_t widen_ascii_blocks(Ascii ascii, Bytes source, WideRoom room);
-std::size_t narrow_ascii_blocks(Ascii ascii, WideText source, ByteRoom room);
+inline std::size_t widen_ascii_blocks(Ascii ascii, Bytes source, WideRoom room) {
+  return source.size() < ascii_block ? 0 : widen_all_ascii_blocks(ascii, source, room);
+}
+inline std::size_t narrow_ascii_blocks(Ascii ascii, WideText source, ByteRoom room) {
+  return source.count < ascii_block ? 0 : narrow_all_ascii_blocks(ascii, source, room);
+}
 
 // One character read; a length of 0 is an offending place.
 struct Decoded {
@@ -99,6 +108,10 @@ Outcome decode_each(Bytes source, WideRoom room, std::size_t made, Read read) {
 }
 
 inline void put_bytes(unsigned char* target, Encoded next) {
+  if (next.length == 2) {  // the most by far
+    std::memcpy(target, &next.bytes, 2);
+    return;
+  }
   for (std::size_t i = 0; i < next.length; ++i) target[i] = static_cast<unsigned char>(next.bytes >> (8 * i));
 }
 

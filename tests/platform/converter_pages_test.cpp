@@ -151,6 +151,20 @@ TEST_F(ConverterPages, EverySequenceOfOneAndTwoBytesReadsAsByIcu) {
   }
 }
 
+// The first bytes of the characters below U+10000, of both ends of those above, and of none; the others beside what
+// they may be as well as within it.
+TEST_F(ConverterPages, SequencesOfFourBytesReadAsByIcu) {
+  const IcuReference icu("gb18030");
+  void* const converter = find_converter(54936);
+  ASSERT_NE(converter, nullptr);
+  for (const unsigned a : {0x81U, 0x82U, 0x83U, 0x84U, 0x85U, 0x8FU, 0x90U, 0xE3U, 0xE4U, 0xFEU})
+    for (unsigned b = 0x2F; b <= 0x3A; ++b)
+      for (unsigned c = 0x7F; c <= 0xFF; ++c)
+        for (unsigned d = 0x2F; d <= 0x3A; ++d)
+          expect_same_reading(converter, icu,
+                              {static_cast<char>(a), static_cast<char>(b), static_cast<char>(c), static_cast<char>(d)});
+}
+
 TEST_F(ConverterPages, EveryCharacterIsWrittenAsByIcuOrRefused) {
   for (const IcuPage& page : icu_pages) {
     SCOPED_TRACE(page.icu);

@@ -1,0 +1,96 @@
+#include "gb18030_page.h"
+
+namespace zvrt {
+
+namespace {
+
+constexpr std::uint32_t first_supplementary = 189000;  // 90308130 is U+10000
+
+// Each byte is a digit of its own range, all of them together a number.
+struct Quadruple {
+  unsigned char bytes[4];
+
+  static Quadruple of(std::uint32_t index) {
+    const auto byte = [](std::uint32_t value) { return static_cast<unsigned char>(value); };
+    return {{byte(0x81 + index / 12600), byte(0x30 + index / 1260 % 10), byte(0x81 + index / 10 % 126),
+             byte(0x30 + index % 10)}};
+  }
+
+  Code code() const {
+    Code code = 0;
+    std::memcpy(&code, bytes, sizeof code);
+    return code;
+  }
+};
+
+constexpr std::uint32_t no_index = 0xFFFFFFFF;
+
+std::uint32_t index_of(const unsigned char* text, std::size_t available) {
+  if (available < 4) return no_index;
+  const std::uint32_t a = text[0] - 0x81U;
+  const std::uint32_t b = text[1] - 0x30U;
+  const std::uint32_t c = text[2] - 0x81U;
+  const std::uint32_t d = text[3] - 0x30U;
+  return a < 126 && b < 10 && c < 126 && d < 10 ? ((a * 10 + b) * 126 + c) * 10 + d : no_index;
+}
+
+// That both ends of every plane stand where they are reckoned to be.
+bool has_planes_in_order(const IcuConverter& icu) {
+  for (std::uint32_t plane = 0x10000; plane < 0x110000; plane += 0x10000) {
+    for (const std::uint32_t character : {plane, plane + 0xFFFF}) {
+      const auto [a, b, c, d] = Quadruple::of(first_supplementary + character - 0x10000).bytes;
+      if (icu.meaning({a, b, c, d}).character != character || !icu.writes(character, {a, b, c, d})) return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+std::unique_ptr<Converter> Gb18030Page::build(const IcuConverter& icu) {
+  std::unique_ptr<Gb18030Page> page(new (std::nothrow) Gb18030Page);
+  if (page == nullptr || !page->tables_.learn(icu) || !page->learn_quadruples(icu)) return nullptr;
+  return page;
+}
+
+bool Gb18030Page::learn_quadruples(const IcuConverter& icu) {
+  for (std::uint32_t index = 0; index < tabled; ++index) {
+    const auto [a, b, c, d] = Quadruple::of(index).bytes;
+    const auto [answer, character] = icu.meaning({a, b, c, d});
+    if (answer == IcuConverter::Answer::undefined) continue;
+    if (answer != IcuConverter::Answer::character || character > 0xFFFF) return false;
+    quadruple_means_[index] = static_cast<std::uint16_t>(character);
+    if (icu.writes(character, {a, b, c, d}) && !tables_.code_of.add(character, {a, b, c, d})) return false;
+  }
+  return has_planes_in_order(icu);
+}
+
+Decoded Gb18030Page::read(const unsigned char* text, std::size_t available) const {
+  const Decoded shorter = tables_.characters.read(text, available);
+  if (shorter.length != 0) return shorter;
+  const std::uint32_t index = index_of(text, available);
+  if (index < tabled) return {quadruple_means_[index], quadruple_means_[index] != 0 ? 4U : 0U};
+  const std::uint32_t supplementary = index - first_supplementary;
+  return {0x10000 + supplementary, supplementary < 0x100000 ? 4U : 0U};
+}
+
+Encoded Gb18030Page::write(char32_t character) const {
+  const Code code = tables_.code_of[character];
+  if (code != no_code) return {code, length_of(code)};
+  const std::uint32_t supplementary = character - 0x10000;
+  if (supplementary >= 0x100000) return {0, 0};
+  return {Quadruple::of(first_supplementary + supplementary).code(), 4};
+}
+
+Outcome Gb18030Page::decode(Bytes source, WideRoom room) {
+  return decode_each(source, room, widen_ascii_blocks(tables_.ascii, source, room),
+                     [&](const unsigned char* text, std::size_t available) { return read(text, available); });
+}
+
+Outcome Gb18030Page::encode(WideText source, ByteRoom room) {
+  const Run run = tables_.write_run(source, room);
+  if (run.characters == source.count) return converted(run.bytes, room.size());
+  return encode_each(source, room, run.characters, run.bytes, [&](char32_t character) { return write(character); });
+}
+
+}  // namespace zvrt

@@ -1,0 +1,36 @@
+// GB18030: one and two bytes as in a double-byte page, four bytes for every other character.
+#ifndef ZVRT_CONVERTER_GB18030_PAGE_H
+#define ZVRT_CONVERTER_GB18030_PAGE_H
+
+#include <array>
+#include <memory>
+
+#include "converter.h"
+#include "double_byte_tables.h"
+
+namespace zvrt {
+
+// The four-byte codes, counted from 81308130: the first ones are the characters below U+10000 that have no shorter
+// code, in order but for a few; the others follow from a later one in order and need no table.
+class Gb18030Page final : public Converter {
+ public:
+  // Null when ICU's page is another one than this, or memory is short.
+  static std::unique_ptr<Converter> build(const IcuConverter& icu);
+
+  Outcome decode(Bytes source, WideRoom room) override;
+  Outcome encode(WideText source, ByteRoom room) override;
+
+ private:
+  static constexpr std::uint32_t tabled = 39420;
+
+  bool learn_quadruples(const IcuConverter& icu);
+  Decoded read(const unsigned char* text, std::size_t available) const;
+  Encoded write(char32_t character) const;
+
+  DoubleByteTables tables_;                              // with the codes of four bytes below U+10000
+  std::array<std::uint16_t, tabled> quadruple_means_{};  // 0: nothing, for U+0000 is a single byte
+};
+
+}  // namespace zvrt
+
+#endif
