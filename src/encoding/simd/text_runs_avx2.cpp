@@ -92,6 +92,7 @@ struct Counted {
   std::size_t count;
 
   bool goes_on(std::size_t read) const { return read < count; }
+  bool has_sixteen_units(const char* /*src*/, std::size_t read) const { return count - read >= 16; }
   Block bytes(const char* src, std::size_t read) const { return load_bytes(src + read, count - read); }
   Vector units(const char* src, std::size_t read) const { return load_units(src + read * 4, count - read); }
 };
@@ -100,6 +101,7 @@ struct Counted {
 // the least.
 struct Terminated {
   static bool goes_on(std::size_t /*read*/) { return true; }
+  static bool has_sixteen_units(const char* src, std::size_t read) { return may_read_ahead(src + read * 4, 64); }
   static Block bytes(const char* src, std::size_t read) {
     const char* at = src + read;
     if (may_read_ahead(at, block_bytes)) [[likely]]
@@ -200,7 +202,15 @@ void store_few(char* dst, std::size_t count, Vector characters) {
   }
 }
 
-// Eight characters from `at` on, of the ends of characters and what is before each.
+// Each lane holds the payload of a character's bytes, the last byte lowest; returns the characters.
+Vector join_payload(Vector payload) {
+  const Vector pairs = _mm256_maddubs_epi16(payload, _mm256_set1_epi16(0x4001));      // upper * 64 + lower
+  const Vector characters = _mm256_madd_epi16(pairs, _mm256_set1_epi32(0x10000001));  // upper * 4096 + lower
+  const Vector replaced = _mm256_cmpeq_epi32(characters, _mm256_set1_epi32(0xFFFD));
+  return _mm256_blendv_epi8(characters, _mm256_set1_epi32('?'), replaced);
+}
+
+// The characters whose last bytes stand at eight positions; `before` are the last bytes of those before them.
 [[gnu::always_inline]] inline Vector gather(Block bytes, Block positions, Block before) {
   const Block lengths = _mm_sub_epi8(positions, before);
   const Vector spread = _mm256_setr_epi8(0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3,  //
@@ -213,10 +223,7 @@ void store_few(char* dst, std::size_t count, Vector characters) {
   const Vector length = _mm256_shuffle_epi8(_mm256_broadcastsi128_si256(lengths), spread);
   const Vector place = _mm256_add_epi8(_mm256_slli_epi32(length, 2), _mm256_set1_epi32(static_cast<int>(0xFFFEFDFC)));
   const Vector payload = _mm256_and_si256(raw, _mm256_shuffle_epi8(_mm256_broadcastsi128_si256(payloads), place));
-  const Vector pairs = _mm256_maddubs_epi16(payload, _mm256_set1_epi16(0x4001));      // upper * 64 + lower
-  const Vector characters = _mm256_madd_epi16(pairs, _mm256_set1_epi32(0x10000001));  // upper * 4096 + lower
-  const Vector replaced = _mm256_cmpeq_epi32(characters, _mm256_set1_epi32(0xFFFD));
-  return _mm256_blendv_epi8(characters, _mm256_set1_epi32('?'), replaced);
+  return join_payload(payload);
 }
 
 // Sixteen bytes, where all of them are 01..7F: signed, they are the ones above zero.
@@ -224,6 +231,19 @@ bool widen_sixteen(Block bytes, char* dst) {
   if (sign_bits(_mm_cmpgt_epi8(bytes, _mm_setzero_si128())) != first(block_bytes)) return false;
   store_vector(dst, _mm256_cvtepu8_epi32(bytes));
   store_vector(dst + 32, _mm256_cvtepu8_epi32(_mm_unpackhi_epi64(bytes, bytes)));
+  return true;
+}
+
+// Four characters of three bytes each, where they lead the block.
+bool widen_threes(Block bytes, char* dst) {
+  const Block marked = _mm_setr_epi8(-16, -64, -64, -16, -64, -64, -16, -64, -64, -16, -64, -64, 0, 0, 0, 0);
+  const Block marks = _mm_setr_epi8(-32, -128, -128, -32, -128, -128, -32, -128, -128, -32, -128, -128, 0, 0, 0, 0);
+  const Block payload = _mm_xor_si128(bytes, marks);
+  if (_mm_testz_si128(payload, marked) == 0) return false;
+  const Block order = _mm_setr_epi8(2, 1, 0, -1, 5, 4, 3, -1, 8, 7, 6, -1, 11, 10, 9, -1);
+  const Block lanes = _mm_shuffle_epi8(payload, order);
+  if (sign_bits(_mm_cmpeq_epi32(lanes, _mm_setzero_si128())) != 0) return false;
+  store_block(dst, _mm256_castsi256_si128(join_payload(_mm256_castsi128_si256(lanes))));
   return true;
 }
 
@@ -241,7 +261,7 @@ void widen_ascii(Block bytes, std::size_t count, char* dst) {
   const Vector low = gather(from.bytes, positions, before);
   if (count < 8) return store_few(dst, count, low);
   store_vector(dst, low);
-  if (count == 8) return;
+
   store_vector(dst + (count - 8) * 4,
                gather(from.bytes, move_down(positions, count - 8), move_down(before, count - 8)));
 }
@@ -255,6 +275,11 @@ template <bool writes, class Source>
     if (writes && room - written >= block_bytes && widen_sixteen(bytes, static_cast<char*>(dst) + written * 4)) {
       read += block_bytes;
       written += block_bytes;
+      continue;
+    }
+    if (writes && room - written >= 4 && widen_threes(bytes, static_cast<char*>(dst) + written * 4)) {
+      read += 12;
+      written += 4;
       continue;
     }
     Characters characters = locate(bytes);
@@ -377,6 +402,24 @@ Block narrow_ascii(Vector low, Vector high) {
   return _mm_packus_epi16(_mm256_castsi256_si128(units), _mm256_extracti128_si256(units, 1));
 }
 
+// Sixteen characters as bytes, where all of them are 01..7F, or all before the first zero; returns how many, or 0.
+std::size_t narrow_sixteen(Vector low, Vector high, std::size_t room, char* dst) {
+  const auto ascii_lanes = [](Vector values) {
+    return lane_bits(_mm256_cmpeq_epi32(_mm256_and_si256(values, _mm256_set1_epi32(~0x7F)), _mm256_setzero_si256()));
+  };
+  const Mask ascii = ascii_lanes(low) | ascii_lanes(high) << step_units;
+  const Block bytes = narrow_ascii(low, high);
+  const Mask end = equal(bytes, 0) | 1U << block_bytes;
+  const std::size_t count = lowest_bit(end);
+  if ((~ascii & (end ^ (end - 1)) & first(block_bytes)) != 0 || count > room) return 0;
+  if (count == block_bytes) {
+    store_block(dst, bytes);
+  } else {
+    store_bytes(dst, count, bytes);
+  }
+  return count;
+}
+
 [[gnu::always_inline]] inline void narrow(const Units& units, std::size_t count, char* dst) {
   if (units.from_two == 0) return store_bytes(dst, count, narrow_ascii(units.values, units.values));
   const Vector spaced = spread(units.values);
@@ -396,6 +439,15 @@ template <bool writes, class Source>
   std::size_t read = 0;
   std::size_t written = 0;
   while (source.goes_on(read)) {
+    if (writes && source.has_sixteen_units(text, read)) {
+      const char* at = text + read * 4;
+      const std::size_t ascii =
+          narrow_sixteen(load_vector(at), load_vector(at + sizeof(Vector)), room - written, dst + written);
+      read += ascii;
+      written += ascii;
+      if (ascii == block_bytes) continue;
+      if (ascii > 0) break;
+    }
     const Units units = classify(source.units(text, read));
     const std::size_t bytes = units.bytes();
     if (writes && bytes > room - written) [[unlikely]]
