@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "encoding/text_runs.h"
+#include "frame/read_ahead.h"
 #include "frame/units.h"
 
 namespace zvrt {
@@ -15,7 +16,6 @@ using Block = __m128i;
 using Vector = __m256i;
 using Mask = std::uint32_t;
 
-std::size_t least(std::size_t a, std::size_t b) { return a < b ? a : b; }
 Mask first(std::size_t count) { return _bzhi_u32(~Mask{0}, static_cast<Mask>(count)); }
 std::size_t lowest_bit(Mask bits) { return _tzcnt_u32(bits); }
 std::size_t highest_bit(Mask bits) { return 31 - _lzcnt_u32(bits); }
@@ -38,8 +38,6 @@ Vector load_vector(const void* at) { return _mm256_loadu_si256(static_cast<const
 Mask sign_bits(Block bytes) { return static_cast<Mask>(_mm_movemask_epi8(bytes)); }
 Block repeat(unsigned char byte) { return _mm_set1_epi8(static_cast<char>(byte)); }
 
-// ---- UTF-8 to wide text ----
-
 std::uint64_t byte_at(const char* src, std::size_t index) { return static_cast<unsigned char>(src[index]); }
 
 constexpr std::size_t block_bytes = 16;
@@ -61,28 +59,92 @@ Block load_bytes(const char* src, std::size_t count) {
   return _mm_cvtsi64_si128(static_cast<long long>(bytes));
 }
 
+constexpr std::size_t step_units = 8;
+
+// Up to eight units, zeros behind them, without reading one more.
+Vector load_units(const char* src, std::size_t count) {
+  if (count >= step_units) return load_vector(src);
+  const Vector lanes = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
+  const Vector there = _mm256_cmpgt_epi32(_mm256_set1_epi32(static_cast<int>(count)), lanes);
+  return _mm256_maskload_epi32(reinterpret_cast<const int*>(src), there);
+}
+
+// Shuffles that move the bytes of a block down by a count of -16 to 16, zeros in their place.
+struct Slides {
+  std::uint8_t bytes[48];
+  constexpr Slides() : bytes() {
+    for (unsigned i = 0; i < 48; ++i) bytes[i] = i / 16 == 1 ? static_cast<std::uint8_t>(i - 16) : 0x80;
+  }
+};
+constexpr Slides slides;
+
+Block move_down(Block bytes, std::size_t count) {
+  return _mm_shuffle_epi8(bytes, load_block(slides.bytes + block_bytes + count));
+}
+Block move_up(Block bytes, std::size_t count) {
+  return _mm_shuffle_epi8(bytes, load_block(slides.bytes + block_bytes - count));
+}
+
+// ---- Where a source ends ----
+
+// Text of a known count, read without a unit more.
+struct Counted {
+  std::size_t count;
+
+  bool goes_on(std::size_t read) const { return read < count; }
+  bool has_sixteen_units(const char* /*src*/, std::size_t read) const { return count - read >= 16; }
+  Block bytes(const char* src, std::size_t read) const { return load_bytes(src + read, count - read); }
+  Vector units(const char* src, std::size_t read) const { return load_units(src + read * 4, count - read); }
+};
+
+// Text up to a terminator, which ends what is ordinary. Behind a whole character the text goes on, by its terminator at
+// the least.
+struct Terminated {
+  static bool goes_on(std::size_t /*read*/) { return true; }
+  static bool has_sixteen_units(const char* src, std::size_t read) { return may_read_ahead(src + read * 4, 64); }
+  static Block bytes(const char* src, std::size_t read) {
+    const char* at = src + read;
+    if (may_read_ahead(at, block_bytes)) [[likely]]
+      return load_block(at);
+    return load_bytes(at, strnlen(at, block_bytes));
+  }
+  static Vector units(const char* src, std::size_t read) {
+    const char* at = src + read * 4;
+    if (may_read_ahead(at, sizeof(Vector))) [[likely]]
+      return load_vector(at);
+    std::size_t count = 0;
+    while (count < step_units && zvrt::load<Wide>(at, count) != 0) ++count;
+    return load_units(at, count);
+  }
+};
+
+// ---- UTF-8 to wide text ----
+
 // Which bytes of a block end a character, up to the first that is not ordinary.
 struct Characters {
   Block bytes;
   Mask ends;
   std::size_t stop;  // bytes they take
   bool ascii;
+  bool last;  // no text is left behind them
 };
 
-// Bytes from a value of 80 or more, among those whose upper bit is set.
+// Bytes that are no continuation bytes and from a value of 80 or more: signed, ASCII is among them.
 Mask at_least(Block bytes, unsigned char limit) { return sign_bits(_mm_cmpgt_epi8(bytes, repeat(limit - 1))); }
 Mask equal(Block bytes, unsigned char value) { return sign_bits(_mm_cmpeq_epi8(bytes, repeat(value))); }
 
-Characters locate(Block bytes) {
-  const std::size_t text = lowest_bit(equal(bytes, 0) | 1U << block_bytes);
+[[gnu::always_inline]] inline Characters locate(Block bytes) {
+  const Mask end = equal(bytes, 0) | 1U << block_bytes;
+  const std::size_t text = lowest_bit(end);
   const Mask inside = first(text);
   const Mask high = sign_bits(bytes) & inside;
-  if (high == 0) return {bytes, inside, text, true};
-  const Mask two = at_least(bytes, 0xC0) & high;  // leads of two bytes or more
+  if (high == 0) return {bytes, inside, text, true, text < block_bytes};
+  const Mask leads = at_least(bytes, 0xC0) & inside;
+  const Mask continuations = inside & ~leads;
+  const Mask two = leads & high;  // leads of two bytes or more
   const Mask three = at_least(bytes, 0xE0) & high;
   const Mask four = at_least(bytes, 0xF0) & high;
   const Mask beyond = at_least(bytes, 0xF8) & high;
-  const Mask continuations = high & ~two;
   const Mask expected = two << 1 | three << 2 | four << 3;
   // A lead byte without payload before a continuation byte without may be zero. (D0 80 is not, but rare.)
   const Mask empty = equal(_mm_and_si128(bytes, repeat(0x0F)), 0) & two;
@@ -90,10 +152,9 @@ Characters locate(Block bytes) {
   // A fault lies behind the first byte of its character, also where that ends the block or the text, or is a stray
   // byte: the block stops at the last character that starts before.
   const Mask faults = (expected ^ continuations) | beyond << 1 | zeros;
-  const Mask leads = inside & ~continuations;
   const Mask before = leads & (faults - 1) & ~faults;  // of no fault, all
   const std::size_t stop = faults == 0 ? text : highest_bit(before | 1);
-  return {bytes, (leads | 1U << stop) >> 1 & first(stop), stop, false};
+  return {bytes, (leads | 1U << stop) >> 1 & first(stop), stop, false, stop == text && text < block_bytes};
 }
 
 // Keeps as many characters as there is room for.
@@ -116,25 +177,42 @@ struct BitPositions {
 };
 constexpr BitPositions bit_positions;
 
-// Up to eight wide characters and no byte more: halves that overlap where they have to.
-void store_characters(char* dst, std::size_t count, Vector characters) {
-  const Vector lanes = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
-  const Vector ahead = _mm256_set1_epi32(static_cast<int>(count));
+// The positions of the bits that are set, in ascending order.
+Block positions_of(Mask bits) {
+  const Block low = _mm_loadl_epi64(reinterpret_cast<const Block*>(bit_positions.of[bits & 0xFF]));
+  const Block high = _mm_loadl_epi64(reinterpret_cast<const Block*>(bit_positions.of[bits >> 8]));
+  return _mm_or_si128(low, move_up(_mm_add_epi8(high, repeat(8)), count_of(bits & 0xFF)));
+}
+
+void store_vector(char* at, Vector vector) { _mm256_storeu_si256(reinterpret_cast<Vector*>(at), vector); }
+
+// Up to seven wide characters and no byte more: pieces that overlap where they have to.
+void store_few(char* dst, std::size_t count, Vector characters) {
+  const Block low = _mm256_castsi256_si128(characters);
   if (count >= 4) {
-    const Vector from = _mm256_add_epi32(lanes, _mm256_sub_epi32(ahead, _mm256_set1_epi32(4)));
-    store_block(dst, _mm256_castsi256_si128(characters));
+    const Vector from =
+        _mm256_add_epi32(_mm256_setr_epi32(-4, -3, -2, -1, 0, 0, 0, 0), _mm256_set1_epi32(static_cast<int>(count)));
+    store_block(dst, low);
     store_block(dst + (count - 4) * 4, _mm256_castsi256_si128(_mm256_permutevar8x32_epi32(characters, from)));
-  } else {
-    const Block chosen = _mm256_castsi256_si128(_mm256_cmpgt_epi32(ahead, lanes));
-    _mm_maskstore_epi32(reinterpret_cast<int*>(dst), chosen, _mm256_castsi256_si128(characters));
+  } else if (count >= 2) {
+    _mm_storel_epi64(reinterpret_cast<Block*>(dst), low);
+    _mm_storel_epi64(reinterpret_cast<Block*>(dst + (count - 2) * 4), move_down(low, (count - 2) * 4));
+  } else if (count == 1) {
+    store(dst, _mm_cvtsi128_si32(low));
   }
 }
 
-// The characters that end at up to eight positions, the last byte lowest in their lanes; `before` is the position
-// before the first of them.
-Vector gather(Block bytes, Block positions, int before) {
-  const Block others = _mm_or_si128(_mm_slli_si128(positions, 1), _mm_cvtsi32_si128(before & 0xFF));
-  const Block lengths = _mm_sub_epi8(positions, others);
+// Each lane holds the payload of a character's bytes, the last byte lowest; returns the characters.
+Vector join_payload(Vector payload) {
+  const Vector pairs = _mm256_maddubs_epi16(payload, _mm256_set1_epi16(0x4001));      // upper * 64 + lower
+  const Vector characters = _mm256_madd_epi16(pairs, _mm256_set1_epi32(0x10000001));  // upper * 4096 + lower
+  const Vector replaced = _mm256_cmpeq_epi32(characters, _mm256_set1_epi32(0xFFFD));
+  return _mm256_blendv_epi8(characters, _mm256_set1_epi32('?'), replaced);
+}
+
+// The characters whose last bytes stand at eight positions; `before` are the last bytes of those before them.
+[[gnu::always_inline]] inline Vector gather(Block bytes, Block positions, Block before) {
+  const Block lengths = _mm_sub_epi8(positions, before);
   const Vector spread = _mm256_setr_epi8(0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3,  //
                                          4, 4, 4, 4, 5, 5, 5, 5, 6, 6, 6, 6, 7, 7, 7, 7);
   const Vector at = _mm256_sub_epi8(_mm256_shuffle_epi8(_mm256_broadcastsi128_si256(positions), spread),
@@ -145,53 +223,66 @@ Vector gather(Block bytes, Block positions, int before) {
   const Vector length = _mm256_shuffle_epi8(_mm256_broadcastsi128_si256(lengths), spread);
   const Vector place = _mm256_add_epi8(_mm256_slli_epi32(length, 2), _mm256_set1_epi32(static_cast<int>(0xFFFEFDFC)));
   const Vector payload = _mm256_and_si256(raw, _mm256_shuffle_epi8(_mm256_broadcastsi128_si256(payloads), place));
-  const Vector pairs = _mm256_maddubs_epi16(payload, _mm256_set1_epi16(0x4001));      // upper * 64 + lower
-  const Vector characters = _mm256_madd_epi16(pairs, _mm256_set1_epi32(0x10000001));  // upper * 4096 + lower
-  const Vector replaced = _mm256_cmpeq_epi32(characters, _mm256_set1_epi32(0xFFFD));
-  return _mm256_blendv_epi8(characters, _mm256_set1_epi32('?'), replaced);
+  return join_payload(payload);
 }
 
-void store_vector(char* at, Vector vector) { _mm256_storeu_si256(reinterpret_cast<Vector*>(at), vector); }
-
-// Sixteen bytes, where all of them are 01..7F.
+// Sixteen bytes, where all of them are 01..7F: signed, they are the ones above zero.
 bool widen_sixteen(Block bytes, char* dst) {
-  if ((sign_bits(bytes) | equal(bytes, 0)) != 0) return false;
+  if (sign_bits(_mm_cmpgt_epi8(bytes, _mm_setzero_si128())) != first(block_bytes)) return false;
   store_vector(dst, _mm256_cvtepu8_epi32(bytes));
   store_vector(dst + 32, _mm256_cvtepu8_epi32(_mm_unpackhi_epi64(bytes, bytes)));
   return true;
 }
 
+// Four characters of three bytes each, where they lead the block.
+bool widen_threes(Block bytes, char* dst) {
+  const Block marked = _mm_setr_epi8(-16, -64, -64, -16, -64, -64, -16, -64, -64, -16, -64, -64, 0, 0, 0, 0);
+  const Block marks = _mm_setr_epi8(-32, -128, -128, -32, -128, -128, -32, -128, -128, -32, -128, -128, 0, 0, 0, 0);
+  const Block payload = _mm_xor_si128(bytes, marks);
+  if (_mm_testz_si128(payload, marked) == 0) return false;
+  const Block order = _mm_setr_epi8(2, 1, 0, -1, 5, 4, 3, -1, 8, 7, 6, -1, 11, 10, 9, -1);
+  const Block lanes = _mm_shuffle_epi8(payload, order);
+  if (sign_bits(_mm_cmpeq_epi32(lanes, _mm_setzero_si128())) != 0) return false;
+  store_block(dst, _mm256_castsi256_si128(join_payload(_mm256_castsi128_si256(lanes))));
+  return true;
+}
+
+// From eight characters on, the first eight and the last eight are all of them.
 void widen_ascii(Block bytes, std::size_t count, char* dst) {
-  const std::size_t low = least(count, 8);
-  store_characters(dst, low, _mm256_cvtepu8_epi32(bytes));
-  if (count > 8) store_characters(dst + 32, count - 8, _mm256_cvtepu8_epi32(_mm_unpackhi_epi64(bytes, bytes)));
+  const Vector low = _mm256_cvtepu8_epi32(bytes);
+  if (count < 8) return store_few(dst, count, low);
+  store_vector(dst, low);
+  store_vector(dst + (count - 8) * 4, _mm256_cvtepu8_epi32(move_down(bytes, count - 8)));
 }
 
-void widen(const Characters& characters, char* dst) {
-  const Mask low = characters.ends & 0xFF;
-  const Mask high = characters.ends >> 8;
-  const std::size_t count = count_of(low);
-  store_characters(
-      dst, count, gather(characters.bytes, _mm_loadl_epi64(reinterpret_cast<const Block*>(bit_positions.of[low])), -1));
-  if (high == 0) return;
-  const Block positions = _mm_loadl_epi64(reinterpret_cast<const Block*>(bit_positions.of[high]));
-  const int before = low == 0 ? -1 : static_cast<int>(highest_bit(low));
-  store_characters(dst + count * 4, count_of(high),
-                   gather(characters.bytes, _mm_add_epi8(positions, repeat(8)), before));
+[[gnu::always_inline]] inline void widen(const Characters& from, std::size_t count, char* dst) {
+  const Block positions = positions_of(from.ends);
+  const Block before = _mm_or_si128(move_up(positions, 1), _mm_cvtsi32_si128(0xFF));
+  const Vector low = gather(from.bytes, positions, before);
+  if (count < 8) return store_few(dst, count, low);
+  store_vector(dst, low);
+
+  store_vector(dst + (count - 8) * 4,
+               gather(from.bytes, move_down(positions, count - 8), move_down(before, count - 8)));
 }
 
-template <bool writes>
-Run decode_run(const char* src, std::size_t count, void* dst, std::size_t room) {
+template <bool writes, class Source>
+[[gnu::always_inline]] inline Run decode_run(const char* src, Source source, void* dst, std::size_t room) {
   std::size_t read = 0;
   std::size_t written = 0;
-  while (read < count) {
-    if (writes && count - read >= block_bytes && room - written >= block_bytes &&
-        widen_sixteen(load_block(src + read), static_cast<char*>(dst) + written * 4)) {
+  while (source.goes_on(read)) {
+    const Block bytes = source.bytes(src, read);
+    if (writes && room - written >= block_bytes && widen_sixteen(bytes, static_cast<char*>(dst) + written * 4)) {
       read += block_bytes;
       written += block_bytes;
       continue;
     }
-    Characters characters = locate(load_bytes(src + read, count - read));
+    if (writes && room - written >= 4 && widen_threes(bytes, static_cast<char*>(dst) + written * 4)) {
+      read += 12;
+      written += 4;
+      continue;
+    }
+    Characters characters = locate(bytes);
     std::size_t found = count_of(characters.ends);
     if (writes && found > room - written) [[unlikely]] {
       clip(characters, room - written);
@@ -199,26 +290,24 @@ Run decode_run(const char* src, std::size_t count, void* dst, std::size_t room) 
     }
     if (writes) {
       char* out = static_cast<char*>(dst) + written * 4;
-      characters.ascii ? widen_ascii(characters.bytes, found, out) : widen(characters, out);
+      characters.ascii ? widen_ascii(characters.bytes, found, out) : widen(characters, found, out);
     }
     read += characters.stop;
     written += found;
-    if (characters.stop == 0) break;
+    if (characters.last || characters.stop == 0) break;
   }
   return {read, written};
 }
 
 Run decode(const char* src, std::size_t count, void* dst, std::size_t room) {
-  return decode_run<true>(src, count, dst, room);
+  return decode_run<true>(src, Counted{count}, dst, room);
 }
 Run decode_terminated(const char* src, void* dst, std::size_t room) {
-  return decode_run<true>(src, std::strlen(src), dst, room);
+  return decode_run<true>(src, Terminated{}, dst, room);
 }
-Run count_decoded(const char* src, std::size_t count) { return decode_run<false>(src, count, nullptr, 0); }
+Run count_decoded(const char* src, std::size_t count) { return decode_run<false>(src, Counted{count}, nullptr, 0); }
 
 // ---- Wide text to UTF-8 ----
-
-constexpr std::size_t step_units = 8;
 
 // Eight characters: how many lead that are ordinary, and which of those take more than one, two or three bytes.
 struct Units {
@@ -234,10 +323,7 @@ struct Units {
 Mask lane_bits(Vector lanes) { return static_cast<Mask>(_mm256_movemask_ps(_mm256_castsi256_ps(lanes))); }
 Vector above(Vector values, int limit) { return _mm256_cmpgt_epi32(values, _mm256_set1_epi32(limit)); }
 
-Units load_units(const char* src, std::size_t count) {
-  const Vector lanes = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
-  const Vector there = _mm256_cmpgt_epi32(_mm256_set1_epi32(static_cast<int>(least(count, step_units))), lanes);
-  const Vector values = _mm256_maskload_epi32(reinterpret_cast<const int*>(src), there);
+Units classify(Vector values) {
   // Negative values are not above zero, and those of more than four bytes are above the limit.
   const Mask ordinary = lane_bits(_mm256_andnot_si256(above(values, 0x1FFFFF), above(values, 0)));
   const std::size_t leading = lowest_bit(~ordinary);
@@ -279,30 +365,36 @@ constexpr Squeezes squeezes;
 
 // Up to sixteen bytes and no byte more: pieces that overlap where they have to.
 void store_bytes(char* dst, std::size_t count, Block bytes) {
-  const auto low = static_cast<std::uint64_t>(_mm_cvtsi128_si64(bytes));
   if (count >= 8) {
-    const Block from = _mm_add_epi8(_mm_setr_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15),
-                                    repeat(static_cast<unsigned char>(count - 8)));
-    store(dst, low);
-    store(dst + count - 8, static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_shuffle_epi8(bytes, from))));
-  } else if (count >= 4) {
+    _mm_storel_epi64(reinterpret_cast<Block*>(dst), bytes);
+    _mm_storel_epi64(reinterpret_cast<Block*>(dst + count - 8), move_down(bytes, count - 8));
+    return;
+  }
+  const auto low = static_cast<std::uint64_t>(_mm_cvtsi128_si64(bytes));
+  if (count >= 4) {
     store(dst, static_cast<std::uint32_t>(low));
     store(dst + count - 4, static_cast<std::uint32_t>(low >> (count - 4) * 8));
-  } else {
-    for (std::size_t i = 0; i < count; ++i) dst[i] = static_cast<char>(low >> i * 8);
+  } else if (count >= 2) {
+    store(dst, static_cast<std::uint16_t>(low));
+    store(dst + count - 2, static_cast<std::uint16_t>(low >> (count - 2) * 8));
+  } else if (count == 1) {
+    dst[0] = static_cast<char>(low);
   }
 }
 
-// The characters of four lanes; returns their bytes.
-std::size_t squeeze(const Units& units, Block bytes, unsigned lanes, char* dst) {
+// The bytes of four characters, zeros behind them.
+struct Squeezed {
+  Block bytes;
+  std::size_t count;
+};
+
+[[gnu::always_inline]] inline Squeezed squeeze(const Units& units, Block bytes, unsigned lanes) {
   const Mask inside = first(units.count) >> lanes & 0xF;
   const Mask two = units.from_two >> lanes & 0xF;
   const Mask three = units.from_three >> lanes & 0xF;
   const Mask four = units.from_four >> lanes & 0xF;
-  const std::size_t count = count_of(inside) + count_of(two) + count_of(three) + count_of(four);
   const Block order = _mm_load_si128(reinterpret_cast<const Block*>(squeezes.order[(two ^ three ^ four) | three << 4]));
-  store_bytes(dst, count, _mm_shuffle_epi8(bytes, order));
-  return count;
+  return {_mm_shuffle_epi8(bytes, order), count_of(inside | two << 4 | three << 8 | four << 12)};
 }
 
 Block narrow_ascii(Vector low, Vector high) {
@@ -310,39 +402,57 @@ Block narrow_ascii(Vector low, Vector high) {
   return _mm_packus_epi16(_mm256_castsi256_si128(units), _mm256_extracti128_si256(units, 1));
 }
 
-void narrow(const Units& units, char* dst) {
-  if (units.from_two == 0) return store_bytes(dst, units.count, narrow_ascii(units.values, units.values));
-  const Vector bytes = spread(units.values);
-  const std::size_t low = squeeze(units, _mm256_castsi256_si128(bytes), 0, dst);
-  if (units.count > 4) squeeze(units, _mm256_extracti128_si256(bytes, 1), 4, dst + low);
-}
-
-// Sixteen characters as bytes, where all of them are 01..7F.
-bool narrow_sixteen(const char* src, char* dst) {
-  const Vector low = load_vector(src);
-  const Vector high = load_vector(src + 32);
-  if (_mm256_testz_si256(_mm256_or_si256(low, high), _mm256_set1_epi32(~0x7F)) == 0) return false;
+// Sixteen characters as bytes, where all of them are 01..7F, or all before the first zero; returns how many, or 0.
+std::size_t narrow_sixteen(Vector low, Vector high, std::size_t room, char* dst) {
+  const auto ascii_lanes = [](Vector values) {
+    return lane_bits(_mm256_cmpeq_epi32(_mm256_and_si256(values, _mm256_set1_epi32(~0x7F)), _mm256_setzero_si256()));
+  };
+  const Mask ascii = ascii_lanes(low) | ascii_lanes(high) << step_units;
   const Block bytes = narrow_ascii(low, high);
-  if (equal(bytes, 0) != 0) return false;
-  store_block(dst, bytes);
-  return true;
+  const Mask end = equal(bytes, 0) | 1U << block_bytes;
+  const std::size_t count = lowest_bit(end);
+  if ((~ascii & (end ^ (end - 1)) & first(block_bytes)) != 0 || count > room) return 0;
+  if (count == block_bytes) {
+    store_block(dst, bytes);
+  } else {
+    store_bytes(dst, count, bytes);
+  }
+  return count;
 }
 
-template <bool writes>
-Run encode_run(const void* src, std::size_t count, char* dst, std::size_t room) {
+[[gnu::always_inline]] inline void narrow(const Units& units, std::size_t count, char* dst) {
+  if (units.from_two == 0) return store_bytes(dst, count, narrow_ascii(units.values, units.values));
+  const Vector spaced = spread(units.values);
+  const Squeezed low = squeeze(units, _mm256_castsi256_si128(spaced), 0);
+  const Squeezed high = squeeze(units, _mm256_extracti128_si256(spaced, 1), 4);
+  const Block leading = _mm_or_si128(low.bytes, move_up(high.bytes, low.count));
+  if (count < block_bytes) return store_bytes(dst, count, leading);
+  // The first sixteen bytes and the last sixteen are all of them.
+  store_block(dst, leading);
+  store_block(dst + count - block_bytes,
+              _mm_or_si128(move_down(low.bytes, count - block_bytes), move_up(high.bytes, block_bytes - high.count)));
+}
+
+template <bool writes, class Source>
+[[gnu::always_inline]] inline Run encode_run(const void* src, Source source, char* dst, std::size_t room) {
   const auto* text = static_cast<const char*>(src);
   std::size_t read = 0;
   std::size_t written = 0;
-  while (read < count) {
-    if (writes && count - read >= 16 && room - written >= 16 && narrow_sixteen(text + read * 4, dst + written)) {
-      read += 16;
-      written += 16;
-      continue;
+  while (source.goes_on(read)) {
+    if (writes && source.has_sixteen_units(text, read)) {
+      const char* at = text + read * 4;
+      const std::size_t ascii =
+          narrow_sixteen(load_vector(at), load_vector(at + sizeof(Vector)), room - written, dst + written);
+      read += ascii;
+      written += ascii;
+      if (ascii == block_bytes) continue;
+      if (ascii > 0) break;
     }
-    const Units units = load_units(text + read * 4, count - read);
+    const Units units = classify(source.units(text, read));
     const std::size_t bytes = units.bytes();
-    if (writes && bytes > room - written) break;
-    if (writes) narrow(units, dst + written);
+    if (writes && bytes > room - written) [[unlikely]]
+      break;
+    if (writes) narrow(units, bytes, dst + written);
     read += units.count;
     written += bytes;
     if (units.count < step_units) break;
@@ -351,12 +461,12 @@ Run encode_run(const void* src, std::size_t count, char* dst, std::size_t room) 
 }
 
 Run encode(const void* src, std::size_t count, char* dst, std::size_t room) {
-  return encode_run<true>(src, count, dst, room);
+  return encode_run<true>(src, Counted{count}, dst, room);
 }
 Run encode_terminated(const void* src, char* dst, std::size_t room) {
-  return encode_run<true>(src, static_cast<std::size_t>(length_of(src)), dst, room);
+  return encode_run<true>(src, Terminated{}, dst, room);
 }
-Run count_encoded(const void* src, std::size_t count) { return encode_run<false>(src, count, nullptr, 0); }
+Run count_encoded(const void* src, std::size_t count) { return encode_run<false>(src, Counted{count}, nullptr, 0); }
 
 Run copy(const void* src, void* dst, std::size_t room) { return text_kernels_baseline.copy(src, dst, room); }
 Run copy_wide(const void* src, void* dst, std::size_t room) { return text_kernels_baseline.copy_wide(src, dst, room); }
