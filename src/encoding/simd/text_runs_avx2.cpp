@@ -152,9 +152,9 @@ Mask equal(Block bytes, unsigned char value) { return sign_bits(_mm_cmpeq_epi8(b
   // A fault lies behind the first byte of its character, also where that ends the block or the text, or is a stray
   // byte: the block stops at the last character that starts before.
   const Mask faults = (expected ^ continuations) | beyond << 1 | zeros;
-  const Mask before = leads & (faults - 1) & ~faults;  // of no fault, all
-  const std::size_t stop = faults == 0 ? text : highest_bit(before | 1);
-  return {bytes, (leads | 1U << stop) >> 1 & first(stop), stop, false, stop == text && text < block_bytes};
+  const Mask starts = (leads | 1U << text) & (faults - 1) & ~faults;  // of no fault, all
+  // Before each start but the first a character ends.
+  return {bytes, starts >> 1, highest_bit(starts | 1), false, faults == 0 && text < block_bytes};
 }
 
 // Keeps as many characters as there is room for.
