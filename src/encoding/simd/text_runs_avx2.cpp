@@ -152,9 +152,9 @@ Mask equal(Block bytes, unsigned char value) { return sign_bits(_mm_cmpeq_epi8(b
   // A fault lies behind the first byte of its character, also where that ends the block or the text, or is a stray
   // byte: the block stops at the last character that starts before.
   const Mask faults = (expected ^ continuations) | beyond << 1 | zeros;
-  const Mask before = leads & (faults - 1) & ~faults;  // of no fault, all
-  const std::size_t stop = faults == 0 ? text : highest_bit(before | 1);
-  return {bytes, (leads | 1U << stop) >> 1 & first(stop), stop, false, stop == text && text < block_bytes};
+  const Mask starts = (leads | 1U << text) & (faults - 1) & ~faults;  // of no fault, all
+  // Before each start but the first a character ends.
+  return {bytes, starts >> 1, highest_bit(starts | 1), false, faults == 0 && text < block_bytes};
 }
 
 // Keeps as many characters as there is room for.
@@ -402,6 +402,34 @@ Block narrow_ascii(Vector low, Vector high) {
   return _mm_packus_epi16(_mm256_castsi256_si128(units), _mm256_extracti128_si256(units, 1));
 }
 
+// For which of eight characters take two bytes: the order that squeezes their bytes together, the last of each lowest.
+struct ShortSqueezes {
+  alignas(16) std::uint8_t order[256][16];
+  constexpr ShortSqueezes() : order() {
+    for (unsigned two = 0; two < 256; ++two) {
+      unsigned count = 0;
+      for (unsigned i = 0; i < 8; ++i) {
+        if ((two >> i & 1) != 0) order[two][count++] = static_cast<std::uint8_t>(i * 2 + 1);
+        order[two][count++] = static_cast<std::uint8_t>(i * 2);
+      }
+      while (count < 16) order[two][count++] = 0x80;
+    }
+  }
+};
+constexpr ShortSqueezes short_squeezes;
+
+// Characters of one and two bytes.
+[[gnu::always_inline]] inline Block narrow_short(const Units& units) {
+  const Block values =
+      _mm_packus_epi32(_mm256_castsi256_si128(units.values), _mm256_extracti128_si256(units.values, 1));
+  const Block low = _mm_and_si128(values, _mm_set1_epi16(0x3F));
+  const Block high = _mm_and_si128(_mm_slli_epi16(values, 2), _mm_set1_epi16(0x1F00));
+  const Block pair = _mm_or_si128(_mm_or_si128(low, high), _mm_set1_epi16(static_cast<short>(0xC080)));
+  const Block two = _mm_cmpgt_epi16(values, _mm_set1_epi16(0x7F));
+  const Block order = _mm_load_si128(reinterpret_cast<const Block*>(short_squeezes.order[units.from_two]));
+  return _mm_shuffle_epi8(_mm_blendv_epi8(values, pair, two), order);
+}
+
 // Sixteen characters as bytes, where all of them are 01..7F, or all before the first zero; returns how many, or 0.
 std::size_t narrow_sixteen(Vector low, Vector high, std::size_t room, char* dst) {
   const auto ascii_lanes = [](Vector values) {
@@ -421,12 +449,12 @@ std::size_t narrow_sixteen(Vector low, Vector high, std::size_t room, char* dst)
 }
 
 [[gnu::always_inline]] inline void narrow(const Units& units, std::size_t count, char* dst) {
-  if (units.from_two == 0) return store_bytes(dst, count, narrow_ascii(units.values, units.values));
+  if (units.from_three == 0) return store_bytes(dst, count, narrow_short(units));
   const Vector spaced = spread(units.values);
   const Squeezed low = squeeze(units, _mm256_castsi256_si128(spaced), 0);
   const Squeezed high = squeeze(units, _mm256_extracti128_si256(spaced, 1), 4);
   const Block leading = _mm_or_si128(low.bytes, move_up(high.bytes, low.count));
-  if (count < block_bytes) return store_bytes(dst, count, leading);
+  if (count <= block_bytes) return store_bytes(dst, count, leading);
   // The first sixteen bytes and the last sixteen are all of them.
   store_block(dst, leading);
   store_block(dst + count - block_bytes,
@@ -438,8 +466,9 @@ template <bool writes, class Source>
   const auto* text = static_cast<const char*>(src);
   std::size_t read = 0;
   std::size_t written = 0;
+  unsigned ascii_steps = 2;  // since the last other character; from two on sixteen are worth a try
   while (source.goes_on(read)) {
-    if (writes && source.has_sixteen_units(text, read)) {
+    if (writes && ascii_steps >= 2 && source.has_sixteen_units(text, read)) {
       const char* at = text + read * 4;
       const std::size_t ascii =
           narrow_sixteen(load_vector(at), load_vector(at + sizeof(Vector)), room - written, dst + written);
@@ -456,6 +485,7 @@ template <bool writes, class Source>
     read += units.count;
     written += bytes;
     if (units.count < step_units) break;
+    ascii_steps = units.from_two == 0 ? ascii_steps + 1 : 0;
   }
   return {read, written};
 }

@@ -8,6 +8,7 @@
 
 #include "encoding/text_runs.h"
 #include "encoding/utf8.h"
+#include "frame/read_ahead.h"
 #include "frame/units.h"
 
 namespace zvrt {
@@ -16,6 +17,28 @@ namespace {
 
 __m128i load_block(const void* at) { return _mm_loadu_si128(static_cast<const __m128i*>(at)); }
 void store_block(void* at, __m128i block) { _mm_storeu_si128(static_cast<__m128i*>(at), block); }
+
+// ---- Where a source ends ----
+
+// Text of a known count.
+struct Counted {
+  std::size_t count;
+
+  bool has(std::size_t read, std::size_t units) const { return count - read >= units; }
+  template <std::size_t bytes>
+  bool has_block(const char* /*at*/, std::size_t read) const {
+    return has(read, 16);
+  }
+};
+
+// Text up to a terminator, which ends what is ordinary and continues no character: what stands before it needs no count.
+struct Terminated {
+  static bool has(std::size_t /*read*/, std::size_t /*units*/) { return true; }
+  template <std::size_t bytes>
+  static bool has_block(const char* at, std::size_t /*read*/) {
+    return may_read_ahead(at, bytes);
+  }
+};
 
 // ---- UTF-8 to wide text ----
 
@@ -46,88 +69,100 @@ void widen_four(__m128i bytes, char* dst) {
   store_block(dst, _mm_unpacklo_epi16(_mm_unpacklo_epi8(bytes, zero), zero));
 }
 
-// Four to fifteen bytes, where all of them are ASCII: by two pieces that overlap as far as they have to.
-bool widen_rest(const char* src, std::size_t count, char* dst) {
-  const std::size_t piece = count >= 8 ? 8 : 4;
-  const std::size_t last = count - piece;
-  const __m128i low = piece == 8 ? load_eight(src) : load_four(src);
-  const __m128i high = piece == 8 ? load_eight(src + last) : load_four(src + last);
-  if (ascii_lead(low) < piece || ascii_lead(high) < piece) return false;
-  if (piece == 8) {
-    widen_eight(low, dst);
-    widen_eight(high, dst + last * 4);
+// Four to fifteen bytes of ASCII: by two pieces that overlap as far as they have to.
+void widen_rest(const char* src, std::size_t count, char* dst) {
+  if (count >= 8) {
+    widen_eight(load_eight(src), dst);
+    widen_eight(load_eight(src + count - 8), dst + (count - 8) * 4);
   } else {
-    widen_four(low, dst);
-    widen_four(high, dst + last * 4);
+    widen_four(load_four(src), dst);
+    widen_four(load_four(src + count - 4), dst + (count - 4) * 4);
   }
-  return true;
 }
 
-// The ASCII that leads `count` bytes, as far as whole blocks or the end go; returns its length.
-std::size_t widen_ascii(const char* src, std::size_t count, char* dst) {
+// The ASCII of whole blocks that leads a text, or all of it where a terminator ends it.
+template <class Source>
+[[gnu::always_inline]] inline std::size_t widen_ascii(const char* src, Source source, std::size_t read, char* dst,
+                                                      std::size_t room) {
   std::size_t done = 0;
-  for (; count - done >= 16; done += 16) {
+  for (; room - done >= 16 && source.template has_block<16>(src + done, read + done); done += 16) {
     const __m128i bytes = load_block(src + done);
-    if (ascii_lead(bytes) < 16) return done;
-    widen_sixteen(bytes, dst + done * 4);
+    const std::size_t lead = ascii_lead(bytes);
+    if (lead == 16) {
+      widen_sixteen(bytes, dst + done * 4);
+    } else if (lead >= 4 && src[done + lead] == 0) {
+      widen_rest(src + done, lead, dst + done * 4);
+      return done + lead;
+    } else {
+      break;
+    }
   }
-  const std::size_t rest = count - done;
-  return rest >= 4 && widen_rest(src + done, rest, dst + done * 4) ? count : done;
+  return done;
 }
 
 unsigned byte_at(const char* src, std::size_t index) { return static_cast<unsigned char>(src[index]); }
 // Whether a byte is a continuation byte, and its payload: exclusive-or with 80 leaves less than 40.
 unsigned payload_at(const char* src, std::size_t index) { return byte_at(src, index) ^ 0x80U; }
 
-struct Character {
-  Wide value;  // 0: no ordinary character
-  std::size_t length;
-};
+unsigned replaced(unsigned value) { return value == replacement_character ? '?' : value; }
 
-Character decode_one(const char* src, std::size_t count) {
-  const unsigned lead = byte_at(src, 0);
-  if (lead < 0x80) return {lead, 1};
-  if (lead < 0xC0 || count < 2) return {0, 0};
-  const unsigned first = payload_at(src, 1);
-  if (lead < 0xE0) return {first < 0x40 ? (lead & 0x1F) << 6 | first : 0, 2};
-  if (count < 3) return {0, 0};
-  const unsigned second = payload_at(src, 2);
+// One character; returns its length, or 0 where it is not ordinary. Each length is a branch of its own, which the
+// processor predicts, so that the next character need not wait for it. A byte is read once those before it continue the
+// character.
+template <class Source, class Sink>
+[[gnu::always_inline]] inline std::size_t decode_one(const char* src, Source source, std::size_t read, Sink sink) {
+  const char* at = src + read;
+  const unsigned lead = byte_at(at, 0);
+  if (lead < 0x80) return sink(lead) ? 1 : 0;
+  if (lead < 0xC0 || !source.has(read, 2)) return 0;
+  const unsigned first = payload_at(at, 1);
+  if (first >= 0x40) return 0;
+  if (lead < 0xE0) return sink((lead & 0x1F) << 6 | first) ? 2 : 0;
+  if (!source.has(read, 3)) return 0;
+  const unsigned second = payload_at(at, 2);
+  if (second >= 0x40) return 0;
   const unsigned three = first << 6 | second;
-  if (lead < 0xF0) return {(first | second) < 0x40 ? (lead & 0x0F) << 12 | three : 0, 3};
-  if (count < 4 || lead >= 0xF8) return {0, 0};
-  const unsigned third = payload_at(src, 3);
-  return {(first | second | third) < 0x40 ? (lead & 0x07) << 18 | three << 6 | third : 0, 4};
+  if (lead < 0xF0) return sink(replaced((lead & 0x0F) << 12 | three)) ? 3 : 0;
+  if (lead >= 0xF8 || !source.has(read, 4)) return 0;
+  const unsigned third = payload_at(at, 3);
+  if (third >= 0x40) return 0;
+  return sink(replaced((lead & 0x07) << 18 | three << 6 | third)) ? 4 : 0;
 }
 
-template <bool writes>
-Run decode_run(const char* src, std::size_t count, void* dst, std::size_t room) {
-  constexpr std::size_t stretch = 16;  // from one look for blocks of ASCII to the next
+template <bool writes, class Source>
+[[gnu::always_inline]] inline Run decode_run(const char* src, Source source, void* dst, std::size_t room) {
+  constexpr std::size_t stretch = 32;  // from one look for blocks of ASCII to the next
   auto* out = static_cast<char*>(dst);
   std::size_t read = 0;
   std::size_t written = 0;
-  while (read < count) {
+  const auto put = [&](unsigned value) {
+    if (value == 0 || (writes && written == room)) return false;
+    if (writes) store<Wide>(out, written, value);
+    ++written;
+    return true;
+  };
+  while (source.has(read, 1)) {
     if (writes) {
-      const std::size_t ascii = widen_ascii(src + read, std::min(count - read, room - written), out + written * 4);
+      const std::size_t ascii = widen_ascii(src + read, source, read, out + written * 4, room - written);
       read += ascii;
       written += ascii;
     }
-    for (const std::size_t stop = std::min(count, read + stretch); read < stop; ++written) {
-      const Character character = decode_one(src + read, count - read);
-      if (character.value == 0 || (writes && written >= room)) return {read, written};
-      if (writes) store<Wide>(out, written, character.value == replacement_character ? '?' : character.value);
-      read += character.length;
+    for (const std::size_t stop = read + stretch; read < stop && source.has(read, 1);) {
+      const std::size_t length = decode_one(src, source, read, put);
+      if (length == 0) return {read, written};
+      read += length;
     }
   }
   return {read, written};
 }
 
 Run decode(const char* src, std::size_t count, void* dst, std::size_t room) {
-  return decode_run<true>(src, count, dst, room);
+  return decode_run<true>(src, Counted{count}, dst, room);
 }
 Run decode_terminated(const char* src, void* dst, std::size_t room) {
-  return decode_run<true>(src, std::strlen(src), dst, room);
+  return decode_run<true>(src, Terminated{}, dst, room);
 }
-Run count_decoded(const char* src, std::size_t count) { return decode_run<false>(src, count, nullptr, 0); }
+Run count_decoded(const char* src, std::size_t count) { return decode_run<false>(src, Counted{count}, nullptr, 0); }
 
 // ---- Wide text to UTF-8 ----
 
@@ -178,17 +213,19 @@ std::size_t encode_one(Wide value, char* dst, std::size_t room) {
   return 4;
 }
 
-Run encode(const void* src, std::size_t count, char* dst, std::size_t room) {
+template <class Source>
+[[gnu::always_inline]] inline Run encode_run(const void* src, Source source, char* dst, std::size_t room) {
   constexpr std::size_t stretch = 16;
   const auto* text = static_cast<const char*>(src);
   std::size_t read = 0;
   std::size_t written = 0;
-  while (read < count) {
-    while (count - read >= 16 && room - written >= 16 && narrow_sixteen(text + read * 4, dst + written)) {
+  while (source.has(read, 1)) {
+    while (room - written >= 16 && source.template has_block<64>(text + read * 4, read) &&
+           narrow_sixteen(text + read * 4, dst + written)) {
       read += 16;
       written += 16;
     }
-    for (const std::size_t stop = std::min(count, read + stretch); read < stop; ++read) {
+    for (const std::size_t stop = read + stretch; read < stop && source.has(read, 1); ++read) {
       const std::size_t length = encode_one(load<Wide>(text, read), dst + written, room - written);
       if (length == 0) return {read, written};
       written += length;
@@ -197,9 +234,10 @@ Run encode(const void* src, std::size_t count, char* dst, std::size_t room) {
   return {read, written};
 }
 
-Run encode_terminated(const void* src, char* dst, std::size_t room) {
-  return encode(src, static_cast<std::size_t>(length_of(src)), dst, room);
+Run encode(const void* src, std::size_t count, char* dst, std::size_t room) {
+  return encode_run(src, Counted{count}, dst, room);
 }
+Run encode_terminated(const void* src, char* dst, std::size_t room) { return encode_run(src, Terminated{}, dst, room); }
 
 Run count_encoded(const void* src, std::size_t count) {
   std::size_t read = 0;
