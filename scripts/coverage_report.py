@@ -1,7 +1,7 @@
 """Totals and gaps of clang's coverage of src/: coverage_report.py FILE EXCLUSIONS
 
-An exclusion is a line "path: text: reason"; it covers every line of the file that contains the text. A branch counts once
-for each way out, however many instances of a template it has.
+An exclusion is a line "path: text: reason"; it covers every line of the file that contains the text, and where that line
+begins a block, the block. A branch counts once for each way out, however many instances of a template it has.
 """
 import json
 import sys
@@ -56,9 +56,23 @@ class Exclusions:
         self.used = set()
         self.sources = sources
 
+    def lines_of(self, name, text):
+        """The numbers of the lines that an exclusion covers."""
+        lines = self.sources[name]
+        for start, line in enumerate(lines):
+            if text not in line:
+                continue
+            yield start + 1
+            if line.endswith("{"):
+                close = line[:len(line) - len(line.lstrip())] + "}"
+                for inside in range(start + 1, len(lines)):
+                    yield inside + 1
+                    if lines[inside].startswith(close):
+                        break
+
     def cover(self, name, line):
         for index, (path, text, _) in enumerate(self.rows):
-            if path == name and text in self.sources[name][line - 1]:
+            if path == name and line in self.lines_of(name, text):
                 self.used.add(index)
                 return True
         return False

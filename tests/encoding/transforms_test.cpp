@@ -164,6 +164,7 @@ TEST(Transforms, OddAddressesAndNegativeLengths) {
   for (const Transform& t : transforms) {
     EXPECT_EQ(t.convert("abcdefgh", -1, back, 8, &count), 0U) << t.name;
     EXPECT_EQ(count, 0U) << t.name;
+    EXPECT_EQ(t.convert("a\0\0\0\0\0\0\0", 1, back, 8, nullptr), 0U) << t.name;
     EXPECT_EQ(t.convert("a\0\0\0\0\0\0\0", 1, back, -4, &count), 1609U) << t.name;
   }
 }

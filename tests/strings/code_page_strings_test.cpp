@@ -105,6 +105,28 @@ TEST_F(CodePageStrings, TheFinishingRulesHold) {
   }
 }
 
+// Counted wide text ends at a zero character here, as it does in UTF-8.
+TEST_F(CodePageStrings, CountedWideText) {
+  const FldDef ebcdic = field(37);
+  const std::u32string text(U"AB\0C", 4);
+  struct {
+    ZVRTConversion* convert;
+    std::string source;
+    std::int32_t told, measured;
+  } const rows[] = {{ZVRTCnvWCharToVarcharSz, wide_bytes(text, false), 16, 16},
+                    {ZVRTCnvWVarcharToVarcharSz, std::string("\x10\0", 2) + wide_bytes(text, false), 0, 18}};
+  for (const auto& row : rows) {
+    GuardedBuffer source(row.source.data(), row.source.size()), narrow(6);
+    std::int32_t length = row.told;
+    std::uint32_t out_len = 0;
+    EXPECT_EQ(row.convert(source.as(), &length, narrow.as(), 6, &out_len, &ebcdic), 0U);
+    EXPECT_EQ(out_len, 2U);
+    EXPECT_EQ(length, row.measured);
+    EXPECT_EQ(narrow.bytes().substr(0, 3), std::string("\xC1\xC2\0", 3));
+    EXPECT_TRUE(narrow.untouched_from(3));
+  }
+}
+
 TEST_F(CodePageStrings, ManyThreadsGiveTheSameBytes) {
   const std::uint32_t pages[] = {37, 273, 500, 1047, 1140, 1252, 850, 932, 939, 949, 54936, 65001};
   const std::u32string text = U"Data 0123456789 of a column, again and again";

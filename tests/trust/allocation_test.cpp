@@ -154,6 +154,33 @@ TEST_F(Allocations, EveryTemporaryFailsInTurn) {
   }
 }
 
+// A source whose temporary would have more bytes than can be told is refused as one that could not be had.
+TEST_F(Allocations, SourcesTooLongToAskFor) {
+  const Model model(L"%YYYY");
+  Field field(model);
+  ZVRTTS ts{};
+  const struct {
+    ZVRTConversion* convert;
+    std::uint32_t refusal;
+  } rows[] = {{ZVRTCnvDateTimeCharToZVRTTS, ZVRT_RC_NO_MEMORY}, {ZVRTCnvDateTimeWcharToZVRTTS, ZVRT_RC_ERROR}};
+  for (const auto& [convert, refusal] : rows) {
+    std::int32_t length = INT32_MAX;
+    std::uint32_t out_len = untold;
+    EXPECT_EQ(convert("2024", &length, &ts, sizeof ts, &out_len, &field), refusal);
+    EXPECT_EQ(out_len, untold);
+  }
+  const FmtCode end = {0, FMT_END, 0, 0};
+  for (const std::int32_t length : {INT32_MIN, -1, INT32_MAX / 16 + 1, INT32_MAX}) {
+    const ZVRTTS good = timestamp(2024, 3, 5);
+    char text[8];
+    std::uint32_t out_len = untold;
+    Field vast(&end, length);
+    EXPECT_EQ(ZVRTCnvZVRTTSToWchar(&good, nullptr, text, sizeof text, &out_len, &vast), ZVRT_RC_NO_MEMORY) << length;
+    EXPECT_EQ(ZVRTCnvZVRTTSToChar(&good, nullptr, text, sizeof text, &out_len, &vast), ZVRT_RC_ERROR) << length;
+    EXPECT_EQ(out_len, untold);
+  }
+}
+
 // Without any memory, what needs none does as always.
 TEST_F(Allocations, EverythingElseAllocatesNothing) {
   Arena arena;
