@@ -234,17 +234,34 @@ bool widen_sixteen(Block bytes, char* dst) {
   return true;
 }
 
-// Four characters of three bytes each, where they lead the block.
-bool widen_threes(Block bytes, char* dst) {
-  const Block marked = _mm_setr_epi8(-16, -64, -64, -16, -64, -64, -16, -64, -64, -16, -64, -64, 0, 0, 0, 0);
-  const Block marks = _mm_setr_epi8(-32, -128, -128, -32, -128, -128, -32, -128, -128, -32, -128, -128, 0, 0, 0, 0);
-  const Block payload = _mm_xor_si128(bytes, marks);
-  if (_mm_testz_si128(payload, marked) == 0) return false;
-  const Block order = _mm_setr_epi8(2, 1, 0, -1, 5, 4, 3, -1, 8, 7, 6, -1, 11, 10, 9, -1);
-  const Block lanes = _mm_shuffle_epi8(payload, order);
+// Four characters of one length, by their bytes: the bits that mark each, and the order that puts the last byte lowest.
+struct FourOf {
+  Block marked;
+  Block marks;
+  Block order;
+};
+
+// Where they lead the block.
+[[gnu::always_inline]] inline bool widen_four(Block bytes, const FourOf& form, char* dst) {
+  const Block payload = _mm_xor_si128(bytes, form.marks);
+  if (_mm_testz_si128(payload, form.marked) == 0) return false;
+  const Block lanes = _mm_shuffle_epi8(payload, form.order);
   if (sign_bits(_mm_cmpeq_epi32(lanes, _mm_setzero_si128())) != 0) return false;
   store_block(dst, _mm256_castsi256_si128(join_payload(_mm256_castsi128_si256(lanes))));
   return true;
+}
+
+bool widen_threes(Block bytes, char* dst) {
+  const FourOf threes{_mm_setr_epi8(-16, -64, -64, -16, -64, -64, -16, -64, -64, -16, -64, -64, 0, 0, 0, 0),
+                      _mm_setr_epi8(-32, -128, -128, -32, -128, -128, -32, -128, -128, -32, -128, -128, 0, 0, 0, 0),
+                      _mm_setr_epi8(2, 1, 0, -1, 5, 4, 3, -1, 8, 7, 6, -1, 11, 10, 9, -1)};
+  return widen_four(bytes, threes, dst);
+}
+
+bool widen_fours(Block bytes, char* dst) {
+  const FourOf fours{_mm_set1_epi32(static_cast<int>(0xC0C0C0F8)), _mm_set1_epi32(static_cast<int>(0x808080F0)),
+                     _mm_setr_epi8(3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12)};
+  return widen_four(bytes, fours, dst);
 }
 
 // From eight characters on, the first eight and the last eight are all of them.
@@ -277,10 +294,14 @@ template <bool writes, class Source>
       written += block_bytes;
       continue;
     }
-    if (writes && room - written >= 4 && widen_threes(bytes, static_cast<char*>(dst) + written * 4)) {
-      read += 12;
-      written += 4;
-      continue;
+    if (writes && room - written >= 4) {
+      char* out = static_cast<char*>(dst) + written * 4;
+      const std::size_t taken = widen_threes(bytes, out) ? 12 : widen_fours(bytes, out) ? 16 : 0;
+      if (taken != 0) {
+        read += taken;
+        written += 4;
+        continue;
+      }
     }
     Characters characters = locate(bytes);
     std::size_t found = count_of(characters.ends);
