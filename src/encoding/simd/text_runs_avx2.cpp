@@ -496,7 +496,7 @@ template <bool writes, class Source>
       read += ascii;
       written += ascii;
       if (ascii == block_bytes) continue;
-      if (ascii > 0) break;
+      if (ascii > 0 || zvrt::load<Wide>(at, 0) == 0) break;  // all of the text, or its end
     }
     const Units units = classify(source.units(text, read));
     const std::size_t bytes = units.bytes();
