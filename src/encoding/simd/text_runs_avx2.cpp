@@ -165,8 +165,8 @@ void clip(Characters& characters, std::size_t room) {
 
 // The positions of the bits that are set in a byte.
 struct BitPositions {
-  std::uint8_t of[256][8] = {};
-  constexpr BitPositions() {
+  std::uint8_t of[256][8];
+  constexpr BitPositions() : of() {
     for (unsigned bits = 0; bits < 256; ++bits) {
       unsigned count = 0;
       for (std::uint8_t bit = 0; bit < 8; ++bit) {
@@ -349,8 +349,8 @@ Vector spread(Vector values) {
 // For the lengths of four characters, two bits each (the lower bits first): the order that squeezes their bytes
 // together.
 struct Squeezes {
-  alignas(16) std::uint8_t order[256][16] = {};
-  constexpr Squeezes() {
+  alignas(16) std::uint8_t order[256][16];
+  constexpr Squeezes() : order() {
     for (unsigned lengths = 0; lengths < 256; ++lengths) {
       unsigned count = 0;
       for (unsigned i = 0; i < 4; ++i) {

@@ -82,8 +82,8 @@ struct TerminatedUnits {
 // 0, 1, 2 ... 63, each `times` times.
 template <unsigned times>
 struct Ramp {
-  alignas(64) std::uint8_t bytes[64] = {};
-  constexpr Ramp() {
+  alignas(64) std::uint8_t bytes[64];
+  constexpr Ramp() : bytes() {
     for (unsigned i = 0; i < 64; ++i) bytes[i] = static_cast<std::uint8_t>(i / times);
   }
 };
@@ -242,7 +242,8 @@ template <bool writes, class Bound>
   const Mask long_forms = _mm512_cmpge_epu8_mask(bytes, repeat8(0xE0)) & inside;
   const std::size_t done = long_forms == 0 ? widen_short_forms<writes>(characters, least(whole, left), out)
                                            : widen_mixed<writes>(characters, least(whole, left), out);
-  if (done < whole) [[unlikely]]
+  // `whole` counts the bits of a mask, so that fewer are below 64.
+  if (done != whole) [[unlikely]]  // NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult)
     stop = lowest_bit(_pdep_u64(Mask{1} << done, leads));
   ends.read += stop;
   ends.written += done;
@@ -316,8 +317,8 @@ Run count_decoded(const char* src, std::size_t count) { return decode_run<false>
 // ---- Wide text to UTF-8 ----
 
 struct EvenLanes {
-  alignas(64) std::uint16_t lanes[32] = {};
-  constexpr EvenLanes() {
+  alignas(64) std::uint16_t lanes[32];
+  constexpr EvenLanes() : lanes() {
     for (unsigned i = 0; i < 32; ++i) lanes[i] = static_cast<std::uint16_t>(i * 2);
   }
 };
