@@ -55,8 +55,8 @@ IcuConverter::Meaning IcuConverter::meaning(std::initializer_list<unsigned char>
 
 bool IcuConverter::writes(char32_t character, std::initializer_list<unsigned char> bytes) const {
   std::array<UChar, 2> source{};
-  std::int32_t count = 0;
-  U16_APPEND_UNSAFE(source.data(), count, static_cast<UChar32>(character));
+  std::size_t count = 0;
+  U16_APPEND_UNSAFE(source, count, static_cast<UChar32>(character));
   std::array<char, 16> target{};
   const UChar* from = source.data();
   char* to = target.data();

@@ -75,7 +75,7 @@ StreamedPage::Attempt StreamedPage::write_all(WideText source, ByteRoom sink) co
     std::array<UChar, chunk> units;
     std::size_t filled = 0;
     for (; taken < source.count && filled + 2 <= units.size(); ++taken)
-      U16_APPEND_UNSAFE(units.data(), filled, static_cast<UChar32>(source[taken]));
+      U16_APPEND_UNSAFE(units, filled, static_cast<UChar32>(source[taken]));
     const UChar* from = units.data();
     UErrorCode error = U_BUFFER_OVERFLOW_ERROR;
     while (error == U_BUFFER_OVERFLOW_ERROR) {

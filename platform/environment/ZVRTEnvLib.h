@@ -21,7 +21,7 @@ extern "C" {
 
 /** A place in a thread's block where another library of the runtime keeps what belongs to the thread. `release`, when
  *  set, is called with `value`: by the thread itself when it ends, when it terminates the anchor block, or when it
- * first asks for its block under a later anchor block. */
+ *  first asks for its block under a later anchor block. */
 typedef struct ZVRTThreadSlot {
   void* value;
   void (*release)(void* value);
@@ -41,15 +41,15 @@ typedef struct ZVRTThreadBlock {
 __attribute__((visibility("default"))) uint32_t ZVRTCreateEnvAncBlk(void);
 
 /** Terminates the anchor block and releases the calling thread's block. Other threads release theirs when they end;
- * until the anchor block is created again nobody is handed a block. Must not run while another thread uses its block.
- */
+ *  until the anchor block is created again nobody is handed a block. Must not run while another thread uses its
+ *  block. */
 __attribute__((visibility("default"))) uint32_t ZVRTTermEnvAncBlk(void);
 
 /** Hands out the process anchor block. On failure the pointer is left alone. */
-__attribute__((visibility("default"))) uint32_t ZVRTGetAncBlk(void** anchor);
+__attribute__((visibility("default"))) uint32_t ZVRTGetAncBlk(void** receiver);
 
 /** Hands out the calling thread's ZVRTThreadBlock. On failure the pointer is left alone. */
-__attribute__((visibility("default"))) uint32_t ZVRTGetThreadBlock(void** thread);
+__attribute__((visibility("default"))) uint32_t ZVRTGetThreadBlock(void** receiver);
 
 #ifdef __cplusplus
 }

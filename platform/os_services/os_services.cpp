@@ -30,7 +30,7 @@ int create(pthread_mutex_t* mutex) {
 // A destroyed mutex refuses every lock; zeros are again what a mutex is before it is created.
 int destroy(pthread_mutex_t* mutex) {
   if (const int error = pthread_mutex_destroy(mutex); error != 0) return error;
-  std::memset(mutex, 0, sizeof *mutex);
+  std::memset(mutex, 0, sizeof(pthread_mutex_t));
   return 0;
 }
 

@@ -70,11 +70,10 @@ uint32_t ZVRTInitDataConversion() {
 uint32_t ZVRTTermDataConversion() {
   if (const zvrt::Status status = MutexLock(&zvrt::hDataCnvMutex, 0); status != ZVRT_RC_OK) return status;
   const std::int32_t users = __atomic_sub_fetch(&zvrt::giDataCnvRefCnt, 1, __ATOMIC_ACQ_REL);
-  if (const zvrt::Status status = MutexUnLock(&zvrt::hDataCnvMutex); users != 0 || status == ZVRT_RC_OK) {
-    return users == 0 ? zvrt::tear_down() : ZVRT_RC_OK;
-  } else {
-    // Not torn down under a lock that may still be held; one more try to give it back.
-    MutexUnLock(&zvrt::hDataCnvMutex);
-    return status;
-  }
+  const zvrt::Status unlocked = MutexUnLock(&zvrt::hDataCnvMutex);
+  if (users != 0) return ZVRT_RC_OK;
+  if (unlocked == ZVRT_RC_OK) return zvrt::tear_down();
+  // Not torn down under a lock that may still be held; one more try to give it back.
+  MutexUnLock(&zvrt::hDataCnvMutex);
+  return unlocked;
 }

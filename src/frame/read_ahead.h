@@ -8,9 +8,10 @@ namespace zvrt {
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr bool reads_ahead = false;
-#elif defined(__has_feature)
-constexpr bool reads_ahead =
-    !__has_feature(address_sanitizer) && !__has_feature(thread_sanitizer) && !__has_feature(memory_sanitizer);
+#elif !defined(__has_feature)
+constexpr bool reads_ahead = true;
+#elif __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || __has_feature(memory_sanitizer)
+constexpr bool reads_ahead = false;
 #else
 constexpr bool reads_ahead = true;
 #endif

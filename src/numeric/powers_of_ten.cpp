@@ -97,11 +97,12 @@ consteval DecadeStarts make_decade_starts() {
   for (std::int32_t k = least_decade; k <= greatest_decade; ++k) {
     const std::int32_t binary_exponent = log2_of_power(k);
     const std::int32_t below_normal = std::max(-1022 - binary_exponent, 0);
-    const auto exponent_field = static_cast<std::uint64_t>(binary_exponent + below_normal + 1022);
+    const std::int32_t exponent_field = binary_exponent + below_normal + 1022;
     // The leading bit of a normal significand counts one up in the exponent field.
     const std::uint64_t kept = table.powers[static_cast<std::size_t>(k - least_power)].high >> (11 + below_normal);
     const bool is_double = 0 <= k && k <= 22;
-    starts[static_cast<std::size_t>(k - least_decade)] = (exponent_field << 52) + kept + (is_double ? 0 : 1);
+    starts[static_cast<std::size_t>(k - least_decade)] =
+        (static_cast<std::uint64_t>(exponent_field) << 52) + kept + (is_double ? 0 : 1);
   }
   return starts;
 }

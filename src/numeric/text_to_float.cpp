@@ -151,8 +151,8 @@ Rounded nearest_double(std::uint64_t significand, std::int64_t exponent) {
   const Rounded rounded = round_product(product, dropped, power_is_exact(power));
   // The leading bit of a normal significand counts one up in the exponent field, and so does one rounded up to a power
   // of two, to infinity in the end.
-  const auto exponent_field = static_cast<std::uint64_t>(binary_exponent + below_normal + 1022);
-  return {(exponent_field << 52) + rounded.value, rounded.certain};
+  const std::int32_t exponent_field = binary_exponent + below_normal + 1022;
+  return {(static_cast<std::uint64_t>(exponent_field) << 52) + rounded.value, rounded.certain};
 }
 
 // Two doubles that are exact give the nearest double to their product or quotient in one operation, which is quicker

@@ -242,7 +242,8 @@ template <bool writes, class Bound>
   const Mask long_forms = _mm512_cmpge_epu8_mask(bytes, repeat8(0xE0)) & inside;
   const std::size_t done = long_forms == 0 ? widen_short_forms<writes>(characters, least(whole, left), out)
                                            : widen_mixed<writes>(characters, least(whole, left), out);
-  if (done != whole) [[unlikely]]
+  // `whole` counts the bits of a mask, so that fewer are below 64.
+  if (done != whole) [[unlikely]]  // NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult)
     stop = lowest_bit(_pdep_u64(Mask{1} << done, leads));
   ends.read += stop;
   ends.written += done;
