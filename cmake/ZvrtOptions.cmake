@@ -30,6 +30,11 @@ target_compile_options(zvrt_library_options INTERFACE
 # Calls into other libraries go straight through their addresses, which are bound when the library is loaded.
 target_compile_options(zvrt_library_options INTERFACE -fno-plt)
 
+# Checks that the library alone keeps to; the tests' references count modulo 2^64 as they please.
+if(ZVRT_SANITIZE_LIBRARY)
+  target_compile_options(zvrt_library_options INTERFACE -fsanitize=${ZVRT_SANITIZE_LIBRARY} ${ZVRT_SANITIZE_RECOVER})
+endif()
+
 # Hardening, for builds that are optimised and not under a sanitizer: the library sits in other people's processes.
 if(NOT ZVRT_SANITIZE)
   target_compile_options(zvrt_options INTERFACE -fstack-protector-strong -fstack-clash-protection -fcf-protection

@@ -4,7 +4,7 @@
     scripts/mutate.py [--count 300] [--seed 1] [--jobs 2] [--only PART_OF_PATH]
 
 Prints each mutant that no test notices with its place, and the totals. The sample is decided by the seed. A mutant that
-does not compile, or compiles to the same library, is none and another takes its place. Works on copies of the tree.
+does not compile, or compiles to the same library, is none and another takes its place. Works on copies of what is committed.
 """
 import argparse
 import hashlib
@@ -36,9 +36,7 @@ def code_of(line):
     return re.sub(r"//.*", "", line)
 
 
-def mutants_of(path):
-    with open(os.path.join(ROOT, path)) as text:
-        lines = text.read().split("\n")
+def mutants_of(path, lines):
     for index, line in enumerate(lines):
         code = code_of(line)
         for before, after in SWAPS:
@@ -55,25 +53,28 @@ def mutants_of(path):
             yield path, index, ""
 
 
-def sources(only):
-    listed = subprocess.run(["git", "ls-files", "src/*.cpp", "src/*.h"], cwd=ROOT, capture_output=True, text=True, check=True)
-    return [path for path in listed.stdout.split() if only in path]
+def snapshot():
+    """The tree as it is committed, so that one may go on working in it."""
+    listed = subprocess.run(["git", "ls-tree", "-r", "-z", "--name-only", "HEAD"], cwd=ROOT, capture_output=True, check=True)
+    commit = subprocess.run(["git", "rev-parse", "HEAD"], cwd=ROOT, capture_output=True, text=True, check=True).stdout.strip()
+    return commit, [name for name in listed.stdout.decode().split("\0") if re.fullmatch(r"src/.*\.(cpp|h)", name)]
+
+
+def lines_of(commit, path):
+    shown = subprocess.run(["git", "show", f"{commit}:{path}"], cwd=ROOT, capture_output=True, text=True, check=True)
+    return shown.stdout.split("\n")
 
 
 class Worker:
     """A copy of the tree with a build of its own, and the tests in the order of the time they take."""
 
-    def __init__(self, folder):
+    def __init__(self, folder, commit):
         self.tree = os.path.join(folder, "tree")
         self.build = os.path.join(folder, "build")
-        shutil.rmtree(self.tree, ignore_errors=True)
-        files = subprocess.run(["git", "ls-files"], cwd=ROOT, capture_output=True, text=True, check=True).stdout.split("\n")
-        for path in filter(None, files):
-            if not path.startswith(("examples/", "bench/", "fuzz/", "docs/")) and os.path.exists(os.path.join(ROOT, path)):
-                os.makedirs(os.path.dirname(os.path.join(self.tree, path)), exist_ok=True)
-                shutil.copy2(os.path.join(ROOT, path), os.path.join(self.tree, path))
-        # What the installation takes along stands in docs.
-        shutil.copytree(os.path.join(ROOT, "docs"), os.path.join(self.tree, "docs"), dirs_exist_ok=True)
+        shutil.rmtree(folder, ignore_errors=True)
+        os.makedirs(self.tree)
+        archive = subprocess.run(["git", "archive", commit], cwd=ROOT, capture_output=True, check=True)
+        subprocess.run(["tar", "-x", "-C", self.tree], input=archive.stdout, check=True)
         self.run(["cmake", "-S", self.tree, "-B", self.build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Release",
                   "-DCMAKE_CXX_FLAGS_RELEASE=-O1", "-DZVRT_BUILD_TESTS=ON"], 600)
         if not self.compiles():
@@ -148,7 +149,9 @@ def main():
     parser.add_argument("--only", default="")
     options = parser.parse_args()
 
-    everything = [mutant for path in sources(options.only) for mutant in mutants_of(path)]
+    commit, paths = snapshot()
+    lines = {path: lines_of(commit, path) for path in paths if options.only in path}
+    everything = [mutant for path in lines for mutant in mutants_of(path, lines[path])]
     random.Random(options.seed).shuffle(everything)
     print(f"{len(everything)} places to change", flush=True)
     pending = iter(everything)
@@ -156,7 +159,7 @@ def main():
     verdicts = []
 
     def work(number):
-        worker = Worker(os.path.join(ROOT, "build", "mutants", str(number)))
+        worker = Worker(os.path.join(ROOT, "build", "mutants", str(number)), commit)
         while True:
             with lock:
                 mutant = next(pending, None)
@@ -166,8 +169,7 @@ def main():
             if noticed is None:
                 continue
             path, index, line = mutant
-            with open(os.path.join(ROOT, path)) as text:
-                before = text.read().split("\n")[index].strip()
+            before = lines[path][index].strip()
             with lock:
                 verdicts.append(noticed)
                 verdict = f"killed by {os.path.basename(noticed)}" if noticed else "SURVIVED"
