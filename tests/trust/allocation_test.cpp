@@ -14,6 +14,7 @@
 #include "failing_allocator.h"
 #include "strings/conversion_model.h"
 #include "support/guarded_buffer.h"
+#include "support/ordinary_calls.h"
 
 namespace zvrt_test {
 namespace {
@@ -121,14 +122,7 @@ std::vector<Allocating> allocating() {
   };
 }
 
-class Allocations : public testing::Test {
- protected:
-  void SetUp() override {
-    if (!allocator_is_ours) GTEST_SKIP() << "the sanitizer's allocator does not fail";
-  }
-};
-
-TEST_F(Allocations, EveryTemporaryFailsInTurn) {
+TEST(Allocations, EveryTemporaryFailsInTurn) {
   for (const Allocating& row : allocating()) {
     SCOPED_TRACE(row.name);
     Call first, good;
@@ -155,7 +149,7 @@ TEST_F(Allocations, EveryTemporaryFailsInTurn) {
 }
 
 // A source whose temporary would have more bytes than can be told is refused as one that could not be had.
-TEST_F(Allocations, SourcesTooLongToAskFor) {
+TEST(Allocations, SourcesTooLongToAskFor) {
   const Model model(L"%YYYY");
   Field field(model);
   ZVRTTS ts{};
@@ -181,8 +175,8 @@ TEST_F(Allocations, SourcesTooLongToAskFor) {
   }
 }
 
-// Without any memory, what needs none does as always.
-TEST_F(Allocations, EverythingElseAllocatesNothing) {
+// Without any memory, strings of any length are converted as always.
+TEST(Allocations, NoneForStringsOfAnyLength) {
   Arena arena;
   for (const Member& member : members) {
     const Source source = source_of(member.from, std::vector<std::uint32_t>(8000, 'x'));
@@ -195,30 +189,20 @@ TEST_F(Allocations, EverythingElseAllocatesNothing) {
     EXPECT_EQ(status, 0U) << member.name;
     EXPECT_EQ(watch.count(), 0U) << member.name;
   }
-  WatchedAllocations watch(Fails::from_then_on, 1);
-  wchar_t text[512];
-  char narrow[512];
-  std::uint32_t length = 0;
-  const std::int64_t integer = INT64_MIN;
-  const double real = 4.9e-324;
-  double read = 0;
-  FmtCode codes[8] = {};
-  DtKind kind = 0;
-  ZVRTTS ts = timestamp(2024, 3, 5);
-  const std::uint32_t statuses[] = {
-      ZVRTCnvLongLongToWVarcharSz(&integer, nullptr, text, sizeof text, &length, nullptr),
-      ZVRTCnvDblToWVarcharSz(&real, nullptr, text, sizeof text, &length, nullptr),
-      ZVRTCnvWVarcharSzToDbl(text, nullptr, &read, sizeof read, &length, nullptr),
-      ZVRTCnvWVarcharSz_UnsignedToOraVarnum(L"1234567890.5", nullptr, narrow, 22, &length, nullptr),
-      ZVRTCnvOraVarnumToVarcharSz_Unsigned(narrow, nullptr, narrow + 22, 400, &length, nullptr),
-      FloatToString(text, 512, 400, real),
-      ZVRTGetFormatCodes(L"%YYYY%MM%DD", codes, &kind),
-      ZVRTTSToWVarcharSz(text, 512, codes, &ts, ZVRT_DT_TIMESTAMP, &length),
-      ZVRTWVarcharSzToTS(text, 8, codes, 11, &ts, ZVRT_DT_TIMESTAMP),
-  };
-  watch.stop();
-  EXPECT_EQ(watch.count(), 0U);
-  for (const std::uint32_t status : statuses) EXPECT_EQ(status, 0U);
+}
+
+// No value of ordinary size costs an allocation.
+TEST(Allocations, NoneOnOrdinaryValues) {
+  ASSERT_EQ(ZVRTInitDataConversion(), ZVRT_RC_OK);
+  for (const OrdinaryCall& ordinary : ordinary_calls()) {
+    ordinary.call();  // a thread's first use of a code page may allocate
+    WatchedAllocations watch(Fails::from_then_on, 1);
+    const std::uint32_t status = ordinary.call();
+    watch.stop();
+    EXPECT_EQ(watch.count(), 0U) << ordinary.function << ", " << ordinary.value;
+    EXPECT_EQ(status, ZVRT_RC_OK) << ordinary.function << ", " << ordinary.value;
+  }
+  EXPECT_EQ(ZVRTTermDataConversion(), ZVRT_RC_OK);
 }
 
 // A user of code pages, from its initialisation to the end of its thread.
@@ -252,7 +236,7 @@ Service use_service(std::uint32_t page, Fails fails, std::size_t nth) {
   return service;
 }
 
-TEST_F(Allocations, TheConverterServiceIsRefusedAndRecovers) {
+TEST(Allocations, TheConverterServiceIsRefusedAndRecovers) {
   const std::string untouched(room, static_cast<char>(GuardedBuffer::mark));
   for (const std::uint32_t page : {37U, 1252U, 930U, 932U, 54936U, 1200U, 65001U}) {
     SCOPED_TRACE(page);

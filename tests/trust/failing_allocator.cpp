@@ -26,8 +26,6 @@ std::ptrdiff_t live_allocations() { return live_in_all; }
 
 }  // namespace zvrt_test
 
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-
 // glibc's own, under the names that it keeps for this.
 extern "C" {
 void* __libc_malloc(std::size_t);
@@ -81,5 +79,3 @@ void free(void* memory) noexcept {
   if (zvrt_test::watch.active) --zvrt_test::watch.live;
   __libc_free(memory);
 }
-
-#endif

@@ -5,19 +5,6 @@
 
 namespace zvrt_test {
 
-// Sanitizers bring an allocator of their own, which must not be replaced.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool allocator_is_ours = false;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-constexpr bool allocator_is_ours = false;
-#else
-constexpr bool allocator_is_ours = true;
-#endif
-#else
-constexpr bool allocator_is_ours = true;
-#endif
-
 enum class Fails { never, once, from_then_on };
 
 // While one of these lives, the allocations of its thread are counted, and fail as told, the nth being the first to.
