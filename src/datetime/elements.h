@@ -11,6 +11,7 @@
 #include "ZVRTDataCnvLib.h"
 #include "datetime/letters.h"
 #include "frame/call.h"
+#include "frame/wraps.h"
 
 namespace zvrt {
 
@@ -184,7 +185,7 @@ struct MonthSlot {
 // A multiplication sends the months' letters to different slots of a small table; the factor was found by trial.
 constexpr std::uint32_t month_slot_bits = 4;
 
-constexpr std::uint32_t month_slot(std::uint32_t letters) {
+ZVRT_WRAPS constexpr std::uint32_t month_slot(std::uint32_t letters) {
   constexpr std::uint32_t factor = 0x67E5;
   return letters * factor >> (32 - month_slot_bits);
 }

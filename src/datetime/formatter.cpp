@@ -1,4 +1,5 @@
 #include "datetime/formatter.h"
+#include "frame/wraps.h"
 
 #include "datetime/elements.h"
 #include "datetime/meridiem.h"
@@ -133,7 +134,7 @@ class Formatter {
 
   enum class Name : bool { whole, abbreviated };
 
-  Status month_name(Name form) {
+  ZVRT_WRAPS Status month_name(Name form) {
     const std::size_t month = static_cast<std::size_t>(ts_.month()) - 1;
     if (month >= month_names.size()) return ZVRT_RC_ERROR;
     const auto length =

@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "frame/units.h"
+#include "frame/wraps.h"
 
 namespace zvrt {
 
@@ -48,8 +49,8 @@ std::ptrdiff_t units_between(const std::byte* at, const std::byte* last) {
 
 // Any number. Returns the characters written, 0 where they and a terminator do not fit.
 template <class Unit>
-[[gnu::noinline]] std::int32_t put_any_number(std::byte* at, const std::byte* last, std::int32_t value,
-                                              std::int32_t least) {
+ZVRT_WRAPS [[gnu::noinline]] std::int32_t put_any_number(std::byte* at, const std::byte* last, std::int32_t value,
+                                                         std::int32_t least) {
   constexpr std::int32_t longest = 11;  // a sign and ten digits
   std::array<Unit, longest> text;
   std::int32_t first = longest;

@@ -6,6 +6,7 @@
 #include "datetime/elements.h"
 #include "datetime/meridiem.h"
 #include "frame/units.h"
+#include "frame/wraps.h"
 #include "numeric/text_to_integer.h"
 
 namespace zvrt {
@@ -37,7 +38,7 @@ struct DigitRun {
 
 // Nearly every number is just so many digits; no character is looked at behind one that is none.
 template <std::size_t count>
-bool read_plain_digits(const std::byte* text, std::uint32_t& value) {
+ZVRT_WRAPS bool read_plain_digits(const std::byte* text, std::uint32_t& value) {
   value = 0;
   for (std::size_t i = 0; i < count; ++i) {
     const Wide digit = load<Wide>(text, i) - '0';
@@ -240,7 +241,7 @@ class Parser {
   }
 
   // Fewer digits than the element has stand for its first ones.
-  static std::uint32_t scaled(const DigitRun& run, std::uint32_t width) {
+  ZVRT_WRAPS static std::uint32_t scaled(const DigitRun& run, std::uint32_t width) {
     constexpr std::uint32_t all_bits_gone = 32;  // so many times ten is a multiple of 2^32
     std::uint32_t value = run.value;
     for (auto missing = std::min(width - run.length, all_bits_gone); missing > 0; --missing) value *= 10;

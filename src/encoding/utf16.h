@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "frame/units.h"
+#include "frame/wraps.h"
 
 namespace zvrt {
 
@@ -36,7 +37,7 @@ struct Utf16Sequence {
 };
 
 // `remaining` units may be read, at least one.
-inline Utf16Sequence decode_utf16(const void* src, std::int64_t remaining) {
+ZVRT_WRAPS inline Utf16Sequence decode_utf16(const void* src, std::int64_t remaining) {
   const std::uint32_t unit = load<std::uint16_t>(src);
   if (!is_surrogate(unit)) return {true, unit, 1};
   if (is_low_surrogate(unit) || remaining < 2) return {false, 0, 1};

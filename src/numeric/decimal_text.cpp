@@ -4,6 +4,7 @@
 #include <cstddef>
 
 #include "frame/units.h"
+#include "frame/wraps.h"
 
 namespace zvrt {
 
@@ -59,7 +60,7 @@ std::int32_t write_decimal(std::uint64_t magnitude, bool negative, void* dst, st
   return length;
 }
 
-Digits read_digits(const void* text) {
+ZVRT_WRAPS Digits read_digits(const void* text) {
   std::uint64_t value = 0;
   for (std::size_t at = 0;; ++at) {
     const Wide character = load<Wide>(text, at);

@@ -5,6 +5,7 @@
 #include <bit>
 #include <cstdint>
 
+#include "frame/wraps.h"
 #include "numeric/powers_of_ten.h"
 
 namespace zvrt {
@@ -14,7 +15,7 @@ struct DoubleBits {
 
   explicit DoubleBits(double value) : bits(std::bit_cast<std::uint64_t>(value)) {}
   bool negative() const { return bits >> 63 != 0; }
-  std::uint64_t magnitude() const { return bits << 1 >> 1; }
+  ZVRT_WRAPS std::uint64_t magnitude() const { return bits << 1 >> 1; }
   bool is_finite() const { return magnitude() < UINT64_C(0x7FF) << 52; }
 };
 

@@ -1,4 +1,5 @@
 #include "numeric/integer_format.h"
+#include "frame/wraps.h"
 
 #include <algorithm>
 #include <iterator>
@@ -93,7 +94,7 @@ struct Magnitude {
   bool negative;
 };
 
-Magnitude magnitude_of(const Directive& directive, std::int32_t value) {
+ZVRT_WRAPS Magnitude magnitude_of(const Directive& directive, std::int32_t value) {
   const std::int32_t unused = 32 - directive.bits;
   const std::uint32_t high = static_cast<std::uint32_t>(value) << unused;
   if (!directive.is_signed()) return {high >> unused, false};

@@ -9,6 +9,7 @@
 
 #include "frame/call.h"
 #include "frame/units.h"
+#include "frame/wraps.h"
 #include "numeric/decimal_text.h"
 
 namespace zvrt {
@@ -42,8 +43,8 @@ extern const IntegerConversions avx512_integers;
 Status finish_full(void* dst, std::int32_t length, std::int32_t room);
 
 template <class Int, class Kernel>
-Status render_by(const void* src, std::int32_t* srcLen, void* dst, std::int32_t dstSize, std::uint32_t* outLen,
-                 const FldDef* /*fldDef*/) {
+ZVRT_WRAPS Status render_by(const void* src, std::int32_t* srcLen, void* dst, std::int32_t dstSize,
+                            std::uint32_t* outLen, const FldDef* /*fldDef*/) {
   using Magnitude = std::conditional_t<sizeof(Int) == 8, std::uint64_t, std::uint32_t>;
   const Int value = load<Int>(src);
   const bool negative = value < 0;
@@ -58,8 +59,8 @@ Status render_by(const void* src, std::int32_t* srcLen, void* dst, std::int32_t 
 }
 
 template <class Int, class Kernel>
-Status parse_by(const void* src, std::int32_t* srcLen, void* dst, std::int32_t dstSize, std::uint32_t* outLen,
-                const FldDef* fldDef) {
+ZVRT_WRAPS Status parse_by(const void* src, std::int32_t* srcLen, void* dst, std::int32_t dstSize,
+                           std::uint32_t* outLen, const FldDef* fldDef) {
   using Accumulator = std::conditional_t<sizeof(Int) == 8, std::uint64_t, std::uint32_t>;
   constexpr std::int32_t size = sizeof(Int);
   if (dstSize < size) [[unlikely]] {

@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "frame/wraps.h"
+
 namespace zvrt {
 
 __extension__ typedef unsigned __int128 Uint128;
@@ -68,7 +70,7 @@ struct Rounded {
 // Above the low word the product is too small by less than 2: by less than 1 for the low word itself and less than 1
 // for the bits cut off the power. So only a remainder of exactly one half, or up to 2 below it, is in doubt. With an
 // exact power the low word settles it.
-inline Rounded round_product(const Product& product, std::int32_t dropped, bool exact) {
+ZVRT_WRAPS inline Rounded round_product(const Product& product, std::int32_t dropped, bool exact) {
   const std::uint64_t kept = product.high >> dropped;
   const std::uint64_t half = UINT64_C(1) << (dropped - 1);
   const std::uint64_t rest = product.high & (2 * half - 1);

@@ -13,6 +13,7 @@
 #include "frame/call.h"
 #include "frame/read_ahead.h"
 #include "frame/units.h"
+#include "frame/wraps.h"
 #include "numeric/powers_of_ten.h"
 
 using namespace zvrt;
@@ -23,7 +24,7 @@ constexpr std::uint64_t infinity_bits = UINT64_C(0x7FF) << 52;
 
 bool is_sign(Wide character) { return character == '+' || character == '-'; }
 bool is_exponent_mark(Wide character) { return character == 'E' || character == 'e'; }
-bool is_digit(Wide character) { return character - '0' <= 9; }
+ZVRT_WRAPS bool is_digit(Wide character) { return character - '0' <= 9; }
 
 const std::byte* next(const std::byte* at) { return at + sizeof(Wide); }
 std::int64_t characters_between(const std::byte* from, const std::byte* to) {
@@ -51,14 +52,14 @@ std::uint32_t join_digits(__m128i digits) {
   return static_cast<std::uint32_t>(_mm_cvtsi128_si32(eights));
 }
 
-[[gnu::always_inline]] inline const std::byte* scan_digits(const std::byte* at, std::uint64_t& value) {
+ZVRT_WRAPS [[gnu::always_inline]] inline const std::byte* scan_digits(const std::byte* at, std::uint64_t& value) {
   for (Wide digit; (digit = load<Wide>(at) - '0') <= 9; at = next(at)) value = value * 10 + digit;
   return at;
 }
 
 // The same where many digits are to be expected. Eight at a time cost one multiplication of the value so far: in a long
 // run these are what takes the time, each waiting for the one before it.
-[[gnu::always_inline]] inline const std::byte* scan_many_digits(const std::byte* at, std::uint64_t& value) {
+ZVRT_WRAPS [[gnu::always_inline]] inline const std::byte* scan_many_digits(const std::byte* at, std::uint64_t& value) {
   constexpr std::size_t block = 8 * sizeof(Wide);
   // The last of the eight tells most short runs apart at once.
   while (may_read_ahead(at, block) && is_digit(load<Wide>(at, 7))) {
@@ -71,7 +72,7 @@ std::uint32_t join_digits(__m128i digits) {
 }
 
 // The written exponent, and where it ends. Without a digit behind the mark there is none.
-[[gnu::always_inline]] inline const std::byte* scan_exponent(const std::byte* mark, std::int64_t& exponent) {
+ZVRT_WRAPS [[gnu::always_inline]] inline const std::byte* scan_exponent(const std::byte* mark, std::int64_t& exponent) {
   // Far beyond what any length of digits can make up for, far from the limits of the type.
   constexpr std::int64_t bound = INT64_C(1) << 56;
   const std::byte* at = next(mark);
@@ -211,7 +212,7 @@ double short_double(std::uint64_t significand, std::int64_t exponent) {
 
 // More digits than a word holds: where the leading ones and their successor have the same nearest double, so has all
 // that lies between.
-[[gnu::noinline]] std::uint64_t long_double_bits(const std::byte* text) {
+ZVRT_WRAPS [[gnu::noinline]] std::uint64_t long_double_bits(const std::byte* text) {
   const Parts parts = scan(text);
   constexpr std::uint64_t nineteen_digits = UINT64_C(1000000000000000000);
   std::uint64_t significand = 0;

@@ -3,6 +3,7 @@
 
 #include "ZVRTDataCnvLib.h"
 #include "frame/call.h"
+#include "frame/wraps.h"
 #include "numeric/integers.h"
 
 using namespace zvrt;
@@ -82,7 +83,7 @@ uint32_t ZVRTCnvWVarcharSzToInt2(const wchar_t* text, int32_t* endPos, int32_t* 
   return ZVRT_RC_OK;
 }
 
-uint32_t ZVRTCnvCharToInt(const char* field, int32_t fieldLen, uint32_t* value) {
+ZVRT_WRAPS uint32_t ZVRTCnvCharToInt(const char* field, int32_t fieldLen, uint32_t* value) {
   std::uint32_t number = 0;
   for (std::int32_t at = 0; at < fieldLen && field[at] != 0; ++at) {
     if (field[at] == ' ') continue;

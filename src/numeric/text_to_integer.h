@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "frame/units.h"
+#include "frame/wraps.h"
 
 namespace zvrt {
 
@@ -16,7 +17,7 @@ struct NumberRun {
 
 // Digits, and a '-' once, in whatever place among them, from `start` up to the terminator but no more than `max_chars`
 // characters. A run of no digits is 0; too many wrap around.
-inline NumberRun read_run(const void* text, std::int32_t start, std::int32_t max_chars) {
+ZVRT_WRAPS inline NumberRun read_run(const void* text, std::int32_t start, std::int32_t max_chars) {
   const std::byte* const first = static_cast<const std::byte*>(text) + std::ptrdiff_t{start} * 4;
   const std::size_t limit = max_chars > 0 ? static_cast<std::size_t>(max_chars) : 0;
   const auto end_at = [start](std::size_t read) {

@@ -5,6 +5,7 @@
 
 #include "ZVRTDataCnvLib.h"
 #include "frame/finish.h"
+#include "frame/wraps.h"
 #include "numeric/decimal_kernels.h"
 #include "numeric/narrow_forms.h"
 
@@ -14,7 +15,7 @@ namespace {
 
 constexpr std::int32_t most_digit_characters = 266;
 
-bool is_digit(Wide character) { return character - '0' <= 9; }
+ZVRT_WRAPS bool is_digit(Wide character) { return character - '0' <= 9; }
 
 // Where the point stands, and that there is nothing but digits and one point. More digits than can be worked on are
 // refused too.

@@ -7,6 +7,7 @@
 #include "encoding/text_runs.h"
 #include "frame/read_ahead.h"
 #include "frame/units.h"
+#include "frame/wraps.h"
 
 namespace zvrt {
 
@@ -133,7 +134,7 @@ struct Characters {
 Mask at_least(Block bytes, unsigned char limit) { return sign_bits(_mm_cmpgt_epi8(bytes, repeat(limit - 1))); }
 Mask equal(Block bytes, unsigned char value) { return sign_bits(_mm_cmpeq_epi8(bytes, repeat(value))); }
 
-[[gnu::always_inline]] inline Characters locate(Block bytes) {
+ZVRT_WRAPS [[gnu::always_inline]] inline Characters locate(Block bytes) {
   const Mask end = equal(bytes, 0) | 1U << block_bytes;
   const std::size_t text = lowest_bit(end);
   const Mask inside = first(text);

@@ -8,6 +8,7 @@
 #include "encoding/text_runs.h"
 #include "frame/read_ahead.h"
 #include "frame/units.h"
+#include "frame/wraps.h"
 
 namespace zvrt {
 
@@ -28,9 +29,9 @@ std::size_t lowest_bit(Mask bits) { return _tzcnt_u64(bits); }  // 64 where ther
 std::size_t highest_bit(Mask bits) { return 63 - _lzcnt_u64(bits); }
 std::size_t count_of(Mask bits) { return static_cast<std::size_t>(_mm_popcnt_u64(bits)); }
 // The bits below the lowest one, all where there is none.
-Mask below(Mask bits) { return ~bits & (bits - 1); }
+ZVRT_WRAPS Mask below(Mask bits) { return ~bits & (bits - 1); }
 // The bits below the lowest zero.
-Mask trailing_ones(Mask bits) { return bits & ~(bits + 1); }
+ZVRT_WRAPS Mask trailing_ones(Mask bits) { return bits & ~(bits + 1); }
 
 Vector repeat64(std::uint64_t bytes) { return _mm512_set1_epi64(static_cast<long long>(bytes)); }
 Vector repeat32(std::uint32_t bytes) { return _mm512_set1_epi32(static_cast<int>(bytes)); }

@@ -10,6 +10,7 @@
 #include "encoding/utf8.h"
 #include "frame/read_ahead.h"
 #include "frame/units.h"
+#include "frame/wraps.h"
 
 namespace zvrt {
 
@@ -239,7 +240,7 @@ Run encode(const void* src, std::size_t count, char* dst, std::size_t room) {
 }
 Run encode_terminated(const void* src, char* dst, std::size_t room) { return encode_run(src, Terminated{}, dst, room); }
 
-Run count_encoded(const void* src, std::size_t count) {
+ZVRT_WRAPS Run count_encoded(const void* src, std::size_t count) {
   std::size_t read = 0;
   std::size_t written = 0;
   for (; read < count; ++read) {

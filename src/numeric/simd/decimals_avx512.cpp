@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "frame/wraps.h"
 #include "numeric/decimal_kernels.h"
 #include "numeric/simd/decimal_vectors.h"
 
@@ -38,7 +39,7 @@ Vector positions(std::uint32_t offset) { return _mm512_add_epi8(all(decimal_vect
 Mask bits_of(__m256i signs) { return static_cast<std::uint32_t>(_mm256_movemask_epi8(signs)); }
 
 // Stores 16 of a text's characters, as far as they and its terminator lie in this part of it.
-void store_part(char* dst, std::uint32_t part, std::uint32_t length, Vector characters) {
+ZVRT_WRAPS void store_part(char* dst, std::uint32_t part, std::uint32_t length, Vector characters) {
   const std::uint32_t from = part * 16;
   // Of a part behind the terminator nothing is stored, at the start: the memory where it belongs need not be there, and
   // is slow to find missing.
@@ -65,7 +66,7 @@ void split(const std::uint8_t* field, std::uint32_t size, Vector& digits, Mask& 
   }
 }
 
-Rendered render_packed_512(const std::uint8_t* field, std::int64_t bytes, void* dst, std::int32_t room) {
+ZVRT_WRAPS Rendered render_packed_512(const std::uint8_t* field, std::int64_t bytes, void* dst, std::int32_t room) {
   // One byte less than the vector holds leaves its last position zero, whence a sign finds a zero to stand in for.
   if (bytes < 1 || bytes >= vector_bytes / 2) return render_packed(field, bytes, dst, room);
   const auto size = static_cast<std::uint32_t>(bytes);
@@ -152,7 +153,7 @@ Mask load_text(const void* text, Vector& bytes) {
   return readable < vector_bytes ? zeros & first(readable) : zeros;
 }
 
-Packed pack_text_512(const void* text, std::uint8_t* field, std::int32_t size) {
+ZVRT_WRAPS Packed pack_text_512(const void* text, std::uint8_t* field, std::int32_t size) {
   if (size < 1 || size > static_cast<std::int32_t>(vector_bytes / 2)) return pack_text(text, field, size);
   Vector bytes;
   const Mask ends = load_text<Wide>(text, bytes);
@@ -178,7 +179,7 @@ Packed pack_text_512(const void* text, std::uint8_t* field, std::int32_t size) {
   return {count, static_cast<std::uint32_t>(size)};
 }
 
-Rendered render_varnum_512(const std::uint8_t* value, void* dst, std::int32_t room) {
+ZVRT_WRAPS Rendered render_varnum_512(const std::uint8_t* value, void* dst, std::int32_t room) {
   const std::uint32_t count = value[0] - 1U;
   if (count < 1 || count > Base100::most_digits || value[1] < 0x80) return render_varnum(value, dst, room);
   const __mmask32 mantissa = first32(count);
@@ -242,7 +243,7 @@ Encoded zero_varnum(std::uint32_t length, std::uint8_t* dst, std::int32_t room) 
 }
 
 template <class Unit>
-Encoded encode_varnum_512(const void* text, std::uint8_t* dst, std::int32_t room) {
+ZVRT_WRAPS Encoded encode_varnum_512(const void* text, std::uint8_t* dst, std::int32_t room) {
   // Room for the header's two pairs and a zero that completes the first one.
   constexpr std::uint32_t most = vector_bytes - 2 * header_bytes - 1;
   Vector bytes;

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "frame/wraps.h"
 #include "numeric/decimal_kernels.h"
 #include "numeric/simd/decimal_vectors.h"
 
@@ -121,7 +122,7 @@ void store_few(void* dst, std::uint32_t count, Block characters) {
   }
 }
 
-Rendered render_packed_41(const std::uint8_t* field, std::int64_t bytes, void* dst, std::int32_t room) {
+ZVRT_WRAPS Rendered render_packed_41(const std::uint8_t* field, std::int64_t bytes, void* dst, std::int32_t room) {
   if (bytes < 1 || bytes > static_cast<std::int64_t>(block_bytes)) return render_packed(field, bytes, dst, room);
   const auto size = static_cast<std::uint32_t>(bytes);
   const Block pairs = load_exactly(field, size);
@@ -196,7 +197,7 @@ std::uint32_t load_text(const void* text, Bytes& bytes) {
   return bits_of(_mm_cmpeq_epi8(bytes.high, nothing)) << block_bytes;
 }
 
-Packed pack_text_41(const void* text, std::uint8_t* field, std::int32_t size) {
+ZVRT_WRAPS Packed pack_text_41(const void* text, std::uint8_t* field, std::int32_t size) {
   if (size < 1 || size > static_cast<std::int32_t>(block_bytes)) return pack_text(text, field, size);
   Bytes bytes;
   const std::uint32_t ends = load_text<Wide>(text, bytes);
@@ -227,7 +228,7 @@ Block split_window(const Bytes& bytes, std::int32_t from, std::uint32_t index) {
   return _mm_blendv_epi8(window(bytes, from), window(bytes, from - 1), behind);
 }
 
-Rendered render_varnum_41(const std::uint8_t* value, void* dst, std::int32_t room) {
+ZVRT_WRAPS Rendered render_varnum_41(const std::uint8_t* value, void* dst, std::int32_t room) {
   const std::uint32_t count = value[0] - 1U;
   if (count < 1 || count > block_bytes || value[1] < positive_exponent - 1) return render_varnum(value, dst, room);
   const Block mantissa = load_exactly(value + header_bytes, count);
@@ -262,7 +263,7 @@ Rendered render_varnum_41(const std::uint8_t* value, void* dst, std::int32_t roo
 }
 
 template <class Unit>
-Encoded encode_varnum_41(const void* text, std::uint8_t* dst, std::int32_t room) {
+ZVRT_WRAPS Encoded encode_varnum_41(const void* text, std::uint8_t* dst, std::int32_t room) {
   Bytes bytes;
   const std::uint32_t ends = load_text<Unit>(text, bytes);
   if (ends == 0) return encode_varnum<Unit>(text, dst, room);
@@ -299,8 +300,8 @@ Encoded encode_varnum_41(const void* text, std::uint8_t* dst, std::int32_t room)
       values.high, _mm_cmpgt_epi8(_mm_sub_epi8(end, all(decimal_vectors.sixteens)), all(decimal_vectors.positions)));
   // Digits behind the point move up over it.
   const auto squeezed = [&](std::uint32_t part) {
-    const auto from = static_cast<std::int32_t>(part - shift);
-    const Block straight = _mm_add_epi8(all(decimal_vectors.positions), repeat(part - shift));
+    const std::int32_t from = static_cast<std::int32_t>(part) - static_cast<std::int32_t>(shift);
+    const Block straight = _mm_add_epi8(all(decimal_vectors.positions), repeat(static_cast<std::uint32_t>(from)));
     const Block before = _mm_cmpgt_epi8(repeat(point), straight);
     return _mm_blendv_epi8(window(values, from + 1), window(values, from), before);
   };

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "frame/read_ahead.h"
+#include "frame/wraps.h"
 #include "numeric/integers.h"
 
 namespace zvrt {
@@ -123,7 +124,7 @@ Digits read_block(const void* text) {
 }
 
 // Up to 23 digits.
-Digits read_block_and_half(const void* text) {
+ZVRT_WRAPS Digits read_block_and_half(const void* text) {
   const Constants& all = constants();
   const __m512i digits = _mm512_sub_epi32(load_block(text), load_block(all.zero));
   const __m256i more = _mm256_sub_epi32(load_half(static_cast<const std::byte*>(text) + 64), load_half(all.zero));

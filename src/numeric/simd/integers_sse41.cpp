@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "frame/read_ahead.h"
+#include "frame/wraps.h"
 #include "numeric/integers.h"
 
 namespace zvrt {
@@ -105,7 +106,7 @@ Digits finished(const std::byte* text, std::uint64_t value, std::int32_t count) 
 constexpr Digits passed{0, 0, Reading::passed};
 
 // The 17th digit and up to six more.
-Digits read_on(const std::byte* text, std::uint64_t head) {
+ZVRT_WRAPS Digits read_on(const std::byte* text, std::uint64_t head) {
   constexpr std::uint64_t powers[] = {1, 10, 100, 1'000, 10'000, 100'000, 1'000'000, 10'000'000};
   if (!may_read_ahead(text + 64, 32)) [[unlikely]]
     return passed;
