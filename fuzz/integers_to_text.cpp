@@ -14,6 +14,7 @@ void check_value(Int value, std::int32_t size, std::int32_t src_len) {
   const std::string text = decimal(value);
   const Rendered expected = rendered_wide(text, size);
   for (const auto& [level, versions] : {std::pair{zvrt::CpuLevel::baseline, &zvrt::plain_integers},
+                                        std::pair{zvrt::CpuLevel::sse41, &zvrt::sse41_integers},
                                         std::pair{zvrt::CpuLevel::avx512, &zvrt::avx512_integers}}) {
     if (zvrt::cpu_level() < level) continue;
     GuardedBuffer dst(static_cast<std::size_t>(std::max(size, 0)));

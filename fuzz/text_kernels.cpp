@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+
 #include "encoding/reference.h"
 #include "frame/cpu.h"
 #include "input.h"
@@ -85,6 +87,7 @@ void zvrt_fuzz::check(Input input) {
   const std::string bytes = decodes ? input.bytes() : "";
   const CodePoints characters = decodes ? CodePoints{} : input.characters();
   for (const auto& [level, kernels] : {std::pair{zvrt::CpuLevel::baseline, &zvrt::text_kernels_baseline},
+                                       std::pair{zvrt::CpuLevel::avx2, &zvrt::text_kernels_avx2},
                                        std::pair{zvrt::CpuLevel::avx512, &zvrt::text_kernels_avx512}}) {
     if (zvrt::cpu_level() < level) continue;
     decodes ? check_decoding(*kernels, bytes, room) : check_encoding(*kernels, characters, room);

@@ -13,6 +13,7 @@ template <class Int>
 void check_versions(const void* src, const std::u32string& text) {
   const bool valid = is_number(text, std::is_signed_v<Int>);
   for (const auto& [level, versions] : {std::pair{zvrt::CpuLevel::baseline, &zvrt::plain_integers},
+                                        std::pair{zvrt::CpuLevel::sse41, &zvrt::sse41_integers},
                                         std::pair{zvrt::CpuLevel::avx512, &zvrt::avx512_integers}}) {
     if (zvrt::cpu_level() < level) continue;
     ZVRTConversion* const parse = versions->parse[zvrt::place_of<Int>];

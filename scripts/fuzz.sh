@@ -15,7 +15,7 @@ root=${BUILD_ROOT:-build}
 mkdir -p "$root/findings"
 findings=$(cd "$root/findings" && pwd)
 all=$(cd fuzz/seeds && echo *)
-with_kernels=" text_kernels transforms strings integers_to_text text_to_integers text_to_float float_to_text packed_decimal varnum code_pages "
+with_kernels=" text_kernels transforms strings integers_to_text text_to_integers text_to_float float_to_text packed_decimal varnum decimal_kernels code_pages "
 
 # One target in one configuration: executions a second and in all, inputs kept, findings.
 run() {

@@ -177,6 +177,7 @@ std::uint64_t run(const Sweep& sweep) {
   const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
   std::printf("%-12s %11llu cases, %llu failures, %.0f s\n", sweep.name, static_cast<unsigned long long>(sweep.count),
               static_cast<unsigned long long>(failures), seconds.count());
+  std::fflush(stdout);
   return failures;
 }
 
