@@ -45,6 +45,7 @@ std::size_t to_page_end(const char* at) {
 
 // Where a source ends: how many units may be read behind those read already, `most` at most; none at the end.
 struct Counted {
+  static constexpr bool is_terminated = false;
   std::size_t count;
 
   bool goes_on(std::size_t read) const { return read < count; }
@@ -71,6 +72,7 @@ struct TerminatedBytes {
 
 template <std::size_t unit>
 struct TerminatedUnits {
+  static constexpr bool is_terminated = true;
   static bool goes_on(std::size_t /*read*/) { return true; }
   static std::size_t readable(const char* src, std::size_t read, std::size_t most) {
     const std::size_t units = least(to_page_end(src + read * unit) / unit, most);
@@ -317,145 +319,214 @@ Run count_decoded(const char* src, std::size_t count) { return decode_run<false>
 
 // ---- Wide text to UTF-8 ----
 
-struct EvenLanes {
-  alignas(64) std::uint16_t lanes[32];
-  constexpr EvenLanes() : lanes() {
-    for (unsigned i = 0; i < 32; ++i) lanes[i] = static_cast<std::uint16_t>(i * 2);
+// The lowest byte of each of 32 lanes of 32 bits.
+struct FourthBytes {
+  alignas(64) std::uint8_t bytes[64];
+  constexpr FourthBytes() : bytes() {
+    for (unsigned i = 0; i < 32; ++i) bytes[i] = static_cast<std::uint8_t>(i * 4);
   }
 };
-constexpr EvenLanes even_lanes;
+constexpr FourthBytes fourth_bytes;
 
-// The marks of a character's bytes, by the leading zero bits of its value: from 25 one byte, 21 two, 16 three, 11 four.
-Vector marks_of(Vector characters) {
-  constexpr int two = static_cast<int>(0x80C00000);
-  constexpr int three = static_cast<int>(0x8080E000);
-  constexpr int four = static_cast<int>(0x808080F0);
-  const Vector long_forms = _mm512_setr_epi32(0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, four, four, four, four, four);
-  const Vector short_forms =
-      _mm512_setr_epi32(three, three, three, three, three, two, two, two, two, 0, 0, 0, 0, 0, 0, 0);
-  return _mm512_permutex2var_epi32(long_forms, _mm512_lzcnt_epi32(characters), short_forms);
+// A character's bytes are its groups of six bits with marks in between; one byte keeps seven. By the leading zero bits
+// of the value: from 25 one byte, 21 two, 16 three, 11 four.
+struct EncodedForms {
+  alignas(64) std::uint32_t marks[32];
+  alignas(64) std::uint32_t payloads[32];
+  constexpr EncodedForms() : marks(), payloads() {
+    for (unsigned zeros = 11; zeros < 32; ++zeros) {
+      marks[zeros] = zeros < 16 ? 0x808080F0 : zeros < 21 ? 0x8080E000 : zeros < 25 ? 0x80C00000 : 0;
+      payloads[zeros] = zeros < 25 ? 0x3F3F3F3F : 0x7F000000;
+    }
+  }
+};
+constexpr EncodedForms encoded_forms;
+
+Vector look_up(const std::uint32_t (&table)[32], Vector which) {
+  return _mm512_permutex2var_epi32(_mm512_load_si512(table), which, _mm512_load_si512(table + 16));
 }
 
 // Each character's bytes at the upper end of its lane, zeros before them; no byte of a character is zero.
 Vector spread(Vector characters) {
+  const Vector zeros = _mm512_lzcnt_epi32(characters);
   const Vector groups = _mm512_multishift_epi64_epi8(repeat64(0x20262C3200060C12), characters);
-  // (groups & 3F) | marks
-  const Vector bytes = _mm512_ternarylogic_epi32(groups, repeat8(0x3F), marks_of(characters), 0xEA);
-  const __mmask16 ascii = _mm512_cmplt_epu32_mask(characters, _mm512_set1_epi32(0x80));
-  return _mm512_mask_slli_epi32(bytes, ascii, characters, 24);
+  // (groups & payloads) | marks
+  return _mm512_ternarylogic_epi32(groups, look_up(encoded_forms.payloads, zeros), look_up(encoded_forms.marks, zeros),
+                                   0xEA);
 }
 
-// The same for characters of one or two bytes, in lanes of 16 bits.
+// The same for characters of one or two bytes, in lanes of 16 bits. Masks are few in number on their way through the
+// processor: what can be chosen by vectors is.
 Vector spread_short_forms(Vector units) {
-  const Vector leads = _mm512_srli_epi16(units, 6);
   const Vector upper = _mm512_slli_epi16(units, 8);
   // ((upper & 3F00) | leads) | 80C0
-  const Vector bytes =
-      _mm512_or_si512(_mm512_ternarylogic_epi32(upper, repeat16(0x3F00), leads, 0xEA), repeat16(0x80C0));
-  return _mm512_mask_mov_epi16(bytes, _mm512_cmplt_epu16_mask(units, repeat16(0x80)), upper);
+  const Vector pairs = _mm512_or_si512(
+      _mm512_ternarylogic_epi32(upper, repeat16(0x3F00), _mm512_srli_epi16(units, 6), 0xEA), repeat16(0x80C0));
+  const Vector longer = _mm512_srai_epi16(_mm512_sub_epi16(repeat16(0x7F), units), 15);
+  return _mm512_ternarylogic_epi32(longer, pairs, upper, 0xCA);  // longer ? pairs : upper
 }
 
-// Stores the bytes of some characters, of which each has `lane` bytes of the vector, as far as whole characters fit.
-// Returns false where they do not all.
+// Stores the bytes of some characters, of which each has `lane` bytes of the vector, as far as whole characters fit;
+// returns how many did.
 template <std::size_t lane>
-[[gnu::always_inline]] inline bool store_forms(Vector bytes, std::size_t characters, char* dst, std::size_t room,
-                                               Ends& ends) {
+[[gnu::always_inline]] inline std::size_t store_forms(Vector bytes, std::size_t characters, char* dst, std::size_t room,
+                                                      Ends& ends) {
   const __mmask64 used = _mm512_test_epi8_mask(bytes, bytes);
-  const std::size_t count = count_of(used);
-  const Vector packed = _mm512_maskz_compress_epi8(used, bytes);
+  std::size_t count = count_of(used);
   if (const std::size_t left = room - ends.written; count > left) [[unlikely]] {
-    const std::size_t fitting = lowest_bit(used ^ _pdep_u64(first(left), used)) / lane;
-    const std::size_t written = count_of(used & first(fitting * lane));
-    _mm512_mask_storeu_epi8(dst + ends.written, first(written), packed);
-    ends.read += fitting;
-    ends.written += written;
-    return false;
+    characters = lowest_bit(used ^ _pdep_u64(first(left), used)) / lane;
+    count = count_of(used & first(characters * lane));
   }
-  _mm512_mask_storeu_epi8(dst + ends.written, first(count), packed);
-  ends.read += characters;
+  _mm512_mask_storeu_epi8(dst + ends.written, first(count), _mm512_maskz_compress_epi8(used, bytes));
   ends.written += count;
-  return true;
+  return characters;
 }
 
-// 32 characters.
-struct Units {
-  Vector low;
-  Vector high;
-};
+__mmask16 lanes_of(Mask units, unsigned vector) { return static_cast<__mmask16>(units >> vector * 16); }
 
-Units load_units(const char* at, std::size_t count) {
-  const Mask lanes = first(count);
-  return {_mm512_maskz_loadu_epi32(static_cast<__mmask16>(lanes), at),
-          _mm512_maskz_loadu_epi32(static_cast<__mmask16>(lanes >> 16), at + 64)};
+// The units of the vector that begins `before` units behind `at`, of `readable` units there. A terminated text is
+// readable for the whole of a step but at the end of a page.
+template <class Bound>
+[[gnu::always_inline]] inline Vector load_units(const char* at, std::size_t readable, std::size_t before,
+                                                std::size_t step) {
+  const char* units = at + before * 4;
+  if (Bound::is_terminated && readable == step) [[likely]]
+    return _mm512_loadu_si512(units);
+  return _mm512_maskz_loadu_epi32(lanes_of(first(readable), static_cast<unsigned>(before) / 16), units);
 }
 
-Mask nonzero(const Units& units) {
-  return _mm512_kunpackw(_mm512_test_epi32_mask(units.high, units.high), _mm512_test_epi32_mask(units.low, units.low));
+// The units of three vectors in bytes, zeros behind them; FF for what is more.
+Vector in_bytes(Vector low, Vector middle, Vector high) {
+  const __m256i lower =
+      _mm256_inserti128_si256(_mm256_castsi128_si256(_mm512_cvtusepi32_epi8(low)), _mm512_cvtusepi32_epi8(middle), 1);
+  return _mm512_inserti64x4(_mm512_zextsi256_si512(lower), _mm256_zextsi128_si256(_mm512_cvtusepi32_epi8(high)), 1);
 }
-Mask above(const Units& units, std::uint32_t limit) {
-  return _mm512_kunpackw(_mm512_cmpgt_epu32_mask(units.high, repeat32(limit)),
-                         _mm512_cmpgt_epu32_mask(units.low, repeat32(limit)));
+
+// The units of two vectors in lanes of 16 bits; FFFF for what is more.
+Vector in_words(Vector low, Vector high) {
+  return _mm512_inserti64x4(_mm512_castsi256_si512(_mm512_cvtusepi32_epi16(low)), _mm512_cvtusepi32_epi16(high), 1);
 }
+
+constexpr std::uint32_t last_of_one = 0x7F;
 constexpr std::uint32_t last_of_two = 0x7FF;
+constexpr std::uint32_t last_of_three = 0xFFFF;
 constexpr std::uint32_t last_of_four = 0x1FFFFF;
 
-// The units in lanes of 16 bits; those not chosen become zero.
-Vector pack(const Units& units, __mmask32 chosen) {
-  return _mm512_maskz_permutex2var_epi16(chosen, units.low, _mm512_load_si512(even_lanes.lanes), units.high);
+enum class Step : std::uint8_t { ends, goes_on, is_not_ascii };
+
+// A step takes all it may read or is the last one. Where it takes all, the next one's address follows from what was
+// readable alone, and need not wait for this one's characters.
+template <class Bound>
+[[gnu::always_inline]] inline bool taken(std::size_t characters, std::size_t readable, Bound bound, Ends& ends) {
+  if (characters != readable) {
+    ends.read += characters;
+    return false;
+  }
+  ends.read += readable;
+  return bound.goes_on(ends.read);
 }
 
-constexpr std::size_t step_units = 32;
-
-// A step of at most 32 characters. Returns false where the run ends.
+// At most 48 characters, if they are ASCII. Texts of about 16, 32 and 64 characters, where the lengths in a column
+// gather, differ little within each group in the number of such steps, so that the branch between them is foreseen.
 template <class Bound>
-[[gnu::always_inline]] inline bool encode_step(const char* src, Bound bound, char* dst, std::size_t room, Ends& ends) {
-  const std::size_t readable = bound.readable(src, ends.read, step_units);
-  if (readable == 0) return false;
-  const Units units = load_units(src + ends.read * 4, readable);
-  Mask inside = trailing_ones(nonzero(units));
-  if ((above(units, last_of_two) & inside) == 0) {
-    const std::size_t text = lowest_bit(~inside);
-    const Vector bytes = spread_short_forms(pack(units, static_cast<__mmask32>(inside)));
-    return store_forms<2>(bytes, text, dst, room, ends) && text == readable && bound.goes_on(ends.read);
-  }
-  inside &= below(above(units, last_of_four));
-  const std::size_t text = lowest_bit(~inside);
-  const Vector low = _mm512_maskz_mov_epi32(static_cast<__mmask16>(inside), units.low);
-  const Vector high = _mm512_maskz_mov_epi32(static_cast<__mmask16>(inside >> 16), units.high);
-  return store_forms<4>(spread(low), least(text, 16), dst, room, ends) &&
-         store_forms<4>(spread(high), text - least(text, 16), dst, room, ends) && text == readable &&
-         bound.goes_on(ends.read);
+[[gnu::always_inline]] inline Step encode_ascii_step(const char* src, Bound bound, char* dst, std::size_t room,
+                                                     Ends& ends) {
+  constexpr std::size_t most = 48;
+  const std::size_t readable = bound.readable(src, ends.read, most);
+  if (readable == 0) return Step::ends;
+  const char* at = src + ends.read * 4;
+  const Vector bytes = in_bytes(load_units<Bound>(at, readable, 0, most), load_units<Bound>(at, readable, 16, most),
+                                load_units<Bound>(at, readable, 32, most));
+  const Mask zeros = _mm512_testn_epi8_mask(bytes, bytes);
+  if ((_mm512_movepi8_mask(bytes) & below(zeros)) != 0) return Step::is_not_ascii;
+  const std::size_t count = least(lowest_bit(zeros), room - ends.written);
+  _mm512_mask_storeu_epi8(dst + ends.written, first(count), bytes);
+  ends.written += count;
+  return taken(count, readable, bound, ends) ? Step::goes_on : Step::ends;
 }
 
 bool any_above(Vector units, std::uint32_t limit) { return _mm512_test_epi32_mask(units, repeat32(~limit)) != 0; }
 
-// Steps of 32 characters while all of them are there, ordinary and sure of their room.
+// At most 32 characters of any length. Returns false where the run ends.
+template <class Bound>
+[[gnu::always_inline]] inline bool encode_step(const char* src, Bound bound, char* dst, std::size_t room, Ends& ends) {
+  constexpr std::size_t most = 32;
+  const std::size_t readable = bound.readable(src, ends.read, most);
+  if (readable == 0) return false;
+  const char* at = src + ends.read * 4;
+  Vector low = load_units<Bound>(at, readable, 0, most);
+  Vector high = load_units<Bound>(at, readable, 16, most);
+  const Vector words = in_words(low, high);
+  Mask inside = below(Mask{_mm512_testn_epi16_mask(words, words)} | ~Mask{0} << most);
+  if ((_mm512_cmpgt_epu16_mask(words, repeat16(last_of_two)) & inside) == 0) {
+    const Vector units = _mm512_maskz_mov_epi16(static_cast<__mmask32>(inside), words);
+    const std::size_t characters = store_forms<2>(spread_short_forms(units), count_of(inside), dst, room, ends);
+    return taken(characters, readable, bound, ends);
+  }
+  low = _mm512_maskz_mov_epi32(lanes_of(inside, 0), low);
+  high = _mm512_maskz_mov_epi32(lanes_of(inside, 1), high);
+  if (any_above(_mm512_or_si512(low, high), last_of_four)) [[unlikely]] {
+    const Vector limit = repeat32(last_of_four);
+    inside &= below(_mm512_kunpackw(_mm512_cmpgt_epu32_mask(high, limit), _mm512_cmpgt_epu32_mask(low, limit)));
+    low = _mm512_maskz_mov_epi32(lanes_of(inside, 0), low);
+    high = _mm512_maskz_mov_epi32(lanes_of(inside, 1), high);
+  }
+  const std::size_t text = count_of(inside);
+  const std::size_t in_low = least(text, 16);
+  std::size_t characters = store_forms<4>(spread(low), in_low, dst, room, ends);
+  if (characters == in_low) characters += store_forms<4>(spread(high), text - in_low, dst, room, ends);
+  return taken(characters, readable, bound, ends);
+}
+
+// 32 ordinary characters, sure of their room.
+[[gnu::always_inline]] inline void store_half(Vector low, Vector high, bool long_forms, char* dst, std::size_t room,
+                                              Ends& ends) {
+  if (long_forms) {
+    ends.read += store_forms<4>(spread(low), 16, dst, room, ends);
+    ends.read += store_forms<4>(spread(high), 16, dst, room, ends);
+  } else {
+    ends.read += store_forms<2>(spread_short_forms(in_words(low, high)), 32, dst, room, ends);
+  }
+}
+
+// Steps of 64 characters while all of them are there, ordinary and sure of their room.
 template <class Bound>
 [[gnu::always_inline]] inline void encode_long(const char* src, Bound bound, char* dst, std::size_t room, Ends& ends) {
-  constexpr __mmask32 all = 0xFFFFFFFF;
-  while (room - ends.written >= step_units * 4 && bound.readable(src, ends.read, step_units) == step_units) {
+  constexpr std::size_t step = 64;
+  while (room - ends.written >= step * 4 && bound.readable(src, ends.read, step) == step) {
     const char* at = src + ends.read * 4;
-    const Units units = {_mm512_loadu_si512(at), _mm512_loadu_si512(at + 64)};
-    const __mmask16 zeros =
-        _mm512_testn_epi32_mask(units.low, units.low) | _mm512_testn_epi32_mask(units.high, units.high);
-    const Vector any = _mm512_or_si512(units.low, units.high);  // the limits are powers of two, less one
-    if (zeros != 0 || any_above(any, last_of_four)) return;
-    if (any_above(any, last_of_two)) {
-      store_forms<4>(spread(units.low), step_units / 2, dst, room, ends);
-      store_forms<4>(spread(units.high), step_units / 2, dst, room, ends);
-    } else if (any_above(any, 0x7F)) {
-      store_forms<2>(spread_short_forms(pack(units, all)), step_units, dst, room, ends);
+    const Vector a = _mm512_loadu_si512(at);
+    const Vector b = _mm512_loadu_si512(at + 64);
+    const Vector c = _mm512_loadu_si512(at + 128);
+    const Vector d = _mm512_loadu_si512(at + 192);
+    const Vector least_units = _mm512_min_epu32(_mm512_min_epu32(a, b), _mm512_min_epu32(c, d));
+    const Vector any = _mm512_or_si512(_mm512_or_si512(a, b), _mm512_or_si512(c, d));
+    // The limits are powers of two, less one.
+    if (_mm512_testn_epi32_mask(least_units, least_units) != 0 || any_above(any, last_of_four)) return;
+    if (any_above(any, last_of_one)) {
+      const bool long_forms = any_above(any, last_of_two);
+      store_half(a, b, long_forms, dst, room, ends);
+      store_half(c, d, long_forms, dst, room, ends);
     } else {
-      _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + ends.written), _mm512_cvtepi16_epi8(pack(units, all)));
-      ends.read += step_units;
-      ends.written += step_units;
+      const Vector low = _mm512_permutex2var_epi8(a, _mm512_load_si512(fourth_bytes.bytes), b);
+      const Vector high = _mm512_permutex2var_epi8(c, _mm512_load_si512(fourth_bytes.bytes), d);
+      _mm512_storeu_si512(dst + ends.written, _mm512_inserti64x4(low, _mm512_castsi512_si256(high), 1));
+      ends.read += step;
+      ends.written += step;
     }
   }
 }
 
 template <class Bound>
 [[gnu::noinline]] Run encode_further(const char* src, Bound bound, char* dst, std::size_t room, Ends ends) {
-  while (encode_step(src, bound, dst, room, ends)) encode_long(src, bound, dst, room, ends);
+  Step step = ends.read == ends.written ? Step::goes_on : Step::is_not_ascii;
+  if (step == Step::goes_on) {
+    while ((step = encode_ascii_step(src, bound, dst, room, ends)) == Step::goes_on)
+      encode_long(src, bound, dst, room, ends);
+  }
+  if (step == Step::is_not_ascii) {
+    while (encode_step(src, bound, dst, room, ends)) encode_long(src, bound, dst, room, ends);
+  }
   return {ends.read, ends.written};
 }
 
@@ -463,7 +534,10 @@ template <class Bound>
 Run encode_run(const void* src, Bound bound, char* dst, std::size_t room) {
   Ends ends;
   const auto* text = static_cast<const char*>(src);
-  if (encode_step(text, bound, dst, room, ends)) return encode_further(text, bound, dst, room, ends);
+  const Step step = encode_ascii_step(text, bound, dst, room, ends);
+  if (step == Step::goes_on || (step == Step::is_not_ascii && encode_step(text, bound, dst, room, ends))) {
+    return encode_further(text, bound, dst, room, ends);
+  }
   return {ends.read, ends.written};
 }
 
@@ -477,15 +551,17 @@ Run encode_terminated(const void* src, char* dst, std::size_t room) {
 
 Run count_encoded(const void* src, std::size_t count) {
   const auto* text = static_cast<const char*>(src);
+  constexpr std::size_t step = 16;
   Ends ends;
   while (ends.read < count) {
-    const std::size_t readable = least(count - ends.read, step_units);
-    const Units units = load_units(text + ends.read * 4, readable);
-    const Mask inside = trailing_ones(nonzero(units)) & below(above(units, last_of_four));
+    const std::size_t readable = least(count - ends.read, step);
+    const Vector units = _mm512_maskz_loadu_epi32(first16(readable), text + ends.read * 4);
+    const auto above = [units](std::uint32_t limit) { return Mask{_mm512_cmpgt_epu32_mask(units, repeat32(limit))}; };
+    const Mask inside = trailing_ones(_mm512_test_epi32_mask(units, units)) & below(above(last_of_four));
     const std::size_t characters = count_of(inside);
     ends.read += characters;
-    ends.written += characters + count_of(above(units, 0x7F) & inside) + count_of(above(units, 0x7FF) & inside) +
-                    count_of(above(units, 0xFFFF) & inside);
+    ends.written += characters + count_of(above(last_of_one) & inside) + count_of(above(last_of_two) & inside) +
+                    count_of(above(last_of_three) & inside);
     if (characters < readable) break;
   }
   return {ends.read, ends.written};
