@@ -395,11 +395,13 @@ template <class Bound>
   return _mm512_maskz_loadu_epi32(lanes_of(first(readable), static_cast<unsigned>(before) / 16), units);
 }
 
-// The units of three vectors in bytes, zeros behind them; FF for what is more.
-Vector in_bytes(Vector low, Vector middle, Vector high) {
-  const __m256i lower =
-      _mm256_inserti128_si256(_mm256_castsi128_si256(_mm512_cvtusepi32_epi8(low)), _mm512_cvtusepi32_epi8(middle), 1);
-  return _mm512_inserti64x4(_mm512_zextsi256_si512(lower), _mm256_zextsi128_si256(_mm512_cvtusepi32_epi8(high)), 1);
+// The units of four vectors in bytes; FF for what is more.
+Vector in_bytes(Vector a, Vector b, Vector c, Vector d) {
+  const auto pair = [](Vector low, Vector high) {
+    return _mm256_inserti128_si256(_mm256_castsi128_si256(_mm512_cvtusepi32_epi8(low)), _mm512_cvtusepi32_epi8(high),
+                                   1);
+  };
+  return _mm512_inserti64x4(_mm512_castsi256_si512(pair(a, b)), pair(c, d), 1);
 }
 
 // The units of two vectors in lanes of 16 bits; FFFF for what is more.
@@ -436,7 +438,7 @@ template <class Bound>
   if (readable == 0) return Step::ends;
   const char* at = src + ends.read * 4;
   const Vector bytes = in_bytes(load_units<Bound>(at, readable, 0, most), load_units<Bound>(at, readable, 16, most),
-                                load_units<Bound>(at, readable, 32, most));
+                                load_units<Bound>(at, readable, 32, most), Vector{});
   const Mask zeros = _mm512_testn_epi8_mask(bytes, bytes);
   if ((_mm512_movepi8_mask(bytes) & below(zeros)) != 0) return Step::is_not_ascii;
   const std::size_t count = least(lowest_bit(zeros), room - ends.written);
@@ -569,60 +571,99 @@ Run count_encoded(const void* src, std::size_t count) {
 
 // ---- Copies ----
 
-// What differs between copying bytes and copying wide characters, by vectors.
+// Four vectors, of which a step may use fewer. Not an array, which would be kept in memory.
+struct Block {
+  Vector a, b, c, d;
+};
+
+// What differs between copying bytes and copying wide characters.
 struct Bytes {
   static constexpr std::size_t unit = 1;
+
+  // Which lanes of a vector are among the first so many of a block.
+  static Mask lanes(std::size_t count, unsigned vector) { return first(count - least(count, vector * 64)); }
   static Vector load(const char* at, Mask lanes) { return _mm512_maskz_loadu_epi8(lanes, at); }
   static void store(char* at, Mask lanes, Vector units) { _mm512_mask_storeu_epi8(at, lanes, units); }
-  static Mask zeros(Vector units) { return _mm512_testn_epi8_mask(units, units); }
+
+  static bool has_zero(const Block& block) {
+    const Vector lower = _mm512_min_epu8(_mm512_min_epu8(block.a, block.b), _mm512_min_epu8(block.c, block.d));
+    return _mm512_testn_epi8_mask(lower, lower) != 0;
+  }
+  // The units before the first zero, all where there is none.
+  static std::size_t text(const Block& block) {
+    const auto length = [](Vector bytes, std::size_t behind) {
+      const Mask zeros = _mm512_testn_epi8_mask(bytes, bytes);
+      return lowest_bit(zeros) + (zeros == 0 ? behind : 0);
+    };
+    return length(block.a, length(block.b, length(block.c, length(block.d, 0))));
+  }
 };
 struct WideUnits {
   static constexpr std::size_t unit = 4;
+
+  static Mask lanes(std::size_t count, unsigned vector) { return lanes_of(first(count), vector); }
   static Vector load(const char* at, Mask lanes) { return _mm512_maskz_loadu_epi32(static_cast<__mmask16>(lanes), at); }
   static void store(char* at, Mask lanes, Vector units) {
     _mm512_mask_storeu_epi32(at, static_cast<__mmask16>(lanes), units);
   }
-  static Mask zeros(Vector units) { return _mm512_testn_epi32_mask(units, units); }
+
+  static bool has_zero(const Block& block) {
+    const Vector lower = _mm512_min_epu32(_mm512_min_epu32(block.a, block.b), _mm512_min_epu32(block.c, block.d));
+    return _mm512_testn_epi32_mask(lower, lower) != 0;
+  }
+  static std::size_t text(const Block& block) {
+    const Vector bytes = in_bytes(block.a, block.b, block.c, block.d);
+    return lowest_bit(_mm512_testn_epi8_mask(bytes, bytes));
+  }
 };
 
-template <class Units>
-constexpr std::size_t vector_units = 64 / Units::unit;
-
-// Copies two vectors at most. Returns false where the copy ends.
-template <class Units>
+// Copies so many vectors at most. Returns false where the copy ends.
+template <class Units, unsigned vectors>
 [[gnu::always_inline]] inline bool copy_step(const char* src, char* dst, std::size_t room, std::size_t& done) {
-  constexpr std::size_t lanes = vector_units<Units>;
-  const std::size_t readable = TerminatedUnits<Units::unit>::readable(src, done, lanes * 2);
-  const std::size_t behind = readable - least(readable, lanes);
+  constexpr std::size_t step = vectors * 64 / Units::unit;
+  const std::size_t readable = TerminatedUnits<Units::unit>::readable(src, done, step);
   const char* at = src + done * Units::unit;
-  const Vector low = Units::load(at, first(readable - behind));
-  const Vector high = Units::load(at + 64, first(behind));
-  const std::size_t in_low = least(lowest_bit(Units::zeros(low)), lanes);
-  const std::size_t in_high = least(lowest_bit(Units::zeros(high)), lanes);
-  const std::size_t text = in_low + static_cast<std::size_t>(in_low == lanes) * in_high;  // lengths vary: no branch
-  const std::size_t count = least(least(text, readable), room - done);
+  const auto load = [&](unsigned i) {
+    if (i >= vectors) return Vector{};
+    if (readable == step) [[likely]]
+      return _mm512_loadu_si512(at + i * 64);
+    return Units::load(at + i * 64, Units::lanes(readable, i));
+  };
+  const Block block{load(0), load(1), load(2), load(3)};
+  const std::size_t count = least(least(Units::text(block), readable), room - done);
   char* into = dst + done * Units::unit;
-  Units::store(into, first(least(count, lanes)), low);
-  Units::store(into + 64, first(count - least(count, lanes)), high);
-  done += count;
-  return count == readable && done < room;
+  const auto store = [&](unsigned i, Vector units) {
+    if (i < vectors) Units::store(into + i * 64, Units::lanes(count, i), units);
+  };
+  store(0, block.a);
+  store(1, block.b);
+  store(2, block.c);
+  store(3, block.d);
+  if (count != readable) {
+    done += count;
+    return false;
+  }
+  done += readable;  // known before the units are
+  return done < room;
 }
 
 template <class Units>
 [[gnu::noinline]] Run copy_further(const char* src, char* dst, std::size_t room, std::size_t done) {
-  constexpr std::size_t step = vector_units<Units> * 2;
+  constexpr std::size_t step = 256 / Units::unit;
   do {
     while (room - done >= step && TerminatedUnits<Units::unit>::readable(src, done, step) == step) {
       const char* at = src + done * Units::unit;
-      const Vector low = _mm512_loadu_si512(at);
-      const Vector high = _mm512_loadu_si512(at + 64);
-      if ((Units::zeros(low) | Units::zeros(high)) != 0) break;
+      const Block block{_mm512_loadu_si512(at), _mm512_loadu_si512(at + 64), _mm512_loadu_si512(at + 128),
+                        _mm512_loadu_si512(at + 192)};
+      if (Units::has_zero(block)) break;
       char* into = dst + done * Units::unit;
-      _mm512_storeu_si512(into, low);
-      _mm512_storeu_si512(into + 64, high);
+      _mm512_storeu_si512(into, block.a);
+      _mm512_storeu_si512(into + 64, block.b);
+      _mm512_storeu_si512(into + 128, block.c);
+      _mm512_storeu_si512(into + 192, block.d);
       done += step;
     }
-  } while (done < room && copy_step<Units>(src, dst, room, done));
+  } while (done < room && copy_step<Units, 4>(src, dst, room, done));
   return {done, done};
 }
 
@@ -635,7 +676,8 @@ Run copy(const void* src, void* dst, std::size_t room) {
   std::size_t done = 0;
   const auto* from = static_cast<const char*>(src);
   auto* into = static_cast<char*>(dst);
-  if (room > 0 && copy_step<Units>(from, into, room, done)) return copy_further<Units>(from, into, room, done);
+  if (room > 0 && copy_step < Units, Units::unit == 1 ? 2 : 3 > (from, into, room, done))
+    return copy_further<Units>(from, into, room, done);
   return {done, done};
 }
 
