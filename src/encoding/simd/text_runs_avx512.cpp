@@ -57,6 +57,7 @@ struct Counted {
 
 // A text is readable to the end of each page it reaches, and one unit beyond what is known to be no terminator.
 struct TerminatedBytes {
+  static constexpr bool is_terminated = true;
   static bool goes_on(std::size_t /*read*/) { return true; }
   static std::size_t readable(const char* src, std::size_t read, std::size_t most) {
     const char* at = src + read;
@@ -221,7 +222,9 @@ template <bool writes, class Bound>
 [[gnu::always_inline]] inline bool decode_step(const char* src, Bound bound, char* dst, std::size_t room, Ends& ends) {
   const std::size_t readable = bound.readable(src, ends.read, step_bytes);
   if (readable == 0) return false;
-  const Vector bytes = _mm512_maskz_loadu_epi8(first(readable), src + ends.read);
+  const Vector bytes = Bound::is_terminated && readable == step_bytes
+                           ? _mm512_loadu_si512(src + ends.read)
+                           : _mm512_maskz_loadu_epi8(first(readable), src + ends.read);
   const Mask nonzero = _mm512_test_epi8_mask(bytes, bytes);
   const Mask inside = trailing_ones(nonzero);
   const std::size_t text = lowest_bit(~nonzero);
