@@ -2,7 +2,9 @@
 
 namespace zvrt {
 
-CpuLevel cpu_level() {
+namespace {
+
+CpuLevel level_of_processor() {
   __builtin_cpu_init();
   const bool sse41 =
       __builtin_cpu_supports("ssse3") && __builtin_cpu_supports("sse4.1") && __builtin_cpu_supports("popcnt");
@@ -16,6 +18,13 @@ CpuLevel cpu_level() {
                       __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512ifma") &&
                       __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512vbmi2");
   return avx512 ? CpuLevel::avx512 : CpuLevel::avx2;
+}
+
+}  // namespace
+
+CpuLevel cpu_level() {
+  const CpuLevel level = level_of_processor();
+  return level < CpuLevel::ZVRT_HIGHEST_LEVEL ? level : CpuLevel::ZVRT_HIGHEST_LEVEL;
 }
 
 }  // namespace zvrt
