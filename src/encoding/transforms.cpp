@@ -141,11 +141,12 @@ class Utf8Sink {
   Status status_ = ZVRT_RC_OK;
 };
 
-// Ordinary text goes through the sink's kernel; what that leaves is decoded one sequence at a time.
+// Ordinary text goes through the sink's kernel; what that leaves is decoded one sequence at a time. A kernel looks at all
+// it is given, `readable` bytes at most; a sequence is looked at no further than it is well-formed.
 template <class Sink>
-Moved decode_text(const char* src, std::int64_t bytes, Sink sink) {
+Moved decode_text(const char* src, std::int64_t bytes, std::int64_t readable, Sink sink) {
   for (std::int64_t used = 0; used < bytes;) {
-    used += sink.take_run(src + used, bytes - used);
+    if (used < readable) used += sink.take_run(src + used, readable - used);
     if (used == bytes) break;
     const Utf8Sequence sequence = decode_utf8(src + used, bytes - used);
     if (sequence.kind == Utf8::incomplete) return sink.moved(ZVRT_RC_TRUNCATED);
@@ -220,7 +221,7 @@ Status convert_utf32(const void* src, std::int64_t units, StoppingSink<std::uint
 }  // namespace
 
 Moved utf8_to_wide(const char* src, std::int32_t bytes, void* dst, std::int32_t room) {
-  return decode_text(src, bytes, WideSink(dst, room));
+  return decode_text(src, bytes, bytes, WideSink(dst, room));
 }
 
 Moved wide_to_utf8(const void* src, std::int32_t units, char* dst, std::int32_t room) {
@@ -230,7 +231,7 @@ Moved wide_to_utf8(const void* src, std::int32_t units, char* dst, std::int32_t 
 Measured decode_rest(const char* src, void* dst, std::int32_t room, Run taken) {
   const auto read = static_cast<std::int32_t>(taken.read);
   const std::int32_t rest = std::min(length_of(src + read), INT32_MAX - read);
-  return {decode_text(src + read, rest, WideSink(dst, room, taken.written)), read + rest};
+  return {decode_text(src + read, rest, rest, WideSink(dst, room, taken.written)), read + rest};
 }
 
 Measured encode_rest(const void* src, char* dst, std::int32_t room, Run taken) {
@@ -242,16 +243,19 @@ Measured encode_rest(const void* src, char* dst, std::int32_t room, Run taken) {
 
 }  // namespace zvrt
 
+// A caller may count more than there is: nothing behind a terminator is looked at.
 uint32_t Convert8To32(wchar_t* dst, int32_t dstUnits, const char* src, int32_t srcBytes, uint32_t* count) {
-  return zvrt::report(zvrt::utf8_to_wide(src, srcBytes, dst, dstUnits), count);
+  const int32_t readable = zvrt::length_within(src, srcBytes);
+  return zvrt::report(zvrt::decode_text(src, srcBytes, readable, zvrt::WideSink(dst, dstUnits)), count);
 }
 
 uint32_t Convert8To16(uint16_t* dst, int32_t dstUnits, const char* src, int32_t srcBytes, uint32_t* count) {
-  return zvrt::report(zvrt::decode_text(src, srcBytes, zvrt::Utf16Sink(dst, dstUnits)), count);
+  return zvrt::report(zvrt::decode_text(src, srcBytes, srcBytes, zvrt::Utf16Sink(dst, dstUnits)), count);
 }
 
 uint32_t Convert32To8(char* dst, int32_t dstBytes, const wchar_t* src, int32_t srcUnits, uint32_t* count) {
-  return zvrt::report(zvrt::wide_to_utf8(src, srcUnits, dst, dstBytes), count);
+  const void* text = src;
+  return zvrt::report(zvrt::wide_to_utf8(text, zvrt::length_within(text, srcUnits), dst, dstBytes), count);
 }
 
 uint32_t Convert16To8(char* dst, int32_t dstBytes, const uint16_t* src, int32_t srcUnits, uint32_t* count) {

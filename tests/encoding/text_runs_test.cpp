@@ -265,7 +265,8 @@ class TextRuns : public ::testing::Test {
     const std::size_t needed = expected.written.size() / direction.written_unit;
     const unsigned where = below(4) * 7;
     const char* src = source_.put(text, where);
-    const std::string closed = open_text + std::string(direction.source_unit, '\0');
+    // Behind the terminator the page may go on for a little.
+    const std::string closed = open_text + std::string(direction.source_unit, '\0') + std::string(below(5), 'k');
     const char* terminated = other_.put(closed, where);
     SCOPED_TRACE(::testing::Message() << version.name << ", text of " << text.size() << " bytes at " << where << ": "
                                       << ::testing::PrintToString(text));

@@ -128,8 +128,11 @@ TEST(Transforms, RandomTextAtEveryCapacity) {
       append<std::uint32_t>(wide, pick(wide_pieces) >> (random() % 2 == 0 ? 0 : 8));
     }
     for (const Transform& t : transforms) {
-      bench.expect_at_every_capacity(t, t.src_unit == 1 ? narrow : t.src_unit == 2 ? half : wide);
+      const std::string& text = t.src_unit == 1 ? narrow : t.src_unit == 2 ? half : wide;
+      bench.expect_at_every_capacity(t, text);
       if (HasFatalFailure()) return;
+      const std::string closed = text + std::string(static_cast<std::size_t>(t.src_unit), '\0');
+      ASSERT_TRUE(bench.agrees(t, closed, static_cast<int>(random() % 40), 100));
     }
   }
 }

@@ -61,13 +61,16 @@ struct TerminatedBytes {
   static bool goes_on(std::size_t /*read*/) { return true; }
   static std::size_t readable(const char* src, std::size_t read, std::size_t most) {
     const char* at = src + read;
-    std::size_t bytes = least(to_page_end(at), most);
-    if (bytes < longest_form) [[unlikely]] {
-      while (bytes < longest_form && at[bytes - 1] != 0) ++bytes;
-    }
-    return bytes;
+    const std::size_t bytes = least(to_page_end(at), most);
+    if (bytes >= longest_form) [[likely]]
+      return bytes;
+    // A character may stand across the pages; what the next one has of it is looked for byte by byte.
+    std::size_t known = 1;
+    while (known < longest_form && at[known - 1] != 0) ++known;
+    return known > bytes ? known : bytes;
   }
 
+ private:
   static constexpr std::size_t longest_form = 4;
 };
 
