@@ -44,7 +44,7 @@ inline Moved decode_counted(const FldDef& field, Text<char> text, Place<Wide> pl
 inline Moved encode_counted(const FldDef& field, Text<Wide> text, Place<char> place, Written written) {
   std::uint32_t count = 0;
   const Status status = service_encode(field, text.at, within_service(text.count), place.at, place.room, &count);
-  if (status == ZVRT_RC_TRUNCATED && written == Written::exact) {
+  if (status == ZVRT_RC_TRUNCATED && written == Written::exact && count > static_cast<std::uint32_t>(place.room)) {
     return {count, encode_what_fits(field, text, place), status};
   }
   return {count, written_of(count, place.room), status};
