@@ -14,6 +14,7 @@
 #include "frame/read_ahead.h"
 #include "frame/units.h"
 #include "frame/wraps.h"
+#include "numeric/plain_numbers.h"
 #include "numeric/powers_of_ten.h"
 
 using namespace zvrt;
@@ -171,6 +172,10 @@ bool is_short(std::uint64_t significand, std::int64_t exponent) {
          exponent <= greatest_exact_power;
 }
 
+double plain_double(const PlainNumber& number) {
+  return static_cast<double>(number.significand) / exact_powers[static_cast<std::size_t>(number.places)];
+}
+
 double short_double(std::uint64_t significand, std::int64_t exponent) {
   const auto whole = static_cast<double>(static_cast<std::int64_t>(significand));
   return exponent < 0 ? whole / exact_powers[static_cast<std::size_t>(-exponent)]
@@ -286,13 +291,20 @@ Status read(const Call& call) {
     *call.outLen = size;
     return ZVRT_RC_TRUNCATED;
   }
+  const auto accept = [&call](Float value) {
+    store<Float>(call.dst, 0, value);
+    *call.outLen = size;
+    return ZVRT_RC_OK;
+  };
+  if (read_plain_number != nullptr) {  // in which no number is outside either type's range
+    const PlainNumber plain = read_plain_number(call.src);
+    if (plain.significand != 0) return accept(static_cast<Float>(plain_double(plain)));
+  }
   const double value = read_double(call.src);
   const auto result = static_cast<Float>(value);
   const bool underflows = result == 0 && value != 0;
   if (!(result <= std::numeric_limits<Float>::max()) || underflows) return refused;  // not a number, or too large
-  store<Float>(call.dst, 0, result);
-  *call.outLen = size;
-  return ZVRT_RC_OK;
+  return accept(result);
 }
 
 }  // namespace
