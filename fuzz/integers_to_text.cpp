@@ -1,32 +1,19 @@
 // Integers of every type by every version against std::to_string, into any room, and back.
-#include "frame/cpu.h"
 #include "input.h"
-#include "numeric/integer_cases.h"
-#include "numeric/integers.h"
+#include "numeric/integer_versions.h"
 
 namespace {
 
 using namespace zvrt_test;
 
 template <class Int>
-void check_value(Int value, std::int32_t size, std::int32_t src_len) {
-  const OffsetSource<Int> src(value);
+void check_value(Int value, std::int32_t size, std::int32_t told) {
   const std::string text = decimal(value);
-  const Rendered expected = rendered_wide(text, size);
-  for (const auto& [level, versions] : {std::pair{zvrt::CpuLevel::baseline, &zvrt::plain_integers},
-                                        std::pair{zvrt::CpuLevel::sse41, &zvrt::sse41_integers},
-                                        std::pair{zvrt::CpuLevel::avx512, &zvrt::avx512_integers}}) {
-    if (zvrt::cpu_level() < level) continue;
+  for (const Version& version : versions()) {
     GuardedBuffer dst(static_cast<std::size_t>(std::max(size, 0)));
-    std::int32_t length = src_len;
-    std::uint32_t out_len = 99;
-    ASSERT_EQ(versions->render[zvrt::place_of<Int>](src.get(), &length, dst.as<>(), size, &out_len, nullptr),
-              expected.status);
-    ASSERT_EQ(dst.bytes(), expected.image);
+    check_rendered(version.conversions->render[zvrt::place_of<Int>], value, dst, size, told);
     ASSERT_TRUE(dst.untouched_from(dst.size()));
-    ASSERT_EQ(out_len, text.size());
-    ASSERT_EQ(length, src_len == 0 ? std::int32_t{sizeof(Int)} : src_len);
-    if (expected.status == ZVRT_RC_OK) check_parsed<Int>(versions->parse[zvrt::place_of<Int>], dst.as<>(), text);
+    if (rendered_wide(text, size).status == ZVRT_RC_OK) check_text<Int>(dst.as<>(), widened(text));
   }
 }
 

@@ -1,29 +1,10 @@
 // Text to integers by every version and reader against a reading digit by digit, modulo 2^64.
-#include "frame/cpu.h"
 #include "input.h"
-#include "numeric/integer_cases.h"
-#include "numeric/integers.h"
-#include "numeric/text_to_integer_model.h"
+#include "numeric/integer_versions.h"
 
 namespace {
 
 using namespace zvrt_test;
-
-template <class Int>
-void check_versions(const void* src, const std::u32string& text) {
-  const bool valid = is_number(text, std::is_signed_v<Int>);
-  for (const auto& [level, versions] : {std::pair{zvrt::CpuLevel::baseline, &zvrt::plain_integers},
-                                        std::pair{zvrt::CpuLevel::sse41, &zvrt::sse41_integers},
-                                        std::pair{zvrt::CpuLevel::avx512, &zvrt::avx512_integers}}) {
-    if (zvrt::cpu_level() < level) continue;
-    ZVRTConversion* const parse = versions->parse[zvrt::place_of<Int>];
-    if (valid) {
-      check_parsed<Int>(parse, src, std::string(text.begin(), text.end()));
-    } else {
-      check_refused(parse, sizeof(Int), src, ZVRT_RC_INVALID_INTEGER);
-    }
-  }
-}
 
 void check_run(const void* src, const std::u32string& text, std::int32_t start, std::int32_t most) {
   const RunReading expected = read_run(text, start, most);
@@ -60,12 +41,12 @@ void zvrt_fuzz::check(Input input) {
   }
   // Digits stand behind the terminator, and the memory ends where they end.
   const void* const src = source.put(wide_bytes(text) + std::string(behind, '1'));
-  check_versions<std::uint8_t>(src, text);
-  check_versions<std::int16_t>(src, text);
-  check_versions<std::uint32_t>(src, text);
-  check_versions<std::int32_t>(src, text);
-  check_versions<std::uint64_t>(src, text);
-  check_versions<std::int64_t>(src, text);
+  check_text<std::uint8_t>(src, text);
+  check_text<std::int16_t>(src, text);
+  check_text<std::uint32_t>(src, text);
+  check_text<std::int32_t>(src, text);
+  check_text<std::uint64_t>(src, text);
+  check_text<std::int64_t>(src, text);
   check_run(src, text, std::min(1, static_cast<std::int32_t>(text.size())), most);
   check_field(std::string(text.begin(), text.end()));
 }

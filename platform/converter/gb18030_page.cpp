@@ -1,5 +1,7 @@
 #include "gb18030_page.h"
 
+#include "frame/wraps.h"
+
 namespace zvrt {
 
 namespace {
@@ -25,7 +27,7 @@ struct Quadruple {
 
 constexpr std::uint32_t no_index = 0xFFFFFFFF;
 
-std::uint32_t index_of(const unsigned char* text, std::size_t available) {
+ZVRT_WRAPS std::uint32_t index_of(const unsigned char* text, std::size_t available) {
   if (available < 4) return no_index;
   const std::uint32_t a = text[0] - 0x81U;
   const std::uint32_t b = text[1] - 0x30U;
@@ -65,7 +67,7 @@ bool Gb18030Page::learn_quadruples(const IcuConverter& icu) {
   return has_planes_in_order(icu);
 }
 
-Decoded Gb18030Page::read(const unsigned char* text, std::size_t available) const {
+ZVRT_WRAPS Decoded Gb18030Page::read(const unsigned char* text, std::size_t available) const {
   const Decoded shorter = tables_.characters.read(text, available);
   if (shorter.length != 0) return shorter;
   const std::uint32_t index = index_of(text, available);
@@ -74,7 +76,7 @@ Decoded Gb18030Page::read(const unsigned char* text, std::size_t available) cons
   return {0x10000 + supplementary, supplementary < 0x100000 ? 4U : 0U};
 }
 
-Encoded Gb18030Page::write(char32_t character) const {
+ZVRT_WRAPS Encoded Gb18030Page::write(char32_t character) const {
   const Code code = tables_.code_of[character];
   if (code != no_code) return {code, length_of(code)};
   const std::uint32_t supplementary = character - 0x10000;

@@ -6,12 +6,6 @@
 
 namespace zvrt_test {
 
-std::uint32_t FakePlatform::called(const std::string& operation) {
-  calls.push_back(operation);
-  const auto failure = failures.find({operation, ++counts[operation]});
-  return failure == failures.end() ? 0 : failure->second;
-}
-
 FakePlatform& fake_platform() {
   static FakePlatform platform;
   return platform;

@@ -10,14 +10,15 @@ namespace zvrt_test {
 
 struct FakePlatform {
   std::vector<std::string> calls;
-  // The status an operation returns at its nth call (from 1); 0 in all other calls.
-  std::map<std::pair<std::string, int>, std::uint32_t> failures;
-  std::map<std::string, int> counts;
-  const std::int32_t* counter = nullptr;  // the reference count, seen when it is incremented
+  std::map<std::size_t, std::uint32_t> failures;  // the status of the nth call (from 0); that of all others is 0
+  const std::int32_t* counter = nullptr;          // the reference count, seen when it is incremented
 
   void reset() { *this = FakePlatform{}; }
-  void fail(const std::string& operation, std::uint32_t status, int nth = 1) { failures[{operation, nth}] = status; }
-  std::uint32_t called(const std::string& operation);
+  std::uint32_t called(const std::string& operation) {
+    const auto failure = failures.find(calls.size());
+    calls.push_back(operation);
+    return failure == failures.end() ? 0 : failure->second;
+  }
 };
 
 FakePlatform& fake_platform();

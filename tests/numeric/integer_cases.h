@@ -90,24 +90,29 @@ class OffsetSource {
   alignas(8) char bytes_[sizeof(Int) + 1] = {};
 };
 
+// Into a destination of this size that still carries the mark; `told` is the source length given.
+template <class Int>
+void check_rendered(ZVRTConversion* render, Int value, GuardedBuffer& dst, std::int32_t size, std::int32_t told) {
+  const std::string text = decimal(value);
+  const Rendered expected = rendered_wide(text, size);
+  std::int32_t src_len = told;
+  std::uint32_t out_len = 99;
+  const OffsetSource<Int> src(value);
+  ASSERT_EQ(render(src.get(), &src_len, dst.as<>(), size, &out_len, nullptr), expected.status)
+      << text << " into " << size << " bytes";
+  ASSERT_EQ(dst.bytes(), expected.image) << text << " into " << size << " bytes";
+  ASSERT_EQ(out_len, text.size()) << text << " into " << size << " bytes";
+  ASSERT_EQ(src_len, told == 0 ? std::int32_t{sizeof(Int)} : told);
+}
+
 // Into every size from 0 on, each ending at the guard page, so that the destination stands at every alignment.
 template <class Int>
 void check_rendering(ZVRTConversion* render, const std::vector<Int>& values, std::int32_t largest_size) {
   for (std::int32_t size = 0; size <= largest_size; ++size) {
     GuardedBuffer dst(static_cast<std::size_t>(size));
     for (const Int value : values) {
-      const std::string text = decimal(value);
-      const Rendered expected = rendered_wide(text, size);
       std::memset(dst.as<>(), GuardedBuffer::mark, dst.size());
-      const std::int32_t told = value % 3 == 0 ? 0 : 17;
-      std::int32_t src_len = told;
-      std::uint32_t out_len = 99;
-      const OffsetSource<Int> src(value);
-      const std::uint32_t status = render(src.get(), &src_len, dst.as<>(), size, &out_len, nullptr);
-      ASSERT_EQ(status, expected.status) << text << " into " << size << " bytes";
-      ASSERT_EQ(dst.bytes(), expected.image) << text << " into " << size << " bytes";
-      ASSERT_EQ(out_len, text.size()) << text << " into " << size << " bytes";
-      ASSERT_EQ(src_len, told == 0 ? std::int32_t{sizeof(Int)} : told);
+      ASSERT_NO_FATAL_FAILURE(check_rendered(render, value, dst, size, value % 3 == 0 ? 0 : 17));
     }
     ASSERT_TRUE(dst.untouched_from(dst.size())) << "before the buffer";
   }

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "ZVRTDataCnvLib.h"
+#include "support/guarded_buffer.h"
 
 namespace zvrt_test {
 namespace {
@@ -30,6 +31,8 @@ Source wide(std::wstring_view text) {
   const std::wstring terminated(text);
   return bytes_of(terminated.c_str(), (terminated.size() + 1) * sizeof(wchar_t));
 }
+// As a field without a terminator has it.
+Source open(const Source& text, std::size_t terminator) { return bytes_of(text->data(), text->size() - terminator); }
 Source prefixed(const Source& text, std::size_t terminator) {
   const auto size = static_cast<std::uint16_t>(text->size() - terminator);
   std::vector<std::byte> value(2 + size);
@@ -42,15 +45,29 @@ Source value(const Value& number) {
   return bytes_of(&number, sizeof number);
 }
 
+// A model's tokenised form.
+class Model {
+ public:
+  explicit Model(const wchar_t* text)
+      : length_(static_cast<std::int32_t>(std::wcslen(text))), codes_((std::wcslen(text) + 1) * sizeof(FmtCode)) {
+    std::memset(codes_.as<>(), 0, codes_.size());
+    DtKind kind = 0;
+    ZVRTGetFormatCodes(text, codes_.as<FmtCode>(), &kind);
+  }
+  std::int32_t length() const { return length_; }
+  const FmtCode* codes() { return codes_.as<FmtCode>(); }
+
+ private:
+  std::int32_t length_;
+  GuardedBuffer codes_;
+};
+
 // A field descriptor for a code page and, or, a format model.
 class Field {
  public:
-  explicit Field(std::uint32_t code_page, const wchar_t* model = L"")
-      : codes_(std::make_unique<std::array<FmtCode, 64>>()) {
-    DtKind kind = 0;
-    ZVRTGetFormatCodes(model, codes_->data(), &kind);
-    format_.model = codes_->data();
-    format_.modelLen = static_cast<std::int32_t>(std::wcslen(model));
+  explicit Field(std::uint32_t code_page, const wchar_t* model = L"") : model_(model) {
+    format_.model = model_.codes();
+    format_.modelLen = model_.length();
     field_.codePage = code_page;
     field_.dtFormat = &format_;
   }
@@ -59,7 +76,7 @@ class Field {
   const FldDef* get() const { return &field_; }
 
  private:
-  std::unique_ptr<std::array<FmtCode, 64>> codes_;
+  Model model_;
   DtFormatDesc format_{};
   FldDef field_{};
 };
@@ -76,14 +93,31 @@ class Calls {
       return conversion(source->data(), &length, destination.data(), room_given, &out,
                         field == nullptr ? nullptr : field->get());
     });
+    convert_there(function, conversion, words, source, source_length, room_given, field);
   }
   void add(const char* function, const char* words, std::function<std::uint32_t()> call) {
     calls_.push_back({function, words, std::move(call)});
   }
+  // Not part of the ordinary work, but on any buffers.
+  void convert_there(const char* function, ZVRTConversion* conversion, const char* words, const Source& source,
+                     std::int32_t source_length = 0, std::int32_t room_given = room,
+                     const std::shared_ptr<Field>& field = nullptr) {
+    const auto size = room_given == room ? std::nullopt : std::optional(room_given);
+    add_there(function, words, source, source_length, size, 1, [=](Buffers& b) {
+      return conversion(b.src, &b.length, b.dst, b.size, &b.out_length, field == nullptr ? nullptr : field->get());
+    });
+  }
+  void add_there(const char* function, const char* words, const Source& source, std::int32_t length,
+                 std::optional<std::int32_t> size, std::size_t unit, std::function<std::uint32_t(Buffers&)> call) {
+    const std::string bytes(reinterpret_cast<const char*>(source->data()), source->size());
+    there_.push_back({function, words, bytes, length, size, unit, std::move(call)});
+  }
   std::vector<OrdinaryCall> take() { return std::move(calls_); }
+  std::vector<CallOnBuffers> take_there() { return std::move(there_); }
 
  private:
   std::vector<OrdinaryCall> calls_;
+  std::vector<CallOnBuffers> there_;
 };
 
 #define NAMED(function) #function, function
@@ -113,8 +147,9 @@ void add_text(Calls& calls) {
   const Source bytes = narrow(name.text);
   const Source characters = wide(name.wide);
   calls.convert(NAMED(ZVRTCnvVarcharToWVarcharSz), name.words, prefixed(bytes, 1));
-  calls.convert(NAMED(ZVRTCnvCharToWVarcharSz), name.words, bytes, static_cast<std::int32_t>(bytes->size() - 1));
-  calls.convert(NAMED(ZVRTCnvWCharToVarcharSz), name.words, characters,
+  calls.convert(NAMED(ZVRTCnvCharToWVarcharSz), name.words, open(bytes, 1),
+                static_cast<std::int32_t>(bytes->size() - 1));
+  calls.convert(NAMED(ZVRTCnvWCharToVarcharSz), name.words, open(characters, sizeof(wchar_t)),
                 static_cast<std::int32_t>(characters->size() - sizeof(wchar_t)));
   calls.convert(NAMED(ZVRTCnvWVarcharToVarcharSz), name.words, prefixed(characters, sizeof(wchar_t)));
   calls.convert(NAMED(ZVRTCnvWVarcharSzToVarchar), name.words, characters);
@@ -232,10 +267,10 @@ void add_timestamps(Calls& calls) {
   calls.convert(NAMED(ZVRTCnvZVRTTSToChar), iso.words, record, 0, room, field);
   calls.convert(NAMED(ZVRTCnvZVRTTSToVarchar), iso.words, record, 0, room, field);
   calls.convert(NAMED(ZVRTCnvZVRTTSToVarcharSz), iso.words, record, 0, room, field);
-  calls.convert(NAMED(ZVRTCnvDateTimeCharToZVRTTS), iso.words, bytes, length, room, field);
+  calls.convert(NAMED(ZVRTCnvDateTimeCharToZVRTTS), iso.words, open(bytes, 1), length, room, field);
   calls.convert(NAMED(ZVRTCnvDateTimeVarcharToZVRTTS), iso.words, prefixed(bytes, 1), 0, room, field);
   calls.convert(NAMED(ZVRTCnvDateTimeSzToZVRTTS), iso.words, bytes, 0, room, field);
-  calls.convert(NAMED(ZVRTCnvDateTimeWcharToZVRTTS), iso.words, characters, length, room, field);
+  calls.convert(NAMED(ZVRTCnvDateTimeWcharToZVRTTS), iso.words, open(characters, sizeof(wchar_t)), length, room, field);
   calls.convert(NAMED(ZVRTCnvDateTimeWVarcharToZVRTTS), iso.words, prefixed(characters, sizeof(wchar_t)), 0, room,
                 field);
   calls.add("ZVRTGetStringFromTS", "05/03/2024 07:08:09:001234", [] {
@@ -259,9 +294,208 @@ void add_timestamps(Calls& calls) {
   });
 }
 
-}  // namespace
+template <class T>
+T* in(void* place) {
+  return static_cast<T*>(place);
+}
+template <class T>
+const T* in(const void* place) {
+  return static_cast<const T*>(place);
+}
 
-std::vector<OrdinaryCall> ordinary_calls() {
+void add_other_strings(Calls& calls) {
+  const Sample& name = samples[1];
+  const Source bytes = narrow(name.text), characters = wide(name.wide);
+  const auto bytes_long = static_cast<std::int32_t>(bytes->size() - 1);
+  const auto wide_long = static_cast<std::int32_t>(characters->size() - sizeof(wchar_t));
+  calls.convert_there(NAMED(ZVRTCnvCharToVarcharSz), name.words, open(bytes, 1), bytes_long);
+  calls.convert_there(NAMED(ZVRTCnvWCharToWVarcharSz), name.words, open(characters, sizeof(wchar_t)), wide_long);
+  calls.convert_there(NAMED(ZVRTCnvVarcharToVarcharSz), name.words, prefixed(bytes, 1));
+  calls.convert_there(NAMED(ZVRTCnvWVarcharToWVarcharSz), name.words, prefixed(characters, sizeof(wchar_t)));
+  calls.convert_there(NAMED(ZVRTCnvVarcharSzToChar), name.words, bytes);
+  calls.convert_there(NAMED(ZVRTCnvVarcharSzToVarchar), name.words, bytes);
+  calls.convert_there(NAMED(ZVRTCnvVarcharSzToWChar), name.words, bytes);
+  calls.convert_there(NAMED(ZVRTCnvWVarcharSzToChar), name.words, characters);
+  calls.convert_there(NAMED(ZVRTCnvWVarcharSzToWChar), name.words, characters);
+  calls.convert_there(NAMED(ZVRTCnvWVarcharSzToWVarchar), name.words, characters);
+  calls.convert_there(NAMED(ZVRTCnvWVarcharSzToWVarcharSzOut), name.words, characters);
+}
+
+// The length is that of the source in units; the destination's unit is told.
+void add_transforms(Calls& calls) {
+  static constexpr char16_t text[] = u"Élodie 😀";
+  const Source bytes = open(narrow("Élodie 😀"), 1), characters = open(wide(L"Élodie 😀"), 4);
+  const Source halves = bytes_of(text, sizeof text - 2);
+  calls.add_there("Convert8To32", "9 characters", bytes, 12, {}, 4, [](Buffers& b) {
+    return Convert8To32(in<wchar_t>(b.dst), b.size / 4, in<char>(b.src), b.length, &b.out_length);
+  });
+  calls.add_there("Convert8To16", "9 characters", bytes, 12, {}, 2, [](Buffers& b) {
+    return Convert8To16(in<std::uint16_t>(b.dst), b.size / 2, in<char>(b.src), b.length, &b.out_length);
+  });
+  calls.add_there("Convert32To8", "9 characters", characters, 8, {}, 1, [](Buffers& b) {
+    return Convert32To8(in<char>(b.dst), b.size, in<wchar_t>(b.src), b.length, &b.out_length);
+  });
+  calls.add_there("Convert32To16", "9 characters", characters, 8, {}, 2, [](Buffers& b) {
+    return Convert32To16(in<wchar_t>(b.src), b.length, in<std::uint16_t>(b.dst), b.size / 2, &b.out_length);
+  });
+  calls.add_there("Convert16To8", "9 characters", halves, 9, {}, 1, [](Buffers& b) {
+    return Convert16To8(in<char>(b.dst), b.size, in<std::uint16_t>(b.src), b.length, &b.out_length);
+  });
+  calls.add_there("Convert16To32", "9 characters", halves, 9, {}, 4, [](Buffers& b) {
+    return Convert16To32(in<std::uint16_t>(b.src), b.length, in<wchar_t>(b.dst), b.size / 4, &b.out_length);
+  });
+  calls.add_there("ConvertFrom8", "an emoji", open(narrow("😀"), 1), 4, 4, 1, [](Buffers& b) {
+    const char* at = in<char>(b.src);
+    std::uint32_t status = 0;
+    ConvertFrom8(in<std::uint32_t>(b.dst), &at, b.length, &status, &b.out_length);
+    return status;
+  });
+  calls.add_there("ConvertTo8", "an emoji", bytes, 0, {}, 1, [](Buffers& b) {
+    char* at = in<char>(b.dst);
+    std::uint32_t status = 0;
+    b.out_length = 0;
+    ConvertTo8(&at, b.size, 0x1F600, &status, &b.out_length);
+    return status;
+  });
+}
+
+// In place: the text is copied to the destination first.
+void add_other_trimming(Calls& calls) {
+  const Source text = narrow("  Anna Smith  "), wide_text = wide(L"\t Anna Smith  ");
+  const auto size = static_cast<std::int32_t>(text->size());
+  calls.add_there("TrimSpaces", "code page 1208", text, size - 1, size, 1, [](Buffers& b) {
+    std::memcpy(b.dst, b.src, static_cast<std::size_t>(b.size));
+    return TrimSpaces(in<char>(b.dst), &b.length, 1, 1, 1208, '2');
+  });
+  calls.add_there("TrimSpacesA", "14 bytes", text, size - 1, size, 1, [](Buffers& b) {
+    std::memcpy(b.dst, b.src, static_cast<std::size_t>(b.size));
+    return TrimSpacesA(in<char>(b.dst), &b.length, 1, 1);
+  });
+  calls.add_there("TrimSpacesW", "14 characters", wide_text, size - 1, size * 4, 1, [](Buffers& b) {
+    std::memcpy(b.dst, b.src, static_cast<std::size_t>(b.size));
+    return TrimSpacesW(in<wchar_t>(b.dst), &b.length, 1, 1);
+  });
+  calls.add_there("TrimAllSpacesTabsW", "14 characters", wide_text, size - 1, size * 4, 1, [](Buffers& b) {
+    std::memcpy(b.dst, b.src, static_cast<std::size_t>(b.size));
+    return TrimAllSpacesTabsW(in<wchar_t>(b.dst), &b.length);
+  });
+  const auto field = std::make_shared<Field>(37);
+  calls.add_there("InitializeCharBufferWithSpaces", "code page 37", text, 0, 37, 1,
+                  [field](Buffers& b) { return InitializeCharBufferWithSpaces(b.dst, b.size, field->get()); });
+  calls.add_there("ZVRT_MultiByteToWideChar", "code page 37", open(narrow("\xC1\x95\x95\x81"), 1), 4, {}, 1,
+                  [field](Buffers& b) {
+                    return ZVRT_MultiByteToWideChar(field->get(), b.src, b.length, b.dst, b.size, &b.out_length);
+                  });
+  calls.add_there("ZVRT_WideCharToMultiByte", "code page 37", open(wide(L"Anna"), 4), 16, {}, 1, [field](Buffers& b) {
+    return ZVRT_WideCharToMultiByte(field->get(), b.src, b.length, b.dst, b.size, &b.out_length);
+  });
+}
+
+void add_other_numbers(Calls& calls) {
+  const Source digits = wide(L"4711");
+  const Source eight = value(std::int64_t{-1}), four = value(std::int32_t{-1});
+  const Source two = value(std::int16_t{-1}), one = value(std::int8_t{-1});
+  const struct {
+    const char* function;
+    ZVRTConversion* conversion;
+    const Source& source;
+  } rows[] = {
+      {NAMED(ZVRTCnvULONGLONGToWVarcharSzOut), eight}, {NAMED(ZVRTCnvLongLongToWVarcharSzOut), eight},
+      {NAMED(ZVRTCnvUIntToWVarcharSz), four},          {NAMED(ZVRTCnvUIntToWVarcharSzOut), four},
+      {NAMED(ZVRTCnvUIntToVarcharSz), four},           {NAMED(ZVRTCnvIntToWVarcharSz1Out), four},
+      {NAMED(ZVRTCnvSmallUIntToWVarcharSz), two},      {NAMED(ZVRTCnvSmallUIntToWVarcharSzOut), two},
+      {NAMED(ZVRTCnvSmallIntToWVarcharSzOut), two},    {NAMED(ZVRTCnvTinyUIntToWVarcharSz), one},
+      {NAMED(ZVRTCnvTinyUIntToWVarcharSzOut), one},    {NAMED(ZVRTCnvTinyIntToWVarcharSz), one},
+      {NAMED(ZVRTCnvTinyIntToWVarcharSzOut), one},     {NAMED(ZVRTCnvWVarcharSzToULONGLONG), digits},
+      {NAMED(ZVRTCnvWVarcharSzToUInt), digits},        {NAMED(ZVRTCnvWVarcharSzToSmallUInt), digits},
+      {NAMED(ZVRTCnvWVarcharSzToSmallInt), digits},    {NAMED(ZVRTCnvWVarcharSzToTinyUInt), digits},
+      {NAMED(ZVRTCnvWVarcharSzToTinyInt), digits},
+  };
+  for (const auto& row : rows) calls.convert_there(row.function, row.conversion, "a number", row.source);
+  calls.convert_there(NAMED(ZVRTCnvVarcharSzToUInt), "4711", narrow("4711"));
+  calls.convert_there(NAMED(ZVRTCnvDblToWVarcharSzOut), "1234.56", value(1234.56));
+  calls.convert_there(NAMED(ZVRTCnvFltToWVarcharSzOut), "1234.56", value(1234.56F));
+  calls.convert_there(NAMED(ZVRTCnvDecPackedToWVarcharSzOut), "47110", value(std::array<char, 3>{0x47, 0x11, 0x0C}), 3);
+
+  calls.add_there("ZVRTCnvIntToUni", "%05d of 4711", digits, 0, {}, 4,
+                  [](Buffers& b) { return ZVRTCnvIntToUni(in<wchar_t>(b.dst), b.size, "%05d", 4711, &b.out_length); });
+  calls.add_there("ZVRTCnvIntToVarcharSz", "-4711", digits, 0, {}, 1, [](Buffers& b) {
+    std::int32_t length = b.size;
+    const std::uint32_t status = ZVRTCnvIntToVarcharSz(-4711, in<char>(b.dst), &length, 0, '\0');
+    if (status == ZVRT_RC_OK) b.length = length;
+    return status;
+  });
+  calls.add_there("ZVRTCnvIntToWVarcharSz", "-2147483648", digits, 0, 12 * 4, 4,
+                  [](Buffers& b) { return ZVRTCnvIntToWVarcharSz(INT32_MIN, in<wchar_t>(b.dst), &b.out_length); });
+  calls.add_there("FloatToString", "1234.56", digits, 0, {}, 4,
+                  [](Buffers& b) { return FloatToString(in<wchar_t>(b.dst), b.size / 4, 6, 1234.56); });
+  calls.add_there("ZVRTCnvVarcharSzToInt", "a field of a record", open(narrow("ab-4711"), 1), 5, 4, 4, [](Buffers& b) {
+    return ZVRTCnvVarcharSzToInt(in<char>(b.src), in<std::int32_t>(b.dst), 2, b.length, 0, '\0');
+  });
+  calls.add_there("ZVRTCnvWVarcharSzToInt", "a run of a text", open(digits, 4), 3, 4, 4, [](Buffers& b) {
+    return ZVRTCnvWVarcharSzToInt(in<wchar_t>(b.src), in<std::int32_t>(b.dst), 1, b.length);
+  });
+  calls.add_there("ZVRTCnvWVarcharSzToInt2", "to the terminator", digits, 9, 4, 4, [](Buffers& b) {
+    return ZVRTCnvWVarcharSzToInt2(in<wchar_t>(b.src), &b.length, in<std::int32_t>(b.dst), 1, b.length);
+  });
+  calls.add_there("ZVRTCnvCharToInt", "a field with blanks", open(narrow("4 71"), 1), 4, 4, 4,
+                  [](Buffers& b) { return ZVRTCnvCharToInt(in<char>(b.src), b.length, in<std::uint32_t>(b.dst)); });
+  calls.add_there("ConvertBCDToOraVarNum", "1234.56", open(narrow("\x0C\x22\x38"), 1), 3, 5, 1, [](Buffers& b) {
+    GuardedBuffer pairs(b.src, 3);  // they may be changed
+    return static_cast<std::uint32_t>(
+        ConvertBCDToOraVarNum(in<std::uint8_t>(b.dst), pairs.as<std::uint8_t>(), 3, 2, '+'));
+  });
+}
+
+void add_other_dates(Calls& calls) {
+  static constexpr ZVRTTS moment{2024, 3, 5, 7, 8, 9, 1234, {}};
+  const Source record = value(moment), day = value(ZVRTDate{2024, 3, 5}), time = value(ZVRTTime{7, 8, 9});
+  const ModelSample& iso = model_samples[0];
+  const auto field = std::make_shared<Field>(0, iso.model);
+  const auto model = std::make_shared<Model>(iso.model);
+  const auto date_model = std::make_shared<GuardedBuffer>(model_samples[2].model, 15 * sizeof(wchar_t));
+  calls.convert_there(NAMED(ZVRTCnvZVRTTSToWVarcharSzOut), iso.words, record, 0, room, field);
+  calls.convert_there(NAMED(ZVRTCnvZVRTDateToWVarcharSz), iso.words, day, 0, room, field);
+  calls.convert_there(NAMED(ZVRTCnvZVRTDateToWVarcharSzOut), iso.words, day, 0, room, field);
+  calls.convert_there(NAMED(ZVRTCnvZVRTTimeToWVarcharSz), iso.words, time, 0, room, field);
+  calls.convert_there(NAMED(ZVRTCnvZVRTTimeToWVarcharSzOut), iso.words, time, 0, room, field);
+  calls.convert_there(NAMED(ZVRTCnvDateTimeWSzToZVRTDate), iso.words, wide(iso.wide), 0, room, field);
+  calls.convert_there(NAMED(ZVRTCnvDateTimeWSzToZVRTTime), iso.words, wide(iso.wide), 0, room, field);
+  calls.add_there("ZVRTTSToWVarcharSz", iso.words, record, 0, {}, 4, [model](Buffers& b) {
+    return ZVRTTSToWVarcharSz(in<wchar_t>(b.dst), b.size / 4, model->codes(), in<ZVRTTS>(b.src), ZVRT_DT_TIMESTAMP,
+                              &b.out_length);
+  });
+  calls.add_there("ZVRTWVarcharSzToTS", iso.words, wide(iso.wide), 26, sizeof(ZVRTTS), 1, [model](Buffers& b) {
+    return ZVRTWVarcharSzToTS(in<wchar_t>(b.src), b.length, model->codes(), model->length(), in<ZVRTTS>(b.dst),
+                              ZVRT_DT_TIMESTAMP);
+  });
+  calls.add_there("ZVRTValidateDateTime", iso.words, record, 0, 0, 1,
+                  [](Buffers& b) { return ZVRTValidateDateTime(in<ZVRTTS>(b.src), ZVRT_DT_TIMESTAMP); });
+  calls.add_there("ZVRTGetFormatCodes", "%DD-%MMM-%YYYY", wide(model_samples[2].model), 0, 6 * sizeof(FmtCode), 1,
+                  [](Buffers& b) { return ZVRTGetFormatCodes(in<wchar_t>(b.src), in<FmtCode>(b.dst), &b.length); });
+  calls.add_there("ZVRTGetNextCodePosInSourceW", "on at -", wide(L"2024-03-05"), 0, 2 * sizeof(wchar_t), 4,
+                  [model](Buffers& b) {
+                    const FmtCode* code = model->codes() + 1;
+                    const wchar_t* at = in<wchar_t>(b.src);
+                    const std::uint32_t status = ZVRTGetNextCodePosInSourceW(&code, &at, in<wchar_t>(b.dst));
+                    b.length = static_cast<std::int32_t>(at - in<wchar_t>(b.src));
+                    return status;
+                  });
+  calls.add_there("ZVRTGetStringFromTS", iso.words, record, 0, {}, 4, [](Buffers& b) {
+    return ZVRTGetStringFromTS(in<ZVRTTS>(b.src), in<wchar_t>(b.dst), b.size / 4, &b.out_length);
+  });
+  calls.add_there("ZVRTGetStringAFromTS", iso.words, record, 0, {}, 1, [](Buffers& b) {
+    return ZVRTGetStringAFromTS(in<ZVRTTS>(b.src), in<char>(b.dst), b.size, &b.out_length);
+  });
+  const auto dated = [date_model](void* place) { return new (place) DateWithModel{{}, date_model->as<wchar_t>()}; };
+  calls.add_there("ZVRTDateCharToDate", "05-Mar-2024", narrow("05-Mar-2024"), 0, sizeof(DateWithModel), 1,
+                  [dated](Buffers& b) { return ZVRTDateCharToDate(in<char>(b.src), dated(b.dst)); });
+  calls.add_there(
+      "ZVRTUTF16DateCharToDate", "05-Mar-2024", bytes_of(u"05-Mar-2024", 22), 11, sizeof(DateWithModel), 1,
+      [dated](Buffers& b) { return ZVRTUTF16DateCharToDate(in<std::uint16_t>(b.src), b.length, dated(b.dst)); });
+}
+
+Calls every_ordinary_call() {
   Calls calls;
   add_text(calls);
   add_trimming(calls);
@@ -270,7 +504,21 @@ std::vector<OrdinaryCall> ordinary_calls() {
   add_floats(calls);
   add_decimals(calls);
   add_timestamps(calls);
-  return calls.take();
+  return calls;
+}
+
+}  // namespace
+
+std::vector<OrdinaryCall> ordinary_calls() { return every_ordinary_call().take(); }
+
+std::vector<CallOnBuffers> calls_on_buffers() {
+  Calls calls = every_ordinary_call();
+  add_other_strings(calls);
+  add_transforms(calls);
+  add_other_trimming(calls);
+  add_other_numbers(calls);
+  add_other_dates(calls);
+  return calls.take_there();
 }
 
 }  // namespace zvrt_test

@@ -465,7 +465,8 @@ template <class Bound>
   Vector low = load_units<Bound>(at, readable, 0, most);
   Vector high = load_units<Bound>(at, readable, 16, most);
   const Vector words = in_words(low, high);
-  Mask inside = below(Mask{_mm512_testn_epi16_mask(words, words)} | ~Mask{0} << most);
+  constexpr Mask behind = ~((Mask{1} << most) - 1);
+  Mask inside = below(Mask{_mm512_testn_epi16_mask(words, words)} | behind);
   if ((_mm512_cmpgt_epu16_mask(words, repeat16(last_of_two)) & inside) == 0) {
     const Vector units = _mm512_maskz_mov_epi16(static_cast<__mmask32>(inside), words);
     const std::size_t characters = store_forms<2>(spread_short_forms(units), count_of(inside), dst, room, ends);

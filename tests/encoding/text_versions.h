@@ -1,0 +1,245 @@
+// Every version of the text kernels beside the definition, between pages that cannot be touched.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "encoding/text_runs.h"
+#include "encoding/utf8.h"
+#include "frame/cpu.h"
+#include "frame/units.h"
+
+namespace zvrt_test {
+
+using namespace zvrt;
+
+struct Version {
+  const char* name;
+  const TextKernels& kernels;
+};
+
+inline std::vector<Version> versions() {
+  std::vector<Version> all{{"baseline", text_kernels_baseline}};
+  if (cpu_level() >= CpuLevel::avx2) all.push_back({"avx2", text_kernels_avx2});
+  if (cpu_level() >= CpuLevel::avx512) all.push_back({"avx512", text_kernels_avx512});
+  return all;
+}
+
+// Pages that may be touched between two that may not.
+class Arena {
+ public:
+  Arena() {
+    void* base = mmap(nullptr, 2 * page + size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (base == MAP_FAILED) std::abort();
+    begin_ = static_cast<char*>(base) + page;
+    mprotect(begin_, size, PROT_READ | PROT_WRITE);
+  }
+  ~Arena() { munmap(begin_ - page, 2 * page + size); }
+  Arena(const Arena&) = delete;
+  Arena& operator=(const Arena&) = delete;
+
+  // The text flush at the end, at the start, or across the border of two pages.
+  const char* put(const std::string& bytes, std::size_t where) {
+    char* at = where % 3 == 0   ? end() - bytes.size()
+               : where % 3 == 1 ? begin_
+                                : begin_ + page - std::min(where, bytes.size());
+    std::memcpy(at, bytes.data(), bytes.size());
+    return at;
+  }
+  // `bytes` that end at the guard page, marked as is a stretch before them.
+  char* marked(std::size_t bytes) {
+    char* at = end() - bytes;
+    std::memset(at - margin, mark, bytes + margin);
+    return at;
+  }
+  // True when all that was marked still is, but for so many bytes at `dst`.
+  bool untouched_around(const char* dst, std::size_t bytes) {
+    const auto is_mark = [](char byte) { return byte == mark; };
+    return std::all_of(dst - margin, dst, is_mark) &&
+           std::all_of(dst + bytes, static_cast<const char*>(end()), is_mark);
+  }
+
+ private:
+  static constexpr std::size_t page = 4096;
+  static constexpr std::size_t size = 4 * page;
+  static constexpr std::size_t margin = 64;
+  static constexpr char mark = '\x5A';
+
+  char* end() { return begin_ + size; }
+
+  char* begin_;
+};
+
+// What the scalar definition makes of the leading ordinary characters of a text: for each number of them, the source
+// units read and the destination bytes written.
+struct Ordinary {
+  std::vector<std::size_t> read{0};
+  std::string written;
+  std::vector<std::size_t> ends{0};
+};
+
+inline Ordinary decoded(const std::string& text) {
+  Ordinary result;
+  for (std::size_t used = 0; used < text.size();) {
+    const auto remaining = static_cast<std::int64_t>(text.size() - used);
+    const Utf8Sequence sequence = decode_utf8(text.data() + used, remaining);
+    if (sequence.kind != Utf8::character || sequence.code_point == 0) break;
+    used += static_cast<std::size_t>(sequence.length);
+    result.written.append(reinterpret_cast<const char*>(&sequence.code_point), 4);
+    result.read.push_back(used);
+    result.ends.push_back(result.written.size());
+  }
+  return result;
+}
+
+inline Ordinary encoded(const std::string& text) {
+  Ordinary result;
+  for (std::size_t used = 0; used * 4 + 4 <= text.size(); ++used) {
+    const Wide unit = load<Wide>(text.data(), used);
+    if (unit == 0 || unit >= utf8_limit) break;
+    const std::int32_t length = utf8_length(unit);
+    char form[6];
+    encode_utf8(unit, length, form);
+    result.written.append(form, static_cast<std::size_t>(length));
+    result.read.push_back(used + 1);
+    result.ends.push_back(result.written.size());
+  }
+  return result;
+}
+
+inline std::string up_to_zero(const std::string& text, std::size_t unit) {
+  const std::string zero(unit, '\0');
+  for (std::size_t at = 0; at < text.size(); at += unit) {
+    if (text.compare(at, unit, zero) == 0) return text.substr(0, at);
+  }
+  return text;
+}
+
+// The three kernels of a direction, and their units.
+struct Direction {
+  std::size_t source_unit;
+  std::size_t written_unit;
+  Ordinary (*definition)(const std::string&);
+  Run (*counted)(const TextKernels&, const char*, std::size_t, char*, std::size_t);
+  Run (*terminated)(const TextKernels&, const char*, char*, std::size_t);
+  Run (*count)(const TextKernels&, const char*, std::size_t);
+};
+
+inline constexpr Direction decoding{
+    1,
+    4,
+    decoded,
+    [](const TextKernels& k, const char* src, std::size_t count, char* dst, std::size_t room) {
+      return k.decode(src, count, dst, room);
+    },
+    [](const TextKernels& k, const char* src, char* dst, std::size_t room) {
+      return k.decode_terminated(src, dst, room);
+    },
+    [](const TextKernels& k, const char* src, std::size_t count) { return k.count_decoded(src, count); }};
+
+inline constexpr Direction encoding{
+    4,
+    1,
+    encoded,
+    [](const TextKernels& k, const char* src, std::size_t count, char* dst, std::size_t room) {
+      return k.encode(src, count, dst, room);
+    },
+    [](const TextKernels& k, const char* src, char* dst, std::size_t room) {
+      return k.encode_terminated(src, dst, room);
+    },
+    [](const TextKernels& k, const char* src, std::size_t count) { return k.count_encoded(src, count); }};
+
+// A text in memory, counted and, up to its first zero, terminated, with so many bytes behind the terminator; and what the
+// definition makes of both.
+class KernelText {
+ public:
+  KernelText(const Direction& direction, const std::string& text, std::size_t where, std::size_t behind)
+      : direction_(direction), expected_(direction.definition(text)), count_(text.size() / direction.source_unit) {
+    const std::string open = up_to_zero(text, direction.source_unit);
+    open_ = direction.definition(open);
+    counted_ = memory().counted.put(text, where);
+    terminated_ =
+        memory().terminated.put(open + std::string(direction.source_unit, '\0') + std::string(behind, 'k'), where);
+  }
+
+  std::size_t needed() const { return expected_.written.size() / direction_.written_unit; }
+
+  // `whole` for a text of which a kernel is to leave nothing.
+  void check_count(const Version& version, bool whole) const {
+    const Run run = direction_.count(version.kernels, counted_, count_);
+    ASSERT_TRUE(is_run(expected_, run, nullptr)) << version.name << ", count";
+    if (whole) {
+      ASSERT_EQ(run.read, count_) << version.name << ", count";
+    }
+  }
+
+  // Into this room; `spare` bytes behind it let wide text stand at any alignment.
+  void check_room(const Version& version, std::size_t room, std::size_t spare, bool whole) const {
+    const std::size_t bytes = room * direction_.written_unit + spare;
+    char* dst = memory().target.marked(bytes);
+    const Run run = direction_.counted(version.kernels, counted_, count_, dst, room);
+    ASSERT_TRUE(run.written <= room && is_run(expected_, run, dst)) << version.name << ", room " << room;
+    if (whole && room >= needed()) {
+      ASSERT_EQ(run.read, count_) << version.name << ", room " << room;
+    }
+    memory().target.marked(bytes);
+    const Run open_run = direction_.terminated(version.kernels, terminated_, dst, room);
+    ASSERT_TRUE(open_run.written <= room && is_run(open_, open_run, dst))
+        << version.name << ", terminated, room " << room;
+  }
+
+ private:
+  struct Memory {
+    Arena counted, terminated, target;
+  };
+  static Memory& memory() {
+    static Memory all;
+    return all;
+  }
+
+  // A run is right when it is some number of whole characters, and the bytes in the destination are theirs.
+  ::testing::AssertionResult is_run(const Ordinary& text, const Run& run, const char* dst) const {
+    const auto read = std::find(text.read.begin(), text.read.end(), run.read);
+    if (read == text.read.end()) return ::testing::AssertionFailure() << "no character ends at " << run.read;
+    const std::size_t bytes = text.ends[static_cast<std::size_t>(read - text.read.begin())];
+    if (run.written * direction_.written_unit != bytes) {
+      return ::testing::AssertionFailure() << "wrote " << run.written << " units for " << bytes << " bytes";
+    }
+    if (dst == nullptr) return ::testing::AssertionSuccess();
+    if (std::memcmp(dst, text.written.data(), bytes) != 0) return ::testing::AssertionFailure() << "other bytes";
+    if (!memory().target.untouched_around(dst, bytes)) return ::testing::AssertionFailure() << "spilt";
+    return ::testing::AssertionSuccess();
+  }
+
+  Direction direction_;
+  Ordinary expected_, open_;
+  std::size_t count_;
+  const char* counted_;
+  const char* terminated_;
+};
+
+// A copy reads no further than it has room, even where no terminator follows.
+inline void check_copy(const Version& version, std::size_t unit, const std::string& text, std::size_t where,
+                       std::size_t room, std::size_t spare) {
+  static Arena source, target;
+  const std::string open = up_to_zero(text, unit);
+  const std::string closed = open + std::string(unit, '\0');
+  const char* src = source.put(closed.substr(0, std::min(closed.size(), room * unit)), where);
+  char* dst = target.marked(room * unit + spare);
+  const auto copy = unit == 1 ? version.kernels.copy : version.kernels.copy_wide;
+  const Run run = copy(src, dst, room);
+  const std::size_t expected = std::min(open.size(), room * unit);
+  ASSERT_EQ(run.read, expected / unit) << version.name << ", unit " << unit << ", room " << room;
+  ASSERT_EQ(run.written, run.read) << version.name;
+  ASSERT_EQ(std::memcmp(dst, open.data(), expected), 0) << version.name << ", unit " << unit << ", room " << room;
+  ASSERT_TRUE(target.untouched_around(dst, expected)) << version.name << ", unit " << unit << ", room " << room;
+}
+
+}  // namespace zvrt_test
