@@ -75,8 +75,12 @@ void check(const CallOnBuffers& row) {
     for (std::size_t i = size < needed ? prefix : 0; i < size; ++i) {
       // Only a terminator may stand elsewhere than in the whole.
       const bool ends = size < needed && part.bytes[i] == 0;
-      if (touched[i] && !ends) EXPECT_EQ(part.bytes[i], whole.bytes[i]) << "byte " << i;
-      if (!touched[i] && size >= needed) EXPECT_EQ(whole.bytes[i], '\xA5') << "byte " << i;
+      if (touched[i] && !ends) {
+        EXPECT_EQ(part.bytes[i], whole.bytes[i]) << "byte " << i;
+      }
+      if (!touched[i] && size >= needed) {
+        EXPECT_EQ(whole.bytes[i], '\xA5') << "byte " << i;
+      }
     }
     if (size >= needed) {
       EXPECT_EQ(part.status, whole.status);
