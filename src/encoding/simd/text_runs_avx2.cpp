@@ -265,12 +265,26 @@ bool widen_fours(Block bytes, char* dst) {
   return widen_four(bytes, fours, dst);
 }
 
-// From eight characters on, the first eight and the last eight are all of them.
-void widen_ascii(Block bytes, std::size_t count, char* dst) {
-  const Vector low = _mm256_cvtepu8_epi32(bytes);
-  if (count < 8) return store_few(dst, count, low);
-  store_vector(dst, low);
-  store_vector(dst + (count - 8) * 4, _mm256_cvtepu8_epi32(move_down(bytes, count - 8)));
+// ASCII from four bytes to `most`: by pieces of four that overlap as far as they have to, without a branch on how many.
+template <std::size_t most>
+void widen_ascii(const char* src, std::size_t count, char* dst) {
+  const std::size_t last = count - 4;
+  for (std::size_t piece = 0; piece < most; piece += 4) {
+    const std::size_t at = piece < last ? piece : last;
+    store_block(dst + at * 4, _mm_cvtepu8_epi32(_mm_cvtsi32_si128(load<std::int32_t>(src + at))));
+  }
+}
+
+// Terminated text that is ASCII and ends within 32 bytes, as most values do; returns its length, or 0.
+std::size_t widen_short_ascii(const char* src, char* dst, std::size_t room) {
+  if (!may_read_ahead(src, sizeof(Vector))) return 0;
+  const Vector bytes = load_vector(src);
+  const auto end = static_cast<Mask>(_mm256_movemask_epi8(_mm256_cmpeq_epi8(bytes, _mm256_setzero_si256())));
+  const auto high = static_cast<Mask>(_mm256_movemask_epi8(bytes));
+  const std::size_t count = lowest_bit(end);  // 32 where it does not end
+  if (end == 0 || count < 4 || count > room || (high & first(count)) != 0) return 0;
+  widen_ascii<sizeof(Vector)>(src, count, dst);
+  return count;
 }
 
 [[gnu::always_inline]] inline void widen(const Characters& from, std::size_t count, char* dst) {
@@ -312,7 +326,13 @@ template <bool writes, class Source>
     }
     if (writes) {
       char* out = static_cast<char*>(dst) + written * 4;
-      characters.ascii ? widen_ascii(characters.bytes, found, out) : widen(characters, found, out);
+      if (!characters.ascii) {
+        widen(characters, found, out);
+      } else if (found < 4) {
+        store_few(out, found, _mm256_cvtepu8_epi32(bytes));
+      } else {
+        widen_ascii<block_bytes>(src + read, found, out);
+      }
     }
     read += characters.stop;
     written += found;
@@ -325,7 +345,8 @@ Run decode(const char* src, std::size_t count, void* dst, std::size_t room) {
   return decode_run<true>(src, Counted{count}, dst, room);
 }
 Run decode_terminated(const char* src, void* dst, std::size_t room) {
-  return decode_run<true>(src, Terminated{}, dst, room);
+  const std::size_t ascii = widen_short_ascii(src, static_cast<char*>(dst), room);
+  return ascii != 0 ? Run{ascii, ascii} : decode_run<true>(src, Terminated{}, dst, room);
 }
 Run count_decoded(const char* src, std::size_t count) { return decode_run<false>(src, Counted{count}, nullptr, 0); }
 
@@ -385,18 +406,26 @@ struct Squeezes {
 };
 constexpr Squeezes squeezes;
 
-// Up to sixteen bytes and no byte more: pieces that overlap where they have to.
-void store_bytes(char* dst, std::size_t count, Block bytes) {
-  if (count >= 8) {
-    _mm_storel_epi64(reinterpret_cast<Block*>(dst), bytes);
-    _mm_storel_epi64(reinterpret_cast<Block*>(dst + count - 8), move_down(bytes, count - 8));
-    return;
+// From four bytes to `most`, kept in memory where they can be taken from any place: pieces of four that overlap as far
+// as they have to, without a branch on how many.
+template <std::size_t most>
+void store_pieces(char* dst, std::size_t count, const char* bytes) {
+  const std::size_t last = count - 4;
+  for (std::size_t piece = 0; piece < most; piece += 4) {
+    const std::size_t at = piece < last ? piece : last;
+    store(dst + at, load<std::uint32_t>(bytes + at));
   }
-  const auto low = static_cast<std::uint64_t>(_mm_cvtsi128_si64(bytes));
-  if (count >= 4) {
-    store(dst, static_cast<std::uint32_t>(low));
-    store(dst + count - 4, static_cast<std::uint32_t>(low >> (count - 4) * 8));
-  } else if (count >= 2) {
+}
+
+// Up to sixteen bytes and no byte more.
+void store_bytes(char* dst, std::size_t count, Block bytes) {
+  if (count >= 4) [[likely]] {
+    alignas(16) char kept[block_bytes];
+    store_block(kept, bytes);
+    return store_pieces<block_bytes>(dst, count, kept);
+  }
+  const auto low = static_cast<std::uint32_t>(_mm_cvtsi128_si32(bytes));
+  if (count >= 2) {
     store(dst, static_cast<std::uint16_t>(low));
     store(dst + count - 2, static_cast<std::uint16_t>(low >> (count - 2) * 8));
   } else if (count == 1) {
@@ -470,6 +499,26 @@ std::size_t narrow_sixteen(Vector low, Vector high, std::size_t room, char* dst)
   return count;
 }
 
+// Terminated text that is ASCII and ends within 32 characters, as most values do; returns its length, or 0.
+std::size_t narrow_short_ascii(const char* src, char* dst, std::size_t room) {
+  constexpr std::size_t most = sizeof(Vector);
+  if (!may_read_ahead(src, most * 4)) return 0;
+  const auto eight = [src](std::size_t index) {  // FF for what is no byte
+    return _mm256_min_epu32(load_vector(src + index * sizeof(Vector)), _mm256_set1_epi32(0xFF));
+  };
+  const Vector mixed =
+      _mm256_packus_epi16(_mm256_packus_epi32(eight(0), eight(1)), _mm256_packus_epi32(eight(2), eight(3)));
+  const Vector bytes = _mm256_permutevar8x32_epi32(mixed, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+  const auto end = static_cast<Mask>(_mm256_movemask_epi8(_mm256_cmpeq_epi8(bytes, _mm256_setzero_si256())));
+  const auto high = static_cast<Mask>(_mm256_movemask_epi8(bytes));
+  const std::size_t count = lowest_bit(end);  // 32 where it does not end
+  if (end == 0 || count < 4 || count > room || (high & first(count)) != 0) return 0;
+  alignas(32) char kept[most];
+  store_vector(kept, bytes);
+  store_pieces<most>(dst, count, kept);
+  return count;
+}
+
 [[gnu::always_inline]] inline void narrow(const Units& units, std::size_t count, char* dst) {
   if (units.from_three == 0) return store_bytes(dst, count, narrow_short(units));
   const Vector spaced = spread(units.values);
@@ -516,7 +565,8 @@ Run encode(const void* src, std::size_t count, char* dst, std::size_t room) {
   return encode_run<true>(src, Counted{count}, dst, room);
 }
 Run encode_terminated(const void* src, char* dst, std::size_t room) {
-  return encode_run<true>(src, Terminated{}, dst, room);
+  const std::size_t ascii = narrow_short_ascii(static_cast<const char*>(src), dst, room);
+  return ascii != 0 ? Run{ascii, ascii} : encode_run<true>(src, Terminated{}, dst, room);
 }
 Run count_encoded(const void* src, std::size_t count) { return encode_run<false>(src, Counted{count}, nullptr, 0); }
 

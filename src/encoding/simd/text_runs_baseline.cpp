@@ -49,35 +49,26 @@ std::size_t ascii_lead(__m128i bytes) {
   return others == 0 ? 16 : static_cast<std::size_t>(__builtin_ctz(static_cast<unsigned>(others)));
 }
 
-void widen_eight(__m128i bytes, char* dst) {
+void widen_eight(__m128i units, char* dst) {
   const __m128i zero = _mm_setzero_si128();
-  const __m128i units = _mm_unpacklo_epi8(bytes, zero);
   store_block(dst, _mm_unpacklo_epi16(units, zero));
   store_block(dst + 16, _mm_unpackhi_epi16(units, zero));
 }
 
 void widen_sixteen(__m128i bytes, char* dst) {
-  widen_eight(bytes, dst);
-  widen_eight(_mm_unpackhi_epi64(bytes, bytes), dst + 32);
-}
-
-__m128i load_eight(const char* at) { return _mm_cvtsi64_si128(load<std::int64_t>(at)); }
-
-__m128i load_four(const char* at) { return _mm_cvtsi32_si128(load<std::int32_t>(at)); }
-
-void widen_four(__m128i bytes, char* dst) {
   const __m128i zero = _mm_setzero_si128();
-  store_block(dst, _mm_unpacklo_epi16(_mm_unpacklo_epi8(bytes, zero), zero));
+  widen_eight(_mm_unpacklo_epi8(bytes, zero), dst);
+  widen_eight(_mm_unpackhi_epi8(bytes, zero), dst + 32);
 }
 
-// Four to fifteen bytes of ASCII: by two pieces that overlap as far as they have to.
+// Four to sixteen bytes of ASCII: by pieces of four that overlap as far as they have to, without a branch on how many.
 void widen_rest(const char* src, std::size_t count, char* dst) {
-  if (count >= 8) {
-    widen_eight(load_eight(src), dst);
-    widen_eight(load_eight(src + count - 8), dst + (count - 8) * 4);
-  } else {
-    widen_four(load_four(src), dst);
-    widen_four(load_four(src + count - 4), dst + (count - 4) * 4);
+  const __m128i zero = _mm_setzero_si128();
+  const std::size_t last = count - 4;
+  for (std::size_t piece = 0; piece < 16; piece += 4) {
+    const std::size_t at = std::min<std::size_t>(piece, last);
+    const __m128i bytes = _mm_cvtsi32_si128(load<std::int32_t>(src + at));
+    store_block(dst + at * 4, _mm_unpacklo_epi16(_mm_unpacklo_epi8(bytes, zero), zero));
   }
 }
 
@@ -169,19 +160,51 @@ Run count_decoded(const char* src, std::size_t count) { return decode_run<false>
 
 constexpr Wide last_ordinary = 0x1FFFFF;
 
-// Sixteen characters as bytes, where all of them are 01..7F.
-bool narrow_sixteen(const char* src, char* dst) {
+// Sixteen characters as bytes, and which are zero; whether any before the first zero, or that, is more than 7F.
+struct Narrowed {
+  __m128i bytes;
+  unsigned zeros;
+  bool ascii;
+};
+
+ZVRT_WRAPS Narrowed narrow_sixteen(const char* src) {
   const __m128i a = load_block(src);
   const __m128i b = load_block(src + 16);
   const __m128i c = load_block(src + 32);
   const __m128i d = load_block(src + 48);
-  const __m128i any = _mm_or_si128(_mm_or_si128(a, b), _mm_or_si128(c, d));
-  const __m128i beyond = _mm_and_si128(any, _mm_set1_epi32(~0x7F));
-  if (_mm_movemask_epi8(_mm_cmpeq_epi32(beyond, _mm_setzero_si128())) != 0xFFFF) return false;
-  const __m128i bytes = _mm_packs_epi16(_mm_packs_epi32(a, b), _mm_packs_epi32(c, d));
-  if (ascii_lead(bytes) < 16) return false;
-  store_block(dst, bytes);
-  return true;
+  const auto pack = [](__m128i w, __m128i x, __m128i y, __m128i z) {
+    return _mm_packs_epi16(_mm_packs_epi32(w, x), _mm_packs_epi32(y, z));
+  };
+  const auto is_ascii = [](__m128i units) {
+    return _mm_cmpeq_epi32(_mm_and_si128(units, _mm_set1_epi32(~0x7F)), _mm_setzero_si128());
+  };
+  const __m128i bytes = pack(a, b, c, d);
+  const __m128i ascii = pack(is_ascii(a), is_ascii(b), is_ascii(c), is_ascii(d));
+  const auto zeros = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, _mm_setzero_si128())));
+  const auto others = static_cast<unsigned>(_mm_movemask_epi8(ascii)) ^ 0xFFFF;
+  return {bytes, zeros, (others & (zeros ^ (zeros - 1))) == 0};
+}
+
+// Four to sixteen bytes: by pieces of four, without a branch on how many.
+void store_rest(char* dst, std::size_t count, __m128i bytes) {
+  alignas(16) char kept[16];
+  store_block(kept, bytes);
+  const std::size_t last = count - 4;
+  for (std::size_t piece = 0; piece < 16; piece += 4) {
+    const std::size_t at = std::min(piece, last);
+    store(dst + at, 0, load<std::uint32_t>(kept + at));
+  }
+}
+
+// Terminated text that is ASCII and ends within sixteen characters, as most values do; returns its length, or 0.
+std::size_t narrow_short_ascii(const char* src, char* dst, std::size_t room) {
+  if (!may_read_ahead(src, 64)) return 0;
+  const Narrowed block = narrow_sixteen(src);
+  if (!block.ascii || block.zeros == 0) return 0;
+  const auto count = static_cast<std::size_t>(__builtin_ctz(block.zeros));
+  if (count < 4 || count > room) return 0;
+  store_rest(dst, count, block.bytes);
+  return count;
 }
 
 char continuation(Wide value, unsigned shift) { return static_cast<char>(0x80U | (value >> shift & 0x3FU)); }
@@ -221,8 +244,10 @@ template <class Source>
   std::size_t read = 0;
   std::size_t written = 0;
   while (source.has(read, 1)) {
-    while (room - written >= 16 && source.template has_block<64>(text + read * 4, read) &&
-           narrow_sixteen(text + read * 4, dst + written)) {
+    while (room - written >= 16 && source.template has_block<64>(text + read * 4, read)) {
+      const Narrowed block = narrow_sixteen(text + read * 4);
+      if (!block.ascii || block.zeros != 0) break;
+      store_block(dst + written, block.bytes);
       read += 16;
       written += 16;
     }
@@ -238,7 +263,10 @@ template <class Source>
 Run encode(const void* src, std::size_t count, char* dst, std::size_t room) {
   return encode_run(src, Counted{count}, dst, room);
 }
-Run encode_terminated(const void* src, char* dst, std::size_t room) { return encode_run(src, Terminated{}, dst, room); }
+Run encode_terminated(const void* src, char* dst, std::size_t room) {
+  const std::size_t ascii = narrow_short_ascii(static_cast<const char*>(src), dst, room);
+  return ascii != 0 ? Run{ascii, ascii} : encode_run(src, Terminated{}, dst, room);
+}
 
 ZVRT_WRAPS Run count_encoded(const void* src, std::size_t count) {
   std::size_t read = 0;
