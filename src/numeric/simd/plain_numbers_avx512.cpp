@@ -42,11 +42,9 @@ constexpr Constants all_constants = [] {
     all.to_the_right[lane] = 127;
     all.to_the_right[lanes + lane] = static_cast<std::uint8_t>(lane * 4);
   }
-  for (unsigned i = 0; i < 8; ++i) all.to_two_digits[i] = 10 | 1U << 8;
-  for (unsigned i = 0; i < 4; ++i) {
-    all.to_four_digits[i] = 100 | 1U << 16;
-    all.to_eight_digits[i] = 10000 | 1U << 16;
-  }
+  for (std::uint16_t& weights : all.to_two_digits) weights = 10 | 1U << 8;
+  for (std::uint32_t& weights : all.to_four_digits) weights = 100 | 1U << 16;
+  for (std::uint32_t& weights : all.to_eight_digits) weights = 10000 | 1U << 16;
   return all;
 }();
 
@@ -84,8 +82,8 @@ ZVRT_WRAPS PlainNumber read_plain_avx512(const void* text) {
   const std::uint32_t first = load<Wide>(text) - '0';
   const bool negative = first == minus_value;
   const std::uint32_t sign = negative || first == plus_value ? 1 : 0;
-  const bool is_plain =
-      ends != 0 && (_cvtmask16_u32(digits) & inside) + point + sign == inside && (point & (point - 1)) == 0;
+  const bool is_plain = ends != 0 && inside != 0 && (_cvtmask16_u32(digits) & inside) + point + sign == inside &&
+                        (point & (point - 1)) == 0;
   if (!is_plain) return none;
 
   // Before the point the digits move by one place more, in its stead. Without one, no digit does.
