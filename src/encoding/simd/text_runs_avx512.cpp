@@ -1,47 +1,18 @@
 // The text kernels by AVX-512: a masked load ends with the text and a masked store with what was produced, so that a
 // short value is one step without a loop over its tail.
-#include <immintrin.h>
-
 #include <cstdint>
 #include <cstring>
 
+#include "encoding/simd/avx512.h"
 #include "encoding/text_runs.h"
 #include "frame/read_ahead.h"
 #include "frame/units.h"
-#include "frame/wraps.h"
 
 namespace zvrt {
 
 namespace {
 
-using Vector = __m512i;
-using Mask = std::uint64_t;
-
-std::size_t least(std::size_t a, std::size_t b) { return a < b ? a : b; }
-
-// The lowest `count` bits, for a count of 64 at most.
-Mask first(std::size_t count) { return _bzhi_u64(~Mask{0}, static_cast<unsigned>(count)); }
-__mmask16 first16(std::size_t count) { return static_cast<__mmask16>(first(least(count, 16))); }
-
-__mmask32 first32(std::size_t count) { return static_cast<__mmask32>(first(least(count, 32))); }
-
-std::size_t lowest_bit(Mask bits) { return _tzcnt_u64(bits); }  // 64 where there is none
-std::size_t highest_bit(Mask bits) { return 63 - _lzcnt_u64(bits); }
-std::size_t count_of(Mask bits) { return static_cast<std::size_t>(_mm_popcnt_u64(bits)); }
-// The bits below the lowest one, all where there is none.
-ZVRT_WRAPS Mask below(Mask bits) { return ~bits & (bits - 1); }
-// The bits below the lowest zero.
-ZVRT_WRAPS Mask trailing_ones(Mask bits) { return bits & ~(bits + 1); }
-
-Vector repeat64(std::uint64_t bytes) { return _mm512_set1_epi64(static_cast<long long>(bytes)); }
-Vector repeat32(std::uint32_t bytes) { return _mm512_set1_epi32(static_cast<int>(bytes)); }
-Vector repeat16(std::uint16_t bytes) { return _mm512_set1_epi16(static_cast<short>(bytes)); }
-Vector repeat8(std::uint8_t byte) { return _mm512_set1_epi8(static_cast<char>(byte)); }
-
-std::size_t to_page_end(const char* at) {
-  constexpr std::size_t page_bytes = 4096;
-  return page_bytes - reinterpret_cast<std::uintptr_t>(at) % page_bytes;
-}
+using namespace avx512;
 
 // Where a source ends: how many units may be read behind those read already, `most` at most; none at the end.
 struct Counted {
@@ -72,16 +43,6 @@ struct TerminatedBytes {
 
  private:
   static constexpr std::size_t longest_form = 4;
-};
-
-template <std::size_t unit>
-struct TerminatedUnits {
-  static constexpr bool is_terminated = true;
-  static bool goes_on(std::size_t /*read*/) { return true; }
-  static std::size_t readable(const char* src, std::size_t read, std::size_t most) {
-    const std::size_t units = least(to_page_end(src + read * unit) / unit, most);
-    return units == 0 ? 1 : units;
-  }
 };
 
 // ---- UTF-8 to wide text ----
@@ -388,8 +349,6 @@ template <std::size_t lane>
   return characters;
 }
 
-__mmask16 lanes_of(Mask units, unsigned vector) { return static_cast<__mmask16>(units >> vector * 16); }
-
 // The units of the vector that begins `before` units behind `at`, of `readable` units there. A terminated text is
 // readable for the whole of a step but at the end of a page.
 template <class Bound>
@@ -399,15 +358,6 @@ template <class Bound>
   if (Bound::is_terminated && readable == step) [[likely]]
     return _mm512_loadu_si512(units);
   return _mm512_maskz_loadu_epi32(lanes_of(first(readable), static_cast<unsigned>(before) / 16), units);
-}
-
-// The units of four vectors in bytes; FF for what is more.
-Vector in_bytes(Vector a, Vector b, Vector c, Vector d) {
-  const auto pair = [](Vector low, Vector high) {
-    return _mm256_inserti128_si256(_mm256_castsi128_si256(_mm512_cvtusepi32_epi8(low)), _mm512_cvtusepi32_epi8(high),
-                                   1);
-  };
-  return _mm512_inserti64x4(_mm512_castsi256_si512(pair(a, b)), pair(c, d), 1);
 }
 
 // The units of two vectors in lanes of 16 bits; FFFF for what is more.
@@ -576,122 +526,11 @@ Run count_encoded(const void* src, std::size_t count) {
   return {ends.read, ends.written};
 }
 
-// ---- Copies ----
-
-// Four vectors, of which a step may use fewer. Not an array, which would be kept in memory.
-struct Block {
-  Vector a, b, c, d;
-};
-
-// What differs between copying bytes and copying wide characters.
-struct Bytes {
-  static constexpr std::size_t unit = 1;
-
-  // Which lanes of a vector are among the first so many of a block.
-  static Mask lanes(std::size_t count, unsigned vector) { return first(count - least(count, vector * 64)); }
-  static Vector load(const char* at, Mask lanes) { return _mm512_maskz_loadu_epi8(lanes, at); }
-  static void store(char* at, Mask lanes, Vector units) { _mm512_mask_storeu_epi8(at, lanes, units); }
-
-  static bool has_zero(const Block& block) {
-    const Vector lower = _mm512_min_epu8(_mm512_min_epu8(block.a, block.b), _mm512_min_epu8(block.c, block.d));
-    return _mm512_testn_epi8_mask(lower, lower) != 0;
-  }
-  // The units before the first zero, all where there is none.
-  static std::size_t text(const Block& block) {
-    const auto length = [](Vector bytes, std::size_t behind) {
-      const Mask zeros = _mm512_testn_epi8_mask(bytes, bytes);
-      return lowest_bit(zeros) + (zeros == 0 ? behind : 0);
-    };
-    return length(block.a, length(block.b, length(block.c, length(block.d, 0))));
-  }
-};
-struct WideUnits {
-  static constexpr std::size_t unit = 4;
-
-  static Mask lanes(std::size_t count, unsigned vector) { return lanes_of(first(count), vector); }
-  static Vector load(const char* at, Mask lanes) { return _mm512_maskz_loadu_epi32(static_cast<__mmask16>(lanes), at); }
-  static void store(char* at, Mask lanes, Vector units) {
-    _mm512_mask_storeu_epi32(at, static_cast<__mmask16>(lanes), units);
-  }
-
-  static bool has_zero(const Block& block) {
-    const Vector lower = _mm512_min_epu32(_mm512_min_epu32(block.a, block.b), _mm512_min_epu32(block.c, block.d));
-    return _mm512_testn_epi32_mask(lower, lower) != 0;
-  }
-  static std::size_t text(const Block& block) {
-    const Vector bytes = in_bytes(block.a, block.b, block.c, block.d);
-    return lowest_bit(_mm512_testn_epi8_mask(bytes, bytes));
-  }
-};
-
-// Copies so many vectors at most. Returns false where the copy ends.
-template <class Units, unsigned vectors>
-[[gnu::always_inline]] inline bool copy_step(const char* src, char* dst, std::size_t room, std::size_t& done) {
-  constexpr std::size_t step = vectors * 64 / Units::unit;
-  const std::size_t readable = TerminatedUnits<Units::unit>::readable(src, done, step);
-  const char* at = src + done * Units::unit;
-  const auto load = [&](unsigned i) {
-    if (i >= vectors) return Vector{};
-    if (readable == step) [[likely]]
-      return _mm512_loadu_si512(at + i * 64);
-    return Units::load(at + i * 64, Units::lanes(readable, i));
-  };
-  const Block block{load(0), load(1), load(2), load(3)};
-  const std::size_t count = least(least(Units::text(block), readable), room - done);
-  char* into = dst + done * Units::unit;
-  const auto store = [&](unsigned i, Vector units) {
-    if (i < vectors) Units::store(into + i * 64, Units::lanes(count, i), units);
-  };
-  store(0, block.a);
-  store(1, block.b);
-  store(2, block.c);
-  store(3, block.d);
-  if (count != readable) {
-    done += count;
-    return false;
-  }
-  done += readable;  // known before the units are
-  return done < room;
-}
-
-template <class Units>
-[[gnu::noinline]] Run copy_further(const char* src, char* dst, std::size_t room, std::size_t done) {
-  constexpr std::size_t step = 256 / Units::unit;
-  do {
-    while (room - done >= step && TerminatedUnits<Units::unit>::readable(src, done, step) == step) {
-      const char* at = src + done * Units::unit;
-      const Block block{_mm512_loadu_si512(at), _mm512_loadu_si512(at + 64), _mm512_loadu_si512(at + 128),
-                        _mm512_loadu_si512(at + 192)};
-      if (Units::has_zero(block)) break;
-      char* into = dst + done * Units::unit;
-      _mm512_storeu_si512(into, block.a);
-      _mm512_storeu_si512(into + 64, block.b);
-      _mm512_storeu_si512(into + 128, block.c);
-      _mm512_storeu_si512(into + 192, block.d);
-      done += step;
-    }
-  } while (done < room && copy_step<Units, 4>(src, dst, room, done));
-  return {done, done};
-}
-
-template <class Units>
-Run copy(const void* src, void* dst, std::size_t room) {
-  if constexpr (!reads_ahead) {
-    return Units::unit == 1 ? text_kernels_baseline.copy(src, dst, room)
-                            : text_kernels_baseline.copy_wide(src, dst, room);
-  }
-  std::size_t done = 0;
-  const auto* from = static_cast<const char*>(src);
-  auto* into = static_cast<char*>(dst);
-  if (room > 0 && copy_step < Units, Units::unit == 1 ? 2 : 3 > (from, into, room, done))
-    return copy_further<Units>(from, into, room, done);
-  return {done, done};
-}
-
 }  // namespace
 
 const TextKernels text_kernels_avx512{
-    decode, decode_terminated, encode, encode_terminated, count_decoded, count_encoded, copy<Bytes>, copy<WideUnits>,
+    decode,        decode_terminated,  encode,           encode_terminated, count_decoded,
+    count_encoded, copy_narrow_avx512, copy_wide_avx512,
 };
 
 }  // namespace zvrt
