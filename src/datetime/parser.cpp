@@ -136,20 +136,23 @@ class Parser {
   template <std::uint32_t code>
   Status read() {
     constexpr const Element& element = elements[code];
-    if constexpr (code == FMT_END) return ZVRT_RC_END_OF_FORMAT;
-    switch (element.reads) {
-      case Reads::field: return field(element.field);
-      case Reads::year: return year<element.length>();
-      case Reads::month_name: return month(Name::whole);
-      case Reads::month_abbreviation: return month(Name::abbreviated);
-      case Reads::hour_24: return hour_24();
-      case Reads::hour_12: return hour_12();
-      case Reads::fraction: return fraction<element.length>();
-      case Reads::marker: return marker();
-      case Reads::nothing: return ZVRT_RC_OK;
-      case Reads::refused: break;
+    if constexpr (code == FMT_END) {
+      return ZVRT_RC_END_OF_FORMAT;
+    } else {
+      switch (element.reads) {
+        case Reads::field: return field(element.field);
+        case Reads::year: return year<element.length>();
+        case Reads::month_name: return month(Name::whole);
+        case Reads::month_abbreviation: return month(Name::abbreviated);
+        case Reads::hour_24: return hour_24();
+        case Reads::hour_12: return hour_12();
+        case Reads::fraction: return fraction<element.length>();
+        case Reads::marker: return marker();
+        case Reads::nothing: return ZVRT_RC_OK;
+        case Reads::refused: break;
+      }
+      return ZVRT_RC_INVALID_DATETIME;
     }
-    return ZVRT_RC_INVALID_DATETIME;
   }
 
   void consume(std::uint32_t count) {

@@ -11,7 +11,6 @@ namespace zvrt {
 constexpr std::uint32_t last_code_point = 0x10FFFF;
 
 constexpr bool is_surrogate(std::uint32_t value) { return value >= 0xD800 && value <= 0xDFFF; }
-constexpr bool is_high_surrogate(std::uint32_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
 constexpr bool is_low_surrogate(std::uint32_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
 
 constexpr std::int32_t utf16_length(std::uint32_t code_point) { return code_point < 0x10000 ? 1 : 2; }

@@ -2,24 +2,20 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <cstdlib>
 #include <type_traits>
 
 namespace zvrt {
 
 // Uninitialised room for `count` units, the first `inline_count` of which cost no allocation. get() is null where the
-// memory could not be had.
+// memory could not be had. Counts come from lengths of 32 bits: that of their bytes does not wrap around.
 template <class Unit, std::size_t inline_count>
 class Scratch {
   static_assert(std::is_trivial_v<Unit>);
 
  public:
-  explicit Scratch(std::uint64_t count) {
-    if (count > inline_count) {
-      const bool countable = count <= PTRDIFF_MAX / sizeof(Unit);
-      units_ = countable ? static_cast<Unit*>(std::malloc(static_cast<std::size_t>(count) * sizeof(Unit))) : nullptr;
-    }
+  explicit Scratch(std::size_t count) {
+    if (count > inline_count) units_ = static_cast<Unit*>(std::malloc(count * sizeof(Unit)));
   }
   ~Scratch() {
     if (units_ != near_) std::free(units_);

@@ -231,10 +231,8 @@ ZVRT_WRAPS [[gnu::noinline]] std::uint64_t long_double_bits(const std::byte* tex
       ++exponent;
     }
   }
-  if (significand == 0) return 0;
   const Rounded least = nearest_double(significand, exponent);
-  const bool is_whole = exponent == parts.exponent;
-  const Rounded greatest = is_whole ? least : nearest_double(significand + 1, exponent);
+  const Rounded greatest = nearest_double(significand + 1, exponent);
   if (least.certain && greatest.certain && least.value == greatest.value) return least.value;
   return exact_double_bits(text);
 }

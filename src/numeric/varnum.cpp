@@ -64,8 +64,11 @@ Base100 pair_up(const void* text, std::int32_t length, std::int32_t point) {
 
 template <class Unit>
 std::int32_t measure(const void* text) {
-  if constexpr (sizeof(Unit) == 1) return length_of(static_cast<const char*>(text));
-  return length_of(text);
+  if constexpr (sizeof(Unit) == 1) {
+    return length_of(static_cast<const char*>(text));
+  } else {
+    return length_of(text);
+  }
 }
 
 template <class Unit>

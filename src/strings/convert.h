@@ -88,10 +88,15 @@ Measured move(const Call& call, Place<typename Into::Unit> place) {
     return copy_terminated(src, place);
   } else {
     const auto text = From::measure(call);
-    if constexpr (row.zero_fills) return {copy_to_zero(text, place), text.count};
-    if constexpr (decodes) return {decode(call.fldDef, text, place), text.count};
-    if constexpr (encodes) return {encode(call.fldDef, text, place, written), text.count};
-    if constexpr (!decodes && !encodes) return {copy(text, place), text.count};
+    if constexpr (row.zero_fills) {
+      return {copy_to_zero(text, place), text.count};
+    } else if constexpr (decodes) {
+      return {decode(call.fldDef, text, place), text.count};
+    } else if constexpr (encodes) {
+      return {encode(call.fldDef, text, place, written), text.count};
+    } else {
+      return {copy(text, place), text.count};
+    }
   }
 }
 

@@ -82,6 +82,7 @@ std::string wide_text(std::size_t units, unsigned script, std::uint32_t rarity) 
 
 constexpr unsigned scripts = 5;
 constexpr std::size_t longest = 200;
+constexpr std::size_t ample = 300;  // so that no step of a kernel has to look after its room
 
 void check(const Direction& direction, const std::string& text, bool all_ordinary) {
   const std::size_t where = below(60);
@@ -94,6 +95,7 @@ void check(const Direction& direction, const std::string& text, bool all_ordinar
     for (std::size_t room = below(skip); room <= prepared.needed() + 1; room += skip) {
       ASSERT_NO_FATAL_FAILURE(prepared.check_room(version, room, below(4), all_ordinary));
     }
+    ASSERT_NO_FATAL_FAILURE(prepared.check_room(version, prepared.needed() + ample, below(4), all_ordinary));
   }
 }
 

@@ -54,6 +54,7 @@ TEST_F(CodePageStrings, APrefixTellsTheBytesThatAreThere) {
   } const rows[] = {
       {"fits", ebcdic, U"ABC", 8, 0, 5, std::string("\x03\0\xC1\xC2\xC3", 5)},
       {"single bytes, cut", ebcdic, U"ABC", 4, 1609, 5, std::string("\x02\0\xC1\xC2", 4)},
+      {"single bytes, most of them cut", ebcdic, U"ABCDEFGHI", 5, 1609, 11, std::string("\x03\0\xC1\xC2\xC3", 5)},
       {"double bytes, cut between", shift_jis, U"\u65E5\u672C", 5, 1609, 6, std::string("\x02\0\x93\xFA", 4)},
       {"double bytes, no room for one", shift_jis, U"\u65E5", 3, 1609, 4, std::string("\0\0", 2)},
       {"four bytes, cut", gb, U"a\U0001F600", 6, 1609, 7, std::string("\x01\0a", 3)},

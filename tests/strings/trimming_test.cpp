@@ -69,6 +69,7 @@ TEST(Trimming, ThroughACodePage) {
       {"a length shorter than the text", "\x40\xC1\xC2\xC3\x40", 2, 37, 0, ZVRT_RC_TRUNCATED, "\x40\xC1\xC2\xC3\x40",
        2},
       {"an unknown code page", " ab ", 0, 60001, 0, ZVRT_RC_NO_CONVERTER, " ab ", 4},
+      {"stray bytes, longer once they are characters", "\x80\x81", 2, 1208, '2', ZVRT_RC_TRUNCATED, "\xC2\x80", 2},
       {"a character cut off", " ab\xC3", 0, 1208, '2', ZVRT_RC_TRUNCATED, " ab\xC3", 4},
   };
   for (const Row& row : rows) {

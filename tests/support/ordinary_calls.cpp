@@ -104,7 +104,8 @@ class Calls {
                      const std::shared_ptr<Field>& field = nullptr) {
     const auto size = room_given == room ? std::nullopt : std::optional(room_given);
     add_there(function, words, source, source_length, size, 1, [=](Buffers& b) {
-      return conversion(b.src, &b.length, b.dst, b.size, &b.out_length, field == nullptr ? nullptr : field->get());
+      std::int32_t* const length = b.without_length && source_length == 0 ? nullptr : &b.length;
+      return conversion(b.src, length, b.dst, b.size, &b.out_length, field == nullptr ? nullptr : field->get());
     });
   }
   void add_there(const char* function, const char* words, const Source& source, std::int32_t length,

@@ -26,6 +26,7 @@ struct Buffers {
   std::int32_t size;    // of dst, in bytes
   std::int32_t length;  // in and out, as the function has it
   std::uint32_t out_length;
+  bool without_length = false;  // where a length may be left out, it is
 };
 
 struct CallOnBuffers {

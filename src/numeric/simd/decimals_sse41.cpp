@@ -87,7 +87,7 @@ void store_exactly(void* at, std::uint32_t bytes, Block block) {
   }
 }
 
-// Stores up to 16 characters as wide text: in fours, the last of which covers what others have stored.
+// Stores 1 to 16 characters as wide text: in fours, the last of which covers what others have stored.
 void store_block(void* dst, std::uint32_t count, Block characters) {
   if (count >= 4) {
     const std::uint32_t last = count - 4;
@@ -102,7 +102,7 @@ void store_block(void* dst, std::uint32_t count, Block characters) {
       four(8);
       four(12);
     }
-  } else if (count > 0) {
+  } else {
     const auto front = static_cast<std::uint32_t>(_mm_cvtsi128_si32(characters));
     const auto one = [&](std::uint32_t index) { put<Wide>(dst, index * 4, front >> index * 8 & 0xFF); };
     one(0);
@@ -178,10 +178,13 @@ __attribute__((no_sanitize("address"))) Block load_unchecked(const void* text, s
 // Sixteen characters as bytes, 0xFF for what is none.
 template <class Unit>
 Block load_characters(const void* text) {
-  if constexpr (sizeof(Unit) == 1) return load_unchecked(text, 0);
-  const Block most = all(decimal_vectors.wide_bytes);
-  const auto four = [=](std::uint32_t offset) { return _mm_min_epu32(load_unchecked(text, offset), most); };
-  return _mm_packus_epi16(_mm_packus_epi32(four(0), four(16)), _mm_packus_epi32(four(32), four(48)));
+  if constexpr (sizeof(Unit) == 1) {
+    return load_unchecked(text, 0);
+  } else {
+    const Block most = all(decimal_vectors.wide_bytes);
+    const auto four = [=](std::uint32_t offset) { return _mm_min_epu32(load_unchecked(text, offset), most); };
+    return _mm_packus_epi16(_mm_packus_epi32(four(0), four(16)), _mm_packus_epi32(four(32), four(48)));
+  }
 }
 
 // Loads a text into bytes, if it ends within 32 of them in this page, and returns its zero bytes.

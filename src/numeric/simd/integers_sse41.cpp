@@ -136,8 +136,11 @@ struct Sse41Kernel {
     const __m128i digits = _mm_packs_epi16(eight_characters(text), eight_characters(text + 32));
     const std::int32_t count = count_leading_digits(digits);
     if (count < 16) return finished(text, folded(digits, count), count);
-    if constexpr (sizeof(Accumulator) == 8) return read_on(text, folded(digits, count));
-    return passed;
+    if constexpr (sizeof(Accumulator) == 8) {
+      return read_on(text, folded(digits, count));
+    } else {
+      return passed;
+    }
   }
 };
 

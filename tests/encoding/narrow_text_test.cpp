@@ -1,0 +1,35 @@
+// Text through a converter service that is not ours.
+#include <gtest/gtest.h>
+
+#include "ZVRTDataCnvLib.h"
+#include "fakes/failing_platform.h"
+
+namespace zvrt_test {
+namespace {
+
+// Of a text that is cut, ours tells what the whole needs, and what fits is found by further conversions. Another may tell
+// what it wrote.
+TEST(NarrowText, AServiceThatTellsWhatItWroteIsNotAskedAgain) {
+  FakePlatform& platform = fake_platform();
+  FldDef field{};
+  field.codePage = 37;
+  field.codePageKind = 'k';
+  constexpr std::size_t converts = 3;  // behind the two blocks and the converter
+  for (const std::uint32_t told : {1U, 2U, 3U}) {
+    platform.reset();
+    platform.failures[converts] = ZVRT_RC_TRUNCATED;
+    platform.told = told;
+    unsigned char dst[4] = {};
+    std::uint32_t out_len = 99;
+    EXPECT_EQ(ZVRTCnvWVarcharSzToVarchar(L"ABC", nullptr, dst, 4, &out_len, &field), ZVRT_RC_TRUNCATED);
+    EXPECT_EQ(out_len, told + 2);
+    const bool fits = told <= 2;
+    EXPECT_EQ(platform.calls.size() == converts + 1, fits) << told;
+    if (fits) {
+      EXPECT_EQ(dst[0], told);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace zvrt_test
