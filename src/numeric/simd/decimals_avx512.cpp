@@ -115,8 +115,8 @@ std::uint32_t units_in_page(const void* text) {
 
 Mask zero_bytes(__m256i bytes) { return bits_of(_mm256_cmpeq_epi8(bytes, _mm256_setzero_si256())); }
 
-__attribute__((no_sanitize("address"))) Vector load_sixteen(const void* text, std::uint32_t index,
-                                                            std::uint32_t readable) {
+__attribute__((no_sanitize("address", "thread"))) Vector load_sixteen(const void* text, std::uint32_t index,
+                                                                      std::uint32_t readable) {
   const auto* at = static_cast<const char*>(text) + index * sizeof(Wide);
   if (readable >= index + 16) return _mm512_loadu_si512(at);
   return _mm512_maskz_loadu_epi32(first16(readable - least(readable, index)), at);
@@ -128,12 +128,12 @@ __m256i load_narrowed(const void* text, std::uint32_t index, std::uint32_t reada
                           _mm512_cvtusepi32_epi8(load_sixteen(text, index, readable)));
 }
 
-__attribute__((no_sanitize("address"))) __m256i load_half(const void* text, std::uint32_t readable) {
+__attribute__((no_sanitize("address", "thread"))) __m256i load_half(const void* text, std::uint32_t readable) {
   if (readable >= 32) return _mm256_loadu_si256(static_cast<const __m256i*>(text));
   return _mm256_maskz_loadu_epi8(first32(readable), text);
 }
 
-__attribute__((no_sanitize("address"))) Vector load_whole(const void* text, std::uint32_t readable) {
+__attribute__((no_sanitize("address", "thread"))) Vector load_whole(const void* text, std::uint32_t readable) {
   return _mm512_maskz_loadu_epi8(first(least(readable, vector_bytes)), text);
 }
 

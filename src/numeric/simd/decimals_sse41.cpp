@@ -171,7 +171,7 @@ bool is_within_page(const void* text, std::uint32_t bytes) {
   return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(text) % page_bytes) <= page_bytes - bytes;
 }
 
-__attribute__((no_sanitize("address"))) Block load_unchecked(const void* text, std::uint32_t offset) {
+__attribute__((no_sanitize("address", "thread"))) Block load_unchecked(const void* text, std::uint32_t offset) {
   return _mm_loadu_si128(reinterpret_cast<const Block*>(static_cast<const char*>(text) + offset));
 }
 
