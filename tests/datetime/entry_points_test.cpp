@@ -244,6 +244,10 @@ TEST(TextToRecords, IsParsedValidatedAndWrittenOnlyThen) {
       EXPECT_EQ(reader.record, out_length) << name;
       EXPECT_EQ(record, dst.bytes()) << name;
       EXPECT_EQ(reader.stored(row.text.size(), expected), length) << name;
+      if (reader.told(1) != 0) continue;
+      length = 17;
+      EXPECT_EQ(expected, reader.read(src.as<>(), &length, dst.as<>(), 24, &out_length, &field)) << name;
+      EXPECT_EQ(17, length) << name;
     }
   }
 }

@@ -49,39 +49,6 @@ TEST(Formatter, AgreesWithStrftimeOnEveryDay) {
   }
 }
 
-TEST(Formatter, WritesTheTextsPeopleExpect) {
-  constexpr DtKind date = ZVRT_DT_DATE, time = ZVRT_DT_TIME, both = ZVRT_DT_TIMESTAMP;
-  const struct {
-    const wchar_t* model;
-    DtKind kind;
-    ZVRTTS ts;
-    const wchar_t* text;
-  } rows[] = {
-      {L"%YYYY-%MM-%DD %HH24:%MI:%SS.%FFFFFF", both, timestamp(2024, 3, 5, 7, 8, 9, 1234),
-       L"2024-03-05 07:08:09.001234"},
-      {L"%YYYY-%MM-%DD %HH24:%MI:%SS.%FFFFFF", date, timestamp(2024, 3, 5), L"2024-03-05"},
-      {L"%YYYY-%MM-%DD %HH24:%MI:%SS.%FFFFFF", time, timestamp(0, 0, 0, 7, 8, 9), L"-- 07:08:09."},
-      {L"%HH:%MI:%SS %PM", time, timestamp(0, 0, 0, 0, 30), L"12:30:00 AM"},
-      {L"%PM %HH", time, timestamp(0, 0, 0, 15), L"PM 03"},
-      {L"%HH24:%MI %PM", time, timestamp(0, 0, 0, 13, 45), L"13:45   "},
-      {L"%PM%HH24%PM", time, timestamp(0, 0, 0, 13, 45), L"  13  "},
-      {L"%DD.%MM.%YYYY.", date, timestamp(2024, 3, 5), L"05.03.2024"},
-      {L"%DD.%MM.%YYYY.", both, timestamp(2024, 3, 5), L"05.03.2024."},
-      {L"%YY/%M/%D", date, timestamp(2007, 3, 5), L"07/3/5"},
-      {L"%YYYY/%YY", date, timestamp(-5, 1, 1), L"-0005/-05"},
-      {L"%FFF|%FFFFFF|%F", both, timestamp(1, 1, 1, 0, 0, 0, 45), L"045|000045|45"},
-      {L"%FF", both, timestamp(1, 1, 1, 0, 0, 0, 0x80000000), L"-2147483648"},
-      {L"%month %D, %yyyy", date, timestamp(2024, 9, 5), L"September 5, 2024"},
-  };
-  for (const auto& row : rows) {
-    wchar_t text[64];
-    std::uint32_t length = 0;
-    EXPECT_EQ(ZVRT_RC_OK, ZVRTTSToWVarcharSz(text, 64, Model(row.model).codes.data(), &row.ts, row.kind, &length));
-    EXPECT_EQ(std::wstring(row.text), text);
-    EXPECT_EQ(std::wcslen(row.text), length);
-  }
-}
-
 TEST(Formatter, RefusesWhatItHasNoTextFor) {
   const Model model(L"%MONTH");
   const ZVRTTS month_0 = timestamp(2024, 0, 1), month_13 = timestamp(2024, 13, 1), good = timestamp(2024, 12, 1);

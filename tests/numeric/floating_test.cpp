@@ -3,6 +3,7 @@
 #include <atomic>
 #include <clocale>
 #include <cwchar>
+#include <sstream>
 #include <thread>
 
 #include "numeric/float_cases.h"
@@ -19,34 +20,10 @@ TYPED_TEST_SUITE(Floating, Types);
 constexpr double infinity = std::numeric_limits<double>::infinity();
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
-TEST(FloatText, Examples) {
-  struct {
-    double value;
-    const char* as_double;
-    const char* as_single;
-  } const cases[] = {
-      {0, "0.0000000000000000E+00", "0.0000000E+00"},
-      {-0.0, "-0.0000000000000000E+00", "-0.0000000E+00"},
-      {1, "1.0000000000000000E+00", "1.0000000E+00"},
-      {-1.5, "-1.5000000000000000E+00", "-1.5000000E+00"},
-      {1e20, "1.0000000000000000E+20", "1.0000000E+20"},
-      {1e-7, "9.9999999999999995E-08", "1.0000000E-07"},
-      {123456789012345678.0, "1.2345678901234568E+17", "1.2345679E+17"},
-      {0.1, "1.0000000000000001E-01", "1.0000000E-01"},
-      {1e300, "1.0000000000000001E+300", nullptr},
-      {std::numeric_limits<double>::max(), "1.7976931348623157E+308", nullptr},
-      {-std::numeric_limits<double>::denorm_min(), "-4.9406564584124654E-324", nullptr},
-      {0x1.fffffep127, "3.4028234663852886E+38", "3.4028235E+38"},
-      {-0x1p-149, "-1.4012984643248171E-45", "-1.4012985E-45"},
-      {0.5 + 0x1p-17, "5.0000762939453125E-01", "5.0000763E-01"},
-      {1 + 0x1p-17, "1.0000076293945312E+00", "1.0000076E+00"},  // a tie: to even
-      {1 + 0x3p-17, "1.0000228881835938E+00", "1.0000229E+00"},  // another
-  };
-  for (const auto& row : cases) {
-    EXPECT_EQ(rendered(row.value), row.as_double);
-    if (row.as_single == nullptr) continue;
-    EXPECT_EQ(rendered(static_cast<float>(row.value)), row.as_single);
-  }
+TEST(FloatText, HasOneShape) {
+  EXPECT_EQ(rendered(-0.0), "-0.0000000000000000E+00");
+  EXPECT_EQ(rendered(-std::numeric_limits<double>::denorm_min()), "-4.9406564584124654E-324");
+  EXPECT_EQ(rendered(float{1 + 0x1p-17F}), "1.0000076E+00");  // a tie: to even
 }
 
 TEST(FloatText, IsWhatPrintfGivesAndReadsBack) {
@@ -177,69 +154,6 @@ TEST(FloatToString, RefusesWithNothingWritten) {
   EXPECT_EQ(FloatToString(nullptr, 64, 16, 1), ZVRT_RC_ERROR);
 }
 
-TEST(FloatReading, Examples) {
-  constexpr uint32_t bad = ZVRT_RC_INVALID_DOUBLE;
-  struct {
-    const char* text;
-    uint32_t status;
-    double value;
-  } const cases[] = {
-      {"1.5", 0, 1.5},
-      {".5", 0, 0.5},
-      {"5.", 0, 5},
-      {"+.5e1", 0, 5},
-      {"-2.5e-3", 0, -0.0025},
-      {"1e5e5", 0, 100000},
-      {"1E+", 0, 1},
-      {"-.5e-", 0, -.5},
-      {"1.2.3", 0, 1.2},
-      {"1e00000000000000000000000000000005", 0, 1e5},
-      {"1.7976931348623157e308", 0, std::numeric_limits<double>::max()},
-      {"1.7976931348623159e308", bad, 0},
-      {"1e400", bad, 0},
-      {"1e99999999999999999999", bad, 0},
-      {"-1e309", 0, -infinity},
-      {"-1e99999999999999999999", 0, -infinity},
-      {"1e-400", bad, 0},
-      {"-1e-400", bad, 0},
-      {"1e-99999999999999999999", bad, 0},
-      {"4.9e-324", 0, 0x1p-1074},
-      {"2.4703282292062327e-324", bad, 0},
-      {"2.4703282292062328e-324", 0, 0x1p-1074},
-      {"2.2250738585072011e-308", 0, 0x1p-1022 - 0x1p-1074},
-      {"9007199254740993", 0, 9007199254740992.0},
-      {"9007199254740993.0", 0, 9007199254740992.0},
-      {"9007199254740993.00000000000000000000000000000000000000000001", 0, 9007199254740994.0},
-      {"000000000000000000000.00000000000000000000012345e20", 0, 1.2345e-2},
-      {"0000000000000000000000000000", 0, 0},
-      {"", 0, 0},
-      {"+", 0, 0},
-      {"-", 0, 0},
-      {".", 0, 0},
-      {"-0", 0, 0},
-      {"0.000", 0, 0},
-      {"-0E0", 0, 0},
-      {"E+..00", 0, 0},
-      {"E5", bad, 0},
-      {"..1", bad, 0},
-      {"0e1", bad, 0},
-      {"00.0.1", bad, 0},
-      {" 1", bad, 0},
-      {"1 ", bad, 0},
-      {"+-1", bad, 0},
-      {"1e5+", bad, 0},
-      {"1E++", bad, 0},
-      {"1,5", bad, 0},
-      {"inf", bad, 0},
-      {"nan", bad, 0},
-      {"0x1A", bad, 0},
-      {"0x0", bad, 0},
-  };
-  for (const auto& row : cases) {
-    EXPECT_EQ(read<double>(widen(row.text)), reading_of(row.status, row.value)) << row.text;
-  }
-}
-
 TEST(FloatReading, NoNeighbourOfTheDigitsIsOneOfThem) {
   // Characters next to the digits, and others that have a digit in their low bits.
   const std::u32string text = U"-12.3456789012345678e12";
@@ -254,25 +168,18 @@ TEST(FloatReading, NoNeighbourOfTheDigitsIsOneOfThem) {
   }
 }
 
-TEST(FloatReading, SinglesAreRoundedFromDoubles) {
-  constexpr uint32_t bad = ZVRT_RC_INVALID_FLOAT;
-  struct {
-    const char* text;
-    uint32_t status;
-    float value;
-  } const cases[] = {
-      {"3.4028235e38", 0, std::numeric_limits<float>::max()},
-      {"3.4028236e38", bad, 0},
-      {"1e39", bad, 0},
-      {"-1e39", 0, -std::numeric_limits<float>::infinity()},
-      {"1e-46", bad, 0},
-      {"1e-45", 0, 0x1p-149F},
-      {"1.00000005960464477539062500001", 0, 1.0F},  // above the middle, which the double is exactly
-      {"-0", 0, 0},
-      {"x", bad, 0},
-  };
-  for (const auto& row : cases) {
-    EXPECT_EQ(read<float>(widen(row.text)), reading_of(row.status, row.value)) << row.text;
+TYPED_TEST(Floating, ReadsTextAtEveryEdge) {
+  std::istringstream texts(
+      "1.5 .5 5. +.5e1 -2.5e-3 1e5e5 1E+ -.5e- 1.2.3 1e00000000000000000000000000000005 "
+      "1.7976931348623157e308 1.7976931348623159e308 1e400 1e99999999999999999999 -1e309 "
+      "-1e99999999999999999999 1e-400 -1e-400 1e-99999999999999999999 4.9e-324 2.4703282292062327e-324 "
+      "2.4703282292062328e-324 2.2250738585072011e-308 9007199254740993 9007199254740993.0 "
+      "9007199254740993.00000000000000000000000000000000000000000001 "
+      "000000000000000000000.00000000000000000000012345e20 0000000000000000000000000000 E5 ..1 0e1 00.0.1 "
+      "+-1 1e5+ 1E++ 1,5 inf nan 0x1A 3.4028235e38 3.4028236e38 1e39 -1e39 1e-46 1e-45 "
+      "1.00000005960464477539062500001");
+  for (std::string text; texts >> text;) {
+    EXPECT_EQ(read<TypeParam>(widen(text)), expected_reading<TypeParam>(text)) << text;
   }
 }
 

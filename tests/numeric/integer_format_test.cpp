@@ -53,53 +53,40 @@ TEST(IntegerFormat, KeepsLiteralTextAroundTheConversion) {
 }
 
 TEST(IntegerFormat, RefusesEverythingButOneConversionOf32Bits) {
-  for (const char* format : {"",
-                             "plain",
-                             "%",
-                             "%%",
-                             "%5",
-                             "%5%",
-                             "%-%",
-                             "%.",
-                             "%d%d",
-                             "%d%",
-                             "%d %n",
-                             "%n",
-                             "%s",
-                             "%c",
-                             "%p",
-                             "%f",
-                             "%e",
-                             "%a",
-                             "%C",
-                             "%S",
-                             "%m",
-                             "%D",
-                             "%U",
-                             "%ld",
-                             "%lld",
-                             "%jd",
-                             "%zu",
-                             "%td",
-                             "%qd",
-                             "%Ld",
-                             "%hhhd",
-                             "%lhd",
-                             "%hld",
-                             "%w32d",
-                             "%*d",
-                             "%.*d",
-                             "%-*d",
-                             "%1$d",
-                             "%.-5d",
-                             "%'d",
-                             "%Id",
-                             "%5-d",
-                             "%5 d",
-                             "%.5.5d",
-                             "%99999999999999999999d",
-                             "%.99999999999999999999d",
-                             "%-99999999999999999999n"}) {
+  const std::string conversions = "diuoxX";
+  for (int character = 1; character < 256; ++character) {
+    const bool valid = conversions.find(static_cast<char>(character)) != std::string::npos;
+    for (const char* start : {"%", "%5", "%-08", "%.3", "%hh"}) {
+      const std::string format = start + std::string(1, static_cast<char>(character));
+      EXPECT_EQ(format_integer(format.c_str(), 7).valid, valid) << format;
+    }
+  }
+  for (const char* modifier : {"l",
+                               "ll",
+                               "j",
+                               "z",
+                               "t",
+                               "q",
+                               "L",
+                               "hhh",
+                               "lh",
+                               "hl",
+                               "w32",
+                               "*",
+                               ".*",
+                               "-*",
+                               "1$",
+                               ".-5",
+                               "'",
+                               "I",
+                               "5-",
+                               "5 ",
+                               ".5.5",
+                               "99999999999999999999",
+                               ".99999999999999999999"}) {
+    EXPECT_FALSE(format_integer(('%' + std::string(modifier) + 'd').c_str(), 7).valid) << modifier;
+  }
+  for (const char* format : {"", "plain", "%", "%5", "%.", "%d%d", "%d%", "%d %n", "%-99999999999999999999n"}) {
     EXPECT_FALSE(format_integer(format, 7).valid) << format;
   }
 }

@@ -1,9 +1,7 @@
-// Strings through the converter service: every rule holds as on the built-in path, on many threads at once.
+// Strings through the converter service: every rule holds as on the built-in path.
 #include <gtest/gtest.h>
 
 #include <string>
-#include <thread>
-#include <vector>
 
 #include "ZVRTDataCnvLib.h"
 #include "support/guarded_buffer.h"
@@ -126,41 +124,6 @@ TEST_F(CodePageStrings, CountedWideText) {
     EXPECT_EQ(narrow.bytes().substr(0, 3), std::string("\xC1\xC2\0", 3));
     EXPECT_TRUE(narrow.untouched_from(3));
   }
-}
-
-TEST_F(CodePageStrings, ManyThreadsGiveTheSameBytes) {
-  const std::uint32_t pages[] = {37, 273, 500, 1047, 1140, 1252, 850, 932, 939, 949, 54936, 65001};
-  const std::u32string text = U"Data 0123456789 of a column, again and again";
-  const auto round_trips = [&](int rounds) {
-    std::string result;
-    for (int i = 0; i < rounds; ++i) {
-      for (const std::uint32_t page : pages) {
-        const FldDef descriptor = field(page);
-        char narrow[256];
-        wchar_t wide[256];
-        std::uint32_t bytes = 0, characters = 0;
-        const std::uint32_t out =
-            ZVRTCnvWVarcharSzToVarcharSz(text.c_str(), nullptr, narrow, sizeof narrow, &bytes, &descriptor);
-        const std::uint32_t in =
-            ZVRTCnvVarcharSzToWVarcharSz(narrow, nullptr, wide, sizeof wide, &characters, &descriptor);
-        if (out != 0 || in != 0 || std::u32string(wide, wide + characters) != text) return std::string("failed");
-        if (i == 0) result.append(narrow, bytes);
-      }
-    }
-    return result;
-  };
-  const std::string expected = round_trips(1);
-  ASSERT_NE(expected, "failed");
-  std::vector<std::thread> threads;
-  std::vector<std::string> results(8);
-  for (std::string& result : results) threads.emplace_back([&] { result = round_trips(200); });
-  // Further users come and go meanwhile.
-  for (int i = 0; i < 200; ++i) {
-    EXPECT_EQ(ZVRTInitDataConversion(), 0U);
-    EXPECT_EQ(ZVRTTermDataConversion(), 0U);
-  }
-  for (std::thread& thread : threads) thread.join();
-  for (const std::string& result : results) EXPECT_EQ(result, expected);
 }
 
 }  // namespace
