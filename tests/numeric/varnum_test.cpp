@@ -59,7 +59,7 @@ TEST(TextToVarnum, RefusesWhatIsNoNumber) {
                                  "..",
                                  std::string(267, '0'),
                                  std::string(267, '0') + ".",
-                                 "1" + std::string(126, '0'),
+                                 std::string(126, '0').insert(0, 1, '1'),
                                  std::string(70, '1') + "x",
                                  std::string(5000, '1')};
   for (const std::string& text : refused) {
