@@ -55,9 +55,17 @@ struct WideUnits {
   }
 };
 
+template <class Units, unsigned vectors>
+ZVRT_INLINED void store_lanes(const Block& block, std::size_t count, char* into) {
+  Units::store(into, Units::lanes(count, 0), block.a);
+  if (vectors > 1) Units::store(into + 64, Units::lanes(count, 1), block.b);
+  if (vectors > 2) Units::store(into + 128, Units::lanes(count, 2), block.c);
+  if (vectors > 3) Units::store(into + 192, Units::lanes(count, 3), block.d);
+}
+
 // Copies so many vectors at most. Returns false where the copy ends.
 template <class Units, unsigned vectors>
-[[gnu::always_inline]] inline bool copy_step(const char* src, char* dst, std::size_t room, std::size_t& done) {
+ZVRT_INLINED bool copy_step(const char* src, char* dst, std::size_t room, std::size_t& done) {
   constexpr std::size_t step = vectors * 64 / Units::unit;
   const std::size_t readable = TerminatedUnits<Units::unit>::readable(src, done, step);
   const char* at = src + done * Units::unit;
@@ -69,14 +77,7 @@ template <class Units, unsigned vectors>
   };
   const Block block{load(0), load(1), load(2), load(3)};
   const std::size_t count = least(least(Units::text(block), readable), room - done);
-  char* into = dst + done * Units::unit;
-  const auto store = [&](unsigned i, Vector units) {
-    if (i < vectors) Units::store(into + i * 64, Units::lanes(count, i), units);
-  };
-  store(0, block.a);
-  store(1, block.b);
-  store(2, block.c);
-  store(3, block.d);
+  store_lanes<Units, vectors>(block, count, dst + done * Units::unit);
   if (count != readable) {
     done += count;
     return false;
@@ -88,21 +89,25 @@ template <class Units, unsigned vectors>
 template <class Units>
 [[gnu::noinline]] Run copy_further(const char* src, char* dst, std::size_t room, std::size_t done) {
   constexpr std::size_t step = 256 / Units::unit;
-  do {
+  for (;;) {
     while (room - done >= step && TerminatedUnits<Units::unit>::readable(src, done, step) == step) {
       const char* at = src + done * Units::unit;
       const Block block{_mm512_loadu_si512(at), _mm512_loadu_si512(at + 64), _mm512_loadu_si512(at + 128),
                         _mm512_loadu_si512(at + 192)};
-      if (Units::has_zero(block)) break;
       char* into = dst + done * Units::unit;
+      if (Units::has_zero(block)) {
+        const std::size_t count = Units::text(block);
+        store_lanes<Units, 4>(block, count, into);
+        return {done + count, done + count};
+      }
       _mm512_storeu_si512(into, block.a);
       _mm512_storeu_si512(into + 64, block.b);
       _mm512_storeu_si512(into + 128, block.c);
       _mm512_storeu_si512(into + 192, block.d);
       done += step;
     }
-  } while (done < room && copy_step<Units, 4>(src, dst, room, done));
-  return {done, done};
+    if (done == room || !copy_step<Units, 4>(src, dst, room, done)) return {done, done};
+  }
 }
 
 template <class Units, unsigned first_vectors>
