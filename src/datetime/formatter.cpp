@@ -1,9 +1,9 @@
 #include "datetime/formatter.h"
-#include "frame/wraps.h"
 
 #include "datetime/elements.h"
 #include "datetime/meridiem.h"
 #include "datetime/padded_number.h"
+#include "frame/wraps.h"
 
 namespace zvrt {
 

@@ -1,8 +1,9 @@
 #include "numeric/integer_format.h"
-#include "frame/wraps.h"
 
 #include <algorithm>
 #include <iterator>
+
+#include "frame/wraps.h"
 
 namespace zvrt {
 
