@@ -7,7 +7,7 @@ set -euo pipefail
 build=(g++ cmake ninja-build pkg-config libicu-dev)
 examples=(libcli11-dev libcsv-dev libfmt-dev libsqlite3-dev nlohmann-json3-dev)
 tests=(libgtest-dev)
-useful=(gnucobol3 abigail-tools lintian locales clang libclang-rt-14-dev doxygen)
+useful=(gnucobol3 abigail-tools lintian locales clang libclang-rt-14-dev doxygen valgrind libc6-dbg)
 
 missing() {
   local package
