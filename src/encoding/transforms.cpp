@@ -146,7 +146,7 @@ class Utf8Sink {
 template <class Sink>
 Moved decode_text(const char* src, std::int64_t bytes, std::int64_t readable, Sink sink) {
   for (std::int64_t used = 0; used < bytes;) {
-    if (used < readable) used += sink.take_run(src + used, readable - used);
+    used += sink.take_run(src + used, readable - used);
     if (used == bytes) break;
     const Utf8Sequence sequence = decode_utf8(src + used, bytes - used);
     if (sequence.kind == Utf8::incomplete) return sink.moved(ZVRT_RC_TRUNCATED);
