@@ -160,7 +160,7 @@ Run count_decoded(const char* src, std::size_t count) { return decode_run<false>
 
 constexpr Wide last_ordinary = 0x1FFFFF;
 
-// Sixteen characters as bytes, and which are zero; whether any before the first zero, or that, is more than 7F.
+// Sixteen characters as bytes, and which of them are zero; whether all to the first zero are ASCII.
 struct Narrowed {
   __m128i bytes;
   unsigned zeros;
