@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Instructions a call, as a table: they repeat where times do not. callgrind knows AVX2 and no AVX-512, so these are the
-# AVX2 kernels'. The counting loop's own instructions are taken off.
+# Instructions a call, as a table: they repeat where times do not. callgrind knows no AVX-512, so these are the
+# SSE4.1 kernels'. The counting loop's own instructions are taken off.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 cmake -S . -B build/bench -G Ninja -DCMAKE_BUILD_TYPE=Release -DZVRT_BUILD_BENCH=ON >/dev/null

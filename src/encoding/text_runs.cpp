@@ -5,6 +5,6 @@
 namespace zvrt {
 
 const TextKernels text_kernels = *choose_version(Versions<const TextKernels>{
-    .baseline = &text_kernels_baseline, .avx2 = &text_kernels_avx2, .avx512 = &text_kernels_avx512});
+    .baseline = &text_kernels_baseline, .sse41 = &text_kernels_sse41, .avx512 = &text_kernels_avx512});
 
 }  // namespace zvrt

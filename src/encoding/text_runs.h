@@ -32,7 +32,7 @@ struct TextKernels {
 };
 
 extern const TextKernels text_kernels_baseline;
-extern const TextKernels text_kernels_avx2;
+extern const TextKernels text_kernels_sse41;
 extern const TextKernels text_kernels_avx512;
 
 // The version for this machine, chosen when the library is loaded.

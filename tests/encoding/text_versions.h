@@ -27,7 +27,7 @@ struct Version {
 
 inline std::vector<Version> versions() {
   std::vector<Version> all{{"baseline", text_kernels_baseline}};
-  if (cpu_level() >= CpuLevel::avx2) all.push_back({"avx2", text_kernels_avx2});
+  if (cpu_level() >= CpuLevel::sse41) all.push_back({"sse41", text_kernels_sse41});
   if (cpu_level() >= CpuLevel::avx512) all.push_back({"avx512", text_kernels_avx512});
   return all;
 }

@@ -7,9 +7,8 @@
 #include <cstdint>
 
 #include "encoding/text_runs.h"
+#include "frame/inlined.h"
 #include "frame/wraps.h"
-
-#define ZVRT_INLINED [[gnu::always_inline]] inline
 
 namespace zvrt {
 
