@@ -95,8 +95,8 @@ Block gather_short(Block bytes, Block positions, Block indices) {
 // The indices of eight characters from `first` on, in pieces of so many that start at `last` at the latest.
 template <unsigned piece, unsigned first = 0>
 Block short_indices(Block last) {
-  constexpr static Bytes starts([](unsigned i) { return first + i / 2 / piece * piece; });
-  constexpr static Bytes offsets([](unsigned i) { return i / 2 % piece; });
+  static constexpr Bytes starts([](unsigned i) { return first + i / 2 / piece * piece; });
+  static constexpr Bytes offsets([](unsigned i) { return i / 2 % piece; });
   return _mm_add_epi8(_mm_min_epu8(starts.block(), last), offsets.block());
 }
 
@@ -163,18 +163,18 @@ struct EqualCharacters {
   static constexpr std::size_t most = block_bytes / length;
   static constexpr unsigned used = most * length;
   // The payload bytes of a lane: where the characters start, and the last byte lowest.
-  constexpr static Bytes starts{[](unsigned i) { return i / 4 * length; }};
-  constexpr static Bytes offsets{[](unsigned i) { return i % 4 < length ? length - 1 - i % 4 : 0x80; }};
+  static constexpr Bytes starts{[](unsigned i) { return i / 4 * length; }};
+  static constexpr Bytes offsets{[](unsigned i) { return i % 4 < length ? length - 1 - i % 4 : 0x80; }};
 
   Block payload;
   Mask others;  // bytes that do not fit
 
   // Leads without payload before a continuation byte without do not, as they may make a zero.
   explicit EqualCharacters(Block bytes) {
-    constexpr static Bytes marks([](unsigned i) {
+    static constexpr Bytes marks([](unsigned i) {
       return i >= used ? 0 : i % length != 0 ? 0x80 : length == 3 ? 0xE0 : 0xF0;
     });
-    constexpr static Bytes marked([](unsigned i) {
+    static constexpr Bytes marked([](unsigned i) {
       return i >= used ? 0 : i % length != 0 ? 0xC0 : length == 3 ? 0xF0 : 0xF8;
     });
     constexpr Mask leads = length == 3 ? 0x1249 : 0x1111;
@@ -207,12 +207,13 @@ struct EqualCharacters {
   }
 };
 
-// In a `steady` run the next block may be looked at before the length of this one is known.
+// Once a run of them is under way, full blocks are expected: a branch foresees them, and where the next block begins
+// need not wait for the count of this one.
 template <unsigned length>
-ZVRT_INLINED Run widen_equal(Block bytes, bool steady, char* dst, std::size_t room) {
+ZVRT_INLINED Run widen_equal(Block bytes, bool under_way, char* dst, std::size_t room) {
   using Equal = EqualCharacters<length>;
   const Equal equal(bytes);
-  if (steady && equal.others == 0 && room >= Equal::most) {
+  if (under_way && equal.others == 0 && room >= Equal::most) {
     equal.widen_all(dst);
     return {Equal::used, Equal::most};
   }
@@ -288,17 +289,17 @@ template <bool writes, class Source>
 ZVRT_INLINED Run decode_run(const char* src, Source source, void* dst, std::size_t room, std::size_t ascii = 0) {
   std::size_t read = ascii;
   std::size_t written = ascii;
-  bool steady = false;
+  bool under_way = false;
   while (source.goes_on(src, read)) {
     const Block bytes = source.bytes(src, read);
     char* out = writes ? static_cast<char*>(dst) + written * 4 : nullptr;
     const auto lead = static_cast<unsigned char>(src[read]);
     if (writes && lead >= 0xE0) {
-      const Run run = lead < 0xF0 ? widen_equal<3>(bytes, steady, out, room - written)
-                                  : widen_equal<4>(bytes, steady, out, room - written);
+      const Run run = lead < 0xF0 ? widen_equal<3>(bytes, under_way, out, room - written)
+                                  : widen_equal<4>(bytes, under_way, out, room - written);
       read += run.read;
       written += run.written;
-      steady = true;
+      under_way = true;
       if (run.read > 0) continue;
     }
     Characters characters = locate(bytes);
