@@ -13,8 +13,8 @@ namespace zvrt {
 
 namespace {
 
+constexpr std::uint64_t ten_million = 10'000'000;
 constexpr std::uint64_t hundred_million = 100'000'000;
-constexpr std::int32_t block = 4;  // wide characters in a vector
 
 __m128i load_vector(const void* at) { return _mm_loadu_si128(static_cast<const __m128i*>(at)); }
 
@@ -35,15 +35,9 @@ constexpr Windows windows = [] {
 
 // ---- writing -------------------------------------------------------------------------------------------------------
 
-// The digits of a number below 10^16, one a byte, the most significant first: split by 10^8, and in all lanes at once
-// by 10^4, 100 and 10. Each reciprocal is exact over its range.
-__m128i sixteen_digits(std::uint64_t number) {
-  const std::uint64_t upper = number / hundred_million;
-  const __m128i eights =
-      _mm_set_epi64x(static_cast<long long>(number - upper * hundred_million), static_cast<long long>(upper));
-  const __m128i by_10000 = _mm_srli_epi64(_mm_mul_epu32(eights, _mm_set1_epi32(static_cast<int>(0xD1B71759))), 45);
-  const __m128i below_10000 = _mm_sub_epi32(eights, _mm_mul_epu32(by_10000, _mm_set1_epi32(10000)));
-  const __m128i fours = _mm_or_si128(by_10000, _mm_slli_epi64(below_10000, 32));
+// The digits of numbers below 10000 in lanes of 32 bits, one a byte, the most significant first: split by 100 and by 10
+// in all lanes at once. Each reciprocal is exact over its range.
+__m128i digits_of_fours(__m128i fours) {
   const __m128i by_100 = _mm_srli_epi16(_mm_mulhi_epu16(fours, _mm_set1_epi32(5243)), 3);
   const __m128i below_100 = _mm_sub_epi16(fours, _mm_mullo_epi16(by_100, _mm_set1_epi32(100)));
   const __m128i twos = _mm_or_si128(by_100, _mm_slli_epi32(below_100, 16));
@@ -52,26 +46,49 @@ __m128i sixteen_digits(std::uint64_t number) {
   return _mm_or_si128(by_10, _mm_slli_epi16(below_10, 8));
 }
 
-// Writes in blocks, of which the last ones may overlap: none reaches beyond the lanes to store, and how many there are
-// does not depend on the number of digits.
-template <std::int32_t blocks>
+// The characters of a number below 10^8, zeros behind them.
+__m128i eight_digits(std::uint64_t number) {
+  const std::uint64_t upper = number / 10'000;
+  const std::uint64_t fours = upper | (number - upper * 10'000) << 32;
+  const __m128i zeros = _mm_set_epi64x(0, 0x3030303030303030);
+  return _mm_or_si128(digits_of_fours(_mm_cvtsi64_si128(static_cast<long long>(fours))), zeros);
+}
+
+// The characters of a number below 10^16.
+__m128i sixteen_digits(std::uint64_t number) {
+  const std::uint64_t upper = number / hundred_million;
+  const __m128i eights =
+      _mm_set_epi64x(static_cast<long long>(number - upper * hundred_million), static_cast<long long>(upper));
+  const __m128i by_10000 = _mm_srli_epi64(_mm_mul_epu32(eights, _mm_set1_epi32(static_cast<int>(0xD1B71759))), 45);
+  const __m128i below_10000 = _mm_sub_epi32(eights, _mm_mul_epu32(by_10000, _mm_set1_epi32(10000)));
+  const __m128i fours = _mm_or_si128(by_10000, _mm_slli_epi64(below_10000, 32));
+  return _mm_or_si128(digits_of_fours(fours), _mm_set1_epi8('0'));
+}
+
+// Writes a number of up to so many digits, with a zero behind it `most` lanes, in pieces of two or four. The last ones may
+// overlap: none reaches beyond the lanes to store, and how many there are does not depend on the number of digits.
+template <std::int32_t digits, std::int32_t most, std::int32_t piece>
 [[gnu::always_inline]] inline std::int32_t write_digits(std::uint64_t magnitude, bool negative, void* dst,
                                                         std::int32_t room) {
-  const __m128i digits = sixteen_digits(magnitude);
-  const std::int32_t start = 16 - count_digits(magnitude);  // counted beside the digits, not waiting for them
+  const __m128i characters = digits == 8 ? eight_digits(magnitude) : sixteen_digits(magnitude);
+  const std::int32_t count = count_digits(magnitude);  // beside the digits, not waiting for them
   const std::int32_t sign = negative ? 1 : 0;
-  const std::int32_t lanes = least(16 - start + 1, room - sign);
-  if (lanes < block) [[unlikely]]
+  const std::int32_t lanes = least(count + 1, room - sign);
+  if (lanes < piece) [[unlikely]]
     return write_decimal(magnitude, negative, dst, room);
   store(dst, 0, Wide{'-'});  // stays if there is a sign
   auto* const out = static_cast<std::byte*>(dst) + sign * 4;
-  const __m128i characters = _mm_or_si128(digits, _mm_set1_epi8('0'));
-  for (std::int32_t index = 0; index < blocks; ++index) {
-    const std::int32_t from = least(index * block, lanes - block);
-    const __m128i bytes = _mm_shuffle_epi8(characters, load_vector(windows.bytes + start + from));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + from * 4), _mm_cvtepu8_epi32(bytes));
+  const std::uint8_t* const window = windows.bytes + digits - count;
+  for (std::int32_t at = 0; at < most; at += piece) {
+    const std::int32_t from = least(at, lanes - piece);
+    const __m128i bytes = _mm_cvtepu8_epi32(_mm_shuffle_epi8(characters, load_vector(window + from)));
+    if constexpr (piece == 4) {
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(out + from * 4), bytes);
+    } else {
+      _mm_storel_epi64(reinterpret_cast<__m128i*>(out + from * 4), bytes);
+    }
   }
-  return 16 - start + sign;
+  return count + sign;
 }
 
 // ---- reading -------------------------------------------------------------------------------------------------------
@@ -107,7 +124,7 @@ constexpr Digits passed{0, 0, Reading::passed};
 
 // The 17th digit and up to six more.
 ZVRT_WRAPS Digits read_on(const std::byte* text, std::uint64_t head) {
-  constexpr std::uint64_t powers[] = {1, 10, 100, 1'000, 10'000, 100'000, 1'000'000, 10'000'000};
+  static constexpr std::uint64_t powers[] = {1, 10, 100, 1'000, 10'000, 100'000, 1'000'000, 10'000'000};
   if (!may_read_ahead(text + 64, 32)) [[unlikely]]
     return passed;
   const __m128i tail = eight_characters(text + 64);
@@ -119,13 +136,16 @@ ZVRT_WRAPS Digits read_on(const std::byte* text, std::uint64_t head) {
 }
 
 struct Sse41Kernel {
+  // Keys have a few digits and numbers of any size many: a branch that is foreseen sets them apart.
   static std::int32_t write(std::uint32_t magnitude, bool negative, void* dst, std::int32_t room) {
-    return write_digits<3>(magnitude, negative, dst, room);
+    if (magnitude < ten_million) return write_digits<8, 8, 2>(magnitude, negative, dst, room);
+    return write_digits<16, 11, 4>(magnitude, negative, dst, room);
   }
 
   static std::int32_t write(std::uint64_t magnitude, bool negative, void* dst, std::int32_t room) {
+    if (magnitude < ten_million) return write_digits<8, 8, 2>(magnitude, negative, dst, room);
     if (magnitude >= hundred_million * hundred_million) return write_decimal(magnitude, negative, dst, room);
-    return write_digits<5>(magnitude, negative, dst, room);
+    return write_digits<16, 17, 4>(magnitude, negative, dst, room);
   }
 
   template <class Accumulator>
