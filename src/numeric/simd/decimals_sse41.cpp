@@ -96,12 +96,7 @@ void store_block(void* dst, std::uint32_t count, Block characters) {
       const Block moved = _mm_shuffle_epi8(characters, moves(static_cast<std::int32_t>(index)));
       _mm_storeu_si128(reinterpret_cast<Block*>(static_cast<char*>(dst) + index * 4), _mm_cvtepu8_epi32(moved));
     };
-    four(0);
-    four(4);
-    if (count > 8) {
-      four(8);
-      four(12);
-    }
+    for (std::uint32_t from = 0; from < block_bytes; from += 4) four(from);
   } else {
     const auto front = static_cast<std::uint32_t>(_mm_cvtsi128_si32(characters));
     const auto one = [&](std::uint32_t index) { put<Wide>(dst, index * 4, front >> index * 8 & 0xFF); };
@@ -111,11 +106,11 @@ void store_block(void* dst, std::uint32_t count, Block characters) {
   }
 }
 
-// Stores 1 to 8 characters in twos, without a branch on their number. A single one is stored with one character behind
+// Stores 1 to 10 characters in twos, without a branch on their number. A single one is stored with one character behind
 // it.
 void store_few(void* dst, std::uint32_t count, Block characters) {
   const std::uint32_t last = count - (count > 1 ? 2 : 1);
-  for (std::uint32_t from = 0; from < 8; from += 2) {
+  for (std::uint32_t from = 0; from < 10; from += 2) {
     const std::uint32_t index = least(from, last);
     const Block moved = _mm_shuffle_epi8(characters, moves(static_cast<std::int32_t>(index)));
     put(dst, index * 4, _mm_cvtsi128_si64(_mm_cvtepu8_epi32(moved)));
@@ -151,7 +146,7 @@ ZVRT_WRAPS Rendered render_packed_41(const std::uint8_t* field, std::int64_t byt
   const Block zeros = all(decimal_vectors.zeros);
   const auto from = static_cast<std::int32_t>(start);
   const Block text = _mm_add_epi8(window(halves, from), zeros);
-  if (size <= 4) {
+  if (size <= 5) {
     store_few(out, count, text);
   } else {
     store_block(out, least(count, block_bytes), text);
