@@ -4,6 +4,6 @@
 
 namespace zvrt {
 
-const PlainReader read_plain_number = cpu_level() >= CpuLevel::avx512 ? read_plain_avx512 : nullptr;
+const PlainReader read_plain_number = cpu_level() >= CpuLevel::sse41 ? read_plain_sse41 : nullptr;
 
 }  // namespace zvrt

@@ -16,6 +16,6 @@ struct PlainNumber {
 using PlainReader = PlainNumber (*)(const void* text);
 extern const PlainReader read_plain_number;
 
-PlainNumber read_plain_avx512(const void* text);
+PlainNumber read_plain_sse41(const void* text);
 
 }  // namespace zvrt
