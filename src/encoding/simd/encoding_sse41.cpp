@@ -1,5 +1,6 @@
-// Wide text to UTF-8 by SSE4.1, in steps of sixteen characters: their bytes are put side by side in lanes, squeezed together by
-// byte shuffles and stored by pieces that overlap as far as they have to, so that their number costs hardly a branch.
+// Wide text to UTF-8 by SSE4.1, in steps of sixteen characters: their bytes are put side by side in lanes, squeezed
+// together by byte shuffles and stored by pieces that overlap as far as they have to, so that their number costs hardly
+// a branch.
 #include "encoding/simd/sse41.h"
 
 namespace zvrt::sse41 {
