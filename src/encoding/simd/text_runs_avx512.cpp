@@ -261,7 +261,8 @@ template <bool writes, class Bound>
 
 template <bool writes, class Bound>
 [[gnu::noinline]] Run decode_further(const char* src, Bound bound, char* dst, std::size_t room, Ends ends) {
-  while (decode_long<writes>(src, bound, dst, room, ends) && decode_step<writes>(src, bound, dst, room, ends)) {
+  // Most texts that reach here end within one more step.
+  while (decode_step<writes>(src, bound, dst, room, ends) && decode_long<writes>(src, bound, dst, room, ends)) {
   }
   return {ends.read, ends.written};
 }
@@ -476,15 +477,18 @@ template <class Bound>
   }
 }
 
+// Most texts that reach here end within two more steps, before a long one could be tried.
 template <class Bound>
 [[gnu::noinline]] Run encode_further(const char* src, Bound bound, char* dst, std::size_t room, Ends ends) {
   Step step = ends.read == ends.written ? Step::goes_on : Step::is_not_ascii;
   if (step == Step::goes_on) {
-    while ((step = encode_ascii_step(src, bound, dst, room, ends)) == Step::goes_on)
+    while ((step = encode_ascii_step(src, bound, dst, room, ends)) == Step::goes_on &&
+           (step = encode_ascii_step(src, bound, dst, room, ends)) == Step::goes_on)
       encode_long(src, bound, dst, room, ends);
   }
   if (step == Step::is_not_ascii) {
-    while (encode_step(src, bound, dst, room, ends)) encode_long(src, bound, dst, room, ends);
+    while (encode_step(src, bound, dst, room, ends) && encode_step(src, bound, dst, room, ends))
+      encode_long(src, bound, dst, room, ends);
   }
   return {ends.read, ends.written};
 }
