@@ -54,13 +54,17 @@ const std::vector<std::string>& oddities() {
 }
 const std::string& oddity() { return oddities()[below(oddities().size())]; }
 
+// From one in ten characters of a text to nine are ASCII.
+std::uint32_t ascii_share() { return 1 + below(9); }
+
 // Bytes of texts in one script or several, with an oddity in one of `rarity` characters, or none for 0.
 std::string narrow_text(std::size_t bytes, unsigned script, std::uint32_t rarity) {
   std::string text;
+  const std::uint32_t ascii = ascii_share();
   while (text.size() < bytes) {
     const std::int32_t length =
         script < 4 ? static_cast<std::int32_t>(script) + 1 : 1 + static_cast<std::int32_t>(below(4));
-    text += rarity != 0 && below(rarity) == 0 ? oddity() : character(below(5) == 0 ? 1 : length);
+    text += rarity != 0 && below(rarity) == 0 ? oddity() : character(below(10) < ascii ? 1 : length);
   }
   text.resize(bytes);
   return text;
@@ -71,9 +75,10 @@ std::string wide_text(std::size_t units, unsigned script, std::uint32_t rarity) 
   static constexpr Wide odd[] = {0,          0x200000,   0x3FFFFFF, 0x7FFFFFFF, 0x80000000,
                                  0xFFFFFFFF, 0x80000041, 0xFFFD,    0x1FFFFF};
   std::string text;
+  const std::uint32_t ascii = ascii_share();
   for (std::size_t i = 0; i < units; ++i) {
     const bool is_odd = rarity != 0 && below(rarity) == 0;
-    const unsigned length = below(5) == 0 ? 0 : script < 4 ? script : below(4);
+    const unsigned length = below(10) < ascii ? 0 : script < 4 ? script : below(4);
     const Wide unit = is_odd ? odd[below(std::size(odd))] : 1 + below(ends[length] - 1);
     text.append(reinterpret_cast<const char*>(&unit), 4);
   }
