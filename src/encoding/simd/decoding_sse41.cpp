@@ -110,9 +110,12 @@ ZVRT_INLINED void widen_short(Block bytes, Block lasts, std::size_t count, char*
     const std::size_t last = count - 2;
     const Block lanes = gather_short(bytes, lasts, short_indices<2>(repeat_of(last)));
     const Block four = _mm_unpacklo_epi16(lanes, zero);
-    _mm_storel_epi64(reinterpret_cast<Block*>(dst), four);
-    _mm_storeh_pd(reinterpret_cast<double*>(dst + least(2, last) * 4), _mm_castsi128_pd(four));
-    _mm_storel_epi64(reinterpret_cast<Block*>(dst + last * 4), _mm_unpackhi_epi16(lanes, zero));
+    const auto store_two = [dst](std::size_t at, Block two) {
+      _mm_storel_epi64(reinterpret_cast<Block*>(dst + at * 4), two);
+    };
+    store_two(0, four);
+    store_two(least(2, last), _mm_unpackhi_epi64(four, four));
+    store_two(last, _mm_unpackhi_epi16(lanes, zero));
     return;
   }
   const std::size_t last = count - 4;
