@@ -79,7 +79,7 @@ ZVRT_INLINED Block move_up(Block bytes, std::size_t count) {
   return move_down(bytes, -static_cast<std::ptrdiff_t>(count));
 }
 
-// Up to sixteen bytes, zeros behind them, without reading a byte more: from pieces that overlap where they have to.
+// One to sixteen bytes, zeros behind them, without reading a byte more: from pieces that overlap where they have to.
 ZVRT_INLINED Block load_bytes(const char* src, std::size_t count) {
   if (count >= block_bytes) return load_block(src);
   if (count > 8) {
@@ -90,7 +90,7 @@ ZVRT_INLINED Block load_bytes(const char* src, std::size_t count) {
   if (count >= 4) {
     const std::uint64_t above = load<std::uint32_t>(src + count - 4);
     bytes = load<std::uint32_t>(src) | above << (count - 4) * 8;
-  } else if (count > 0) {
+  } else {
     const auto byte = [src](std::size_t i) { return std::uint64_t{static_cast<unsigned char>(src[i])} << i * 8; };
     bytes = byte(0) | byte(count / 2) | byte(count - 1);
   }
