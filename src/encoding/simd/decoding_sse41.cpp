@@ -17,9 +17,9 @@ struct Characters {
 Mask at_least(Block bytes, unsigned value) { return sign_bits(_mm_subs_epu8(bytes, repeat(value - 0x80))); }
 
 ZVRT_WRAPS ZVRT_INLINED Characters locate(Block bytes) {
-  const Mask end = equal(bytes, 0) | past_block;
-  const Mask span = end ^ (end - 1);       // to the first zero, that one included
-  const Mask two = at_least(bytes, 0xC0);  // leads of two bytes or more
+  const std::size_t text = lowest_bit(equal(bytes, 0) | past_block);
+  const auto span = static_cast<Mask>(first(text + 1));  // its terminator included
+  const Mask two = at_least(bytes, 0xC0);                // leads of two bytes or more
   const Mask three = at_least(bytes, 0xE0);
   const Mask four = at_least(bytes, 0xF0);
   const Mask continuations = sign_bits(bytes) ^ two;
@@ -273,9 +273,9 @@ std::size_t widen_leading_ascii(const char* src, char* dst, std::size_t room) {
   const Block high = load_block(src + block_bytes);
   const Mask end = equal(low, 0) | equal(high, 0) << block_bytes;
   const Mask others = sign_bits(low) | sign_bits(high) << block_bytes;
-  if ((others & below(end)) != 0) return 0;
-  if (end != 0) [[likely]] {
-    const std::size_t count = lowest_bit(end);
+  const std::size_t count = lowest_bit(end | std::uint64_t{1} << most);
+  if ((others & first(count)) != 0) return 0;
+  if (count != most) [[likely]] {
     if (count < 4 || count > room) return 0;
     widen_pieces<most>(src, count, dst);
     return count;

@@ -35,7 +35,7 @@ ZVRT_INLINED Step classify(const Units& units) {
   const Block high = _mm_packus_epi32(units.quads[2], units.quads[3]);
   const Block most = _mm_set1_epi16(0xFF);
   const Block bytes = _mm_packus_epi16(_mm_min_epu16(low, most), _mm_min_epu16(high, most));
-  const Mask inside = below(equal(bytes, 0) | past_block);
+  const auto inside = static_cast<Mask>(first(lowest_bit(equal(bytes, 0) | past_block)));
   return {low, high, bytes, {inside, sign_bits(bytes) & inside, 0, 0}};
 }
 
@@ -233,9 +233,9 @@ std::size_t narrow_short_ascii(const char* src, char* dst, std::size_t room) {
   const Block high = classify(load_step(src + step_units * 4)).bytes;
   const Mask end = equal(low, 0) | equal(high, 0) << step_units;
   const Mask others = sign_bits(low) | sign_bits(high) << step_units;
-  if (end == 0 || (others & below(end)) != 0) return 0;
+  if (end == 0) return 0;
   const std::size_t count = lowest_bit(end);
-  if (count < 4 || count > room) return 0;
+  if ((others & first(count)) != 0 || count < 4 || count > room) return 0;
   alignas(block_bytes) char kept[most];
   store_block(kept, low);
   store_block(kept + block_bytes, high);
