@@ -8,6 +8,7 @@
 #include "frame/read_ahead.h"
 #include "frame/wraps.h"
 #include "numeric/integers.h"
+#include "numeric/simd/digits_sse41.h"
 
 namespace zvrt {
 
@@ -107,12 +108,7 @@ std::int32_t count_leading_digits(__m128i bytes) {
 
 // The number that the first so many digits make.
 std::uint64_t folded(__m128i digits, std::int32_t count) {
-  const __m128i right_aligned = _mm_shuffle_epi8(digits, load_vector(windows.before + count));
-  const __m128i twos = _mm_maddubs_epi16(right_aligned, _mm_set1_epi16(10 | 1 << 8));
-  const __m128i fours = _mm_madd_epi16(twos, _mm_set1_epi32(100 | 1 << 16));
-  const __m128i eights = _mm_madd_epi16(_mm_packus_epi32(fours, fours), _mm_set1_epi32(10000 | 1 << 16));
-  const auto halves = static_cast<std::uint64_t>(_mm_cvtsi128_si64(eights));
-  return (halves & 0xFFFFFFFF) * hundred_million + (halves >> 32);
+  return sse41::join_digits(_mm_shuffle_epi8(digits, load_vector(windows.before + count)));
 }
 
 Digits finished(const std::byte* text, std::uint64_t value, std::int32_t count) {

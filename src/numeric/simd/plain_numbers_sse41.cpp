@@ -8,6 +8,7 @@
 #include "frame/units.h"
 #include "frame/wraps.h"
 #include "numeric/plain_numbers.h"
+#include "numeric/simd/digits_sse41.h"
 
 namespace zvrt {
 
@@ -36,15 +37,6 @@ constexpr Constants constants = [] {
 Block load_block(const void* at) { return _mm_loadu_si128(static_cast<const Block*>(at)); }
 std::uint32_t bits_of(Block bytes) { return static_cast<std::uint32_t>(_mm_movemask_epi8(bytes)); }
 std::uint32_t equal(Block bytes, char value) { return bits_of(_mm_cmpeq_epi8(bytes, _mm_set1_epi8(value))); }
-
-std::uint64_t join_digits(Block digits) {
-  constexpr std::uint64_t hundred_million = 100'000'000;
-  const Block twos = _mm_maddubs_epi16(digits, _mm_set1_epi16(10 | 1 << 8));
-  const Block fours = _mm_madd_epi16(twos, _mm_set1_epi32(100 | 1 << 16));
-  const Block eights = _mm_madd_epi16(_mm_packus_epi32(fours, fours), _mm_set1_epi32(10000 | 1 << 16));
-  const auto halves = static_cast<std::uint64_t>(_mm_cvtsi128_si64(eights));
-  return (halves & 0xFFFFFFFF) * hundred_million + (halves >> 32);
-}
 
 }  // namespace
 
@@ -79,7 +71,7 @@ ZVRT_WRAPS PlainNumber read_plain_sse41(const void* text) {
       _mm_cmpgt_epi8(_mm_set1_epi8(static_cast<char>(before_point)), load_block(constants.positions));
   const Block order = _mm_blendv_epi8(load_block(moved), load_block(moved - 1), moved_on);
   const Block joined = _mm_shuffle_epi8(_mm_and_si128(values, is_digit), order);
-  const auto significand = static_cast<std::int64_t>(join_digits(joined));
+  const auto significand = static_cast<std::int64_t>(sse41::join_digits(joined));
   return {negative ? -significand : significand, point == 0 ? 0 : static_cast<std::int64_t>(behind_point)};
 }
 
