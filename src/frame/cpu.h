@@ -14,7 +14,7 @@ namespace zvrt {
 enum class CpuLevel : std::uint8_t {
   baseline,  // x86-64 with SSE2
   sse41,     // SSSE3, SSE4.1 and population count
-  avx512,    // BMI, BMI2, leading-zero count, FMA, and AVX-512 F, BW, CD, DQ, VL, IFMA, VBMI and VBMI2
+  avx512,    // AVX2, BMI, BMI2, leading-zero count, FMA, and AVX-512 F, BW, CD, DQ, VL, IFMA, VBMI and VBMI2
 };
 
 CpuLevel cpu_level();

@@ -16,7 +16,7 @@ struct Characters {
 // Which bytes have this value or more: the subtraction brings it to 80.
 Mask at_least(Block bytes, unsigned value) { return sign_bits(_mm_subs_epu8(bytes, repeat(value - 0x80))); }
 
-ZVRT_WRAPS ZVRT_INLINED Characters locate(Block bytes) {
+ZVRT_INLINED Characters locate(Block bytes) {
   const std::size_t text = lowest_bit(equal(bytes, 0) | past_block);
   const auto span = static_cast<Mask>(first(text + 1));  // its terminator included
   const Mask two = at_least(bytes, 0xC0);                // leads of two bytes or more

@@ -52,7 +52,7 @@ ZVRT_INLINED void classify_long(Step& step, const Units& units) {
   if (lengths.from_three == 0) return;
   lengths.from_four = units_above(units, 0xFFFF) & lengths.inside;
   if (lengths.from_four == 0) return;
-  const Mask before = below(units_above(units, 0x1FFFFF) | past_block);
+  const auto before = static_cast<Mask>(first(lowest_bit(units_above(units, 0x1FFFFF) | past_block)));
   lengths = {lengths.inside & before, lengths.from_two & before, lengths.from_three & before,
              lengths.from_four & before};
 }
