@@ -1,0 +1,283 @@
+/**
+ * @file ZVRTColumns.h
+ * @brief Plans: one conversion rule, made once, run over whole columns. The one public header of libZVRTColumns, for
+ * C11 and C++17 on.
+ *
+ * A plan says what the values of a source are and what they become (two ZVRTType). A run says where they stand (two
+ * ZVRTArray) and how many there are. Every value arrives exactly as it is, or is refused with a status of its own; a
+ * refused value never stops the run. Options say where a plan may round, cut or substitute.
+ *
+ * Thread safety: a plan never changes after it was made. Any number of threads may run one plan at once. A run takes no
+ * lock, keeps no state, reads no process locale and no environment variable, and uses at most 32 KiB of stack. It
+ * allocates nothing for values below 4 KiB on code pages held in tables; longer values, and code pages without tables,
+ * may allocate and then can fail with ZVRT_RC_NO_MEMORY.
+ *
+ * Code pages other than UTF-8 need ZVRTInitDataConversion() to be in force while plans on them are created and run. A
+ * plan survives ZVRTTermDataConversion() and works again after the next initialisation.
+ *
+ * Structures begin with their own size: set it to sizeof. A shorter one is read as if the missing members were zero; a
+ * longer one is refused unless the rest is zero. A result never gets more bytes than its size says.
+ */
+#ifndef ZVRT_COLUMNS_H
+#define ZVRT_COLUMNS_H
+
+#include <stddef.h>
+#include <stdint.h>
+#include <wchar.h>
+
+#include "ZVRTDataCnvLib.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ------------------------------------------------------------------------------------------------------------------ */
+/** @name Statuses
+ * What a value is refused with, beside the statuses of ZVRTDataCnvLib.h: ZVRT_RC_TRUNCATED for text that does not fit,
+ * ZVRT_RC_INVALID_DATETIME and ZVRT_RC_INVALID_YEAR to ZVRT_RC_INVALID_SECOND for dates, ZVRT_RC_NO_CONVERTER,
+ * ZVRT_RC_NO_MEMORY, ZVRT_RC_ERROR for null arguments. @{ */
+#define ZVRT_RC_OUT_OF_RANGE UINT32_C(1640)       /**< A binary number or date type cannot hold the value. */
+#define ZVRT_RC_DIGITS_LOST UINT32_C(1641)        /**< The target has too few digits before the decimal point. */
+#define ZVRT_RC_FRACTION_LOST UINT32_C(1642)      /**< The target has too few digits after it, or no time of day. */
+#define ZVRT_RC_INVALID_DIGIT UINT32_C(1643)      /**< A position of a decimal field holds no digit. */
+#define ZVRT_RC_INVALID_SIGN UINT32_C(1644)       /**< The sign is not known, or the target has none. */
+#define ZVRT_RC_NOT_IN_CODE_PAGE UINT32_C(1645)   /**< The target's code page has no such character. */
+#define ZVRT_RC_UNPAIRED_SURROGATE UINT32_C(1646) /**< Half of a surrogate pair stands alone. */
+#define ZVRT_RC_MALFORMED_UTF8 UINT32_C(1647)     /**< No valid UTF-8: stray, missing, overlong, surrogate, too large. */
+#define ZVRT_RC_MALFORMED_TEXT UINT32_C(1648)     /**< Bytes that the source's code page does not define. */
+#define ZVRT_RC_INVALID_CODE_POINT UINT32_C(1649) /**< A wide character above U+10FFFF. */
+#define ZVRT_RC_INVALID_NUMBER UINT32_C(1650)     /**< Text that is no number; an empty text is none. */
+#define ZVRT_RC_INVALID_LENGTH UINT32_C(1651)     /**< A negative length, or a value longer than its slot. */
+#define ZVRT_RC_NULL_REFUSED UINT32_C(1652)       /**< A null, and the target can show none. */
+#define ZVRT_RC_INEXACT_FLOAT UINT32_C(1653)      /**< The float nearest to the value does not read back as it. */
+#define ZVRT_RC_NOT_FINITE UINT32_C(1654)         /**< Infinity or not-a-number, and the target has none. */
+#define ZVRT_RC_INVALID_VALUE UINT32_C(1655)      /**< A malformed VARNUM, boolean or structure. */
+#define ZVRT_RC_INVALID_TYPE UINT32_C(1656)       /**< A ZVRTType, ZVRTArray or ZVRTField that describes nothing. */
+#define ZVRT_RC_INVALID_PAIR UINT32_C(1657)       /**< No such conversion, or an option that does not fit it. */
+#define ZVRT_RC_INVALID_ARROW UINT32_C(1658)      /**< An Arrow structure that is malformed or of another type. */
+#define ZVRT_RC_NOT_TERMINATED UINT32_C(1659)     /**< A terminated text without its terminator. */
+/** @} */
+
+/** The name of a status, such as "ZVRT_RC_TRUNCATED"; of the platform libraries' too; "unknown status" otherwise. */
+ZVRT_API const char* ZVRTStatusName(uint32_t status);
+/** One sentence that says what a status means and what to do. Never null; constant text. */
+ZVRT_API const char* ZVRTStatusText(uint32_t status);
+
+/* ------------------------------------------------------------------------------------------------------------------ */
+/** @name Types
+ * What one value is. @{ */
+
+/** ZVRTType::kind. */
+enum {
+  ZVRT_KIND_CHAR = 1,         /**< Narrow text; the length comes from lengths, else it is the slot's. */
+  ZVRT_KIND_VARCHAR = 2,      /**< 16-bit length prefix in native order, then narrow text. */
+  ZVRT_KIND_VARCHAR_SZ = 3,   /**< Narrow text and a zero byte. */
+  ZVRT_KIND_WCHAR = 4,        /**< Wide text (32-bit units); the length comes from lengths, else it is the slot's. */
+  ZVRT_KIND_WVARCHAR = 5,     /**< 16-bit length prefix, then wide text at byte 2. */
+  ZVRT_KIND_WVARCHAR_SZ = 6,  /**< Wide text and a zero character. */
+  ZVRT_KIND_UTF16 = 7,        /**< UTF-16 text, counted as ZVRT_KIND_CHAR is. */
+  ZVRT_KIND_UTF16_SZ = 8,     /**< UTF-16 text and a zero unit. */
+  ZVRT_KIND_BYTES = 9,        /**< Raw bytes, counted; to and from text as hexadecimal digits. */
+  ZVRT_KIND_BOOL = 10,        /**< One byte, 0 or 1; as a number 0 or 1, as text "false" or "true". */
+  ZVRT_KIND_INT = 11,         /**< Signed integer of 1, 2, 4 or 8 bytes (two's complement). */
+  ZVRT_KIND_UINT = 12,        /**< Unsigned integer of 1, 2, 4 or 8 bytes. */
+  ZVRT_KIND_FLOAT = 13,       /**< IEEE 754 binary float of 4 or 8 bytes. */
+  ZVRT_KIND_HEX_FLOAT = 14,   /**< Hexadecimal float of 4 or 8 bytes, big endian. */
+  ZVRT_KIND_PACKED = 15,      /**< Packed decimal, 1 to 20 bytes. */
+  ZVRT_KIND_ZONED = 16,       /**< Zoned decimal, one byte per digit, and one for a separate sign. */
+  ZVRT_KIND_VARNUM = 17,      /**< Base-100 number with a length byte: at most 22 bytes. */
+  ZVRT_KIND_DECIMAL = 18,     /**< 128-bit two's complement integer with a scale, as Arrow's decimal128. */
+  ZVRT_KIND_NUMERIC = 19,     /**< The call interface's numeric structure, ZVRTNumeric. */
+  ZVRT_KIND_TIMESTAMP = 20,   /**< ZVRTTS; its fraction has `scale` digits. */
+  ZVRT_KIND_DATE = 21,        /**< ZVRTDate. */
+  ZVRT_KIND_TIME = 22,        /**< ZVRTTime. */
+  ZVRT_KIND_CLI_TIMESTAMP = 23, /**< The call interface's timestamp structure, ZVRTCliTimestamp: nanoseconds. */
+  ZVRT_KIND_CLI_DATE = 24,    /**< The call interface's date structure: as ZVRTDate. */
+  ZVRT_KIND_CLI_TIME = 25,    /**< The call interface's time structure: as ZVRTTime. */
+  ZVRT_KIND_DAYS = 26,        /**< 32-bit signed days since 1970-01-01. */
+  ZVRT_KIND_MICROS = 27       /**< 64-bit signed microseconds since 1970-01-01 00:00:00. */
+};
+
+/** ZVRTType::flags. A flag that has no meaning for the kind is refused. @{ */
+#define ZVRT_TYPE_BIG_ENDIAN UINT32_C(0x1)     /**< INT, UINT, FLOAT, DECIMAL, UTF16, DAYS, MICROS: most significant first. */
+#define ZVRT_TYPE_TRIM UINT32_C(0x2)           /**< Text sources: trailing blanks (of the page) are no part of the value. */
+#define ZVRT_TYPE_TRIM_LEFT UINT32_C(0x4)      /**< Text sources: leading blanks neither. */
+#define ZVRT_TYPE_TRIM_WIDE UINT32_C(0x8)      /**< With TRIM, TRIM_LEFT: U+3000 is a blank too. */
+#define ZVRT_TYPE_PAD UINT32_C(0x10)           /**< CHAR, WCHAR, UTF16, BYTES targets: blanks (zeros) up to the slot's end. */
+#define ZVRT_TYPE_PAD_LEFT UINT32_C(0x20)      /**< With PAD: blanks come first, the value ends the slot. */
+#define ZVRT_TYPE_LOW_AS_BLANK UINT32_C(0x40)  /**< Counted text sources: a zero unit is read as a blank. */
+#define ZVRT_TYPE_NULL_BLANKS UINT32_C(0x80)   /**< A slot of blanks of the page is null; a null writes it. */
+#define ZVRT_TYPE_NULL_ZEROS UINT32_C(0x100)   /**< A value of zeros ('0' digits, packed or binary zero) is null; written too. */
+#define ZVRT_TYPE_NULL_LOW UINT32_C(0x200)     /**< A slot of bytes 00 is null; written too. */
+#define ZVRT_TYPE_NULL_HIGH UINT32_C(0x400)    /**< A slot of bytes FF is null; written too. */
+#define ZVRT_TYPE_UNSIGNED UINT32_C(0x800)     /**< PACKED: sign F is written, a negative value refused. ZONED: likewise. */
+#define ZVRT_TYPE_NO_SIGN UINT32_C(0x1000)     /**< PACKED: there is no sign digit; 2 digits per byte to the end. */
+#define ZVRT_TYPE_SIGN_LEADING UINT32_C(0x2000)  /**< ZONED: the sign stands at the first digit or before it. */
+#define ZVRT_TYPE_SIGN_SEPARATE UINT32_C(0x4000) /**< ZONED: the sign is a '+' or '-' of its own. */
+#define ZVRT_TYPE_ASCII UINT32_C(0x8000)       /**< ZONED: digits 30..39, signs punched as p..y over them; else EBCDIC. */
+/** @} */
+
+/** What one value is. */
+typedef struct ZVRTType {
+  uint32_t size;          /**< sizeof(ZVRTType). */
+  uint32_t kind;          /**< ZVRT_KIND_... */
+  int32_t length;         /**< Bytes of a slot, prefix and terminator included; 0 for kinds of one size. A terminated
+                               source may have 0: it ends at its terminator. */
+  uint32_t flags;         /**< ZVRT_TYPE_... */
+  uint32_t codePage;      /**< Code page of narrow text; 0 is strict UTF-8. As FldDef::codePage. */
+  char codePageKind;      /**< As FldDef::codePageKind. */
+  uint8_t reserved[3];    /**< Zero. */
+  int16_t precision;      /**< Digits of a number; 0: all that the slot holds (INT, UINT: the whole binary range). */
+  int16_t scale;          /**< Numbers: digits after the decimal point, may be negative. Timestamps: digits of the
+                               fraction, see ZVRT_SCALE_MICROS. VARNUM, FLOAT, HEX_FLOAT: 0. */
+  int16_t firstYear;      /**< First of the 100 years that two-digit years of `model` stand for; 0: such a model is refused. */
+  int16_t reservedYear;   /**< Zero. */
+  const wchar_t* model;   /**< Null, or the format model of a date in text or in digits, NUL-terminated; copied. */
+} ZVRTType;
+/** @} */
+
+/* ... numeric and timestamp structures of the call interface, byte for byte ... */
+/** A number as the call interface binds it: value = mantissa * 10^-scale. 19 bytes. */
+typedef struct ZVRTNumeric {
+  uint8_t precision; /**< Digits, 1 to 38. */
+  int8_t scale;      /**< Digits after the decimal point, may be negative. */
+  uint8_t sign;      /**< 1 positive, 0 negative. */
+  uint8_t value[16]; /**< Unsigned 128-bit integer, least significant byte first on every machine. */
+} ZVRTNumeric;
+
+/** A timestamp as the call interface binds it. 16 bytes. */
+typedef struct ZVRTCliTimestamp {
+  int16_t year;      /**< 1 to 9999. */
+  uint16_t month;    /**< 1 to 12. */
+  uint16_t day;      /**< 1 to the length of the month. */
+  uint16_t hour;     /**< 0 to 23. */
+  uint16_t minute;   /**< 0 to 59. */
+  uint16_t second;   /**< 0 to 59. */
+  uint32_t fraction; /**< Nanoseconds. */
+} ZVRTCliTimestamp;
+
+/* ------------------------------------------------------------------------------------------------------------------ */
+/** @name Places
+ * Where the values of a column stand. @{ */
+
+/** Lengths and indicators: the value of a null. */
+#define ZVRT_NULL_DATA (-1)
+/** Lengths: a terminated text. */
+#define ZVRT_TERMINATED (-3)
+
+/** Where the values of a column stand. Slot i begins at data + i * stride, or at data + starts[i]. */
+typedef struct ZVRTArray {
+  uint32_t size;           /**< sizeof(ZVRTArray). */
+  uint8_t lengthBytes;     /**< Bytes of an entry of lengths: 2, 4 or 8; 0 with lengths null. */
+  uint8_t indicatorBytes;  /**< Bytes of an entry of indicators: 2, 4 or 8; 0 with indicators null. */
+  uint8_t reserved[2];     /**< Zero. */
+  void* data;              /**< The first slot; any alignment. A source is only read. */
+  int64_t stride;          /**< Bytes from slot to slot; may be negative, 0 for a source that is one value. */
+  const int64_t* starts;   /**< Byte offsets from data in place of the stride, or null. */
+  void* lengths;           /**< Source: bytes of each value (signed). Target: receives them; or null. */
+  int64_t lengthStride;    /**< Bytes from entry to entry; 0: they are adjacent. */
+  void* indicators;        /**< Source: negative is null. Target: receives -1 for a null, else 0 or the needed bytes; or null.
+                                May be the same array as lengths. */
+  int64_t indicatorStride; /**< As lengthStride. */
+  uint32_t* status;        /**< Target: receives a status per value, or null. */
+  int64_t statusStride;    /**< As lengthStride. */
+  const uint8_t* select;   /**< Source: one byte per value, 0 leaves it out: nothing is read or written; or null. */
+} ZVRTArray;
+
+/** What a run did. */
+typedef struct ZVRTOutcome {
+  uint32_t size;        /**< sizeof(ZVRTOutcome), set by the caller. */
+  uint32_t firstStatus; /**< Status of the first refused value, else 0. */
+  int64_t done;         /**< Values looked at; those from here on are untouched. */
+  int64_t refused;      /**< Values with a status other than 0 and 75. */
+  int64_t firstRefused; /**< Index of the first of them, else -1. */
+  int64_t nulls;        /**< Nulls. */
+  int64_t empty;        /**< Empty texts; under ZVRT_PLAN_AS_SINGLE_CALL values of status 75. */
+} ZVRTOutcome;
+
+/** Why one value, or a plan, was refused. */
+typedef struct ZVRTProblem {
+  uint32_t size;    /**< sizeof(ZVRTProblem), set by the caller. */
+  uint32_t status;  /**< 0: there is no problem. */
+  int32_t field;    /**< PlanCreate: 0 the source type, 1 the target type. Record plans: the field's index. Else -1. */
+  int32_t offset;   /**< Byte offset of the first offending unit in the value, else -1. */
+  uint32_t unit;    /**< What stands there: the byte, code unit or code point. */
+  uint32_t needed;  /**< ZVRT_RC_TRUNCATED: bytes of the slot that would hold it; else 0. */
+  char text[112];   /**< One sentence, NUL-terminated, ASCII. */
+} ZVRTProblem;
+/** @} */
+
+/* ------------------------------------------------------------------------------------------------------------------ */
+/** @name Plans @{ */
+
+/** Options of ZVRTPlanCreate(). Without one a plan is exact. @{ */
+#define ZVRT_PLAN_ROUND_HALF_EVEN UINT32_C(0x1) /**< Digits after the target's last one are rounded, ties to even. */
+#define ZVRT_PLAN_ROUND_HALF_AWAY UINT32_C(0x2) /**< ... ties away from zero. */
+#define ZVRT_PLAN_CUT_FRACTION UINT32_C(0x4)    /**< ... are cut; times of day too where the target has none. */
+#define ZVRT_PLAN_CUT_TEXT UINT32_C(0x8)        /**< Text is cut to the slot at a whole character; status 1609 stays. */
+#define ZVRT_PLAN_SUBSTITUTE UINT32_C(0x10)     /**< A character that the target lacks, or a malformed one, becomes the
+                                                     page's substitute (1A, 3F in EBCDIC; U+FFFD in Unicode). */
+#define ZVRT_PLAN_EXACT_FLOAT UINT32_C(0x20)    /**< Into a binary float: refuse what does not read back. */
+#define ZVRT_PLAN_SINGLE_FORM UINT32_C(0x40)    /**< Floats to text in the 17-digit form of ZVRTCnvDblToWVarcharSz(). */
+#define ZVRT_PLAN_AS_SINGLE_CALL UINT32_C(0x80) /**< Slot, length and status equal those of the single-value function; for
+                                                     the pairs of the table at ZVRTPlanCreate() only, no option beside it. */
+#define ZVRT_PLAN_ZONED_TIME_AS_UTC UINT32_C(0x100) /**< Arrow timestamps with a time zone are taken as UTC. */
+/** @} */
+
+/** Digits of a timestamp's fraction that `scale` 0 of the kind TIMESTAMP means. */
+#define ZVRT_SCALE_DEFAULT 6
+
+/** A conversion rule; made once, never changed. */
+typedef struct ZVRTPlan ZVRTPlan;
+
+ZVRT_API uint32_t ZVRTPlanCreate(const ZVRTType* from, const ZVRTType* to, uint32_t options, ZVRTPlan** plan,
+                                 ZVRTProblem* why);
+ZVRT_API uint32_t ZVRTPlanRun(const ZVRTPlan* plan, const ZVRTArray* from, const ZVRTArray* to, int64_t count,
+                              ZVRTOutcome* outcome);
+ZVRT_API uint32_t ZVRTPlanExplain(const ZVRTPlan* plan, const void* value, int64_t bytes, ZVRTProblem* why);
+ZVRT_API void ZVRTPlanDestroy(ZVRTPlan* plan);
+ZVRT_API uint32_t ZVRTCheck(const ZVRTType* type, const ZVRTArray* values, int64_t count, ZVRTOutcome* outcome);
+/** @} */
+
+/* ------------------------------------------------------------------------------------------------------------------ */
+/** @name Record plans and the Arrow C data interface @{ */
+struct ArrowSchema; /* Arrow's C data interface */
+struct ArrowArray;
+
+/** ZVRTField::columnKind: the Arrow type of a field's column. */
+enum {
+  ZVRT_COLUMN_DEFAULT = 0,    /**< What the field's type gives. */
+  ZVRT_COLUMN_LARGE_UTF8 = 1, /**< Text with 64-bit offsets. */
+  ZVRT_COLUMN_DECIMAL128 = 2, /**< decimal128(precision, scale) for a number of scale 0, too. */
+  ZVRT_COLUMN_DOUBLE = 3,     /**< The nearest double. */
+  ZVRT_COLUMN_BINARY = 4      /**< The field's bytes. */
+};
+
+/** One field of a record. */
+typedef struct ZVRTField {
+  uint32_t size;           /**< sizeof(ZVRTField). */
+  int32_t offset;          /**< From the record's start, in bytes. */
+  int32_t indicatorOffset; /**< A 16-bit indicator in native order that stands in the record; -1: there is none. */
+  uint32_t columnKind;     /**< ZVRT_COLUMN_... */
+  const char* name;        /**< Column name, UTF-8; copied. */
+  const ZVRTType* type;    /**< What the field is; copied. */
+} ZVRTField;
+
+/** The fields of a record and their columns; never changes. */
+typedef struct ZVRTRecordPlan ZVRTRecordPlan;
+
+ZVRT_API uint32_t ZVRTRecordPlanCreate(const ZVRTField* fields, int32_t count, int32_t recordBytes, uint32_t options,
+                                       ZVRTRecordPlan** plan, ZVRTProblem* why);
+ZVRT_API void ZVRTRecordPlanDestroy(ZVRTRecordPlan* plan);
+ZVRT_API uint32_t ZVRTRecordSchema(const ZVRTRecordPlan* plan, struct ArrowSchema* schema);
+ZVRT_API uint32_t ZVRTRecordsToArrow(const ZVRTRecordPlan* plan, const void* records, const int64_t* starts,
+                                     int64_t count, struct ArrowArray* array, ZVRTOutcome* perField);
+ZVRT_API uint32_t ZVRTArrowToRecords(const ZVRTRecordPlan* plan, const struct ArrowSchema* schema,
+                                     const struct ArrowArray* array, void* records, ZVRTOutcome* perField);
+/** @} */
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
