@@ -1,0 +1,182 @@
+// A copybook's records: each item with its place, its form and its parts.
+//
+// A Layout holds Records (the 01 entries), a Record a tree of Items. Places are those of a record whose tables all have
+// their greatest size; `slide` of the columns says how they move where a table is shorter.
+//
+//   01 CUSTOMER.                                         record CUSTOMER, length 27
+//      05 COUNT-OF-LINES  PIC 9.                         offset 0  length 1
+//      05 LINES-OF OCCURS 0 TO 5 DEPENDING ON COUNT-OF-LINES.    1         5   occurs 5, occurs_min 0
+//         10 CODE         PIC X(2).                              1         2
+//         10 AMOUNT       PIC S9(5) COMP-3.                      3         3
+//      05 TRAILER         PIC X.                                26         1
+//
+// Items point to each other (parent, redefines, depends_on), so they stand in memory of their own and a Layout can be
+// moved but not copied. Reading either gives a Layout that is right or throws a CopybookError: nothing is guessed.
+#ifndef ZVRT_RECORDS_LAYOUT_LAYOUT_H
+#define ZVRT_RECORDS_LAYOUT_LAYOUT_H
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "records/copybook/error.h"
+#include "records/copybook/picture.h"
+
+namespace zvrt::records {
+
+enum class Usage {
+  group,            // no usage: the item has parts
+  display,          // characters; a number is zoned
+  binary,           // COMP, COMP-4, BINARY: big endian, holds what the picture says
+  comp_1,           // float of 4 bytes
+  comp_2,           // float of 8 bytes
+  packed,           // COMP-3, PACKED-DECIMAL
+  native,           // COMP-5 and BINARY-CHAR, -SHORT, -LONG, -DOUBLE: the machine's byte order, its whole range
+  unsigned_packed,  // COMP-6: packed without a sign nibble
+  comp_x,           // COMP-X: big endian, its whole range, as few bytes as its digits need
+  national,         // two bytes a character (UTF-16); a number is national digits
+  dbcs,             // DISPLAY-1: two bytes a character of the page's double-byte set
+  pointer,          // POINTER, PROCEDURE-POINTER, FUNCTION-POINTER
+  index,            // INDEX
+};
+
+// A literal of a VALUE clause. A figurative constant's text is its name in the plural where it has one: SPACES, ZEROS.
+struct Literal {
+  enum class Kind { text, number, figurative };
+  Kind kind = Kind::text;
+  std::string text;  // without quotes, doubled quotes made one; a hexadecimal literal as X'..'
+  bool all = false;  // ALL "-"
+};
+
+// Level 88: the item is in this condition where it holds one of the values; both ends of a range belong to it.
+struct Condition {
+  std::string name;
+  std::vector<std::pair<Literal, Literal>> values;
+  Place place;
+};
+
+// What a copybook cannot say stands in structured comments: `*>@ null=zeros`, one or more `key=value`, after the entry.
+struct Note {
+  std::string value;
+  Place place;
+};
+
+// Of an item. Values are as written; who uses them checks them and names their place.
+struct ItemNotes {
+  std::optional<Note> column;      // the table's column
+  std::optional<Note> null_form;   // `null`: what stands for a null, as blanks
+  std::optional<Note> indicator;   // the name of a PIC X item: 00 a value, FF a null
+  std::optional<Note> date;        // the record's date model
+  std::optional<Note> table_date;  // the table's date model
+  std::optional<Note> number;      // PIC X(22) that holds a VARNUM
+};
+
+// Of the file: they stand before or after the first entry.
+struct FileNotes {
+  std::optional<Note> page;     // number or name of the code page
+  std::optional<Note> newline;  // nel or lf
+};
+
+struct Item {
+  unsigned level = 0;  // 1 to 49, 66, 77
+  std::string name;    // in upper case; FILLER also where there is none
+  std::string path;    // CUSTOMER.ACCOUNT.BALANCE, the record's name first
+  Place place;         // of the level number
+  Item* parent = nullptr;
+  std::vector<std::unique_ptr<Item>> children;  // in the copybook's order, redefinitions and level 66 included
+
+  // Form. An edited picture is one whose category says so; `picture.runs` has its symbols.
+  Picture picture;
+  Usage usage = Usage::group;
+  std::string usage_word;  // as the layout prints it: DISPLAY, COMP, COMP-3, BINARY-LONG; empty for a group
+  int digits = 0;          // of a number, as the picture says; of an item without picture what its bytes hold
+  int scale = 0;           // digits after the decimal point; negative for 99PPP
+  bool is_signed = false;
+  bool sign_leading = false;   // over or before the first digit, else the last one
+  bool sign_separate = false;  // a character of its own, + or -; counted in `length`
+  bool justified = false;
+  bool blank_when_zero = false;
+  bool synchronized = false;
+
+  // Place, in bytes.
+  std::size_t offset = 0;        // from the start of the record, of the first occurrence
+  std::size_t length = 0;        // of one occurrence, slack bytes at its end included: the distance to the next one
+  std::size_t slack_before = 0;  // slack bytes between the item before and this one
+  std::size_t occurs = 1;        // greatest number of occurrences
+  std::size_t occurs_min = 1;    // least number; less than or equal to `occurs`
+  bool is_table = false;         // has an OCCURS clause, be it OCCURS 1
+
+  // DEPENDING ON: the name as written without qualifiers, and the item where it stands in the same record.
+  std::string depends_on_name;
+  const Item* depends_on = nullptr;
+
+  // REDEFINES: the item whose place this one takes, and which redefines nothing itself.
+  Item* redefines = nullptr;
+  std::string redefines_name;  // as written: of several redefinitions one may name the other
+
+  // Level 66: the first and the last item; the last is the first one without THROUGH.
+  const Item* renames_from = nullptr;
+  const Item* renames_through = nullptr;
+
+  std::vector<Condition> conditions;
+  ItemNotes notes;
+
+  bool is_group() const { return usage == Usage::group; }
+  bool is_filler() const { return name == "FILLER"; }
+  bool is_renames() const { return level == 66; }
+  bool varies() const { return !depends_on_name.empty(); }
+  // Bytes that all its occurrences take where tables have their greatest size.
+  std::size_t total_length() const { return length * occurs; }
+};
+
+struct Record {
+  std::string name;
+  // Without an 01 entry the top items stand one after the other under a root that the copybook does not have.
+  bool has_entry = true;
+  std::unique_ptr<Item> root;  // level 1, or 77
+  std::size_t length = 0;      // its greatest length, redefinitions that are longer included
+  std::size_t min_length = 0;  // with every variable table at its least
+};
+
+struct Layout {
+  std::string file;  // as given
+  std::vector<Record> records;
+  FileNotes notes;
+};
+
+enum class SourceFormat {
+  automatic,  // fixed or free, by what stands in columns 1 to 7 of its lines
+  fixed,      // columns 1 to 6 number the line, 7 marks comments and continuations, 8 to 72 hold the text
+  free,
+};
+
+enum class BinarySizes {
+  b2_4_8,    // 1-4 digits 2 bytes, 5-9 digits 4, 10-18 digits 8, more 16
+  b1_2_4_8,  // the same, but 1-2 digits 1 byte
+  b1_to_8,   // as few bytes as the digits need
+};
+
+// OLD=NEW: in the words of the copybook, and in the parts of words that stand between colons or hyphens.
+struct Replacement {
+  std::string from;
+  std::string to;
+};
+
+struct LayoutOptions {
+  SourceFormat format = SourceFormat::automatic;
+  BinarySizes binary_sizes = BinarySizes::b2_4_8;
+  unsigned sync_boundary = 4;  // of binary items of 10 to 18 digits: 4 or 8
+  std::vector<Replacement> replacing;
+};
+
+// Both throw a CopybookError; `file` names the text in messages, and a record without 01 after its last part.
+Layout read_layout(const std::string& path, const LayoutOptions& options = {});
+Layout parse_layout(std::string_view text, const std::string& file, const LayoutOptions& options = {});
+
+}  // namespace zvrt::records
+
+#endif
