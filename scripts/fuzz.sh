@@ -1,5 +1,8 @@
 #!/usr/bin/env bash
-# Runs every fuzzer for so many seconds and prints what it did: scripts/fuzz.sh SECONDS [target...]
+# Builds and runs the fuzzers, all of them or those that are named:
+#   scripts/fuzz.sh SECONDS [target...]   builds what is missing, runs each for SECONDS and prints what it did
+#   scripts/fuzz.sh build [target...]     builds only
+#   scripts/fuzz.sh smoke [target...]     two seconds each of what is built, with a corpus that is thrown away
 #
 # First under the address and undefined-behaviour sanitizers. What has kernels runs once more without the address
 # sanitizer, under which kernels do not read ahead. Inputs that were worth keeping gather in build/corpus, findings in
@@ -7,40 +10,54 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-seconds=${1:?usage: scripts/fuzz.sh SECONDS [target...]}
+mode=${1:-}
+case $mode in
+  build | smoke) seconds=2 ;;
+  '' | *[!0-9]*) sed -n '2,9s/^# \{0,1\}//p' "$0" >&2; exit 2 ;;
+  *) seconds=$mode mode=run ;;
+esac
 shift
 command -v clang++ >/dev/null || { echo "skipped: clang++ is not installed"; exit 77; }
 
 root=${BUILD_ROOT:-build}
 mkdir -p "$root/findings"
 findings=$(cd "$root/findings" && pwd)
-all=$(cd fuzz/seeds && echo *)
+read -ra all < <(cd fuzz/seeds && echo *)
 with_kernels=" text_kernels transforms strings integers_to_text text_to_integers text_to_float float_to_text packed_decimal varnum decimal_kernels code_pages "
 
 # One target in one configuration: executions a second and in all, inputs kept, findings.
+# shellcheck disable=SC2317 # called by xargs
 run() {
   local preset=$1 target=$2 corpus="$root/corpus/$2" log="$root/findings/$1-$2.log" state=clean
+  [ "$mode" = run ] || corpus=$(mktemp -d)
   mkdir -p "$corpus"
   "$root/$preset/fuzz/fuzz_$target" -max_total_time="$seconds" -max_len=600 -timeout=20 -rss_limit_mb=2048 \
     -print_final_stats=1 -artifact_prefix="$findings/$target-" "$corpus" "fuzz/seeds/$target" >"$log" 2>&1 || state="FINDING, see $log"
   printf '%-14s %-18s %12s executions, %6s inputs kept: %s\n' "$preset" "$target" \
     "$(sed -n 's/^stat::number_of_executed_units: *//p' "$log")" "$(find "$corpus" -type f | wc -l)" "$state"
-  [ "$state" = clean ]
+  [ "$mode" = run ] || rm -rf "$corpus"
+  [ "$state" = clean ] || { tail -20 "$log"; return 1; }
 }
 export -f run
-export root findings seconds
+export root findings seconds mode
 
+[ $# -gt 0 ] || set -- "${all[@]}"
 status=0
 for preset in fuzz fuzz-kernels; do
-  targets=
-  for target in ${*:-$all}; do
-    if [ "$preset" = fuzz ] || [[ "$with_kernels" = *" $target "* ]]; then targets="$targets $target"; fi
+  targets=()
+  for target; do
+    if [ "$preset" = fuzz ] || [[ "$with_kernels" = *" $target "* ]]; then targets+=("$target"); fi
   done
-  [ -n "$targets" ] || continue
-  cmake --preset "$preset" -B "$root/$preset" >/dev/null
-  # shellcheck disable=SC2086
-  cmake --build "$root/$preset" --target $(printf 'fuzz_%s ' $targets) >/dev/null
-  # shellcheck disable=SC2086
-  printf '%s\n' $targets | xargs -P "${JOBS:-1}" -I{} bash -c "run $preset {}" || status=1
+  [ ${#targets[@]} -gt 0 ] || continue
+  if [ "$mode" = smoke ]; then
+    for target in "${targets[@]}"; do
+      [ -x "$root/$preset/fuzz/fuzz_$target" ] || { echo "skipped: $target is not built; scripts/fuzz.sh build does"; exit 77; }
+    done
+  else
+    cmake --preset "$preset" -B "$root/$preset" >/dev/null
+    cmake --build "$root/$preset" --target "${targets[@]/#/fuzz_}" >&2
+  fi
+  [ "$mode" != build ] || continue
+  printf '%s\n' "${targets[@]}" | xargs -P "${JOBS:-1}" -I{} bash -c "run $preset {}" || status=1
 done
 exit $status

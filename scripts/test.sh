@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Builds and passes the tests; installs what they need first. Ends with ctest's summary.
+# Builds and passes the tests; installs what they need first. Ends with ctest's summary. Arguments go to ctest.
+# Tests against programs of others, such as a browser or a database server, are run by scripts/clients.sh.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -8,4 +9,7 @@ cd "$(dirname "$0")/.."
 build=build/release
 cmake --preset release
 cmake --build "$build"
-exec ctest --test-dir "$build" --output-on-failure --parallel "$(nproc)"
+# The fuzzers are a build of their own, by clang; without it their tests are skipped.
+./scripts/fuzz.sh build || [ $? -eq 77 ]
+exec ctest --test-dir "$build" --progress --output-on-failure --parallel "$(nproc)" --label-exclude '^clients$' \
+  --output-junit "$PWD/$build/tests.xml" "$@"

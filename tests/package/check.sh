@@ -41,12 +41,16 @@ hardening() {
   grep -q __stack_chk_fail <<<"$symbols" || { echo "no stack protector"; return 1; }
 }
 
+# The tree without what builds left in it.
+copy_tree() {
+  mkdir -p "$1"
+  "$source/scripts/files.sh" | tar -C "$source" -T - -c | tar -C "$1" -x --no-same-owner
+}
+
 # The same bytes from two folders.
 reproducible() {
-  command -v git >/dev/null || skip "git is missing"
   for name in one another/deeper; do
-    mkdir -p "$scratch/$name"
-    git -C "$source" ls-files -z | tar -C "$source" --null -T - -c | tar -C "$scratch/$name" -x
+    copy_tree "$scratch/$name"
     cmake -S "$scratch/$name" -B "$scratch/$name/build" -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/null
     cmake --build "$scratch/$name/build" >/dev/null
   done
@@ -68,12 +72,14 @@ debian() {
 # The reference documentation without a warning, and no link of the guides that leads nowhere.
 documentation() {
   cd "$source"
-  local dead=0 file target
-  for file in $(git ls-files '*.md'); do
+  local dead=0 links=0 file target
+  while IFS= read -r file; do
     for target in $(grep -oE '\]\([^)#]+' "$file" | sed 's/^](//' | grep -v '^http' || true); do
+      links=$((links + 1))
       [ -e "$(dirname "$file")/$target" ] || { echo "$file: dead link $target"; dead=1; }
     done
-  done
+  done < <(scripts/files.sh '*.md')
+  [ $links -gt 0 ] || { echo "no link was found in any document"; dead=1; }
   command -v doxygen >/dev/null || { [ $dead -eq 0 ] && skip "doxygen is missing"; return 1; }
   (cat docs/Doxyfile; echo "OUTPUT_DIRECTORY=$scratch") | doxygen - || dead=1
   return $dead
