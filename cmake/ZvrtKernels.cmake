@@ -1,4 +1,4 @@
-# zvrt_kernels(LEVEL sources...): kernels compiled for one level of processor, called only where cpu_level() allows it.
+# zvrt_kernels(TARGET LEVEL sources...): kernels of a target, compiled for one level of processor, called only where cpu_level() allows it.
 # Such a source holds nothing but kernels: everything in it that is not a kernel has internal linkage, so that no function
 # compiled for this level can stand in for one that runs everywhere.
 set(ZVRT_FLAGS_sse41 -msse4.1 -mpopcnt)
@@ -9,7 +9,7 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   list(APPEND ZVRT_FLAGS_avx512 -Wno-uninitialized -Wno-maybe-uninitialized)
 endif()
 
-function(zvrt_kernels level)
-  set_source_files_properties(${ARGN} TARGET_DIRECTORY zvrt_core PROPERTIES COMPILE_OPTIONS "${ZVRT_FLAGS_${level}}")
-  target_sources(zvrt_core PRIVATE ${ARGN})
+function(zvrt_kernels target level)
+  set_source_files_properties(${ARGN} TARGET_DIRECTORY ${target} PROPERTIES COMPILE_OPTIONS "${ZVRT_FLAGS_${level}}")
+  target_sources(${target} PRIVATE ${ARGN})
 endfunction()

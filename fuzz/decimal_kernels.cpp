@@ -1,6 +1,6 @@
 // Every version of the decimal kernels against the definitions.
 #include "input.h"
-#include "numeric/decimal_versions.h"
+#include "numeric/decimal/decimal_versions.h"
 
 namespace {
 

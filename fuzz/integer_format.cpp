@@ -1,5 +1,5 @@
 // Formats for one integer: accepted exactly as the grammar says, and written as printf writes them.
-#include "numeric/integer_format.h"
+#include "numeric/integer/integer_format.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // Integers of every type by every version against std::to_string, into any room, and back.
 #include "input.h"
-#include "numeric/integer_versions.h"
+#include "numeric/integer/integer_versions.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // Packed decimal against its hexadecimal digits, both ways.
 #include "input.h"
-#include "numeric/packed_decimal_model.h"
+#include "numeric/decimal/packed_decimal_model.h"
 
 namespace {
 

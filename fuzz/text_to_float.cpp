@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "input.h"
-#include "numeric/float_cases.h"
+#include "numeric/floating/float_cases.h"
 
 namespace {
 

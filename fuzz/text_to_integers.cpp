@@ -1,6 +1,6 @@
 // Text to integers by every version and reader against a reading digit by digit, modulo 2^64.
 #include "input.h"
-#include "numeric/integer_versions.h"
+#include "numeric/integer/integer_versions.h"
 
 namespace {
 

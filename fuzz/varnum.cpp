@@ -1,5 +1,5 @@
 // VARNUM from decimal text, of either width, and from base-100 digits, by the book; and back to text.
-#include "numeric/varnum_model.h"
+#include "numeric/decimal/varnum_model.h"
 
 #include "input.h"
 #include "numeric/conversion_run.h"

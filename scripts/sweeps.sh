@@ -4,7 +4,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 cmake --preset release >/dev/null
 cmake --build build/release --target sweeps all_singles >/dev/null
-build/release/tests/trust/sweeps
+build/release/tests/robustness/sweeps
 
 # The singles spread over processes.
 parts=$(nproc)

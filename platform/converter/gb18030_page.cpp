@@ -1,6 +1,6 @@
 #include "gb18030_page.h"
 
-#include "frame/wraps.h"
+#include "support/wraps.h"
 
 namespace zvrt {
 

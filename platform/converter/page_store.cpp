@@ -6,8 +6,8 @@
 
 #include "double_byte_page.h"
 #include "gb18030_page.h"
-#include "shifted_page.h"
 #include "single_byte_page.h"
+#include "stateful_page.h"
 #include "streamed_page.h"
 #include "utf8_page.h"
 

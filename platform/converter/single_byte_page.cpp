@@ -1,6 +1,6 @@
 #include "single_byte_page.h"
 
-#include "frame/cpu.h"
+#include "support/cpu.h"
 
 namespace zvrt {
 

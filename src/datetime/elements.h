@@ -9,9 +9,9 @@
 #include <type_traits>
 
 #include "ZVRTDataCnvLib.h"
+#include "core/call.h"
 #include "datetime/letters.h"
-#include "frame/call.h"
-#include "frame/wraps.h"
+#include "support/wraps.h"
 
 namespace zvrt {
 

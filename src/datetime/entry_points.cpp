@@ -5,8 +5,8 @@
 #include "datetime/formatter.h"
 #include "datetime/parser.h"
 #include "datetime/records.h"
-#include "frame/scratch.h"
 #include "strings/convert.h"
+#include "support/scratch.h"
 
 namespace zvrt {
 

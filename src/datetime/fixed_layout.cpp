@@ -3,8 +3,8 @@
 #include <cstdint>
 
 #include "ZVRTDataCnvLib.h"
+#include "core/call.h"
 #include "datetime/padded_number.h"
-#include "frame/call.h"
 
 namespace zvrt {
 

@@ -3,7 +3,7 @@
 #include "datetime/elements.h"
 #include "datetime/meridiem.h"
 #include "datetime/padded_number.h"
-#include "frame/wraps.h"
+#include "support/wraps.h"
 
 namespace zvrt {
 

@@ -4,8 +4,8 @@
 #include <cstdint>
 
 #include "ZVRTDataCnvLib.h"
+#include "core/kinds.h"
 #include "datetime/records.h"
-#include "frame/kinds.h"
 
 namespace zvrt {
 

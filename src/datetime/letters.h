@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <string_view>
 
-#include "frame/read_ahead.h"
-#include "frame/units.h"
+#include "support/read_ahead.h"
+#include "support/units.h"
 
 namespace zvrt {
 

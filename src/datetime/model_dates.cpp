@@ -4,8 +4,8 @@
 
 #include "ZVRTDataCnvLib.h"
 #include "datetime/tokenizer.h"
-#include "frame/scratch.h"
-#include "frame/units.h"
+#include "support/scratch.h"
+#include "support/units.h"
 
 namespace zvrt {
 

@@ -6,8 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "frame/units.h"
-#include "frame/wraps.h"
+#include "support/units.h"
+#include "support/wraps.h"
 
 namespace zvrt {
 

@@ -5,9 +5,9 @@
 
 #include "datetime/elements.h"
 #include "datetime/meridiem.h"
-#include "frame/units.h"
-#include "frame/wraps.h"
-#include "numeric/text_to_integer.h"
+#include "numeric/integer/text_to_integer.h"
+#include "support/units.h"
+#include "support/wraps.h"
 
 namespace zvrt {
 

@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "ZVRTDataCnvLib.h"
-#include "frame/call.h"
+#include "core/call.h"
 
 namespace zvrt {
 

@@ -5,8 +5,8 @@
 #include <cstdint>
 
 #include "ZVRTDataCnvLib.h"
-#include "frame/call.h"
-#include "frame/units.h"
+#include "core/call.h"
+#include "support/units.h"
 
 namespace zvrt {
 

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "datetime/elements.h"
-#include "frame/units.h"
+#include "support/units.h"
 
 namespace zvrt {
 

@@ -1,7 +1,7 @@
 // Whether a field's narrow text is UTF-8.
 #pragma once
 
-#include "frame/call.h"
+#include "core/call.h"
 
 namespace zvrt {
 

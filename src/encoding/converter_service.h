@@ -3,7 +3,7 @@
 
 #include "ZVRTEnvLib.h"
 #include "ZVRTICULib.h"
-#include "frame/call.h"
+#include "core/call.h"
 
 namespace zvrt {
 

@@ -1,9 +1,9 @@
 // Narrow text in whatever encoding a field names: UTF-8 by the library's own transforms, anything else by the service.
 #pragma once
 
+#include "core/kinds.h"
 #include "encoding/code_page.h"
 #include "encoding/transforms.h"
-#include "frame/kinds.h"
 
 namespace zvrt {
 

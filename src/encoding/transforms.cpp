@@ -4,10 +4,10 @@
 #include <algorithm>
 
 #include "ZVRTDataCnvLib.h"
-#include "encoding/text_runs.h"
+#include "encoding/text_kernels.h"
 #include "encoding/utf16.h"
 #include "encoding/utf8.h"
-#include "frame/units.h"
+#include "support/units.h"
 
 namespace zvrt {
 

@@ -4,9 +4,9 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "encoding/text_runs.h"
-#include "frame/call.h"
-#include "frame/units.h"
+#include "core/call.h"
+#include "encoding/text_kernels.h"
+#include "support/units.h"
 
 namespace zvrt {
 

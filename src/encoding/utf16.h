@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
-#include "frame/units.h"
-#include "frame/wraps.h"
+#include "support/units.h"
+#include "support/wraps.h"
 
 namespace zvrt {
 

@@ -6,10 +6,10 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "core/call.h"
+#include "core/kinds.h"
+#include "core/termination.h"
 #include "encoding/narrow_text.h"
-#include "frame/call.h"
-#include "frame/finish.h"
-#include "frame/kinds.h"
 
 namespace zvrt {
 

@@ -3,9 +3,9 @@
 #include <cstdint>
 
 #include "ZVRTDataCnvLib.h"
-#include "frame/call.h"
-#include "frame/scratch.h"
-#include "frame/units.h"
+#include "core/call.h"
+#include "support/scratch.h"
+#include "support/units.h"
 
 namespace zvrt {
 namespace {

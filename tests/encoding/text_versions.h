@@ -11,10 +11,10 @@
 #include <string>
 #include <vector>
 
-#include "encoding/text_runs.h"
+#include "encoding/text_kernels.h"
 #include "encoding/utf8.h"
-#include "frame/cpu.h"
-#include "frame/units.h"
+#include "support/cpu.h"
+#include "support/units.h"
 
 namespace zvrt_test {
 

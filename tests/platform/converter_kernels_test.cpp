@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "frame/cpu.h"
 #include "icu_converter.h"
 #include "icu_reference.h"
 #include "single_byte_page.h"
+#include "support/cpu.h"
 #include "support/guarded_buffer.h"
 
 namespace {

@@ -1,0 +1,258 @@
+// Wide text to UTF-8 by AVX-512, in masked steps as in decode.cpp.
+#include <cstdint>
+
+#include "encoding/kernels/avx512/text.h"
+#include "encoding/text_kernels.h"
+#include "support/read_ahead.h"
+#include "support/units.h"
+
+namespace zvrt::avx512 {
+
+namespace {
+
+// The lowest byte of each of 32 lanes of 32 bits.
+struct FourthBytes {
+  alignas(64) std::uint8_t bytes[64];
+  constexpr FourthBytes() : bytes() {
+    for (unsigned i = 0; i < 32; ++i) bytes[i] = static_cast<std::uint8_t>(i * 4);
+  }
+};
+constexpr FourthBytes fourth_bytes;
+
+// A character's bytes are its groups of six bits with marks in between; one byte keeps seven. By the leading zero bits
+// of the value: from 25 one byte, 21 two, 16 three, 11 four.
+struct EncodedForms {
+  alignas(64) std::uint32_t marks[32];
+  alignas(64) std::uint32_t payloads[32];
+  constexpr EncodedForms() : marks(), payloads() {
+    for (unsigned zeros = 11; zeros < 32; ++zeros) {
+      marks[zeros] = zeros < 16 ? 0x808080F0 : zeros < 21 ? 0x8080E000 : zeros < 25 ? 0x80C00000 : 0;
+      payloads[zeros] = zeros < 25 ? 0x3F3F3F3F : 0x7F000000;
+    }
+  }
+};
+constexpr EncodedForms encoded_forms;
+
+Vector look_up(const std::uint32_t (&table)[32], Vector which) {
+  return _mm512_permutex2var_epi32(_mm512_load_si512(table), which, _mm512_load_si512(table + 16));
+}
+
+// Each character's bytes at the upper end of its lane, zeros before them; no byte of a character is zero.
+Vector spread(Vector characters) {
+  const Vector zeros = _mm512_lzcnt_epi32(characters);
+  const Vector groups = _mm512_multishift_epi64_epi8(repeat64(0x20262C3200060C12), characters);
+  // (groups & payloads) | marks
+  return _mm512_ternarylogic_epi32(groups, look_up(encoded_forms.payloads, zeros), look_up(encoded_forms.marks, zeros),
+                                   0xEA);
+}
+
+// The same for characters of one or two bytes, in lanes of 16 bits. Masks are few in number on their way through the
+// processor: what can be chosen by vectors is.
+Vector spread_short_forms(Vector units) {
+  const Vector upper = _mm512_slli_epi16(units, 8);
+  // ((upper & 3F00) | leads) | 80C0
+  const Vector pairs = _mm512_or_si512(
+      _mm512_ternarylogic_epi32(upper, repeat16(0x3F00), _mm512_srli_epi16(units, 6), 0xEA), repeat16(0x80C0));
+  const Vector longer = _mm512_srai_epi16(_mm512_sub_epi16(repeat16(0x7F), units), 15);
+  return _mm512_ternarylogic_epi32(longer, pairs, upper, 0xCA);  // longer ? pairs : upper
+}
+
+// Stores the bytes of some characters, of which each has `lane` bytes of the vector, as far as whole characters fit;
+// returns how many did.
+template <std::size_t lane>
+[[gnu::always_inline]] inline std::size_t store_forms(Vector bytes, std::size_t characters, char* dst, std::size_t room,
+                                                      Ends& ends) {
+  const __mmask64 used = _mm512_test_epi8_mask(bytes, bytes);
+  std::size_t count = count_of(used);
+  if (const std::size_t left = room - ends.written; count > left) [[unlikely]] {
+    characters = lowest_bit(used ^ _pdep_u64(first(left), used)) / lane;
+    count = count_of(used & first(characters * lane));
+  }
+  _mm512_mask_storeu_epi8(dst + ends.written, first(count), _mm512_maskz_compress_epi8(used, bytes));
+  ends.written += count;
+  return characters;
+}
+
+// The units of the vector that begins `before` units behind `at`, of `readable` units there. A terminated text is
+// readable for the whole of a step but at the end of a page.
+template <class Bound>
+[[gnu::always_inline]] inline Vector load_units(const char* at, std::size_t readable, std::size_t before,
+                                                std::size_t step) {
+  const char* units = at + before * 4;
+  if (Bound::is_terminated && readable == step) [[likely]]
+    return _mm512_loadu_si512(units);
+  return _mm512_maskz_loadu_epi32(lanes_of(first(readable), static_cast<unsigned>(before) / 16), units);
+}
+
+// The units of two vectors in lanes of 16 bits; FFFF for what is more.
+Vector in_words(Vector low, Vector high) {
+  return _mm512_inserti64x4(_mm512_castsi256_si512(_mm512_cvtusepi32_epi16(low)), _mm512_cvtusepi32_epi16(high), 1);
+}
+
+constexpr std::uint32_t last_of_one = 0x7F;
+constexpr std::uint32_t last_of_two = 0x7FF;
+constexpr std::uint32_t last_of_three = 0xFFFF;
+constexpr std::uint32_t last_of_four = 0x1FFFFF;
+
+enum class Step : std::uint8_t { ends, goes_on, is_not_ascii };
+
+// A step takes all it may read or is the last one. Where it takes all, the next one's address follows from what was
+// readable alone, and need not wait for this one's characters.
+template <class Bound>
+[[gnu::always_inline]] inline bool taken(std::size_t characters, std::size_t readable, Bound bound, Ends& ends) {
+  if (characters != readable) {
+    ends.read += characters;
+    return false;
+  }
+  ends.read += readable;
+  return bound.goes_on(ends.read);
+}
+
+// At most 48 characters, if they are ASCII. Texts of about 16, 32 and 64 characters, where the lengths in a column
+// gather, differ little within each group in the number of such steps, so that the branch between them is foreseen.
+template <class Bound>
+[[gnu::always_inline]] inline Step encode_ascii_step(const char* src, Bound bound, char* dst, std::size_t room,
+                                                     Ends& ends) {
+  constexpr std::size_t most = 48;
+  const std::size_t readable = bound.readable(src, ends.read, most);
+  if (readable == 0) return Step::ends;
+  const char* at = src + ends.read * 4;
+  const Vector bytes = in_bytes(load_units<Bound>(at, readable, 0, most), load_units<Bound>(at, readable, 16, most),
+                                load_units<Bound>(at, readable, 32, most), Vector{});
+  const Mask zeros = _mm512_testn_epi8_mask(bytes, bytes);
+  if ((_mm512_movepi8_mask(bytes) & below(zeros)) != 0) return Step::is_not_ascii;
+  const std::size_t count = least(lowest_bit(zeros), room - ends.written);
+  _mm512_mask_storeu_epi8(dst + ends.written, first(count), bytes);
+  ends.written += count;
+  return taken(count, readable, bound, ends) ? Step::goes_on : Step::ends;
+}
+
+bool any_above(Vector units, std::uint32_t limit) { return _mm512_test_epi32_mask(units, repeat32(~limit)) != 0; }
+
+// At most 32 characters of any length. Returns false where the run ends.
+template <class Bound>
+[[gnu::always_inline]] inline bool encode_step(const char* src, Bound bound, char* dst, std::size_t room, Ends& ends) {
+  constexpr std::size_t most = 32;
+  const std::size_t readable = bound.readable(src, ends.read, most);
+  if (readable == 0) return false;
+  const char* at = src + ends.read * 4;
+  Vector low = load_units<Bound>(at, readable, 0, most);
+  Vector high = load_units<Bound>(at, readable, 16, most);
+  const Vector words = in_words(low, high);
+  constexpr Mask behind = ~((Mask{1} << most) - 1);
+  Mask inside = below(Mask{_mm512_testn_epi16_mask(words, words)} | behind);
+  if ((_mm512_cmpgt_epu16_mask(words, repeat16(last_of_two)) & inside) == 0) {
+    const Vector units = _mm512_maskz_mov_epi16(static_cast<__mmask32>(inside), words);
+    const std::size_t characters = store_forms<2>(spread_short_forms(units), count_of(inside), dst, room, ends);
+    return taken(characters, readable, bound, ends);
+  }
+  low = _mm512_maskz_mov_epi32(lanes_of(inside, 0), low);
+  high = _mm512_maskz_mov_epi32(lanes_of(inside, 1), high);
+  if (any_above(_mm512_or_si512(low, high), last_of_four)) [[unlikely]] {
+    const Vector limit = repeat32(last_of_four);
+    inside &= below(_mm512_kunpackw(_mm512_cmpgt_epu32_mask(high, limit), _mm512_cmpgt_epu32_mask(low, limit)));
+    low = _mm512_maskz_mov_epi32(lanes_of(inside, 0), low);
+    high = _mm512_maskz_mov_epi32(lanes_of(inside, 1), high);
+  }
+  const std::size_t text = count_of(inside);
+  const std::size_t in_low = least(text, 16);
+  std::size_t characters = store_forms<4>(spread(low), in_low, dst, room, ends);
+  if (characters == in_low) characters += store_forms<4>(spread(high), text - in_low, dst, room, ends);
+  return taken(characters, readable, bound, ends);
+}
+
+// 32 ordinary characters, sure of their room.
+[[gnu::always_inline]] inline void store_half(Vector low, Vector high, bool long_forms, char* dst, std::size_t room,
+                                              Ends& ends) {
+  if (long_forms) {
+    ends.read += store_forms<4>(spread(low), 16, dst, room, ends);
+    ends.read += store_forms<4>(spread(high), 16, dst, room, ends);
+  } else {
+    ends.read += store_forms<2>(spread_short_forms(in_words(low, high)), 32, dst, room, ends);
+  }
+}
+
+// Steps of 64 characters while all of them are there, ordinary and sure of their room.
+template <class Bound>
+[[gnu::always_inline]] inline void encode_long(const char* src, Bound bound, char* dst, std::size_t room, Ends& ends) {
+  constexpr std::size_t step = 64;
+  while (room - ends.written >= step * 4 && bound.readable(src, ends.read, step) == step) {
+    const char* at = src + ends.read * 4;
+    const Vector a = _mm512_loadu_si512(at);
+    const Vector b = _mm512_loadu_si512(at + 64);
+    const Vector c = _mm512_loadu_si512(at + 128);
+    const Vector d = _mm512_loadu_si512(at + 192);
+    const Vector least_units = _mm512_min_epu32(_mm512_min_epu32(a, b), _mm512_min_epu32(c, d));
+    const Vector any = _mm512_or_si512(_mm512_or_si512(a, b), _mm512_or_si512(c, d));
+    // The limits are powers of two, less one.
+    if (_mm512_testn_epi32_mask(least_units, least_units) != 0 || any_above(any, last_of_four)) return;
+    if (any_above(any, last_of_one)) {
+      const bool long_forms = any_above(any, last_of_two);
+      store_half(a, b, long_forms, dst, room, ends);
+      store_half(c, d, long_forms, dst, room, ends);
+    } else {
+      const Vector low = _mm512_permutex2var_epi8(a, _mm512_load_si512(fourth_bytes.bytes), b);
+      const Vector high = _mm512_permutex2var_epi8(c, _mm512_load_si512(fourth_bytes.bytes), d);
+      _mm512_storeu_si512(dst + ends.written, _mm512_inserti64x4(low, _mm512_castsi512_si256(high), 1));
+      ends.read += step;
+      ends.written += step;
+    }
+  }
+}
+
+// Most texts that reach here end within two more steps, before a long one could be tried.
+template <class Bound>
+[[gnu::noinline]] Run encode_further(const char* src, Bound bound, char* dst, std::size_t room, Ends ends) {
+  Step step = ends.read == ends.written ? Step::goes_on : Step::is_not_ascii;
+  if (step == Step::goes_on) {
+    while ((step = encode_ascii_step(src, bound, dst, room, ends)) == Step::goes_on &&
+           (step = encode_ascii_step(src, bound, dst, room, ends)) == Step::goes_on)
+      encode_long(src, bound, dst, room, ends);
+  }
+  if (step == Step::is_not_ascii) {
+    while (encode_step(src, bound, dst, room, ends) && encode_step(src, bound, dst, room, ends))
+      encode_long(src, bound, dst, room, ends);
+  }
+  return {ends.read, ends.written};
+}
+
+template <class Bound>
+Run encode_run(const void* src, Bound bound, char* dst, std::size_t room) {
+  Ends ends;
+  const auto* text = static_cast<const char*>(src);
+  const Step step = encode_ascii_step(text, bound, dst, room, ends);
+  if (step == Step::goes_on || (step == Step::is_not_ascii && encode_step(text, bound, dst, room, ends))) {
+    return encode_further(text, bound, dst, room, ends);
+  }
+  return {ends.read, ends.written};
+}
+
+}  // namespace
+
+Run encode(const void* src, std::size_t count, char* dst, std::size_t room) {
+  return encode_run(src, Counted{count}, dst, room);
+}
+Run encode_terminated(const void* src, char* dst, std::size_t room) {
+  if constexpr (!reads_ahead) return encode_run(src, Counted{static_cast<std::size_t>(length_of(src))}, dst, room);
+  return encode_run(src, TerminatedUnits<4>{}, dst, room);
+}
+
+Run count_encoded(const void* src, std::size_t count) {
+  const auto* text = static_cast<const char*>(src);
+  constexpr std::size_t step = 16;
+  Ends ends;
+  while (ends.read < count) {
+    const std::size_t readable = least(count - ends.read, step);
+    const Vector units = _mm512_maskz_loadu_epi32(first16(readable), text + ends.read * 4);
+    const auto above = [units](std::uint32_t limit) { return Mask{_mm512_cmpgt_epu32_mask(units, repeat32(limit))}; };
+    const Mask inside = trailing_ones(_mm512_test_epi32_mask(units, units)) & below(above(last_of_four));
+    const std::size_t characters = count_of(inside);
+    ends.read += characters;
+    ends.written += characters + count_of(above(last_of_one) & inside) + count_of(above(last_of_two) & inside) +
+                    count_of(above(last_of_three) & inside);
+    if (characters < readable) break;
+  }
+  return {ends.read, ends.written};
+}
+
+}  // namespace zvrt::avx512

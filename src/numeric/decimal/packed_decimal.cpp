@@ -1,0 +1,179 @@
+#include "numeric/decimal/packed_decimal.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "ZVRTDataCnvLib.h"
+#include "core/termination.h"
+#include "numeric/decimal/decimal_kernels.h"
+#include "numeric/narrow_forms.h"
+#include "support/scratch.h"
+
+namespace zvrt {
+
+namespace {
+
+constexpr unsigned positive_sign = 0xC;
+constexpr unsigned negative_sign = 0xD;
+constexpr unsigned unsigned_sign = 0xF;
+
+// Bounds of the search for a value whose length is not told.
+constexpr std::int64_t longest_skip = 44;    // leading zero bytes
+constexpr std::int64_t longest_search = 43;  // bytes examined for a sign; without one the next byte ends the value
+
+constexpr std::size_t usual_text = 1024;
+
+struct Field {
+  const std::uint8_t* at;
+  std::int64_t bytes;
+};
+
+bool ends_value(std::uint8_t byte) {
+  const unsigned low = byte & 0xFU;
+  return low == positive_sign || low == negative_sign || low == unsigned_sign;
+}
+
+// A value of unknown length starts at its first non-zero byte; without one there is no value, and no byte.
+Field find_field(const std::uint8_t* src) {
+  std::int64_t skipped = 0;
+  while (src[skipped] == 0) {
+    if (++skipped == longest_skip) return {src, 0};
+  }
+  const std::uint8_t* at = src + skipped;
+  std::int64_t bytes = 0;
+  while (bytes < longest_search) {
+    if (ends_value(at[bytes++])) return {at, bytes};
+  }
+  return {at, longest_search + 1};
+}
+
+unsigned half_byte(const std::uint8_t* field, std::int64_t index) {
+  const unsigned byte = field[index / 2];
+  return index % 2 == 0 ? byte >> 4 : byte & 0xF;
+}
+
+bool length_is_told(const Call& call) { return call.srcLen != nullptr && *call.srcLen != 0; }
+
+Field field_of(const Call& call) {
+  const auto* src = static_cast<const std::uint8_t*>(call.src);
+  return length_is_told(call) ? Field{src, std::max(*call.srcLen, 0)} : find_field(src);
+}
+
+Rendered render(const Field& field, void* dst, std::int32_t room) {
+  return decimal_kernels.render_packed(field.at, field.bytes, dst, room);
+}
+
+void tell_length(std::int32_t* srcLen, const Field& field, Status status) {
+  if (status != ZVRT_RC_EMPTY_RESULT) store_if_zero(srcLen, field.bytes);
+}
+
+// Apart, and without a Call, so that the ordinary conversion keeps its arguments in registers.
+[[gnu::noinline]] Status unpack_found(const void* src, std::int32_t* srcLen, void* dst, std::int32_t room,
+                                      std::uint32_t* outLen) {
+  const Field field = find_field(static_cast<const std::uint8_t*>(src));
+  const Rendered text = render(field, dst, room);
+  *outLen = static_cast<std::uint32_t>(text.length);
+  tell_length(srcLen, field, text.status);
+  return text.status;
+}
+
+Status unpack(const Call& call) {
+  const std::int32_t room = room_in<Wide>(call.dstSize);
+  if (!length_is_told(call)) return unpack_found(call.src, call.srcLen, call.dst, room, call.outLen);
+  const Rendered text = render(field_of(call), call.dst, room);
+  *call.outLen = static_cast<std::uint32_t>(text.length);
+  return text.status;
+}
+
+Status unpack_narrow(const Call& call) {
+  const Field field = field_of(call);
+  const std::uint64_t units = packed_text_units(field.bytes);
+  Scratch<Wide, usual_text> text(units);
+  if (text.get() == nullptr) return ZVRT_RC_NO_MEMORY;
+  const auto room = static_cast<std::int32_t>(std::min<std::uint64_t>(units, INT32_MAX));
+  const Rendered rendered = render(field, text.get(), room);
+  tell_length(call.srcLen, field, rendered.status);
+  return rendered.status == ZVRT_RC_OK ? encode_narrow(call, text.get()) : rendered.status;
+}
+
+// A field too small is left alone, and so is srcLen; outLen tells the size that would do.
+Status pack(const Call& call, const void* text, std::int32_t* srcLen) {
+  const Packed packed = decimal_kernels.pack_text(text, static_cast<std::uint8_t*>(call.dst), call.dstSize);
+  *call.outLen = packed.size;
+  if (static_cast<std::int64_t>(packed.size) > call.dstSize) return ZVRT_RC_TRUNCATED;
+  store_if_zero(srcLen, packed.digits * 4);
+  return ZVRT_RC_OK;
+}
+
+Status pack_narrow(const Call& call) {
+  // In no encoding are there more characters than bytes.
+  const std::int64_t units = std::int64_t{length_of(static_cast<const char*>(call.src))} + 1;
+  Scratch<Wide, usual_text> text(static_cast<std::uint64_t>(units));
+  if (text.get() == nullptr) return ZVRT_RC_NO_MEMORY;
+  std::uint32_t characters = 0;
+  Call decoding = call;
+  decoding.dst = text.get();
+  decoding.dstSize = static_cast<std::int32_t>(std::min<std::int64_t>(units * 4, INT32_MAX));
+  decoding.outLen = &characters;
+  const Status status = convert<VarcharSz, WVarcharSz>(decoding);
+  return status == ZVRT_RC_OK ? pack(call, text.get(), nullptr) : status;
+}
+
+}  // namespace
+
+Rendered render_packed(const std::uint8_t* field, std::int64_t bytes, void* dst, std::int32_t room) {
+  const std::int64_t digits = 2 * bytes - 1;
+  if (digits < 1) return {0, ZVRT_RC_EMPTY_RESULT};
+  std::int64_t length = 0;
+  const auto put = [&](Wide character) {
+    if (length < room) store(dst, static_cast<std::size_t>(length), character);
+    ++length;
+  };
+  if (half_byte(field, digits) == negative_sign) put('-');
+  std::int64_t at = 0;
+  while (at < digits && half_byte(field, at) == 0) ++at;
+  for (; at < digits && half_byte(field, at) <= 9; ++at) put('0' + half_byte(field, at));
+  if (length == 0) return {0, ZVRT_RC_EMPTY_RESULT};
+  // Characters are not sacrificed to the terminator: text without one is a truncation, but all of it is there.
+  const Ending ending = finish(Finish::narrow_strict, length, room);
+  if (ending.terminator != no_terminator) store(dst, static_cast<std::size_t>(ending.terminator), Wide{0});
+  return {length, at < digits ? ZVRT_RC_ERROR : ending.status};
+}
+
+Packed pack_text(const void* text, std::uint8_t* field, std::int32_t size) {
+  const bool negative = load<Wide>(text) == '-';
+  const std::byte* characters = static_cast<const std::byte*>(text) + (negative ? sizeof(Wide) : 0);
+  const std::int64_t count = length_of(static_cast<const void*>(characters));
+  // Whatever a character is, its low four bits are the digit.
+  const auto digit = [characters](std::int64_t index) {
+    return load<Wide>(characters, static_cast<std::size_t>(index)) & 0xF;
+  };
+  std::int64_t first = 0;
+  while (first < count && digit(first) == 0) ++first;
+  const std::int64_t needed = (count - first) / 2 + 1;
+  if (needed > size) return {count, static_cast<std::uint32_t>(needed)};
+  std::memset(field, 0, static_cast<std::size_t>(size));
+  std::uint8_t* byte = field + size - 1;
+  *byte = negative ? negative_sign : positive_sign;
+  for (std::int64_t at = count, high = 1; at > first; high ^= 1) {
+    const unsigned value = digit(--at);
+    if (high != 0) {
+      *byte = static_cast<std::uint8_t>(*byte | value << 4);
+    } else {
+      *--byte = static_cast<std::uint8_t>(value);
+    }
+  }
+  return {count, static_cast<std::uint32_t>(size)};
+}
+
+}  // namespace zvrt
+
+using namespace zvrt;
+
+// clang-format off
+uint32_t ZVRTCnvDecPackedToWVarcharSz(CNV_PARAMS)    { return unpack(CNV_CALL); }
+uint32_t ZVRTCnvDecPackedToWVarcharSzOut(CNV_PARAMS) { return in_bytes<ZVRTCnvDecPackedToWVarcharSz>(CNV_CALL); }
+uint32_t ZVRTCnvDecPackedToVarcharSz(CNV_PARAMS)     { return unpack_narrow(CNV_CALL); }
+uint32_t ZVRTCnvWVarcharSzToDecPacked(CNV_PARAMS)    { return pack(CNV_CALL, src, srcLen); }
+uint32_t ZVRTCnvVarcharSzToDecPacked(CNV_PARAMS)     { return pack_narrow(CNV_CALL); }
+// clang-format on

@@ -1,0 +1,87 @@
+// The correctly rounded significant digits of doubles: an exact way for any count of them, and a fast one for the two
+// counts that columns are written with.
+#pragma once
+
+#include <bit>
+#include <cstdint>
+
+#include "numeric/floating/powers_of_ten.h"
+#include "support/wraps.h"
+
+namespace zvrt {
+
+struct DoubleBits {
+  std::uint64_t bits;
+
+  explicit DoubleBits(double value) : bits(std::bit_cast<std::uint64_t>(value)) {}
+  bool negative() const { return bits >> 63 != 0; }
+  ZVRT_WRAPS std::uint64_t magnitude() const { return bits << 1 >> 1; }
+  bool is_finite() const { return magnitude() < UINT64_C(0x7FF) << 52; }
+};
+
+// significand * 10^(exponent - digits + 1), the significand having so many digits; zero has significand and exponent 0.
+struct Decimal {
+  std::uint64_t significand;
+  std::int32_t exponent;
+};
+
+constexpr std::uint64_t ten_to_the(std::int32_t k) {
+  std::uint64_t power = 1;
+  for (; k > 0; --k) power *= 10;
+  return power;
+}
+
+// The largest subnormals have this many significant digits, no double more.
+constexpr std::int32_t most_significant_digits = 767;
+
+// A finite value's magnitude rounded to so many significant digits, halves to even, as narrow text.
+class ExactDecimal {
+ public:
+  ExactDecimal(DoubleBits value, std::int32_t digits);
+
+  // The digits without a point. Zeros beyond those that a double can have are left out.
+  const char* digits() const { return digits_; }
+  std::int32_t digit_count() const { return digit_count_; }
+  std::int32_t exponent() const { return exponent_; }  // of the first digit
+
+ private:
+  char digits_[most_significant_digits + 8];
+  std::int32_t digit_count_;
+  std::int32_t exponent_ = 0;
+};
+
+// The same digits, at most 17, as a number.
+Decimal exact_decimal(DoubleBits value, std::int32_t digits);
+
+// As exact_decimal(), fast.
+//
+// Scaled by the power of ten that brings all digits wanted before the point, the value is an integer of up to 57 bits
+// and a fraction of at least 70, which decides the rounding unless it is one of the few next to one half.
+template <std::int32_t digits>
+inline Decimal round_to_digits(DoubleBits value) {
+  static_assert(1 <= digits && digits <= 17);
+  const std::uint64_t magnitude = value.magnitude();
+  if (magnitude == 0) return {0, 0};
+  const auto exponent_field = static_cast<std::int32_t>(magnitude >> 52);
+  const std::uint64_t implicit_bit = exponent_field == 0 ? 0 : UINT64_C(1) << 52;
+  const std::uint64_t fraction = (magnitude & ((UINT64_C(1) << 52) - 1)) | implicit_bit;
+  const std::int32_t leading_zeros = std::countl_zero(fraction);
+  // 2^binary_exponent <= value < 2^(binary_exponent + 1); subnormals share the exponent of field 1.
+  const std::int32_t binary_exponent = (exponent_field == 0 ? 1 : exponent_field) - 1023 + 11 - leading_zeros;
+
+  // A factor of two crosses at most one power of ten.
+  std::int32_t exponent = log10_of_power_of_two(binary_exponent);
+  exponent += magnitude >= decade_start(exponent + 1) ? 1 : 0;
+
+  const std::int32_t power = digits - 1 - exponent;
+  const Product scaled = multiply(fraction << leading_zeros, power_of_ten(power));
+  const std::int32_t fraction_bits = 62 - binary_exponent - log2_of_power(power);  // of the high word
+  const Rounded significand = round_product(scaled, fraction_bits, power_is_exact(power));
+  if (!significand.certain) [[unlikely]]
+    return exact_decimal(value, digits);
+  if (significand.value == ten_to_the(digits)) [[unlikely]]
+    return {ten_to_the(digits - 1), exponent + 1};
+  return {significand.value, exponent};
+}
+
+}  // namespace zvrt

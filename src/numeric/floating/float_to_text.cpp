@@ -1,0 +1,70 @@
+// Doubles and singles to scientific text with a fixed count of digits, and a double with any count.
+#include <algorithm>
+#include <cstdint>
+
+#include "ZVRTDataCnvLib.h"
+#include "core/call.h"
+#include "core/termination.h"
+#include "numeric/floating/float_digits.h"
+#include "numeric/floating/float_text.h"
+#include "support/units.h"
+
+using namespace zvrt;
+
+namespace {
+
+template <class Float>
+constexpr std::int32_t shown_digits = sizeof(Float) == sizeof(double) ? 17 : 8;
+
+// Text that does not fit with its terminator.
+template <class Float>
+[[gnu::noinline, gnu::cold]] Status write_cut(DoubleBits value, void* dst, std::int32_t room) {
+  const ScientificText<shown_digits<Float>> text(value);
+  Wide whole[text.longest + 1];
+  text.write(reinterpret_cast<std::byte*>(whole));
+  copy_units<Wide>(dst, whole, std::min(text.length(), room));
+  const Ending ending = finish(Finish::wide, text.length(), room);
+  if (ending.terminator != no_terminator) store<Wide>(dst, static_cast<std::size_t>(ending.terminator), 0);
+  return ending.status;
+}
+
+template <class Float>
+Status render(const Call& call) {
+  if (call.src == nullptr || call.dst == nullptr) return ZVRT_RC_ERROR;
+  const DoubleBits value(static_cast<double>(load<Float>(call.src)));
+  if (!value.is_finite()) return ZVRT_RC_ERROR;
+  const ScientificText<shown_digits<Float>> text(value);
+  const std::int32_t room = room_in<Wide>(call.dstSize);
+  *call.outLen = static_cast<std::uint32_t>(text.length());
+  store_if_zero(call.srcLen, sizeof(Float));
+  if (text.length() >= room) return write_cut<Float>(value, call.dst, room);
+  text.write(static_cast<std::byte*>(call.dst));
+  return ZVRT_RC_OK;
+}
+
+template <class Text>
+Status write_whole(const Text& text, wchar_t* out, std::int32_t room) {
+  if (out == nullptr || text.length() >= room) return ZVRT_RC_ERROR;
+  text.write(reinterpret_cast<std::byte*>(out));
+  return ZVRT_RC_OK;
+}
+
+}  // namespace
+
+uint32_t FloatToString(wchar_t* out, int32_t outSize, int16_t precision, double value) {
+  if (precision < 0) return precision == -1 ? ZVRT_RC_TRUNCATED : ZVRT_RC_ERROR;
+  const DoubleBits bits(value);
+  if (!bits.is_finite()) return ZVRT_RC_ERROR;
+  switch (precision) {
+    case shown_digits<double> - 1: return write_whole(ScientificText<shown_digits<double>>(bits), out, outSize);
+    case shown_digits<float> - 1: return write_whole(ScientificText<shown_digits<float>>(bits), out, outSize);
+    default: return write_whole(ExactScientificText(bits, precision), out, outSize);
+  }
+}
+
+// clang-format off
+uint32_t ZVRTCnvDblToWVarcharSz(CNV_PARAMS)    { return render<double>(CNV_CALL); }
+uint32_t ZVRTCnvDblToWVarcharSzOut(CNV_PARAMS) { return in_bytes<ZVRTCnvDblToWVarcharSz>(CNV_CALL); }
+uint32_t ZVRTCnvFltToWVarcharSz(CNV_PARAMS)    { return render<float>(CNV_CALL); }
+uint32_t ZVRTCnvFltToWVarcharSzOut(CNV_PARAMS) { return in_bytes<ZVRTCnvFltToWVarcharSz>(CNV_CALL); }
+// clang-format on

@@ -1,0 +1,313 @@
+// Text to doubles and singles, correctly rounded.
+#include <emmintrin.h>
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <charconv>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+
+#include "ZVRTDataCnvLib.h"
+#include "core/call.h"
+#include "numeric/floating/powers_of_ten.h"
+#include "numeric/floating/short_decimals.h"
+#include "support/read_ahead.h"
+#include "support/units.h"
+#include "support/wraps.h"
+
+using namespace zvrt;
+
+namespace {
+
+constexpr std::uint64_t infinity_bits = UINT64_C(0x7FF) << 52;
+
+bool is_sign(Wide character) { return character == '+' || character == '-'; }
+bool is_exponent_mark(Wide character) { return character == 'E' || character == 'e'; }
+ZVRT_WRAPS bool is_digit(Wide character) { return character - '0' <= 9; }
+
+const std::byte* next(const std::byte* at) { return at + sizeof(Wide); }
+std::int64_t characters_between(const std::byte* from, const std::byte* to) {
+  return static_cast<std::int64_t>(static_cast<std::size_t>(to - from) / sizeof(Wide));
+}
+
+__m128i load_block(const std::byte* at) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(at)); }
+
+// Eight characters as 16-bit numbers, digits as 0 to 9. Packing saturates: a character beyond 16 bits does not become a
+// digit.
+__m128i eight_values(const std::byte* at) {
+  return _mm_sub_epi16(_mm_packs_epi32(load_block(at), load_block(at + 16)), _mm_set1_epi16('0'));
+}
+
+bool are_digits(__m128i values) {
+  const __m128i above_nine = _mm_subs_epu16(values, _mm_set1_epi16(9));
+  return _mm_movemask_epi8(_mm_cmpeq_epi16(above_nine, _mm_setzero_si128())) == 0xFFFF;
+}
+
+// Neighbours are joined to numbers of two, four, eight digits.
+std::uint32_t join_digits(__m128i digits) {
+  const __m128i twos = _mm_madd_epi16(digits, _mm_set1_epi32(10 | 1 << 16));
+  const __m128i fours = _mm_madd_epi16(_mm_packs_epi32(twos, twos), _mm_set1_epi32(100 | 1 << 16));
+  const __m128i eights = _mm_madd_epi16(_mm_packs_epi32(fours, fours), _mm_set1_epi32(10000 | 1 << 16));
+  return static_cast<std::uint32_t>(_mm_cvtsi128_si32(eights));
+}
+
+ZVRT_WRAPS [[gnu::always_inline]] inline const std::byte* scan_digits(const std::byte* at, std::uint64_t& value) {
+  for (Wide digit; (digit = load<Wide>(at) - '0') <= 9; at = next(at)) value = value * 10 + digit;
+  return at;
+}
+
+// The same where many digits are to be expected. Eight at a time cost one multiplication of the value so far: in a long
+// run these are what takes the time, each waiting for the one before it.
+ZVRT_WRAPS [[gnu::always_inline]] inline const std::byte* scan_many_digits(const std::byte* at, std::uint64_t& value) {
+  constexpr std::size_t block = 8 * sizeof(Wide);
+  // The last of the eight tells most short runs apart at once.
+  while (may_read_ahead(at, block) && is_digit(load<Wide>(at, 7))) {
+    const __m128i values = eight_values(at);
+    if (!are_digits(values)) break;
+    value = value * 100000000 + join_digits(values);
+    at += block;
+  }
+  return scan_digits(at, value);
+}
+
+// The written exponent, and where it ends. Without a digit behind the mark there is none.
+ZVRT_WRAPS [[gnu::always_inline]] inline const std::byte* scan_exponent(const std::byte* mark, std::int64_t& exponent) {
+  // Far beyond what any length of digits can make up for, far from the limits of the type.
+  constexpr std::int64_t bound = INT64_C(1) << 56;
+  const std::byte* at = next(mark);
+  const Wide sign = load<Wide>(at);
+  if (is_sign(sign)) at = next(at);
+  if (!is_digit(load<Wide>(at))) return mark;
+  std::int64_t magnitude = 0;
+  for (Wide digit; (digit = load<Wide>(at) - '0') <= 9; at = next(at)) {
+    if (magnitude < bound) magnitude = magnitude * 10 + digit;
+  }
+  const std::int64_t all_ones_if_negative = -static_cast<std::int64_t>(sign == '-');
+  exponent = (magnitude ^ all_ones_if_negative) - all_ones_if_negative;  // no branch: either sign is as likely
+  return at;
+}
+
+// The number that a text begins with.
+struct Parts {
+  bool negative;
+  const std::byte* digits;  // with at most one point among them
+  const std::byte* digits_end;
+  std::int64_t digit_count;
+  std::uint64_t significand;  // of all digits; meaningless when they are more than a word holds
+  std::int64_t exponent;      // of the last digit
+  const std::byte* end;
+};
+
+[[gnu::always_inline]] inline Parts scan(const std::byte* text) {
+  const Wide first = load<Wide>(text);
+  const std::byte* const digits = text + (is_sign(first) ? sizeof(Wide) : 0);
+  std::uint64_t significand = 0;
+  const std::byte* at = scan_digits(digits, significand);
+  std::int64_t digit_count = characters_between(digits, at);
+  std::int64_t places = 0;
+  if (load<Wide>(at) == '.') {
+    const std::byte* const point = at;
+    at = scan_many_digits(next(point), significand);
+    places = characters_between(point, at) - 1;
+    digit_count += places;
+  }
+  const std::byte* const digits_end = at;
+  std::int64_t exponent = 0;
+  if (is_exponent_mark(load<Wide>(at)) && digit_count > 0) at = scan_exponent(at, exponent);
+  return {first == '-', digits, digits_end, digit_count, significand, exponent - places, at};
+}
+
+enum class Screening : std::uint8_t { refused, only_zeros, has_value };
+
+// Whether all characters from here on, up to the terminator, may stand in the text of a number.
+[[gnu::noinline]] Screening screen(const std::byte* at) {
+  bool has_value = false;
+  for (Wide character; (character = load<Wide>(at)) != 0; at = next(at)) {
+    if (is_exponent_mark(character)) {
+      if (is_sign(load<Wide>(next(at)))) at = next(at);
+    } else if (is_digit(character)) {
+      has_value |= character != '0';
+    } else if (character != '.') {
+      return Screening::refused;
+    }
+  }
+  return has_value ? Screening::has_value : Screening::only_zeros;
+}
+
+// The bits of the double nearest to significand * 10^exponent; the significand is not 0.
+Rounded nearest_double(std::uint64_t significand, std::int64_t exponent) {
+  if (exponent < least_power) return {0, true};  // with up to twenty digits that is below half the least double
+  if (exponent > 308) return {infinity_bits, true};
+  const auto power = static_cast<std::int32_t>(exponent);
+  const std::int32_t leading_zeros = std::countl_zero(significand);
+  const Product product = multiply(significand << leading_zeros, power_of_ten(power));
+  const auto leading_bit = static_cast<std::int32_t>(product.high >> 63);
+  const std::int32_t binary_exponent = log2_of_power(power) + 63 + leading_bit - leading_zeros;
+  if (binary_exponent > 1023) return {infinity_bits, true};
+  const std::int32_t below_normal = std::max(-1022 - binary_exponent, 0);
+  const std::int32_t dropped = 10 + leading_bit + below_normal;
+  if (dropped > 63) [[unlikely]]
+    return {0, false};
+  const Rounded rounded = round_product(product, dropped, power_is_exact(power));
+  // The leading bit of a normal significand counts one up in the exponent field, and so does one rounded up to a power
+  // of two, to infinity in the end.
+  const std::int32_t exponent_field = binary_exponent + below_normal + 1022;
+  return {(static_cast<std::uint64_t>(exponent_field) << 52) + rounded.value, rounded.certain};
+}
+
+// Two doubles that are exact give the nearest double to their product or quotient in one operation, which is quicker
+// than the product above for what most columns hold.
+constexpr std::int64_t greatest_exact_power = 22;
+constexpr std::uint64_t greatest_exact_significand = UINT64_C(1) << 53;
+constexpr auto exact_powers = [] {
+  std::array<double, greatest_exact_power + 1> powers{1};
+  for (std::size_t k = 1; k < powers.size(); ++k) powers[k] = powers[k - 1] * 10;
+  return powers;
+}();
+
+bool is_short(std::uint64_t significand, std::int64_t exponent) {
+  return significand <= greatest_exact_significand && exponent >= -greatest_exact_power &&
+         exponent <= greatest_exact_power;
+}
+
+double plain_double(const PlainNumber& number) {
+  return static_cast<double>(number.significand) / exact_powers[static_cast<std::size_t>(number.places)];
+}
+
+double short_double(std::uint64_t significand, std::int64_t exponent) {
+  const auto whole = static_cast<double>(static_cast<std::int64_t>(significand));
+  return exponent < 0 ? whole / exact_powers[static_cast<std::size_t>(-exponent)]
+                      : whole * exact_powers[static_cast<std::size_t>(exponent)];
+}
+
+// Any number of digits: those that can matter go through the language's own reader, an odd one behind them stands for
+// the rest.
+[[gnu::noinline, gnu::cold]] std::uint64_t exact_double_bits(const std::byte* text_begin) {
+  const Parts parts = scan(text_begin);
+  // A point halfway between two doubles has at most 768 significant digits.
+  constexpr std::size_t kept_digits = 770;
+  char text[kept_digits + 1 + 24];
+  std::size_t length = 0;
+  std::int64_t exponent = parts.exponent;
+  bool rest = false;
+  for (const std::byte* at = parts.digits; at != parts.digits_end; at = next(at)) {
+    const Wide character = load<Wide>(at);
+    if (character == '.') continue;
+    if (length < kept_digits) {
+      if (length > 0 || character != '0') text[length++] = static_cast<char>(character);
+    } else {
+      rest |= character != '0';
+      ++exponent;
+    }
+  }
+  if (rest) {
+    text[length++] = '1';
+    --exponent;
+  }
+  const std::int64_t leading_exponent = exponent + static_cast<std::int64_t>(length);
+  text[length++] = 'e';
+  const char* const end = std::to_chars(text + length, text + sizeof text, exponent).ptr;
+  double value = 0;
+  const auto result = std::from_chars(text, end, value);
+  if (result.ec == std::errc::result_out_of_range) return leading_exponent > 0 ? infinity_bits : 0;
+  return std::bit_cast<std::uint64_t>(value);
+}
+
+// More digits than a word holds: where the leading ones and their successor have the same nearest double, so has all
+// that lies between.
+ZVRT_WRAPS [[gnu::noinline]] std::uint64_t long_double_bits(const std::byte* text) {
+  const Parts parts = scan(text);
+  constexpr std::uint64_t nineteen_digits = UINT64_C(1000000000000000000);
+  std::uint64_t significand = 0;
+  std::int64_t exponent = parts.exponent;
+  for (const std::byte* at = parts.digits; at != parts.digits_end; at = next(at)) {
+    const Wide digit = load<Wide>(at) - '0';
+    if (digit > 9) continue;
+    if (significand < nineteen_digits) {
+      significand = significand * 10 + digit;
+    } else {
+      ++exponent;
+    }
+  }
+  const Rounded least = nearest_double(significand, exponent);
+  const Rounded greatest = nearest_double(significand + 1, exponent);
+  if (least.certain && greatest.certain && least.value == greatest.value) return least.value;
+  return exact_double_bits(text);
+}
+
+std::int64_t leading_zeros(const Parts& parts) {
+  std::int64_t zeros = 0;
+  for (const std::byte* at = parts.digits; at != parts.digits_end; at = next(at)) {
+    const Wide character = load<Wide>(at);
+    if (character == '0') ++zeros;
+    if (character != '0' && character != '.') break;
+  }
+  return zeros;
+}
+
+// 0 also where there is no number.
+std::uint64_t double_bits(const std::byte* text, const Parts& parts) {
+  constexpr std::int64_t certain_to_fit = 19;
+  if (parts.digit_count > certain_to_fit && parts.digit_count - leading_zeros(parts) > certain_to_fit) {
+    return long_double_bits(text);
+  }
+  if (is_short(parts.significand, parts.exponent)) {
+    return std::bit_cast<std::uint64_t>(short_double(parts.significand, parts.exponent));
+  }
+  if (parts.significand == 0) return 0;
+  const Rounded nearest = nearest_double(parts.significand, parts.exponent);
+  if (!nearest.certain) [[unlikely]]
+    return exact_double_bits(text);
+  return nearest.value;
+}
+
+// Of text made of an optional sign, then digits, points, and E or e with an optional sign behind it, in any order, the
+// longest beginning that is a number counts. NaN for text with other characters in it, for text that does not begin
+// with a number, and for a number that is not 0 and rounds to 0. Text without a digit other than 0 is +0.0, whatever
+// its form. Beyond the largest double the value is infinite.
+[[gnu::always_inline]] inline double read_double(const void* wide_text) {
+  constexpr double refused = std::numeric_limits<double>::quiet_NaN();
+  const auto* text = static_cast<const std::byte*>(wide_text);
+  const Parts parts = scan(text);
+  const std::uint64_t bits = double_bits(text, parts);
+  if (bits == 0) [[unlikely]] {
+    // Zero as it was written, or a number that rounds to it, or none: the digits of the whole text tell.
+    return screen(parts.digits) == Screening::only_zeros ? 0.0 : refused;
+  }
+  if (load<Wide>(parts.end) != 0 && screen(parts.end) == Screening::refused) [[unlikely]]
+    return refused;
+  return std::bit_cast<double>(bits | static_cast<std::uint64_t>(parts.negative) << 63);
+}
+
+// A single is the nearest one to the nearest double: two roundings, by definition.
+template <class Float, Status refused>
+Status read(const Call& call) {
+  constexpr std::int32_t size = sizeof(Float);
+  if (call.dstSize < size) {
+    *call.outLen = size;
+    return ZVRT_RC_TRUNCATED;
+  }
+  const auto accept = [&call](Float value) {
+    store<Float>(call.dst, 0, value);
+    *call.outLen = size;
+    return ZVRT_RC_OK;
+  };
+  if (read_plain_number != nullptr) {  // in which no number is outside either type's range
+    const PlainNumber plain = read_plain_number(call.src);
+    if (plain.significand != 0) return accept(static_cast<Float>(plain_double(plain)));
+  }
+  const double value = read_double(call.src);
+  const auto result = static_cast<Float>(value);
+  const bool underflows = result == 0 && value != 0;
+  if (!(result <= std::numeric_limits<Float>::max()) || underflows) return refused;  // not a number, or too large
+  return accept(result);
+}
+
+}  // namespace
+
+// clang-format off
+uint32_t ZVRTCnvWVarcharSzToDbl(CNV_PARAMS) { return read<double, ZVRT_RC_INVALID_DOUBLE>(CNV_CALL); }
+uint32_t ZVRTCnvWVarcharSzToFlt(CNV_PARAMS) { return read<float,  ZVRT_RC_INVALID_FLOAT>(CNV_CALL); }
+// clang-format on

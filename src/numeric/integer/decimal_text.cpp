@@ -1,0 +1,73 @@
+#include "numeric/integer/decimal_text.h"
+
+#include <array>
+#include <cstddef>
+
+#include "support/units.h"
+#include "support/wraps.h"
+
+namespace zvrt {
+
+namespace {
+
+struct Pair {
+  Wide tens;
+  Wide units;
+};
+
+constexpr std::array<Pair, 100> digit_pairs = [] {
+  std::array<Pair, 100> pairs{};
+  for (Wide value = 0; value < 100; ++value) pairs[value] = {'0' + value / 10, '0' + value % 10};
+  return pairs;
+}();
+
+}  // namespace
+
+const std::uint64_t decimal_powers[longest_decimal] = {
+    1,
+    10,
+    100,
+    1'000,
+    10'000,
+    100'000,
+    1'000'000,
+    10'000'000,
+    100'000'000,
+    1'000'000'000,
+    10'000'000'000,
+    100'000'000'000,
+    1'000'000'000'000,
+    10'000'000'000'000,
+    100'000'000'000'000,
+    1'000'000'000'000'000,
+    10'000'000'000'000'000,
+    100'000'000'000'000'000,
+    1'000'000'000'000'000'000,
+    10'000'000'000'000'000'000U,
+};
+
+std::int32_t write_decimal(std::uint64_t magnitude, bool negative, void* dst, std::int32_t room) {
+  Wide whole[longest_decimal];  // a text that is to be truncated is written here first
+  const std::int32_t length = count_digits(magnitude) + (negative ? 1 : 0);
+  const bool fits = length < room;
+  auto* const text = static_cast<std::byte*>(fits ? dst : whole);
+  auto* at = text + static_cast<std::ptrdiff_t>(length) * 4;
+  if (fits) store(at, 0, Wide{0});
+  for (; magnitude >= 10; magnitude /= 100) store(at -= sizeof(Pair), 0, digit_pairs[magnitude % 100]);
+  if (magnitude > 0) store(at - sizeof(Wide), 0, '0' + static_cast<Wide>(magnitude));
+  if (negative) store(text, 0, Wide{'-'});
+  if (!fits) copy_units<Wide>(dst, whole, room);
+  return length;
+}
+
+ZVRT_WRAPS Digits read_digits(const void* text) {
+  std::uint64_t value = 0;
+  for (std::size_t at = 0;; ++at) {
+    const Wide character = load<Wide>(text, at);
+    const Wide digit = character - '0';
+    if (digit > 9) return {value, static_cast<std::int64_t>(at), character == 0 ? Reading::whole : Reading::stray};
+    value = value * 10 + digit;
+  }
+}
+
+}  // namespace zvrt

@@ -1,0 +1,34 @@
+// The version of the integer conversions that runs everywhere, and the choice of the one for this processor.
+#include "numeric/integer/integers.h"
+
+#include "core/termination.h"
+#include "support/cpu.h"
+
+namespace zvrt {
+
+namespace {
+
+struct PlainKernel {
+  static std::int32_t write(std::uint64_t magnitude, bool negative, void* dst, std::int32_t room) {
+    return write_decimal(magnitude, negative, dst, room);
+  }
+  template <class Accumulator>
+  static Digits read(const void* text) {
+    return read_digits(text);
+  }
+};
+
+}  // namespace
+
+const IntegerConversions plain_integers = conversions_by<PlainKernel>;
+
+const IntegerConversions integers = *choose_version(Versions<const IntegerConversions>{
+    .baseline = &plain_integers, .sse41 = &sse41_integers, .avx512 = &avx512_integers});
+
+Status finish_full(void* dst, std::int32_t length, std::int32_t room) {
+  const Ending ending = finish(Finish::wide, length, room);
+  if (ending.terminator != no_terminator) store(dst, static_cast<std::size_t>(ending.terminator), Wide{0});
+  return ending.status;
+}
+
+}  // namespace zvrt

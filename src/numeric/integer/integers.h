@@ -1,0 +1,112 @@
+// Integers to and from wide text: one driver each way for all types, over a kernel that knows digits only. A driver is
+// made together with its kernel, whole conversions, so that a call costs one jump to the version for the processor.
+#pragma once
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+
+#include "core/call.h"
+#include "numeric/integer/decimal_text.h"
+#include "support/units.h"
+#include "support/wraps.h"
+
+namespace zvrt {
+
+// What a version consists of; 8- and 16-bit integers are served as 32-bit ones.
+//
+//   struct Kernel {
+//     // As write_decimal(), for 32 and 64 bits.
+//     static std::int32_t write(std::uint32_t magnitude, bool negative, void* dst, std::int32_t room);
+//     static std::int32_t write(std::uint64_t magnitude, bool negative, void* dst, std::int32_t room);
+//     // As read_digits(), but the value only modulo 2^width of the Accumulator, 32 or 64 bits; texts may be passed.
+//     template <class Accumulator> static Digits read(const void* text);
+//   };
+
+// The conversions of all types in one version.
+struct IntegerConversions {
+  ZVRTConversion* render[8];
+  ZVRTConversion* parse[8];
+};
+
+// A type's place in the tables.
+template <class Int>
+constexpr std::size_t place_of = static_cast<std::size_t>(std::countr_zero(sizeof(Int))) * 2 + std::is_signed_v<Int>;
+
+// The version that takes every text and runs on every processor, and the faster ones.
+extern const IntegerConversions plain_integers;
+extern const IntegerConversions sse41_integers;
+extern const IntegerConversions avx512_integers;
+
+// Text that fills its room or exceeds it; in the rare case only, and compiled for every processor.
+Status finish_full(void* dst, std::int32_t length, std::int32_t room);
+
+template <class Int, class Kernel>
+ZVRT_WRAPS Status render_by(const void* src, std::int32_t* srcLen, void* dst, std::int32_t dstSize,
+                            std::uint32_t* outLen, const FldDef* /*fldDef*/) {
+  using Magnitude = std::conditional_t<sizeof(Int) == 8, std::uint64_t, std::uint32_t>;
+  const Int value = load<Int>(src);
+  const bool negative = value < 0;
+  const auto bits = static_cast<Magnitude>(+value);  // its sign, if any, extended
+  const std::int32_t room = room_in<Wide>(dstSize);
+  const std::int32_t length = Kernel::write(negative ? 0 - bits : bits, negative, dst, room);
+  *outLen = static_cast<std::uint32_t>(length);
+  store_if_zero(srcLen, sizeof(Int));
+  if (length >= room) [[unlikely]]
+    return finish_full(dst, length, room);
+  return length > 0 ? ZVRT_RC_OK : ZVRT_RC_EMPTY_RESULT;
+}
+
+template <class Int, class Kernel>
+ZVRT_WRAPS Status parse_by(const void* src, std::int32_t* srcLen, void* dst, std::int32_t dstSize,
+                           std::uint32_t* outLen, const FldDef* fldDef) {
+  using Accumulator = std::conditional_t<sizeof(Int) == 8, std::uint64_t, std::uint32_t>;
+  constexpr std::int32_t size = sizeof(Int);
+  if (dstSize < size) [[unlikely]] {
+    *outLen = size;
+    return ZVRT_RC_TRUNCATED;
+  }
+  const bool negative = std::is_signed_v<Int> && load<Wide>(src) == '-';
+  const std::uint32_t sign = negative ? 1 : 0;
+  const Digits digits = Kernel::template read<Accumulator>(static_cast<const std::byte*>(src) + sign * sizeof(Wide));
+  if (digits.reading != Reading::whole) [[unlikely]] {
+    if (digits.reading == Reading::stray) return ZVRT_RC_INVALID_INTEGER;
+    return plain_integers.parse[place_of<Int>](src, srcLen, dst, dstSize, outLen, fldDef);
+  }
+  // Negated without a branch, which mixed signs would make unpredictable.
+  const auto magnitude = static_cast<Accumulator>(digits.value);
+  store(dst, 0, static_cast<Int>((magnitude ^ (Accumulator{0} - sign)) + sign));
+  *outLen = size;
+  store_if_zero(srcLen, (digits.count + sign) * 4);
+  return ZVRT_RC_OK;
+}
+
+template <class Kernel, class... Ints>
+constexpr IntegerConversions conversions_of(std::type_identity<Ints>...) {
+  IntegerConversions conversions{};
+  ((conversions.render[place_of<Ints>] = render_by<Ints, Kernel>), ...);
+  ((conversions.parse[place_of<Ints>] = parse_by<Ints, Kernel>), ...);
+  return conversions;
+}
+
+// Of a Kernel with internal linkage, so that everything made for one processor has it too.
+template <class Kernel>
+constexpr IntegerConversions conversions_by =
+    conversions_of<Kernel, std::uint8_t, std::int8_t, std::uint16_t, std::int16_t, std::uint32_t, std::int32_t,
+                   std::uint64_t, std::int64_t>({}, {}, {}, {}, {}, {}, {}, {});
+
+// The version for this processor.
+extern const IntegerConversions integers;
+
+template <class Int>
+Status render(const Call& call) {
+  return integers.render[place_of<Int>](call.src, call.srcLen, call.dst, call.dstSize, call.outLen, call.fldDef);
+}
+
+template <class Int>
+Status parse(const Call& call) {
+  return integers.parse[place_of<Int>](call.src, call.srcLen, call.dst, call.dstSize, call.outLen, call.fldDef);
+}
+
+}  // namespace zvrt

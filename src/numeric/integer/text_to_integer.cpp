@@ -1,0 +1,95 @@
+// The 14 conversions of text to integers: those of wide text a line each, over one driver; four readers of fields.
+#include "numeric/integer/text_to_integer.h"
+
+#include "ZVRTDataCnvLib.h"
+#include "core/call.h"
+#include "numeric/integer/integers.h"
+#include "support/wraps.h"
+
+using namespace zvrt;
+
+namespace zvrt {
+
+namespace {
+
+// A destination size that is compared as unsigned: a negative one is large.
+Call with_unsigned_size(Call call) {
+  if (call.dstSize < 0) call.dstSize = INT32_MAX;
+  return call;
+}
+
+// The member that tells refused text by the general failure.
+Status refusing_by_error(Status status) { return status == ZVRT_RC_INVALID_INTEGER ? ZVRT_RC_ERROR : status; }
+
+// Narrow text by way of a work area of so many characters; longer text is refused as truncated.
+template <std::size_t characters, ZVRTConversion conversion>
+Status parse_narrow(const Call& call) {
+  Wide text[characters] = {};
+  std::uint32_t length = 0;
+  std::uint32_t size = 0;
+  Status status = ZVRTCnvVarcharSzToWVarcharSz(call.src, call.srcLen, text, sizeof text, &length, call.fldDef);
+  if (status == ZVRT_RC_OK) status = conversion(text, nullptr, call.dst, call.dstSize, &size, nullptr);
+  *call.outLen = size;
+  return status;
+}
+
+}  // namespace
+
+}  // namespace zvrt
+
+// clang-format off
+uint32_t ZVRTCnvWVarcharSzToULONGLONG(CNV_PARAMS) { return parse<std::uint64_t>(with_unsigned_size(CNV_CALL)); }
+uint32_t ZVRTCnvWVarcharSzToLongLong(CNV_PARAMS)  { return parse<std::int64_t>(CNV_CALL); }
+uint32_t ZVRTCnvWVarcharSzToUInt(CNV_PARAMS)      { return parse<std::uint32_t>(CNV_CALL); }
+uint32_t ZVRTCnvWVarcharSzToInt1(CNV_PARAMS)      { return parse<std::int32_t>(CNV_CALL); }
+uint32_t ZVRTCnvWVarcharSzToSmallUInt(CNV_PARAMS) { return parse<std::uint16_t>(CNV_CALL); }
+uint32_t ZVRTCnvWVarcharSzToSmallInt(CNV_PARAMS)  { return refusing_by_error(parse<std::int16_t>(CNV_CALL)); }
+uint32_t ZVRTCnvWVarcharSzToTinyUInt(CNV_PARAMS)  { return parse<std::uint8_t>(CNV_CALL); }
+uint32_t ZVRTCnvWVarcharSzToTinyInt(CNV_PARAMS)   { return parse<std::int8_t>(CNV_CALL); }
+uint32_t ZVRTCnvVarcharSzToULONGLONG(CNV_PARAMS)  { return parse_narrow<22, ZVRTCnvWVarcharSzToULONGLONG>(CNV_CALL); }
+// clang-format on
+
+uint32_t ZVRTCnvVarcharSzToUInt(CNV_PARAMS) {
+  constexpr std::int32_t size = sizeof(std::uint32_t);
+  if (dstSize < size) {  // found before the text is looked at
+    *outLen = size;
+    return ZVRT_RC_TRUNCATED;
+  }
+  return parse_narrow<12, ZVRTCnvWVarcharSzToUInt>(CNV_CALL);
+}
+
+uint32_t ZVRTCnvVarcharSzToInt(const char* record, int32_t* dst, int32_t offset, int32_t count, uint32_t codePage,
+                               char codePageKind) {
+  constexpr std::int32_t longest = 11;
+  if (count < 0 || count > longest) return ZVRT_RC_INVALID_PARAM;
+  char field_text[longest + 1] = {};
+  copy_units<char>(field_text, record + offset, count);
+  const FldDef field = field_of(codePage, codePageKind);
+  std::uint32_t size = 0;
+  return parse_narrow<longest + 1, ZVRTCnvWVarcharSzToInt1>({field_text, nullptr, dst, sizeof *dst, &size, &field});
+}
+
+uint32_t ZVRTCnvWVarcharSzToInt(const wchar_t* text, int32_t* value, int32_t start, int32_t maxChars) {
+  int32_t end_pos = 0;
+  return ZVRTCnvWVarcharSzToInt2(text, &end_pos, value, start, maxChars);
+}
+
+uint32_t ZVRTCnvWVarcharSzToInt2(const wchar_t* text, int32_t* endPos, int32_t* value, int32_t start,
+                                 int32_t maxChars) {
+  const NumberRun run = read_run(text, start, maxChars);
+  *value = run.value;
+  if (!run.valid) return ZVRT_RC_ERROR;
+  *endPos = run.end;
+  return ZVRT_RC_OK;
+}
+
+ZVRT_WRAPS uint32_t ZVRTCnvCharToInt(const char* field, int32_t fieldLen, uint32_t* value) {
+  std::uint32_t number = 0;
+  for (std::int32_t at = 0; at < fieldLen && field[at] != 0; ++at) {
+    if (field[at] == ' ') continue;
+    if (field[at] < '0' || field[at] > '9') return ZVRT_RC_ERROR;
+    number = number * 10 + static_cast<std::uint32_t>(field[at] - '0');
+  }
+  *value = number;
+  return ZVRT_RC_OK;
+}

@@ -1,0 +1,194 @@
+// Integers by AVX-512: all digits at once, and no branch that depends on their number.
+#include <immintrin.h>
+
+#include <cstddef>
+#include <cstdint>
+
+#include "numeric/integer/integers.h"
+#include "support/read_ahead.h"
+#include "support/wraps.h"
+
+namespace zvrt {
+
+namespace {
+
+constexpr std::uint64_t hundred_million = 100'000'000;
+
+struct Constants {
+  // Reading: characters less zero are digits if not above nine; digits fold into numbers by pairs.
+  alignas(64) std::uint32_t zero[16];
+  alignas(64) std::uint32_t nine[16];
+  alignas(32) std::uint16_t to_two_digits[16];
+  alignas(32) std::uint32_t to_four_digits[8];
+  alignas(32) std::uint32_t to_eight_digits[8];
+  // Moves the first of so many digits out of the 32-bit lanes of two vectors (127 is a zero byte) to the end of 32
+  // bytes, or 16 further on to the end of 16.
+  alignas(64) std::uint8_t to_the_right[128];
+
+  // Writing.
+  alignas(64) std::uint64_t fraction[8];
+  alignas(64) std::uint64_t ten[8];
+  alignas(64) std::uint64_t digit_character[8];
+  alignas(64) std::uint32_t minus[16];
+  // Windows on 16 and on 24 digits, from any of them on: lanes of two vectors, the second with eight digits in 64-bit
+  // lanes, the first with eight likewise or with sixteen in 32-bit lanes. Zeros follow the last digit.
+  alignas(64) std::uint32_t of_sixteen[48];
+  alignas(64) std::uint32_t of_twenty_four[56];
+};
+
+constexpr Constants all_constants = [] {
+  Constants all{};
+  std::uint64_t power = hundred_million;
+  for (unsigned lane = 0; lane < 8; ++lane, power /= 10) {
+    all.fraction[lane] = (std::uint64_t{1} << 52) / power;
+    all.ten[lane] = 10;
+    all.digit_character[lane] = '0';
+    all.to_four_digits[lane] = 100 | 1U << 16;
+    all.to_eight_digits[lane] = 10000 | 1U << 16;
+  }
+  for (unsigned lane = 0; lane < 16; ++lane) {
+    all.zero[lane] = '0';
+    all.nine[lane] = 9;
+    all.minus[lane] = '-';
+    all.to_two_digits[lane] = 10 | 1U << 8;
+  }
+  for (unsigned at = 0; at < 128; ++at) {
+    all.to_the_right[at] = static_cast<std::uint8_t>(at < 32 ? 127 : (at - 32) * 4 % 128);
+  }
+  constexpr std::uint32_t second = 16;
+  for (unsigned digit = 0; digit < 48; ++digit) {
+    all.of_sixteen[digit] = digit < 8 ? digit * 2 : digit < 16 ? second + (digit - 8) * 2 : second + 1;
+  }
+  for (unsigned digit = 0; digit < 56; ++digit) {
+    all.of_twenty_four[digit] = digit < 16 ? digit : digit < 24 ? second + (digit - 16) * 2 : second + 1;
+  }
+  return all;
+}();
+
+// The constants in memory: seen through, a compiler builds the uniform ones anew in each call by way of a general
+// register.
+const Constants& constants() {
+  const Constants* hidden = &all_constants;
+  __asm__("" : "+r"(hidden));
+  return *hidden;
+}
+
+__m512i load_block(const void* at) { return _mm512_loadu_si512(at); }
+__m256i load_half(const void* at) { return _mm256_loadu_si256(static_cast<const __m256i*>(at)); }
+__m128i load_quarter(const void* at) { return _mm_loadu_si128(static_cast<const __m128i*>(at)); }
+
+// ---- writing -------------------------------------------------------------------------------------------------------
+
+// The digit characters of a number below 10^8, the most significant in the first 64-bit lane.
+//
+// With f = floor(2^52 / 10^j), (number + 1) * f modulo 2^52 is 2^52 times the fraction of number / 10^j, and
+// f - number * (2^52 / 10^j - f) more. For every j from 1 to 8 that excess is not below 0 and is less than 2^52 / 10^j,
+// the distance between two such fractions; so ten times it has the digit of 10^(j-1) above its 52nd bit.
+__m512i eight_digits(const Constants& all, std::uint64_t number) {
+  const __m512i fraction = load_block(all.fraction);
+  const __m512i numbers = _mm512_set1_epi64(static_cast<long long>(number));
+  const __m512i rest = _mm512_madd52lo_epu64(fraction, numbers, fraction);
+  return _mm512_madd52hi_epu64(load_block(all.digit_character), rest, load_block(all.ten));
+}
+
+// A mask of the lanes to store: the text and its terminator, as far as there is room.
+std::uint32_t stored_lanes(std::int32_t length, std::int32_t room) {
+  return _bzhi_u32(~0U, static_cast<std::uint32_t>(length < room ? length + 1 : room));
+}
+
+// ---- reading -------------------------------------------------------------------------------------------------------
+
+std::uint32_t strays_in(const Constants& all, __m512i digits) {
+  return _cvtmask16_u32(_mm512_cmpgt_epu32_mask(digits, load_block(all.nine)));
+}
+
+Reading reading_that_ends(const void* text, std::uint32_t at) {
+  return load<Wide>(text, at) == 0 ? Reading::whole : Reading::stray;
+}
+
+// Up to 15 digits.
+Digits read_block(const void* text) {
+  const Constants& all = constants();
+  const __m512i digits = _mm512_sub_epi32(load_block(text), load_block(all.zero));
+  const std::uint32_t strays = strays_in(all, digits);
+  if (strays == 0) [[unlikely]]
+    return {0, 0, Reading::passed};
+  const std::uint32_t end = _tzcnt_u32(strays);
+  const __m128i right_aligned = _mm512_castsi512_si128(
+      _mm512_permutex2var_epi8(digits, load_block(all.to_the_right + 16 + end), _mm512_setzero_si512()));
+  const __m128i twos = _mm_maddubs_epi16(right_aligned, load_quarter(all.to_two_digits));
+  const __m128i fours = _mm_madd_epi16(twos, load_quarter(all.to_four_digits));
+  const __m128i eights = _mm_madd_epi16(_mm_packus_epi32(fours, fours), load_quarter(all.to_eight_digits));
+  const auto halves = static_cast<std::uint64_t>(_mm_cvtsi128_si64(eights));
+  return {(halves & 0xFFFFFFFF) * hundred_million + (halves >> 32), end, reading_that_ends(text, end)};
+}
+
+// Up to 23 digits.
+ZVRT_WRAPS Digits read_block_and_half(const void* text) {
+  const Constants& all = constants();
+  const __m512i digits = _mm512_sub_epi32(load_block(text), load_block(all.zero));
+  const __m256i more = _mm256_sub_epi32(load_half(static_cast<const std::byte*>(text) + 64), load_half(all.zero));
+  const std::uint32_t more_strays = _cvtmask8_u32(_mm256_cmpgt_epu32_mask(more, load_half(all.nine)));
+  const std::uint32_t strays = strays_in(all, digits) | more_strays << 16;
+  if (strays == 0) [[unlikely]]
+    return {0, 0, Reading::passed};
+  const std::uint32_t end = _tzcnt_u32(strays);
+  const __m256i right_aligned = _mm512_castsi512_si256(
+      _mm512_permutex2var_epi8(digits, load_block(all.to_the_right + end), _mm512_zextsi256_si512(more)));
+  const __m256i twos = _mm256_maddubs_epi16(right_aligned, load_half(all.to_two_digits));
+  const __m256i fours = _mm256_madd_epi16(twos, load_half(all.to_four_digits));
+  const __m256i eights = _mm256_madd_epi16(_mm256_packus_epi32(fours, fours), load_half(all.to_eight_digits));
+  const auto upper = static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm256_castsi256_si128(eights)));
+  const auto lower = static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm256_extracti128_si256(eights, 1)));
+  const std::uint64_t value =
+      ((upper >> 32) * hundred_million + (lower & 0xFFFFFFFF)) * hundred_million + (lower >> 32);
+  return {value, end, reading_that_ends(text, end)};
+}
+
+struct Avx512Kernel {
+  // The text begins at its first digit, or one before it where its sign goes.
+  static std::int32_t write(std::uint32_t magnitude, bool negative, void* dst, std::int32_t room) {
+    const Constants& all = constants();
+    const auto sign = static_cast<__mmask16>(negative);
+    const std::int32_t length = count_digits(magnitude) + sign;
+    const __m512i window = load_block(all.of_sixteen + (16 - length));
+    const __m512i text = _mm512_permutex2var_epi32(eight_digits(all, magnitude / hundred_million), window,
+                                                   eight_digits(all, magnitude % hundred_million));
+    _mm512_mask_storeu_epi32(dst, static_cast<__mmask16>(stored_lanes(length, room)),
+                             _mm512_mask_mov_epi32(text, sign, load_block(all.minus)));
+    return length;
+  }
+
+  static std::int32_t write(std::uint64_t magnitude, bool negative, void* dst, std::int32_t room) {
+    const Constants& all = constants();
+    const auto sign = static_cast<__mmask16>(negative);
+    const std::uint64_t upper = magnitude / hundred_million;
+    const std::uint64_t top = magnitude / (hundred_million * hundred_million);  // of its own: no waiting for `upper`
+    const __m512i high = _mm512_permutex2var_epi32(eight_digits(all, top), load_block(all.of_sixteen),
+                                                   eight_digits(all, upper - top * hundred_million));
+    const __m512i low = eight_digits(all, magnitude - upper * hundred_million);
+    const std::int32_t length = count_digits(magnitude) + sign;
+    const std::uint32_t* const window = all.of_twenty_four + (24 - length);
+    const __m512i head = _mm512_permutex2var_epi32(high, load_block(window), low);
+    const __m512i tail = _mm512_permutexvar_epi32(load_block(window + 16), low);
+    const std::uint32_t stored = stored_lanes(length, room);
+    _mm512_mask_storeu_epi32(dst, static_cast<__mmask16>(stored),
+                             _mm512_mask_mov_epi32(head, sign, load_block(all.minus)));
+    _mm512_mask_storeu_epi32(static_cast<std::byte*>(dst) + 64, static_cast<__mmask16>(stored >> 16), tail);
+    return length;
+  }
+
+  template <class Accumulator>
+  static Digits read(const void* text) {
+    constexpr bool is_wide = sizeof(Accumulator) == 8;
+    if (!may_read_ahead(text, is_wide ? 96 : 64)) [[unlikely]]
+      return {0, 0, Reading::passed};
+    return is_wide ? read_block_and_half(text) : read_block(text);
+  }
+};
+
+}  // namespace
+
+const IntegerConversions avx512_integers = conversions_by<Avx512Kernel>;
+
+}  // namespace zvrt

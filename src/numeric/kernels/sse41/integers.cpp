@@ -1,0 +1,167 @@
+// Integers by SSE4.1: sixteen digits at once. What has more of them, or too little to fill a block, is left to the
+// definition.
+#include <smmintrin.h>
+
+#include <cstddef>
+#include <cstdint>
+
+#include "numeric/integer/integers.h"
+#include "numeric/kernels/sse41/digits.h"
+#include "support/read_ahead.h"
+#include "support/wraps.h"
+
+namespace zvrt {
+
+namespace {
+
+constexpr std::uint64_t ten_million = 10'000'000;
+constexpr std::uint64_t hundred_million = 100'000'000;
+
+__m128i load_vector(const void* at) { return _mm_loadu_si128(static_cast<const __m128i*>(at)); }
+
+std::int32_t least(std::int32_t a, std::int32_t b) { return a < b ? a : b; }
+
+// Windows on sixteen bytes for a shuffle, from sixteen of them earlier to 32 later; outside there is zero.
+struct Windows {
+  std::uint8_t before[16];
+  std::uint8_t bytes[48];
+};
+
+constexpr Windows windows = [] {
+  Windows all{};
+  for (std::uint8_t& byte : all.before) byte = 0x80;
+  for (unsigned at = 0; at < 48; ++at) all.bytes[at] = static_cast<std::uint8_t>(at < 16 ? at : 0x80);
+  return all;
+}();
+
+// ---- writing -------------------------------------------------------------------------------------------------------
+
+// The digits of numbers below 10000 in lanes of 32 bits, one a byte, the most significant first: split by 100 and by 10
+// in all lanes at once. Each reciprocal is exact over its range.
+__m128i digits_of_fours(__m128i fours) {
+  const __m128i by_100 = _mm_srli_epi16(_mm_mulhi_epu16(fours, _mm_set1_epi32(5243)), 3);
+  const __m128i below_100 = _mm_sub_epi16(fours, _mm_mullo_epi16(by_100, _mm_set1_epi32(100)));
+  const __m128i twos = _mm_or_si128(by_100, _mm_slli_epi32(below_100, 16));
+  const __m128i by_10 = _mm_mulhi_epu16(twos, _mm_set1_epi16(6554));
+  const __m128i below_10 = _mm_sub_epi16(twos, _mm_mullo_epi16(by_10, _mm_set1_epi16(10)));
+  return _mm_or_si128(by_10, _mm_slli_epi16(below_10, 8));
+}
+
+// The characters of a number below 10^8, zeros behind them.
+__m128i eight_digits(std::uint64_t number) {
+  const std::uint64_t upper = number / 10'000;
+  const std::uint64_t fours = upper | (number - upper * 10'000) << 32;
+  const __m128i zeros = _mm_set_epi64x(0, 0x3030303030303030);
+  return _mm_or_si128(digits_of_fours(_mm_cvtsi64_si128(static_cast<long long>(fours))), zeros);
+}
+
+// The characters of a number below 10^16.
+__m128i sixteen_digits(std::uint64_t number) {
+  const std::uint64_t upper = number / hundred_million;
+  const __m128i eights =
+      _mm_set_epi64x(static_cast<long long>(number - upper * hundred_million), static_cast<long long>(upper));
+  const __m128i by_10000 = _mm_srli_epi64(_mm_mul_epu32(eights, _mm_set1_epi32(static_cast<int>(0xD1B71759))), 45);
+  const __m128i below_10000 = _mm_sub_epi32(eights, _mm_mul_epu32(by_10000, _mm_set1_epi32(10000)));
+  const __m128i fours = _mm_or_si128(by_10000, _mm_slli_epi64(below_10000, 32));
+  return _mm_or_si128(digits_of_fours(fours), _mm_set1_epi8('0'));
+}
+
+// Writes a number of up to so many digits, with a zero behind it `most` lanes, in pieces of two or four. The last ones may
+// overlap: none reaches beyond the lanes to store, and how many there are does not depend on the number of digits.
+template <std::int32_t digits, std::int32_t most, std::int32_t piece>
+[[gnu::always_inline]] inline std::int32_t write_digits(std::uint64_t magnitude, bool negative, void* dst,
+                                                        std::int32_t room) {
+  const __m128i characters = digits == 8 ? eight_digits(magnitude) : sixteen_digits(magnitude);
+  const std::int32_t count = count_digits(magnitude);  // beside the digits, not waiting for them
+  const std::int32_t sign = negative ? 1 : 0;
+  const std::int32_t lanes = least(count + 1, room - sign);
+  if (lanes < piece) [[unlikely]]
+    return write_decimal(magnitude, negative, dst, room);
+  store(dst, 0, Wide{'-'});  // stays if there is a sign
+  auto* const out = static_cast<std::byte*>(dst) + sign * 4;
+  const std::uint8_t* const window = windows.bytes + digits - count;
+  for (std::int32_t at = 0; at < most; at += piece) {
+    const std::int32_t from = least(at, lanes - piece);
+    const __m128i bytes = _mm_cvtepu8_epi32(_mm_shuffle_epi8(characters, load_vector(window + from)));
+    if constexpr (piece == 4) {
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(out + from * 4), bytes);
+    } else {
+      _mm_storel_epi64(reinterpret_cast<__m128i*>(out + from * 4), bytes);
+    }
+  }
+  return count + sign;
+}
+
+// ---- reading -------------------------------------------------------------------------------------------------------
+
+// Eight characters less zero, saturated, so that what is not a digit stays none.
+__m128i eight_characters(const std::byte* text) {
+  const __m128i zero = _mm_set1_epi32('0');
+  return _mm_packs_epi32(_mm_sub_epi32(load_vector(text), zero), _mm_sub_epi32(load_vector(text + 16), zero));
+}
+
+// How many of sixteen bytes are digits before the first that is none.
+std::int32_t count_leading_digits(__m128i bytes) {
+  const __m128i stray = _mm_cmpeq_epi8(_mm_max_epu8(bytes, _mm_set1_epi8(10)), bytes);
+  return __builtin_ctz(static_cast<unsigned>(_mm_movemask_epi8(stray)) | 1U << 16);
+}
+
+// The number that the first so many digits make.
+std::uint64_t folded(__m128i digits, std::int32_t count) {
+  return sse41::join_digits(_mm_shuffle_epi8(digits, load_vector(windows.before + count)));
+}
+
+Digits finished(const std::byte* text, std::uint64_t value, std::int32_t count) {
+  const bool whole = load<Wide>(text, static_cast<std::size_t>(count)) == 0;
+  return {value, count, whole ? Reading::whole : Reading::stray};
+}
+
+constexpr Digits passed{0, 0, Reading::passed};
+
+// The 17th digit and up to six more.
+ZVRT_WRAPS Digits read_on(const std::byte* text, std::uint64_t head) {
+  static constexpr std::uint64_t powers[] = {1, 10, 100, 1'000, 10'000, 100'000, 1'000'000, 10'000'000};
+  if (!may_read_ahead(text + 64, 32)) [[unlikely]]
+    return passed;
+  const __m128i tail = eight_characters(text + 64);
+  const __m128i digits = _mm_packs_epi16(tail, tail);
+  const std::int32_t count = count_leading_digits(digits);
+  if (count >= 8) [[unlikely]]
+    return passed;
+  return finished(text, head * powers[count] + folded(digits, count), 16 + count);
+}
+
+struct Sse41Kernel {
+  // Keys have a few digits and numbers of any size many: a branch that is foreseen sets them apart.
+  static std::int32_t write(std::uint32_t magnitude, bool negative, void* dst, std::int32_t room) {
+    if (magnitude < ten_million) return write_digits<8, 8, 2>(magnitude, negative, dst, room);
+    return write_digits<16, 11, 4>(magnitude, negative, dst, room);
+  }
+
+  static std::int32_t write(std::uint64_t magnitude, bool negative, void* dst, std::int32_t room) {
+    if (magnitude < ten_million) return write_digits<8, 8, 2>(magnitude, negative, dst, room);
+    if (magnitude >= hundred_million * hundred_million) return write_decimal(magnitude, negative, dst, room);
+    return write_digits<16, 17, 4>(magnitude, negative, dst, room);
+  }
+
+  template <class Accumulator>
+  static Digits read(const void* src) {
+    const auto* const text = static_cast<const std::byte*>(src);
+    if (!may_read_ahead(text, 64)) [[unlikely]]
+      return passed;
+    const __m128i digits = _mm_packs_epi16(eight_characters(text), eight_characters(text + 32));
+    const std::int32_t count = count_leading_digits(digits);
+    if (count < 16) return finished(text, folded(digits, count), count);
+    if constexpr (sizeof(Accumulator) == 8) {
+      return read_on(text, folded(digits, count));
+    } else {
+      return passed;
+    }
+  }
+};
+
+}  // namespace
+
+const IntegerConversions sse41_integers = conversions_by<Sse41Kernel>;
+
+}  // namespace zvrt

@@ -1,9 +1,0 @@
-#include "numeric/plain_numbers.h"
-
-#include "frame/cpu.h"
-
-namespace zvrt {
-
-const PlainReader read_plain_number = cpu_level() >= CpuLevel::sse41 ? read_plain_sse41 : nullptr;
-
-}  // namespace zvrt

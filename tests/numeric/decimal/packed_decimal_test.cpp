@@ -1,0 +1,189 @@
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+
+#include "numeric/decimal/packed_decimal_model.h"
+
+namespace {
+
+using namespace zvrt_test;
+
+// Fields of mostly digits, as random as that leaves room for.
+std::string random_field(std::mt19937& random, std::size_t bytes) {
+  std::string field(bytes, '\0');
+  const bool tame = random() % 4 != 0;
+  const std::size_t zeros = random() % 2 == 0 ? random() % bytes : 0;
+  for (std::size_t i = zeros; i < bytes; ++i) {
+    field[i] = static_cast<char>(tame ? (random() % 10) * 16 + random() % 10 : random());
+  }
+  static constexpr unsigned signs[] = {0xC, 0xD, 0xF, 0xC, 0xD, 0x3, 0xA, 0xE};
+  field.back() = static_cast<char>((static_cast<unsigned>(field.back()) & 0xF0U) | signs[random() % 8]);
+  return field;
+}
+
+TEST(PackedToWide, EveryFieldOfOneAndTwoBytes) {
+  std::string source(2 + 44, '\x35');
+  for (std::uint32_t value = 0; value < 1U << 16; ++value) {
+    source[0] = static_cast<char>(value >> 8);
+    source[1] = static_cast<char>(value);
+    const std::string field = source.substr(0, 2);
+    ASSERT_EQ(run(ZVRTCnvDecPackedToWVarcharSz, source.data(), 2, 24), expected(field, 2, 24)) << hex(field);
+    const std::string value_found = found(source).value();
+    ASSERT_EQ(run(ZVRTCnvDecPackedToWVarcharSz, source.data(), 0, 400), expected(value_found, 0, 400)) << hex(field);
+    if (value < 1U << 8) {
+      const std::string byte = field.substr(1);
+      ASSERT_EQ(run(ZVRTCnvDecPackedToWVarcharSz, byte.data(), 1, 16), expected(byte, 1, 16)) << hex(byte);
+    }
+  }
+}
+
+// The same for so many fields that the reference has to be quicker: it peels the digits off a number.
+TEST(PackedToWide, EveryFieldOfThreeBytes) {
+  for (std::uint32_t value = 0; value < 1U << 24; ++value) {
+    const unsigned char field[] = {static_cast<unsigned char>(value >> 16), static_cast<unsigned char>(value >> 8),
+                                   static_cast<unsigned char>(value)};
+    wchar_t text[8] = {};
+    std::uint32_t length = (value & 0xF) == 0xD ? 1 : 0;
+    if (length == 1) text[0] = L'-';
+    std::uint32_t status = ZVRT_RC_OK;
+    bool leading = true;
+    for (std::uint32_t shift = 24; shift > 4;) {
+      shift -= 4;
+      const std::uint32_t digit = value >> shift & 0xF;
+      if (digit > 9) {
+        status = ZVRT_RC_ERROR;
+        break;
+      }
+      leading = leading && digit == 0;
+      if (!leading) text[length++] = static_cast<wchar_t>(L'0' + digit);
+    }
+    if (length == 0) status = ZVRT_RC_EMPTY_RESULT;
+    wchar_t rendered[8] = {};
+    std::int32_t bytes = 3;
+    std::uint32_t told = untold;
+    ASSERT_EQ(ZVRTCnvDecPackedToWVarcharSz(field, &bytes, rendered, 32, &told, nullptr), status) << value;
+    ASSERT_EQ(told, length) << value;
+    ASSERT_EQ(std::wstring_view(rendered, 8), std::wstring_view(text, 8)) << value;
+  }
+}
+
+TEST(PackedToWide, EveryLengthAndCapacity) {
+  std::mt19937 random(1);
+  for (std::size_t bytes = 1; bytes <= 60; ++bytes) {
+    for (int round = 0; round < 40; ++round) {
+      const std::string field = random_field(random, bytes);
+      GuardedBuffer source(field.data(), bytes);
+      const auto length = static_cast<std::int32_t>(bytes);
+      const auto needed = static_cast<std::int32_t>(reference(field).characters.size() * 4 + 4);
+      for (std::int32_t dstSize = round < 4 ? -1 : needed - 9; dstSize <= needed + 9; ++dstSize) {
+        ASSERT_EQ(run(ZVRTCnvDecPackedToWVarcharSz, source.as<>(), length, dstSize), expected(field, length, dstSize))
+            << hex(field) << dstSize;
+      }
+      Outcome in_bytes = expected(field, length, needed);
+      in_bytes.outLen *= 4;
+      ASSERT_EQ(run(ZVRTCnvDecPackedToWVarcharSzOut, field.data(), length, needed), in_bytes) << hex(field);
+    }
+  }
+}
+
+TEST(PackedToWide, FindsValuesAndReadsNothingBehindThem) {
+  std::mt19937 random(2);
+  for (std::size_t zeros = 0; zeros <= 44; ++zeros) {
+    for (std::size_t bytes = 1; bytes <= 44; ++bytes) {
+      std::string source(zeros, '\0');
+      if (zeros < 44) source += random_field(random, bytes);
+      if (zeros < 44 && source[zeros] == 0) source[zeros] = 0x10;
+      const std::optional<std::string> value = found(source + std::string(44, '\x11'));
+      const std::size_t used = value ? source.find_first_not_of('\0') + value->size() : zeros;
+      source.resize(used, '\x11');
+      GuardedBuffer guarded(source.data(), used);
+      const Outcome outcome = run(ZVRTCnvDecPackedToWVarcharSz, guarded.as<>(), 0, 400);
+      ASSERT_EQ(outcome, expected(value.value_or(std::string(1, '\x0C')), 0, 400)) << hex(source);
+    }
+  }
+}
+
+TEST(PackedToWide, LengthsThatAreNone) {
+  EXPECT_EQ(run(ZVRTCnvDecPackedToWVarcharSz, "\x12\x3C", -1, 40), (Outcome{ZVRT_RC_EMPTY_RESULT, 0, -1, ""}));
+  std::uint32_t length = 0;
+  wchar_t text[4];
+  EXPECT_EQ(ZVRTCnvDecPackedToWVarcharSz("\x12\x3C", nullptr, text, 16, &length, nullptr), ZVRT_RC_OK);
+  EXPECT_EQ(length, 3U);
+}
+
+TEST(PackedToNarrow, EveryLengthAndCapacity) {
+  std::mt19937 random(3);
+  for (const std::size_t bytes : {1U, 2U, 7U, 8U, 15U, 16U, 20U, 21U, 31U, 32U, 60U, 511U, 512U, 3000U}) {
+    for (int round = 0; round < 20; ++round) {
+      const std::string field = random_field(random, bytes);
+      const Text text = reference(field);
+      const auto length = static_cast<std::int32_t>(bytes);
+      const auto size = static_cast<std::int32_t>(text.characters.size());
+      for (std::int32_t dstSize = std::max(size - 3, -1); dstSize <= size + 3; ++dstSize) {
+        Outcome outcome{text.status, untold, length, ""};
+        if (text.status == ZVRT_RC_OK) {
+          outcome.written = (text.characters + '\0').substr(0, static_cast<std::size_t>(std::max(dstSize, 0)));
+          outcome.status = dstSize < size ? ZVRT_RC_TRUNCATED : ZVRT_RC_OK;
+          if (dstSize >= size) outcome.outLen = static_cast<std::uint32_t>(size);
+        }
+        ASSERT_EQ(run(ZVRTCnvDecPackedToVarcharSz, field.data(), length, dstSize), outcome) << hex(field) << dstSize;
+      }
+    }
+  }
+  EXPECT_EQ(run(ZVRTCnvDecPackedToVarcharSz, "\0\x12\x3D", 0, 8), (Outcome{ZVRT_RC_OK, 4, 2, {"-123\0", 5}}));
+}
+
+std::u32string random_text(std::mt19937& random, std::size_t length) {
+  std::u32string text;
+  const std::size_t zeros = random() % 4 == 0 ? random() % (length + 1) : 0;
+  for (std::size_t i = 0; i < length; ++i) text += U'0' + static_cast<char32_t>(i < zeros ? 0 : random() % 10);
+  if (length > 0 && random() % 4 == 0) text[random() % length] = static_cast<char32_t>(random() | 1);
+  return random() % 2 == 0 ? U"-" + text : text;
+}
+
+TEST(WideToPacked, EveryLengthSizeAndAlignment) {
+  std::mt19937 random(4);
+  for (std::size_t length = 0; length <= 130; ++length) {
+    for (std::size_t round = 0; round < 12; ++round) {
+      const std::u32string text = random_text(random, length);
+      const bool negative = text.starts_with(U'-');
+      const auto count = static_cast<std::int32_t>(text.size() - (negative ? 1 : 0));
+      // A byte behind the text keeps it off its alignment, up against the end of the memory without one.
+      const std::string bytes = wide_bytes(text) + std::string(round % 4, 'x');
+      GuardedBuffer source(bytes.data(), bytes.size());
+      std::int32_t needed = 1;
+      while (!packed(text, static_cast<std::size_t>(needed))) ++needed;
+      for (const std::int32_t size : {-1, 0, needed - 1, needed, needed + 1, needed + 40}) {
+        const bool fits = size >= needed;
+        const std::int32_t told = round == 0 ? 17 : 0;
+        const Outcome outcome{fits ? ZVRT_RC_OK : ZVRT_RC_TRUNCATED, static_cast<std::uint32_t>(fits ? size : needed),
+                              fits && told == 0 ? count * 4 : told,
+                              fits ? *packed(text, static_cast<std::size_t>(size)) : ""};
+        ASSERT_EQ(run(ZVRTCnvWVarcharSzToDecPacked, source.as<>(), told, size), outcome) << hex(bytes) << size;
+      }
+    }
+  }
+}
+
+TEST(NarrowToPacked, AsWideTextButEmptyTextIsRefused) {
+  EXPECT_EQ(run(ZVRTCnvVarcharSzToDecPacked, "", 0, 4), (Outcome{ZVRT_RC_INVALID_PARAM, untold, 0, ""}));
+  std::mt19937 random(5);
+  for (const std::size_t length : {1U, 2U, 15U, 16U, 39U, 40U, 41U, 100U, 1022U, 1023U, 1024U, 5000U}) {
+    std::u32string text = random_text(random, length);
+    for (char32_t& character : text) character = character % 0x7E + 1;
+    const std::string narrow(text.begin(), text.end());
+    std::int32_t needed = static_cast<std::int32_t>(text.size() / 2 + 1);
+    while (needed > 1 && packed(text, static_cast<std::size_t>(needed - 1))) --needed;
+    const auto size = static_cast<std::int32_t>(narrow.size());
+    EXPECT_EQ(run(ZVRTCnvVarcharSzToDecPacked, narrow.c_str(), 0, needed),
+              (Outcome{ZVRT_RC_OK, static_cast<std::uint32_t>(needed), size,
+                       *packed(text, static_cast<std::size_t>(needed))}));
+    EXPECT_EQ(run(ZVRTCnvVarcharSzToDecPacked, narrow.c_str(), 0, needed - 1),
+              (Outcome{ZVRT_RC_TRUNCATED, static_cast<std::uint32_t>(needed), size, ""}));
+  }
+  // Folding takes the code point: the low four bits of U+0669 are a nine, those of its last byte too, once.
+  EXPECT_EQ(run(ZVRTCnvVarcharSzToDecPacked, "\xD9\xA9", 0, 1), (Outcome{ZVRT_RC_OK, 1, 2, "\x9C"}));
+}
+
+}  // namespace
