@@ -122,7 +122,8 @@ typedef struct ZVRTType {
   uint32_t size;          /**< sizeof(ZVRTType). */
   uint32_t kind;          /**< ZVRT_KIND_... */
   int32_t length;         /**< Bytes of a slot, prefix and terminator included; 0 for kinds of one size. A terminated
-                               source may have 0: it ends at its terminator. */
+                               source may have 0: it ends at its terminator. A counted source that is run with
+                               lengths may have 0: they alone bound it. */
   uint32_t flags;         /**< ZVRT_TYPE_... */
   uint32_t codePage;      /**< Code page of narrow text; 0 is strict UTF-8. As FldDef::codePage. */
   char codePageKind;      /**< As FldDef::codePageKind. */
@@ -240,7 +241,28 @@ ZVRT_API uint32_t ZVRTCheck(const ZVRTType* type, const ZVRTArray* values, int64
 /** @} */
 
 /* ------------------------------------------------------------------------------------------------------------------ */
-/** @name Record plans and the Arrow C data interface @{ */
+/** @name Record plans and the Arrow C data interface
+ * Records of many fields to the arrays of Arrow's C data interface and back. The interface's own structures ArrowSchema
+ * and ArrowArray are declared by the caller (every reader of Arrow brings them). A column is null where the field is null
+ * and where its value was refused; ZVRTOutcome counts both.
+ *
+ * | Field                                                                | Column (Arrow format)                    |
+ * |----------------------------------------------------------------------|------------------------------------------|
+ * | text without a model; VARNUM and NUMERIC without precision and scale | utf8 (u); LARGE_UTF8: large_utf8 (U)     |
+ * | BYTES; any field with BINARY                                         | binary (z)                               |
+ * | BOOL                                                                 | boolean (b)                              |
+ * | INT, UINT of scale 0                                                 | int8 to uint64 (c s i l, C S I L)        |
+ * | PACKED, ZONED of at most 18 digits and scale 0                       | int64 (l)                                |
+ * | every other number with a scale or more digits                       | decimal128 (d:precision,scale)           |
+ * | FLOAT of 4 bytes                                                     | float (f)                                |
+ * | FLOAT of 8 bytes, HEX_FLOAT, numbers with DOUBLE                     | double (g)                               |
+ * | DATE, CLI_DATE, DAYS, a model of a date                              | date32 (tdD)                             |
+ * | TIME, CLI_TIME, a model of a time of day                             | time64 of microseconds (ttu)             |
+ * | TIMESTAMP, CLI_TIMESTAMP, MICROS, a model of both                    | timestamp of microseconds, no zone (tsu:)|
+ *
+ * A negative scale adds zeros instead (precision - scale digits, scale 0) as long as 38 digits hold them; a scale above
+ * the precision makes that the precision. More than 38 digits are declared as 38, and values that need more are refused.
+ * In a record, a VARNUM may have a precision and a scale: those of its column. @{ */
 struct ArrowSchema; /* Arrow's C data interface */
 struct ArrowArray;
 
@@ -250,7 +272,7 @@ enum {
   ZVRT_COLUMN_LARGE_UTF8 = 1, /**< Text with 64-bit offsets. */
   ZVRT_COLUMN_DECIMAL128 = 2, /**< decimal128(precision, scale) for a number of scale 0, too. */
   ZVRT_COLUMN_DOUBLE = 3,     /**< The nearest double. */
-  ZVRT_COLUMN_BINARY = 4      /**< The field's bytes. */
+  ZVRT_COLUMN_BINARY = 4      /**< The field's bytes as they are. */
 };
 
 /** One field of a record. */
@@ -266,12 +288,69 @@ typedef struct ZVRTField {
 /** The fields of a record and their columns; never changes. */
 typedef struct ZVRTRecordPlan ZVRTRecordPlan;
 
+/**
+ * Makes a record plan.
+ *
+ * @param fields       The fields, in the order of their columns; they may overlap. An array of structures steps by the
+ *                     size of its first one, here and in every function below.
+ * @param count        Number of fields, 0 or more.
+ * @param recordBytes  Bytes of a record, above 0; every field and its indicator lie within.
+ * @param options      ZVRT_PLAN_...; each holds for the fields that it fits. Not ZVRT_PLAN_AS_SINGLE_CALL.
+ * @param plan         Receives the plan, else null. ZVRTRecordPlanDestroy() frees it.
+ * @param why          Receives the reason of a refusal and its field; or null.
+ * @return ZVRT_RC_OK; ZVRT_RC_INVALID_TYPE for a field that describes nothing or does not lie within the record;
+ *         ZVRT_RC_INVALID_PAIR for a column that the field cannot have, or an option that is none here;
+ *         ZVRT_RC_NO_CONVERTER; ZVRT_RC_NO_MEMORY; ZVRT_RC_ERROR for null arguments.
+ */
 ZVRT_API uint32_t ZVRTRecordPlanCreate(const ZVRTField* fields, int32_t count, int32_t recordBytes, uint32_t options,
                                        ZVRTRecordPlan** plan, ZVRTProblem* why);
+
+/** Frees a record plan that no run uses any more; null is none. Arrays and schemas made by it live on. */
 ZVRT_API void ZVRTRecordPlanDestroy(ZVRTRecordPlan* plan);
+
+/**
+ * The schema of the plan's columns: a struct (+s) with one nullable child per field.
+ *
+ * @param schema  Receives the schema, which the caller releases, on any thread, through its own release member. Its
+ *                children may be moved out before. Not written unless ZVRT_RC_OK is returned.
+ * @return ZVRT_RC_OK; ZVRT_RC_NO_MEMORY; ZVRT_RC_ERROR for null arguments.
+ */
 ZVRT_API uint32_t ZVRTRecordSchema(const ZVRTRecordPlan* plan, struct ArrowSchema* schema);
+
+/**
+ * Converts records into an array of the plan's schema.
+ *
+ * @param records   The first record; any alignment. Only fields and indicators are read.
+ * @param starts    Byte offset of each record from `records`, or null: they are adjacent.
+ * @param count     Number of records, 0 or more.
+ * @param array     Receives a struct array of `count` rows, which the caller releases as the schema. Its memory is its
+ *                  own: records and plan may go away before. Not written unless ZVRT_RC_OK is returned.
+ * @param perField  Receives the outcome of each field; or null.
+ * @return ZVRT_RC_OK, also where values were refused: they are null; ZVRT_RC_OUT_OF_RANGE when a utf8 or binary column
+ *         would exceed 2 GiB: pass fewer records; ZVRT_RC_NO_MEMORY, the converter service's statuses; ZVRT_RC_ERROR for
+ *         null arguments or a negative count.
+ */
 ZVRT_API uint32_t ZVRTRecordsToArrow(const ZVRTRecordPlan* plan, const void* records, const int64_t* starts,
                                      int64_t count, struct ArrowArray* array, ZVRTOutcome* perField);
+
+/**
+ * Converts a struct array, of any producer, into adjacent records.
+ *
+ * Each field takes the column of its name (of equal names the first that is left), and no column may be left over.
+ * Beside the plan's own, a column may have any type whose values the field can take: null, integers, floats, booleans,
+ * utf8, large_utf8, string_view, binary of all four forms, decimals of 32 to 256 bits, dates, times and timestamps of any
+ * unit, dictionaries of these. Counted texts and bytes are padded as ZVRT_TYPE_PAD says. A null becomes the field's
+ * indicator or null form, else it is refused. Bytes of the records that no field writes stay as they are.
+ *
+ * @param schema    Describes the array; neither is released, changed or kept.
+ * @param array     A struct array; offsets, missing bitmaps and nulls of whole rows are honoured.
+ * @param records   Receives array->length records of the plan's recordBytes.
+ * @param perField  Receives the outcome of each field; or null.
+ * @return ZVRT_RC_OK, also where values were refused: their fields are not written; ZVRT_RC_INVALID_ARROW for a malformed
+ *         schema or array, columns that do not match, a time zone without ZVRT_PLAN_ZONED_TIME_AS_UTC: no record was
+ *         written; ZVRT_RC_INVALID_PAIR for a column whose type the field cannot take, likewise; ZVRT_RC_NO_MEMORY, the
+ *         converter service's statuses; ZVRT_RC_ERROR for null arguments.
+ */
 ZVRT_API uint32_t ZVRTArrowToRecords(const ZVRTRecordPlan* plan, const struct ArrowSchema* schema,
                                      const struct ArrowArray* array, void* records, ZVRTOutcome* perField);
 /** @} */
