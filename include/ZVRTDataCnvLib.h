@@ -2,28 +2,30 @@
  * @file ZVRTDataCnvLib.h
  * @brief Conversion of database column values: the one public header of libZVRTDataCnvLib, for C11 and C++17 on.
  *
- * Every function takes pointers to buffers of the caller, writes its result and an out-length through them and returns
- * a 32-bit status. Nothing is thrown, nothing is logged, no buffer or descriptor is kept after a function returns, and
+ * Every function takes pointers to buffers of the caller and writes its results through them; nearly all return a
+ * 32-bit status. Nothing is thrown, nothing is logged, no buffer or descriptor is kept after a function returns, and
  * the process locale is never consulted.
  *
  * Thread safety: unless a function says otherwise it keeps no state, takes no lock and may run on any number of
  * threads at once, as long as no other thread changes the buffers it was given.
  *
+ * Pointers must not be null unless a function says what null means: most functions do not check. Source and
+ * destination must not overlap, except where a function works in place.
+ *
  * Text comes in six kinds; the kind words are part of the functions' names.
  *
- * | Kind         | Layout                                              | Length known from                | Terminator
- * |
- * |--------------|-----------------------------------------------------|----------------------------------|-------------|
- * | `Char`       | narrow bytes                                        | the caller, in bytes             | none | |
- * `Varchar`    | 16-bit length prefix, then narrow bytes             | the prefix: bytes                | none        |
- * | `VarcharSz`  | narrow bytes                                        | the first zero byte              | a zero byte
- * | | `WChar`      | wide characters                                     | the caller, in bytes             | none | |
- * `WVarchar`   | 16-bit length prefix, then wide characters (byte 2) | the prefix: bytes, 4 a character | none        |
- * | `WVarcharSz` | wide characters                                     | the first zero character         | a zero one
- * |
+ * | Kind         | Layout                                              | Length known from                     | Terminator       |
+ * |--------------|-----------------------------------------------------|---------------------------------------|------------------|
+ * | `Char`       | narrow bytes                                        | the caller, in bytes                  | none             |
+ * | `Varchar`    | 16-bit length prefix, then narrow bytes             | the prefix, in bytes                  | none             |
+ * | `VarcharSz`  | narrow bytes                                        | the first zero byte                   | a zero byte      |
+ * | `WChar`      | wide characters                                     | the caller, in bytes                  | none             |
+ * | `WVarchar`   | 16-bit length prefix, then wide characters (byte 2) | the prefix, in bytes: 4 per character | none             |
+ * | `WVarcharSz` | wide characters                                     | the first zero character              | a zero character |
  *
- * A wide character is 32 bits, one UTF-32 code unit in native byte order. Narrow text is UTF-8 unless a field
- * descriptor names another code page.
+ * A wide character is 32 bits, one UTF-32 code unit in native byte order. A length prefix is a signed 16-bit number in
+ * native byte order: it counts at most 32767 bytes. Narrow text is UTF-8 unless a field descriptor names another code
+ * page.
  */
 #ifndef ZVRT_DATA_CNV_LIB_H
 #define ZVRT_DATA_CNV_LIB_H
@@ -46,10 +48,9 @@ extern "C" {
  * Every function that reports an outcome returns one of these, or, unchanged, the status of the platform library that
  * failed it. @{ */
 
-#define ZVRT_RC_OK UINT32_C(0) /**< Success. */
-#define ZVRT_RC_INVALID_CHAR \
-  UINT32_C(22) /**< A character that the target encoding cannot carry, or a broken surrogate pair. */
-#define ZVRT_RC_INVALID_PARAM UINT32_C(30)       /**< The source is empty, or its required length is missing. */
+#define ZVRT_RC_OK UINT32_C(0)                   /**< Success. */
+#define ZVRT_RC_INVALID_CHAR UINT32_C(22)        /**< A character or byte that an encoding does not have. */
+#define ZVRT_RC_INVALID_PARAM UINT32_C(30)       /**< The source is empty, or its length is missing or out of range. */
 #define ZVRT_RC_INVALID_YEAR UINT32_C(54)        /**< Year out of range. */
 #define ZVRT_RC_INVALID_DAY UINT32_C(55)         /**< Day 0, or beyond the length of its month. */
 #define ZVRT_RC_INVALID_MONTH UINT32_C(56)       /**< Month 0 or above 12. */
@@ -57,18 +58,18 @@ extern "C" {
 #define ZVRT_RC_INVALID_MINUTE UINT32_C(58)      /**< Minute above 59. */
 #define ZVRT_RC_INVALID_SECOND UINT32_C(59)      /**< Second above 59. */
 #define ZVRT_RC_INVALID_FORMAT UINT32_C(67)      /**< A format model holds an unknown element after a percent sign. */
-#define ZVRT_RC_EMPTY_RESULT UINT32_C(75)        /**< The text of the value is empty (zero); not a failure. */
-#define ZVRT_RC_BLANK_TEXT UINT32_C(114)         /**< A timestamp's text is empty or only blanks. */
-#define ZVRT_RC_TRUNCATED UINT32_C(1609)         /**< The destination is too small; it holds what fitted. */
+#define ZVRT_RC_EMPTY_RESULT UINT32_C(75)        /**< A number without text: zero, or an unreadable packed field. */
+#define ZVRT_RC_BLANK_TEXT UINT32_C(114)         /**< A timestamp's text holds only blanks. */
+#define ZVRT_RC_TRUNCATED UINT32_C(1609)         /**< The destination is too small, or UTF-8 text is cut short. */
 #define ZVRT_RC_NO_CONVERTER UINT32_C(1610)      /**< No converter is known for the field's code page. */
 #define ZVRT_RC_NO_MEMORY UINT32_C(1611)         /**< A temporary could not be allocated. */
-#define ZVRT_RC_INVALID_INTEGER UINT32_C(1612)   /**< Integer text holds something other than digits. */
+#define ZVRT_RC_INVALID_INTEGER UINT32_C(1612)   /**< Integer text holds something other than a number. */
 #define ZVRT_RC_INVALID_FLOAT UINT32_C(1613)     /**< Text refused as a single. */
 #define ZVRT_RC_HOUR_OUT_OF_RANGE UINT32_C(1614) /**< A parsed hour is outside its element's range. */
 #define ZVRT_RC_INVALID_DATETIME UINT32_C(1615)  /**< Text does not match the format model. */
 #define ZVRT_RC_INVALID_DOUBLE UINT32_C(1617)    /**< Text refused as a double. */
 #define ZVRT_RC_END_OF_FORMAT UINT32_C(6444)     /**< The tokenised model has no further element. */
-#define ZVRT_RC_ERROR UINT32_C(0xFFFFFFFF)       /**< Null arguments, failed allocations and failed prints. */
+#define ZVRT_RC_ERROR UINT32_C(0xFFFFFFFF)       /**< Any other refusal; each function says of what. */
 /** @} */
 
 /* ------------------------------------------------------------------------------------------------------------------ */
@@ -98,23 +99,32 @@ typedef struct FldDef {
 /** @} */
 
 /**
- * The argument list and the conventions that all conversions share.
+ * The argument list and the conventions of the 83 conversions that are declared with this type. The other functions
+ * have a prototype and a description of their own.
  *
- * @param src      The source, in the source kind; for numbers and dates a pointer to the value.
+ * @param src      The source, in the source kind; for numbers and dates a pointer to the value. Not null: only the
+ *                 date and time conversions, doubles and singles to text, and text to VARNUM look. The same holds for
+ *                 dst, which text to VARNUM does not look at.
  * @param srcLen   Source length in bytes. `Char` and `WChar` sources require it (null, 0 or negative:
- *                 ZVRT_RC_INVALID_PARAM) and never write it. For all other sources it is optional: where it points to 0
- *                 it receives the length measured (`Varchar` and `WVarchar` with their two prefix bytes, texts without
- *                 their terminator); any other value is ignored and left alone.
+ *                 ZVRT_RC_INVALID_PARAM) and never write it. A packed decimal source takes it as the field's length;
+ *                 without it the end of the field is searched for, which can read beyond the caller's field: see
+ *                 ZVRTCnvDecPackedToWVarcharSz(). For all other sources it is optional: where it points to 0 it
+ *                 receives the length measured (`Varchar` and `WVarchar` with their two prefix bytes, texts without
+ *                 their terminator); any other value is ignored and left alone. Where a function departs from this it
+ *                 says so.
  * @param dst      The destination, in the destination kind. Source and destination must not overlap.
  * @param dstSize  Size of the destination in bytes. A wide destination holds dstSize / 4 characters; `Varchar` and
- *                 `WVarchar` give 2 bytes to the prefix first, and no more than 32767 bytes are ever put behind one. A
- *                 negative size is no room.
- * @param outLen   Required. Receives the result's length without a terminator: bytes for `Char`, `VarcharSz` and
- *                 `WChar`; bytes with the two prefix bytes for `Varchar` and `WVarchar`; characters for `WVarcharSz`,
- *                 but bytes in the functions named `...Out`. Unless a function says otherwise it is the length that the
- *                 whole source needs, also when the status is ZVRT_RC_TRUNCATED or an error of the encoding, so that a
- *                 caller can retry with enough room; it is not written when the arguments are refused at once
- *                 (ZVRT_RC_INVALID_PARAM, a destination smaller than its prefix, ZVRT_RC_NO_MEMORY).
+ *                 `WVarchar` give 2 bytes to the prefix first, and at most 32767 bytes (8191 wide characters) follow
+ *                 one. A negative size is no room.
+ * @param outLen   Required, not null. Receives the result's length without a terminator: bytes for `Char`, `VarcharSz`
+ *                 and `WChar`; bytes with the two prefix bytes for `Varchar` and `WVarchar`; characters for
+ *                 `WVarcharSz`, but bytes in the functions named `...Out`. Unless a function says otherwise it is the
+ *                 length that the whole source needs, also when the status is ZVRT_RC_TRUNCATED; with
+ *                 ZVRT_RC_INVALID_CHAR from the converter service, of what was converted. It is not written when the
+ *                 arguments are refused at once (ZVRT_RC_INVALID_PARAM, a destination smaller than its prefix,
+ *                 ZVRT_RC_NO_MEMORY). After ZVRT_RC_TRUNCATED a caller can retry once, with that length and a
+ *                 terminator. A second ZVRT_RC_TRUNCATED is final: the UTF-8 text ends inside a sequence, or the result
+ *                 is longer than a prefix can count.
  * @param fldDef   The field descriptor; null means UTF-8 narrow text and no date/time format.
  * @return A status code.
  */
@@ -308,22 +318,30 @@ ZVRT_API uint32_t ZVRT_WideCharToMultiByte(const FldDef* fldDef, const void* src
  * and a wide kind they transcode, UTF-8 unless fldDef names another code page.
  *
  * An empty source gives ZVRT_RC_INVALID_PARAM with nothing written, unless a function accepts it. Where text and
- * terminator do not both fit:
+ * terminator do not both fit (1609 is ZVRT_RC_TRUNCATED):
  *
- * | Destination        | exactly full                                            | too long |
- * |--------------------|---------------------------------------------------------|--------------------------------------|
- * | `WVarcharSz`       | the last character gives way to the terminator, 1609    | room filled, no terminator, 1609 |
- * | `VarcharSz`        | no terminator, ZVRT_RC_OK                               | whole characters, no terminator,
- * 1609 | | `VarcharSz` from `Char` and `VarcharSz` | no terminator, 1609                | room filled, no terminator,
- * 1609     | | `Char`, `WChar`, `Varchar`, `WVarchar` | ZVRT_RC_OK                          | whole characters that
- * fit, 1609      |
+ * | Destination                          | Exactly full                                     | Too long                               |
+ * |--------------------------------------|--------------------------------------------------|----------------------------------------|
+ * | `WVarcharSz`                         | the terminator replaces the last character, 1609 | filled, no terminator, 1609            |
+ * | `VarcharSz`, transcoded              | no terminator, ZVRT_RC_OK                        | whole characters, no terminator, 1609  |
+ * | `VarcharSz` from `Varchar`           | no terminator, ZVRT_RC_OK                        | filled with bytes, no terminator, 1609 |
+ * | `VarcharSz` from `Char`, `VarcharSz` | no terminator, 1609                              | filled with bytes, no terminator, 1609 |
+ * | `Char`, `Varchar`, copied            | ZVRT_RC_OK                                       | the bytes that fit, 1609               |
+ * | `Char`, `Varchar`, transcoded        | ZVRT_RC_OK                                       | the whole characters that fit, 1609    |
+ * | `WChar`, `WVarchar`                  | ZVRT_RC_OK                                       | the characters that fit, 1609          |
  *
- * Fields are not padded. A prefix tells the bytes that are there; dstSize below 2 gives ZVRT_RC_TRUNCATED with nothing
+ * Fields are not padded. A prefix counts the bytes that follow it; dstSize below 2 gives ZVRT_RC_TRUNCATED with nothing
  * written, outLen included.
  *
- * Statuses of those that transcode, besides ZVRT_RC_OK, ZVRT_RC_INVALID_PARAM and ZVRT_RC_TRUNCATED (also: UTF-8 text
- * that ends inside a sequence): ZVRT_RC_INVALID_CHAR, ZVRT_RC_NO_CONVERTER and the platform's own; the destination then
- * holds what was converted, without a terminator. A malformed UTF-8 sequence ends the source as a terminator would.
+ * UTF-8 is read leniently, as by Convert8To32(), with ZVRT_RC_OK: U+FFFD becomes '?', a stray byte becomes the
+ * character of its value, overlong forms and encoded surrogates pass, and a malformed sequence ends the source as a
+ * terminator would. Text that ends inside a sequence is ZVRT_RC_TRUNCATED, whatever the room. The converter service is
+ * strict, also with UTF-8 by the code pages 1208 and 65001: all of these but U+FFFD, which stays itself, are
+ * ZVRT_RC_INVALID_CHAR.
+ *
+ * Statuses of those that transcode, besides ZVRT_RC_OK, ZVRT_RC_INVALID_PARAM and ZVRT_RC_TRUNCATED:
+ * ZVRT_RC_INVALID_CHAR, ZVRT_RC_NO_CONVERTER and the platform's own; the destination then holds what was converted,
+ * without a terminator.
  * @{ */
 
 /** Bytes copied as they are. outLen: the bytes copied. */
@@ -443,7 +461,7 @@ ZVRT_API uint32_t InitializeCharBufferWithSpaces(void* buf, int32_t size, const 
 /* ------------------------------------------------------------------------------------------------------------------ */
 /** @name Integers to text
  * Binary integers in native byte order, at any alignment, as decimal text: a '-' for negative values, then the digits,
- * nothing else. Zero has no digits: its text is empty and the status says so. The type words: `ULONGLONG` and
+ * nothing else. Zero has no digits: its text is empty, with ZVRT_RC_EMPTY_RESULT. The type words: `ULONGLONG` and
  * `LongLong` 64 bits, `UInt` and `Int` 32, `SmallUInt` and `SmallInt` 16, `TinyUInt` and `TinyInt` 8; the ones with a U
  * are unsigned.
  *
@@ -672,13 +690,14 @@ ZVRT_API ZVRTConversion ZVRTCnvFltToWVarcharSzOut;
  * The text may hold an optional sign in front, digits, points, and E or e with an optional sign behind it, in any order
  * and of any length; no blanks, no other point than '.', whatever the locale. Of such text the longest beginning that
  * is a number counts: `1.5`, `.5`, `-2.5e-3`, `1E+` (1), `1e5e5` (100000), `1.2.3` (1.2). Text without a digit other
- * than 0, the empty text too, is +0.0. A negative number too large for the type is negative infinity.
+ * than 0, the empty text too, is +0.0; a zero with an exponent that has such a digit, as in `0e1`, is refused. A
+ * negative number too large for the type is negative infinity.
  *
  * @param srcLen  Not used.
  * @param outLen  Receives 8, unless the text is refused.
  * @return ZVRT_RC_OK; ZVRT_RC_TRUNCATED when dstSize is below 8, whatever the text; ZVRT_RC_INVALID_DOUBLE for another
- *         character, text that begins with no number, a number too large, or one that is not 0 and rounds to 0. Only
- *         ZVRT_RC_OK writes to dst.
+ *         character, text that begins with no number, a number too large, or a number that is or rounds to 0 although
+ *         the text has a digit other than 0. Only ZVRT_RC_OK writes to dst.
  */
 ZVRT_API ZVRTConversion ZVRTCnvWVarcharSzToDbl;
 /** `WVarcharSz` to a single, the nearest one to the double that ZVRTCnvWVarcharSzToDbl() gives; sizes and outLen are 4,
@@ -688,9 +707,9 @@ ZVRT_API ZVRTConversion ZVRTCnvWVarcharSzToFlt;
 
 /* ------------------------------------------------------------------------------------------------------------------ */
 /** @name Packed decimal and VARNUM
- * A packed decimal field of N bytes holds 2N - 1 decimal digits, two a byte, the most significant first, and the sign
- * in the low half of its last byte: 0xD is negative, anything else positive; written are 0xC and 0xD. It knows no
- * point: the digits are an integer.
+ * A packed decimal field of N bytes holds 2N - 1 decimal digits, two per byte, the most significant first, and the sign
+ * in the low half of its last byte: 0xD is negative, everything else is read as positive, also 0xB and digits; written
+ * are 0xC and 0xD. It has no decimal point: the digits are an integer.
  *
  * A VARNUM is a byte that counts the bytes behind it, an exponent byte and up to 20 base-100 digits: at most 22 bytes.
  * A positive number's exponent byte is 193 + e, the first digit having the weight 100 to the power e, from -65 to 62;
@@ -706,26 +725,29 @@ ZVRT_API ZVRTConversion ZVRTCnvWVarcharSzToFlt;
  * Packed decimal to wide text: a '-' for a negative field, then the digits without leading zeros. A negative zero is a
  * lone '-'.
  *
- * @param srcLen  Length of the field in bytes; a negative one is a field without digits. 0, or a null pointer: the
- *                value starts at the first non-zero byte, of at most 44 examined, and ends with the first of at most 43
- *                bytes whose low half is 0xC, 0xD or 0xF; without one it has 44 bytes. Nothing behind its end is read.
- *                0 is replaced by the length found, counted from the first non-zero byte, also with ZVRT_RC_TRUNCATED
- *                and ZVRT_RC_ERROR.
+ * @param srcLen  In: the length of the field in bytes; nothing beyond it is read. A negative one is a field without
+ *                digits. With 0 or a null pointer the value starts at the first non-zero byte, of at most 44 examined,
+ *                and ends with the first of at most 43 bytes whose low half is 0xC, 0xD or 0xF; without one it has 44
+ *                bytes. This reads beyond the caller's field where the field is zero throughout or has another sign:
+ *                use it only for fields that are known to have one of the three. Out: 0 is replaced by the length
+ *                found, counted from the first non-zero byte, also with ZVRT_RC_TRUNCATED and ZVRT_RC_ERROR.
  * @param outLen  Characters of the whole text.
  * @return ZVRT_RC_OK; ZVRT_RC_TRUNCATED; ZVRT_RC_ERROR at a digit above 9, even when the text is also too long: the
- *         text is what stands before that digit; ZVRT_RC_EMPTY_RESULT, with nothing written, an outLen of 0 and srcLen
- *         left alone, for a positive zero and where there is no text before a digit above 9.
+ *         text is what stands before that digit; ZVRT_RC_EMPTY_RESULT, with nothing written, not even a terminator, an
+ *         outLen of 0 and srcLen left alone, for a positive zero and for a positive field whose first digit other than
+ *         0 is above 9, such as digits or letters in EBCDIC.
  */
 ZVRT_API ZVRTConversion ZVRTCnvDecPackedToWVarcharSz;
 /** As ZVRTCnvDecPackedToWVarcharSz(). outLen: bytes. */
 ZVRT_API ZVRTConversion ZVRTCnvDecPackedToWVarcharSzOut;
-/** As ZVRTCnvDecPackedToWVarcharSz(), in narrow text. outLen: bytes. ZVRT_RC_ERROR: nothing is written.
- *  ZVRT_RC_NO_MEMORY: only for fields above 511 bytes. */
+/** As ZVRTCnvDecPackedToWVarcharSz(), in narrow text. outLen: bytes, stored with ZVRT_RC_OK only. ZVRT_RC_ERROR and
+ *  ZVRT_RC_EMPTY_RESULT: nothing is written. ZVRT_RC_NO_MEMORY: only for fields above 511 bytes. */
 ZVRT_API ZVRTConversion ZVRTCnvDecPackedToVarcharSz;
 
 /**
- * Wide text to packed decimal. A leading '-' is the sign; every other character is a digit, the low four bits of its
- * code: characters that are not digits are not refused. The empty text is zero.
+ * Wide text to packed decimal. A leading '-' is the sign; every other character is taken as a digit, by the low
+ * four bits of its code: blanks, points, signs and letters are not refused but give a wrong number. The empty text is
+ * zero.
  *
  * @param srcLen  May be null. 0 is replaced by the bytes of the digits (4 a character, the sign not counted).
  * @param dst     The field, all dstSize bytes of which are written: digits at the right, zeros before them.
@@ -792,19 +814,21 @@ ZVRT_API int16_t ConvertBCDToOraVarNum(uint8_t* dst, uint8_t* digitPairs, int16_
  * functions work on its tokenised form, an array of FmtCode, which ZVRTGetFormatCodes() makes and which a field carries
  * in FldDef::dtFormat. Letters are compared regardless of case, in ASCII only, whatever the process locale.
  *
- * | Element              | Written                                     | Read                                         |
- * |----------------------|---------------------------------------------|----------------------------------------------|
- * | `%YYYY`              | year, at least 4 digits                     | up to 4 digits, none but digits among them   |
- * | `%YY`                | its last two digits                         | up to 2 digits, likewise: 07 is the year 7   |
- * | `%MONTH` `%MMM`      | January, Jan                                | the same                                     |
- * | `%MM` `%DD`          | 2 digits at least                           | 1 or 2 digits                                |
- * | `%M` `%D`            | no leading zero                             | cannot be read                               |
- * | `%HH24` `%MI` `%SS`  | 2 digits at least                           | 1 or 2 digits, the hour 0 to 23              |
- * | `%HH`                | hour of the 12-hour clock                   | 1 or 2 digits, 1 to 12                       |
- * | `%PM`                | AM or PM as `%HH` says, else two blanks     | two characters: AM, PM, or neither           |
- * | `%F` to `%FFFFFF`    | the fraction, at least 1 to 6 digits        | 1 to 6 digits, scaled up where there are less|
+ * | Element             | Written                                 | Read                                          |
+ * |---------------------|-----------------------------------------|-----------------------------------------------|
+ * | `%YYYY`             | year, at least 4 digits                 | up to 4 characters, all of them digits        |
+ * | `%YY`               | its last two digits                     | up to 2 characters, likewise: 07 is year 7    |
+ * | `%MONTH` `%MMM`     | January, Jan                            | the same                                      |
+ * | `%MM` `%DD`         | 2 digits at least                       | 1 or 2 digits                                 |
+ * | `%M` `%D`           | no leading zero                         | cannot be read                                |
+ * | `%HH24` `%MI` `%SS` | 2 digits at least                       | 1 or 2 digits, the hour 0 to 23               |
+ * | `%HH`               | hour of the 12-hour clock               | 1 or 2 digits, 1 to 12                        |
+ * | `%PM`               | AM or PM as `%HH` says, else two blanks | two characters: AM, PM, or neither            |
+ * | `%F` to `%FFFFFF`   | the fraction, at least 1 to 6 digits    | 1 to 6 digits, scaled up where there are less |
  *
- * A minus sign anywhere among the digits of a number that is read makes it negative; the range checks then refuse it.
+ * One minus sign, in any place among the digits of a number that is read, makes it negative and counts as one of its
+ * characters. The range checks refuse negative numbers, but -0 is 0, and a fraction has no range check: `%FFF` reads
+ * `-5` as 4294967246, with ZVRT_RC_OK.
  * @{ */
 
 typedef int32_t DtKind;                 /**< Which fields of a record are meaningful. */
@@ -856,14 +880,14 @@ typedef struct ZVRTTS {
   uint8_t reserved[8]; /**< Carries no value; zero after reading. */
 } ZVRTTS;
 
-/** A date, with the ranges of ZVRTTS. 6 bytes. */
+/** A date, with the ranges of ZVRTTS. 6 bytes, but ZVRTCnvDateTimeWSzToZVRTDate() needs a destination of 16. */
 typedef struct ZVRTDate {
   int16_t year;   /**< As ZVRTTS::year. */
   uint16_t month; /**< As ZVRTTS::month. */
   uint16_t day;   /**< As ZVRTTS::day. */
 } ZVRTDate;
 
-/** A time of day, with the ranges of ZVRTTS. 6 bytes. */
+/** A time of day, with the ranges of ZVRTTS. 6 bytes, but ZVRTCnvDateTimeWSzToZVRTTime() needs a destination of 16. */
 typedef struct ZVRTTime {
   uint16_t hour;   /**< As ZVRTTS::hour. */
   uint16_t minute; /**< As ZVRTTS::minute. */
@@ -1004,7 +1028,7 @@ ZVRT_API uint32_t ZVRTUTF16DateCharToDate(const uint16_t* src, int32_t srcUnits,
  * record's size whatever the status: those of the string conversion to `WVarcharSz`, of ZVRTWVarcharSzToTS() and of
  * ZVRTValidateDateTime(); ZVRT_RC_BLANK_TEXT where a timestamp could not be read from text of blanks. A timestamp's
  * year may be 0 where the first year of the model is `%YY`. The destination is written only on success; the ten bytes
- * behind a date or a time are then 0. @{ */
+ * after a date or a time are then 0. @{ */
 
 /** A ZVRTDate. outLen: characters. */
 ZVRT_API ZVRTConversion ZVRTCnvZVRTDateToWVarcharSz;
@@ -1043,9 +1067,9 @@ ZVRT_API ZVRTConversion ZVRTCnvDateTimeWcharToZVRTTS;
 ZVRT_API ZVRTConversion ZVRTCnvDateTimeWVarcharToZVRTTS;
 /** A timestamp. */
 ZVRT_API ZVRTConversion ZVRTCnvDateTimeWSzToZVRTTS;
-/** A ZVRTDate. Blank text is ZVRT_RC_INVALID_DATETIME. */
+/** A ZVRTDate and ten zero bytes: dstSize is at least 16. Blank text is ZVRT_RC_INVALID_DATETIME. */
 ZVRT_API ZVRTConversion ZVRTCnvDateTimeWSzToZVRTDate;
-/** A ZVRTTime. Blank text is ZVRT_RC_INVALID_DATETIME. srcLen is not used. */
+/** A ZVRTTime and ten zero bytes: dstSize is at least 16. Blank text is ZVRT_RC_INVALID_DATETIME. srcLen: not used. */
 ZVRT_API ZVRTConversion ZVRTCnvDateTimeWSzToZVRTTime;
 /** @} */
 
