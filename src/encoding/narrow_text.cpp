@@ -52,17 +52,13 @@ inline Moved encode_counted(const FldDef& field, Text<Wide> text, Place<char> pl
 
 }  // namespace
 
-Moved decode(const FldDef* fldDef, Text<char> text, Place<Wide> place) {
-  if (!is_utf8(fldDef)) return decode_counted(*fldDef, text, place);
-  return utf8_to_wide(reinterpret_cast<const char*>(text.at), text.count, place.at, place.room);
+Moved decode_by_service(const FldDef* fldDef, Text<char> text, Place<Wide> place) {
+  return decode_counted(*fldDef, text, place);
 }
 
-Moved encode(const FldDef* fldDef, Text<Wide> text, Place<char> place, Written written) {
-  if (!is_utf8(fldDef)) {
-    const std::int32_t length = length_within(static_cast<const void*>(text.at), text.count);
-    return encode_counted(*fldDef, {text.at, length}, place, written);
-  }
-  return wide_to_utf8(text.at, text.count, reinterpret_cast<char*>(place.at), place.room);
+Moved encode_by_service(const FldDef* fldDef, Text<Wide> text, Place<char> place, Written written) {
+  const std::int32_t length = length_within(static_cast<const void*>(text.at), text.count);
+  return encode_counted(*fldDef, {text.at, length}, place, written);
 }
 
 Measured decode_by_service(const FldDef* fldDef, const char* text, Place<Wide> place) {

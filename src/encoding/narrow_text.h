@@ -7,14 +7,26 @@
 
 namespace zvrt {
 
-Moved decode(const FldDef* fldDef, Text<char> text, Place<Wide> place);
+Moved decode_by_service(const FldDef* fldDef, Text<char> text, Place<Wide> place);
+
+inline Moved decode(const FldDef* fldDef, Text<char> text, Place<Wide> place) {
+  if (!is_utf8(fldDef)) [[unlikely]]
+    return decode_by_service(fldDef, text, place);
+  return utf8_to_wide(reinterpret_cast<const char*>(text.at), text.count, place.at, place.room);
+}
 
 // A truncating service does not tell what it wrote; where the length written has to be known, finding it costs some
 // more conversions.
 enum class Written : bool { unimportant, exact };
 
 // A zero character ends the text.
-Moved encode(const FldDef* fldDef, Text<Wide> text, Place<char> place, Written written);
+Moved encode_by_service(const FldDef* fldDef, Text<Wide> text, Place<char> place, Written written);
+
+inline Moved encode(const FldDef* fldDef, Text<Wide> text, Place<char> place, Written written) {
+  if (!is_utf8(fldDef)) [[unlikely]]
+    return encode_by_service(fldDef, text, place, written);
+  return wide_to_utf8(text.at, text.count, reinterpret_cast<char*>(place.at), place.room);
+}
 
 // The same for terminated text, measured on the way where that is possible.
 Measured decode_by_service(const FldDef* fldDef, const char* text, Place<Wide> place);

@@ -6,6 +6,10 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "support/units.h"
 
 namespace zvrt {
 
@@ -23,6 +27,9 @@ struct TextKernels {
   // Wide text to UTF-8.
   Run (*encode)(const void* src, std::size_t count, char* dst, std::size_t room);
   Run (*encode_terminated)(const void* src, char* dst, std::size_t room);
+  // The same where the count may reach beyond the memory of a terminated text: as far as both allow.
+  Run (*decode_within)(const char* src, std::size_t count, void* dst, std::size_t room);
+  Run (*encode_within)(const void* src, std::size_t count, char* dst, std::size_t room);
   // What the two would write with room for all of it.
   Run (*count_decoded)(const char* src, std::size_t count);
   Run (*count_encoded)(const void* src, std::size_t count);
@@ -30,6 +37,16 @@ struct TextKernels {
   Run (*copy)(const void* src, void* dst, std::size_t room);
   Run (*copy_wide)(const void* src, void* dst, std::size_t room);
 };
+
+// `decode_within` and `encode_within` of a version that looks for the terminator first.
+template <Run (*decode)(const char*, std::size_t, void*, std::size_t)>
+Run decode_measured(const char* src, std::size_t count, void* dst, std::size_t room) {
+  return decode(src, strnlen(src, count), dst, room);
+}
+template <Run (*encode)(const void*, std::size_t, char*, std::size_t)>
+Run encode_measured(const void* src, std::size_t count, char* dst, std::size_t room) {
+  return encode(src, static_cast<std::size_t>(length_within(src, static_cast<std::int32_t>(count))), dst, room);
+}
 
 extern const TextKernels text_kernels_baseline;
 extern const TextKernels text_kernels_sse41;

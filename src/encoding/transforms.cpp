@@ -144,7 +144,7 @@ class Utf8Sink {
 // Ordinary text goes through the sink's kernel; what that leaves is decoded one sequence at a time. A kernel looks at all
 // it is given, `readable` bytes at most; a sequence is looked at no further than it is well-formed.
 template <class Sink>
-Moved decode_text(const char* src, std::int64_t bytes, std::int64_t readable, Sink sink) {
+Moved decode_text(const char* src, std::int64_t bytes, std::int64_t readable, Sink& sink) {
   for (std::int64_t used = 0; used < bytes;) {
     used += sink.take_run(src + used, readable - used);
     if (used == bytes) break;
@@ -157,7 +157,7 @@ Moved decode_text(const char* src, std::int64_t bytes, std::int64_t readable, Si
   return sink.moved(ZVRT_RC_OK);
 }
 
-Moved encode_text(const void* src, std::int64_t units, Utf8Sink sink) {
+Moved encode_text(const void* src, std::int64_t units, Utf8Sink& sink) {
   const auto* text = static_cast<const std::byte*>(src);
   for (std::int64_t used = 0; used < units; ++used) {
     used += sink.take_run(text + used * 4, units - used);
@@ -220,42 +220,81 @@ Status convert_utf32(const void* src, std::int64_t units, StoppingSink<std::uint
 
 }  // namespace
 
-Moved utf8_to_wide(const char* src, std::int32_t bytes, void* dst, std::int32_t room) {
-  return decode_text(src, bytes, bytes, WideSink(dst, room));
+Moved decode_rest(const char* src, std::int32_t bytes, void* dst, std::int32_t room, Run taken) {
+  const auto read = static_cast<std::int32_t>(taken.read);
+  WideSink sink(dst, room, taken.written);
+  return decode_text(src + read, std::int64_t{bytes} - read, std::int64_t{bytes} - read, sink);
 }
 
-Moved wide_to_utf8(const void* src, std::int32_t units, char* dst, std::int32_t room) {
-  return encode_text(src, units, Utf8Sink(dst, room));
+Moved encode_rest(const void* src, std::int32_t units, char* dst, std::int32_t room, Run taken) {
+  Utf8Sink sink(dst, room, taken.written);
+  return encode_text(static_cast<const std::byte*>(src) + taken.read * 4,
+                     units - static_cast<std::int64_t>(taken.read), sink);
 }
 
 Measured decode_rest(const char* src, void* dst, std::int32_t room, Run taken) {
   const auto read = static_cast<std::int32_t>(taken.read);
-  const std::int32_t rest = std::min(length_of(src + read), INT32_MAX - read);
-  return {decode_text(src + read, rest, rest, WideSink(dst, room, taken.written)), read + rest};
+  const std::int32_t length = read + std::min(length_of(src + read), INT32_MAX - read);
+  return {decode_rest(src, length, dst, room, taken), length};
 }
 
 Measured encode_rest(const void* src, char* dst, std::int32_t room, Run taken) {
   const auto read = static_cast<std::int32_t>(taken.read);
   const void* left = static_cast<const std::byte*>(src) + taken.read * 4;
-  const std::int32_t rest = std::min(length_of(left), INT32_MAX - read);
-  return {encode_text(left, rest, Utf8Sink(dst, room, taken.written)), read + rest};
+  const std::int32_t length = read + std::min(length_of(left), INT32_MAX - read);
+  return {encode_rest(src, length, dst, room, taken), length};
 }
+
+namespace {
+
+// What is left of a text whose count may reach beyond the memory of a terminated text.
+[[gnu::noinline]] Moved decode_within_rest(const char* src, std::int32_t bytes, void* dst, std::int32_t room,
+                                           Run taken) {
+  const auto read = static_cast<std::int32_t>(taken.read);
+  const std::int32_t readable = length_within(src + read, bytes - read);
+  WideSink sink(dst, room, taken.written);
+  return decode_text(src + read, std::int64_t{bytes} - read, readable, sink);
+}
+
+[[gnu::noinline]] Moved encode_within_rest(const void* src, std::int32_t units, char* dst, std::int32_t room,
+                                           Run taken) {
+  const void* left = static_cast<const std::byte*>(src) + taken.read * 4;
+  const auto read = static_cast<std::int32_t>(taken.read);
+  return encode_rest(src, read + length_within(left, units - read), dst, room, taken);
+}
+
+Moved decode_within(const char* src, std::int32_t bytes, void* dst, std::int32_t room) {
+  if (dst == nullptr || bytes <= 0 || room <= 0) return decode_within_rest(src, std::max(bytes, 0), dst, room, {});
+  const Run run = text_kernels.decode_within(src, static_cast<std::size_t>(bytes), dst, static_cast<std::size_t>(room));
+  if (run.read == static_cast<std::size_t>(bytes) || src[run.read] == 0) [[likely]]
+    return whole(run).moved;
+  return decode_within_rest(src, bytes, dst, room, run);
+}
+
+Moved encode_within(const void* src, std::int32_t units, char* dst, std::int32_t room) {
+  if (dst == nullptr || units <= 0 || room <= 0) return encode_within_rest(src, std::max(units, 0), dst, room, {});
+  const Run run = text_kernels.encode_within(src, static_cast<std::size_t>(units), dst, static_cast<std::size_t>(room));
+  if (run.read == static_cast<std::size_t>(units) || load<Wide>(src, run.read) == 0) [[likely]]
+    return whole(run).moved;
+  return encode_within_rest(src, units, dst, room, run);
+}
+
+}  // namespace
 
 }  // namespace zvrt
 
 // A caller may count more than there is: nothing behind a terminator is looked at.
 uint32_t Convert8To32(wchar_t* dst, int32_t dstUnits, const char* src, int32_t srcBytes, uint32_t* count) {
-  const int32_t readable = zvrt::length_within(src, srcBytes);
-  return zvrt::report(zvrt::decode_text(src, srcBytes, readable, zvrt::WideSink(dst, dstUnits)), count);
+  return zvrt::report(zvrt::decode_within(src, srcBytes, dst, dstUnits), count);
 }
 
 uint32_t Convert8To16(uint16_t* dst, int32_t dstUnits, const char* src, int32_t srcBytes, uint32_t* count) {
-  return zvrt::report(zvrt::decode_text(src, srcBytes, srcBytes, zvrt::Utf16Sink(dst, dstUnits)), count);
+  zvrt::Utf16Sink sink(dst, dstUnits);
+  return zvrt::report(zvrt::decode_text(src, srcBytes, srcBytes, sink), count);
 }
 
 uint32_t Convert32To8(char* dst, int32_t dstBytes, const wchar_t* src, int32_t srcUnits, uint32_t* count) {
-  const void* text = src;
-  return zvrt::report(zvrt::wide_to_utf8(text, zvrt::length_within(text, srcUnits), dst, dstBytes), count);
+  return zvrt::report(zvrt::encode_within(src, srcUnits, dst, dstBytes), count);
 }
 
 uint32_t Convert16To8(char* dst, int32_t dstBytes, const uint16_t* src, int32_t srcUnits, uint32_t* count) {

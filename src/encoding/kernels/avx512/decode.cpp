@@ -16,19 +16,33 @@ namespace {
 struct TerminatedBytes {
   static constexpr bool is_terminated = true;
   static bool goes_on(std::size_t /*read*/) { return true; }
-  static std::size_t readable(const char* src, std::size_t read, std::size_t most) {
+  ZVRT_INLINED static std::size_t readable(const char* src, std::size_t read, std::size_t most) {
     const char* at = src + read;
     const std::size_t bytes = least(to_page_end(at), most);
     if (bytes >= longest_form) [[likely]]
       return bytes;
     // A character may stand across the pages; what the next one has of it is looked for byte by byte.
+    const std::size_t longest = least(longest_form, most);
     std::size_t known = 1;
-    while (known < longest_form && at[known - 1] != 0) ++known;
+    while (known < longest && at[known - 1] != 0) ++known;
     return known > bytes ? known : bytes;
   }
 
  private:
   static constexpr std::size_t longest_form = 4;
+};
+
+// The same with a count, whichever comes first.
+struct CountedBytes {
+  static constexpr bool is_terminated = true;
+  std::size_t count;
+
+  bool goes_on(std::size_t read) const { return read < count; }
+  ZVRT_INLINED std::size_t readable(const char* src, std::size_t read, std::size_t most) const {
+    const std::size_t left = least(count - read, most);
+    // A character across two pages: it is looked for byte by byte, within the count.
+    return to_page_end(src + read) >= left ? left : TerminatedBytes::readable(src, read, left);
+  }
 };
 
 // 0, 1, 2 ... 63, each `times` times.
@@ -262,6 +276,10 @@ Run decode(const char* src, std::size_t count, void* dst, std::size_t room) {
 Run decode_terminated(const char* src, void* dst, std::size_t room) {
   if constexpr (!reads_ahead) return decode_run<true>(src, Counted{std::strlen(src)}, dst, room);
   return decode_run<true>(src, TerminatedBytes{}, dst, room);
+}
+Run decode_within(const char* src, std::size_t count, void* dst, std::size_t room) {
+  if constexpr (!reads_ahead) return decode_measured<decode>(src, count, dst, room);
+  return decode_run<true>(src, CountedBytes{count}, dst, room);
 }
 Run count_decoded(const char* src, std::size_t count) { return decode_run<false>(src, Counted{count}, nullptr, 0); }
 

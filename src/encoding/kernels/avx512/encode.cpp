@@ -237,6 +237,11 @@ Run encode_terminated(const void* src, char* dst, std::size_t room) {
   return encode_run(src, TerminatedUnits<4>{}, dst, room);
 }
 
+Run encode_within(const void* src, std::size_t count, char* dst, std::size_t room) {
+  if constexpr (!reads_ahead) return encode_measured<encode>(src, count, dst, room);
+  return encode_run(src, CountedUnits<4>{count}, dst, room);
+}
+
 Run count_encoded(const void* src, std::size_t count) {
   const auto* text = static_cast<const char*>(src);
   constexpr std::size_t step = 16;

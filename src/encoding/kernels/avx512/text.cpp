@@ -4,8 +4,16 @@
 namespace zvrt {
 
 const TextKernels text_kernels_avx512{
-    avx512::decode,        avx512::decode_terminated, avx512::encode,      avx512::encode_terminated,
-    avx512::count_decoded, avx512::count_encoded,     avx512::copy_narrow, avx512::copy_wide,
+    .decode = avx512::decode,
+    .decode_terminated = avx512::decode_terminated,
+    .encode = avx512::encode,
+    .encode_terminated = avx512::encode_terminated,
+    .decode_within = avx512::decode_within,
+    .encode_within = avx512::encode_within,
+    .count_decoded = avx512::count_decoded,
+    .count_encoded = avx512::count_encoded,
+    .copy = avx512::copy_narrow,
+    .copy_wide = avx512::copy_wide,
 };
 
 }  // namespace zvrt

@@ -16,9 +16,12 @@ Run decode(const char* src, std::size_t count, void* dst, std::size_t room);
 Run decode_terminated(const char* src, void* dst, std::size_t room);
 Run count_decoded(const char* src, std::size_t count);
 
+Run decode_within(const char* src, std::size_t count, void* dst, std::size_t room);
+
 Run encode(const void* src, std::size_t count, char* dst, std::size_t room);
 Run encode_terminated(const void* src, char* dst, std::size_t room);
 Run count_encoded(const void* src, std::size_t count);
+Run encode_within(const void* src, std::size_t count, char* dst, std::size_t room);
 
 Run copy_narrow(const void* src, void* dst, std::size_t room);
 Run copy_wide(const void* src, void* dst, std::size_t room);
@@ -90,6 +93,18 @@ struct TerminatedUnits {
   ZVRT_INLINED static std::size_t readable(const char* src, std::size_t read, std::size_t most) {
     const std::size_t units = least(to_page_end(src + read * unit) / unit, most);
     return units == 0 ? 1 : units;
+  }
+};
+
+// Both: text that ends at a count or at its terminator, whichever comes first.
+template <std::size_t unit>
+struct CountedUnits {
+  static constexpr bool is_terminated = true;
+  std::size_t count;
+
+  ZVRT_INLINED bool goes_on(std::size_t read) const { return read < count; }
+  ZVRT_INLINED std::size_t readable(const char* src, std::size_t read, std::size_t most) const {
+    return least(count - read, TerminatedUnits<unit>::readable(src, read, most));
   }
 };
 

@@ -290,7 +290,16 @@ Run copy(const void* src, void* dst, std::size_t room) {
 }  // namespace
 
 const TextKernels text_kernels_baseline{
-    decode, decode_terminated, encode, encode_terminated, count_decoded, count_encoded, copy<char>, copy<Wide>,
+    .decode = decode,
+    .decode_terminated = decode_terminated,
+    .encode = encode,
+    .encode_terminated = encode_terminated,
+    .decode_within = decode_measured<decode>,
+    .encode_within = encode_measured<encode>,
+    .count_decoded = count_decoded,
+    .count_encoded = count_encoded,
+    .copy = copy<char>,
+    .copy_wide = copy<Wide>,
 };
 
 }  // namespace zvrt

@@ -11,8 +11,16 @@ Run copy_wide(const void* src, void* dst, std::size_t room) { return text_kernel
 }  // namespace
 
 const TextKernels text_kernels_sse41{
-    sse41::decode,        sse41::decode_terminated, sse41::encode, sse41::encode_terminated,
-    sse41::count_decoded, sse41::count_encoded,     copy,          copy_wide,
+    .decode = sse41::decode,
+    .decode_terminated = sse41::decode_terminated,
+    .encode = sse41::encode,
+    .encode_terminated = sse41::encode_terminated,
+    .decode_within = decode_measured<sse41::decode>,
+    .encode_within = encode_measured<sse41::encode>,
+    .count_decoded = sse41::count_decoded,
+    .count_encoded = sse41::count_encoded,
+    .copy = copy,
+    .copy_wide = copy_wide,
 };
 
 }  // namespace zvrt
