@@ -50,6 +50,16 @@ struct Picture {
   bool is_signed = false;
 };
 
+// What is wrong with a picture: `at` is the place of the symbol in its text, from 0.
+struct PictureFault {
+  std::size_t at = 0;
+  std::string message;
+  std::string hint;
+};
+
+// Throws a PictureFault. `text` in upper case.
+Picture parse_picture(const std::string& text);
+
 }  // namespace zvrt::records
 
 #endif

@@ -17,68 +17,21 @@
 
 #include <cstddef>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
+#include "records/copybook/copybook.h"
 #include "records/copybook/error.h"
 #include "records/copybook/picture.h"
 
 namespace zvrt::records {
 
-enum class Usage {
-  group,            // no usage: the item has parts
-  display,          // characters; a number is zoned
-  binary,           // COMP, COMP-4, BINARY: big endian, holds what the picture says
-  comp_1,           // float of 4 bytes
-  comp_2,           // float of 8 bytes
-  packed,           // COMP-3, PACKED-DECIMAL
-  native,           // COMP-5 and BINARY-CHAR, -SHORT, -LONG, -DOUBLE: the machine's byte order, its whole range
-  unsigned_packed,  // COMP-6: packed without a sign nibble
-  comp_x,           // COMP-X: big endian, its whole range, as few bytes as its digits need
-  national,         // two bytes a character (UTF-16); a number is national digits
-  dbcs,             // DISPLAY-1: two bytes a character of the page's double-byte set
-  pointer,          // POINTER, PROCEDURE-POINTER, FUNCTION-POINTER
-  index,            // INDEX
-};
-
-// A literal of a VALUE clause. A figurative constant's text is its name in the plural where it has one: SPACES, ZEROS.
-struct Literal {
-  enum class Kind { text, number, figurative };
-  Kind kind = Kind::text;
-  std::string text;  // without quotes, doubled quotes made one; a hexadecimal literal as X'..'
-  bool all = false;  // ALL "-"
-};
-
-// Level 88: the item is in this condition where it holds one of the values; both ends of a range belong to it.
+// Level 88: the item is in this condition where it holds one of the values.
 struct Condition {
   std::string name;
-  std::vector<std::pair<Literal, Literal>> values;
+  std::vector<ValueRange> values;
   Place place;
-};
-
-// What a copybook cannot say stands in structured comments: `*>@ null=zeros`, one or more `key=value`, after the entry.
-struct Note {
-  std::string value;
-  Place place;
-};
-
-// Of an item. Values are as written; who uses them checks them and names their place.
-struct ItemNotes {
-  std::optional<Note> column;      // the table's column
-  std::optional<Note> null_form;   // `null`: what stands for a null, as blanks
-  std::optional<Note> indicator;   // the name of a PIC X item: 00 a value, FF a null
-  std::optional<Note> date;        // the record's date model
-  std::optional<Note> table_date;  // the table's date model
-  std::optional<Note> number;      // PIC X(22) that holds a VARNUM
-};
-
-// Of the file: they stand before or after the first entry.
-struct FileNotes {
-  std::optional<Note> page;     // number or name of the code page
-  std::optional<Note> newline;  // nel or lf
 };
 
 struct Item {
@@ -106,6 +59,7 @@ struct Item {
   std::size_t offset = 0;        // from the start of the record, of the first occurrence
   std::size_t length = 0;        // of one occurrence, slack bytes at its end included: the distance to the next one
   std::size_t slack_before = 0;  // slack bytes between the item before and this one
+  std::size_t slack_after = 0;   // slack bytes at the end of each occurrence
   std::size_t occurs = 1;        // greatest number of occurrences
   std::size_t occurs_min = 1;    // least number; less than or equal to `occurs`
   bool is_table = false;         // has an OCCURS clause, be it OCCURS 1
@@ -148,22 +102,10 @@ struct Layout {
   FileNotes notes;
 };
 
-enum class SourceFormat {
-  automatic,  // fixed or free, by what stands in columns 1 to 7 of its lines
-  fixed,      // columns 1 to 6 number the line, 7 marks comments and continuations, 8 to 72 hold the text
-  free,
-};
-
 enum class BinarySizes {
   b2_4_8,    // 1-4 digits 2 bytes, 5-9 digits 4, 10-18 digits 8, more 16
   b1_2_4_8,  // the same, but 1-2 digits 1 byte
   b1_to_8,   // as few bytes as the digits need
-};
-
-// OLD=NEW: in the words of the copybook, and in the parts of words that stand between colons or hyphens.
-struct Replacement {
-  std::string from;
-  std::string to;
 };
 
 struct LayoutOptions {

@@ -1,0 +1,26 @@
+// From a copybook's text to its entries.
+#ifndef ZVRT_RECORDS_COPYBOOK_COPYBOOK_H
+#define ZVRT_RECORDS_COPYBOOK_COPYBOOK_H
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "records/copybook/entry.h"
+#include "records/copybook/replacing.h"
+
+namespace zvrt::records {
+
+enum class SourceFormat {
+  automatic,  // the first of fixed, wide (fixed, but lines end where they end) and free that reads without a fault
+  fixed,
+  free,
+};
+
+// Throws a CopybookError: of the form that its lines look like, where no form fits.
+Entries read_entries(std::string_view text, const std::string& file, SourceFormat format,
+                     const std::vector<Replacement>& replacing);
+
+}  // namespace zvrt::records
+
+#endif

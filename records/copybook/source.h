@@ -1,0 +1,51 @@
+// The text of a copybook as logical lines: what is code, what is a structured comment, and where each character stands.
+//
+// In the fixed form columns 1 to 6 number a line or tag it, column 7 says what it is, and the text ends in column 72;
+// what follows is a tag again. In the free form the whole line is text. The wide form is the fixed one without an end.
+//
+//   000100*  a comment: * or / in column 7, D for a debugging line; or an asterisk that begins the line      INIT0001
+//   000200 01  CUSTOMER.                                                                                     INIT0001
+//   000300     05  NAME-OF-A-CUSTOMER-WHO-CAL
+//   000400-        LED   PIC X(20).   the word goes on; in a literal the rest of line 000300 belongs to it
+//   000500 >>SOURCE FORMAT IS FREE    from here on the other form; so does $SET SOURCEFORMAT"FREE"
+//
+// A logical line is a line with those that continue it. Its characters keep their line and column for messages.
+#ifndef ZVRT_RECORDS_COPYBOOK_SOURCE_H
+#define ZVRT_RECORDS_COPYBOOK_SOURCE_H
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "records/copybook/error.h"
+
+namespace zvrt::records {
+
+enum class Reading { fixed, wide, free };
+
+struct Cell {
+  char c = 0;
+  std::uint32_t line = 0;
+  std::uint32_t column = 0;
+
+  Place place() const { return {line, column}; }
+};
+using Cells = std::vector<Cell>;
+
+struct LogicalLine {
+  Cells code;
+  Cells note;  // what follows `*>@`
+};
+
+// Throws a CopybookError where a line cannot be of this form.
+std::vector<LogicalLine> logical_lines(std::string_view text, Reading reading, const std::string& file);
+
+bool is_blank(char c);
+bool is_digit(char c);
+char upper(char c);
+std::string upper(std::string_view text);
+
+}  // namespace zvrt::records
+
+#endif

@@ -1,0 +1,27 @@
+#include "records/layout/layout.h"
+
+#include <fstream>
+#include <sstream>
+
+#include "records/layout/form.h"
+#include "records/layout/place.h"
+#include "records/layout/tree.h"
+
+namespace zvrt::records {
+
+Layout parse_layout(std::string_view text, const std::string& file, const LayoutOptions& options) {
+  Entries entries = read_entries(text, file, options.format, options.replacing);
+  Tree tree = tree_of(entries, file);
+  settle_forms(tree, file, options.binary_sizes);
+  settle_places(tree, file, options.sync_boundary);
+  return {file, std::move(tree.records), std::move(entries.notes)};
+}
+
+Layout read_layout(const std::string& path, const LayoutOptions& options) {
+  std::ifstream file(path, std::ios::binary);
+  std::ostringstream text;
+  if (!file || !(text << file.rdbuf())) throw CopybookError(path, {0, 0}, "the copybook cannot be read");
+  return parse_layout(text.str(), path, options);
+}
+
+}  // namespace zvrt::records
