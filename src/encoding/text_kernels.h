@@ -30,6 +30,11 @@ struct TextKernels {
   // The same where the count may reach beyond the memory of a terminated text: as far as both allow.
   Run (*decode_within)(const char* src, std::size_t count, void* dst, std::size_t room);
   Run (*encode_within)(const void* src, std::size_t count, char* dst, std::size_t room);
+  // Between UTF-16 and the others, bounded likewise; characters up to U+10FFFF.
+  Run (*utf8_to_utf16)(const char* src, std::size_t count, void* dst, std::size_t room);
+  Run (*utf16_to_utf8)(const void* src, std::size_t count, char* dst, std::size_t room);
+  Run (*utf16_to_utf32)(const void* src, std::size_t count, void* dst, std::size_t room);
+  Run (*utf32_to_utf16)(const void* src, std::size_t count, void* dst, std::size_t room);
   // What the two would write with room for all of it.
   Run (*count_decoded)(const char* src, std::size_t count);
   Run (*count_encoded)(const void* src, std::size_t count);

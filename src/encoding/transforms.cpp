@@ -58,7 +58,8 @@ class WideSink {
 // UTF-16 units that go on being counted once a character has not fitted.
 class Utf16Sink {
  public:
-  Utf16Sink(std::uint16_t* dst, std::int32_t room) : dst_(dst), room_(std::max(room, 0)) {}
+  Utf16Sink(std::uint16_t* dst, std::int32_t room, std::size_t written = 0)
+      : dst_(dst), room_(std::max(room, 0)), needed_(static_cast<std::int64_t>(written)) {}
 
   bool put(std::uint32_t code_point) {
     if (code_point > last_code_point) {
@@ -67,7 +68,7 @@ class Utf16Sink {
     }
     const std::int32_t length = utf16_length(code_point);
     if (dst_ != nullptr && needed_ + length <= room_) {
-      encode_utf16(code_point, reinterpret_cast<std::byte*>(dst_) + needed_ * 2);
+      encode_utf16(code_point, dst_bytes() + needed_ * 2);
     } else if (dst_ != nullptr) {
       status_ = ZVRT_RC_TRUNCATED;
       room_ = 0;  // a later one-unit character would fit, but must not follow a gap
@@ -76,11 +77,20 @@ class Utf16Sink {
     return true;
   }
 
-  static std::int64_t take_run(const char* /*src*/, std::int64_t /*bytes*/) { return 0; }
+  // Takes the well-formed leading part of a text at once, as far as there is room; returns the bytes taken.
+  std::int64_t take_run(const char* src, std::int64_t bytes) {
+    if (dst_ == nullptr || needed_ >= room_) return 0;
+    const Run run = text_kernels.utf8_to_utf16(src, static_cast<std::size_t>(bytes), dst_bytes() + needed_ * 2,
+                                               static_cast<std::size_t>(room_ - needed_));
+    needed_ += static_cast<std::int64_t>(run.written);
+    return static_cast<std::int64_t>(run.read);
+  }
 
   Moved moved(Status ended) const { return {needed_, 0, ended != ZVRT_RC_OK ? ended : status_}; }
 
  private:
+  std::byte* dst_bytes() const { return reinterpret_cast<std::byte*>(dst_); }
+
   std::uint16_t* dst_;
   std::int64_t room_;
   std::int64_t needed_ = 0;
@@ -111,6 +121,16 @@ class Utf8Sink {
       status_ = ZVRT_RC_TRUNCATED;
     }
     needed_ += length;
+  }
+
+  // The same of UTF-16, as far as there is room.
+  std::int64_t take_utf16(const void* src, std::int64_t units) {
+    if (dst_ == nullptr || needed_ >= room_) return 0;
+    const Run run = text_kernels.utf16_to_utf8(src, static_cast<std::size_t>(units), dst_ + needed_,
+                                               static_cast<std::size_t>(room_ - needed_));
+    needed_ += static_cast<std::int64_t>(run.written);
+    written_ = static_cast<std::int32_t>(needed_);
+    return static_cast<std::int64_t>(run.read);
   }
 
   // Takes the ordinary leading part of a text at once; returns the units taken.
@@ -174,6 +194,14 @@ Status report(const Moved& moved, std::uint32_t* count) {
   return moved.status;
 }
 
+std::size_t size(std::int32_t units) { return static_cast<std::size_t>(units); }
+
+// Whether a kernel has taken all of a text that a count or a zero ends.
+template <class Unit>
+bool is_whole(const Run& run, const Unit* src, std::int32_t units) {
+  return run.read == size(units) || load<Unit>(src, run.read) == 0;
+}
+
 // What the two transforms between UTF-16 and UTF-32 share: they stop where the destination is full, count what they
 // have written, and close the text where everything was converted and room is left.
 template <class Unit>
@@ -184,13 +212,27 @@ struct StoppingSink {
 
   bool has_room(std::int32_t units) const { return dst == nullptr || room - count >= units; }
   void* position() const { return static_cast<std::byte*>(dst) + static_cast<std::size_t>(count) * sizeof(Unit); }
-  void close() const {
+  // Takes the well-formed part of a text after `used` units at once, as far as there is room; returns the units taken.
+  template <class Kernel>
+  std::int64_t take_run(Kernel kernel, const void* src, std::int64_t units, std::int64_t used) {
+    constexpr std::int64_t source_unit = 6 - std::int64_t{sizeof(Unit)};  // 2 bytes to 4, or 4 to 2
+    if (dst == nullptr || count >= room || used >= units) return 0;
+    const Run run = kernel(static_cast<const std::byte*>(src) + used * source_unit,
+                           static_cast<std::size_t>(units - used), position(), static_cast<std::size_t>(room - count));
+    count += static_cast<std::int64_t>(run.written);
+    return static_cast<std::int64_t>(run.read);
+  }
+  Status close() const {
     if (dst != nullptr && count < room) store<Unit>(dst, static_cast<std::size_t>(count), Unit{0});
+    return ZVRT_RC_OK;
   }
 };
 
-Status convert_utf16(const void* src, std::int64_t units, StoppingSink<Wide>& sink) {
-  for (std::int64_t used = 0; used < units;) {
+[[gnu::noinline]] Status convert_utf16(const void* src, std::int64_t used, std::int64_t units,
+                                       StoppingSink<Wide>& sink) {
+  while (used < units) {
+    used += sink.take_run(text_kernels.utf16_to_utf32, src, units, used);
+    if (used == units) break;
     const void* at = static_cast<const std::byte*>(src) + used * 2;
     const Utf16Sequence sequence = decode_utf16(at, units - used);
     if (!sequence.whole) return ZVRT_RC_INVALID_CHAR;
@@ -200,12 +242,14 @@ Status convert_utf16(const void* src, std::int64_t units, StoppingSink<Wide>& si
     ++sink.count;
     used += sequence.length;
   }
-  sink.close();
-  return ZVRT_RC_OK;
+  return sink.close();
 }
 
-Status convert_utf32(const void* src, std::int64_t units, StoppingSink<std::uint16_t>& sink) {
-  for (std::int64_t used = 0; used < units; ++used) {
+[[gnu::noinline]] Status convert_utf32(const void* src, std::int64_t used, std::int64_t units,
+                                       StoppingSink<std::uint16_t>& sink) {
+  for (; used < units; ++used) {
+    used += sink.take_run(text_kernels.utf32_to_utf16, src, units, used);
+    if (used == units) break;
     const auto code_point = load<Wide>(src, static_cast<std::size_t>(used));
     if (code_point == 0) break;
     if (is_surrogate(code_point) || code_point > last_code_point) return ZVRT_RC_INVALID_CHAR;
@@ -214,8 +258,7 @@ Status convert_utf32(const void* src, std::int64_t units, StoppingSink<std::uint
     if (sink.dst != nullptr) encode_utf16(code_point, sink.position());
     sink.count += length;
   }
-  sink.close();
-  return ZVRT_RC_OK;
+  return sink.close();
 }
 
 }  // namespace
@@ -228,8 +271,8 @@ Moved decode_rest(const char* src, std::int32_t bytes, void* dst, std::int32_t r
 
 Moved encode_rest(const void* src, std::int32_t units, char* dst, std::int32_t room, Run taken) {
   Utf8Sink sink(dst, room, taken.written);
-  return encode_text(static_cast<const std::byte*>(src) + taken.read * 4,
-                     units - static_cast<std::int64_t>(taken.read), sink);
+  return encode_text(static_cast<const std::byte*>(src) + taken.read * 4, units - static_cast<std::int64_t>(taken.read),
+                     sink);
 }
 
 Measured decode_rest(const char* src, void* dst, std::int32_t room, Run taken) {
@@ -289,8 +332,14 @@ uint32_t Convert8To32(wchar_t* dst, int32_t dstUnits, const char* src, int32_t s
 }
 
 uint32_t Convert8To16(uint16_t* dst, int32_t dstUnits, const char* src, int32_t srcBytes, uint32_t* count) {
-  zvrt::Utf16Sink sink(dst, dstUnits);
-  return zvrt::report(zvrt::decode_text(src, srcBytes, srcBytes, sink), count);
+  zvrt::Run run{};
+  if (dst != nullptr && srcBytes > 0 && dstUnits > 0) [[likely]] {
+    run = zvrt::text_kernels.utf8_to_utf16(src, zvrt::size(srcBytes), dst, zvrt::size(dstUnits));
+    if (zvrt::is_whole(run, src, srcBytes)) return zvrt::report(zvrt::whole(run).moved, count);
+  }
+  zvrt::Utf16Sink sink(dst, dstUnits, run.written);
+  const auto read = static_cast<std::int64_t>(run.read);
+  return zvrt::report(zvrt::decode_text(src + read, srcBytes - read, srcBytes - read, sink), count);
 }
 
 uint32_t Convert32To8(char* dst, int32_t dstBytes, const wchar_t* src, int32_t srcUnits, uint32_t* count) {
@@ -298,8 +347,15 @@ uint32_t Convert32To8(char* dst, int32_t dstBytes, const wchar_t* src, int32_t s
 }
 
 uint32_t Convert16To8(char* dst, int32_t dstBytes, const uint16_t* src, int32_t srcUnits, uint32_t* count) {
-  zvrt::Utf8Sink sink(dst, dstBytes);
-  for (std::int64_t used = 0; used < srcUnits;) {
+  zvrt::Run run{};
+  if (dst != nullptr && srcUnits > 0 && dstBytes > 0) [[likely]] {
+    run = zvrt::text_kernels.utf16_to_utf8(src, zvrt::size(srcUnits), dst, zvrt::size(dstBytes));
+    if (zvrt::is_whole(run, src, srcUnits)) return zvrt::report(zvrt::whole(run).moved, count);
+  }
+  zvrt::Utf8Sink sink(dst, dstBytes, run.written);
+  for (auto used = static_cast<std::int64_t>(run.read); used < srcUnits;) {
+    used += sink.take_utf16(reinterpret_cast<const std::byte*>(src) + used * 2, srcUnits - used);
+    if (used == srcUnits) break;
     const void* at = reinterpret_cast<const std::byte*>(src) + used * 2;
     const zvrt::Utf16Sequence sequence = zvrt::decode_utf16(at, srcUnits - used);
     if (!sequence.whole) {
@@ -315,14 +371,16 @@ uint32_t Convert16To8(char* dst, int32_t dstBytes, const uint16_t* src, int32_t 
 
 uint32_t Convert16To32(const uint16_t* src, int32_t srcUnits, wchar_t* dst, int32_t dstUnits, uint32_t* count) {
   zvrt::StoppingSink<zvrt::Wide> sink{dst, dstUnits};
-  const zvrt::Status status = zvrt::convert_utf16(src, srcUnits, sink);
+  const std::int64_t read = sink.take_run(zvrt::text_kernels.utf16_to_utf32, src, srcUnits, 0);
+  const zvrt::Status status = read == srcUnits ? sink.close() : zvrt::convert_utf16(src, read, srcUnits, sink);
   if (count != nullptr) *count = static_cast<uint32_t>(sink.count);
   return status;
 }
 
 uint32_t Convert32To16(const wchar_t* src, int32_t srcUnits, uint16_t* dst, int32_t dstUnits, uint32_t* count) {
   zvrt::StoppingSink<uint16_t> sink{dst, dstUnits};
-  const zvrt::Status status = zvrt::convert_utf32(src, srcUnits, sink);
+  const std::int64_t read = sink.take_run(zvrt::text_kernels.utf32_to_utf16, src, srcUnits, 0);
+  const zvrt::Status status = read == srcUnits ? sink.close() : zvrt::convert_utf32(src, read, srcUnits, sink);
   if (count != nullptr) *count = static_cast<uint32_t>(sink.count);
   return status;
 }

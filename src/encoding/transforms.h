@@ -42,8 +42,7 @@ inline Measured whole(Run run) {
 inline Moved utf8_to_wide(const char* src, std::int32_t bytes, void* dst, std::int32_t room) {
   if (dst == nullptr || bytes <= 0 || room <= 0) [[unlikely]]
     return decode_rest(src, bytes, dst, room, {});
-  const Run run =
-      text_kernels.decode(src, static_cast<std::size_t>(bytes), dst, static_cast<std::size_t>(room));
+  const Run run = text_kernels.decode(src, static_cast<std::size_t>(bytes), dst, static_cast<std::size_t>(room));
   if (run.read == static_cast<std::size_t>(bytes)) [[likely]]
     return whole(run).moved;
   return decode_rest(src, bytes, dst, room, run);
@@ -53,8 +52,7 @@ inline Moved utf8_to_wide(const char* src, std::int32_t bytes, void* dst, std::i
 inline Moved wide_to_utf8(const void* src, std::int32_t units, char* dst, std::int32_t room) {
   if (dst == nullptr || units <= 0 || room <= 0) [[unlikely]]
     return encode_rest(src, units, dst, room, {});
-  const Run run =
-      text_kernels.encode(src, static_cast<std::size_t>(units), dst, static_cast<std::size_t>(room));
+  const Run run = text_kernels.encode(src, static_cast<std::size_t>(units), dst, static_cast<std::size_t>(room));
   if (run.read == static_cast<std::size_t>(units) || load<Wide>(src, run.read) == 0) [[likely]]
     return whole(run).moved;
   return encode_rest(src, units, dst, room, run);

@@ -85,6 +85,29 @@ std::string wide_text(std::size_t units, unsigned script, std::uint32_t rarity) 
   return text;
 }
 
+std::string utf16_text(std::size_t units, unsigned script, std::uint32_t rarity) {
+  static constexpr std::uint32_t ends[] = {0x80, 0x800, 0xD800, 0x110000};
+  static constexpr std::uint16_t odd[] = {0, 0xD800, 0xDBFF, 0xDC00, 0xDFFF, 0xFFFD, 0xFFFF, 0xE000};
+  std::string text;
+  const std::uint32_t ascii = ascii_share();
+  while (text.size() < units * 2) {
+    const bool is_odd = rarity != 0 && below(rarity) == 0;
+    const unsigned length = below(10) < ascii ? 0 : script < 4 ? script : below(4);
+    const std::uint32_t unit = is_odd ? odd[below(std::size(odd))] : 1 + below(ends[length] - 1);
+    char form[4];
+    const bool is_unit = is_odd || is_surrogate(unit);
+    const auto bytes = is_unit ? std::size_t{2} : 2 * static_cast<std::size_t>(utf16_length(unit));
+    if (is_unit) {
+      store(form, 0, static_cast<std::uint16_t>(unit));
+    } else {
+      encode_utf16(unit, form);
+    }
+    text.append(form, bytes);
+  }
+  text.resize(units * 2);
+  return text;
+}
+
 constexpr unsigned scripts = 5;
 constexpr std::size_t longest = 200;
 constexpr std::size_t ample = 300;  // so that no step of a kernel has to look after its room
@@ -124,6 +147,20 @@ TEST(TextRuns, EncodingEqualsTheDefinition) {
   }
 }
 
+TEST(TextRuns, Utf16EqualsTheDefinition) {
+  for (std::size_t units = 0; units <= longest; ++units) {
+    for (unsigned script = 0; script < scripts; ++script) {
+      for (const std::uint32_t rarity : {0U, 4U, 60U}) {
+        ASSERT_NO_FATAL_FAILURE(check(utf8_to_utf16, narrow_text(units, script, rarity), false));
+        ASSERT_NO_FATAL_FAILURE(check(utf32_to_utf16, wide_text(units, script, rarity), false));
+        const std::string text = utf16_text(units, script, rarity);
+        ASSERT_NO_FATAL_FAILURE(check(utf16_to_utf8, text, false));
+        ASSERT_NO_FATAL_FAILURE(check(utf16_to_utf32, text, false));
+      }
+    }
+  }
+}
+
 // Every oddity at every place between two characters.
 TEST(TextRuns, EveryStoppingPlace) {
   for (unsigned script = 0; script < scripts; ++script) {
@@ -145,6 +182,11 @@ TEST(TextRuns, OrdinaryTextIsTakenWhole) {
     std::string text;
     for (std::size_t characters = 0; characters <= longest; ++characters) {
       ASSERT_NO_FATAL_FAILURE(check(decoding, text, true));
+      ASSERT_NO_FATAL_FAILURE(check(utf8_to_utf16, text, true));
+      const std::string utf16 = utf8_as_utf16(text).written;
+      ASSERT_NO_FATAL_FAILURE(check(utf16_to_utf8, utf16, true));
+      ASSERT_NO_FATAL_FAILURE(check(utf16_to_utf32, utf16, true));
+      ASSERT_NO_FATAL_FAILURE(check(utf32_to_utf16, decoded(text).written, true));
       const unsigned length = script < 4 ? script : below(4);
       text += form_of(first[length] + below(end[length] - first[length]), static_cast<std::int32_t>(length) + 1);
     }

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "encoding/text_kernels.h"
+#include "encoding/utf16.h"
 #include "encoding/utf8.h"
 #include "support/cpu.h"
 #include "support/units.h"
@@ -114,6 +115,60 @@ inline Ordinary encoded(const std::string& text) {
   return result;
 }
 
+// The same for the conversions that have UTF-16 on one side.
+inline void append(Ordinary& result, std::size_t used, std::uint32_t code_point, bool as_utf16) {
+  char form[6];
+  const std::int32_t length = as_utf16 ? 2 * utf16_length(code_point) : utf8_length(code_point);
+  if (as_utf16) {
+    encode_utf16(code_point, form);
+  } else {
+    encode_utf8(code_point, length, form);
+  }
+  result.written.append(form, static_cast<std::size_t>(length));
+  result.read.push_back(used);
+  result.ends.push_back(result.written.size());
+}
+
+inline Ordinary utf8_as_utf16(const std::string& text) {
+  Ordinary result;
+  for (std::size_t used = 0; used < text.size();) {
+    const Utf8Sequence sequence = decode_utf8(text.data() + used, static_cast<std::int64_t>(text.size() - used));
+    if (sequence.kind != Utf8::character || sequence.code_point == 0 || sequence.code_point > last_code_point) break;
+    used += static_cast<std::size_t>(sequence.length);
+    append(result, used, sequence.code_point, true);
+  }
+  return result;
+}
+
+inline Ordinary utf32_as_utf16(const std::string& text) {
+  Ordinary result;
+  for (std::size_t used = 0; used * 4 + 4 <= text.size(); ++used) {
+    const Wide unit = load<Wide>(text.data(), used);
+    if (unit == 0 || unit > last_code_point || is_surrogate(unit)) break;
+    append(result, used + 1, unit, true);
+  }
+  return result;
+}
+
+template <bool to_wide>
+Ordinary utf16_decoded(const std::string& text) {
+  Ordinary result;
+  for (std::size_t used = 0; used * 2 + 2 <= text.size();) {
+    const Utf16Sequence sequence =
+        decode_utf16(text.data() + used * 2, static_cast<std::int64_t>(text.size() / 2 - used));
+    if (!sequence.whole || sequence.code_point == 0) break;
+    used += static_cast<std::size_t>(sequence.length);
+    if constexpr (to_wide) {
+      result.written.append(reinterpret_cast<const char*>(&sequence.code_point), 4);
+      result.read.push_back(used);
+      result.ends.push_back(result.written.size());
+    } else {
+      append(result, used, sequence.code_point, false);
+    }
+  }
+  return result;
+}
+
 inline std::string up_to_zero(const std::string& text, std::size_t unit) {
   const std::string zero(unit, '\0');
   for (std::size_t at = 0; at < text.size(); at += unit) {
@@ -122,39 +177,52 @@ inline std::string up_to_zero(const std::string& text, std::size_t unit) {
   return text;
 }
 
-// The three kernels of a direction, and their units.
+// The kernels of a direction, and their units. `within` is bounded by a count and by a terminator; directions that have
+// UTF-16 on one side have no other kernel.
 struct Direction {
+  using Counted = Run (*)(const TextKernels&, const char*, std::size_t, char*, std::size_t);
+
   std::size_t source_unit;
   std::size_t written_unit;
   Ordinary (*definition)(const std::string&);
-  Run (*counted)(const TextKernels&, const char*, std::size_t, char*, std::size_t);
-  Run (*terminated)(const TextKernels&, const char*, char*, std::size_t);
-  Run (*count)(const TextKernels&, const char*, std::size_t);
+  Counted within;
+  Counted counted = nullptr;
+  Run (*terminated)(const TextKernels&, const char*, char*, std::size_t) = nullptr;
+  Run (*count)(const TextKernels&, const char*, std::size_t) = nullptr;
 };
 
-inline constexpr Direction decoding{
-    1,
-    4,
-    decoded,
-    [](const TextKernels& k, const char* src, std::size_t count, char* dst, std::size_t room) {
-      return k.decode(src, count, dst, room);
-    },
-    [](const TextKernels& k, const char* src, char* dst, std::size_t room) {
-      return k.decode_terminated(src, dst, room);
-    },
-    [](const TextKernels& k, const char* src, std::size_t count) { return k.count_decoded(src, count); }};
+template <auto kernel>
+Run call_counted(const TextKernels& kernels, const char* src, std::size_t count, char* dst, std::size_t room) {
+  return (kernels.*kernel)(src, count, dst, room);
+}
+template <auto kernel>
+Run call_terminated(const TextKernels& kernels, const char* src, char* dst, std::size_t room) {
+  return (kernels.*kernel)(src, dst, room);
+}
+template <auto kernel>
+Run call_count(const TextKernels& kernels, const char* src, std::size_t count) {
+  return (kernels.*kernel)(src, count);
+}
 
-inline constexpr Direction encoding{
-    4,
-    1,
-    encoded,
-    [](const TextKernels& k, const char* src, std::size_t count, char* dst, std::size_t room) {
-      return k.encode(src, count, dst, room);
-    },
-    [](const TextKernels& k, const char* src, char* dst, std::size_t room) {
-      return k.encode_terminated(src, dst, room);
-    },
-    [](const TextKernels& k, const char* src, std::size_t count) { return k.count_encoded(src, count); }};
+using K = TextKernels;
+inline constexpr Direction decoding{1,
+                                    4,
+                                    decoded,
+                                    call_counted<&K::decode_within>,
+                                    call_counted<&K::decode>,
+                                    call_terminated<&K::decode_terminated>,
+                                    call_count<&K::count_decoded>};
+inline constexpr Direction encoding{4,
+                                    1,
+                                    encoded,
+                                    call_counted<&K::encode_within>,
+                                    call_counted<&K::encode>,
+                                    call_terminated<&K::encode_terminated>,
+                                    call_count<&K::count_encoded>};
+inline constexpr Direction utf8_to_utf16{1, 2, utf8_as_utf16, call_counted<&K::utf8_to_utf16>};
+inline constexpr Direction utf16_to_utf8{2, 1, utf16_decoded<false>, call_counted<&K::utf16_to_utf8>};
+inline constexpr Direction utf16_to_utf32{2, 4, utf16_decoded<true>, call_counted<&K::utf16_to_utf32>};
+inline constexpr Direction utf32_to_utf16{4, 2, utf32_as_utf16, call_counted<&K::utf32_to_utf16>};
 
 // A text in memory, counted and, up to its first zero, terminated, with so many bytes behind the terminator; and what the
 // definition makes of both.
@@ -173,6 +241,7 @@ class KernelText {
 
   // `whole` for a text of which a kernel is to leave nothing.
   void check_count(const Version& version, bool whole) const {
+    if (direction_.count == nullptr) return;
     const Run run = direction_.count(version.kernels, counted_, count_);
     ASSERT_TRUE(is_run(expected_, run, nullptr)) << version.name << ", count";
     if (whole) {
@@ -184,15 +253,23 @@ class KernelText {
   void check_room(const Version& version, std::size_t room, std::size_t spare, bool whole) const {
     const std::size_t bytes = room * direction_.written_unit + spare;
     char* dst = memory().target.marked(bytes);
-    const Run run = direction_.counted(version.kernels, counted_, count_, dst, room);
-    ASSERT_TRUE(run.written <= room && is_run(expected_, run, dst)) << version.name << ", room " << room;
-    if (whole && room >= needed()) {
-      ASSERT_EQ(run.read, count_) << version.name << ", room " << room;
-    }
-    memory().target.marked(bytes);
-    const Run open_run = direction_.terminated(version.kernels, terminated_, dst, room);
-    ASSERT_TRUE(open_run.written <= room && is_run(open_, open_run, dst))
-        << version.name << ", terminated, room " << room;
+    const auto check = [&](const char* how, const Ordinary& text, Run run, bool takes_all) {
+      ASSERT_TRUE(run.written <= room && is_run(text, run, dst)) << version.name << ", " << how << ", room " << room;
+      if (takes_all && room >= needed()) {
+        ASSERT_EQ(run.read, count_) << version.name << ", " << how << ", room " << room;
+      }
+      memory().target.marked(bytes);
+    };
+    ASSERT_NO_FATAL_FAILURE(
+        check("within", expected_, direction_.within(version.kernels, counted_, count_, dst, room), whole));
+    // A count that reaches beyond the terminator, and beyond the memory.
+    ASSERT_NO_FATAL_FAILURE(
+        check("beyond", open_, direction_.within(version.kernels, terminated_, count_ + 1000, dst, room), false));
+    if (direction_.counted == nullptr) return;
+    ASSERT_NO_FATAL_FAILURE(
+        check("counted", expected_, direction_.counted(version.kernels, counted_, count_, dst, room), whole));
+    ASSERT_NO_FATAL_FAILURE(
+        check("terminated", open_, direction_.terminated(version.kernels, terminated_, dst, room), false));
   }
 
  private:

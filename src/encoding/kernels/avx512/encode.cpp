@@ -1,7 +1,7 @@
 // Wide text to UTF-8 by AVX-512, in masked steps as in decode.cpp.
 #include <cstdint>
 
-#include "encoding/kernels/avx512/text.h"
+#include "encoding/kernels/avx512/utf8.h"
 #include "encoding/text_kernels.h"
 #include "support/read_ahead.h"
 #include "support/units.h"
@@ -19,60 +19,6 @@ struct FourthBytes {
 };
 constexpr FourthBytes fourth_bytes;
 
-// A character's bytes are its groups of six bits with marks in between; one byte keeps seven. By the leading zero bits
-// of the value: from 25 one byte, 21 two, 16 three, 11 four.
-struct EncodedForms {
-  alignas(64) std::uint32_t marks[32];
-  alignas(64) std::uint32_t payloads[32];
-  constexpr EncodedForms() : marks(), payloads() {
-    for (unsigned zeros = 11; zeros < 32; ++zeros) {
-      marks[zeros] = zeros < 16 ? 0x808080F0 : zeros < 21 ? 0x8080E000 : zeros < 25 ? 0x80C00000 : 0;
-      payloads[zeros] = zeros < 25 ? 0x3F3F3F3F : 0x7F000000;
-    }
-  }
-};
-constexpr EncodedForms encoded_forms;
-
-Vector look_up(const std::uint32_t (&table)[32], Vector which) {
-  return _mm512_permutex2var_epi32(_mm512_load_si512(table), which, _mm512_load_si512(table + 16));
-}
-
-// Each character's bytes at the upper end of its lane, zeros before them; no byte of a character is zero.
-Vector spread(Vector characters) {
-  const Vector zeros = _mm512_lzcnt_epi32(characters);
-  const Vector groups = _mm512_multishift_epi64_epi8(repeat64(0x20262C3200060C12), characters);
-  // (groups & payloads) | marks
-  return _mm512_ternarylogic_epi32(groups, look_up(encoded_forms.payloads, zeros), look_up(encoded_forms.marks, zeros),
-                                   0xEA);
-}
-
-// The same for characters of one or two bytes, in lanes of 16 bits. Masks are few in number on their way through the
-// processor: what can be chosen by vectors is.
-Vector spread_short_forms(Vector units) {
-  const Vector upper = _mm512_slli_epi16(units, 8);
-  // ((upper & 3F00) | leads) | 80C0
-  const Vector pairs = _mm512_or_si512(
-      _mm512_ternarylogic_epi32(upper, repeat16(0x3F00), _mm512_srli_epi16(units, 6), 0xEA), repeat16(0x80C0));
-  const Vector longer = _mm512_srai_epi16(_mm512_sub_epi16(repeat16(0x7F), units), 15);
-  return _mm512_ternarylogic_epi32(longer, pairs, upper, 0xCA);  // longer ? pairs : upper
-}
-
-// Stores the bytes of some characters, of which each has `lane` bytes of the vector, as far as whole characters fit;
-// returns how many did.
-template <std::size_t lane>
-[[gnu::always_inline]] inline std::size_t store_forms(Vector bytes, std::size_t characters, char* dst, std::size_t room,
-                                                      Ends& ends) {
-  const __mmask64 used = _mm512_test_epi8_mask(bytes, bytes);
-  std::size_t count = count_of(used);
-  if (const std::size_t left = room - ends.written; count > left) [[unlikely]] {
-    characters = lowest_bit(used ^ _pdep_u64(first(left), used)) / lane;
-    count = count_of(used & first(characters * lane));
-  }
-  _mm512_mask_storeu_epi8(dst + ends.written, first(count), _mm512_maskz_compress_epi8(used, bytes));
-  ends.written += count;
-  return characters;
-}
-
 // The units of the vector that begins `before` units behind `at`, of `readable` units there. A terminated text is
 // readable for the whole of a step but at the end of a page.
 template <class Bound>
@@ -84,29 +30,7 @@ template <class Bound>
   return _mm512_maskz_loadu_epi32(lanes_of(first(readable), static_cast<unsigned>(before) / 16), units);
 }
 
-// The units of two vectors in lanes of 16 bits; FFFF for what is more.
-Vector in_words(Vector low, Vector high) {
-  return _mm512_inserti64x4(_mm512_castsi256_si512(_mm512_cvtusepi32_epi16(low)), _mm512_cvtusepi32_epi16(high), 1);
-}
-
-constexpr std::uint32_t last_of_one = 0x7F;
-constexpr std::uint32_t last_of_two = 0x7FF;
-constexpr std::uint32_t last_of_three = 0xFFFF;
-constexpr std::uint32_t last_of_four = 0x1FFFFF;
-
 enum class Step : std::uint8_t { ends, goes_on, is_not_ascii };
-
-// A step takes all it may read or is the last one. Where it takes all, the next one's address follows from what was
-// readable alone, and need not wait for this one's characters.
-template <class Bound>
-[[gnu::always_inline]] inline bool taken(std::size_t characters, std::size_t readable, Bound bound, Ends& ends) {
-  if (characters != readable) {
-    ends.read += characters;
-    return false;
-  }
-  ends.read += readable;
-  return bound.goes_on(ends.read);
-}
 
 // At most 48 characters, if they are ASCII. Texts of about 16, 32 and 64 characters, where the lengths in a column
 // gather, differ little within each group in the number of such steps, so that the branch between them is foreseen.

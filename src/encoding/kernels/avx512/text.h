@@ -18,6 +18,11 @@ Run count_decoded(const char* src, std::size_t count);
 
 Run decode_within(const char* src, std::size_t count, void* dst, std::size_t room);
 
+Run utf8_to_utf16(const char* src, std::size_t count, void* dst, std::size_t room);
+Run utf16_to_utf8(const void* src, std::size_t count, char* dst, std::size_t room);
+Run utf16_to_utf32(const void* src, std::size_t count, void* dst, std::size_t room);
+Run utf32_to_utf16(const void* src, std::size_t count, void* dst, std::size_t room);
+
 Run encode(const void* src, std::size_t count, char* dst, std::size_t room);
 Run encode_terminated(const void* src, char* dst, std::size_t room);
 Run count_encoded(const void* src, std::size_t count);
@@ -49,6 +54,22 @@ ZVRT_INLINED Vector repeat32(std::uint32_t bytes) { return _mm512_set1_epi32(sta
 ZVRT_INLINED Vector repeat16(std::uint16_t bytes) { return _mm512_set1_epi16(static_cast<short>(bytes)); }
 ZVRT_INLINED Vector repeat8(std::uint8_t byte) { return _mm512_set1_epi8(static_cast<char>(byte)); }
 
+// 0, 1, 2 ... 63, each `times` times.
+template <unsigned times>
+struct Ramp {
+  alignas(64) std::uint8_t bytes[64];
+  constexpr Ramp() : bytes() {
+    for (unsigned i = 0; i < 64; ++i) bytes[i] = static_cast<std::uint8_t>(i / times);
+  }
+};
+template <unsigned times>
+inline constexpr Ramp<times> ramp;
+
+template <unsigned times>
+ZVRT_INLINED Vector load_ramp() {
+  return _mm512_load_si512(ramp<times>.bytes);
+}
+
 // The lanes of 32 bits in one of four vectors, by a mask of all of them.
 ZVRT_INLINED __mmask16 lanes_of(Mask units, unsigned vector) { return static_cast<__mmask16>(units >> vector * 16); }
 
@@ -59,6 +80,11 @@ ZVRT_INLINED Vector in_bytes(Vector a, Vector b, Vector c, Vector d) {
                                    1);
   };
   return _mm512_inserti64x4(_mm512_castsi256_si512(pair(a, b)), pair(c, d), 1);
+}
+
+// The units of two vectors in lanes of 16 bits; FFFF for what is more.
+ZVRT_INLINED Vector in_words(Vector low, Vector high) {
+  return _mm512_inserti64x4(_mm512_castsi256_si512(_mm512_cvtusepi32_epi16(low)), _mm512_cvtusepi32_epi16(high), 1);
 }
 
 ZVRT_INLINED std::size_t to_page_end(const char* at) {

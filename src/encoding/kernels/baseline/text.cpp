@@ -6,6 +6,7 @@
 #include <cstring>
 #include <type_traits>
 
+#include "encoding/kernels/baseline/text.h"
 #include "encoding/text_kernels.h"
 #include "encoding/utf8.h"
 #include "support/read_ahead.h"
@@ -296,6 +297,10 @@ const TextKernels text_kernels_baseline{
     .encode_terminated = encode_terminated,
     .decode_within = decode_measured<decode>,
     .encode_within = encode_measured<encode>,
+    .utf8_to_utf16 = baseline::utf8_to_utf16,
+    .utf16_to_utf8 = baseline::utf16_to_utf8,
+    .utf16_to_utf32 = baseline::utf16_to_utf32,
+    .utf32_to_utf16 = baseline::utf32_to_utf16,
     .count_decoded = count_decoded,
     .count_encoded = count_encoded,
     .copy = copy<char>,

@@ -1,4 +1,5 @@
-// The text kernels for processors with SSE4.1. Copies are the C library's.
+// The text kernels for processors with SSE4.1. Copies are the C library's, UTF-16 is by SSE2.
+#include "encoding/kernels/baseline/text.h"
 #include "encoding/kernels/sse41/text.h"
 
 namespace zvrt {
@@ -17,6 +18,10 @@ const TextKernels text_kernels_sse41{
     .encode_terminated = sse41::encode_terminated,
     .decode_within = decode_measured<sse41::decode>,
     .encode_within = encode_measured<sse41::encode>,
+    .utf8_to_utf16 = baseline::utf8_to_utf16,
+    .utf16_to_utf8 = baseline::utf16_to_utf8,
+    .utf16_to_utf32 = baseline::utf16_to_utf32,
+    .utf32_to_utf16 = baseline::utf32_to_utf16,
     .count_decoded = sse41::count_decoded,
     .count_encoded = sse41::count_encoded,
     .copy = copy,

@@ -1,0 +1,15 @@
+// The kernels for every processor that stand in a file of their own.
+#pragma once
+
+#include <cstddef>
+
+#include "encoding/text_kernels.h"
+
+namespace zvrt::baseline {
+
+Run utf8_to_utf16(const char* src, std::size_t count, void* dst, std::size_t room);
+Run utf16_to_utf8(const void* src, std::size_t count, char* dst, std::size_t room);
+Run utf16_to_utf32(const void* src, std::size_t count, void* dst, std::size_t room);
+Run utf32_to_utf16(const void* src, std::size_t count, void* dst, std::size_t room);
+
+}  // namespace zvrt::baseline
