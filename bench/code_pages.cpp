@@ -52,10 +52,10 @@ class Iconv {
   std::size_t operator()(const void* text, std::size_t bytes, std::byte* output) {
     char* from = const_cast<char*>(static_cast<const char*>(text));
     char* to = narrow(output);
-    std::size_t room = output_size;
-    iconv(descriptor_, &from, &bytes, &to, &room);
-    iconv(descriptor_, nullptr, nullptr, &to, &room);
-    return output_size - room;
+    std::size_t capacity = output_size;
+    iconv(descriptor_, &from, &bytes, &to, &capacity);
+    iconv(descriptor_, nullptr, nullptr, &to, &capacity);
+    return output_size - capacity;
   }
 
  private:

@@ -31,16 +31,16 @@ void check_value(Float value, std::int32_t size) {
   ASSERT_TRUE(dst.untouched_from(kept.size() * 4));
 }
 
-void check_precision(double value, std::int16_t precision, std::int32_t room) {
-  GuardedBuffer dst(static_cast<std::size_t>(room) * 4);
-  const std::uint32_t status = FloatToString(dst.as<wchar_t>(), room, precision, value);
+void check_precision(double value, std::int16_t precision, std::int32_t capacity) {
+  GuardedBuffer dst(static_cast<std::size_t>(capacity) * 4);
+  const std::uint32_t status = FloatToString(dst.as<wchar_t>(), capacity, precision, value);
   if (precision < 0 || !std::isfinite(value)) {
     ASSERT_EQ(status, precision == -1 ? ZVRT_RC_TRUNCATED : ZVRT_RC_ERROR);
     ASSERT_TRUE(dst.untouched_from(0));
     return;
   }
   const std::string text = printed(value, precision);
-  const bool fits = static_cast<std::size_t>(room) > text.size();
+  const bool fits = static_cast<std::size_t>(capacity) > text.size();
   ASSERT_EQ(status, fits ? ZVRT_RC_OK : ZVRT_RC_ERROR);
   if (fits) ASSERT_EQ(dst.bytes().substr(0, (text.size() + 1) * 4), wide_bytes(widen(text)));
   ASSERT_TRUE(dst.untouched_from(fits ? (text.size() + 1) * 4 : 0));
@@ -51,11 +51,11 @@ void check_precision(double value, std::int16_t precision, std::int32_t room) {
 void zvrt_fuzz::check(Input input) {
   const std::int32_t size = input.between(0, 120);
   const auto precision = static_cast<std::int16_t>(input.between(-3, 252));
-  const std::int32_t room = input.between(0, 400);
+  const std::int32_t capacity = input.between(0, 400);
   const auto bits = input.take<std::uint64_t>();
   const bool whole = input.flag();
   const double value = whole ? static_cast<double>(bits >> input.below(64)) : std::bit_cast<double>(bits);
   check_value(value, size);
   check_value(std::bit_cast<float>(static_cast<std::uint32_t>(bits)), size);
-  check_precision(value, precision, room);
+  check_precision(value, precision, capacity);
 }

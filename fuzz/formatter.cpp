@@ -36,9 +36,9 @@ void zvrt_fuzz::check(Input input) {
   const std::uint32_t way = input.below(4);
   if (way == 3) return check_round_trip(input);
   const DtKind kind = input.between(ZVRT_DT_DATE, ZVRT_DT_TIMESTAMP);
-  const std::size_t room = input.below(200);
+  const std::size_t capacity = input.below(200);
   const ZVRTTS ts = way == 0 ? valid_timestamp(input) : any_timestamp(input);
   Model model(model_text(input, 20));
   if (way == 2) disturb(input, model.codes);
-  compare(model.codes, ts, kind, room);
+  compare(model.codes, ts, kind, capacity);
 }

@@ -5,7 +5,7 @@
 void zvrt_fuzz::check(Input input) {
   using namespace zvrt_test;
   const bool decodes = input.flag();
-  const std::size_t room = input.below(1200);
+  const std::size_t capacity = input.below(1200);
   const std::size_t where = input.below(60);
   const std::size_t spare = input.below(4);
   const auto characters = decodes ? std::vector<std::uint32_t>{} : input.characters();
@@ -14,7 +14,7 @@ void zvrt_fuzz::check(Input input) {
   const KernelText prepared(decodes ? decoding : encoding, text, where, spare);
   for (const Version& version : versions()) {
     prepared.check_count(version, false);
-    prepared.check_room(version, room, spare, false);
-    check_copy(version, decodes ? 1 : 4, text, where, room, spare);
+    prepared.check_room(version, capacity, spare, false);
+    check_copy(version, decodes ? 1 : 4, text, where, capacity, spare);
   }
 }

@@ -45,10 +45,10 @@ void check_value(const std::string& value, std::int32_t size) {
   Outcome outcome{ZVRT_RC_ERROR, 0, static_cast<std::int32_t>(whole.size()), ""};
   if (good) {
     const std::string text = plain_text(whole);
-    const std::size_t room = static_cast<std::size_t>(std::max(size, 0)) / 4;
+    const std::size_t capacity = static_cast<std::size_t>(std::max(size, 0)) / 4;
     outcome.outLen = static_cast<std::uint32_t>(text.size());
-    outcome.status = room > text.size() ? ZVRT_RC_OK : ZVRT_RC_TRUNCATED;
-    outcome.written = wide_bounded(text, room);
+    outcome.status = capacity > text.size() ? ZVRT_RC_OK : ZVRT_RC_TRUNCATED;
+    outcome.written = wide_bounded(text, capacity);
   }
   ASSERT_EQ(run(ZVRTCnvOraVarnumToWVarcharSz_Unsigned, source.put(whole), 7, size), outcome) << hex(whole);
 }

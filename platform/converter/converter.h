@@ -24,8 +24,8 @@ class Converter {
   Converter& operator=(const Converter&) = delete;
   virtual ~Converter() = default;
 
-  virtual Outcome decode(Bytes source, WideRoom room) = 0;
-  virtual Outcome encode(WideText source, ByteRoom room) = 0;
+  virtual Outcome decode(Bytes source, WideDestination destination) = 0;
+  virtual Outcome encode(WideText source, ByteDestination destination) = 0;
 
   SingleBytes single_bytes() const { return single_bytes_; }
 

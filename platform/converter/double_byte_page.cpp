@@ -8,16 +8,16 @@ std::unique_ptr<Converter> DoubleBytePage::build(const IcuConverter& icu) {
   return page;
 }
 
-Outcome DoubleBytePage::decode(Bytes source, WideRoom room) {
+Outcome DoubleBytePage::decode(Bytes source, WideDestination destination) {
   return decode_each(
-      source, room, widen_ascii_blocks(tables_.ascii, source, room),
+      source, destination, widen_ascii_blocks(tables_.ascii, source, destination),
       [&](const unsigned char* text, std::size_t available) { return tables_.characters.read(text, available); });
 }
 
-Outcome DoubleBytePage::encode(WideText source, ByteRoom room) {
-  const Run run = tables_.write_run(source, room);
-  if (run.characters == source.count) return converted(run.bytes, room.size());
-  return encode_each(source, room, run.characters, run.bytes, [&](char32_t character) -> Encoded {
+Outcome DoubleBytePage::encode(WideText source, ByteDestination destination) {
+  const Run run = tables_.write_run(source, destination);
+  if (run.characters == source.count) return converted(run.bytes, destination.size());
+  return encode_each(source, destination, run.characters, run.bytes, [&](char32_t character) -> Encoded {
     const Code code = tables_.code_of[character];
     return {code, code != no_code ? length_of(code) : 0};
   });

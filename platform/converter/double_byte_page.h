@@ -14,8 +14,8 @@ class DoubleBytePage final : public Converter {
   // Null when the page has several characters behind two bytes, or memory is short.
   static std::unique_ptr<Converter> build(const IcuConverter& icu);
 
-  Outcome decode(Bytes source, WideRoom room) override;
-  Outcome encode(WideText source, ByteRoom room) override;
+  Outcome decode(Bytes source, WideDestination destination) override;
+  Outcome encode(WideText source, ByteDestination destination) override;
 
  private:
   DoubleByteTables tables_;

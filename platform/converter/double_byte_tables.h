@@ -35,7 +35,7 @@ struct DoubleByteTables {
 
   // Writes leading characters as far as both sides reach and says how many; 0 is always allowed. They stop before what
   // the page does not have, at the latest.
-  Run write_run(WideText source, ByteRoom room) const;
+  Run write_run(WideText source, ByteDestination destination) const;
 
  private:
   bool learn_pairs(const IcuConverter& icu, unsigned char lead);
@@ -43,12 +43,12 @@ struct DoubleByteTables {
 
 // A character is written once the next one is known to be written too. So many go at once as fit if all of them are
 // long, which leaves nothing but the page to stop at; then again with the room that is left.
-inline Run DoubleByteTables::write_run(WideText source, ByteRoom room) const {
+inline Run DoubleByteTables::write_run(WideText source, ByteDestination destination) const {
   constexpr std::size_t longest = 4;
   const ReverseTable::View table = code_of.view();  // by value: what is stored through a byte pointer may not change it
-  std::size_t done = narrow_ascii_blocks(ascii, source, room);
-  unsigned char* to = room.data() + done;
-  const unsigned char* const end = room.data() + room.size();
+  std::size_t done = narrow_ascii_blocks(ascii, source, destination);
+  unsigned char* to = destination.data() + done;
+  const unsigned char* const end = destination.data() + destination.size();
   if (done == source.count) return {done, done};
   Code code = table[source[done]];
   while (code != no_code) {
@@ -57,7 +57,7 @@ inline Run DoubleByteTables::write_run(WideText source, ByteRoom room) const {
     if (done + 1 >= stop) break;
     for (; done + 1 < stop; ++done) {
       const Code next = table[source[done + 1]];
-      if (next == no_code) return {done, static_cast<std::size_t>(to - room.data())};
+      if (next == no_code) return {done, static_cast<std::size_t>(to - destination.data())};
       to = put_code(to, code);
       code = next;
     }
@@ -67,7 +67,7 @@ inline Run DoubleByteTables::write_run(WideText source, ByteRoom room) const {
     to += length_of(code);
     ++done;
   }
-  return {done, static_cast<std::size_t>(to - room.data())};
+  return {done, static_cast<std::size_t>(to - destination.data())};
 }
 
 }  // namespace zvrt

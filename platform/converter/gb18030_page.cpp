@@ -84,15 +84,16 @@ ZVRT_WRAPS Encoded Gb18030Page::write(char32_t character) const {
   return {Quadruple::of(first_supplementary + supplementary).code(), 4};
 }
 
-Outcome Gb18030Page::decode(Bytes source, WideRoom room) {
-  return decode_each(source, room, widen_ascii_blocks(tables_.ascii, source, room),
+Outcome Gb18030Page::decode(Bytes source, WideDestination destination) {
+  return decode_each(source, destination, widen_ascii_blocks(tables_.ascii, source, destination),
                      [&](const unsigned char* text, std::size_t available) { return read(text, available); });
 }
 
-Outcome Gb18030Page::encode(WideText source, ByteRoom room) {
-  const Run run = tables_.write_run(source, room);
-  if (run.characters == source.count) return converted(run.bytes, room.size());
-  return encode_each(source, room, run.characters, run.bytes, [&](char32_t character) { return write(character); });
+Outcome Gb18030Page::encode(WideText source, ByteDestination destination) {
+  const Run run = tables_.write_run(source, destination);
+  if (run.characters == source.count) return converted(run.bytes, destination.size());
+  return encode_each(source, destination, run.characters, run.bytes,
+                     [&](char32_t character) { return write(character); });
 }
 
 }  // namespace zvrt

@@ -17,8 +17,8 @@ class Gb18030Page final : public Converter {
   // Null when ICU's page is another one than this, or memory is short.
   static std::unique_ptr<Converter> build(const IcuConverter& icu);
 
-  Outcome decode(Bytes source, WideRoom room) override;
-  Outcome encode(WideText source, ByteRoom room) override;
+  Outcome decode(Bytes source, WideDestination destination) override;
+  Outcome encode(WideText source, ByteDestination destination) override;
 
  private:
   static constexpr std::uint32_t tabled = 39420;

@@ -141,20 +141,20 @@ constexpr std::size_t length_of(std::int32_t count) { return count < 0 ? 0 : sta
 
 // What the kernels of a single-byte page convert whole takes no frame besides theirs; anything else goes through the
 // page, from its start.
-zvrt::Outcome decode(Converter& page, zvrt::Bytes source, zvrt::WideRoom room) {
+zvrt::Outcome decode(Converter& page, zvrt::Bytes source, zvrt::WideDestination destination) {
   const auto [tables, kernels] = page.single_bytes();
-  if (kernels != nullptr && source.size() <= room.count &&
-      kernels->read(*tables, source.data(), source.size(), room.data) == source.size())
+  if (kernels != nullptr && source.size() <= destination.count &&
+      kernels->read(*tables, source.data(), source.size(), destination.data) == source.size())
     return {0, source.size()};
-  return page.decode(source, room);
+  return page.decode(source, destination);
 }
 
-zvrt::Outcome encode(Converter& page, zvrt::WideText source, zvrt::ByteRoom room) {
+zvrt::Outcome encode(Converter& page, zvrt::WideText source, zvrt::ByteDestination destination) {
   const auto [tables, kernels] = page.single_bytes();
-  if (kernels != nullptr && source.count <= room.size() &&
-      kernels->write(*tables, source.data, source.count, room.data()) == source.count)
+  if (kernels != nullptr && source.count <= destination.size() &&
+      kernels->write(*tables, source.data, source.count, destination.data()) == source.count)
     return {0, source.count};
-  return page.encode(source, room);
+  return page.encode(source, destination);
 }
 
 std::uint32_t report(zvrt::Outcome outcome, std::uint32_t* count) {
@@ -198,14 +198,14 @@ uint32_t ZVRT_IcuMultibyteToWide(void* converter, const void* src, int32_t srcBy
                                  uint32_t* outChars) {
   if (converter == nullptr || outChars == nullptr) return ZVRT_ICU_RC_INVALID_PARAM;
   const zvrt::Bytes source(static_cast<const unsigned char*>(src), length_of(srcBytes));
-  const zvrt::WideRoom room{static_cast<unsigned char*>(dst), length_of(dstChars)};
-  return report(decode(*static_cast<Converter*>(converter), source, room), outChars);
+  const zvrt::WideDestination destination{static_cast<unsigned char*>(dst), length_of(dstChars)};
+  return report(decode(*static_cast<Converter*>(converter), source, destination), outChars);
 }
 
 uint32_t ZVRT_IcuWideToMultibyte(void* converter, const void* src, int32_t srcChars, void* dst, int32_t dstBytes,
                                  uint32_t* outBytes) {
   if (converter == nullptr || outBytes == nullptr) return ZVRT_ICU_RC_INVALID_PARAM;
   const zvrt::WideText source{static_cast<const unsigned char*>(src), length_of(srcChars)};
-  const zvrt::ByteRoom room(static_cast<unsigned char*>(dst), length_of(dstBytes));
-  return report(encode(*static_cast<Converter*>(converter), source, room), outBytes);
+  const zvrt::ByteDestination destination(static_cast<unsigned char*>(dst), length_of(dstBytes));
+  return report(encode(*static_cast<Converter*>(converter), source, destination), outBytes);
 }

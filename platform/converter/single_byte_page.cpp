@@ -56,36 +56,36 @@ void SingleBytePage::lay_out_for_kernels() {
   fill(tables_.other_window, tables_.other_window_number);
 }
 
-Outcome SingleBytePage::decode(Bytes source, WideRoom room) {
-  const std::size_t end = std::min(source.size(), room.count);
-  const std::size_t written = kernels_.read(tables_, source.data(), end, room.data);
+Outcome SingleBytePage::decode(Bytes source, WideDestination destination) {
+  const std::size_t end = std::min(source.size(), destination.count);
+  const std::size_t written = kernels_.read(tables_, source.data(), end, destination.data);
   for (const unsigned char byte : source.subspan(written))
     if (tables_.character_of[byte] == undefined) return rejected(written);
-  return converted(source.size(), room.count);
+  return converted(source.size(), destination.count);
 }
 
 // Writes up to the first character that the page does not have, as far as both sides reach. Behind a place where the
 // kernel stops, a few characters are written singly before it is tried again.
-std::size_t SingleBytePage::write_run(WideText source, ByteRoom room) const {
+std::size_t SingleBytePage::write_run(WideText source, ByteDestination destination) const {
   constexpr std::size_t singly = 8;
-  const std::size_t end = std::min(source.count, room.size());
+  const std::size_t end = std::min(source.count, destination.size());
   std::size_t done = 0;
   while (done < end) {
-    done += kernels_.write(tables_, source.data + done * wide_size, end - done, room.data() + done);
+    done += kernels_.write(tables_, source.data + done * wide_size, end - done, destination.data() + done);
     for (const std::size_t stop = std::min(done + singly, end); done < stop; ++done) {
       const Code code = tables_.code_of[source[done]];
       if (code > 0xFF) return done;
-      room[done] = static_cast<unsigned char>(code);
+      destination[done] = static_cast<unsigned char>(code);
     }
   }
   return done;
 }
 
-Outcome SingleBytePage::encode(WideText source, ByteRoom room) {
-  const std::size_t written = write_run(source, room);
+Outcome SingleBytePage::encode(WideText source, ByteDestination destination) {
+  const std::size_t written = write_run(source, destination);
   for (std::size_t i = written; i < source.count; ++i)
     if (tables_.code_of[source[i]] > 0xFF) return rejected(written);
-  return converted(source.count, room.size());
+  return converted(source.count, destination.size());
 }
 
 }  // namespace zvrt

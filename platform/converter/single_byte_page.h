@@ -18,14 +18,14 @@ class SingleBytePage final : public Converter {
   // With kernels of the caller's choice, for comparing them.
   static std::unique_ptr<Converter> build(const IcuConverter& icu, const SingleByteKernels& kernels);
 
-  Outcome decode(Bytes source, WideRoom room) override;
-  Outcome encode(WideText source, ByteRoom room) override;
+  Outcome decode(Bytes source, WideDestination destination) override;
+  Outcome encode(WideText source, ByteDestination destination) override;
 
  private:
   explicit SingleBytePage(const SingleByteKernels& kernels) : Converter({&tables_, &kernels}), kernels_(kernels) {}
   bool learn(const IcuConverter& icu);
   void lay_out_for_kernels();
-  std::size_t write_run(WideText source, ByteRoom room) const;
+  std::size_t write_run(WideText source, ByteDestination destination) const;
 
   SingleByteTables tables_;
   const SingleByteKernels& kernels_;

@@ -43,7 +43,7 @@ bool ShiftedPage::learn_pairs(const IcuConverter& icu, unsigned char lead) {
   return true;
 }
 
-Outcome ShiftedPage::decode(Bytes source, WideRoom room) {
+Outcome ShiftedPage::decode(Bytes source, WideDestination destination) {
   bool shifted = false;
   std::size_t made = 0;
   for (std::size_t at = 0; at < source.size();) {
@@ -54,21 +54,21 @@ Outcome ShiftedPage::decode(Bytes source, WideRoom room) {
     const unsigned char* const text = source.data() + at;
     const std::size_t available = source.size() - at;
     const Decoded next = shifted ? characters_.read_pair(text, available) : characters_.read_single(text);
-    if (next.length == 0) return rejected(std::min(made, room.count));
-    if (made < room.count) room.put(made, next.character);
+    if (next.length == 0) return rejected(std::min(made, destination.count));
+    if (made < destination.count) destination.put(made, next.character);
     ++made;
     at += next.length;
   }
-  return converted(made, room.count);
+  return converted(made, destination.count);
 }
 
-Outcome ShiftedPage::encode(WideText source, ByteRoom room) {
+Outcome ShiftedPage::encode(WideText source, ByteDestination destination) {
   std::size_t needed = 0;  // without the closing shift
   bool shifted = false;
   std::size_t written = 0;  // likewise, of what stands in the destination
   bool left_shifted = false;
   const auto close = [&] {
-    if (left_shifted) room[written++] = shift_in;
+    if (left_shifted) destination[written++] = shift_in;
     left_shifted = false;
     return written;
   };
@@ -80,15 +80,15 @@ Outcome ShiftedPage::encode(WideText source, ByteRoom room) {
     if (pair != shifted) next = {next.bytes << 8 | (pair ? shift_out : shift_in), next.length + 1};
     shifted = pair;
     // Nothing fits behind a character that did not: what is needed, its closing shift included, only grows.
-    if (needed + next.length + (shifted ? 1 : 0) <= room.size()) {
-      put_bytes(room.data() + needed, next);
+    if (needed + next.length + (shifted ? 1 : 0) <= destination.size()) {
+      put_bytes(destination.data() + needed, next);
       written = needed + next.length;
       left_shifted = shifted;
     }
     needed += next.length;
   }
   close();
-  return converted(needed + (shifted ? 1 : 0), room.size());
+  return converted(needed + (shifted ? 1 : 0), destination.size());
 }
 
 }  // namespace zvrt

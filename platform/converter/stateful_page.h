@@ -16,8 +16,8 @@ class ShiftedPage final : public Converter {
   // Null when the page has several characters behind two bytes, or memory is short.
   static std::unique_ptr<Converter> build(const IcuConverter& icu);
 
-  Outcome decode(Bytes source, WideRoom room) override;
-  Outcome encode(WideText source, ByteRoom room) override;
+  Outcome decode(Bytes source, WideDestination destination) override;
+  Outcome encode(WideText source, ByteDestination destination) override;
 
  private:
   bool learn_singles(const IcuConverter& icu);

@@ -15,7 +15,7 @@ constexpr bool is_private_use(char32_t c) { return (c >= 0xE000 && c <= 0xF8FF) 
 // Puts UTF-16 together again; a pair may be parted by the end of a chunk.
 class Utf16Joiner {
  public:
-  explicit Utf16Joiner(WideRoom room) : room_(room) {}
+  explicit Utf16Joiner(WideDestination destination) : destination_(destination) {}
 
   // False at a surrogate without its partner.
   bool add(UChar unit) {
@@ -26,17 +26,17 @@ class Utf16Joiner {
     }
     const char32_t character = lead_ == 0 ? unit : static_cast<char32_t>(U16_GET_SUPPLEMENTARY(lead_, unit));
     lead_ = 0;
-    if (made_ < room_.count) room_.put(made_, character);
+    if (made_ < destination_.count) destination_.put(made_, character);
     ++made_;
     return true;
   }
 
   bool complete() const { return lead_ == 0; }
   std::size_t made() const { return made_; }
-  std::size_t written() const { return std::min(made_, room_.count); }
+  std::size_t written() const { return std::min(made_, destination_.count); }
 
  private:
-  WideRoom room_;
+  WideDestination destination_;
   std::size_t made_ = 0;
   UChar lead_ = 0;
 };
@@ -47,9 +47,9 @@ Outcome failed(UErrorCode error, std::size_t written) {
 
 }  // namespace
 
-Outcome StreamedPage::decode(Bytes source, WideRoom room) {
+Outcome StreamedPage::decode(Bytes source, WideDestination destination) {
   ucnv_resetToUnicode(icu_.get());
-  Utf16Joiner joiner(room);
+  Utf16Joiner joiner(destination);
   const char* from = reinterpret_cast<const char*>(source.data());
   const char* const end = from + source.size();
   UErrorCode error = U_BUFFER_OVERFLOW_ERROR;
@@ -62,12 +62,12 @@ Outcome StreamedPage::decode(Bytes source, WideRoom room) {
       if (!joiner.add(*unit)) return rejected(joiner.written());
   }
   if (U_FAILURE(error)) return failed(error, joiner.written());
-  return joiner.complete() ? converted(joiner.made(), room.count) : rejected(joiner.written());
+  return joiner.complete() ? converted(joiner.made(), destination.count) : rejected(joiner.written());
 }
 
 // Writes the source, scalar values all, as a whole text, its closing included, as long as `sink` has room, and counts
 // on behind it.
-StreamedPage::Attempt StreamedPage::write_all(WideText source, ByteRoom sink) const {
+StreamedPage::Attempt StreamedPage::write_all(WideText source, ByteDestination sink) const {
   ucnv_resetFromUnicode(icu_.get());
   std::size_t needed = 0;
   std::size_t taken = 0;
@@ -95,13 +95,13 @@ StreamedPage::Attempt StreamedPage::write_all(WideText source, ByteRoom sink) co
 
 // ICU tells neither where whole characters end nor what closing a text at one of them takes, so the place is searched
 // for: the text up to a place is valid and fits, or not, and once not, it is not further on either.
-std::size_t StreamedPage::longest_fitting(WideText source, std::size_t room) const {
+std::size_t StreamedPage::longest_fitting(WideText source, std::size_t capacity) const {
   std::size_t fits = 0;
   std::size_t too_long = source.count + 1;
   while (too_long - fits > 1) {
     const std::size_t middle = fits + (too_long - fits) / 2;
     const Attempt attempt = write_all(source.first(middle), {});
-    (U_SUCCESS(attempt.error) && attempt.needed <= room ? fits : too_long) = middle;
+    (U_SUCCESS(attempt.error) && attempt.needed <= capacity ? fits : too_long) = middle;
   }
   return fits;
 }
@@ -118,23 +118,23 @@ bool StreamedPage::keeps(WideText character) {
   return outcome.status == 0 && outcome.count == 1 && WideText{again.data(), 1}[0] == character[0];
 }
 
-Outcome StreamedPage::encode(WideText source, ByteRoom room) {
+Outcome StreamedPage::encode(WideText source, ByteDestination destination) {
   std::size_t kept = 0;
   while (kept < source.count && keeps(source.at(kept))) ++kept;
   const WideText text = source.first(kept);
   std::array<unsigned char, chunk> bytes;
   const Attempt whole = write_all(text, bytes);
   const bool valid = U_SUCCESS(whole.error) && kept == source.count;
-  const bool fits = U_SUCCESS(whole.error) && whole.needed <= room.size();
+  const bool fits = U_SUCCESS(whole.error) && whole.needed <= destination.size();
   std::size_t written = fits ? whole.needed : 0;
   if (fits && written <= bytes.size()) {
-    std::copy_n(bytes.data(), written, room.data());
+    std::copy_n(bytes.data(), written, destination.data());
   } else {
-    const std::size_t characters = fits ? kept : longest_fitting(text, room.size());
-    const Attempt part = write_all(text.first(characters), room);
-    written = part.needed <= room.size() ? part.needed : 0;
+    const std::size_t characters = fits ? kept : longest_fitting(text, destination.size());
+    const Attempt part = write_all(text.first(characters), destination);
+    written = part.needed <= destination.size() ? part.needed : 0;
   }
-  if (valid) return converted(whole.needed, room.size());
+  if (valid) return converted(whole.needed, destination.size());
   return failed(whole.error, written);
 }
 

@@ -13,17 +13,17 @@ class StreamedPage final : public Converter {
  public:
   explicit StreamedPage(IcuConverter icu) : icu_(std::move(icu)) {}
 
-  Outcome decode(Bytes source, WideRoom room) override;
-  Outcome encode(WideText source, ByteRoom room) override;
+  Outcome decode(Bytes source, WideDestination destination) override;
+  Outcome encode(WideText source, ByteDestination destination) override;
 
  private:
   struct Attempt {
     UErrorCode error;
     std::size_t needed;
   };
-  Attempt write_all(WideText source, ByteRoom sink) const;
+  Attempt write_all(WideText source, ByteDestination sink) const;
   bool keeps(WideText character);
-  std::size_t longest_fitting(WideText source, std::size_t room) const;
+  std::size_t longest_fitting(WideText source, std::size_t capacity) const;
 
   IcuConverter icu_;
 };

@@ -29,10 +29,10 @@ struct Range {
 
 }  // namespace
 
-std::size_t widen_all_ascii_blocks(Ascii ascii, Bytes source, WideRoom room) {
+std::size_t widen_all_ascii_blocks(Ascii ascii, Bytes source, WideDestination destination) {
   if (ascii == Ascii::no) return 0;
   const Range range(ascii);
-  const std::size_t end = std::min(source.size(), room.count);
+  const std::size_t end = std::min(source.size(), destination.count);
   const __m128i zero = _mm_setzero_si128();
   std::size_t done = 0;
   for (; done + ascii_block <= end; done += ascii_block) {
@@ -40,7 +40,7 @@ std::size_t widen_all_ascii_blocks(Ascii ascii, Bytes source, WideRoom room) {
     if (!range.has_all(bytes)) break;
     const __m128i low = _mm_unpacklo_epi8(bytes, zero);
     const __m128i high = _mm_unpackhi_epi8(bytes, zero);
-    unsigned char* const to = room.data + done * wide_size;
+    unsigned char* const to = destination.data + done * wide_size;
     store(to, _mm_unpacklo_epi16(low, zero));
     store(to + 16, _mm_unpackhi_epi16(low, zero));
     store(to + 32, _mm_unpacklo_epi16(high, zero));
@@ -49,10 +49,10 @@ std::size_t widen_all_ascii_blocks(Ascii ascii, Bytes source, WideRoom room) {
   return done;
 }
 
-std::size_t narrow_all_ascii_blocks(Ascii ascii, WideText source, ByteRoom room) {
+std::size_t narrow_all_ascii_blocks(Ascii ascii, WideText source, ByteDestination destination) {
   if (ascii == Ascii::no) return 0;
   const Range range(ascii);
-  const std::size_t end = std::min(source.count, room.size());
+  const std::size_t end = std::min(source.count, destination.size());
   std::size_t done = 0;
   for (; done + ascii_block <= end; done += ascii_block) {
     const unsigned char* const from = source.data + done * wide_size;
@@ -64,7 +64,7 @@ std::size_t narrow_all_ascii_blocks(Ascii ascii, WideText source, ByteRoom room)
     const __m128i any = _mm_or_si128(_mm_or_si128(a, b), _mm_or_si128(c, d));
     const __m128i bytes = _mm_packus_epi16(_mm_packs_epi32(a, b), _mm_packs_epi32(c, d));
     if (_mm_movemask_ps(_mm_castsi128_ps(any)) != 0 || !range.has_all(bytes)) break;
-    store(room.data() + done, bytes);
+    store(destination.data() + done, bytes);
   }
   return done;
 }

@@ -13,7 +13,7 @@
 namespace zvrt {
 
 using Bytes = std::span<const unsigned char>;
-using ByteRoom = std::span<unsigned char>;
+using ByteDestination = std::span<unsigned char>;
 
 inline constexpr std::size_t wide_size = sizeof(char32_t);
 
@@ -31,7 +31,7 @@ struct WideText {
   WideText at(std::size_t index) const { return {data + index * wide_size, 1}; }
 };
 
-struct WideRoom {
+struct WideDestination {
   unsigned char* data;
   std::size_t count;
 
@@ -47,8 +47,8 @@ struct Outcome {
 
 // An offending place leaves what was written before it; otherwise the need decides.
 constexpr Outcome rejected(std::size_t written) { return {ZVRT_ICU_RC_INVALID_CHAR, written}; }
-constexpr Outcome converted(std::size_t needed, std::size_t room) {
-  return {needed > room ? ZVRT_ICU_RC_TRUNCATED : 0, needed};
+constexpr Outcome converted(std::size_t needed, std::size_t capacity) {
+  return {needed > capacity ? ZVRT_ICU_RC_TRUNCATED : 0, needed};
 }
 
 constexpr bool is_scalar_value(char32_t c) { return c < 0xD800 || (c > 0xDFFF && c <= 0x10FFFF); }
@@ -71,15 +71,15 @@ constexpr Ascii ascii_of(CharacterOf character_of) {
 
 inline constexpr std::size_t ascii_block = 16;
 
-std::size_t widen_all_ascii_blocks(Ascii ascii, Bytes source, WideRoom room);
-std::size_t narrow_all_ascii_blocks(Ascii ascii, WideText source, ByteRoom room);
+std::size_t widen_all_ascii_blocks(Ascii ascii, Bytes source, WideDestination destination);
+std::size_t narrow_all_ascii_blocks(Ascii ascii, WideText source, ByteDestination destination);
 
 // Copies leading whole blocks of ASCII, as far as both sides reach, and says how many characters: 0 is always allowed.
-inline std::size_t widen_ascii_blocks(Ascii ascii, Bytes source, WideRoom room) {
-  return source.size() < ascii_block ? 0 : widen_all_ascii_blocks(ascii, source, room);
+inline std::size_t widen_ascii_blocks(Ascii ascii, Bytes source, WideDestination destination) {
+  return source.size() < ascii_block ? 0 : widen_all_ascii_blocks(ascii, source, destination);
 }
-inline std::size_t narrow_ascii_blocks(Ascii ascii, WideText source, ByteRoom room) {
-  return source.count < ascii_block ? 0 : narrow_all_ascii_blocks(ascii, source, room);
+inline std::size_t narrow_ascii_blocks(Ascii ascii, WideText source, ByteDestination destination) {
+  return source.count < ascii_block ? 0 : narrow_all_ascii_blocks(ascii, source, destination);
 }
 
 // One character read; a length of 0 is an offending place.
@@ -96,15 +96,15 @@ struct Encoded {
 
 // `read` takes the rest of the text, never empty, and gives Decoded. `made` characters of `source` are done already.
 template <class Read>
-Outcome decode_each(Bytes source, WideRoom room, std::size_t made, Read read) {
+Outcome decode_each(Bytes source, WideDestination destination, std::size_t made, Read read) {
   for (std::size_t at = made; at < source.size();) {
     const Decoded next = read(source.data() + at, source.size() - at);
-    if (next.length == 0) return rejected(std::min(made, room.count));
-    if (made < room.count) room.put(made, next.character);
+    if (next.length == 0) return rejected(std::min(made, destination.count));
+    if (made < destination.count) destination.put(made, next.character);
     ++made;
     at += next.length;
   }
-  return converted(made, room.count);
+  return converted(made, destination.count);
 }
 
 inline void put_bytes(unsigned char* target, Encoded next) {
@@ -118,18 +118,18 @@ inline void put_bytes(unsigned char* target, Encoded next) {
 // `write` takes a character and gives Encoded. `done` characters stand in the first `written` bytes already. Once a
 // character does not fit, none behind it does: `needed` only grows.
 template <class Write>
-Outcome encode_each(WideText source, ByteRoom room, std::size_t done, std::size_t written, Write write) {
+Outcome encode_each(WideText source, ByteDestination destination, std::size_t done, std::size_t written, Write write) {
   std::size_t needed = written;
   for (std::size_t i = done; i < source.count; ++i) {
     const Encoded next = write(source[i]);
     if (next.length == 0) return rejected(written);
-    if (needed + next.length <= room.size()) {
-      put_bytes(room.data() + needed, next);
+    if (needed + next.length <= destination.size()) {
+      put_bytes(destination.data() + needed, next);
       written += next.length;
     }
     needed += next.length;
   }
-  return converted(needed, room.size());
+  return converted(needed, destination.size());
 }
 
 }  // namespace zvrt

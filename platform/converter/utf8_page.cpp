@@ -35,13 +35,13 @@ Encoded write(char32_t c) {
 
 }  // namespace
 
-Outcome Utf8Page::decode(Bytes source, WideRoom room) {
-  return decode_each(source, room, widen_ascii_blocks(Ascii::all, source, room), read);
+Outcome Utf8Page::decode(Bytes source, WideDestination destination) {
+  return decode_each(source, destination, widen_ascii_blocks(Ascii::all, source, destination), read);
 }
 
-Outcome Utf8Page::encode(WideText source, ByteRoom room) {
-  const std::size_t ascii = narrow_ascii_blocks(Ascii::all, source, room);
-  return encode_each(source, room, ascii, ascii, write);
+Outcome Utf8Page::encode(WideText source, ByteDestination destination) {
+  const std::size_t ascii = narrow_ascii_blocks(Ascii::all, source, destination);
+  return encode_each(source, destination, ascii, ascii, write);
 }
 
 }  // namespace zvrt

@@ -8,8 +8,8 @@ namespace zvrt {
 
 class Utf8Page final : public Converter {
  public:
-  Outcome decode(Bytes source, WideRoom room) override;
-  Outcome encode(WideText source, ByteRoom room) override;
+  Outcome decode(Bytes source, WideDestination destination) override;
+  Outcome encode(WideText source, ByteDestination destination) override;
 };
 
 }  // namespace zvrt

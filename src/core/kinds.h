@@ -21,9 +21,9 @@ struct Text {
 
 // Where a destination's text goes and how many units fit there.
 template <class Unit>
-struct Place {
+struct Destination {
   std::byte* at;
-  std::int32_t room;
+  std::int32_t capacity;
 };
 
 // Bytes of so many units and a header. Longer than 32 bits can tell is told as the most they can.
@@ -44,10 +44,10 @@ struct FixedKind {
 
   static Text<Unit> measure(const Call& call) {
     const std::int32_t bytes = call.srcLen == nullptr ? 0 : *call.srcLen;
-    return {static_cast<const std::byte*>(call.src), room_in<Unit>(bytes)};
+    return {static_cast<const std::byte*>(call.src), units_in<Unit>(bytes)};
   }
-  static Place<Unit> place(const Call& call) {
-    return {static_cast<std::byte*>(call.dst), room_in<Unit>(call.dstSize)};
+  static Destination<Unit> destination(const Call& call) {
+    return {static_cast<std::byte*>(call.dst), units_in<Unit>(call.dstSize)};
   }
   static std::uint32_t reported(std::int64_t units) { return bytes_of<FixedKind>(units); }
 };
@@ -60,15 +60,15 @@ struct PrefixedKind {
   static constexpr Finish finish = Finish::fixed;
   static constexpr bool carries_length = true;
   static constexpr bool is_terminated = false;
-  static constexpr std::int32_t longest = room_in<Unit>(32767);  // readers take the prefix as signed
+  static constexpr std::int32_t longest = units_in<Unit>(32767);  // readers take the prefix as signed
 
   static Text<Unit> measure(const Call& call) {
     const auto* bytes = static_cast<const std::byte*>(call.src);
-    return {bytes + header, room_in<Unit>(load<std::int16_t>(bytes))};
+    return {bytes + header, units_in<Unit>(load<std::int16_t>(bytes))};
   }
   // The destination has room for its header: drivers refuse a smaller one first.
-  static Place<Unit> place(const Call& call) {
-    return {static_cast<std::byte*>(call.dst) + header, std::min(room_in<Unit>(call.dstSize - header), longest)};
+  static Destination<Unit> destination(const Call& call) {
+    return {static_cast<std::byte*>(call.dst) + header, std::min(units_in<Unit>(call.dstSize - header), longest)};
   }
   static std::uint32_t reported(std::int64_t units) { return bytes_of<PrefixedKind>(units); }
 };
@@ -86,8 +86,8 @@ struct TerminatedKind {
     using Start = std::conditional_t<sizeof(Unit) == 1, const char*, const void*>;
     return {static_cast<const std::byte*>(call.src), length_of(static_cast<Start>(call.src))};
   }
-  static Place<Unit> place(const Call& call) {
-    return {static_cast<std::byte*>(call.dst), room_in<Unit>(call.dstSize)};
+  static Destination<Unit> destination(const Call& call) {
+    return {static_cast<std::byte*>(call.dst), units_in<Unit>(call.dstSize)};
   }
   // The only kind that counts in characters, and only on its wide side.
   static std::uint32_t reported(std::int64_t units) { return static_cast<std::uint32_t>(units); }

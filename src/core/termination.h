@@ -22,11 +22,11 @@ struct Ending {
   Status status;
 };
 
-constexpr Ending finish(Finish rule, std::int64_t length, std::int32_t room) {
-  if (length < room) return {rule == Finish::fixed ? no_terminator : static_cast<std::int32_t>(length), ZVRT_RC_OK};
-  if (length > room) return {no_terminator, ZVRT_RC_TRUNCATED};
+constexpr Ending finish(Finish rule, std::int64_t length, std::int32_t capacity) {
+  if (length < capacity) return {rule == Finish::fixed ? no_terminator : static_cast<std::int32_t>(length), ZVRT_RC_OK};
+  if (length > capacity) return {no_terminator, ZVRT_RC_TRUNCATED};
   switch (rule) {
-    case Finish::wide: return {room - 1, ZVRT_RC_TRUNCATED};  // without any room this is no_terminator
+    case Finish::wide: return {capacity - 1, ZVRT_RC_TRUNCATED};  // without any room this is no_terminator
     case Finish::narrow_strict: return {no_terminator, ZVRT_RC_TRUNCATED};
     case Finish::narrow:
     case Finish::fixed: return {no_terminator, ZVRT_RC_OK};

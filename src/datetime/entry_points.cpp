@@ -27,7 +27,7 @@ Status write(const Call& call) {
   const auto record = Traits::widened(call.src);
   const TimestampView ts(record);
   if (const Status status = validate(ts, Traits::kind); status != ZVRT_RC_OK) return status;
-  return format(WVarcharSz::place(call), call.fldDef->dtFormat->model, ts, Traits::kind, *call.outLen);
+  return format(WVarcharSz::destination(call), call.fldDef->dtFormat->model, ts, Traits::kind, *call.outLen);
 }
 
 // A timestamp to the other kinds, by way of wide terminated text.
@@ -36,16 +36,16 @@ Status write_through_wide(const Call& call) {
   if (!is_complete(call)) return ZVRT_RC_ERROR;
   if (std::is_same_v<Into, WVarchar> && call.dstSize < Into::header) return ZVRT_RC_TRUNCATED;
   const DtFormatDesc& format_of_field = *call.fldDef->dtFormat;
-  const std::int64_t room = std::int64_t{format_of_field.modelLen} * 16 + 1;
-  if (room < 1 || room > INT32_MAX) return no_memory;
-  Scratch<Wide, usual_length> wide(static_cast<std::uint64_t>(room));
+  const std::int64_t capacity = std::int64_t{format_of_field.modelLen} * 16 + 1;
+  if (capacity < 1 || capacity > INT32_MAX) return no_memory;
+  Scratch<Wide, usual_length> wide(static_cast<std::uint64_t>(capacity));
   if (wide.get() == nullptr) return no_memory;
 
   const TimestampView ts(call.src);
   if (const Status status = validate(ts, ZVRT_DT_TIMESTAMP); status != ZVRT_RC_OK) return status;
-  const Place<Wide> place{reinterpret_cast<std::byte*>(wide.get()), static_cast<std::int32_t>(room)};
+  const Destination<Wide> destination{reinterpret_cast<std::byte*>(wide.get()), static_cast<std::int32_t>(capacity)};
   std::uint32_t length = 0;
-  const Status status = format(place, format_of_field.model, ts, ZVRT_DT_TIMESTAMP, length);
+  const Status status = format(destination, format_of_field.model, ts, ZVRT_DT_TIMESTAMP, length);
   if (status != ZVRT_RC_OK) return status;
   return convert<WVarcharSz, Into, row>({wide.get(), nullptr, call.dst, call.dstSize, call.outLen, call.fldDef});
 }

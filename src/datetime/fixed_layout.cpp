@@ -15,8 +15,8 @@ template <class Unit>
 class FixedLayout {
  public:
   // There is room for a terminator at least.
-  FixedLayout(std::byte* dst, std::int32_t room)
-      : begin_(dst), at_(dst), last_(dst + static_cast<std::size_t>(room - 1) * sizeof(Unit)) {}
+  FixedLayout(std::byte* dst, std::int32_t capacity)
+      : begin_(dst), at_(dst), last_(dst + static_cast<std::size_t>(capacity - 1) * sizeof(Unit)) {}
 
   template <std::int32_t least>
   bool part(std::int32_t value, char separator) {
@@ -39,9 +39,9 @@ class FixedLayout {
 };
 
 template <class Unit>
-Status write_fixed(const ZVRTTS& ts, void* dst, std::int32_t room, std::uint32_t* length) {
-  if (room < 1) return ZVRT_RC_ERROR;
-  FixedLayout<Unit> text(static_cast<std::byte*>(dst), room);
+Status write_fixed(const ZVRTTS& ts, void* dst, std::int32_t capacity, std::uint32_t* length) {
+  if (capacity < 1) return ZVRT_RC_ERROR;
+  FixedLayout<Unit> text(static_cast<std::byte*>(dst), capacity);
   const bool fits = text.template part<2>(ts.day, '/') && text.template part<2>(ts.month, '/') &&
                     text.template part<4>(ts.year, ' ') && text.template part<2>(ts.hour, ':') &&
                     text.template part<2>(ts.minute, ':') && text.template part<2>(ts.second, ':') &&

@@ -38,8 +38,8 @@ void put_name(std::byte* at, const Wide* name, std::size_t length) {
 // One pass over a model. Between two entries there is always room for the terminator.
 class Formatter {
  public:
-  Formatter(std::byte* begin, std::int32_t room, TimestampView ts, std::uint8_t groups)
-      : at_(begin), last_(begin + (room - 1) * unit), ts_(ts), applicable_(groups), awaited_(groups) {}
+  Formatter(std::byte* begin, std::int32_t capacity, TimestampView ts, std::uint8_t groups)
+      : at_(begin), last_(begin + (capacity - 1) * unit), ts_(ts), applicable_(groups), awaited_(groups) {}
 
   // Inlined with all it calls, so that the state lives in registers.
   [[gnu::always_inline]] Status run(const FmtCode* entry) {
@@ -181,15 +181,15 @@ class Formatter {
 
 }  // namespace
 
-[[gnu::noinline]] Status format(Place<Wide> place, const FmtCode* model, TimestampView ts, DtKind kind,
+[[gnu::noinline]] Status format(Destination<Wide> destination, const FmtCode* model, TimestampView ts, DtKind kind,
                                 std::uint32_t& length) {
   const std::uint8_t groups = groups_expected(kind);
   if (model == nullptr || groups == Group::none) return ZVRT_RC_ERROR;
-  if (place.room < 1) return ZVRT_RC_TRUNCATED;
-  Formatter formatter(place.at, place.room, ts, groups);
+  if (destination.capacity < 1) return ZVRT_RC_TRUNCATED;
+  Formatter formatter(destination.at, destination.capacity, ts, groups);
   const Status status = formatter.run(model);
   if (status == ZVRT_RC_OK) {
-    length = static_cast<std::uint32_t>(static_cast<std::size_t>(formatter.end() - place.at) / sizeof(Wide));
+    length = static_cast<std::uint32_t>(static_cast<std::size_t>(formatter.end() - destination.at) / sizeof(Wide));
   }
   return status;
 }

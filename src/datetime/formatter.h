@@ -10,6 +10,7 @@
 namespace zvrt {
 
 // `length` is set on success only, to the characters before the terminator.
-Status format(Place<Wide> place, const FmtCode* model, TimestampView ts, DtKind kind, std::uint32_t& length);
+Status format(Destination<Wide> destination, const FmtCode* model, TimestampView ts, DtKind kind,
+              std::uint32_t& length);
 
 }  // namespace zvrt

@@ -18,18 +18,18 @@ inline Status find_converter(const FldDef& field, void*& converter) {
 }
 
 // Lengths and rooms are in the units of their side: bytes, wide characters.
-inline Status service_decode(const FldDef& field, const void* src, std::int32_t length, void* dst, std::int32_t room,
-                             std::uint32_t* needed) {
+inline Status service_decode(const FldDef& field, const void* src, std::int32_t length, void* dst,
+                             std::int32_t capacity, std::uint32_t* needed) {
   void* converter = nullptr;
   if (const Status status = find_converter(field, converter); status != ZVRT_RC_OK) return status;
-  return ZVRT_IcuMultibyteToWide(converter, src, length, dst, room, needed);
+  return ZVRT_IcuMultibyteToWide(converter, src, length, dst, capacity, needed);
 }
 
-inline Status service_encode(const FldDef& field, const void* src, std::int32_t length, void* dst, std::int32_t room,
-                             std::uint32_t* needed) {
+inline Status service_encode(const FldDef& field, const void* src, std::int32_t length, void* dst,
+                             std::int32_t capacity, std::uint32_t* needed) {
   void* converter = nullptr;
   if (const Status status = find_converter(field, converter); status != ZVRT_RC_OK) return status;
-  return ZVRT_IcuWideToMultibyte(converter, src, length, dst, room, needed);
+  return ZVRT_IcuWideToMultibyte(converter, src, length, dst, capacity, needed);
 }
 
 }  // namespace zvrt

@@ -14,61 +14,65 @@ std::int32_t within_service(std::int32_t units) {
   return std::min(units, most);
 }
 
-std::int32_t written_of(std::uint32_t count, std::int32_t room) {
-  return static_cast<std::int32_t>(std::min(count, static_cast<std::uint32_t>(room)));
+std::int32_t written_of(std::uint32_t count, std::int32_t capacity) {
+  return static_cast<std::int32_t>(std::min(count, static_cast<std::uint32_t>(capacity)));
 }
 
 // The service tells what a truncated text needs, not what it wrote. That is the longest run of characters that fits,
 // which lies where the shorter text just still converts whole; the last conversion leaves exactly it in the
 // destination.
-[[gnu::noinline]] std::int32_t encode_what_fits(const FldDef& field, Text<Wide> text, Place<char> place) {
+[[gnu::noinline]] std::int32_t encode_what_fits(const FldDef& field, Text<Wide> text, Destination<char> destination) {
   std::int32_t fits = 0;
   for (std::int32_t too_many = text.count; fits + 1 < too_many;) {
     const std::int32_t tried = fits + (too_many - fits) / 2;
     std::uint32_t bytes = 0;
-    const Status status = service_encode(field, text.at, within_service(tried), place.at, place.room, &bytes);
+    const Status status =
+        service_encode(field, text.at, within_service(tried), destination.at, destination.capacity, &bytes);
     (status == ZVRT_RC_OK ? fits : too_many) = tried;
   }
   std::uint32_t written = 0;
-  if (fits > 0) service_encode(field, text.at, within_service(fits), place.at, place.room, &written);
-  return written_of(written, place.room);
+  if (fits > 0) service_encode(field, text.at, within_service(fits), destination.at, destination.capacity, &written);
+  return written_of(written, destination.capacity);
 }
 
 // Inline in each of their two callers: on short text a frame more is felt.
-inline Moved decode_counted(const FldDef& field, Text<char> text, Place<Wide> place) {
+inline Moved decode_counted(const FldDef& field, Text<char> text, Destination<Wide> destination) {
   std::uint32_t count = 0;
-  const Status status = service_decode(field, text.at, text.count, place.at, place.room, &count);
-  return {count, written_of(count, place.room), status};
+  const Status status = service_decode(field, text.at, text.count, destination.at, destination.capacity, &count);
+  return {count, written_of(count, destination.capacity), status};
 }
 
-inline Moved encode_counted(const FldDef& field, Text<Wide> text, Place<char> place, Written written) {
+inline Moved encode_counted(const FldDef& field, Text<Wide> text, Destination<char> destination, Written written) {
   std::uint32_t count = 0;
-  const Status status = service_encode(field, text.at, within_service(text.count), place.at, place.room, &count);
-  if (status == ZVRT_RC_TRUNCATED && written == Written::exact && count > static_cast<std::uint32_t>(place.room)) {
-    return {count, encode_what_fits(field, text, place), status};
+  const Status status =
+      service_encode(field, text.at, within_service(text.count), destination.at, destination.capacity, &count);
+  if (status == ZVRT_RC_TRUNCATED && written == Written::exact &&
+      count > static_cast<std::uint32_t>(destination.capacity)) {
+    return {count, encode_what_fits(field, text, destination), status};
   }
-  return {count, written_of(count, place.room), status};
+  return {count, written_of(count, destination.capacity), status};
 }
 
 }  // namespace
 
-Moved decode_by_service(const FldDef* fldDef, Text<char> text, Place<Wide> place) {
-  return decode_counted(*fldDef, text, place);
+Moved decode_by_service(const FldDef* fldDef, Text<char> text, Destination<Wide> destination) {
+  return decode_counted(*fldDef, text, destination);
 }
 
-Moved encode_by_service(const FldDef* fldDef, Text<Wide> text, Place<char> place, Written written) {
+Moved encode_by_service(const FldDef* fldDef, Text<Wide> text, Destination<char> destination, Written written) {
   const std::int32_t length = length_within(static_cast<const void*>(text.at), text.count);
-  return encode_counted(*fldDef, {text.at, length}, place, written);
+  return encode_counted(*fldDef, {text.at, length}, destination, written);
 }
 
-Measured decode_by_service(const FldDef* fldDef, const char* text, Place<Wide> place) {
+Measured decode_by_service(const FldDef* fldDef, const char* text, Destination<Wide> destination) {
   const std::int32_t length = length_of(text);
-  return {decode_counted(*fldDef, {reinterpret_cast<const std::byte*>(text), length}, place), length};
+  return {decode_counted(*fldDef, {reinterpret_cast<const std::byte*>(text), length}, destination), length};
 }
 
-Measured encode_by_service(const FldDef* fldDef, const std::byte* text, Place<char> place, Written written) {
+Measured encode_by_service(const FldDef* fldDef, const std::byte* text, Destination<char> destination,
+                           Written written) {
   const std::int32_t length = length_of(static_cast<const void*>(text));
-  return {encode_counted(*fldDef, {text, length}, place, written), length};
+  return {encode_counted(*fldDef, {text, length}, destination, written), length};
 }
 
 }  // namespace zvrt

@@ -7,12 +7,12 @@
 
 namespace zvrt {
 
-Moved decode_by_service(const FldDef* fldDef, Text<char> text, Place<Wide> place);
+Moved decode_by_service(const FldDef* fldDef, Text<char> text, Destination<Wide> destination);
 
-inline Moved decode(const FldDef* fldDef, Text<char> text, Place<Wide> place) {
+inline Moved decode(const FldDef* fldDef, Text<char> text, Destination<Wide> destination) {
   if (!is_utf8(fldDef)) [[unlikely]]
-    return decode_by_service(fldDef, text, place);
-  return utf8_to_wide(reinterpret_cast<const char*>(text.at), text.count, place.at, place.room);
+    return decode_by_service(fldDef, text, destination);
+  return utf8_to_wide(reinterpret_cast<const char*>(text.at), text.count, destination.at, destination.capacity);
 }
 
 // A truncating service does not tell what it wrote; where the length written has to be known, finding it costs some
@@ -20,29 +20,30 @@ inline Moved decode(const FldDef* fldDef, Text<char> text, Place<Wide> place) {
 enum class Written : bool { unimportant, exact };
 
 // A zero character ends the text.
-Moved encode_by_service(const FldDef* fldDef, Text<Wide> text, Place<char> place, Written written);
+Moved encode_by_service(const FldDef* fldDef, Text<Wide> text, Destination<char> destination, Written written);
 
-inline Moved encode(const FldDef* fldDef, Text<Wide> text, Place<char> place, Written written) {
+inline Moved encode(const FldDef* fldDef, Text<Wide> text, Destination<char> destination, Written written) {
   if (!is_utf8(fldDef)) [[unlikely]]
-    return encode_by_service(fldDef, text, place, written);
-  return wide_to_utf8(text.at, text.count, reinterpret_cast<char*>(place.at), place.room);
+    return encode_by_service(fldDef, text, destination, written);
+  return wide_to_utf8(text.at, text.count, reinterpret_cast<char*>(destination.at), destination.capacity);
 }
 
 // The same for terminated text, measured on the way where that is possible.
-Measured decode_by_service(const FldDef* fldDef, const char* text, Place<Wide> place);
-Measured encode_by_service(const FldDef* fldDef, const std::byte* text, Place<char> place, Written written);
+Measured decode_by_service(const FldDef* fldDef, const char* text, Destination<Wide> destination);
+Measured encode_by_service(const FldDef* fldDef, const std::byte* text, Destination<char> destination, Written written);
 
-inline Measured decode_terminated(const FldDef* fldDef, const std::byte* text, Place<Wide> place) {
+inline Measured decode_terminated(const FldDef* fldDef, const std::byte* text, Destination<Wide> destination) {
   const char* src = reinterpret_cast<const char*>(text);
   if (!is_utf8(fldDef)) [[unlikely]]
-    return decode_by_service(fldDef, src, place);
-  return terminated_utf8_to_wide(src, place.at, place.room);
+    return decode_by_service(fldDef, src, destination);
+  return terminated_utf8_to_wide(src, destination.at, destination.capacity);
 }
 
-inline Measured encode_terminated(const FldDef* fldDef, const std::byte* text, Place<char> place, Written written) {
+inline Measured encode_terminated(const FldDef* fldDef, const std::byte* text, Destination<char> destination,
+                                  Written written) {
   if (!is_utf8(fldDef)) [[unlikely]]
-    return encode_by_service(fldDef, text, place, written);
-  return terminated_wide_to_utf8(text, reinterpret_cast<char*>(place.at), place.room);
+    return encode_by_service(fldDef, text, destination, written);
+  return terminated_wide_to_utf8(text, reinterpret_cast<char*>(destination.at), destination.capacity);
 }
 
 }  // namespace zvrt

@@ -22,35 +22,35 @@ struct Run {
 // ones read no page that the text does not reach, and end at the latest on the terminator.
 struct TextKernels {
   // UTF-8 to wide text.
-  Run (*decode)(const char* src, std::size_t count, void* dst, std::size_t room);
-  Run (*decode_terminated)(const char* src, void* dst, std::size_t room);
+  Run (*decode)(const char* src, std::size_t count, void* dst, std::size_t capacity);
+  Run (*decode_terminated)(const char* src, void* dst, std::size_t capacity);
   // Wide text to UTF-8.
-  Run (*encode)(const void* src, std::size_t count, char* dst, std::size_t room);
-  Run (*encode_terminated)(const void* src, char* dst, std::size_t room);
+  Run (*encode)(const void* src, std::size_t count, char* dst, std::size_t capacity);
+  Run (*encode_terminated)(const void* src, char* dst, std::size_t capacity);
   // The same where the count may reach beyond the memory of a terminated text: as far as both allow.
-  Run (*decode_within)(const char* src, std::size_t count, void* dst, std::size_t room);
-  Run (*encode_within)(const void* src, std::size_t count, char* dst, std::size_t room);
+  Run (*decode_within)(const char* src, std::size_t count, void* dst, std::size_t capacity);
+  Run (*encode_within)(const void* src, std::size_t count, char* dst, std::size_t capacity);
   // Between UTF-16 and the others, bounded likewise; characters up to U+10FFFF.
-  Run (*utf8_to_utf16)(const char* src, std::size_t count, void* dst, std::size_t room);
-  Run (*utf16_to_utf8)(const void* src, std::size_t count, char* dst, std::size_t room);
-  Run (*utf16_to_utf32)(const void* src, std::size_t count, void* dst, std::size_t room);
-  Run (*utf32_to_utf16)(const void* src, std::size_t count, void* dst, std::size_t room);
+  Run (*utf8_to_utf16)(const char* src, std::size_t count, void* dst, std::size_t capacity);
+  Run (*utf16_to_utf8)(const void* src, std::size_t count, char* dst, std::size_t capacity);
+  Run (*utf16_to_utf32)(const void* src, std::size_t count, void* dst, std::size_t capacity);
+  Run (*utf32_to_utf16)(const void* src, std::size_t count, void* dst, std::size_t capacity);
   // What the two would write with room for all of it.
   Run (*count_decoded)(const char* src, std::size_t count);
   Run (*count_encoded)(const void* src, std::size_t count);
   // Terminated text as it is, up to its terminator or to the end of the room, whichever comes first.
-  Run (*copy)(const void* src, void* dst, std::size_t room);
-  Run (*copy_wide)(const void* src, void* dst, std::size_t room);
+  Run (*copy)(const void* src, void* dst, std::size_t capacity);
+  Run (*copy_wide)(const void* src, void* dst, std::size_t capacity);
 };
 
 // `decode_within` and `encode_within` of a version that looks for the terminator first.
 template <Run (*decode)(const char*, std::size_t, void*, std::size_t)>
-Run decode_measured(const char* src, std::size_t count, void* dst, std::size_t room) {
-  return decode(src, strnlen(src, count), dst, room);
+Run decode_measured(const char* src, std::size_t count, void* dst, std::size_t capacity) {
+  return decode(src, strnlen(src, count), dst, capacity);
 }
 template <Run (*encode)(const void*, std::size_t, char*, std::size_t)>
-Run encode_measured(const void* src, std::size_t count, char* dst, std::size_t room) {
-  return encode(src, static_cast<std::size_t>(length_within(src, static_cast<std::int32_t>(count))), dst, room);
+Run encode_measured(const void* src, std::size_t count, char* dst, std::size_t capacity) {
+  return encode(src, static_cast<std::size_t>(length_within(src, static_cast<std::int32_t>(count))), dst, capacity);
 }
 
 extern const TextKernels text_kernels_baseline;

@@ -16,8 +16,8 @@ namespace {
 // Wide characters that go on being counted behind a full destination.
 class WideSink {
  public:
-  WideSink(void* dst, std::int32_t room, std::size_t written = 0)
-      : dst_(dst), room_(std::max(room, 0)), needed_(static_cast<std::int64_t>(written)) {}
+  WideSink(void* dst, std::int32_t capacity, std::size_t written = 0)
+      : dst_(dst), capacity_(std::max(capacity, 0)), needed_(static_cast<std::int64_t>(written)) {}
 
   bool put(std::uint32_t code_point) {
     if (!is_full()) {
@@ -35,22 +35,22 @@ class WideSink {
     const bool counts = dst_ == nullptr || is_full();
     const Run run = counts ? text_kernels.count_decoded(src, count)
                            : text_kernels.decode(src, count, static_cast<std::byte*>(dst_) + needed_ * 4,
-                                                 static_cast<std::size_t>(room_ - needed_));
+                                                 static_cast<std::size_t>(capacity_ - needed_));
     if (is_full() && run.written > 0) status_ = ZVRT_RC_TRUNCATED;
     needed_ += static_cast<std::int64_t>(run.written);
     return static_cast<std::int64_t>(run.read);
   }
 
   Moved moved(Status ended) const {
-    const auto written = dst_ == nullptr ? 0 : static_cast<std::int32_t>(std::min<std::int64_t>(needed_, room_));
+    const auto written = dst_ == nullptr ? 0 : static_cast<std::int32_t>(std::min<std::int64_t>(needed_, capacity_));
     return {needed_, written, ended != ZVRT_RC_OK ? ended : status_};
   }
 
  private:
-  bool is_full() const { return dst_ != nullptr && needed_ >= room_; }
+  bool is_full() const { return dst_ != nullptr && needed_ >= capacity_; }
 
   void* dst_;
-  std::int64_t room_;
+  std::int64_t capacity_;
   std::int64_t needed_;
   Status status_ = ZVRT_RC_OK;
 };
@@ -58,8 +58,8 @@ class WideSink {
 // UTF-16 units that go on being counted once a character has not fitted.
 class Utf16Sink {
  public:
-  Utf16Sink(std::uint16_t* dst, std::int32_t room, std::size_t written = 0)
-      : dst_(dst), room_(std::max(room, 0)), needed_(static_cast<std::int64_t>(written)) {}
+  Utf16Sink(std::uint16_t* dst, std::int32_t capacity, std::size_t written = 0)
+      : dst_(dst), capacity_(std::max(capacity, 0)), needed_(static_cast<std::int64_t>(written)) {}
 
   bool put(std::uint32_t code_point) {
     if (code_point > last_code_point) {
@@ -67,11 +67,11 @@ class Utf16Sink {
       return false;
     }
     const std::int32_t length = utf16_length(code_point);
-    if (dst_ != nullptr && needed_ + length <= room_) {
+    if (dst_ != nullptr && needed_ + length <= capacity_) {
       encode_utf16(code_point, dst_bytes() + needed_ * 2);
     } else if (dst_ != nullptr) {
       status_ = ZVRT_RC_TRUNCATED;
-      room_ = 0;  // a later one-unit character would fit, but must not follow a gap
+      capacity_ = 0;  // a later one-unit character would fit, but must not follow a gap
     }
     needed_ += length;
     return true;
@@ -79,9 +79,9 @@ class Utf16Sink {
 
   // Takes the well-formed leading part of a text at once, as far as there is room; returns the bytes taken.
   std::int64_t take_run(const char* src, std::int64_t bytes) {
-    if (dst_ == nullptr || needed_ >= room_) return 0;
+    if (dst_ == nullptr || needed_ >= capacity_) return 0;
     const Run run = text_kernels.utf8_to_utf16(src, static_cast<std::size_t>(bytes), dst_bytes() + needed_ * 2,
-                                               static_cast<std::size_t>(room_ - needed_));
+                                               static_cast<std::size_t>(capacity_ - needed_));
     needed_ += static_cast<std::int64_t>(run.written);
     return static_cast<std::int64_t>(run.read);
   }
@@ -92,7 +92,7 @@ class Utf16Sink {
   std::byte* dst_bytes() const { return reinterpret_cast<std::byte*>(dst_); }
 
   std::uint16_t* dst_;
-  std::int64_t room_;
+  std::int64_t capacity_;
   std::int64_t needed_ = 0;
   Status status_ = ZVRT_RC_OK;
 };
@@ -101,9 +101,9 @@ class Utf16Sink {
 // fitted no later one does.
 class Utf8Sink {
  public:
-  Utf8Sink(char* dst, std::int32_t room, std::size_t written = 0)
+  Utf8Sink(char* dst, std::int32_t capacity, std::size_t written = 0)
       : dst_(dst),
-        room_(std::max(room, 0)),
+        capacity_(std::max(capacity, 0)),
         needed_(static_cast<std::int64_t>(written)),
         written_(static_cast<std::int32_t>(written)) {}
 
@@ -114,7 +114,7 @@ class Utf8Sink {
     }
     if (dst_ == nullptr) return;
     const std::int32_t length = utf8_length(code_point);
-    if (needed_ + length <= room_) {
+    if (needed_ + length <= capacity_) {
       encode_utf8(code_point, length, dst_ + needed_);
       written_ = static_cast<std::int32_t>(needed_ + length);
     } else {
@@ -125,9 +125,9 @@ class Utf8Sink {
 
   // The same of UTF-16, as far as there is room.
   std::int64_t take_utf16(const void* src, std::int64_t units) {
-    if (dst_ == nullptr || needed_ >= room_) return 0;
+    if (dst_ == nullptr || needed_ >= capacity_) return 0;
     const Run run = text_kernels.utf16_to_utf8(src, static_cast<std::size_t>(units), dst_ + needed_,
-                                               static_cast<std::size_t>(room_ - needed_));
+                                               static_cast<std::size_t>(capacity_ - needed_));
     needed_ += static_cast<std::int64_t>(run.written);
     written_ = static_cast<std::int32_t>(needed_);
     return static_cast<std::int64_t>(run.read);
@@ -136,8 +136,8 @@ class Utf8Sink {
   // Takes the ordinary leading part of a text at once; returns the units taken.
   std::int64_t take_run(const void* src, std::int64_t units) {
     const auto count = static_cast<std::size_t>(units);
-    if (dst_ != nullptr && needed_ < room_) {
-      const Run run = text_kernels.encode(src, count, dst_ + needed_, static_cast<std::size_t>(room_ - needed_));
+    if (dst_ != nullptr && needed_ < capacity_) {
+      const Run run = text_kernels.encode(src, count, dst_ + needed_, static_cast<std::size_t>(capacity_ - needed_));
       needed_ += static_cast<std::int64_t>(run.written);
       written_ = static_cast<std::int32_t>(needed_);
       return static_cast<std::int64_t>(run.read);
@@ -155,7 +155,7 @@ class Utf8Sink {
 
  private:
   char* dst_;
-  std::int64_t room_;
+  std::int64_t capacity_;
   std::int64_t needed_;
   std::int32_t written_;
   Status status_ = ZVRT_RC_OK;
@@ -207,23 +207,24 @@ bool is_whole(const Run& run, const Unit* src, std::int32_t units) {
 template <class Unit>
 struct StoppingSink {
   void* dst;
-  std::int64_t room;
+  std::int64_t capacity;
   std::int64_t count = 0;
 
-  bool has_room(std::int32_t units) const { return dst == nullptr || room - count >= units; }
+  bool has_capacity(std::int32_t units) const { return dst == nullptr || capacity - count >= units; }
   void* position() const { return static_cast<std::byte*>(dst) + static_cast<std::size_t>(count) * sizeof(Unit); }
   // Takes the well-formed part of a text after `used` units at once, as far as there is room; returns the units taken.
   template <class Kernel>
   std::int64_t take_run(Kernel kernel, const void* src, std::int64_t units, std::int64_t used) {
     constexpr std::int64_t source_unit = 6 - std::int64_t{sizeof(Unit)};  // 2 bytes to 4, or 4 to 2
-    if (dst == nullptr || count >= room || used >= units) return 0;
-    const Run run = kernel(static_cast<const std::byte*>(src) + used * source_unit,
-                           static_cast<std::size_t>(units - used), position(), static_cast<std::size_t>(room - count));
+    if (dst == nullptr || count >= capacity || used >= units) return 0;
+    const Run run =
+        kernel(static_cast<const std::byte*>(src) + used * source_unit, static_cast<std::size_t>(units - used),
+               position(), static_cast<std::size_t>(capacity - count));
     count += static_cast<std::int64_t>(run.written);
     return static_cast<std::int64_t>(run.read);
   }
   Status close() const {
-    if (dst != nullptr && count < room) store<Unit>(dst, static_cast<std::size_t>(count), Unit{0});
+    if (dst != nullptr && count < capacity) store<Unit>(dst, static_cast<std::size_t>(count), Unit{0});
     return ZVRT_RC_OK;
   }
 };
@@ -237,7 +238,7 @@ struct StoppingSink {
     const Utf16Sequence sequence = decode_utf16(at, units - used);
     if (!sequence.whole) return ZVRT_RC_INVALID_CHAR;
     if (sequence.code_point == 0) break;
-    if (!sink.has_room(1)) return ZVRT_RC_TRUNCATED;
+    if (!sink.has_capacity(1)) return ZVRT_RC_TRUNCATED;
     if (sink.dst != nullptr) store<Wide>(sink.position(), 0, sequence.code_point);
     ++sink.count;
     used += sequence.length;
@@ -254,7 +255,7 @@ struct StoppingSink {
     if (code_point == 0) break;
     if (is_surrogate(code_point) || code_point > last_code_point) return ZVRT_RC_INVALID_CHAR;
     const std::int32_t length = utf16_length(code_point);
-    if (!sink.has_room(length)) return ZVRT_RC_TRUNCATED;
+    if (!sink.has_capacity(length)) return ZVRT_RC_TRUNCATED;
     if (sink.dst != nullptr) encode_utf16(code_point, sink.position());
     sink.count += length;
   }
@@ -263,63 +264,67 @@ struct StoppingSink {
 
 }  // namespace
 
-Moved decode_rest(const char* src, std::int32_t bytes, void* dst, std::int32_t room, Run taken) {
+Moved decode_rest(const char* src, std::int32_t bytes, void* dst, std::int32_t capacity, Run taken) {
   const auto read = static_cast<std::int32_t>(taken.read);
-  WideSink sink(dst, room, taken.written);
+  WideSink sink(dst, capacity, taken.written);
   return decode_text(src + read, std::int64_t{bytes} - read, std::int64_t{bytes} - read, sink);
 }
 
-Moved encode_rest(const void* src, std::int32_t units, char* dst, std::int32_t room, Run taken) {
-  Utf8Sink sink(dst, room, taken.written);
+Moved encode_rest(const void* src, std::int32_t units, char* dst, std::int32_t capacity, Run taken) {
+  Utf8Sink sink(dst, capacity, taken.written);
   return encode_text(static_cast<const std::byte*>(src) + taken.read * 4, units - static_cast<std::int64_t>(taken.read),
                      sink);
 }
 
-Measured decode_rest(const char* src, void* dst, std::int32_t room, Run taken) {
+Measured decode_rest(const char* src, void* dst, std::int32_t capacity, Run taken) {
   const auto read = static_cast<std::int32_t>(taken.read);
   const std::int32_t length = read + std::min(length_of(src + read), INT32_MAX - read);
-  return {decode_rest(src, length, dst, room, taken), length};
+  return {decode_rest(src, length, dst, capacity, taken), length};
 }
 
-Measured encode_rest(const void* src, char* dst, std::int32_t room, Run taken) {
+Measured encode_rest(const void* src, char* dst, std::int32_t capacity, Run taken) {
   const auto read = static_cast<std::int32_t>(taken.read);
   const void* left = static_cast<const std::byte*>(src) + taken.read * 4;
   const std::int32_t length = read + std::min(length_of(left), INT32_MAX - read);
-  return {encode_rest(src, length, dst, room, taken), length};
+  return {encode_rest(src, length, dst, capacity, taken), length};
 }
 
 namespace {
 
 // What is left of a text whose count may reach beyond the memory of a terminated text.
-[[gnu::noinline]] Moved decode_within_rest(const char* src, std::int32_t bytes, void* dst, std::int32_t room,
+[[gnu::noinline]] Moved decode_within_rest(const char* src, std::int32_t bytes, void* dst, std::int32_t capacity,
                                            Run taken) {
   const auto read = static_cast<std::int32_t>(taken.read);
   const std::int32_t readable = length_within(src + read, bytes - read);
-  WideSink sink(dst, room, taken.written);
+  WideSink sink(dst, capacity, taken.written);
   return decode_text(src + read, std::int64_t{bytes} - read, readable, sink);
 }
 
-[[gnu::noinline]] Moved encode_within_rest(const void* src, std::int32_t units, char* dst, std::int32_t room,
+[[gnu::noinline]] Moved encode_within_rest(const void* src, std::int32_t units, char* dst, std::int32_t capacity,
                                            Run taken) {
   const void* left = static_cast<const std::byte*>(src) + taken.read * 4;
   const auto read = static_cast<std::int32_t>(taken.read);
-  return encode_rest(src, read + length_within(left, units - read), dst, room, taken);
+  return encode_rest(src, read + length_within(left, units - read), dst, capacity, taken);
 }
 
-Moved decode_within(const char* src, std::int32_t bytes, void* dst, std::int32_t room) {
-  if (dst == nullptr || bytes <= 0 || room <= 0) return decode_within_rest(src, std::max(bytes, 0), dst, room, {});
-  const Run run = text_kernels.decode_within(src, static_cast<std::size_t>(bytes), dst, static_cast<std::size_t>(room));
+Moved decode_within(const char* src, std::int32_t bytes, void* dst, std::int32_t capacity) {
+  if (dst == nullptr || bytes <= 0 || capacity <= 0)
+    return decode_within_rest(src, std::max(bytes, 0), dst, capacity, {});
+  const Run run =
+      text_kernels.decode_within(src, static_cast<std::size_t>(bytes), dst, static_cast<std::size_t>(capacity));
   if (run.read == static_cast<std::size_t>(bytes) || src[run.read] == 0) [[likely]]
     return whole(run).moved;
-  return decode_within_rest(src, bytes, dst, room, run);
+  return decode_within_rest(src, bytes, dst, capacity, run);
 }
 
-Moved encode_within(const void* src, std::int32_t units, char* dst, std::int32_t room) {
-  if (dst == nullptr || units <= 0 || room <= 0) return encode_within_rest(src, std::max(units, 0), dst, room, {});
-  const Run run = text_kernels.encode_within(src, static_cast<std::size_t>(units), dst, static_cast<std::size_t>(room));
+Moved encode_within(const void* src, std::int32_t units, char* dst, std::int32_t capacity) {
+  if (dst == nullptr || units <= 0 || capacity <= 0)
+    return encode_within_rest(src, std::max(units, 0), dst, capacity, {});
+  const Run run =
+      text_kernels.encode_within(src, static_cast<std::size_t>(units), dst, static_cast<std::size_t>(capacity));
   if (run.read == static_cast<std::size_t>(units) || load<Wide>(src, run.read) == 0) [[likely]]
     return whole(run).moved;
-  return encode_within_rest(src, units, dst, room, run);
+  return encode_within_rest(src, units, dst, capacity, run);
 }
 
 }  // namespace
@@ -400,7 +405,7 @@ int32_t ConvertFrom8(uint32_t* codePoint, const char** position, int32_t remaini
   return 0;
 }
 
-int32_t ConvertTo8(char** position, int32_t room, uint32_t codePoint, uint32_t* status, uint32_t* needed) {
+int32_t ConvertTo8(char** position, int32_t capacity, uint32_t codePoint, uint32_t* status, uint32_t* needed) {
   if (codePoint >= zvrt::utf8_limit) {
     *status = ZVRT_RC_INVALID_CHAR;
     return 0;
@@ -408,7 +413,7 @@ int32_t ConvertTo8(char** position, int32_t room, uint32_t codePoint, uint32_t* 
   if (*position == nullptr) return 1;
   const int32_t length = zvrt::utf8_length(codePoint);
   *needed += static_cast<uint32_t>(length);
-  if (room < length) {
+  if (capacity < length) {
     *status = ZVRT_RC_TRUNCATED;
     return 0;
   }

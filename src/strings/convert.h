@@ -34,17 +34,18 @@ constexpr Row strict_written{.reports = Reports::written, .strict = true};
 constexpr Row stops_at_zero{.zero_fills = true};
 
 template <class Unit>
-Moved copy(Text<Unit> text, Place<Unit> place) {
-  const std::int32_t written = std::min(text.count, place.room);
-  copy_units<Unit>(place.at, text.at, written);
+Moved copy(Text<Unit> text, Destination<Unit> destination) {
+  const std::int32_t written = std::min(text.count, destination.capacity);
+  copy_units<Unit>(destination.at, text.at, written);
   return {text.count, written, ZVRT_RC_OK};
 }
 
 // Terminated text, measured on the way; a text longer than can be counted counts as the longest.
 template <class Unit>
-Measured copy_terminated(const std::byte* text, Place<Unit> place) {
+Measured copy_terminated(const std::byte* text, Destination<Unit> destination) {
   const auto kernel = sizeof(Unit) == 1 ? text_kernels.copy : text_kernels.copy_wide;
-  const auto written = static_cast<std::int32_t>(kernel(text, place.at, static_cast<std::size_t>(place.room)).written);
+  const auto written =
+      static_cast<std::int32_t>(kernel(text, destination.at, static_cast<std::size_t>(destination.capacity)).written);
   std::int32_t length = written;
   if (load<Unit>(text, static_cast<std::size_t>(written)) != 0) [[unlikely]] {
     using Start = std::conditional_t<sizeof(Unit) == 1, const char*, const void*>;
@@ -55,11 +56,11 @@ Measured copy_terminated(const std::byte* text, Place<Unit> place) {
 }
 
 // Zero characters within a counted text end it; what is left of its length is filled with them.
-inline Moved copy_to_zero(Text<Wide> text, Place<Wide> place) {
-  const std::int32_t written = std::min(text.count, place.room);
+inline Moved copy_to_zero(Text<Wide> text, Destination<Wide> destination) {
+  const std::int32_t written = std::min(text.count, destination.capacity);
   const std::int32_t kept = length_within(static_cast<const void*>(text.at), written);
-  copy_units<Wide>(place.at, text.at, kept);
-  std::fill_n(place.at + static_cast<std::ptrdiff_t>(kept) * 4, static_cast<std::ptrdiff_t>(written - kept) * 4,
+  copy_units<Wide>(destination.at, text.at, kept);
+  std::fill_n(destination.at + static_cast<std::ptrdiff_t>(kept) * 4, static_cast<std::ptrdiff_t>(written - kept) * 4,
               std::byte{0});
   return {text.count, written, ZVRT_RC_OK};
 }
@@ -75,27 +76,27 @@ bool is_empty(const Call& call) {
 
 // Same unit: a copy. Narrow to wide and back: the encoding step, which finds the end of a terminated text itself.
 template <class From, class Into, Row row>
-Measured move(const Call& call, Place<typename Into::Unit> place) {
+Measured move(const Call& call, Destination<typename Into::Unit> destination) {
   constexpr bool decodes = sizeof(typename From::Unit) < sizeof(typename Into::Unit);
   constexpr bool encodes = sizeof(typename From::Unit) > sizeof(typename Into::Unit);
   constexpr Written written = Into::header > 0 ? Written::exact : Written::unimportant;
   const auto* src = static_cast<const std::byte*>(call.src);
   if constexpr (decodes && From::is_terminated) {
-    return decode_terminated(call.fldDef, src, place);
+    return decode_terminated(call.fldDef, src, destination);
   } else if constexpr (encodes && From::is_terminated) {
-    return encode_terminated(call.fldDef, src, place, written);
+    return encode_terminated(call.fldDef, src, destination, written);
   } else if constexpr (From::is_terminated) {
-    return copy_terminated(src, place);
+    return copy_terminated(src, destination);
   } else {
     const auto text = From::measure(call);
     if constexpr (row.zero_fills) {
-      return {copy_to_zero(text, place), text.count};
+      return {copy_to_zero(text, destination), text.count};
     } else if constexpr (decodes) {
-      return {decode(call.fldDef, text, place), text.count};
+      return {decode(call.fldDef, text, destination), text.count};
     } else if constexpr (encodes) {
-      return {encode(call.fldDef, text, place, written), text.count};
+      return {encode(call.fldDef, text, destination, written), text.count};
     } else {
-      return {copy(text, place), text.count};
+      return {copy(text, destination), text.count};
     }
   }
 }
@@ -103,15 +104,15 @@ Measured move(const Call& call, Place<typename Into::Unit> place) {
 // Ends the destination: a prefix always tells the bytes that are there, a terminator stands only behind text that
 // arrived whole.
 template <class Into, Row row>
-Status close(const Call& call, Place<typename Into::Unit> place, const Moved& moved) {
+Status close(const Call& call, Destination<typename Into::Unit> destination, const Moved& moved) {
   if constexpr (Into::header > 0) {
     store(call.dst, 0,
           static_cast<std::uint16_t>(moved.written * static_cast<std::int32_t>(sizeof(typename Into::Unit))));
   }
   if (moved.status != ZVRT_RC_OK) return moved.status;
-  const Ending ending = finish(row.strict ? Finish::narrow_strict : Into::finish, moved.needed, place.room);
+  const Ending ending = finish(row.strict ? Finish::narrow_strict : Into::finish, moved.needed, destination.capacity);
   if (ending.terminator != no_terminator) {
-    store(place.at, static_cast<std::size_t>(ending.terminator), typename Into::Unit{0});
+    store(destination.at, static_cast<std::size_t>(ending.terminator), typename Into::Unit{0});
   }
   return ending.status;
 }
@@ -123,9 +124,9 @@ Status convert(const Call& call) {
     return ZVRT_RC_INVALID_PARAM;
   }
   if (Into::header > 0 && call.dstSize < Into::header) return ZVRT_RC_TRUNCATED;
-  const auto place = Into::place(call);
-  const auto [moved, length] = move<From, Into, row>(call, place);
-  const Status status = close<Into, row>(call, place, moved);
+  const auto destination = Into::destination(call);
+  const auto [moved, length] = move<From, Into, row>(call, destination);
+  const Status status = close<Into, row>(call, destination, moved);
   *call.outLen = Into::reported(row.reports == Reports::written ? moved.written : moved.needed);
   if constexpr (From::carries_length) store_if_zero(call.srcLen, bytes_of<From>(length));
   return status;
@@ -135,15 +136,15 @@ Status convert(const Call& call) {
 // bytes copied. Into a terminated kind there has to be room for the terminator, into a field only for the text.
 template <class Into>
 Status copy_until_full(const Call& call) {
-  const auto place = Into::place(call);
+  const auto destination = Into::destination(call);
   const auto* text = static_cast<const char*>(call.src);
-  const Run run = text_kernels.copy(text, place.at, static_cast<std::size_t>(place.room));
+  const Run run = text_kernels.copy(text, destination.at, static_cast<std::size_t>(destination.capacity));
   const auto copied = static_cast<std::int32_t>(run.written);
   *call.outLen = Into::reported(copied);
   store_if_zero(call.srcLen, copied);
   if (Into::finish == Finish::fixed) return text[copied] == 0 ? ZVRT_RC_OK : ZVRT_RC_TRUNCATED;
-  const Ending ending = finish(Finish::narrow_strict, copied, place.room);
-  if (ending.terminator != no_terminator) place.at[ending.terminator] = std::byte{0};
+  const Ending ending = finish(Finish::narrow_strict, copied, destination.capacity);
+  if (ending.terminator != no_terminator) destination.at[ending.terminator] = std::byte{0};
   return ending.status;
 }
 

@@ -46,12 +46,12 @@ Status trim_transcoded(char* text, std::int32_t* len, std::uint8_t leading, std:
                        const FldDef& field) {
   constexpr std::size_t usual_length = 1024;
   const std::int32_t measured = *len > 0 ? *len : length_of(text);
-  const std::int64_t room = std::int64_t{measured} + 1;
-  Scratch<Wide, usual_length> wide(static_cast<std::uint64_t>(room));
+  const std::int64_t capacity = std::int64_t{measured} + 1;
+  Scratch<Wide, usual_length> wide(static_cast<std::uint64_t>(capacity));
   if (wide.get() == nullptr) return ZVRT_RC_NO_MEMORY;
-  const auto capacity = static_cast<std::int32_t>(std::min<std::int64_t>(room * 4, INT32_MAX));
+  const auto wide_bytes = static_cast<std::int32_t>(std::min<std::int64_t>(capacity * 4, INT32_MAX));
   std::uint32_t length = 0;
-  if (const Status status = ZVRTCnvVarcharSzToWVarcharSz(text, len, wide.get(), capacity, &length, &field);
+  if (const Status status = ZVRTCnvVarcharSzToWVarcharSz(text, len, wide.get(), wide_bytes, &length, &field);
       status != ZVRT_RC_OK) {
     return status;
   }
@@ -61,8 +61,8 @@ Status trim_transcoded(char* text, std::int32_t* len, std::uint8_t leading, std:
     return ZVRT_RC_OK;
   }
   std::uint32_t bytes = 0;
-  const auto narrow_room = static_cast<std::int32_t>(std::min<std::int64_t>(room, INT32_MAX));
-  const Status status = ZVRTCnvWVarcharSzToVarcharSz(wide.get(), nullptr, text, narrow_room, &bytes, &field);
+  const auto narrow_capacity = static_cast<std::int32_t>(std::min<std::int64_t>(capacity, INT32_MAX));
+  const Status status = ZVRTCnvWVarcharSzToVarcharSz(wide.get(), nullptr, text, narrow_capacity, &bytes, &field);
   if (status == ZVRT_RC_OK) *len = static_cast<std::int32_t>(bytes);
   return status;
 }

@@ -33,7 +33,7 @@ inline void copy_units(void* dst, const void* src, std::int32_t count) {
 
 // Whole units in a buffer of this many bytes; a negative size is no room.
 template <class Unit>
-[[gnu::always_inline]] constexpr std::int32_t room_in(std::int32_t bytes) {
+[[gnu::always_inline]] constexpr std::int32_t units_in(std::int32_t bytes) {
   return bytes > 0 ? bytes / static_cast<std::int32_t>(sizeof(Unit)) : 0;
 }
 

@@ -26,18 +26,18 @@ constexpr ExactlyFull rules[] = {
 TEST(Finish, EveryRuleOverAllSmallLengthsAndRooms) {
   for (const ExactlyFull& row : rules) {
     for (std::int32_t length = 0; length <= 8; ++length) {
-      for (std::int32_t room = 0; room <= 8; ++room) {
-        SCOPED_TRACE(testing::Message() << row.name << " length " << length << " room " << room);
-        const Ending ending = finish(row.rule, length, room);
-        if (length < room) {
+      for (std::int32_t capacity = 0; capacity <= 8; ++capacity) {
+        SCOPED_TRACE(testing::Message() << row.name << " length " << length << " room " << capacity);
+        const Ending ending = finish(row.rule, length, capacity);
+        if (length < capacity) {
           EXPECT_EQ(ending.status, 0U);
           EXPECT_EQ(ending.terminator, row.terminates ? length : -1);
-        } else if (length > room) {
+        } else if (length > capacity) {
           EXPECT_EQ(ending.status, 1609U);
           EXPECT_EQ(ending.terminator, -1);
         } else {
           EXPECT_EQ(ending.status, row.status);
-          EXPECT_EQ(ending.terminator, row.last_gives_way && room > 0 ? room - 1 : -1);
+          EXPECT_EQ(ending.terminator, row.last_gives_way && capacity > 0 ? capacity - 1 : -1);
         }
       }
     }
@@ -48,14 +48,14 @@ TEST(Kinds, RoomAndReportedLengths) {
   char bytes[64] = {};
   Call call{};
   call.dst = bytes;
-  const auto rooms = [&call](std::int32_t size) {
+  const auto capacities = [&call](std::int32_t size) {
     call.dstSize = size;
-    return std::vector<std::int32_t>{Char::place(call).room, WChar::place(call).room, VarcharSz::place(call).room,
-                                     WVarcharSz::place(call).room};
+    return std::vector<std::int32_t>{Char::destination(call).capacity, WChar::destination(call).capacity,
+                                     VarcharSz::destination(call).capacity, WVarcharSz::destination(call).capacity};
   };
-  EXPECT_EQ(rooms(7), (std::vector<std::int32_t>{7, 1, 7, 1}));
-  EXPECT_EQ(rooms(-1), (std::vector<std::int32_t>{0, 0, 0, 0}));
-  EXPECT_EQ(rooms(INT32_MIN), (std::vector<std::int32_t>{0, 0, 0, 0}));
+  EXPECT_EQ(capacities(7), (std::vector<std::int32_t>{7, 1, 7, 1}));
+  EXPECT_EQ(capacities(-1), (std::vector<std::int32_t>{0, 0, 0, 0}));
+  EXPECT_EQ(capacities(INT32_MIN), (std::vector<std::int32_t>{0, 0, 0, 0}));
 
   // Behind a prefix there is never more than a signed one can tell.
   struct {
@@ -63,8 +63,8 @@ TEST(Kinds, RoomAndReportedLengths) {
   } const behind_prefix[] = {{2, 0, 0}, {9, 7, 1}, {32769, 32767, 8191}, {INT32_MAX, 32767, 8191}};
   for (const auto& row : behind_prefix) {
     call.dstSize = row.size;
-    EXPECT_EQ(Varchar::place(call).room, row.narrow) << row.size;
-    EXPECT_EQ(WVarchar::place(call).room, row.wide) << row.size;
+    EXPECT_EQ(Varchar::destination(call).capacity, row.narrow) << row.size;
+    EXPECT_EQ(WVarchar::destination(call).capacity, row.wide) << row.size;
   }
   EXPECT_EQ(bytes_of<WChar>(std::int64_t{1} << 31), 0xFFFFFFFFU) << "a length beyond 32 bits is told as the most";
 }

@@ -8,7 +8,7 @@ namespace zvrt_test {
 namespace {
 
 // The parts that fit, each with the separator that replaces the terminator of the print before it.
-std::string what_fits(const ZVRTTS& ts, std::size_t room, bool& whole) {
+std::string what_fits(const ZVRTTS& ts, std::size_t capacity, bool& whole) {
   const struct {
     const char* separator;
     int digits, value;
@@ -24,7 +24,7 @@ std::string what_fits(const ZVRTTS& ts, std::size_t room, bool& whole) {
     char print[32];
     std::snprintf(print, sizeof print, "%.*d", part.digits, part.value);
     text += part.separator;
-    whole = text.size() + std::strlen(print) < room;
+    whole = text.size() + std::strlen(print) < capacity;
     if (!whole) return text;
     text += print;
   }
@@ -39,17 +39,17 @@ std::string widened(const std::string& text) {
 
 template <class Unit, class Write>
 void compare(const ZVRTTS& ts, Write write) {
-  for (std::size_t room = 0; room <= 60; ++room) {
-    GuardedBuffer buffer(room * sizeof(Unit));
+  for (std::size_t capacity = 0; capacity <= 60; ++capacity) {
+    GuardedBuffer buffer(capacity * sizeof(Unit));
     std::uint32_t length = 4711;
-    const std::uint32_t status = write(&ts, buffer.as<Unit>(), static_cast<std::int32_t>(room), &length);
+    const std::uint32_t status = write(&ts, buffer.as<Unit>(), static_cast<std::int32_t>(capacity), &length);
     bool whole = false;
-    const std::string expected = what_fits(ts, room, whole);
+    const std::string expected = what_fits(ts, capacity, whole);
     ASSERT_EQ(whole ? ZVRT_RC_OK : ZVRT_RC_ERROR, status);
     ASSERT_EQ(whole ? expected.size() - 1 : 4711, length);
     const std::string bytes = widened<Unit>(expected);
-    ASSERT_EQ(bytes, buffer.bytes().substr(0, bytes.size())) << room << ' ' << testing::PrintToString(ts);
-    ASSERT_TRUE(buffer.untouched_from(bytes.size())) << room;
+    ASSERT_EQ(bytes, buffer.bytes().substr(0, bytes.size())) << capacity << ' ' << testing::PrintToString(ts);
+    ASSERT_TRUE(buffer.untouched_from(bytes.size())) << capacity;
   }
 }
 

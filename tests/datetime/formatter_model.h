@@ -55,7 +55,7 @@ inline Printed print(std::uint32_t code, const ZVRTTS& ts) {
 
 class FormatterModel {
  public:
-  FormatterModel(const ZVRTTS& ts, DtKind kind, std::size_t room) : ts_(ts), room_(room) {
+  FormatterModel(const ZVRTTS& ts, DtKind kind, std::size_t capacity) : ts_(ts), room_(capacity) {
     awaited_ = expected_ = kind == ZVRT_DT_DATE ? 0x70 : kind == ZVRT_DT_TIME ? 0x8E : 0xFF;
   }
 
@@ -114,15 +114,15 @@ class FormatterModel {
   std::map<std::size_t, wchar_t> placed_;
 };
 
-inline void compare(const std::vector<FmtCode>& codes, const ZVRTTS& ts, DtKind kind, std::size_t room) {
-  GuardedBuffer buffer(room * sizeof(wchar_t));
+inline void compare(const std::vector<FmtCode>& codes, const ZVRTTS& ts, DtKind kind, std::size_t capacity) {
+  GuardedBuffer buffer(capacity * sizeof(wchar_t));
   std::uint32_t length = 4711;
   const std::uint32_t status =
-      ZVRTTSToWVarcharSz(buffer.as<wchar_t>(), static_cast<std::int32_t>(room), codes.data(), &ts, kind, &length);
-  const Outcome expected = FormatterModel(ts, kind, room).run(codes.data());
+      ZVRTTSToWVarcharSz(buffer.as<wchar_t>(), static_cast<std::int32_t>(capacity), codes.data(), &ts, kind, &length);
+  const Outcome expected = FormatterModel(ts, kind, capacity).run(codes.data());
   ASSERT_EQ(expected.status, status);
   ASSERT_EQ(status == ZVRT_RC_OK ? expected.length : 4711U, length);
-  GuardedBuffer wanted(room * sizeof(wchar_t));
+  GuardedBuffer wanted(capacity * sizeof(wchar_t));
   for (const auto& [position, character] : expected.placed) wanted.as<wchar_t>()[position] = character;
   ASSERT_EQ(wanted.bytes(), buffer.bytes());
   ASSERT_TRUE(buffer.untouched_from(buffer.size()));

@@ -21,9 +21,9 @@ TEST(Formatter, DoesAsItsPlainModelAtEveryCapacity) {
     for (DtKind kind = ZVRT_DT_DATE; kind <= ZVRT_DT_TIMESTAMP; ++kind) {
       const Outcome whole = FormatterModel(ts, kind, 1000).run(model.codes.data());
       const std::size_t needed = whole.placed.empty() ? 0 : whole.placed.rbegin()->first + 1;
-      for (std::size_t room = 0; room <= needed + 3; ++room) {
-        ASSERT_NO_FATAL_FAILURE(compare(model.codes, ts, kind, room))
-            << std::string(model.text.begin(), model.text.end()) << " kind " << kind << " room " << room << " "
+      for (std::size_t capacity = 0; capacity <= needed + 3; ++capacity) {
+        ASSERT_NO_FATAL_FAILURE(compare(model.codes, ts, kind, capacity))
+            << std::string(model.text.begin(), model.text.end()) << " kind " << kind << " room " << capacity << " "
             << testing::PrintToString(ts);
       }
     }

@@ -159,7 +159,7 @@ class ParserModel {
 class Comparison {
  public:
   void run(const std::wstring& text, std::int32_t chars, const std::vector<FmtCode>& codes, std::int32_t length) {
-    wchar_t* const at = page_.as<wchar_t>() + room - (text.size() + 1);
+    wchar_t* const at = page_.as<wchar_t>() + capacity - (text.size() + 1);
     std::memcpy(at, text.c_str(), (text.size() + 1) * sizeof(wchar_t));
     ZVRTTS ts;
     std::memset(&ts, 0xA5, sizeof ts);
@@ -174,8 +174,8 @@ class Comparison {
   }
 
  private:
-  static constexpr std::size_t room = 1024;
-  GuardedBuffer page_{room * sizeof(wchar_t)};  // texts end where it ends
+  static constexpr std::size_t capacity = 1024;
+  GuardedBuffer page_{capacity * sizeof(wchar_t)};  // texts end where it ends
 };
 
 }  // namespace zvrt_test

@@ -120,8 +120,8 @@ void check(const Direction& direction, const std::string& text, bool all_ordinar
   for (const Version& version : versions()) {
     ASSERT_NO_FATAL_FAILURE(prepared.check_count(version, all_ordinary));
     const std::size_t skip = prepared.needed() > 20 ? 1 + below(prepared.needed() / 4) : 1;
-    for (std::size_t room = below(skip); room <= prepared.needed() + 1; room += skip) {
-      ASSERT_NO_FATAL_FAILURE(prepared.check_room(version, room, below(4), all_ordinary));
+    for (std::size_t capacity = below(skip); capacity <= prepared.needed() + 1; capacity += skip) {
+      ASSERT_NO_FATAL_FAILURE(prepared.check_room(version, capacity, below(4), all_ordinary));
     }
     ASSERT_NO_FATAL_FAILURE(prepared.check_room(version, prepared.needed() + ample, below(4), all_ordinary));
   }
@@ -198,9 +198,9 @@ TEST(TextRuns, CopiesEndAtTheTerminatorOrTheRoom) {
     const std::string narrow = narrow_text(count, below(scripts), 20);
     const std::string wide = wide_text(count, below(scripts), 20);
     for (const Version& version : versions()) {
-      for (std::size_t room = 0; room <= count + 1; ++room) {
-        ASSERT_NO_FATAL_FAILURE(check_copy(version, 1, narrow, below(60), room, below(4)));
-        ASSERT_NO_FATAL_FAILURE(check_copy(version, 4, wide, below(60), room, below(4)));
+      for (std::size_t capacity = 0; capacity <= count + 1; ++capacity) {
+        ASSERT_NO_FATAL_FAILURE(check_copy(version, 1, narrow, below(60), capacity, below(4)));
+        ASSERT_NO_FATAL_FAILURE(check_copy(version, 4, wide, below(60), capacity, below(4)));
       }
     }
   }

@@ -192,12 +192,12 @@ struct Direction {
 };
 
 template <auto kernel>
-Run call_counted(const TextKernels& kernels, const char* src, std::size_t count, char* dst, std::size_t room) {
-  return (kernels.*kernel)(src, count, dst, room);
+Run call_counted(const TextKernels& kernels, const char* src, std::size_t count, char* dst, std::size_t capacity) {
+  return (kernels.*kernel)(src, count, dst, capacity);
 }
 template <auto kernel>
-Run call_terminated(const TextKernels& kernels, const char* src, char* dst, std::size_t room) {
-  return (kernels.*kernel)(src, dst, room);
+Run call_terminated(const TextKernels& kernels, const char* src, char* dst, std::size_t capacity) {
+  return (kernels.*kernel)(src, dst, capacity);
 }
 template <auto kernel>
 Run call_count(const TextKernels& kernels, const char* src, std::size_t count) {
@@ -250,26 +250,27 @@ class KernelText {
   }
 
   // Into this room; `spare` bytes behind it let wide text stand at any alignment.
-  void check_room(const Version& version, std::size_t room, std::size_t spare, bool whole) const {
-    const std::size_t bytes = room * direction_.written_unit + spare;
+  void check_room(const Version& version, std::size_t capacity, std::size_t spare, bool whole) const {
+    const std::size_t bytes = capacity * direction_.written_unit + spare;
     char* dst = memory().target.marked(bytes);
     const auto check = [&](const char* how, const Ordinary& text, Run run, bool takes_all) {
-      ASSERT_TRUE(run.written <= room && is_run(text, run, dst)) << version.name << ", " << how << ", room " << room;
-      if (takes_all && room >= needed()) {
-        ASSERT_EQ(run.read, count_) << version.name << ", " << how << ", room " << room;
+      ASSERT_TRUE(run.written <= capacity && is_run(text, run, dst))
+          << version.name << ", " << how << ", room " << capacity;
+      if (takes_all && capacity >= needed()) {
+        ASSERT_EQ(run.read, count_) << version.name << ", " << how << ", room " << capacity;
       }
       memory().target.marked(bytes);
     };
     ASSERT_NO_FATAL_FAILURE(
-        check("within", expected_, direction_.within(version.kernels, counted_, count_, dst, room), whole));
+        check("within", expected_, direction_.within(version.kernels, counted_, count_, dst, capacity), whole));
     // A count that reaches beyond the terminator, and beyond the memory.
     ASSERT_NO_FATAL_FAILURE(
-        check("beyond", open_, direction_.within(version.kernels, terminated_, count_ + 1000, dst, room), false));
+        check("beyond", open_, direction_.within(version.kernels, terminated_, count_ + 1000, dst, capacity), false));
     if (direction_.counted == nullptr) return;
     ASSERT_NO_FATAL_FAILURE(
-        check("counted", expected_, direction_.counted(version.kernels, counted_, count_, dst, room), whole));
+        check("counted", expected_, direction_.counted(version.kernels, counted_, count_, dst, capacity), whole));
     ASSERT_NO_FATAL_FAILURE(
-        check("terminated", open_, direction_.terminated(version.kernels, terminated_, dst, room), false));
+        check("terminated", open_, direction_.terminated(version.kernels, terminated_, dst, capacity), false));
   }
 
  private:
@@ -304,19 +305,19 @@ class KernelText {
 
 // A copy reads no further than it has room, even where no terminator follows.
 inline void check_copy(const Version& version, std::size_t unit, const std::string& text, std::size_t where,
-                       std::size_t room, std::size_t spare) {
+                       std::size_t capacity, std::size_t spare) {
   static Arena source, target;
   const std::string open = up_to_zero(text, unit);
   const std::string closed = open + std::string(unit, '\0');
-  const char* src = source.put(closed.substr(0, std::min(closed.size(), room * unit)), where);
-  char* dst = target.marked(room * unit + spare);
+  const char* src = source.put(closed.substr(0, std::min(closed.size(), capacity * unit)), where);
+  char* dst = target.marked(capacity * unit + spare);
   const auto copy = unit == 1 ? version.kernels.copy : version.kernels.copy_wide;
-  const Run run = copy(src, dst, room);
-  const std::size_t expected = std::min(open.size(), room * unit);
-  ASSERT_EQ(run.read, expected / unit) << version.name << ", unit " << unit << ", room " << room;
+  const Run run = copy(src, dst, capacity);
+  const std::size_t expected = std::min(open.size(), capacity * unit);
+  ASSERT_EQ(run.read, expected / unit) << version.name << ", unit " << unit << ", room " << capacity;
   ASSERT_EQ(run.written, run.read) << version.name;
-  ASSERT_EQ(std::memcmp(dst, open.data(), expected), 0) << version.name << ", unit " << unit << ", room " << room;
-  ASSERT_TRUE(target.untouched_around(dst, expected)) << version.name << ", unit " << unit << ", room " << room;
+  ASSERT_EQ(std::memcmp(dst, open.data(), expected), 0) << version.name << ", unit " << unit << ", room " << capacity;
+  ASSERT_TRUE(target.untouched_around(dst, expected)) << version.name << ", unit " << unit << ", room " << capacity;
 }
 
 }  // namespace zvrt_test

@@ -205,7 +205,7 @@ TEST(Transforms, OneSequenceAtATime) {
   struct {
     const char* name;
     std::uint32_t code_point;
-    int room;
+    int capacity;
     std::uint32_t needed, status;
     std::string written;
     int result;
@@ -219,7 +219,7 @@ TEST(Transforms, OneSequenceAtATime) {
     char bytes[8] = {};
     char* position = bytes;
     std::uint32_t needed = 100, status = 0;
-    EXPECT_EQ(ConvertTo8(&position, row.room, row.code_point, &status, &needed), row.result);
+    EXPECT_EQ(ConvertTo8(&position, row.capacity, row.code_point, &status, &needed), row.result);
     EXPECT_EQ(std::string(bytes, position), row.written);
     EXPECT_EQ(needed, row.needed);
     EXPECT_EQ(status, row.status);

@@ -64,10 +64,10 @@ inline Outcome run(ZVRTConversion conversion, const void* src, std::int32_t srcL
   return outcome;
 }
 
-// What is in a wide destination of `room` characters when the text is rendered into it.
-inline std::string wide_bounded(const std::string& text, std::size_t room) {
+// What is in a wide destination of `capacity` characters when the text is rendered into it.
+inline std::string wide_bounded(const std::string& text, std::size_t capacity) {
   std::string bytes;
-  for (std::size_t i = 0; i < std::min(text.size() + 1, room); ++i) {
+  for (std::size_t i = 0; i < std::min(text.size() + 1, capacity); ++i) {
     const char unit = i < text.size() ? text[i] : '\0';
     bytes += std::string{unit, '\0', '\0', '\0'};
   }

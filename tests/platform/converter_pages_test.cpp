@@ -91,10 +91,10 @@ class Iconv {
     char* from = reinterpret_cast<char*>(&byte);
     char* to = reinterpret_cast<char*>(&character);
     std::size_t source = 1;
-    std::size_t room = sizeof character;
-    const bool refused = iconv(descriptor_, &from, &source, &to, &room) == static_cast<std::size_t>(-1);
+    std::size_t capacity = sizeof character;
+    const bool refused = iconv(descriptor_, &from, &source, &to, &capacity) == static_cast<std::size_t>(-1);
     char* const end = reinterpret_cast<char*>(&character + 1);
-    if (to != end && !refused) iconv(descriptor_, nullptr, nullptr, &to, &room);  // it holds back what may combine
+    if (to != end && !refused) iconv(descriptor_, nullptr, nullptr, &to, &capacity);  // it holds back what may combine
     return refused ? none : character;
   }
 

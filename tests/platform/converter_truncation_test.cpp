@@ -44,41 +44,42 @@ const Row rows[] = {
 class ConverterTruncation : public zvrt_test::ConverterService {};
 
 // The longest run of whole characters of the first `limit` whose text fits.
-std::string longest_fitting(const IcuReference& icu, const std::u32string& text, std::size_t limit, std::size_t room) {
+std::string longest_fitting(const IcuReference& icu, const std::u32string& text, std::size_t limit,
+                            std::size_t capacity) {
   for (std::size_t characters = limit; characters > 0; --characters) {
     const auto bytes = icu.encode(text.substr(0, characters));
-    if (bytes && bytes->size() <= room) return *bytes;
+    if (bytes && bytes->size() <= capacity) return *bytes;
   }
   return "";
 }
 
-// Writes into `room` bytes and compares status, count, bytes and what lies behind them. The source stands unaligned.
-void expect_written(void* converter, const std::u32string& text, std::size_t room, std::uint32_t status,
+// Writes into `capacity` bytes and compares status, count, bytes and what lies behind them. The source stands unaligned.
+void expect_written(void* converter, const std::u32string& text, std::size_t capacity, std::uint32_t status,
                     std::size_t count, const std::string& bytes) {
   GuardedBuffer source(text.data(), text.size() * 4);
   std::string shifted(1, ' ');
   shifted += source.bytes();
-  GuardedBuffer target(room);
+  GuardedBuffer target(capacity);
   std::uint32_t reported = 12345;
   EXPECT_EQ(ZVRT_IcuWideToMultibyte(converter, source.as(), static_cast<std::int32_t>(text.size()), target.as(),
-                                    static_cast<std::int32_t>(room), &reported),
+                                    static_cast<std::int32_t>(capacity), &reported),
             status);
   EXPECT_EQ(reported, count);
   EXPECT_EQ(target.bytes().substr(0, bytes.size()), bytes);
   EXPECT_TRUE(target.untouched_from(bytes.size()));
-  GuardedBuffer again(room);
+  GuardedBuffer again(capacity);
   ZVRT_IcuWideToMultibyte(converter, shifted.data() + 1, static_cast<std::int32_t>(text.size()), again.as(),
-                          static_cast<std::int32_t>(room), &reported);
+                          static_cast<std::int32_t>(capacity), &reported);
   EXPECT_EQ(again.bytes(), target.bytes()) << "unaligned";
 }
 
-void expect_read(void* converter, const std::string& bytes, std::size_t room, std::uint32_t status, std::size_t count,
-                 const std::u32string& text) {
+void expect_read(void* converter, const std::string& bytes, std::size_t capacity, std::uint32_t status,
+                 std::size_t count, const std::u32string& text) {
   GuardedBuffer source(bytes.data(), bytes.size());
-  GuardedBuffer target(room * 4 + room % 4);  // begins at every alignment
+  GuardedBuffer target(capacity * 4 + capacity % 4);  // begins at every alignment
   std::uint32_t reported = 12345;
   EXPECT_EQ(ZVRT_IcuMultibyteToWide(converter, source.as(), static_cast<std::int32_t>(bytes.size()), target.as(),
-                                    static_cast<std::int32_t>(room), &reported),
+                                    static_cast<std::int32_t>(capacity), &reported),
             status);
   EXPECT_EQ(reported, count);
   const std::string expected = zvrt_test::wide_bytes(text, false);
@@ -96,12 +97,12 @@ TEST_F(ConverterTruncation, WritesTheLongestRunOfWholeCharactersThatFits) {
     const std::size_t broken_at = row.text.size() / 2;
     std::u32string broken = row.text;
     broken.insert(broken_at, 1, row.missing);
-    for (std::size_t room = 0; room <= needed + 8; ++room) {
-      SCOPED_TRACE(room);
-      expect_written(converter, row.text, room, needed > room ? ZVRT_ICU_RC_TRUNCATED : 0, needed,
-                     longest_fitting(icu, row.text, row.text.size(), room));
-      const std::string lead = longest_fitting(icu, row.text, broken_at, room);
-      expect_written(converter, broken, room, ZVRT_ICU_RC_INVALID_CHAR, lead.size(), lead);
+    for (std::size_t capacity = 0; capacity <= needed + 8; ++capacity) {
+      SCOPED_TRACE(capacity);
+      expect_written(converter, row.text, capacity, needed > capacity ? ZVRT_ICU_RC_TRUNCATED : 0, needed,
+                     longest_fitting(icu, row.text, row.text.size(), capacity));
+      const std::string lead = longest_fitting(icu, row.text, broken_at, capacity);
+      expect_written(converter, broken, capacity, ZVRT_ICU_RC_INVALID_CHAR, lead.size(), lead);
       if (HasFailure()) return;
     }
   }
@@ -114,10 +115,10 @@ TEST_F(ConverterTruncation, ReadsAsManyCharactersAsFit) {
     void* const converter = find_converter(row.number);
     ASSERT_NE(converter, nullptr);
     const std::string bytes = icu.encode(row.text).value();
-    for (std::size_t room = 0; room <= row.text.size() + 8; ++room) {
-      SCOPED_TRACE(room);
-      expect_read(converter, bytes, room, row.text.size() > room ? ZVRT_ICU_RC_TRUNCATED : 0, row.text.size(),
-                  row.text.substr(0, room));
+    for (std::size_t capacity = 0; capacity <= row.text.size() + 8; ++capacity) {
+      SCOPED_TRACE(capacity);
+      expect_read(converter, bytes, capacity, row.text.size() > capacity ? ZVRT_ICU_RC_TRUNCATED : 0, row.text.size(),
+                  row.text.substr(0, capacity));
       if (HasFailure()) return;
     }
   }
@@ -157,9 +158,9 @@ TEST_F(ConverterTruncation, AnOffendingPlaceLeavesWhatStandsBeforeIt) {
     SCOPED_TRACE(std::to_string(row.number) + ": " + row.what);
     void* const converter = find_converter(row.number);
     ASSERT_NE(converter, nullptr);
-    for (std::size_t room = 0; room <= row.before.size() + 20; ++room) {
-      const std::u32string before = row.before.substr(0, room);
-      expect_read(converter, row.bytes, room, ZVRT_ICU_RC_INVALID_CHAR, before.size(), before);
+    for (std::size_t capacity = 0; capacity <= row.before.size() + 20; ++capacity) {
+      const std::u32string before = row.before.substr(0, capacity);
+      expect_read(converter, row.bytes, capacity, ZVRT_ICU_RC_INVALID_CHAR, before.size(), before);
     }
   }
 }

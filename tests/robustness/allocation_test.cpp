@@ -214,30 +214,30 @@ struct Service {
   std::size_t allocations = 0;
 };
 
-constexpr std::size_t room = 16;
+constexpr std::size_t capacity = 16;
 
 Service use_service(std::uint32_t page, Fails fails, std::size_t nth) {
   Service service;
-  char dst[room];
-  std::memset(dst, GuardedBuffer::mark, room);
+  char dst[capacity];
+  std::memset(dst, GuardedBuffer::mark, capacity);
   std::thread([&] {
     FldDef field{};
     field.codePage = page;
     WatchedAllocations watch(fails, nth);
     service.started = ZVRTInitDataConversion();
     if (service.started == 0) {
-      service.status = ZVRTCnvWVarcharSzToVarcharSz(L"ABC", nullptr, dst, room, &service.out_len, &field);
+      service.status = ZVRTCnvWVarcharSzToVarcharSz(L"ABC", nullptr, dst, capacity, &service.out_len, &field);
     }
     service.allocations = watch.count();
     watch.stop();
     if (service.started == 0) service.ended = ZVRTTermDataConversion();
   }).join();
-  service.bytes.assign(dst, room);
+  service.bytes.assign(dst, capacity);
   return service;
 }
 
 TEST(Allocations, TheConverterServiceIsRefusedAndRecovers) {
-  const std::string untouched(room, static_cast<char>(GuardedBuffer::mark));
+  const std::string untouched(capacity, static_cast<char>(GuardedBuffer::mark));
   for (const std::uint32_t page : {37U, 1252U, 930U, 932U, 54936U, 1200U, 65001U}) {
     SCOPED_TRACE(page);
     use_service(page, Fails::never, 0);  // what ICU keeps for the process

@@ -98,26 +98,26 @@ struct Expected {
   std::string written;  // the leading bytes of the destination
 };
 
-// What moving the source's units into `room` units gives: units needed, those that are there, and the step's status.
+// What moving the source's units into `capacity` units gives: units needed, those that are there, and the step's status.
 struct Step {
   std::vector<std::uint32_t> there;
   std::size_t needed = 0;
   std::uint32_t status = 0;
 };
 
-inline Step step_of(const Member& member, std::vector<std::uint32_t> units, std::size_t room) {
+inline Step step_of(const Member& member, std::vector<std::uint32_t> units, std::size_t capacity) {
   Step step;
   const auto until_zero = [&units] { units.erase(std::find(units.begin(), units.end(), 0U), units.end()); };
   if (member.composed) until_zero();
   if (is_wide(member.from) == is_wide(member.into)) {
     step.needed = units.size();
-    if (member.counts_copied) step.needed = std::min(units.size(), room + 1);
+    if (member.counts_copied) step.needed = std::min(units.size(), capacity + 1);
     if (member.zero_ends_field) {
       const std::size_t length = units.size();
       until_zero();
       units.resize(length, 0);
     }
-    units.resize(std::min(units.size(), room));
+    units.resize(std::min(units.size(), capacity));
     step.there = units;
     return step;
   }
@@ -125,8 +125,8 @@ inline Step step_of(const Member& member, std::vector<std::uint32_t> units, std:
     const Decoded text = decode(std::string(units.begin(), units.end()));
     step.needed = text.characters.size();
     step.there = text.characters;
-    step.there.resize(std::min(step.needed, room));
-    step.status = text.cut_off || step.needed > room ? 1609 : 0;
+    step.there.resize(std::min(step.needed, capacity));
+    step.status = text.cut_off || step.needed > capacity ? 1609 : 0;
     return step;
   }
   until_zero();
@@ -137,7 +137,7 @@ inline Step step_of(const Member& member, std::vector<std::uint32_t> units, std:
     }
     const std::string form = encode(character);
     step.needed += form.size();
-    if (step.needed <= room) {
+    if (step.needed <= capacity) {
       step.there.insert(step.there.end(), form.begin(), form.end());
     } else {
       step.status = 1609;
@@ -154,19 +154,19 @@ inline Expected model(const Member& member, const Source& source, std::int32_t d
   if (is_prefixed(member.into) && dst_size < 2) return {1609, {}, expected.src_len, ""};
   const std::size_t unit = is_wide(member.into) ? 4 : 1;
   const std::size_t header = is_prefixed(member.into) ? 2 : 0;
-  std::size_t room = dst_size < 0 ? 0 : (static_cast<std::size_t>(dst_size) - header) / unit;
-  if (header > 0) room = std::min<std::size_t>(room, unit == 4 ? 8191 : 32767);
+  std::size_t capacity = dst_size < 0 ? 0 : (static_cast<std::size_t>(dst_size) - header) / unit;
+  if (header > 0) capacity = std::min<std::size_t>(capacity, unit == 4 ? 8191 : 32767);
 
-  Step step = step_of(member, source.units, room);
+  Step step = step_of(member, source.units, capacity);
   expected.status = step.status;
   std::vector<std::uint32_t> content = step.there;
   const bool copies = is_wide(member.from) == is_wide(member.into);
   if (step.status == 0) {
-    if (step.needed > room) {
+    if (step.needed > capacity) {
       expected.status = 1609;
-    } else if (step.needed == room) {
+    } else if (step.needed == capacity) {
       expected.status = member.full == strict || member.full == last ? 1609 : 0;
-      if (member.full == last && room > 0) content.back() = 0;
+      if (member.full == last && capacity > 0) content.back() = 0;
     } else if (member.full != field) {
       content.push_back(0);
     }
@@ -174,7 +174,7 @@ inline Expected model(const Member& member, const Source& source, std::int32_t d
   const std::string bytes = unit == 4 ? wide(content) : std::string(content.begin(), content.end());
   expected.written = (header > 0 ? prefix_of(step.there.size() * unit) : "") + bytes;
 
-  const std::size_t told = member.counts_copied ? std::min(step.needed, room) : step.needed;
+  const std::size_t told = member.counts_copied ? std::min(step.needed, capacity) : step.needed;
   const bool counts_characters = member.into == Kind::wsz && !member.out_in_bytes;
   expected.out_len = static_cast<std::uint32_t>(counts_characters ? told : told * unit + header);
   if (carries_length && expected.src_len == 0) {

@@ -13,8 +13,8 @@
 namespace zvrt_test {
 namespace {
 
-constexpr std::int32_t room = 64 * 1024;
-alignas(64) std::array<std::byte, room> destination;
+constexpr std::int32_t capacity = 64 * 1024;
+alignas(64) std::array<std::byte, capacity> destination;
 
 // A source's bytes, at an address that stays.
 using Source = std::shared_ptr<const std::vector<std::byte>>;
@@ -85,7 +85,7 @@ class Calls {
  public:
   // A conversion with the common arguments. Sources that carry their length have a source length of 0.
   void convert(const char* function, ZVRTConversion* conversion, const char* words, const Source& source,
-               std::int32_t source_length = 0, std::int32_t room_given = room,
+               std::int32_t source_length = 0, std::int32_t room_given = capacity,
                const std::shared_ptr<Field>& field = nullptr) {
     add(function, words, [=] {
       std::int32_t length = source_length;
@@ -100,9 +100,9 @@ class Calls {
   }
   // Not part of the ordinary work, but on any buffers.
   void convert_there(const char* function, ZVRTConversion* conversion, const char* words, const Source& source,
-                     std::int32_t source_length = 0, std::int32_t room_given = room,
+                     std::int32_t source_length = 0, std::int32_t room_given = capacity,
                      const std::shared_ptr<Field>& field = nullptr) {
-    const auto size = room_given == room ? std::nullopt : std::optional(room_given);
+    const auto size = room_given == capacity ? std::nullopt : std::optional(room_given);
     add_there(function, words, source, source_length, size, 1, [=](Buffers& b) {
       std::int32_t* const length = b.without_length && source_length == 0 ? nullptr : &b.length;
       return conversion(b.src, length, b.dst, b.size, &b.out_length, field == nullptr ? nullptr : field->get());
@@ -179,13 +179,13 @@ void add_code_pages(Calls& calls) {
   const auto ebcdic = std::make_shared<Field>(37);
   const auto shift_jis = std::make_shared<Field>(932);
   calls.convert(NAMED(ZVRTCnvVarcharSzToWVarcharSz), "code page 37, 16 characters",
-                narrow("\xC1\x95\x95\x81\x40\xE2\x94\x89\xA3\x88\x6B\x40\xF4\xF2\x40\xC2"), 0, room, ebcdic);
-  calls.convert(NAMED(ZVRTCnvWVarcharSzToVarcharSz), "code page 37, 16 characters", wide(samples[0].wide), 0, room,
+                narrow("\xC1\x95\x95\x81\x40\xE2\x94\x89\xA3\x88\x6B\x40\xF4\xF2\x40\xC2"), 0, capacity, ebcdic);
+  calls.convert(NAMED(ZVRTCnvWVarcharSzToVarcharSz), "code page 37, 16 characters", wide(samples[0].wide), 0, capacity,
                 ebcdic);
   calls.convert(NAMED(ZVRTCnvVarcharSzToWVarcharSz), "code page 932, 8 characters",
-                narrow("\x93\x8C\x8B\x9E\x93\x73\x92\x8D\x95\xB6\x93\x63\x92\x86\x89\xBF"), 0, room, shift_jis);
-  calls.convert(NAMED(ZVRTCnvWVarcharSzToVarcharSz), "code page 932, 8 characters", wide(L"東京都注文田中価"), 0, room,
-                shift_jis);
+                narrow("\x93\x8C\x8B\x9E\x93\x73\x92\x8D\x95\xB6\x93\x63\x92\x86\x89\xBF"), 0, capacity, shift_jis);
+  calls.convert(NAMED(ZVRTCnvWVarcharSzToVarcharSz), "code page 932, 8 characters", wide(L"東京都注文田中価"), 0,
+                capacity, shift_jis);
 }
 
 void add_integers(Calls& calls) {
@@ -255,24 +255,25 @@ void add_timestamps(Calls& calls) {
   const Source record = value(moment);
   for (const ModelSample& sample : model_samples) {
     const auto field = std::make_shared<Field>(0, sample.model);
-    calls.convert(NAMED(ZVRTCnvZVRTTSToWVarcharSz), sample.words, record, 0, room, field);
-    calls.convert(NAMED(ZVRTCnvDateTimeWSzToZVRTTS), sample.words, wide(sample.wide), 0, room, field);
+    calls.convert(NAMED(ZVRTCnvZVRTTSToWVarcharSz), sample.words, record, 0, capacity, field);
+    calls.convert(NAMED(ZVRTCnvDateTimeWSzToZVRTTS), sample.words, wide(sample.wide), 0, capacity, field);
   }
   const ModelSample& iso = model_samples[0];
   const auto field = std::make_shared<Field>(0, iso.model);
   const Source bytes = narrow(iso.words);
   const Source characters = wide(iso.wide);
   constexpr std::int32_t length = 26;
-  calls.convert(NAMED(ZVRTCnvZVRTTSToWchar), iso.words, record, 0, room, field);
-  calls.convert(NAMED(ZVRTCnvZVRTTSToWVarchar), iso.words, record, 0, room, field);
-  calls.convert(NAMED(ZVRTCnvZVRTTSToChar), iso.words, record, 0, room, field);
-  calls.convert(NAMED(ZVRTCnvZVRTTSToVarchar), iso.words, record, 0, room, field);
-  calls.convert(NAMED(ZVRTCnvZVRTTSToVarcharSz), iso.words, record, 0, room, field);
-  calls.convert(NAMED(ZVRTCnvDateTimeCharToZVRTTS), iso.words, open(bytes, 1), length, room, field);
-  calls.convert(NAMED(ZVRTCnvDateTimeVarcharToZVRTTS), iso.words, prefixed(bytes, 1), 0, room, field);
-  calls.convert(NAMED(ZVRTCnvDateTimeSzToZVRTTS), iso.words, bytes, 0, room, field);
-  calls.convert(NAMED(ZVRTCnvDateTimeWcharToZVRTTS), iso.words, open(characters, sizeof(wchar_t)), length, room, field);
-  calls.convert(NAMED(ZVRTCnvDateTimeWVarcharToZVRTTS), iso.words, prefixed(characters, sizeof(wchar_t)), 0, room,
+  calls.convert(NAMED(ZVRTCnvZVRTTSToWchar), iso.words, record, 0, capacity, field);
+  calls.convert(NAMED(ZVRTCnvZVRTTSToWVarchar), iso.words, record, 0, capacity, field);
+  calls.convert(NAMED(ZVRTCnvZVRTTSToChar), iso.words, record, 0, capacity, field);
+  calls.convert(NAMED(ZVRTCnvZVRTTSToVarchar), iso.words, record, 0, capacity, field);
+  calls.convert(NAMED(ZVRTCnvZVRTTSToVarcharSz), iso.words, record, 0, capacity, field);
+  calls.convert(NAMED(ZVRTCnvDateTimeCharToZVRTTS), iso.words, open(bytes, 1), length, capacity, field);
+  calls.convert(NAMED(ZVRTCnvDateTimeVarcharToZVRTTS), iso.words, prefixed(bytes, 1), 0, capacity, field);
+  calls.convert(NAMED(ZVRTCnvDateTimeSzToZVRTTS), iso.words, bytes, 0, capacity, field);
+  calls.convert(NAMED(ZVRTCnvDateTimeWcharToZVRTTS), iso.words, open(characters, sizeof(wchar_t)), length, capacity,
+                field);
+  calls.convert(NAMED(ZVRTCnvDateTimeWVarcharToZVRTTS), iso.words, prefixed(characters, sizeof(wchar_t)), 0, capacity,
                 field);
   calls.add("ZVRTGetStringFromTS", "05/03/2024 07:08:09:001234", [] {
     std::array<wchar_t, 32> text;
@@ -455,13 +456,13 @@ void add_other_dates(Calls& calls) {
   const auto field = std::make_shared<Field>(0, iso.model);
   const auto model = std::make_shared<Model>(iso.model);
   const auto date_model = std::make_shared<GuardedBuffer>(model_samples[2].model, 15 * sizeof(wchar_t));
-  calls.convert_there(NAMED(ZVRTCnvZVRTTSToWVarcharSzOut), iso.words, record, 0, room, field);
-  calls.convert_there(NAMED(ZVRTCnvZVRTDateToWVarcharSz), iso.words, day, 0, room, field);
-  calls.convert_there(NAMED(ZVRTCnvZVRTDateToWVarcharSzOut), iso.words, day, 0, room, field);
-  calls.convert_there(NAMED(ZVRTCnvZVRTTimeToWVarcharSz), iso.words, time, 0, room, field);
-  calls.convert_there(NAMED(ZVRTCnvZVRTTimeToWVarcharSzOut), iso.words, time, 0, room, field);
-  calls.convert_there(NAMED(ZVRTCnvDateTimeWSzToZVRTDate), iso.words, wide(iso.wide), 0, room, field);
-  calls.convert_there(NAMED(ZVRTCnvDateTimeWSzToZVRTTime), iso.words, wide(iso.wide), 0, room, field);
+  calls.convert_there(NAMED(ZVRTCnvZVRTTSToWVarcharSzOut), iso.words, record, 0, capacity, field);
+  calls.convert_there(NAMED(ZVRTCnvZVRTDateToWVarcharSz), iso.words, day, 0, capacity, field);
+  calls.convert_there(NAMED(ZVRTCnvZVRTDateToWVarcharSzOut), iso.words, day, 0, capacity, field);
+  calls.convert_there(NAMED(ZVRTCnvZVRTTimeToWVarcharSz), iso.words, time, 0, capacity, field);
+  calls.convert_there(NAMED(ZVRTCnvZVRTTimeToWVarcharSzOut), iso.words, time, 0, capacity, field);
+  calls.convert_there(NAMED(ZVRTCnvDateTimeWSzToZVRTDate), iso.words, wide(iso.wide), 0, capacity, field);
+  calls.convert_there(NAMED(ZVRTCnvDateTimeWSzToZVRTTime), iso.words, wide(iso.wide), 0, capacity, field);
   calls.add_there("ZVRTTSToWVarcharSz", iso.words, record, 0, {}, 4, [model](Buffers& b) {
     return ZVRTTSToWVarcharSz(in<wchar_t>(b.dst), b.size / 4, model->codes(), in<ZVRTTS>(b.src), ZVRT_DT_TIMESTAMP,
                               &b.out_length);

@@ -59,8 +59,8 @@ Field field_of(const Call& call) {
   return length_is_told(call) ? Field{src, std::max(*call.srcLen, 0)} : find_field(src);
 }
 
-Rendered render(const Field& field, void* dst, std::int32_t room) {
-  return decimal_kernels.render_packed(field.at, field.bytes, dst, room);
+Rendered render(const Field& field, void* dst, std::int32_t capacity) {
+  return decimal_kernels.render_packed(field.at, field.bytes, dst, capacity);
 }
 
 void tell_length(std::int32_t* srcLen, const Field& field, Status status) {
@@ -68,19 +68,19 @@ void tell_length(std::int32_t* srcLen, const Field& field, Status status) {
 }
 
 // Apart, and without a Call, so that the ordinary conversion keeps its arguments in registers.
-[[gnu::noinline]] Status unpack_found(const void* src, std::int32_t* srcLen, void* dst, std::int32_t room,
+[[gnu::noinline]] Status unpack_found(const void* src, std::int32_t* srcLen, void* dst, std::int32_t capacity,
                                       std::uint32_t* outLen) {
   const Field field = find_field(static_cast<const std::uint8_t*>(src));
-  const Rendered text = render(field, dst, room);
+  const Rendered text = render(field, dst, capacity);
   *outLen = static_cast<std::uint32_t>(text.length);
   tell_length(srcLen, field, text.status);
   return text.status;
 }
 
 Status unpack(const Call& call) {
-  const std::int32_t room = room_in<Wide>(call.dstSize);
-  if (!length_is_told(call)) return unpack_found(call.src, call.srcLen, call.dst, room, call.outLen);
-  const Rendered text = render(field_of(call), call.dst, room);
+  const std::int32_t capacity = units_in<Wide>(call.dstSize);
+  if (!length_is_told(call)) return unpack_found(call.src, call.srcLen, call.dst, capacity, call.outLen);
+  const Rendered text = render(field_of(call), call.dst, capacity);
   *call.outLen = static_cast<std::uint32_t>(text.length);
   return text.status;
 }
@@ -90,8 +90,8 @@ Status unpack_narrow(const Call& call) {
   const std::uint64_t units = packed_text_units(field.bytes);
   Scratch<Wide, usual_text> text(units);
   if (text.get() == nullptr) return ZVRT_RC_NO_MEMORY;
-  const auto room = static_cast<std::int32_t>(std::min<std::uint64_t>(units, INT32_MAX));
-  const Rendered rendered = render(field, text.get(), room);
+  const auto capacity = static_cast<std::int32_t>(std::min<std::uint64_t>(units, INT32_MAX));
+  const Rendered rendered = render(field, text.get(), capacity);
   tell_length(call.srcLen, field, rendered.status);
   return rendered.status == ZVRT_RC_OK ? encode_narrow(call, text.get()) : rendered.status;
 }
@@ -121,12 +121,12 @@ Status pack_narrow(const Call& call) {
 
 }  // namespace
 
-Rendered render_packed(const std::uint8_t* field, std::int64_t bytes, void* dst, std::int32_t room) {
+Rendered render_packed(const std::uint8_t* field, std::int64_t bytes, void* dst, std::int32_t capacity) {
   const std::int64_t digits = 2 * bytes - 1;
   if (digits < 1) return {0, ZVRT_RC_EMPTY_RESULT};
   std::int64_t length = 0;
   const auto put = [&](Wide character) {
-    if (length < room) store(dst, static_cast<std::size_t>(length), character);
+    if (length < capacity) store(dst, static_cast<std::size_t>(length), character);
     ++length;
   };
   if (half_byte(field, digits) == negative_sign) put('-');
@@ -135,7 +135,7 @@ Rendered render_packed(const std::uint8_t* field, std::int64_t bytes, void* dst,
   for (; at < digits && half_byte(field, at) <= 9; ++at) put('0' + half_byte(field, at));
   if (length == 0) return {0, ZVRT_RC_EMPTY_RESULT};
   // Characters are not sacrificed to the terminator: text without one is a truncation, but all of it is there.
-  const Ending ending = finish(Finish::narrow_strict, length, room);
+  const Ending ending = finish(Finish::narrow_strict, length, capacity);
   if (ending.terminator != no_terminator) store(dst, static_cast<std::size_t>(ending.terminator), Wide{0});
   return {length, at < digits ? ZVRT_RC_ERROR : ending.status};
 }

@@ -19,7 +19,7 @@ struct Rendered {
 };
 
 // The text of a field of `bytes` bytes: no leading zeros, a zero is empty, a negative zero a lone sign.
-using RenderPacked = Rendered(const std::uint8_t* field, std::int64_t bytes, void* dst, std::int32_t room);
+using RenderPacked = Rendered(const std::uint8_t* field, std::int64_t bytes, void* dst, std::int32_t capacity);
 
 struct Packed {
   std::int64_t digits;  // characters of the text, its sign not counted

@@ -91,7 +91,7 @@ void tell_size(const Call& call) {
 Status from_varnum(const Call& call) {
   tell_size(call);
   const auto* value = static_cast<const std::uint8_t*>(call.src);
-  const Rendered text = decimal_kernels.render_varnum(value, call.dst, room_in<Wide>(call.dstSize));
+  const Rendered text = decimal_kernels.render_varnum(value, call.dst, units_in<Wide>(call.dstSize));
   *call.outLen = static_cast<std::uint32_t>(text.length);
   return text.status;
 }
@@ -114,7 +114,7 @@ bool is_well_formed(const std::uint8_t* value) {
 }  // namespace
 
 template <class Unit>
-Encoded encode_varnum(const void* text, std::uint8_t* dst, std::int32_t room) {
+Encoded encode_varnum(const void* text, std::uint8_t* dst, std::int32_t capacity) {
   const std::int32_t length = measure<Unit>(text);
   const Layout layout = survey<Unit>(text, length);
   if (!layout.valid) return {length, 0};
@@ -122,14 +122,14 @@ Encoded encode_varnum(const void* text, std::uint8_t* dst, std::int32_t room) {
   if (number.count > 0 && number.exponent > greatest_exponent) return {length, 0};
   std::uint8_t value[longest_varnum];
   const std::int32_t size = write_varnum(number, false, value);
-  if (size <= room) std::memcpy(dst, value, static_cast<std::size_t>(size));
+  if (size <= capacity) std::memcpy(dst, value, static_cast<std::size_t>(size));
   return {length, size};
 }
 
 template EncodeVarnum encode_varnum<char>;
 template EncodeVarnum encode_varnum<Wide>;
 
-Rendered render_varnum(const std::uint8_t* value, void* dst, std::int32_t room) {
+Rendered render_varnum(const std::uint8_t* value, void* dst, std::int32_t capacity) {
   if (!is_well_formed(value)) return {0, ZVRT_RC_ERROR};
   const VarnumText layout = lay_out(value);
   const auto digit_at = [value, &layout](std::int32_t index) -> Wide {
@@ -137,14 +137,14 @@ Rendered render_varnum(const std::uint8_t* value, void* dst, std::int32_t room) 
     const unsigned digit = value[varnum_header + index / 2] - 1U;
     return '0' + (index % 2 == 0 ? digit / 10 : digit % 10);
   };
-  const std::int32_t written = std::min(layout.length, room);
+  const std::int32_t written = std::min(layout.length, capacity);
   for (std::int32_t i = 0; i < written; ++i) {
     const Wide character = i < layout.point   ? digit_at(i + layout.skipped)
                            : i > layout.point ? digit_at(i + layout.skipped - 1)
                                               : Wide{'.'};
     store(dst, static_cast<std::size_t>(i), character);
   }
-  const Ending ending = finish(Finish::narrow_strict, layout.length, room);
+  const Ending ending = finish(Finish::narrow_strict, layout.length, capacity);
   if (ending.terminator != no_terminator) store(dst, static_cast<std::size_t>(ending.terminator), Wide{0});
   return {layout.length, ending.status};
 }

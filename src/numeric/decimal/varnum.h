@@ -14,7 +14,7 @@ namespace zvrt {
 constexpr std::int32_t longest_varnum_text = 1 + 2 * (-least_exponent - 1 + Base100::most_digits);
 
 // The text of a value that is not negative; of any other, and of a malformed one, nothing and ZVRT_RC_ERROR.
-using RenderVarnum = Rendered(const std::uint8_t* value, void* dst, std::int32_t room);
+using RenderVarnum = Rendered(const std::uint8_t* value, void* dst, std::int32_t capacity);
 
 // Where a well-formed value's digits and the point stand in its text.
 struct VarnumText {
@@ -42,8 +42,8 @@ struct Encoded {
   std::int32_t size;  // bytes that the value needs, 0 when the text is no number; beyond the room: nothing was written
 };
 
-// Terminated text to a value in `room` bytes; the empty text is zero.
-using EncodeVarnum = Encoded(const void* text, std::uint8_t* dst, std::int32_t room);
+// Terminated text to a value in `capacity` bytes; the empty text is zero.
+using EncodeVarnum = Encoded(const void* text, std::uint8_t* dst, std::int32_t capacity);
 
 // The definitions, and what other versions fall back on outside their ordinary cases.
 RenderVarnum render_varnum;

@@ -18,12 +18,12 @@ constexpr std::int32_t shown_digits = sizeof(Float) == sizeof(double) ? 17 : 8;
 
 // Text that does not fit with its terminator.
 template <class Float>
-[[gnu::noinline, gnu::cold]] Status write_cut(DoubleBits value, void* dst, std::int32_t room) {
+[[gnu::noinline, gnu::cold]] Status write_cut(DoubleBits value, void* dst, std::int32_t capacity) {
   const ScientificText<shown_digits<Float>> text(value);
   Wide whole[text.longest + 1];
   text.write(reinterpret_cast<std::byte*>(whole));
-  copy_units<Wide>(dst, whole, std::min(text.length(), room));
-  const Ending ending = finish(Finish::wide, text.length(), room);
+  copy_units<Wide>(dst, whole, std::min(text.length(), capacity));
+  const Ending ending = finish(Finish::wide, text.length(), capacity);
   if (ending.terminator != no_terminator) store<Wide>(dst, static_cast<std::size_t>(ending.terminator), 0);
   return ending.status;
 }
@@ -34,17 +34,17 @@ Status render(const Call& call) {
   const DoubleBits value(static_cast<double>(load<Float>(call.src)));
   if (!value.is_finite()) return ZVRT_RC_ERROR;
   const ScientificText<shown_digits<Float>> text(value);
-  const std::int32_t room = room_in<Wide>(call.dstSize);
+  const std::int32_t capacity = units_in<Wide>(call.dstSize);
   *call.outLen = static_cast<std::uint32_t>(text.length());
   store_if_zero(call.srcLen, sizeof(Float));
-  if (text.length() >= room) return write_cut<Float>(value, call.dst, room);
+  if (text.length() >= capacity) return write_cut<Float>(value, call.dst, capacity);
   text.write(static_cast<std::byte*>(call.dst));
   return ZVRT_RC_OK;
 }
 
 template <class Text>
-Status write_whole(const Text& text, wchar_t* out, std::int32_t room) {
-  if (out == nullptr || text.length() >= room) return ZVRT_RC_ERROR;
+Status write_whole(const Text& text, wchar_t* out, std::int32_t capacity) {
+  if (out == nullptr || text.length() >= capacity) return ZVRT_RC_ERROR;
   text.write(reinterpret_cast<std::byte*>(out));
   return ZVRT_RC_OK;
 }

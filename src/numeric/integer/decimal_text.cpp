@@ -46,17 +46,17 @@ const std::uint64_t decimal_powers[longest_decimal] = {
     10'000'000'000'000'000'000U,
 };
 
-std::int32_t write_decimal(std::uint64_t magnitude, bool negative, void* dst, std::int32_t room) {
+std::int32_t write_decimal(std::uint64_t magnitude, bool negative, void* dst, std::int32_t capacity) {
   Wide whole[longest_decimal];  // a text that is to be truncated is written here first
   const std::int32_t length = count_digits(magnitude) + (negative ? 1 : 0);
-  const bool fits = length < room;
+  const bool fits = length < capacity;
   auto* const text = static_cast<std::byte*>(fits ? dst : whole);
   auto* at = text + static_cast<std::ptrdiff_t>(length) * 4;
   if (fits) store(at, 0, Wide{0});
   for (; magnitude >= 10; magnitude /= 100) store(at -= sizeof(Pair), 0, digit_pairs[magnitude % 100]);
   if (magnitude > 0) store(at - sizeof(Wide), 0, '0' + static_cast<Wide>(magnitude));
   if (negative) store(text, 0, Wide{'-'});
-  if (!fits) copy_units<Wide>(dst, whole, room);
+  if (!fits) copy_units<Wide>(dst, whole, capacity);
   return length;
 }
 

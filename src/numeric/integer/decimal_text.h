@@ -20,7 +20,7 @@ extern const std::uint64_t decimal_powers[longest_decimal];
 
 // Writes the digits, a '-' before them if negative, and a zero character behind them, as far as they fit into the room;
 // returns the length of the whole text. Zero has no digits.
-std::int32_t write_decimal(std::uint64_t magnitude, bool negative, void* dst, std::int32_t room);
+std::int32_t write_decimal(std::uint64_t magnitude, bool negative, void* dst, std::int32_t capacity);
 
 enum class Reading : std::uint8_t {
   whole,   // nothing but digits before the terminator

@@ -9,8 +9,8 @@ namespace zvrt {
 namespace {
 
 struct PlainKernel {
-  static std::int32_t write(std::uint64_t magnitude, bool negative, void* dst, std::int32_t room) {
-    return write_decimal(magnitude, negative, dst, room);
+  static std::int32_t write(std::uint64_t magnitude, bool negative, void* dst, std::int32_t capacity) {
+    return write_decimal(magnitude, negative, dst, capacity);
   }
   template <class Accumulator>
   static Digits read(const void* text) {
@@ -25,8 +25,8 @@ const IntegerConversions plain_integers = conversions_by<PlainKernel>;
 const IntegerConversions integers = *choose_version(Versions<const IntegerConversions>{
     .baseline = &plain_integers, .sse41 = &sse41_integers, .avx512 = &avx512_integers});
 
-Status finish_full(void* dst, std::int32_t length, std::int32_t room) {
-  const Ending ending = finish(Finish::wide, length, room);
+Status finish_full(void* dst, std::int32_t length, std::int32_t capacity) {
+  const Ending ending = finish(Finish::wide, length, capacity);
   if (ending.terminator != no_terminator) store(dst, static_cast<std::size_t>(ending.terminator), Wide{0});
   return ending.status;
 }

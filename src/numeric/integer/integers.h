@@ -32,7 +32,7 @@ struct IntegerConversions {
 
 // A type's place in the tables.
 template <class Int>
-constexpr std::size_t place_of = static_cast<std::size_t>(std::countr_zero(sizeof(Int))) * 2 + std::is_signed_v<Int>;
+constexpr std::size_t type_index = static_cast<std::size_t>(std::countr_zero(sizeof(Int))) * 2 + std::is_signed_v<Int>;
 
 // The version that takes every text and runs on every processor, and the faster ones.
 extern const IntegerConversions plain_integers;
@@ -40,7 +40,7 @@ extern const IntegerConversions sse41_integers;
 extern const IntegerConversions avx512_integers;
 
 // Text that fills its room or exceeds it; in the rare case only, and compiled for every processor.
-Status finish_full(void* dst, std::int32_t length, std::int32_t room);
+Status finish_full(void* dst, std::int32_t length, std::int32_t capacity);
 
 template <class Int, class Kernel>
 ZVRT_WRAPS Status render_by(const void* src, std::int32_t* srcLen, void* dst, std::int32_t dstSize,
@@ -49,12 +49,12 @@ ZVRT_WRAPS Status render_by(const void* src, std::int32_t* srcLen, void* dst, st
   const Int value = load<Int>(src);
   const bool negative = value < 0;
   const auto bits = static_cast<Magnitude>(+value);  // its sign, if any, extended
-  const std::int32_t room = room_in<Wide>(dstSize);
-  const std::int32_t length = Kernel::write(negative ? 0 - bits : bits, negative, dst, room);
+  const std::int32_t capacity = units_in<Wide>(dstSize);
+  const std::int32_t length = Kernel::write(negative ? 0 - bits : bits, negative, dst, capacity);
   *outLen = static_cast<std::uint32_t>(length);
   store_if_zero(srcLen, sizeof(Int));
-  if (length >= room) [[unlikely]]
-    return finish_full(dst, length, room);
+  if (length >= capacity) [[unlikely]]
+    return finish_full(dst, length, capacity);
   return length > 0 ? ZVRT_RC_OK : ZVRT_RC_EMPTY_RESULT;
 }
 
@@ -72,7 +72,7 @@ ZVRT_WRAPS Status parse_by(const void* src, std::int32_t* srcLen, void* dst, std
   const Digits digits = Kernel::template read<Accumulator>(static_cast<const std::byte*>(src) + sign * sizeof(Wide));
   if (digits.reading != Reading::whole) [[unlikely]] {
     if (digits.reading == Reading::stray) return ZVRT_RC_INVALID_INTEGER;
-    return plain_integers.parse[place_of<Int>](src, srcLen, dst, dstSize, outLen, fldDef);
+    return plain_integers.parse[type_index<Int>](src, srcLen, dst, dstSize, outLen, fldDef);
   }
   // Negated without a branch, which mixed signs would make unpredictable.
   const auto magnitude = static_cast<Accumulator>(digits.value);
@@ -85,8 +85,8 @@ ZVRT_WRAPS Status parse_by(const void* src, std::int32_t* srcLen, void* dst, std
 template <class Kernel, class... Ints>
 constexpr IntegerConversions conversions_of(std::type_identity<Ints>...) {
   IntegerConversions conversions{};
-  ((conversions.render[place_of<Ints>] = render_by<Ints, Kernel>), ...);
-  ((conversions.parse[place_of<Ints>] = parse_by<Ints, Kernel>), ...);
+  ((conversions.render[type_index<Ints>] = render_by<Ints, Kernel>), ...);
+  ((conversions.parse[type_index<Ints>] = parse_by<Ints, Kernel>), ...);
   return conversions;
 }
 
@@ -101,12 +101,12 @@ extern const IntegerConversions integers;
 
 template <class Int>
 Status render(const Call& call) {
-  return integers.render[place_of<Int>](call.src, call.srcLen, call.dst, call.dstSize, call.outLen, call.fldDef);
+  return integers.render[type_index<Int>](call.src, call.srcLen, call.dst, call.dstSize, call.outLen, call.fldDef);
 }
 
 template <class Int>
 Status parse(const Call& call) {
-  return integers.parse[place_of<Int>](call.src, call.srcLen, call.dst, call.dstSize, call.outLen, call.fldDef);
+  return integers.parse[type_index<Int>](call.src, call.srcLen, call.dst, call.dstSize, call.outLen, call.fldDef);
 }
 
 }  // namespace zvrt

@@ -40,28 +40,30 @@ inline Result told(const Packed& field) { return {field.digits, field.size, {}};
 inline Result told(const Encoded& value) { return {value.length, value.size, {}}; }
 
 constexpr std::size_t destination_bytes = 4 * 200;
-constexpr std::int32_t rooms[] = {0, 1, 2, 5, 15, 16, 17, 31, 32, 33, 47, 48, 63, 64, 65, 128, 200};
+constexpr std::int32_t capacities[] = {0, 1, 2, 5, 15, 16, 17, 31, 32, 33, 47, 48, 63, 64, 65, 128, 200};
 
 // Runs a kernel with every room, in units of `unit` bytes; the destination ends where the room does.
 template <std::size_t unit, class Kernel, class Reference>
 void compare(const char* name, Kernel kernel, Reference reference, const std::string& source) {
   static GuardedBuffer dst(destination_bytes);
   GuardedBuffer src(source.data(), source.size());
-  const auto run = [&](auto call, std::int32_t room) {
+  const auto run = [&](auto call, std::int32_t capacity) {
     dst.reset();
-    Result result = told(call(src.as<>(), dst.as<char>() + dst.size() - static_cast<std::size_t>(room) * unit, room));
+    Result result =
+        told(call(src.as<>(), dst.as<char>() + dst.size() - static_cast<std::size_t>(capacity) * unit, capacity));
     result.memory = dst.bytes();
     return result;
   };
-  for (const std::int32_t room : rooms) {
-    ASSERT_EQ(run(kernel, room), run(reference, room)) << name << ", room " << room << ", source of " << source.size();
+  for (const std::int32_t capacity : capacities) {
+    ASSERT_EQ(run(kernel, capacity), run(reference, capacity))
+        << name << ", room " << capacity << ", source of " << source.size();
   }
 }
 
 inline void check_packed(const Version& version, const std::string& field) {
   const auto over = [&field](RenderPacked* render) {
-    return [=, &field](void* src, char* dst, std::int32_t room) {
-      return render(static_cast<std::uint8_t*>(src), static_cast<std::int64_t>(field.size()), dst, room);
+    return [=, &field](void* src, char* dst, std::int32_t capacity) {
+      return render(static_cast<std::uint8_t*>(src), static_cast<std::int64_t>(field.size()), dst, capacity);
     };
   };
   compare<4>(version.name, over(version.kernels->render_packed), over(render_packed), field);
@@ -78,7 +80,9 @@ inline void check_text(const Version& version, const std::string& wide_text) {
 
 inline void check_varnum(const Version& version, const std::string& value) {
   const auto over = [](RenderVarnum* render) {
-    return [=](void* src, char* dst, std::int32_t room) { return render(static_cast<std::uint8_t*>(src), dst, room); };
+    return [=](void* src, char* dst, std::int32_t capacity) {
+      return render(static_cast<std::uint8_t*>(src), dst, capacity);
+    };
   };
   compare<4>(version.name, over(version.kernels->render_varnum), over(render_varnum), value);
 }
@@ -86,8 +90,8 @@ inline void check_varnum(const Version& version, const std::string& value) {
 // Of both widths, terminated; more may stand behind them.
 inline void check_varnum_text(const Version& version, const std::string& narrow, const std::string& wide) {
   const auto over = [](EncodeVarnum* encode) {
-    return [=](void* src, char* dst, std::int32_t room) {
-      return encode(src, reinterpret_cast<std::uint8_t*>(dst), room);
+    return [=](void* src, char* dst, std::int32_t capacity) {
+      return encode(src, reinterpret_cast<std::uint8_t*>(dst), capacity);
     };
   };
   compare<1>(version.name, over(version.kernels->encode_varnum), over(encode_varnum<char>), narrow);

@@ -46,10 +46,10 @@ inline std::optional<std::string> found(const std::string& source) {
 inline Outcome expected(const std::string& field, std::int32_t srcLen, std::int32_t dstSize) {
   const Text text = reference(field);
   if (text.status == ZVRT_RC_EMPTY_RESULT) return {text.status, 0, srcLen, ""};
-  const std::size_t room = static_cast<std::size_t>(std::max(dstSize, 0)) / 4;
-  const bool truncated = text.status == ZVRT_RC_OK && text.characters.size() >= room;
+  const std::size_t capacity = static_cast<std::size_t>(std::max(dstSize, 0)) / 4;
+  const bool truncated = text.status == ZVRT_RC_OK && text.characters.size() >= capacity;
   return {truncated ? ZVRT_RC_TRUNCATED : text.status, static_cast<std::uint32_t>(text.characters.size()),
-          srcLen == 0 ? static_cast<std::int32_t>(field.size()) : srcLen, wide_bounded(text.characters, room)};
+          srcLen == 0 ? static_cast<std::int32_t>(field.size()) : srcLen, wide_bounded(text.characters, capacity)};
 }
 
 // The field that a text makes, by way of hexadecimal digits; nothing where it loses digits.

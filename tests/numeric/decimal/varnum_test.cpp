@@ -96,8 +96,8 @@ TEST(TextToVarnum, EveryLengthAndPlaceOfThePoint) {
       }
       const std::string value = varnum(number, '+');
       const auto size = static_cast<std::int32_t>(value.size());
-      for (const std::int32_t room : {-1, 0, size - 1, size, size + 1, 30}) {
-        ASSERT_EQ(encode(text, 0, room), encoded(text, value, room)) << text << " into " << room;
+      for (const std::int32_t capacity : {-1, 0, size - 1, size, size + 1, 30}) {
+        ASSERT_EQ(encode(text, 0, capacity), encoded(text, value, capacity)) << text << " into " << capacity;
       }
     }
   }
@@ -114,18 +114,18 @@ TEST(VarnumToText, EveryExponentSizeAndCapacity) {
       const auto length = static_cast<std::uint32_t>(text.size());
       const auto size = static_cast<std::int32_t>(value.size());
       const auto whole = static_cast<std::int32_t>(length) + 1;
-      for (std::int32_t room = count % 5 == 0 ? 0 : whole - 2; room <= whole + 2; ++room) {
-        ASSERT_EQ(run(ZVRTCnvOraVarnumToWVarcharSz_Unsigned, source.as<>(), 0, room * 4 + room % 4),
-                  (Outcome{room < whole ? ZVRT_RC_TRUNCATED : ZVRT_RC_OK, length, size,
-                           wide_bounded(text, static_cast<std::size_t>(room))}))
-            << hex(value) << room;
+      for (std::int32_t capacity = count % 5 == 0 ? 0 : whole - 2; capacity <= whole + 2; ++capacity) {
+        ASSERT_EQ(run(ZVRTCnvOraVarnumToWVarcharSz_Unsigned, source.as<>(), 0, capacity * 4 + capacity % 4),
+                  (Outcome{capacity < whole ? ZVRT_RC_TRUNCATED : ZVRT_RC_OK, length, size,
+                           wide_bounded(text, static_cast<std::size_t>(capacity))}))
+            << hex(value) << capacity;
       }
-      for (std::int32_t room = whole - 3; room <= whole; ++room) {
-        const bool fits = room >= whole - 1;
-        ASSERT_EQ(run(ZVRTCnvOraVarnumToVarcharSz_Unsigned, source.as<>(), 0, room),
+      for (std::int32_t capacity = whole - 3; capacity <= whole; ++capacity) {
+        const bool fits = capacity >= whole - 1;
+        ASSERT_EQ(run(ZVRTCnvOraVarnumToVarcharSz_Unsigned, source.as<>(), 0, capacity),
                   (Outcome{fits ? ZVRT_RC_OK : ZVRT_RC_TRUNCATED, fits ? length : untold, size,
-                           (text + '\0').substr(0, static_cast<std::size_t>(room))}))
-            << hex(value) << room;
+                           (text + '\0').substr(0, static_cast<std::size_t>(capacity))}))
+            << hex(value) << capacity;
       }
     }
   }

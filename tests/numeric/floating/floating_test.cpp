@@ -54,17 +54,17 @@ TYPED_TEST(Floating, EveryCapacity) {
     const std::u32string text = widen(printed(value));
     const auto length = static_cast<int32_t>(text.size());
     for (int32_t size = -5; size < (length + 4) * 4; ++size) {
-      const int32_t room = std::max(size, 0) / 4;
+      const int32_t capacity = std::max(size, 0) / 4;
       // Exactly full, the last character gives way to the terminator.
-      std::u32string kept = text.substr(0, static_cast<std::size_t>(std::min(room, length)));
-      if (room == length) kept.back() = U'\0';
-      const std::string bytes = wide_bytes(kept, room > length);
+      std::u32string kept = text.substr(0, static_cast<std::size_t>(std::min(capacity, length)));
+      if (capacity == length) kept.back() = U'\0';
+      const std::string bytes = wide_bytes(kept, capacity > length);
       GuardedBuffer source(&value, sizeof value);
       GuardedBuffer dst(static_cast<std::size_t>(std::max(size, 0)));
       int32_t src_len = 0;
       uint32_t out_len = 77;
       const uint32_t status = to_text<TypeParam>(source.as(), &src_len, dst.as(), size, &out_len);
-      EXPECT_EQ(status, room > length ? ZVRT_RC_OK : ZVRT_RC_TRUNCATED) << size;
+      EXPECT_EQ(status, capacity > length ? ZVRT_RC_OK : ZVRT_RC_TRUNCATED) << size;
       EXPECT_EQ(out_len, text.size());
       EXPECT_EQ(src_len, sizeof value);
       EXPECT_EQ(dst.bytes().substr(0, bytes.size()), bytes) << size;
@@ -107,11 +107,11 @@ TEST(FloatToString, EveryPrecision) {
     for (const double value : values) {
       const std::string text = wide_bytes(widen(printed(value, precision)));
       const auto needed = static_cast<int32_t>(text.size() / 4);
-      for (int32_t room = needed - 1; room <= needed + 3; ++room) {
-        GuardedBuffer out(static_cast<std::size_t>(room) * 4);
-        const uint32_t status = FloatToString(out.as<wchar_t>(), room, static_cast<int16_t>(precision), value);
-        ASSERT_EQ(status, room < needed ? ZVRT_RC_ERROR : ZVRT_RC_OK) << value << ' ' << precision;
-        const std::size_t written = room < needed ? 0 : text.size();
+      for (int32_t capacity = needed - 1; capacity <= needed + 3; ++capacity) {
+        GuardedBuffer out(static_cast<std::size_t>(capacity) * 4);
+        const uint32_t status = FloatToString(out.as<wchar_t>(), capacity, static_cast<int16_t>(precision), value);
+        ASSERT_EQ(status, capacity < needed ? ZVRT_RC_ERROR : ZVRT_RC_OK) << value << ' ' << precision;
+        const std::size_t written = capacity < needed ? 0 : text.size();
         ASSERT_EQ(out.bytes().substr(0, written), text.substr(0, written)) << value << ' ' << precision;
         ASSERT_TRUE(out.untouched_from(written)) << value << ' ' << precision;
       }
@@ -132,7 +132,7 @@ TEST(FloatToString, RoundsAnyDoubleToSinglesDigits) {
 TEST(FloatToString, RefusesWithNothingWritten) {
   struct {
     const char* name;
-    int32_t room;
+    int32_t capacity;
     int16_t precision;
     double value;
     uint32_t status;
@@ -148,7 +148,7 @@ TEST(FloatToString, RefusesWithNothingWritten) {
   };
   for (const auto& row : cases) {
     GuardedBuffer out(256);
-    EXPECT_EQ(FloatToString(out.as<wchar_t>(), row.room, row.precision, row.value), row.status) << row.name;
+    EXPECT_EQ(FloatToString(out.as<wchar_t>(), row.capacity, row.precision, row.value), row.status) << row.name;
     EXPECT_TRUE(out.untouched_from(0)) << row.name;
   }
   EXPECT_EQ(FloatToString(nullptr, 64, 16, 1), ZVRT_RC_ERROR);

@@ -60,23 +60,23 @@ struct Rendered {
 };
 
 inline Rendered rendered_wide(const std::string& text, std::int32_t size) {
-  const std::size_t room = size < 0 ? 0 : static_cast<std::size_t>(size) / 4;
+  const std::size_t capacity = size < 0 ? 0 : static_cast<std::size_t>(size) / 4;
   std::string image(static_cast<std::size_t>(std::max(size, 0)), static_cast<char>(GuardedBuffer::mark));
-  std::u32string kept = widened(text.substr(0, room));
-  if (room > text.size()) kept.push_back(0);
-  if (room == text.size() && room > 0) kept.back() = 0;
+  std::u32string kept = widened(text.substr(0, capacity));
+  if (capacity > text.size()) kept.push_back(0);
+  if (capacity == text.size() && capacity > 0) kept.back() = 0;
   image.replace(0, kept.size() * 4, wide_bytes(kept, false));
-  const bool fits = room > text.size();
+  const bool fits = capacity > text.size();
   return {image, !fits ? ZVRT_RC_TRUNCATED : text.empty() ? ZVRT_RC_EMPTY_RESULT : ZVRT_RC_OK};
 }
 
 inline Rendered rendered_narrow(const std::string& text, std::int32_t size) {
-  const std::size_t room = size < 0 ? 0 : static_cast<std::size_t>(size);
-  std::string image(room, static_cast<char>(GuardedBuffer::mark));
-  std::string kept = text.substr(0, room);
-  if (room > text.size()) kept.push_back(0);
+  const std::size_t capacity = size < 0 ? 0 : static_cast<std::size_t>(size);
+  std::string image(capacity, static_cast<char>(GuardedBuffer::mark));
+  std::string kept = text.substr(0, capacity);
+  if (capacity > text.size()) kept.push_back(0);
   image.replace(0, kept.size(), kept);
-  return {image, room < text.size() ? ZVRT_RC_TRUNCATED : text.empty() ? ZVRT_RC_EMPTY_RESULT : ZVRT_RC_OK};
+  return {image, capacity < text.size() ? ZVRT_RC_TRUNCATED : text.empty() ? ZVRT_RC_EMPTY_RESULT : ZVRT_RC_OK};
 }
 
 // An integer at an odd address.

@@ -28,7 +28,7 @@ template <class Int>
 void check_text(const void* src, const std::u32string& text) {
   for (const Version& version : versions()) {
     SCOPED_TRACE(version.name);
-    ZVRTConversion* const parse = version.conversions->parse[zvrt::place_of<Int>];
+    ZVRTConversion* const parse = version.conversions->parse[zvrt::type_index<Int>];
     if (is_number(text, std::is_signed_v<Int>)) {
       check_parsed<Int>(parse, src, std::string(text.begin(), text.end()));
     } else {

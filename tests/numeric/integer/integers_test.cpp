@@ -23,7 +23,7 @@ TYPED_TEST(IntegerVersions, RenderEveryValueIntoEverySize) {
   const std::size_t longest = std::max(decimal(Limits::min()).size(), decimal(Limits::max()).size());
   for (const Version& version : versions()) {
     SCOPED_TRACE(version.name);
-    check_rendering(version.conversions->render[zvrt::place_of<TypeParam>], values_of<TypeParam>(),
+    check_rendering(version.conversions->render[zvrt::type_index<TypeParam>], values_of<TypeParam>(),
                     static_cast<std::int32_t>(longest + 2) * 4);
   }
 }

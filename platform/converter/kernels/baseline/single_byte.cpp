@@ -16,7 +16,7 @@ std::size_t read(const SingleByteTables& tables, const unsigned char* from, std:
     std::memcpy(to + done * wide_size, characters.data(), sizeof characters);
   }
   for (; done < count && tables.character_of[from[done]] != SingleByteTables::undefined; ++done)
-    WideRoom{to, count}.put(done, tables.character_of[from[done]]);
+    WideDestination{to, count}.put(done, tables.character_of[from[done]]);
   return done;
 }
 

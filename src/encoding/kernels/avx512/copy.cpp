@@ -63,7 +63,7 @@ ZVRT_INLINED void store_lanes(const Block& block, std::size_t count, char* into)
 
 // Copies so many vectors at most. Returns false where the copy ends.
 template <class Units, unsigned vectors>
-ZVRT_INLINED bool copy_step(const char* src, char* dst, std::size_t room, std::size_t& done) {
+ZVRT_INLINED bool copy_step(const char* src, char* dst, std::size_t capacity, std::size_t& done) {
   constexpr std::size_t step = vectors * 64 / Units::unit;
   const std::size_t readable = TerminatedUnits<Units::unit>::readable(src, done, step);
   const char* at = src + done * Units::unit;
@@ -74,21 +74,21 @@ ZVRT_INLINED bool copy_step(const char* src, char* dst, std::size_t room, std::s
     return Units::load(at + i * 64, Units::lanes(readable, i));
   };
   const Block block{load(0), load(1), load(2), load(3)};
-  const std::size_t count = least(least(Units::text(block), readable), room - done);
+  const std::size_t count = least(least(Units::text(block), readable), capacity - done);
   store_lanes<Units, vectors>(block, count, dst + done * Units::unit);
   if (count != readable) {
     done += count;
     return false;
   }
   done += readable;  // known before the units are
-  return done < room;
+  return done < capacity;
 }
 
 template <class Units>
-[[gnu::noinline]] Run copy_further(const char* src, char* dst, std::size_t room, std::size_t done) {
+[[gnu::noinline]] Run copy_further(const char* src, char* dst, std::size_t capacity, std::size_t done) {
   constexpr std::size_t step = 256 / Units::unit;
   for (;;) {
-    while (room - done >= step && TerminatedUnits<Units::unit>::readable(src, done, step) == step) {
+    while (capacity - done >= step && TerminatedUnits<Units::unit>::readable(src, done, step) == step) {
       const char* at = src + done * Units::unit;
       const Block block{_mm512_loadu_si512(at), _mm512_loadu_si512(at + 64), _mm512_loadu_si512(at + 128),
                         _mm512_loadu_si512(at + 192)};
@@ -104,31 +104,31 @@ template <class Units>
       _mm512_storeu_si512(into + 192, block.d);
       done += step;
     }
-    if (done == room || !copy_step<Units, 4>(src, dst, room, done)) return {done, done};
+    if (done == capacity || !copy_step<Units, 4>(src, dst, capacity, done)) return {done, done};
   }
 }
 
 template <class Units, unsigned first_vectors>
-Run copy(const void* src, void* dst, std::size_t room) {
+Run copy(const void* src, void* dst, std::size_t capacity) {
   std::size_t done = 0;
   const auto* from = static_cast<const char*>(src);
   auto* into = static_cast<char*>(dst);
-  if (room > 0 && copy_step<Units, first_vectors>(from, into, room, done))
-    return copy_further<Units>(from, into, room, done);
+  if (capacity > 0 && copy_step<Units, first_vectors>(from, into, capacity, done))
+    return copy_further<Units>(from, into, capacity, done);
   return {done, done};
 }
 
 }  // namespace
 
-Run copy_narrow(const void* src, void* dst, std::size_t room) {
-  if constexpr (!reads_ahead) return text_kernels_baseline.copy(src, dst, room);
-  return copy<Bytes, 2>(src, dst, room);
+Run copy_narrow(const void* src, void* dst, std::size_t capacity) {
+  if constexpr (!reads_ahead) return text_kernels_baseline.copy(src, dst, capacity);
+  return copy<Bytes, 2>(src, dst, capacity);
 }
 
 // Texts of about 16, 32 and 64 characters differ little within each group in the number of steps of 48.
-Run copy_wide(const void* src, void* dst, std::size_t room) {
-  if constexpr (!reads_ahead) return text_kernels_baseline.copy_wide(src, dst, room);
-  return copy<WideUnits, 3>(src, dst, room);
+Run copy_wide(const void* src, void* dst, std::size_t capacity) {
+  if constexpr (!reads_ahead) return text_kernels_baseline.copy_wide(src, dst, capacity);
+  return copy<WideUnits, 3>(src, dst, capacity);
 }
 
 }  // namespace zvrt::avx512

@@ -122,7 +122,7 @@ constexpr std::size_t step_bytes = 64;
 
 // A step of at most 64 bytes from the start of a character. Returns false where the run ends.
 template <class Out, class Bound>
-ZVRT_INLINED bool decode_step(const char* src, Bound bound, char* dst, std::size_t room, Ends& ends) {
+ZVRT_INLINED bool decode_step(const char* src, Bound bound, char* dst, std::size_t capacity, Ends& ends) {
   const std::size_t readable = bound.readable(src, ends.read, step_bytes);
   if (readable == 0) return false;
   const Vector bytes = Bound::is_terminated && readable == step_bytes
@@ -131,7 +131,7 @@ ZVRT_INLINED bool decode_step(const char* src, Bound bound, char* dst, std::size
   const Mask nonzero = _mm512_test_epi8_mask(bytes, bytes);
   const Mask inside = trailing_ones(nonzero);
   const std::size_t text = lowest_bit(~nonzero);
-  const std::size_t left = Out::writes ? least(room - ends.written, step_bytes) : step_bytes;
+  const std::size_t left = Out::writes ? least(capacity - ends.written, step_bytes) : step_bytes;
   char* out = Out::writes ? dst + ends.written * Out::unit : nullptr;
   if ((_mm512_movepi8_mask(bytes) & inside) == 0) {
     const std::size_t count = least(text, left);
@@ -167,11 +167,11 @@ ZVRT_INLINED bool decode_step(const char* src, Bound bound, char* dst, std::size
 // their characters, so that none waits for the one before; the last bytes of each are left to the next, as a character
 // has to be seen whole.
 template <class Out, class Bound>
-ZVRT_INLINED bool decode_long(const char* src, Bound bound, char* dst, std::size_t room, Ends& ends) {
+ZVRT_INLINED bool decode_long(const char* src, Bound bound, char* dst, std::size_t capacity, Ends& ends) {
   constexpr std::size_t step = step_bytes;
   constexpr std::size_t own = 60;
   std::size_t from = ends.read;
-  while ((!Out::writes || room - ends.written >= step) && bound.readable(src, from, step) == step) {
+  while ((!Out::writes || capacity - ends.written >= step) && bound.readable(src, from, step) == step) {
     const Vector bytes = _mm512_loadu_si512(src + from);
     if (_mm512_testn_epi8_mask(bytes, bytes) != 0) break;
     char* out = Out::writes ? dst + ends.written * Out::unit : nullptr;
@@ -203,40 +203,40 @@ ZVRT_INLINED bool decode_long(const char* src, Bound bound, char* dst, std::size
 }
 
 template <class Out, class Bound>
-[[gnu::noinline]] Run decode_further(const char* src, Bound bound, char* dst, std::size_t room, Ends ends) {
+[[gnu::noinline]] Run decode_further(const char* src, Bound bound, char* dst, std::size_t capacity, Ends ends) {
   // Most texts that reach here end within one more step.
-  while (decode_step<Out>(src, bound, dst, room, ends) && decode_long<Out>(src, bound, dst, room, ends)) {
+  while (decode_step<Out>(src, bound, dst, capacity, ends) && decode_long<Out>(src, bound, dst, capacity, ends)) {
   }
   return {ends.read, ends.written};
 }
 
 // A value is short as a rule: its one step stands apart from all that longer text needs.
 template <class Out, class Bound>
-Run decode_run(const char* src, Bound bound, void* dst, std::size_t room) {
+Run decode_run(const char* src, Bound bound, void* dst, std::size_t capacity) {
   Ends ends;
   auto* out = static_cast<char*>(dst);
-  if (decode_step<Out>(src, bound, out, room, ends)) return decode_further<Out>(src, bound, out, room, ends);
+  if (decode_step<Out>(src, bound, out, capacity, ends)) return decode_further<Out>(src, bound, out, capacity, ends);
   return {ends.read, ends.written};
 }
 
 }  // namespace
 
-Run decode(const char* src, std::size_t count, void* dst, std::size_t room) {
-  return decode_run<WideUnits>(src, Counted{count}, dst, room);
+Run decode(const char* src, std::size_t count, void* dst, std::size_t capacity) {
+  return decode_run<WideUnits>(src, Counted{count}, dst, capacity);
 }
-Run decode_terminated(const char* src, void* dst, std::size_t room) {
-  if constexpr (!reads_ahead) return decode_run<WideUnits>(src, Counted{std::strlen(src)}, dst, room);
-  return decode_run<WideUnits>(src, TerminatedBytes{}, dst, room);
+Run decode_terminated(const char* src, void* dst, std::size_t capacity) {
+  if constexpr (!reads_ahead) return decode_run<WideUnits>(src, Counted{std::strlen(src)}, dst, capacity);
+  return decode_run<WideUnits>(src, TerminatedBytes{}, dst, capacity);
 }
-Run decode_within(const char* src, std::size_t count, void* dst, std::size_t room) {
-  if constexpr (!reads_ahead) return decode_measured<decode>(src, count, dst, room);
-  return decode_run<WideUnits>(src, CountedBytes{count}, dst, room);
+Run decode_within(const char* src, std::size_t count, void* dst, std::size_t capacity) {
+  if constexpr (!reads_ahead) return decode_measured<decode>(src, count, dst, capacity);
+  return decode_run<WideUnits>(src, CountedBytes{count}, dst, capacity);
 }
 Run count_decoded(const char* src, std::size_t count) { return decode_run<Nothing>(src, Counted{count}, nullptr, 0); }
 
-Run utf8_to_utf16(const char* src, std::size_t count, void* dst, std::size_t room) {
-  if constexpr (!reads_ahead) return decode_run<Utf16Units>(src, Counted{strnlen(src, count)}, dst, room);
-  return decode_run<Utf16Units>(src, CountedBytes{count}, dst, room);
+Run utf8_to_utf16(const char* src, std::size_t count, void* dst, std::size_t capacity) {
+  if constexpr (!reads_ahead) return decode_run<Utf16Units>(src, Counted{strnlen(src, count)}, dst, capacity);
+  return decode_run<Utf16Units>(src, CountedBytes{count}, dst, capacity);
 }
 
 }  // namespace zvrt::avx512

@@ -35,7 +35,7 @@ enum class Step : std::uint8_t { ends, goes_on, is_not_ascii };
 // At most 48 characters, if they are ASCII. Texts of about 16, 32 and 64 characters, where the lengths in a column
 // gather, differ little within each group in the number of such steps, so that the branch between them is foreseen.
 template <class Bound>
-[[gnu::always_inline]] inline Step encode_ascii_step(const char* src, Bound bound, char* dst, std::size_t room,
+[[gnu::always_inline]] inline Step encode_ascii_step(const char* src, Bound bound, char* dst, std::size_t capacity,
                                                      Ends& ends) {
   constexpr std::size_t most = 48;
   const std::size_t readable = bound.readable(src, ends.read, most);
@@ -45,7 +45,7 @@ template <class Bound>
                                 load_units<Bound>(at, readable, 32, most), Vector{});
   const Mask zeros = _mm512_testn_epi8_mask(bytes, bytes);
   if ((_mm512_movepi8_mask(bytes) & below(zeros)) != 0) return Step::is_not_ascii;
-  const std::size_t count = least(lowest_bit(zeros), room - ends.written);
+  const std::size_t count = least(lowest_bit(zeros), capacity - ends.written);
   _mm512_mask_storeu_epi8(dst + ends.written, first(count), bytes);
   ends.written += count;
   return taken(count, readable, bound, ends) ? Step::goes_on : Step::ends;
@@ -55,7 +55,8 @@ bool any_above(Vector units, std::uint32_t limit) { return _mm512_test_epi32_mas
 
 // At most 32 characters of any length. Returns false where the run ends.
 template <class Bound>
-[[gnu::always_inline]] inline bool encode_step(const char* src, Bound bound, char* dst, std::size_t room, Ends& ends) {
+[[gnu::always_inline]] inline bool encode_step(const char* src, Bound bound, char* dst, std::size_t capacity,
+                                               Ends& ends) {
   constexpr std::size_t most = 32;
   const std::size_t readable = bound.readable(src, ends.read, most);
   if (readable == 0) return false;
@@ -67,7 +68,7 @@ template <class Bound>
   Mask inside = below(Mask{_mm512_testn_epi16_mask(words, words)} | behind);
   if ((_mm512_cmpgt_epu16_mask(words, repeat16(last_of_two)) & inside) == 0) {
     const Vector units = _mm512_maskz_mov_epi16(static_cast<__mmask32>(inside), words);
-    const std::size_t characters = store_forms<2>(spread_short_forms(units), count_of(inside), dst, room, ends);
+    const std::size_t characters = store_forms<2>(spread_short_forms(units), count_of(inside), dst, capacity, ends);
     return taken(characters, readable, bound, ends);
   }
   low = _mm512_maskz_mov_epi32(lanes_of(inside, 0), low);
@@ -80,27 +81,28 @@ template <class Bound>
   }
   const std::size_t text = count_of(inside);
   const std::size_t in_low = least(text, 16);
-  std::size_t characters = store_forms<4>(spread(low), in_low, dst, room, ends);
-  if (characters == in_low) characters += store_forms<4>(spread(high), text - in_low, dst, room, ends);
+  std::size_t characters = store_forms<4>(spread(low), in_low, dst, capacity, ends);
+  if (characters == in_low) characters += store_forms<4>(spread(high), text - in_low, dst, capacity, ends);
   return taken(characters, readable, bound, ends);
 }
 
 // 32 ordinary characters, sure of their room.
-[[gnu::always_inline]] inline void store_half(Vector low, Vector high, bool long_forms, char* dst, std::size_t room,
+[[gnu::always_inline]] inline void store_half(Vector low, Vector high, bool long_forms, char* dst, std::size_t capacity,
                                               Ends& ends) {
   if (long_forms) {
-    ends.read += store_forms<4>(spread(low), 16, dst, room, ends);
-    ends.read += store_forms<4>(spread(high), 16, dst, room, ends);
+    ends.read += store_forms<4>(spread(low), 16, dst, capacity, ends);
+    ends.read += store_forms<4>(spread(high), 16, dst, capacity, ends);
   } else {
-    ends.read += store_forms<2>(spread_short_forms(in_words(low, high)), 32, dst, room, ends);
+    ends.read += store_forms<2>(spread_short_forms(in_words(low, high)), 32, dst, capacity, ends);
   }
 }
 
 // Steps of 64 characters while all of them are there, ordinary and sure of their room.
 template <class Bound>
-[[gnu::always_inline]] inline void encode_long(const char* src, Bound bound, char* dst, std::size_t room, Ends& ends) {
+[[gnu::always_inline]] inline void encode_long(const char* src, Bound bound, char* dst, std::size_t capacity,
+                                               Ends& ends) {
   constexpr std::size_t step = 64;
-  while (room - ends.written >= step * 4 && bound.readable(src, ends.read, step) == step) {
+  while (capacity - ends.written >= step * 4 && bound.readable(src, ends.read, step) == step) {
     const char* at = src + ends.read * 4;
     const Vector a = _mm512_loadu_si512(at);
     const Vector b = _mm512_loadu_si512(at + 64);
@@ -112,8 +114,8 @@ template <class Bound>
     if (_mm512_testn_epi32_mask(least_units, least_units) != 0 || any_above(any, last_of_four)) return;
     if (any_above(any, last_of_one)) {
       const bool long_forms = any_above(any, last_of_two);
-      store_half(a, b, long_forms, dst, room, ends);
-      store_half(c, d, long_forms, dst, room, ends);
+      store_half(a, b, long_forms, dst, capacity, ends);
+      store_half(c, d, long_forms, dst, capacity, ends);
     } else {
       const Vector low = _mm512_permutex2var_epi8(a, _mm512_load_si512(fourth_bytes.bytes), b);
       const Vector high = _mm512_permutex2var_epi8(c, _mm512_load_si512(fourth_bytes.bytes), d);
@@ -126,44 +128,44 @@ template <class Bound>
 
 // Most texts that reach here end within two more steps, before a long one could be tried.
 template <class Bound>
-[[gnu::noinline]] Run encode_further(const char* src, Bound bound, char* dst, std::size_t room, Ends ends) {
+[[gnu::noinline]] Run encode_further(const char* src, Bound bound, char* dst, std::size_t capacity, Ends ends) {
   Step step = ends.read == ends.written ? Step::goes_on : Step::is_not_ascii;
   if (step == Step::goes_on) {
-    while ((step = encode_ascii_step(src, bound, dst, room, ends)) == Step::goes_on &&
-           (step = encode_ascii_step(src, bound, dst, room, ends)) == Step::goes_on)
-      encode_long(src, bound, dst, room, ends);
+    while ((step = encode_ascii_step(src, bound, dst, capacity, ends)) == Step::goes_on &&
+           (step = encode_ascii_step(src, bound, dst, capacity, ends)) == Step::goes_on)
+      encode_long(src, bound, dst, capacity, ends);
   }
   if (step == Step::is_not_ascii) {
-    while (encode_step(src, bound, dst, room, ends) && encode_step(src, bound, dst, room, ends))
-      encode_long(src, bound, dst, room, ends);
+    while (encode_step(src, bound, dst, capacity, ends) && encode_step(src, bound, dst, capacity, ends))
+      encode_long(src, bound, dst, capacity, ends);
   }
   return {ends.read, ends.written};
 }
 
 template <class Bound>
-Run encode_run(const void* src, Bound bound, char* dst, std::size_t room) {
+Run encode_run(const void* src, Bound bound, char* dst, std::size_t capacity) {
   Ends ends;
   const auto* text = static_cast<const char*>(src);
-  const Step step = encode_ascii_step(text, bound, dst, room, ends);
-  if (step == Step::goes_on || (step == Step::is_not_ascii && encode_step(text, bound, dst, room, ends))) {
-    return encode_further(text, bound, dst, room, ends);
+  const Step step = encode_ascii_step(text, bound, dst, capacity, ends);
+  if (step == Step::goes_on || (step == Step::is_not_ascii && encode_step(text, bound, dst, capacity, ends))) {
+    return encode_further(text, bound, dst, capacity, ends);
   }
   return {ends.read, ends.written};
 }
 
 }  // namespace
 
-Run encode(const void* src, std::size_t count, char* dst, std::size_t room) {
-  return encode_run(src, Counted{count}, dst, room);
+Run encode(const void* src, std::size_t count, char* dst, std::size_t capacity) {
+  return encode_run(src, Counted{count}, dst, capacity);
 }
-Run encode_terminated(const void* src, char* dst, std::size_t room) {
-  if constexpr (!reads_ahead) return encode_run(src, Counted{static_cast<std::size_t>(length_of(src))}, dst, room);
-  return encode_run(src, TerminatedUnits<4>{}, dst, room);
+Run encode_terminated(const void* src, char* dst, std::size_t capacity) {
+  if constexpr (!reads_ahead) return encode_run(src, Counted{static_cast<std::size_t>(length_of(src))}, dst, capacity);
+  return encode_run(src, TerminatedUnits<4>{}, dst, capacity);
 }
 
-Run encode_within(const void* src, std::size_t count, char* dst, std::size_t room) {
-  if constexpr (!reads_ahead) return encode_measured<encode>(src, count, dst, room);
-  return encode_run(src, CountedUnits<4>{count}, dst, room);
+Run encode_within(const void* src, std::size_t count, char* dst, std::size_t capacity) {
+  if constexpr (!reads_ahead) return encode_measured<encode>(src, count, dst, capacity);
+  return encode_run(src, CountedUnits<4>{count}, dst, capacity);
 }
 
 Run count_encoded(const void* src, std::size_t count) {

@@ -12,24 +12,24 @@
 
 namespace zvrt::avx512 {
 
-Run decode(const char* src, std::size_t count, void* dst, std::size_t room);
-Run decode_terminated(const char* src, void* dst, std::size_t room);
+Run decode(const char* src, std::size_t count, void* dst, std::size_t capacity);
+Run decode_terminated(const char* src, void* dst, std::size_t capacity);
 Run count_decoded(const char* src, std::size_t count);
 
-Run decode_within(const char* src, std::size_t count, void* dst, std::size_t room);
+Run decode_within(const char* src, std::size_t count, void* dst, std::size_t capacity);
 
-Run utf8_to_utf16(const char* src, std::size_t count, void* dst, std::size_t room);
-Run utf16_to_utf8(const void* src, std::size_t count, char* dst, std::size_t room);
-Run utf16_to_utf32(const void* src, std::size_t count, void* dst, std::size_t room);
-Run utf32_to_utf16(const void* src, std::size_t count, void* dst, std::size_t room);
+Run utf8_to_utf16(const char* src, std::size_t count, void* dst, std::size_t capacity);
+Run utf16_to_utf8(const void* src, std::size_t count, char* dst, std::size_t capacity);
+Run utf16_to_utf32(const void* src, std::size_t count, void* dst, std::size_t capacity);
+Run utf32_to_utf16(const void* src, std::size_t count, void* dst, std::size_t capacity);
 
-Run encode(const void* src, std::size_t count, char* dst, std::size_t room);
-Run encode_terminated(const void* src, char* dst, std::size_t room);
+Run encode(const void* src, std::size_t count, char* dst, std::size_t capacity);
+Run encode_terminated(const void* src, char* dst, std::size_t capacity);
 Run count_encoded(const void* src, std::size_t count);
-Run encode_within(const void* src, std::size_t count, char* dst, std::size_t room);
+Run encode_within(const void* src, std::size_t count, char* dst, std::size_t capacity);
 
-Run copy_narrow(const void* src, void* dst, std::size_t room);
-Run copy_wide(const void* src, void* dst, std::size_t room);
+Run copy_narrow(const void* src, void* dst, std::size_t capacity);
+Run copy_wide(const void* src, void* dst, std::size_t capacity);
 
 using Vector = __m512i;
 using Mask = std::uint64_t;

@@ -162,10 +162,11 @@ ZVRT_INLINED Vector spread_short_forms(Vector units) {
 // Stores the bytes of some characters, of which each has `lane` bytes of the vector, as far as whole characters fit;
 // returns how many did.
 template <std::size_t lane>
-ZVRT_INLINED std::size_t store_forms(Vector bytes, std::size_t characters, char* dst, std::size_t room, Ends& ends) {
+ZVRT_INLINED std::size_t store_forms(Vector bytes, std::size_t characters, char* dst, std::size_t capacity,
+                                     Ends& ends) {
   const __mmask64 used = _mm512_test_epi8_mask(bytes, bytes);
   std::size_t count = count_of(used);
-  if (const std::size_t left = room - ends.written; count > left) [[unlikely]] {
+  if (const std::size_t left = capacity - ends.written; count > left) [[unlikely]] {
     characters = lowest_bit(used ^ _pdep_u64(first(left), used)) / lane;
     count = count_of(used & first(characters * lane));
   }

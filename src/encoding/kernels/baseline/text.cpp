@@ -76,9 +76,9 @@ void widen_rest(const char* src, std::size_t count, char* dst) {
 // The ASCII of whole blocks that leads a text, or all of it where a terminator ends it.
 template <class Source>
 [[gnu::always_inline]] inline std::size_t widen_ascii(const char* src, Source source, std::size_t read, char* dst,
-                                                      std::size_t room) {
+                                                      std::size_t capacity) {
   std::size_t done = 0;
-  for (; room - done >= 16 && source.template has_block<16>(src + done, read + done); done += 16) {
+  for (; capacity - done >= 16 && source.template has_block<16>(src + done, read + done); done += 16) {
     const __m128i bytes = load_block(src + done);
     const std::size_t lead = ascii_lead(bytes);
     if (lead == 16) {
@@ -123,20 +123,20 @@ template <class Source, class Sink>
 }
 
 template <bool writes, class Source>
-[[gnu::always_inline]] inline Run decode_run(const char* src, Source source, void* dst, std::size_t room) {
+[[gnu::always_inline]] inline Run decode_run(const char* src, Source source, void* dst, std::size_t capacity) {
   constexpr std::size_t stretch = 32;  // from one look for blocks of ASCII to the next
   auto* out = static_cast<char*>(dst);
   std::size_t read = 0;
   std::size_t written = 0;
   const auto put = [&](unsigned value) {
-    if (value == 0 || (writes && written == room)) return false;
+    if (value == 0 || (writes && written == capacity)) return false;
     if (writes) store<Wide>(out, written, value);
     ++written;
     return true;
   };
   while (source.has(read, 1)) {
     if (writes) {
-      const std::size_t ascii = widen_ascii(src + read, source, read, out + written * 4, room - written);
+      const std::size_t ascii = widen_ascii(src + read, source, read, out + written * 4, capacity - written);
       read += ascii;
       written += ascii;
     }
@@ -149,11 +149,11 @@ template <bool writes, class Source>
   return {read, written};
 }
 
-Run decode(const char* src, std::size_t count, void* dst, std::size_t room) {
-  return decode_run<true>(src, Counted{count}, dst, room);
+Run decode(const char* src, std::size_t count, void* dst, std::size_t capacity) {
+  return decode_run<true>(src, Counted{count}, dst, capacity);
 }
-Run decode_terminated(const char* src, void* dst, std::size_t room) {
-  return decode_run<true>(src, Terminated{}, dst, room);
+Run decode_terminated(const char* src, void* dst, std::size_t capacity) {
+  return decode_run<true>(src, Terminated{}, dst, capacity);
 }
 Run count_decoded(const char* src, std::size_t count) { return decode_run<false>(src, Counted{count}, nullptr, 0); }
 
@@ -198,12 +198,12 @@ void store_rest(char* dst, std::size_t count, __m128i bytes) {
 }
 
 // Terminated text that is ASCII and ends within sixteen characters, as most values do; returns its length, or 0.
-std::size_t narrow_short_ascii(const char* src, char* dst, std::size_t room) {
+std::size_t narrow_short_ascii(const char* src, char* dst, std::size_t capacity) {
   if (!may_read_ahead(src, 64)) return 0;
   const Narrowed block = narrow_sixteen(src);
   if (!block.ascii || block.zeros == 0) return 0;
   const auto count = static_cast<std::size_t>(__builtin_ctz(block.zeros));
-  if (count < 4 || count > room) return 0;
+  if (count < 4 || count > capacity) return 0;
   store_rest(dst, count, block.bytes);
   return count;
 }
@@ -211,26 +211,26 @@ std::size_t narrow_short_ascii(const char* src, char* dst, std::size_t room) {
 char continuation(Wide value, unsigned shift) { return static_cast<char>(0x80U | (value >> shift & 0x3FU)); }
 
 // Writes an ordinary character where it fits; returns its length, or 0.
-std::size_t encode_one(Wide value, char* dst, std::size_t room) {
+std::size_t encode_one(Wide value, char* dst, std::size_t capacity) {
   if (value < 0x80) {
-    if (value == 0 || room < 1) return 0;
+    if (value == 0 || capacity < 1) return 0;
     dst[0] = static_cast<char>(value);
     return 1;
   }
   if (value < 0x800) {
-    if (room < 2) return 0;
+    if (capacity < 2) return 0;
     dst[0] = static_cast<char>(0xC0U | value >> 6);
     dst[1] = continuation(value, 0);
     return 2;
   }
   if (value < 0x10000) {
-    if (room < 3) return 0;
+    if (capacity < 3) return 0;
     dst[0] = static_cast<char>(0xE0U | value >> 12);
     dst[1] = continuation(value, 6);
     dst[2] = continuation(value, 0);
     return 3;
   }
-  if (value > last_ordinary || room < 4) return 0;
+  if (value > last_ordinary || capacity < 4) return 0;
   dst[0] = static_cast<char>(0xF0U | value >> 18);
   dst[1] = continuation(value, 12);
   dst[2] = continuation(value, 6);
@@ -239,13 +239,13 @@ std::size_t encode_one(Wide value, char* dst, std::size_t room) {
 }
 
 template <class Source>
-[[gnu::always_inline]] inline Run encode_run(const void* src, Source source, char* dst, std::size_t room) {
+[[gnu::always_inline]] inline Run encode_run(const void* src, Source source, char* dst, std::size_t capacity) {
   constexpr std::size_t stretch = 16;
   const auto* text = static_cast<const char*>(src);
   std::size_t read = 0;
   std::size_t written = 0;
   while (source.has(read, 1)) {
-    while (room - written >= 16 && source.template has_block<64>(text + read * 4, read)) {
+    while (capacity - written >= 16 && source.template has_block<64>(text + read * 4, read)) {
       const Narrowed block = narrow_sixteen(text + read * 4);
       if (!block.ascii || block.zeros != 0) break;
       store_block(dst + written, block.bytes);
@@ -253,7 +253,7 @@ template <class Source>
       written += 16;
     }
     for (const std::size_t stop = read + stretch; read < stop && source.has(read, 1); ++read) {
-      const std::size_t length = encode_one(load<Wide>(text, read), dst + written, room - written);
+      const std::size_t length = encode_one(load<Wide>(text, read), dst + written, capacity - written);
       if (length == 0) return {read, written};
       written += length;
     }
@@ -261,12 +261,12 @@ template <class Source>
   return {read, written};
 }
 
-Run encode(const void* src, std::size_t count, char* dst, std::size_t room) {
-  return encode_run(src, Counted{count}, dst, room);
+Run encode(const void* src, std::size_t count, char* dst, std::size_t capacity) {
+  return encode_run(src, Counted{count}, dst, capacity);
 }
-Run encode_terminated(const void* src, char* dst, std::size_t room) {
-  const std::size_t ascii = narrow_short_ascii(static_cast<const char*>(src), dst, room);
-  return ascii != 0 ? Run{ascii, ascii} : encode_run(src, Terminated{}, dst, room);
+Run encode_terminated(const void* src, char* dst, std::size_t capacity) {
+  const std::size_t ascii = narrow_short_ascii(static_cast<const char*>(src), dst, capacity);
+  return ascii != 0 ? Run{ascii, ascii} : encode_run(src, Terminated{}, dst, capacity);
 }
 
 ZVRT_WRAPS Run count_encoded(const void* src, std::size_t count) {
@@ -281,9 +281,9 @@ ZVRT_WRAPS Run count_encoded(const void* src, std::size_t count) {
 }
 
 template <class Unit>
-Run copy(const void* src, void* dst, std::size_t room) {
+Run copy(const void* src, void* dst, std::size_t capacity) {
   using Text = std::conditional_t<sizeof(Unit) == 1, const char*, const void*>;
-  const std::int32_t count = length_within(static_cast<Text>(src), static_cast<std::int32_t>(room));
+  const std::int32_t count = length_within(static_cast<Text>(src), static_cast<std::int32_t>(capacity));
   copy_units<Unit>(dst, src, count);
   return {static_cast<std::size_t>(count), static_cast<std::size_t>(count)};
 }

@@ -26,14 +26,14 @@ struct Texts {
   const char* src;
   std::size_t count;
   char* dst;
-  std::size_t room;
+  std::size_t capacity;
   std::size_t read = 0;
   std::size_t written = 0;
 
   // Whether so many units may be looked at together and their results fit.
   template <std::size_t source_unit>
   bool has_block(std::size_t units) const {
-    return count - read >= units && room - written >= units &&
+    return count - read >= units && capacity - written >= units &&
            may_read_ahead(src + read * source_unit, units * source_unit);
   }
   void advance(std::size_t units) {
@@ -116,7 +116,7 @@ Utf8Sequence next_of_utf8(const Texts& texts) {
 
 bool put_utf16(Texts& texts, std::uint32_t code_point, std::size_t read) {
   const auto units = static_cast<std::size_t>(utf16_length(code_point));
-  if (code_point == 0 || texts.room - texts.written < units) return false;
+  if (code_point == 0 || texts.capacity - texts.written < units) return false;
   encode_utf16(code_point, texts.dst + texts.written * 2);
   texts.read += read;
   texts.written += units;
@@ -141,7 +141,7 @@ bool one_to_utf8(Texts& texts) {
   const Utf16Sequence sequence = next_of_utf16(texts);
   if (!sequence.whole || sequence.code_point == 0) return false;
   const std::int32_t length = utf8_length(sequence.code_point);
-  if (texts.room - texts.written < static_cast<std::size_t>(length)) return false;
+  if (texts.capacity - texts.written < static_cast<std::size_t>(length)) return false;
   encode_utf8(sequence.code_point, length, texts.dst + texts.written);
   texts.read += static_cast<std::size_t>(sequence.length);
   texts.written += static_cast<std::size_t>(length);
@@ -161,33 +161,33 @@ bool one_to_utf32(Texts& texts) {
 template <bool (*block)(Texts&), bool (*one)(Texts&)>
 Run convert(Texts texts) {
   constexpr unsigned stretch = 16;
-  while (texts.read < texts.count && texts.written < texts.room) {
+  while (texts.read < texts.count && texts.written < texts.capacity) {
     while (block(texts)) {
     }
     for (unsigned tried = 0; tried < stretch && texts.read < texts.count; ++tried) {
-      if (texts.written == texts.room || !one(texts)) return texts.run();
+      if (texts.written == texts.capacity || !one(texts)) return texts.run();
     }
   }
   return texts.run();
 }
 
-Texts texts_of(const void* src, std::size_t count, void* dst, std::size_t room) {
-  return {static_cast<const char*>(src), count, static_cast<char*>(dst), room};
+Texts texts_of(const void* src, std::size_t count, void* dst, std::size_t capacity) {
+  return {static_cast<const char*>(src), count, static_cast<char*>(dst), capacity};
 }
 
 }  // namespace
 
-Run utf8_to_utf16(const char* src, std::size_t count, void* dst, std::size_t room) {
-  return convert<widen_ascii, one_from_utf8>(texts_of(src, count, dst, room));
+Run utf8_to_utf16(const char* src, std::size_t count, void* dst, std::size_t capacity) {
+  return convert<widen_ascii, one_from_utf8>(texts_of(src, count, dst, capacity));
 }
-Run utf16_to_utf8(const void* src, std::size_t count, char* dst, std::size_t room) {
-  return convert<narrow_ascii, one_to_utf8>(texts_of(src, count, dst, room));
+Run utf16_to_utf8(const void* src, std::size_t count, char* dst, std::size_t capacity) {
+  return convert<narrow_ascii, one_to_utf8>(texts_of(src, count, dst, capacity));
 }
-Run utf16_to_utf32(const void* src, std::size_t count, void* dst, std::size_t room) {
-  return convert<widen_units, one_to_utf32>(texts_of(src, count, dst, room));
+Run utf16_to_utf32(const void* src, std::size_t count, void* dst, std::size_t capacity) {
+  return convert<widen_units, one_to_utf32>(texts_of(src, count, dst, capacity));
 }
-Run utf32_to_utf16(const void* src, std::size_t count, void* dst, std::size_t room) {
-  return convert<narrow_units, one_from_utf32>(texts_of(src, count, dst, room));
+Run utf32_to_utf16(const void* src, std::size_t count, void* dst, std::size_t capacity) {
+  return convert<narrow_units, one_from_utf32>(texts_of(src, count, dst, capacity));
 }
 
 }  // namespace zvrt::baseline

@@ -39,8 +39,8 @@ ZVRT_INLINED Characters locate(Block bytes) {
 }
 
 // Keeps as many characters as there is room for.
-void clip(Characters& characters, std::size_t room) {
-  while (count_of(characters.ends) > room) characters.ends ^= Mask{1} << highest_bit(characters.ends);
+void clip(Characters& characters, std::size_t capacity) {
+  while (count_of(characters.ends) > capacity) characters.ends ^= Mask{1} << highest_bit(characters.ends);
   characters.stop = characters.ends == 0 ? 0 : highest_bit(characters.ends) + 1;
 }
 
@@ -142,8 +142,8 @@ ZVRT_INLINED void widen_any(Block bytes, Block lasts, std::size_t count, char* d
   const Block firsts = _mm_slli_si128(_mm_add_epi8(lasts, repeat(1)), 1);
   const auto gather = [=](Block indices) {
     const Block first = _mm_shuffle_epi8(firsts, indices);
-    const Block place = _mm_sub_epi8(_mm_shuffle_epi8(lasts, indices), _mm_set1_epi32(0x03020100));
-    return join_payload(_mm_shuffle_epi8(payload, _mm_or_si128(place, _mm_cmpgt_epi8(first, place))));
+    const Block positions = _mm_sub_epi8(_mm_shuffle_epi8(lasts, indices), _mm_set1_epi32(0x03020100));
+    return join_payload(_mm_shuffle_epi8(payload, _mm_or_si128(positions, _mm_cmpgt_epi8(first, positions))));
   };
   const Block offsets = _mm_setr_epi8(0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3);
   if (count < 4) return store_few(dst, count, gather(_mm_min_epu8(offsets, repeat_of(count - 1))));
@@ -213,15 +213,15 @@ struct EqualCharacters {
 // Once a run of them is under way, full blocks are expected: a branch foresees them, and where the next block begins
 // need not wait for the count of this one.
 template <unsigned length>
-ZVRT_INLINED Run widen_equal(Block bytes, bool under_way, char* dst, std::size_t room) {
+ZVRT_INLINED Run widen_equal(Block bytes, bool under_way, char* dst, std::size_t capacity) {
   using Equal = EqualCharacters<length>;
   const Equal equal(bytes);
-  if (under_way && equal.others == 0 && room >= Equal::most) {
+  if (under_way && equal.others == 0 && capacity >= Equal::most) {
     equal.widen_all(dst);
     return {Equal::used, Equal::most};
   }
   const std::size_t count = equal.leading();
-  if (count == 0 || count > room) return {0, 0};
+  if (count == 0 || count > capacity) return {0, 0};
   equal.widen(count, dst);
   return {count * length, count};
 }
@@ -246,9 +246,10 @@ void widen_pieces(const char* src, std::size_t count, char* dst) {
 
 // The blocks of ASCII that lead a text, and what is left of it where that is ASCII as well; returns the bytes taken.
 template <class Source>
-ZVRT_INLINED std::size_t widen_ascii(const char* src, Source source, std::size_t read, char* dst, std::size_t room) {
+ZVRT_INLINED std::size_t widen_ascii(const char* src, Source source, std::size_t read, char* dst,
+                                     std::size_t capacity) {
   std::size_t done = 0;
-  for (; room - done >= block_bytes && source.has_block(src, read + done); done += block_bytes) {
+  for (; capacity - done >= block_bytes && source.has_block(src, read + done); done += block_bytes) {
     const char* at = src + read + done;
     const Block bytes = load_block(at);
     // Signed, the bytes 01 to 7F are exactly the ones above zero.
@@ -266,7 +267,7 @@ ZVRT_INLINED std::size_t widen_ascii(const char* src, Source source, std::size_t
 }
 
 // Terminated text that starts with ASCII, as most values do: all of it where it ends within 32 bytes, else whole blocks.
-std::size_t widen_leading_ascii(const char* src, char* dst, std::size_t room) {
+std::size_t widen_leading_ascii(const char* src, char* dst, std::size_t capacity) {
   constexpr std::size_t most = 2 * block_bytes;
   if (static_cast<signed char>(src[0]) <= 0 || !may_read_ahead(src, most)) return 0;
   const Block low = load_block(src);
@@ -276,20 +277,20 @@ std::size_t widen_leading_ascii(const char* src, char* dst, std::size_t room) {
   const std::size_t count = lowest_bit(end | std::uint64_t{1} << most);
   if ((others & first(count)) != 0) return 0;
   if (count != most) [[likely]] {
-    if (count < 4 || count > room) return 0;
+    if (count < 4 || count > capacity) return 0;
     widen_pieces<most>(src, count, dst);
     return count;
   }
-  if (room < most) return 0;
+  if (capacity < most) return 0;
   widen_sixteen(low, dst);
   widen_sixteen(high, dst + block_bytes * 4);
-  return most + widen_ascii(src, Terminated{}, most, dst + most * 4, room - most);
+  return most + widen_ascii(src, Terminated{}, most, dst + most * 4, capacity - most);
 }
 
 // ---- Texts ----
 
 template <bool writes, class Source>
-ZVRT_INLINED Run decode_run(const char* src, Source source, void* dst, std::size_t room, std::size_t ascii = 0) {
+ZVRT_INLINED Run decode_run(const char* src, Source source, void* dst, std::size_t capacity, std::size_t ascii = 0) {
   std::size_t read = ascii;
   std::size_t written = ascii;
   bool under_way = false;
@@ -298,8 +299,8 @@ ZVRT_INLINED Run decode_run(const char* src, Source source, void* dst, std::size
     char* out = writes ? static_cast<char*>(dst) + written * 4 : nullptr;
     const auto lead = static_cast<unsigned char>(src[read]);
     if (writes && lead >= 0xE0) {
-      const Run run = lead < 0xF0 ? widen_equal<3>(bytes, under_way, out, room - written)
-                                  : widen_equal<4>(bytes, under_way, out, room - written);
+      const Run run = lead < 0xF0 ? widen_equal<3>(bytes, under_way, out, capacity - written)
+                                  : widen_equal<4>(bytes, under_way, out, capacity - written);
       read += run.read;
       written += run.written;
       under_way = true;
@@ -307,9 +308,9 @@ ZVRT_INLINED Run decode_run(const char* src, Source source, void* dst, std::size
     }
     Characters characters = locate(bytes);
     std::size_t found = count_of(characters.ends);
-    if (writes && found > room - written) [[unlikely]] {
-      clip(characters, room - written);
-      found = room - written;
+    if (writes && found > capacity - written) [[unlikely]] {
+      clip(characters, capacity - written);
+      found = capacity - written;
     }
     if (found == 0) break;
     if (writes) {
@@ -323,7 +324,7 @@ ZVRT_INLINED Run decode_run(const char* src, Source source, void* dst, std::size
     read += characters.stop;
     written += found;
     if (writes && found == block_bytes) {  // ASCII, and so perhaps is what follows
-      const std::size_t more = widen_ascii(src, source, read, out + block_bytes * 4, room - written);
+      const std::size_t more = widen_ascii(src, source, read, out + block_bytes * 4, capacity - written);
       read += more;
       written += more;
     }
@@ -332,19 +333,19 @@ ZVRT_INLINED Run decode_run(const char* src, Source source, void* dst, std::size
 }
 
 // Kept apart, so that ASCII does not wait for what this saves and restores.
-[[gnu::noinline]] Run decode_behind(const char* src, std::size_t ascii, void* dst, std::size_t room) {
-  return decode_run<true>(src, Terminated{}, dst, room, ascii);
+[[gnu::noinline]] Run decode_behind(const char* src, std::size_t ascii, void* dst, std::size_t capacity) {
+  return decode_run<true>(src, Terminated{}, dst, capacity, ascii);
 }
 
 }  // namespace
 
-Run decode(const char* src, std::size_t count, void* dst, std::size_t room) {
-  return decode_run<true>(src, Counted{count}, dst, room);
+Run decode(const char* src, std::size_t count, void* dst, std::size_t capacity) {
+  return decode_run<true>(src, Counted{count}, dst, capacity);
 }
-Run decode_terminated(const char* src, void* dst, std::size_t room) {
-  const std::size_t ascii = widen_leading_ascii(src, static_cast<char*>(dst), room);
+Run decode_terminated(const char* src, void* dst, std::size_t capacity) {
+  const std::size_t ascii = widen_leading_ascii(src, static_cast<char*>(dst), capacity);
   if (ascii != 0 && src[ascii] == 0) return {ascii, ascii};
-  return decode_behind(src, ascii, dst, room);
+  return decode_behind(src, ascii, dst, capacity);
 }
 Run count_decoded(const char* src, std::size_t count) { return decode_run<false>(src, Counted{count}, nullptr, 0); }
 

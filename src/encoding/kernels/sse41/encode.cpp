@@ -226,7 +226,7 @@ ZVRT_INLINED void narrow(const Step& step, const Units& units, std::size_t bytes
 }
 
 // Terminated text that is ASCII and ends within 32 characters, as most values do; returns its length, or 0.
-std::size_t narrow_short_ascii(const char* src, char* dst, std::size_t room) {
+std::size_t narrow_short_ascii(const char* src, char* dst, std::size_t capacity) {
   constexpr std::size_t most = 2 * step_units;
   if (!may_read_ahead(src, most * 4)) return 0;
   const Block low = classify(load_step(src)).bytes;
@@ -235,7 +235,7 @@ std::size_t narrow_short_ascii(const char* src, char* dst, std::size_t room) {
   const Mask others = sign_bits(low) | sign_bits(high) << step_units;
   if (end == 0) return 0;
   const std::size_t count = lowest_bit(end);
-  if ((others & first(count)) != 0 || count < 4 || count > room) return 0;
+  if ((others & first(count)) != 0 || count < 4 || count > capacity) return 0;
   alignas(block_bytes) char kept[most];
   store_block(kept, low);
   store_block(kept + block_bytes, high);
@@ -246,7 +246,7 @@ std::size_t narrow_short_ascii(const char* src, char* dst, std::size_t room) {
 // ---- Texts ----
 
 template <bool writes, class Source>
-ZVRT_INLINED Run encode_run(const void* src, Source source, char* dst, std::size_t room) {
+ZVRT_INLINED Run encode_run(const void* src, Source source, char* dst, std::size_t capacity) {
   const auto* text = static_cast<const char*>(src);
   std::size_t read = 0;
   std::size_t written = 0;
@@ -255,7 +255,7 @@ ZVRT_INLINED Run encode_run(const void* src, Source source, char* dst, std::size
     Step step = classify(units);
     const Lengths& lengths = step.lengths;
     const bool is_whole = lengths.inside == all_of_block;
-    if (writes && is_whole && lengths.from_two == 0 && room - written >= block_bytes) {
+    if (writes && is_whole && lengths.from_two == 0 && capacity - written >= block_bytes) {
       store_block(dst + written, step.bytes);
       read += step_units;
       written += block_bytes;
@@ -263,7 +263,7 @@ ZVRT_INLINED Run encode_run(const void* src, Source source, char* dst, std::size
     }
     if (lengths.from_two != 0) classify_long(step, units);
     const std::size_t bytes = lengths.bytes();
-    if (writes && bytes > room - written) [[unlikely]]
+    if (writes && bytes > capacity - written) [[unlikely]]
       break;
     if (writes) {
       if (lengths.from_two != 0) {
@@ -284,18 +284,18 @@ ZVRT_INLINED Run encode_run(const void* src, Source source, char* dst, std::size
 }
 
 // Kept apart, so that ASCII does not wait for what this saves and restores.
-[[gnu::noinline]] Run encode_any(const void* src, char* dst, std::size_t room) {
-  return encode_run<true>(src, Terminated{}, dst, room);
+[[gnu::noinline]] Run encode_any(const void* src, char* dst, std::size_t capacity) {
+  return encode_run<true>(src, Terminated{}, dst, capacity);
 }
 
 }  // namespace
 
-Run encode(const void* src, std::size_t count, char* dst, std::size_t room) {
-  return encode_run<true>(src, Counted{count}, dst, room);
+Run encode(const void* src, std::size_t count, char* dst, std::size_t capacity) {
+  return encode_run<true>(src, Counted{count}, dst, capacity);
 }
-Run encode_terminated(const void* src, char* dst, std::size_t room) {
-  const std::size_t ascii = narrow_short_ascii(static_cast<const char*>(src), dst, room);
-  return ascii != 0 ? Run{ascii, ascii} : encode_any(src, dst, room);
+Run encode_terminated(const void* src, char* dst, std::size_t capacity) {
+  const std::size_t ascii = narrow_short_ascii(static_cast<const char*>(src), dst, capacity);
+  return ascii != 0 ? Run{ascii, ascii} : encode_any(src, dst, capacity);
 }
 Run count_encoded(const void* src, std::size_t count) { return encode_run<false>(src, Counted{count}, nullptr, 0); }
 

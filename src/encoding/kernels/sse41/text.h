@@ -16,12 +16,12 @@
 
 namespace zvrt::sse41 {
 
-Run decode(const char* src, std::size_t count, void* dst, std::size_t room);
-Run decode_terminated(const char* src, void* dst, std::size_t room);
+Run decode(const char* src, std::size_t count, void* dst, std::size_t capacity);
+Run decode_terminated(const char* src, void* dst, std::size_t capacity);
 Run count_decoded(const char* src, std::size_t count);
 
-Run encode(const void* src, std::size_t count, char* dst, std::size_t room);
-Run encode_terminated(const void* src, char* dst, std::size_t room);
+Run encode(const void* src, std::size_t count, char* dst, std::size_t capacity);
+Run encode_terminated(const void* src, char* dst, std::size_t capacity);
 Run count_encoded(const void* src, std::size_t count);
 
 using Block = __m128i;

@@ -66,9 +66,9 @@ void split(const std::uint8_t* field, std::uint32_t size, Vector& digits, Mask& 
   }
 }
 
-ZVRT_WRAPS Rendered render_packed_512(const std::uint8_t* field, std::int64_t bytes, void* dst, std::int32_t room) {
+ZVRT_WRAPS Rendered render_packed_512(const std::uint8_t* field, std::int64_t bytes, void* dst, std::int32_t capacity) {
   // One byte less than the vector holds leaves its last position zero, whence a sign finds a zero to stand in for.
-  if (bytes < 1 || bytes >= vector_bytes / 2) return render_packed(field, bytes, dst, room);
+  if (bytes < 1 || bytes >= vector_bytes / 2) return render_packed(field, bytes, dst, capacity);
   const auto size = static_cast<std::uint32_t>(bytes);
   const std::uint32_t digits = 2 * size - 1;
   Vector halves;
@@ -82,7 +82,7 @@ ZVRT_WRAPS Rendered render_packed_512(const std::uint8_t* field, std::int64_t by
   const std::uint32_t negative = (field[size - 1] & 0xF) == 0xD ? 1 : 0;
   const std::uint32_t length = stop - start + negative;
   if (length == 0) return {0, ZVRT_RC_EMPTY_RESULT};
-  if (static_cast<std::int64_t>(length) >= room) return render_packed(field, bytes, dst, room);
+  if (static_cast<std::int64_t>(length) >= capacity) return render_packed(field, bytes, dst, capacity);
 
   auto* out = static_cast<char*>(dst);
   // Every lane takes a digit and three times the zero at the end.
@@ -179,16 +179,16 @@ ZVRT_WRAPS Packed pack_text_512(const void* text, std::uint8_t* field, std::int3
   return {count, static_cast<std::uint32_t>(size)};
 }
 
-ZVRT_WRAPS Rendered render_varnum_512(const std::uint8_t* value, void* dst, std::int32_t room) {
+ZVRT_WRAPS Rendered render_varnum_512(const std::uint8_t* value, void* dst, std::int32_t capacity) {
   const std::uint32_t count = value[0] - 1U;
-  if (count < 1 || count > Base100::most_digits || value[1] < 0x80) return render_varnum(value, dst, room);
+  if (count < 1 || count > Base100::most_digits || value[1] < 0x80) return render_varnum(value, dst, capacity);
   const __mmask32 mantissa = first32(count);
   const __m256i loaded = _mm256_maskz_loadu_epi8(mantissa, value + varnum_header);
   const __m256i digits = _mm256_sub_epi8(loaded, half(decimal_vectors.ones));
   if (_mm256_mask_cmpgt_epu8_mask(mantissa, digits, half(decimal_vectors.ninety_nines)) != 0) return {0, ZVRT_RC_ERROR};
   const VarnumText layout = lay_out(value);
-  if (layout.length >= room || layout.length >= static_cast<std::int32_t>(vector_bytes)) {
-    return render_varnum(value, dst, room);
+  if (layout.length >= capacity || layout.length >= static_cast<std::int32_t>(vector_bytes)) {
+    return render_varnum(value, dst, capacity);
   }
   // Tens below, ones above: digit << 8 less ten times the tens there, and the tens once.
   const Vector words = _mm512_cvtepu8_epi16(digits);
@@ -234,8 +234,8 @@ void classify(const Vector& bytes, Mask inside, Vector& values, Mask& digits, Ma
   }
 }
 
-Encoded zero_varnum(std::uint32_t length, std::uint8_t* dst, std::int32_t room) {
-  if (room >= varnum_header) {
+Encoded zero_varnum(std::uint32_t length, std::uint8_t* dst, std::int32_t capacity) {
+  if (capacity >= varnum_header) {
     dst[0] = 1;
     dst[1] = zero_exponent;
   }
@@ -243,13 +243,13 @@ Encoded zero_varnum(std::uint32_t length, std::uint8_t* dst, std::int32_t room) 
 }
 
 template <class Unit>
-ZVRT_WRAPS Encoded encode_varnum_512(const void* text, std::uint8_t* dst, std::int32_t room) {
+ZVRT_WRAPS Encoded encode_varnum_512(const void* text, std::uint8_t* dst, std::int32_t capacity) {
   // Room for the header's two pairs and a zero that completes the first one.
   constexpr std::uint32_t most = vector_bytes - 2 * header_bytes - 1;
   Vector bytes;
   const Mask ends = load_text<Unit>(text, bytes);
   const std::uint32_t length = lowest(ends);
-  if (length > most) return encode_varnum<Unit>(text, dst, room);
+  if (length > most) return encode_varnum<Unit>(text, dst, capacity);
   const Mask inside = ~ends & (ends - 1);
   Vector values;
   Mask digits;
@@ -258,7 +258,7 @@ ZVRT_WRAPS Encoded encode_varnum_512(const void* text, std::uint8_t* dst, std::i
   classify(bytes, inside, values, digits, points, nonzero);
   if ((digits | points) != inside || (points & (points - 1)) != 0) return {length, 0};
   nonzero &= ~points;
-  if (nonzero == 0) return zero_varnum(length, dst, room);
+  if (nonzero == 0) return zero_varnum(length, dst, capacity);
 
   // Positions among the digits: the point's is the number of digits before it.
   const std::uint32_t point = lowest(points | (inside + 1));
@@ -277,7 +277,7 @@ ZVRT_WRAPS Encoded encode_varnum_512(const void* text, std::uint8_t* dst, std::i
   const __m256i pairs = _mm512_cvtepi16_epi8(_mm512_maddubs_epi16(squeezed, all(decimal_vectors.by_10_and_1)));
 
   const std::uint32_t size = least((last + shift) / 2 + 1, longest_varnum);
-  if (static_cast<std::int32_t>(size) <= room) {
+  if (static_cast<std::int32_t>(size) <= capacity) {
     const std::int32_t exponent = positive_exponent - 1 + static_cast<std::int32_t>(point + lower - leading) / 2;
     const auto header = static_cast<std::uint16_t>((size - 1) | static_cast<std::uint32_t>(exponent) << 8);
     _mm256_mask_storeu_epi8(dst, first32(size), _mm256_add_epi8(pairs, half(decimal_vectors.ones)));

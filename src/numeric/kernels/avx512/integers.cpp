@@ -92,8 +92,8 @@ __m512i eight_digits(const Constants& all, std::uint64_t number) {
 }
 
 // A mask of the lanes to store: the text and its terminator, as far as there is room.
-std::uint32_t stored_lanes(std::int32_t length, std::int32_t room) {
-  return _bzhi_u32(~0U, static_cast<std::uint32_t>(length < room ? length + 1 : room));
+std::uint32_t stored_lanes(std::int32_t length, std::int32_t capacity) {
+  return _bzhi_u32(~0U, static_cast<std::uint32_t>(length < capacity ? length + 1 : capacity));
 }
 
 // ---- reading -------------------------------------------------------------------------------------------------------
@@ -147,19 +147,19 @@ ZVRT_WRAPS Digits read_block_and_half(const void* text) {
 
 struct Avx512Kernel {
   // The text begins at its first digit, or one before it where its sign goes.
-  static std::int32_t write(std::uint32_t magnitude, bool negative, void* dst, std::int32_t room) {
+  static std::int32_t write(std::uint32_t magnitude, bool negative, void* dst, std::int32_t capacity) {
     const Constants& all = constants();
     const auto sign = static_cast<__mmask16>(negative);
     const std::int32_t length = count_digits(magnitude) + sign;
     const __m512i window = load_block(all.of_sixteen + (16 - length));
     const __m512i text = _mm512_permutex2var_epi32(eight_digits(all, magnitude / hundred_million), window,
                                                    eight_digits(all, magnitude % hundred_million));
-    _mm512_mask_storeu_epi32(dst, static_cast<__mmask16>(stored_lanes(length, room)),
+    _mm512_mask_storeu_epi32(dst, static_cast<__mmask16>(stored_lanes(length, capacity)),
                              _mm512_mask_mov_epi32(text, sign, load_block(all.minus)));
     return length;
   }
 
-  static std::int32_t write(std::uint64_t magnitude, bool negative, void* dst, std::int32_t room) {
+  static std::int32_t write(std::uint64_t magnitude, bool negative, void* dst, std::int32_t capacity) {
     const Constants& all = constants();
     const auto sign = static_cast<__mmask16>(negative);
     const std::uint64_t upper = magnitude / hundred_million;
@@ -171,7 +171,7 @@ struct Avx512Kernel {
     const std::uint32_t* const window = all.of_twenty_four + (24 - length);
     const __m512i head = _mm512_permutex2var_epi32(high, load_block(window), low);
     const __m512i tail = _mm512_permutexvar_epi32(load_block(window + 16), low);
-    const std::uint32_t stored = stored_lanes(length, room);
+    const std::uint32_t stored = stored_lanes(length, capacity);
     _mm512_mask_storeu_epi32(dst, static_cast<__mmask16>(stored),
                              _mm512_mask_mov_epi32(head, sign, load_block(all.minus)));
     _mm512_mask_storeu_epi32(static_cast<std::byte*>(dst) + 64, static_cast<__mmask16>(stored >> 16), tail);

@@ -117,8 +117,8 @@ void store_few(void* dst, std::uint32_t count, Block characters) {
   }
 }
 
-ZVRT_WRAPS Rendered render_packed_41(const std::uint8_t* field, std::int64_t bytes, void* dst, std::int32_t room) {
-  if (bytes < 1 || bytes > static_cast<std::int64_t>(block_bytes)) return render_packed(field, bytes, dst, room);
+ZVRT_WRAPS Rendered render_packed_41(const std::uint8_t* field, std::int64_t bytes, void* dst, std::int32_t capacity) {
+  if (bytes < 1 || bytes > static_cast<std::int64_t>(block_bytes)) return render_packed(field, bytes, dst, capacity);
   const auto size = static_cast<std::uint32_t>(bytes);
   const Block pairs = load_exactly(field, size);
   const Block upper = _mm_and_si128(_mm_srli_epi16(pairs, 4), all(decimal_vectors.low_halves));
@@ -138,7 +138,7 @@ ZVRT_WRAPS Rendered render_packed_41(const std::uint8_t* field, std::int64_t byt
   const std::uint32_t count = stop - start;
   const std::uint32_t length = count + negative;
   if (length == 0) return {0, ZVRT_RC_EMPTY_RESULT};
-  if (count == 0 || static_cast<std::int64_t>(length) >= room) return render_packed(field, bytes, dst, room);
+  if (count == 0 || static_cast<std::int64_t>(length) >= capacity) return render_packed(field, bytes, dst, capacity);
 
   // Where there is no sign a digit takes its place.
   put<Wide>(dst, 0, '-');
@@ -226,9 +226,9 @@ Block split_window(const Bytes& bytes, std::int32_t from, std::uint32_t index) {
   return _mm_blendv_epi8(window(bytes, from), window(bytes, from - 1), behind);
 }
 
-ZVRT_WRAPS Rendered render_varnum_41(const std::uint8_t* value, void* dst, std::int32_t room) {
+ZVRT_WRAPS Rendered render_varnum_41(const std::uint8_t* value, void* dst, std::int32_t capacity) {
   const std::uint32_t count = value[0] - 1U;
-  if (count < 1 || count > block_bytes || value[1] < positive_exponent - 1) return render_varnum(value, dst, room);
+  if (count < 1 || count > block_bytes || value[1] < positive_exponent - 1) return render_varnum(value, dst, capacity);
   const Block mantissa = load_exactly(value + header_bytes, count);
   const Block ones = all(decimal_vectors.ones);
   const Block digits = _mm_sub_epi8(mantissa, ones);
@@ -236,7 +236,7 @@ ZVRT_WRAPS Rendered render_varnum_41(const std::uint8_t* value, void* dst, std::
   if ((~bits_of(valid) & ((1U << count) - 1)) != 0) return {0, ZVRT_RC_ERROR};
   const VarnumText layout = lay_out(value);
   const auto length = static_cast<std::uint32_t>(layout.length);
-  if (layout.length >= room || length > 2 * block_bytes) return render_varnum(value, dst, room);
+  if (layout.length >= capacity || length > 2 * block_bytes) return render_varnum(value, dst, capacity);
 
   // Tens below, ones above: digit << 8 less ten times the tens there, and the tens once. Behind the mantissa are zeros.
   const Block zeros = all(decimal_vectors.zeros);
@@ -261,10 +261,10 @@ ZVRT_WRAPS Rendered render_varnum_41(const std::uint8_t* value, void* dst, std::
 }
 
 template <class Unit>
-ZVRT_WRAPS Encoded encode_varnum_41(const void* text, std::uint8_t* dst, std::int32_t room) {
+ZVRT_WRAPS Encoded encode_varnum_41(const void* text, std::uint8_t* dst, std::int32_t capacity) {
   Bytes bytes;
   const std::uint32_t ends = load_text<Unit>(text, bytes);
-  if (ends == 0) return encode_varnum<Unit>(text, dst, room);
+  if (ends == 0) return encode_varnum<Unit>(text, dst, capacity);
   const std::uint32_t length = lowest(ends);
   const std::uint32_t inside = ~ends & (ends - 1);
   const Block zeros = all(decimal_vectors.zeros);
@@ -277,7 +277,7 @@ ZVRT_WRAPS Encoded encode_varnum_41(const void* text, std::uint8_t* dst, std::in
   const std::uint32_t nonzero =
       ~bits_of(_mm_cmpeq_epi8(bytes.low, zeros), _mm_cmpeq_epi8(bytes.high, zeros)) & inside & ~points;
   if (((digits & inside) | points) != inside || (points & (points - 1)) != 0) return {length, 0};
-  if (nonzero == 0) return encode_varnum<Unit>(text, dst, room);
+  if (nonzero == 0) return encode_varnum<Unit>(text, dst, capacity);
 
   // Positions among the digits: the point's is the number of digits before it.
   const std::uint32_t point = lowest(points | (inside + 1));
@@ -288,9 +288,9 @@ ZVRT_WRAPS Encoded encode_varnum_41(const void* text, std::uint8_t* dst, std::in
   // is the lower one of its pair when the digits from it to the point are an odd number.
   const std::uint32_t lower = (leading + point) % 2;
   const std::uint32_t shift = 2 * header_bytes + lower - leading;
-  if (last + shift >= 2 * block_bytes) return encode_varnum<Unit>(text, dst, room);
+  if (last + shift >= 2 * block_bytes) return encode_varnum<Unit>(text, dst, capacity);
   const std::uint32_t size = (last + shift) / 2 + 1;
-  if (static_cast<std::int32_t>(size) > room) return {length, static_cast<std::int32_t>(size)};
+  if (static_cast<std::int32_t>(size) > capacity) return {length, static_cast<std::int32_t>(size)};
 
   const Block end = repeat(length);
   values.low = _mm_and_si128(values.low, _mm_cmpgt_epi8(end, all(decimal_vectors.positions)));

@@ -70,13 +70,13 @@ __m128i sixteen_digits(std::uint64_t number) {
 // overlap: none reaches beyond the lanes to store, and how many there are does not depend on the number of digits.
 template <std::int32_t digits, std::int32_t most, std::int32_t piece>
 [[gnu::always_inline]] inline std::int32_t write_digits(std::uint64_t magnitude, bool negative, void* dst,
-                                                        std::int32_t room) {
+                                                        std::int32_t capacity) {
   const __m128i characters = digits == 8 ? eight_digits(magnitude) : sixteen_digits(magnitude);
   const std::int32_t count = count_digits(magnitude);  // beside the digits, not waiting for them
   const std::int32_t sign = negative ? 1 : 0;
-  const std::int32_t lanes = least(count + 1, room - sign);
+  const std::int32_t lanes = least(count + 1, capacity - sign);
   if (lanes < piece) [[unlikely]]
-    return write_decimal(magnitude, negative, dst, room);
+    return write_decimal(magnitude, negative, dst, capacity);
   store(dst, 0, Wide{'-'});  // stays if there is a sign
   auto* const out = static_cast<std::byte*>(dst) + sign * 4;
   const std::uint8_t* const window = windows.bytes + digits - count;
@@ -133,15 +133,15 @@ ZVRT_WRAPS Digits read_on(const std::byte* text, std::uint64_t head) {
 
 struct Sse41Kernel {
   // Keys have a few digits and numbers of any size many: a branch that is foreseen sets them apart.
-  static std::int32_t write(std::uint32_t magnitude, bool negative, void* dst, std::int32_t room) {
-    if (magnitude < ten_million) return write_digits<8, 8, 2>(magnitude, negative, dst, room);
-    return write_digits<16, 11, 4>(magnitude, negative, dst, room);
+  static std::int32_t write(std::uint32_t magnitude, bool negative, void* dst, std::int32_t capacity) {
+    if (magnitude < ten_million) return write_digits<8, 8, 2>(magnitude, negative, dst, capacity);
+    return write_digits<16, 11, 4>(magnitude, negative, dst, capacity);
   }
 
-  static std::int32_t write(std::uint64_t magnitude, bool negative, void* dst, std::int32_t room) {
-    if (magnitude < ten_million) return write_digits<8, 8, 2>(magnitude, negative, dst, room);
-    if (magnitude >= hundred_million * hundred_million) return write_decimal(magnitude, negative, dst, room);
-    return write_digits<16, 17, 4>(magnitude, negative, dst, room);
+  static std::int32_t write(std::uint64_t magnitude, bool negative, void* dst, std::int32_t capacity) {
+    if (magnitude < ten_million) return write_digits<8, 8, 2>(magnitude, negative, dst, capacity);
+    if (magnitude >= hundred_million * hundred_million) return write_decimal(magnitude, negative, dst, capacity);
+    return write_digits<16, 17, 4>(magnitude, negative, dst, capacity);
   }
 
   template <class Accumulator>
