@@ -15,9 +15,9 @@ Outcome DoubleBytePage::decode(Bytes source, WideDestination destination) {
 }
 
 Outcome DoubleBytePage::encode(WideText source, ByteDestination destination) {
-  const Run run = tables_.write_run(source, destination);
-  if (run.characters == source.count) return converted(run.bytes, destination.size());
-  return encode_each(source, destination, run.characters, run.bytes, [&](char32_t character) -> Encoded {
+  const EncodedPrefix prefix = tables_.encode_prefix(source, destination);
+  if (prefix.characters == source.count) return converted(prefix.bytes, destination.size());
+  return encode_each(source, destination, prefix.characters, prefix.bytes, [&](char32_t character) -> Encoded {
     const Code code = tables_.code_of[character];
     return {code, code != no_code ? length_of(code) : 0};
   });

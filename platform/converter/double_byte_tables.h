@@ -9,7 +9,7 @@
 namespace zvrt {
 
 // Characters written, and the bytes that they are.
-struct Run {
+struct EncodedPrefix {
   std::size_t characters;
   std::size_t bytes;
 };
@@ -35,7 +35,7 @@ struct DoubleByteTables {
 
   // Writes leading characters as far as both sides reach and says how many; 0 is always allowed. They stop before what
   // the page does not have, at the latest.
-  Run write_run(WideText source, ByteDestination destination) const;
+  EncodedPrefix encode_prefix(WideText source, ByteDestination destination) const;
 
  private:
   bool learn_pairs(const IcuConverter& icu, unsigned char lead);
@@ -43,7 +43,7 @@ struct DoubleByteTables {
 
 // A character is written once the next one is known to be written too. So many go at once as fit if all of them are
 // long, which leaves nothing but the page to stop at; then again with the room that is left.
-inline Run DoubleByteTables::write_run(WideText source, ByteDestination destination) const {
+inline EncodedPrefix DoubleByteTables::encode_prefix(WideText source, ByteDestination destination) const {
   constexpr std::size_t longest = 4;
   const ReverseTable::View table = code_of.view();  // by value: what is stored through a byte pointer may not change it
   std::size_t done = narrow_ascii_blocks(ascii, source, destination);

@@ -90,9 +90,9 @@ Outcome Gb18030Page::decode(Bytes source, WideDestination destination) {
 }
 
 Outcome Gb18030Page::encode(WideText source, ByteDestination destination) {
-  const Run run = tables_.write_run(source, destination);
-  if (run.characters == source.count) return converted(run.bytes, destination.size());
-  return encode_each(source, destination, run.characters, run.bytes,
+  const EncodedPrefix prefix = tables_.encode_prefix(source, destination);
+  if (prefix.characters == source.count) return converted(prefix.bytes, destination.size());
+  return encode_each(source, destination, prefix.characters, prefix.bytes,
                      [&](char32_t character) { return write(character); });
 }
 

@@ -66,7 +66,7 @@ Outcome SingleBytePage::decode(Bytes source, WideDestination destination) {
 
 // Writes up to the first character that the page does not have, as far as both sides reach. Behind a place where the
 // kernel stops, a few characters are written singly before it is tried again.
-std::size_t SingleBytePage::write_run(WideText source, ByteDestination destination) const {
+std::size_t SingleBytePage::encode_prefix(WideText source, ByteDestination destination) const {
   constexpr std::size_t singly = 8;
   const std::size_t end = std::min(source.count, destination.size());
   std::size_t done = 0;
@@ -82,7 +82,7 @@ std::size_t SingleBytePage::write_run(WideText source, ByteDestination destinati
 }
 
 Outcome SingleBytePage::encode(WideText source, ByteDestination destination) {
-  const std::size_t written = write_run(source, destination);
+  const std::size_t written = encode_prefix(source, destination);
   for (std::size_t i = written; i < source.count; ++i)
     if (tables_.code_of[source[i]] > 0xFF) return rejected(written);
   return converted(source.count, destination.size());

@@ -25,7 +25,7 @@ class SingleBytePage final : public Converter {
   explicit SingleBytePage(const SingleByteKernels& kernels) : Converter({&tables_, &kernels}), kernels_(kernels) {}
   bool learn(const IcuConverter& icu);
   void lay_out_for_kernels();
-  std::size_t write_run(WideText source, ByteDestination destination) const;
+  std::size_t encode_prefix(WideText source, ByteDestination destination) const;
 
   SingleByteTables tables_;
   const SingleByteKernels& kernels_;

@@ -36,13 +36,14 @@ std::int32_t written_of(std::uint32_t count, std::int32_t capacity) {
 }
 
 // Inline in each of their two callers: on short text a frame more is felt.
-inline Moved decode_counted(const FldDef& field, Text<char> text, Destination<Wide> destination) {
+inline TranscodeResult decode_counted(const FldDef& field, Text<char> text, Destination<Wide> destination) {
   std::uint32_t count = 0;
   const Status status = service_decode(field, text.at, text.count, destination.at, destination.capacity, &count);
   return {count, written_of(count, destination.capacity), status};
 }
 
-inline Moved encode_counted(const FldDef& field, Text<Wide> text, Destination<char> destination, Written written) {
+inline TranscodeResult encode_counted(const FldDef& field, Text<Wide> text, Destination<char> destination,
+                                      Written written) {
   std::uint32_t count = 0;
   const Status status =
       service_encode(field, text.at, within_service(text.count), destination.at, destination.capacity, &count);
@@ -55,22 +56,23 @@ inline Moved encode_counted(const FldDef& field, Text<Wide> text, Destination<ch
 
 }  // namespace
 
-Moved decode_by_service(const FldDef* fldDef, Text<char> text, Destination<Wide> destination) {
+TranscodeResult decode_by_service(const FldDef* fldDef, Text<char> text, Destination<Wide> destination) {
   return decode_counted(*fldDef, text, destination);
 }
 
-Moved encode_by_service(const FldDef* fldDef, Text<Wide> text, Destination<char> destination, Written written) {
+TranscodeResult encode_by_service(const FldDef* fldDef, Text<Wide> text, Destination<char> destination,
+                                  Written written) {
   const std::int32_t length = length_within(static_cast<const void*>(text.at), text.count);
   return encode_counted(*fldDef, {text.at, length}, destination, written);
 }
 
-Measured decode_by_service(const FldDef* fldDef, const char* text, Destination<Wide> destination) {
+TerminatedResult decode_by_service(const FldDef* fldDef, const char* text, Destination<Wide> destination) {
   const std::int32_t length = length_of(text);
   return {decode_counted(*fldDef, {reinterpret_cast<const std::byte*>(text), length}, destination), length};
 }
 
-Measured encode_by_service(const FldDef* fldDef, const std::byte* text, Destination<char> destination,
-                           Written written) {
+TerminatedResult encode_by_service(const FldDef* fldDef, const std::byte* text, Destination<char> destination,
+                                   Written written) {
   const std::int32_t length = length_of(static_cast<const void*>(text));
   return {encode_counted(*fldDef, {text, length}, destination, written), length};
 }

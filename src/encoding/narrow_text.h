@@ -7,9 +7,9 @@
 
 namespace zvrt {
 
-Moved decode_by_service(const FldDef* fldDef, Text<char> text, Destination<Wide> destination);
+TranscodeResult decode_by_service(const FldDef* fldDef, Text<char> text, Destination<Wide> destination);
 
-inline Moved decode(const FldDef* fldDef, Text<char> text, Destination<Wide> destination) {
+inline TranscodeResult decode(const FldDef* fldDef, Text<char> text, Destination<Wide> destination) {
   if (!is_utf8(fldDef)) [[unlikely]]
     return decode_by_service(fldDef, text, destination);
   return utf8_to_wide(reinterpret_cast<const char*>(text.at), text.count, destination.at, destination.capacity);
@@ -20,27 +20,29 @@ inline Moved decode(const FldDef* fldDef, Text<char> text, Destination<Wide> des
 enum class Written : bool { unimportant, exact };
 
 // A zero character ends the text.
-Moved encode_by_service(const FldDef* fldDef, Text<Wide> text, Destination<char> destination, Written written);
+TranscodeResult encode_by_service(const FldDef* fldDef, Text<Wide> text, Destination<char> destination,
+                                  Written written);
 
-inline Moved encode(const FldDef* fldDef, Text<Wide> text, Destination<char> destination, Written written) {
+inline TranscodeResult encode(const FldDef* fldDef, Text<Wide> text, Destination<char> destination, Written written) {
   if (!is_utf8(fldDef)) [[unlikely]]
     return encode_by_service(fldDef, text, destination, written);
   return wide_to_utf8(text.at, text.count, reinterpret_cast<char*>(destination.at), destination.capacity);
 }
 
 // The same for terminated text, measured on the way where that is possible.
-Measured decode_by_service(const FldDef* fldDef, const char* text, Destination<Wide> destination);
-Measured encode_by_service(const FldDef* fldDef, const std::byte* text, Destination<char> destination, Written written);
+TerminatedResult decode_by_service(const FldDef* fldDef, const char* text, Destination<Wide> destination);
+TerminatedResult encode_by_service(const FldDef* fldDef, const std::byte* text, Destination<char> destination,
+                                   Written written);
 
-inline Measured decode_terminated(const FldDef* fldDef, const std::byte* text, Destination<Wide> destination) {
+inline TerminatedResult decode_terminated(const FldDef* fldDef, const std::byte* text, Destination<Wide> destination) {
   const char* src = reinterpret_cast<const char*>(text);
   if (!is_utf8(fldDef)) [[unlikely]]
     return decode_by_service(fldDef, src, destination);
   return terminated_utf8_to_wide(src, destination.at, destination.capacity);
 }
 
-inline Measured encode_terminated(const FldDef* fldDef, const std::byte* text, Destination<char> destination,
-                                  Written written) {
+inline TerminatedResult encode_terminated(const FldDef* fldDef, const std::byte* text, Destination<char> destination,
+                                          Written written) {
   if (!is_utf8(fldDef)) [[unlikely]]
     return encode_by_service(fldDef, text, destination, written);
   return terminated_wide_to_utf8(text, reinterpret_cast<char*>(destination.at), destination.capacity);

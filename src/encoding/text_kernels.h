@@ -13,43 +13,43 @@
 
 namespace zvrt {
 
-struct Run {
-  std::size_t read;     // source units taken, always whole characters
-  std::size_t written;  // destination units produced, never more than the room
+struct Progress {
+  std::size_t read = 0;     // source units taken, always whole characters
+  std::size_t written = 0;  // destination units produced, never more than the room
 };
 
 // Every version of a kernel writes exactly the units it reports. The counted ones read within the count; the terminated
 // ones read no page that the text does not reach, and end at the latest on the terminator.
 struct TextKernels {
   // UTF-8 to wide text.
-  Run (*decode)(const char* src, std::size_t count, void* dst, std::size_t capacity);
-  Run (*decode_terminated)(const char* src, void* dst, std::size_t capacity);
+  Progress (*decode)(const char* src, std::size_t count, void* dst, std::size_t capacity);
+  Progress (*decode_terminated)(const char* src, void* dst, std::size_t capacity);
   // Wide text to UTF-8.
-  Run (*encode)(const void* src, std::size_t count, char* dst, std::size_t capacity);
-  Run (*encode_terminated)(const void* src, char* dst, std::size_t capacity);
+  Progress (*encode)(const void* src, std::size_t count, char* dst, std::size_t capacity);
+  Progress (*encode_terminated)(const void* src, char* dst, std::size_t capacity);
   // The same where the count may reach beyond the memory of a terminated text: as far as both allow.
-  Run (*decode_within)(const char* src, std::size_t count, void* dst, std::size_t capacity);
-  Run (*encode_within)(const void* src, std::size_t count, char* dst, std::size_t capacity);
+  Progress (*decode_within)(const char* src, std::size_t count, void* dst, std::size_t capacity);
+  Progress (*encode_within)(const void* src, std::size_t count, char* dst, std::size_t capacity);
   // Between UTF-16 and the others, bounded likewise; characters up to U+10FFFF.
-  Run (*utf8_to_utf16)(const char* src, std::size_t count, void* dst, std::size_t capacity);
-  Run (*utf16_to_utf8)(const void* src, std::size_t count, char* dst, std::size_t capacity);
-  Run (*utf16_to_utf32)(const void* src, std::size_t count, void* dst, std::size_t capacity);
-  Run (*utf32_to_utf16)(const void* src, std::size_t count, void* dst, std::size_t capacity);
+  Progress (*utf8_to_utf16)(const char* src, std::size_t count, void* dst, std::size_t capacity);
+  Progress (*utf16_to_utf8)(const void* src, std::size_t count, char* dst, std::size_t capacity);
+  Progress (*utf16_to_utf32)(const void* src, std::size_t count, void* dst, std::size_t capacity);
+  Progress (*utf32_to_utf16)(const void* src, std::size_t count, void* dst, std::size_t capacity);
   // What the two would write with room for all of it.
-  Run (*count_decoded)(const char* src, std::size_t count);
-  Run (*count_encoded)(const void* src, std::size_t count);
+  Progress (*count_decoded)(const char* src, std::size_t count);
+  Progress (*count_encoded)(const void* src, std::size_t count);
   // Terminated text as it is, up to its terminator or to the end of the room, whichever comes first.
-  Run (*copy)(const void* src, void* dst, std::size_t capacity);
-  Run (*copy_wide)(const void* src, void* dst, std::size_t capacity);
+  Progress (*copy)(const void* src, void* dst, std::size_t capacity);
+  Progress (*copy_wide)(const void* src, void* dst, std::size_t capacity);
 };
 
 // `decode_within` and `encode_within` of a version that looks for the terminator first.
-template <Run (*decode)(const char*, std::size_t, void*, std::size_t)>
-Run decode_measured(const char* src, std::size_t count, void* dst, std::size_t capacity) {
+template <Progress (*decode)(const char*, std::size_t, void*, std::size_t)>
+Progress decode_measured(const char* src, std::size_t count, void* dst, std::size_t capacity) {
   return decode(src, strnlen(src, count), dst, capacity);
 }
-template <Run (*encode)(const void*, std::size_t, char*, std::size_t)>
-Run encode_measured(const void* src, std::size_t count, char* dst, std::size_t capacity) {
+template <Progress (*encode)(const void*, std::size_t, char*, std::size_t)>
+Progress encode_measured(const void* src, std::size_t count, char* dst, std::size_t capacity) {
   return encode(src, static_cast<std::size_t>(length_within(src, static_cast<std::int32_t>(count))), dst, capacity);
 }
 

@@ -30,18 +30,18 @@ class WideSink {
   }
 
   // Takes the ordinary leading part of a text at once; returns the bytes taken.
-  std::int64_t take_run(const char* src, std::int64_t bytes) {
+  std::int64_t convert_prefix(const char* src, std::int64_t bytes) {
     const auto count = static_cast<std::size_t>(bytes);
     const bool counts = dst_ == nullptr || is_full();
-    const Run run = counts ? text_kernels.count_decoded(src, count)
-                           : text_kernels.decode(src, count, static_cast<std::byte*>(dst_) + needed_ * 4,
-                                                 static_cast<std::size_t>(capacity_ - needed_));
-    if (is_full() && run.written > 0) status_ = ZVRT_RC_TRUNCATED;
-    needed_ += static_cast<std::int64_t>(run.written);
-    return static_cast<std::int64_t>(run.read);
+    const Progress progress = counts ? text_kernels.count_decoded(src, count)
+                                     : text_kernels.decode(src, count, static_cast<std::byte*>(dst_) + needed_ * 4,
+                                                           static_cast<std::size_t>(capacity_ - needed_));
+    if (is_full() && progress.written > 0) status_ = ZVRT_RC_TRUNCATED;
+    needed_ += static_cast<std::int64_t>(progress.written);
+    return static_cast<std::int64_t>(progress.read);
   }
 
-  Moved moved(Status ended) const {
+  TranscodeResult result(Status ended) const {
     const auto written = dst_ == nullptr ? 0 : static_cast<std::int32_t>(std::min<std::int64_t>(needed_, capacity_));
     return {needed_, written, ended != ZVRT_RC_OK ? ended : status_};
   }
@@ -78,15 +78,15 @@ class Utf16Sink {
   }
 
   // Takes the well-formed leading part of a text at once, as far as there is room; returns the bytes taken.
-  std::int64_t take_run(const char* src, std::int64_t bytes) {
+  std::int64_t convert_prefix(const char* src, std::int64_t bytes) {
     if (dst_ == nullptr || needed_ >= capacity_) return 0;
-    const Run run = text_kernels.utf8_to_utf16(src, static_cast<std::size_t>(bytes), dst_bytes() + needed_ * 2,
-                                               static_cast<std::size_t>(capacity_ - needed_));
-    needed_ += static_cast<std::int64_t>(run.written);
-    return static_cast<std::int64_t>(run.read);
+    const Progress progress = text_kernels.utf8_to_utf16(
+        src, static_cast<std::size_t>(bytes), dst_bytes() + needed_ * 2, static_cast<std::size_t>(capacity_ - needed_));
+    needed_ += static_cast<std::int64_t>(progress.written);
+    return static_cast<std::int64_t>(progress.read);
   }
 
-  Moved moved(Status ended) const { return {needed_, 0, ended != ZVRT_RC_OK ? ended : status_}; }
+  TranscodeResult result(Status ended) const { return {needed_, 0, ended != ZVRT_RC_OK ? ended : status_}; }
 
  private:
   std::byte* dst_bytes() const { return reinterpret_cast<std::byte*>(dst_); }
@@ -126,32 +126,33 @@ class Utf8Sink {
   // The same of UTF-16, as far as there is room.
   std::int64_t take_utf16(const void* src, std::int64_t units) {
     if (dst_ == nullptr || needed_ >= capacity_) return 0;
-    const Run run = text_kernels.utf16_to_utf8(src, static_cast<std::size_t>(units), dst_ + needed_,
-                                               static_cast<std::size_t>(capacity_ - needed_));
-    needed_ += static_cast<std::int64_t>(run.written);
+    const Progress progress = text_kernels.utf16_to_utf8(src, static_cast<std::size_t>(units), dst_ + needed_,
+                                                         static_cast<std::size_t>(capacity_ - needed_));
+    needed_ += static_cast<std::int64_t>(progress.written);
     written_ = static_cast<std::int32_t>(needed_);
-    return static_cast<std::int64_t>(run.read);
+    return static_cast<std::int64_t>(progress.read);
   }
 
   // Takes the ordinary leading part of a text at once; returns the units taken.
-  std::int64_t take_run(const void* src, std::int64_t units) {
+  std::int64_t convert_prefix(const void* src, std::int64_t units) {
     const auto count = static_cast<std::size_t>(units);
     if (dst_ != nullptr && needed_ < capacity_) {
-      const Run run = text_kernels.encode(src, count, dst_ + needed_, static_cast<std::size_t>(capacity_ - needed_));
-      needed_ += static_cast<std::int64_t>(run.written);
+      const Progress progress =
+          text_kernels.encode(src, count, dst_ + needed_, static_cast<std::size_t>(capacity_ - needed_));
+      needed_ += static_cast<std::int64_t>(progress.written);
       written_ = static_cast<std::int32_t>(needed_);
-      return static_cast<std::int64_t>(run.read);
+      return static_cast<std::int64_t>(progress.read);
     }
-    const Run run = text_kernels.count_encoded(src, count);
-    if (dst_ != nullptr && run.read > 0) {
-      needed_ += static_cast<std::int64_t>(run.written);
+    const Progress progress = text_kernels.count_encoded(src, count);
+    if (dst_ != nullptr && progress.read > 0) {
+      needed_ += static_cast<std::int64_t>(progress.written);
       status_ = ZVRT_RC_TRUNCATED;
     }
-    return static_cast<std::int64_t>(run.read);
+    return static_cast<std::int64_t>(progress.read);
   }
 
   void fail(Status status) { status_ = status; }
-  Moved moved() const { return {needed_, written_, status_}; }
+  TranscodeResult result() const { return {needed_, written_, status_}; }
 
  private:
   char* dst_;
@@ -164,42 +165,42 @@ class Utf8Sink {
 // Ordinary text goes through the sink's kernel; what that leaves is decoded one sequence at a time. A kernel looks at all
 // it is given, `readable` bytes at most; a sequence is looked at no further than it is well-formed.
 template <class Sink>
-Moved decode_text(const char* src, std::int64_t bytes, std::int64_t readable, Sink& sink) {
+TranscodeResult decode_text(const char* src, std::int64_t bytes, std::int64_t readable, Sink& sink) {
   for (std::int64_t used = 0; used < bytes;) {
-    used += sink.take_run(src + used, readable - used);
+    used += sink.convert_prefix(src + used, readable - used);
     if (used == bytes) break;
     const Utf8Sequence sequence = decode_utf8(src + used, bytes - used);
-    if (sequence.kind == Utf8::incomplete) return sink.moved(ZVRT_RC_TRUNCATED);
+    if (sequence.kind == Utf8::incomplete) return sink.result(ZVRT_RC_TRUNCATED);
     if (sequence.kind == Utf8::malformed || sequence.code_point == 0) break;
     if (!sink.put(sequence.code_point)) break;
     used += sequence.length;
   }
-  return sink.moved(ZVRT_RC_OK);
+  return sink.result(ZVRT_RC_OK);
 }
 
-Moved encode_text(const void* src, std::int64_t units, Utf8Sink& sink) {
+TranscodeResult encode_text(const void* src, std::int64_t units, Utf8Sink& sink) {
   const auto* text = static_cast<const std::byte*>(src);
   for (std::int64_t used = 0; used < units; ++used) {
-    used += sink.take_run(text + used * 4, units - used);
+    used += sink.convert_prefix(text + used * 4, units - used);
     if (used == units) break;
     const auto code_point = load<Wide>(text, static_cast<std::size_t>(used));
     if (code_point == 0) break;
     sink.put(code_point);
   }
-  return sink.moved();
+  return sink.result();
 }
 
-Status report(const Moved& moved, std::uint32_t* count) {
-  if (count != nullptr) *count = static_cast<std::uint32_t>(moved.needed);
-  return moved.status;
+Status report(const TranscodeResult& result, std::uint32_t* count) {
+  if (count != nullptr) *count = static_cast<std::uint32_t>(result.needed);
+  return result.status;
 }
 
 std::size_t size(std::int32_t units) { return static_cast<std::size_t>(units); }
 
 // Whether a kernel has taken all of a text that a count or a zero ends.
 template <class Unit>
-bool is_whole(const Run& run, const Unit* src, std::int32_t units) {
-  return run.read == size(units) || load<Unit>(src, run.read) == 0;
+bool is_whole(const Progress& progress, const Unit* src, std::int32_t units) {
+  return progress.read == size(units) || load<Unit>(src, progress.read) == 0;
 }
 
 // What the two transforms between UTF-16 and UTF-32 share: they stop where the destination is full, count what they
@@ -214,14 +215,14 @@ struct StoppingSink {
   void* position() const { return static_cast<std::byte*>(dst) + static_cast<std::size_t>(count) * sizeof(Unit); }
   // Takes the well-formed part of a text after `used` units at once, as far as there is room; returns the units taken.
   template <class Kernel>
-  std::int64_t take_run(Kernel kernel, const void* src, std::int64_t units, std::int64_t used) {
+  std::int64_t convert_prefix(Kernel kernel, const void* src, std::int64_t units, std::int64_t used) {
     constexpr std::int64_t source_unit = 6 - std::int64_t{sizeof(Unit)};  // 2 bytes to 4, or 4 to 2
     if (dst == nullptr || count >= capacity || used >= units) return 0;
-    const Run run =
+    const Progress progress =
         kernel(static_cast<const std::byte*>(src) + used * source_unit, static_cast<std::size_t>(units - used),
                position(), static_cast<std::size_t>(capacity - count));
-    count += static_cast<std::int64_t>(run.written);
-    return static_cast<std::int64_t>(run.read);
+    count += static_cast<std::int64_t>(progress.written);
+    return static_cast<std::int64_t>(progress.read);
   }
   Status close() const {
     if (dst != nullptr && count < capacity) store<Unit>(dst, static_cast<std::size_t>(count), Unit{0});
@@ -232,7 +233,7 @@ struct StoppingSink {
 [[gnu::noinline]] Status convert_utf16(const void* src, std::int64_t used, std::int64_t units,
                                        StoppingSink<Wide>& sink) {
   while (used < units) {
-    used += sink.take_run(text_kernels.utf16_to_utf32, src, units, used);
+    used += sink.convert_prefix(text_kernels.utf16_to_utf32, src, units, used);
     if (used == units) break;
     const void* at = static_cast<const std::byte*>(src) + used * 2;
     const Utf16Sequence sequence = decode_utf16(at, units - used);
@@ -249,7 +250,7 @@ struct StoppingSink {
 [[gnu::noinline]] Status convert_utf32(const void* src, std::int64_t used, std::int64_t units,
                                        StoppingSink<std::uint16_t>& sink) {
   for (; used < units; ++used) {
-    used += sink.take_run(text_kernels.utf32_to_utf16, src, units, used);
+    used += sink.convert_prefix(text_kernels.utf32_to_utf16, src, units, used);
     if (used == units) break;
     const auto code_point = load<Wide>(src, static_cast<std::size_t>(used));
     if (code_point == 0) break;
@@ -264,25 +265,25 @@ struct StoppingSink {
 
 }  // namespace
 
-Moved decode_rest(const char* src, std::int32_t bytes, void* dst, std::int32_t capacity, Run taken) {
+TranscodeResult decode_rest(const char* src, std::int32_t bytes, void* dst, std::int32_t capacity, Progress taken) {
   const auto read = static_cast<std::int32_t>(taken.read);
   WideSink sink(dst, capacity, taken.written);
   return decode_text(src + read, std::int64_t{bytes} - read, std::int64_t{bytes} - read, sink);
 }
 
-Moved encode_rest(const void* src, std::int32_t units, char* dst, std::int32_t capacity, Run taken) {
+TranscodeResult encode_rest(const void* src, std::int32_t units, char* dst, std::int32_t capacity, Progress taken) {
   Utf8Sink sink(dst, capacity, taken.written);
   return encode_text(static_cast<const std::byte*>(src) + taken.read * 4, units - static_cast<std::int64_t>(taken.read),
                      sink);
 }
 
-Measured decode_rest(const char* src, void* dst, std::int32_t capacity, Run taken) {
+TerminatedResult decode_rest(const char* src, void* dst, std::int32_t capacity, Progress taken) {
   const auto read = static_cast<std::int32_t>(taken.read);
   const std::int32_t length = read + std::min(length_of(src + read), INT32_MAX - read);
   return {decode_rest(src, length, dst, capacity, taken), length};
 }
 
-Measured encode_rest(const void* src, char* dst, std::int32_t capacity, Run taken) {
+TerminatedResult encode_rest(const void* src, char* dst, std::int32_t capacity, Progress taken) {
   const auto read = static_cast<std::int32_t>(taken.read);
   const void* left = static_cast<const std::byte*>(src) + taken.read * 4;
   const std::int32_t length = read + std::min(length_of(left), INT32_MAX - read);
@@ -292,39 +293,39 @@ Measured encode_rest(const void* src, char* dst, std::int32_t capacity, Run take
 namespace {
 
 // What is left of a text whose count may reach beyond the memory of a terminated text.
-[[gnu::noinline]] Moved decode_within_rest(const char* src, std::int32_t bytes, void* dst, std::int32_t capacity,
-                                           Run taken) {
+[[gnu::noinline]] TranscodeResult decode_within_rest(const char* src, std::int32_t bytes, void* dst,
+                                                     std::int32_t capacity, Progress taken) {
   const auto read = static_cast<std::int32_t>(taken.read);
   const std::int32_t readable = length_within(src + read, bytes - read);
   WideSink sink(dst, capacity, taken.written);
   return decode_text(src + read, std::int64_t{bytes} - read, readable, sink);
 }
 
-[[gnu::noinline]] Moved encode_within_rest(const void* src, std::int32_t units, char* dst, std::int32_t capacity,
-                                           Run taken) {
+[[gnu::noinline]] TranscodeResult encode_within_rest(const void* src, std::int32_t units, char* dst,
+                                                     std::int32_t capacity, Progress taken) {
   const void* left = static_cast<const std::byte*>(src) + taken.read * 4;
   const auto read = static_cast<std::int32_t>(taken.read);
   return encode_rest(src, read + length_within(left, units - read), dst, capacity, taken);
 }
 
-Moved decode_within(const char* src, std::int32_t bytes, void* dst, std::int32_t capacity) {
+TranscodeResult decode_within(const char* src, std::int32_t bytes, void* dst, std::int32_t capacity) {
   if (dst == nullptr || bytes <= 0 || capacity <= 0)
     return decode_within_rest(src, std::max(bytes, 0), dst, capacity, {});
-  const Run run =
+  const Progress progress =
       text_kernels.decode_within(src, static_cast<std::size_t>(bytes), dst, static_cast<std::size_t>(capacity));
-  if (run.read == static_cast<std::size_t>(bytes) || src[run.read] == 0) [[likely]]
-    return whole(run).moved;
-  return decode_within_rest(src, bytes, dst, capacity, run);
+  if (progress.read == static_cast<std::size_t>(bytes) || src[progress.read] == 0) [[likely]]
+    return whole(progress).result;
+  return decode_within_rest(src, bytes, dst, capacity, progress);
 }
 
-Moved encode_within(const void* src, std::int32_t units, char* dst, std::int32_t capacity) {
+TranscodeResult encode_within(const void* src, std::int32_t units, char* dst, std::int32_t capacity) {
   if (dst == nullptr || units <= 0 || capacity <= 0)
     return encode_within_rest(src, std::max(units, 0), dst, capacity, {});
-  const Run run =
+  const Progress progress =
       text_kernels.encode_within(src, static_cast<std::size_t>(units), dst, static_cast<std::size_t>(capacity));
-  if (run.read == static_cast<std::size_t>(units) || load<Wide>(src, run.read) == 0) [[likely]]
-    return whole(run).moved;
-  return encode_within_rest(src, units, dst, capacity, run);
+  if (progress.read == static_cast<std::size_t>(units) || load<Wide>(src, progress.read) == 0) [[likely]]
+    return whole(progress).result;
+  return encode_within_rest(src, units, dst, capacity, progress);
 }
 
 }  // namespace
@@ -337,13 +338,13 @@ uint32_t Convert8To32(wchar_t* dst, int32_t dstUnits, const char* src, int32_t s
 }
 
 uint32_t Convert8To16(uint16_t* dst, int32_t dstUnits, const char* src, int32_t srcBytes, uint32_t* count) {
-  zvrt::Run run{};
+  zvrt::Progress progress{};
   if (dst != nullptr && srcBytes > 0 && dstUnits > 0) [[likely]] {
-    run = zvrt::text_kernels.utf8_to_utf16(src, zvrt::size(srcBytes), dst, zvrt::size(dstUnits));
-    if (zvrt::is_whole(run, src, srcBytes)) return zvrt::report(zvrt::whole(run).moved, count);
+    progress = zvrt::text_kernels.utf8_to_utf16(src, zvrt::size(srcBytes), dst, zvrt::size(dstUnits));
+    if (zvrt::is_whole(progress, src, srcBytes)) return zvrt::report(zvrt::whole(progress).result, count);
   }
-  zvrt::Utf16Sink sink(dst, dstUnits, run.written);
-  const auto read = static_cast<std::int64_t>(run.read);
+  zvrt::Utf16Sink sink(dst, dstUnits, progress.written);
+  const auto read = static_cast<std::int64_t>(progress.read);
   return zvrt::report(zvrt::decode_text(src + read, srcBytes - read, srcBytes - read, sink), count);
 }
 
@@ -352,13 +353,13 @@ uint32_t Convert32To8(char* dst, int32_t dstBytes, const wchar_t* src, int32_t s
 }
 
 uint32_t Convert16To8(char* dst, int32_t dstBytes, const uint16_t* src, int32_t srcUnits, uint32_t* count) {
-  zvrt::Run run{};
+  zvrt::Progress progress{};
   if (dst != nullptr && srcUnits > 0 && dstBytes > 0) [[likely]] {
-    run = zvrt::text_kernels.utf16_to_utf8(src, zvrt::size(srcUnits), dst, zvrt::size(dstBytes));
-    if (zvrt::is_whole(run, src, srcUnits)) return zvrt::report(zvrt::whole(run).moved, count);
+    progress = zvrt::text_kernels.utf16_to_utf8(src, zvrt::size(srcUnits), dst, zvrt::size(dstBytes));
+    if (zvrt::is_whole(progress, src, srcUnits)) return zvrt::report(zvrt::whole(progress).result, count);
   }
-  zvrt::Utf8Sink sink(dst, dstBytes, run.written);
-  for (auto used = static_cast<std::int64_t>(run.read); used < srcUnits;) {
+  zvrt::Utf8Sink sink(dst, dstBytes, progress.written);
+  for (auto used = static_cast<std::int64_t>(progress.read); used < srcUnits;) {
     used += sink.take_utf16(reinterpret_cast<const std::byte*>(src) + used * 2, srcUnits - used);
     if (used == srcUnits) break;
     const void* at = reinterpret_cast<const std::byte*>(src) + used * 2;
@@ -371,12 +372,12 @@ uint32_t Convert16To8(char* dst, int32_t dstBytes, const uint16_t* src, int32_t 
     sink.put(sequence.code_point);
     used += sequence.length;
   }
-  return zvrt::report(sink.moved(), count);
+  return zvrt::report(sink.result(), count);
 }
 
 uint32_t Convert16To32(const uint16_t* src, int32_t srcUnits, wchar_t* dst, int32_t dstUnits, uint32_t* count) {
   zvrt::StoppingSink<zvrt::Wide> sink{dst, dstUnits};
-  const std::int64_t read = sink.take_run(zvrt::text_kernels.utf16_to_utf32, src, srcUnits, 0);
+  const std::int64_t read = sink.convert_prefix(zvrt::text_kernels.utf16_to_utf32, src, srcUnits, 0);
   const zvrt::Status status = read == srcUnits ? sink.close() : zvrt::convert_utf16(src, read, srcUnits, sink);
   if (count != nullptr) *count = static_cast<uint32_t>(sink.count);
   return status;
@@ -384,7 +385,7 @@ uint32_t Convert16To32(const uint16_t* src, int32_t srcUnits, wchar_t* dst, int3
 
 uint32_t Convert32To16(const wchar_t* src, int32_t srcUnits, uint16_t* dst, int32_t dstUnits, uint32_t* count) {
   zvrt::StoppingSink<uint16_t> sink{dst, dstUnits};
-  const std::int64_t read = sink.take_run(zvrt::text_kernels.utf32_to_utf16, src, srcUnits, 0);
+  const std::int64_t read = sink.convert_prefix(zvrt::text_kernels.utf32_to_utf16, src, srcUnits, 0);
   const zvrt::Status status = read == srcUnits ? sink.close() : zvrt::convert_utf32(src, read, srcUnits, sink);
   if (count != nullptr) *count = static_cast<uint32_t>(sink.count);
   return status;

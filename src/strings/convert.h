@@ -34,7 +34,7 @@ constexpr Row strict_written{.reports = Reports::written, .strict = true};
 constexpr Row stops_at_zero{.zero_fills = true};
 
 template <class Unit>
-Moved copy(Text<Unit> text, Destination<Unit> destination) {
+TranscodeResult copy(Text<Unit> text, Destination<Unit> destination) {
   const std::int32_t written = std::min(text.count, destination.capacity);
   copy_units<Unit>(destination.at, text.at, written);
   return {text.count, written, ZVRT_RC_OK};
@@ -42,7 +42,7 @@ Moved copy(Text<Unit> text, Destination<Unit> destination) {
 
 // Terminated text, measured on the way; a text longer than can be counted counts as the longest.
 template <class Unit>
-Measured copy_terminated(const std::byte* text, Destination<Unit> destination) {
+TerminatedResult copy_terminated(const std::byte* text, Destination<Unit> destination) {
   const auto kernel = sizeof(Unit) == 1 ? text_kernels.copy : text_kernels.copy_wide;
   const auto written =
       static_cast<std::int32_t>(kernel(text, destination.at, static_cast<std::size_t>(destination.capacity)).written);
@@ -56,7 +56,7 @@ Measured copy_terminated(const std::byte* text, Destination<Unit> destination) {
 }
 
 // Zero characters within a counted text end it; what is left of its length is filled with them.
-inline Moved copy_to_zero(Text<Wide> text, Destination<Wide> destination) {
+inline TranscodeResult copy_to_zero(Text<Wide> text, Destination<Wide> destination) {
   const std::int32_t written = std::min(text.count, destination.capacity);
   const std::int32_t kept = length_within(static_cast<const void*>(text.at), written);
   copy_units<Wide>(destination.at, text.at, kept);
@@ -76,7 +76,7 @@ bool is_empty(const Call& call) {
 
 // Same unit: a copy. Narrow to wide and back: the encoding step, which finds the end of a terminated text itself.
 template <class From, class Into, Row row>
-Measured move(const Call& call, Destination<typename Into::Unit> destination) {
+TerminatedResult transcode(const Call& call, Destination<typename Into::Unit> destination) {
   constexpr bool decodes = sizeof(typename From::Unit) < sizeof(typename Into::Unit);
   constexpr bool encodes = sizeof(typename From::Unit) > sizeof(typename Into::Unit);
   constexpr Written written = Into::header > 0 ? Written::exact : Written::unimportant;
@@ -104,13 +104,13 @@ Measured move(const Call& call, Destination<typename Into::Unit> destination) {
 // Ends the destination: a prefix always tells the bytes that are there, a terminator stands only behind text that
 // arrived whole.
 template <class Into, Row row>
-Status close(const Call& call, Destination<typename Into::Unit> destination, const Moved& moved) {
+Status close(const Call& call, Destination<typename Into::Unit> destination, const TranscodeResult& result) {
   if constexpr (Into::header > 0) {
     store(call.dst, 0,
-          static_cast<std::uint16_t>(moved.written * static_cast<std::int32_t>(sizeof(typename Into::Unit))));
+          static_cast<std::uint16_t>(result.written * static_cast<std::int32_t>(sizeof(typename Into::Unit))));
   }
-  if (moved.status != ZVRT_RC_OK) return moved.status;
-  const Ending ending = finish(row.strict ? Finish::narrow_strict : Into::finish, moved.needed, destination.capacity);
+  if (result.status != ZVRT_RC_OK) return result.status;
+  const Ending ending = finish(row.strict ? Finish::narrow_strict : Into::finish, result.needed, destination.capacity);
   if (ending.terminator != no_terminator) {
     store(destination.at, static_cast<std::size_t>(ending.terminator), typename Into::Unit{0});
   }
@@ -125,9 +125,9 @@ Status convert(const Call& call) {
   }
   if (Into::header > 0 && call.dstSize < Into::header) return ZVRT_RC_TRUNCATED;
   const auto destination = Into::destination(call);
-  const auto [moved, length] = move<From, Into, row>(call, destination);
-  const Status status = close<Into, row>(call, destination, moved);
-  *call.outLen = Into::reported(row.reports == Reports::written ? moved.written : moved.needed);
+  const auto [result, length] = transcode<From, Into, row>(call, destination);
+  const Status status = close<Into, row>(call, destination, result);
+  *call.outLen = Into::reported(row.reports == Reports::written ? result.written : result.needed);
   if constexpr (From::carries_length) store_if_zero(call.srcLen, bytes_of<From>(length));
   return status;
 }
@@ -138,8 +138,8 @@ template <class Into>
 Status copy_until_full(const Call& call) {
   const auto destination = Into::destination(call);
   const auto* text = static_cast<const char*>(call.src);
-  const Run run = text_kernels.copy(text, destination.at, static_cast<std::size_t>(destination.capacity));
-  const auto copied = static_cast<std::int32_t>(run.written);
+  const Progress progress = text_kernels.copy(text, destination.at, static_cast<std::size_t>(destination.capacity));
+  const auto copied = static_cast<std::int32_t>(progress.written);
   *call.outLen = Into::reported(copied);
   store_if_zero(call.srcLen, copied);
   if (Into::finish == Finish::fixed) return text[copied] == 0 ? ZVRT_RC_OK : ZVRT_RC_TRUNCATED;

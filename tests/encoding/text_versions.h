@@ -180,27 +180,27 @@ inline std::string up_to_zero(const std::string& text, std::size_t unit) {
 // The kernels of a direction, and their units. `within` is bounded by a count and by a terminator; directions that have
 // UTF-16 on one side have no other kernel.
 struct Direction {
-  using Counted = Run (*)(const TextKernels&, const char*, std::size_t, char*, std::size_t);
+  using Counted = Progress (*)(const TextKernels&, const char*, std::size_t, char*, std::size_t);
 
   std::size_t source_unit;
   std::size_t written_unit;
   Ordinary (*definition)(const std::string&);
   Counted within;
   Counted counted = nullptr;
-  Run (*terminated)(const TextKernels&, const char*, char*, std::size_t) = nullptr;
-  Run (*count)(const TextKernels&, const char*, std::size_t) = nullptr;
+  Progress (*terminated)(const TextKernels&, const char*, char*, std::size_t) = nullptr;
+  Progress (*count)(const TextKernels&, const char*, std::size_t) = nullptr;
 };
 
 template <auto kernel>
-Run call_counted(const TextKernels& kernels, const char* src, std::size_t count, char* dst, std::size_t capacity) {
+Progress call_counted(const TextKernels& kernels, const char* src, std::size_t count, char* dst, std::size_t capacity) {
   return (kernels.*kernel)(src, count, dst, capacity);
 }
 template <auto kernel>
-Run call_terminated(const TextKernels& kernels, const char* src, char* dst, std::size_t capacity) {
+Progress call_terminated(const TextKernels& kernels, const char* src, char* dst, std::size_t capacity) {
   return (kernels.*kernel)(src, dst, capacity);
 }
 template <auto kernel>
-Run call_count(const TextKernels& kernels, const char* src, std::size_t count) {
+Progress call_count(const TextKernels& kernels, const char* src, std::size_t count) {
   return (kernels.*kernel)(src, count);
 }
 
@@ -242,10 +242,10 @@ class KernelText {
   // `whole` for a text of which a kernel is to leave nothing.
   void check_count(const Version& version, bool whole) const {
     if (direction_.count == nullptr) return;
-    const Run run = direction_.count(version.kernels, counted_, count_);
-    ASSERT_TRUE(is_run(expected_, run, nullptr)) << version.name << ", count";
+    const Progress progress = direction_.count(version.kernels, counted_, count_);
+    ASSERT_TRUE(is_progress(expected_, progress, nullptr)) << version.name << ", count";
     if (whole) {
-      ASSERT_EQ(run.read, count_) << version.name << ", count";
+      ASSERT_EQ(progress.read, count_) << version.name << ", count";
     }
   }
 
@@ -253,11 +253,11 @@ class KernelText {
   void check_room(const Version& version, std::size_t capacity, std::size_t spare, bool whole) const {
     const std::size_t bytes = capacity * direction_.written_unit + spare;
     char* dst = memory().target.marked(bytes);
-    const auto check = [&](const char* how, const Ordinary& text, Run run, bool takes_all) {
-      ASSERT_TRUE(run.written <= capacity && is_run(text, run, dst))
+    const auto check = [&](const char* how, const Ordinary& text, Progress progress, bool takes_all) {
+      ASSERT_TRUE(progress.written <= capacity && is_progress(text, progress, dst))
           << version.name << ", " << how << ", room " << capacity;
       if (takes_all && capacity >= needed()) {
-        ASSERT_EQ(run.read, count_) << version.name << ", " << how << ", room " << capacity;
+        ASSERT_EQ(progress.read, count_) << version.name << ", " << how << ", room " << capacity;
       }
       memory().target.marked(bytes);
     };
@@ -283,12 +283,12 @@ class KernelText {
   }
 
   // A run is right when it is some number of whole characters, and the bytes in the destination are theirs.
-  ::testing::AssertionResult is_run(const Ordinary& text, const Run& run, const char* dst) const {
-    const auto read = std::find(text.read.begin(), text.read.end(), run.read);
-    if (read == text.read.end()) return ::testing::AssertionFailure() << "no character ends at " << run.read;
+  ::testing::AssertionResult is_progress(const Ordinary& text, const Progress& progress, const char* dst) const {
+    const auto read = std::find(text.read.begin(), text.read.end(), progress.read);
+    if (read == text.read.end()) return ::testing::AssertionFailure() << "no character ends at " << progress.read;
     const std::size_t bytes = text.ends[static_cast<std::size_t>(read - text.read.begin())];
-    if (run.written * direction_.written_unit != bytes) {
-      return ::testing::AssertionFailure() << "wrote " << run.written << " units for " << bytes << " bytes";
+    if (progress.written * direction_.written_unit != bytes) {
+      return ::testing::AssertionFailure() << "wrote " << progress.written << " units for " << bytes << " bytes";
     }
     if (dst == nullptr) return ::testing::AssertionSuccess();
     if (std::memcmp(dst, text.written.data(), bytes) != 0) return ::testing::AssertionFailure() << "other bytes";
@@ -312,10 +312,10 @@ inline void check_copy(const Version& version, std::size_t unit, const std::stri
   const char* src = source.put(closed.substr(0, std::min(closed.size(), capacity * unit)), where);
   char* dst = target.marked(capacity * unit + spare);
   const auto copy = unit == 1 ? version.kernels.copy : version.kernels.copy_wide;
-  const Run run = copy(src, dst, capacity);
+  const Progress progress = copy(src, dst, capacity);
   const std::size_t expected = std::min(open.size(), capacity * unit);
-  ASSERT_EQ(run.read, expected / unit) << version.name << ", unit " << unit << ", room " << capacity;
-  ASSERT_EQ(run.written, run.read) << version.name;
+  ASSERT_EQ(progress.read, expected / unit) << version.name << ", unit " << unit << ", room " << capacity;
+  ASSERT_EQ(progress.written, progress.read) << version.name;
   ASSERT_EQ(std::memcmp(dst, open.data(), expected), 0) << version.name << ", unit " << unit << ", room " << capacity;
   ASSERT_TRUE(target.untouched_around(dst, expected)) << version.name << ", unit " << unit << ", room " << capacity;
 }

@@ -31,11 +31,11 @@ constexpr Bytes64 signed_zeros() {
   return vector;
 }
 
-constexpr DecimalMoves around_numbers() {
-  DecimalMoves moves{};
-  for (std::uint8_t& byte : moves.at) byte = 0x80;
-  for (unsigned i = 0; i < 16; ++i) moves.at[DecimalMoves::origin + i] = static_cast<std::uint8_t>(i);
-  return moves;
+constexpr DecimalShifts around_numbers() {
+  DecimalShifts shift_by{};
+  for (std::uint8_t& byte : shift_by.at) byte = 0x80;
+  for (unsigned i = 0; i < 16; ++i) shift_by.at[DecimalShifts::origin + i] = static_cast<std::uint8_t>(i);
+  return shift_by;
 }
 
 }  // namespace
@@ -60,6 +60,6 @@ constexpr DecimalVectors decimal_vectors = {
     .wide_bytes = repeat(0xFF, 4),
 };
 
-constexpr DecimalMoves decimal_moves = around_numbers();
+constexpr DecimalShifts decimal_shifts = around_numbers();
 
 }  // namespace zvrt

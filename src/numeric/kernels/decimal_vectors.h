@@ -33,11 +33,11 @@ struct DecimalVectors {
 extern const DecimalVectors decimal_vectors;
 
 // At the origin 0 to 15, around them what a shuffle makes zeros of.
-struct DecimalMoves {
+struct DecimalShifts {
   static constexpr std::int32_t origin = 48;
   std::uint8_t at[origin + 64];
 };
 
-extern const DecimalMoves decimal_moves;
+extern const DecimalShifts decimal_shifts;
 
 }  // namespace zvrt

@@ -85,7 +85,7 @@ ZVRT_INLINED bool copy_step(const char* src, char* dst, std::size_t capacity, st
 }
 
 template <class Units>
-[[gnu::noinline]] Run copy_further(const char* src, char* dst, std::size_t capacity, std::size_t done) {
+[[gnu::noinline]] Progress copy_further(const char* src, char* dst, std::size_t capacity, std::size_t done) {
   constexpr std::size_t step = 256 / Units::unit;
   for (;;) {
     while (capacity - done >= step && TerminatedUnits<Units::unit>::readable(src, done, step) == step) {
@@ -109,7 +109,7 @@ template <class Units>
 }
 
 template <class Units, unsigned first_vectors>
-Run copy(const void* src, void* dst, std::size_t capacity) {
+Progress copy(const void* src, void* dst, std::size_t capacity) {
   std::size_t done = 0;
   const auto* from = static_cast<const char*>(src);
   auto* into = static_cast<char*>(dst);
@@ -120,13 +120,13 @@ Run copy(const void* src, void* dst, std::size_t capacity) {
 
 }  // namespace
 
-Run copy_narrow(const void* src, void* dst, std::size_t capacity) {
+Progress copy_narrow(const void* src, void* dst, std::size_t capacity) {
   if constexpr (!reads_ahead) return text_kernels_baseline.copy(src, dst, capacity);
   return copy<Bytes, 2>(src, dst, capacity);
 }
 
 // Texts of about 16, 32 and 64 characters differ little within each group in the number of steps of 48.
-Run copy_wide(const void* src, void* dst, std::size_t capacity) {
+Progress copy_wide(const void* src, void* dst, std::size_t capacity) {
   if constexpr (!reads_ahead) return text_kernels_baseline.copy_wide(src, dst, capacity);
   return copy<WideUnits, 3>(src, dst, capacity);
 }

@@ -122,23 +122,23 @@ constexpr std::size_t step_bytes = 64;
 
 // A step of at most 64 bytes from the start of a character. Returns false where the run ends.
 template <class Out, class Bound>
-ZVRT_INLINED bool decode_step(const char* src, Bound bound, char* dst, std::size_t capacity, Ends& ends) {
-  const std::size_t readable = bound.readable(src, ends.read, step_bytes);
+ZVRT_INLINED bool decode_step(const char* src, Bound bound, char* dst, std::size_t capacity, Progress& progress) {
+  const std::size_t readable = bound.readable(src, progress.read, step_bytes);
   if (readable == 0) return false;
   const Vector bytes = Bound::is_terminated && readable == step_bytes
-                           ? _mm512_loadu_si512(src + ends.read)
-                           : _mm512_maskz_loadu_epi8(first(readable), src + ends.read);
+                           ? _mm512_loadu_si512(src + progress.read)
+                           : _mm512_maskz_loadu_epi8(first(readable), src + progress.read);
   const Mask nonzero = _mm512_test_epi8_mask(bytes, bytes);
   const Mask inside = trailing_ones(nonzero);
   const std::size_t text = lowest_bit(~nonzero);
-  const std::size_t left = Out::writes ? least(capacity - ends.written, step_bytes) : step_bytes;
-  char* out = Out::writes ? dst + ends.written * Out::unit : nullptr;
+  const std::size_t left = Out::writes ? least(capacity - progress.written, step_bytes) : step_bytes;
+  char* out = Out::writes ? dst + progress.written * Out::unit : nullptr;
   if ((_mm512_movepi8_mask(bytes) & inside) == 0) {
     const std::size_t count = least(text, left);
     if constexpr (Out::writes) Out::store_bytes(out, first(count), bytes);
-    ends.read += count;
-    ends.written += count;
-    return count == readable && bound.goes_on(ends.read);
+    progress.read += count;
+    progress.written += count;
+    return count == readable && bound.goes_on(progress.read);
   }
   const __mmask64 lead_bytes = _mm512_cmpge_epi8_mask(bytes, _mm512_set1_epi8(first_lead));
   Mask leads = lead_bytes & inside;
@@ -157,86 +157,91 @@ ZVRT_INLINED bool decode_step(const char* src, Bound bound, char* dst, std::size
   // `whole` counts the bits of a mask, so that fewer are below 64.
   if (done.characters != whole) [[unlikely]]  // NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult)
     stop = lowest_bit(_pdep_u64(Mask{1} << done.characters, leads));
-  ends.read += stop;
-  ends.written += done.units;
+  progress.read += stop;
+  progress.written += done.units;
   if (pairs && tried < whole && done.characters == tried) return tried != 0;
-  return stop != 0 && text >= readable && bound.goes_on(ends.read);
+  return stop != 0 && text >= readable && bound.goes_on(progress.read);
 }
 
 // Steps of 64 bytes while all of them are there and ordinary. They follow each other at distances that do not depend on
 // their characters, so that none waits for the one before; the last bytes of each are left to the next, as a character
 // has to be seen whole.
 template <class Out, class Bound>
-ZVRT_INLINED bool decode_long(const char* src, Bound bound, char* dst, std::size_t capacity, Ends& ends) {
+ZVRT_INLINED bool decode_long(const char* src, Bound bound, char* dst, std::size_t capacity, Progress& progress) {
   constexpr std::size_t step = step_bytes;
   constexpr std::size_t own = 60;
-  std::size_t from = ends.read;
-  while ((!Out::writes || capacity - ends.written >= step) && bound.readable(src, from, step) == step) {
+  std::size_t from = progress.read;
+  while ((!Out::writes || capacity - progress.written >= step) && bound.readable(src, from, step) == step) {
     const Vector bytes = _mm512_loadu_si512(src + from);
     if (_mm512_testn_epi8_mask(bytes, bytes) != 0) break;
-    char* out = Out::writes ? dst + ends.written * Out::unit : nullptr;
+    char* out = Out::writes ? dst + progress.written * Out::unit : nullptr;
     if (_mm512_movepi8_mask(bytes) == 0) {
       if constexpr (Out::writes) Out::store_bytes(out, first(step), bytes);
       from += step;
-      ends.read = from;
-      ends.written += step;
+      progress.read = from;
+      progress.written += step;
       continue;
     }
     const __mmask64 lead_bytes = _mm512_cmpge_epi8_mask(bytes, _mm512_set1_epi8(first_lead));
     // Continuation bytes may lead the step only as far as a character reaches into it.
-    if ((lead_bytes >> (ends.read - from) & 1) == 0) break;
+    if ((lead_bytes >> (progress.read - from) & 1) == 0) break;
     const Mask leads = lead_bytes & first(own);
     const std::size_t count = count_of(leads);
     const Characters characters = locate(bytes, lead_bytes);
     const bool long_forms = _mm512_cmpge_epu8_mask(bytes, repeat8(0xE0)) != 0;
     const Decoded done =
         long_forms ? store_any<Out>(characters, count, out) : store_short_forms<Out>(characters, count, out);
-    ends.written += done.units;
+    progress.written += done.units;
     if (done.characters != count) [[unlikely]] {
-      ends.read = from + lowest_bit(_pdep_u64(Mask{1} << done.characters, leads));
+      progress.read = from + lowest_bit(_pdep_u64(Mask{1} << done.characters, leads));
       return false;
     }
-    ends.read = from + lowest_bit(lead_bytes & ~first(own));
+    progress.read = from + lowest_bit(lead_bytes & ~first(own));
     from += own;
   }
   return true;
 }
 
 template <class Out, class Bound>
-[[gnu::noinline]] Run decode_further(const char* src, Bound bound, char* dst, std::size_t capacity, Ends ends) {
+[[gnu::noinline]] Progress decode_further(const char* src, Bound bound, char* dst, std::size_t capacity,
+                                          Progress progress) {
   // Most texts that reach here end within one more step.
-  while (decode_step<Out>(src, bound, dst, capacity, ends) && decode_long<Out>(src, bound, dst, capacity, ends)) {
+  while (decode_step<Out>(src, bound, dst, capacity, progress) &&
+         decode_long<Out>(src, bound, dst, capacity, progress)) {
   }
-  return {ends.read, ends.written};
+  return {progress.read, progress.written};
 }
 
 // A value is short as a rule: its one step stands apart from all that longer text needs.
 template <class Out, class Bound>
-Run decode_run(const char* src, Bound bound, void* dst, std::size_t capacity) {
-  Ends ends;
+Progress decode_prefix(const char* src, Bound bound, void* dst, std::size_t capacity) {
+  Progress progress;
   auto* out = static_cast<char*>(dst);
-  if (decode_step<Out>(src, bound, out, capacity, ends)) return decode_further<Out>(src, bound, out, capacity, ends);
-  return {ends.read, ends.written};
+  if (decode_step<Out>(src, bound, out, capacity, progress))
+    return decode_further<Out>(src, bound, out, capacity, progress);
+  return {progress.read, progress.written};
 }
 
 }  // namespace
 
-Run decode(const char* src, std::size_t count, void* dst, std::size_t capacity) {
-  return decode_run<WideUnits>(src, Counted{count}, dst, capacity);
+Progress decode(const char* src, std::size_t count, void* dst, std::size_t capacity) {
+  return decode_prefix<WideUnits>(src, Counted{count}, dst, capacity);
 }
-Run decode_terminated(const char* src, void* dst, std::size_t capacity) {
-  if constexpr (!reads_ahead) return decode_run<WideUnits>(src, Counted{std::strlen(src)}, dst, capacity);
-  return decode_run<WideUnits>(src, TerminatedBytes{}, dst, capacity);
+Progress decode_terminated(const char* src, void* dst, std::size_t capacity) {
+  if constexpr (!reads_ahead) return decode_prefix<WideUnits>(src, Counted{std::strlen(src)}, dst, capacity);
+  return decode_prefix<WideUnits>(src, TerminatedBytes{}, dst, capacity);
 }
-Run decode_within(const char* src, std::size_t count, void* dst, std::size_t capacity) {
+Progress decode_within(const char* src, std::size_t count, void* dst, std::size_t capacity) {
   if constexpr (!reads_ahead) return decode_measured<decode>(src, count, dst, capacity);
-  return decode_run<WideUnits>(src, CountedBytes{count}, dst, capacity);
+  return decode_prefix<WideUnits>(src, CountedBytes{count}, dst, capacity);
 }
-Run count_decoded(const char* src, std::size_t count) { return decode_run<Nothing>(src, Counted{count}, nullptr, 0); }
+Progress count_decoded(const char* src, std::size_t count) {
+  return decode_prefix<Nothing>(src, Counted{count}, nullptr, 0);
+}
 
-Run utf8_to_utf16(const char* src, std::size_t count, void* dst, std::size_t capacity) {
-  if constexpr (!reads_ahead) return decode_run<Utf16Units>(src, Counted{strnlen(src, count)}, dst, capacity);
-  return decode_run<Utf16Units>(src, CountedBytes{count}, dst, capacity);
+Progress utf8_to_utf16(const char* src, std::size_t count, void* dst, std::size_t capacity) {
+  if constexpr (!reads_ahead) return decode_prefix<Utf16Units>(src, Counted{strnlen(src, count)}, dst, capacity);
+  return decode_prefix<Utf16Units>(src, CountedBytes{count}, dst, capacity);
 }
 
 }  // namespace zvrt::avx512

@@ -30,25 +30,25 @@ template <class Bound>
   return _mm512_maskz_loadu_epi32(lanes_of(first(readable), static_cast<unsigned>(before) / 16), units);
 }
 
-enum class Step : std::uint8_t { ends, goes_on, is_not_ascii };
+enum class Step : std::uint8_t { progress, goes_on, is_not_ascii };
 
 // At most 48 characters, if they are ASCII. Texts of about 16, 32 and 64 characters, where the lengths in a column
 // gather, differ little within each group in the number of such steps, so that the branch between them is foreseen.
 template <class Bound>
 [[gnu::always_inline]] inline Step encode_ascii_step(const char* src, Bound bound, char* dst, std::size_t capacity,
-                                                     Ends& ends) {
+                                                     Progress& progress) {
   constexpr std::size_t most = 48;
-  const std::size_t readable = bound.readable(src, ends.read, most);
-  if (readable == 0) return Step::ends;
-  const char* at = src + ends.read * 4;
+  const std::size_t readable = bound.readable(src, progress.read, most);
+  if (readable == 0) return Step::progress;
+  const char* at = src + progress.read * 4;
   const Vector bytes = in_bytes(load_units<Bound>(at, readable, 0, most), load_units<Bound>(at, readable, 16, most),
                                 load_units<Bound>(at, readable, 32, most), Vector{});
   const Mask zeros = _mm512_testn_epi8_mask(bytes, bytes);
   if ((_mm512_movepi8_mask(bytes) & below(zeros)) != 0) return Step::is_not_ascii;
-  const std::size_t count = least(lowest_bit(zeros), capacity - ends.written);
-  _mm512_mask_storeu_epi8(dst + ends.written, first(count), bytes);
-  ends.written += count;
-  return taken(count, readable, bound, ends) ? Step::goes_on : Step::ends;
+  const std::size_t count = least(lowest_bit(zeros), capacity - progress.written);
+  _mm512_mask_storeu_epi8(dst + progress.written, first(count), bytes);
+  progress.written += count;
+  return taken(count, readable, bound, progress) ? Step::goes_on : Step::progress;
 }
 
 bool any_above(Vector units, std::uint32_t limit) { return _mm512_test_epi32_mask(units, repeat32(~limit)) != 0; }
@@ -56,11 +56,11 @@ bool any_above(Vector units, std::uint32_t limit) { return _mm512_test_epi32_mas
 // At most 32 characters of any length. Returns false where the run ends.
 template <class Bound>
 [[gnu::always_inline]] inline bool encode_step(const char* src, Bound bound, char* dst, std::size_t capacity,
-                                               Ends& ends) {
+                                               Progress& progress) {
   constexpr std::size_t most = 32;
-  const std::size_t readable = bound.readable(src, ends.read, most);
+  const std::size_t readable = bound.readable(src, progress.read, most);
   if (readable == 0) return false;
-  const char* at = src + ends.read * 4;
+  const char* at = src + progress.read * 4;
   Vector low = load_units<Bound>(at, readable, 0, most);
   Vector high = load_units<Bound>(at, readable, 16, most);
   const Vector words = in_words(low, high);
@@ -68,8 +68,8 @@ template <class Bound>
   Mask inside = below(Mask{_mm512_testn_epi16_mask(words, words)} | behind);
   if ((_mm512_cmpgt_epu16_mask(words, repeat16(last_of_two)) & inside) == 0) {
     const Vector units = _mm512_maskz_mov_epi16(static_cast<__mmask32>(inside), words);
-    const std::size_t characters = store_forms<2>(spread_short_forms(units), count_of(inside), dst, capacity, ends);
-    return taken(characters, readable, bound, ends);
+    const std::size_t characters = store_forms<2>(spread_short_forms(units), count_of(inside), dst, capacity, progress);
+    return taken(characters, readable, bound, progress);
   }
   low = _mm512_maskz_mov_epi32(lanes_of(inside, 0), low);
   high = _mm512_maskz_mov_epi32(lanes_of(inside, 1), high);
@@ -81,29 +81,29 @@ template <class Bound>
   }
   const std::size_t text = count_of(inside);
   const std::size_t in_low = least(text, 16);
-  std::size_t characters = store_forms<4>(spread(low), in_low, dst, capacity, ends);
-  if (characters == in_low) characters += store_forms<4>(spread(high), text - in_low, dst, capacity, ends);
-  return taken(characters, readable, bound, ends);
+  std::size_t characters = store_forms<4>(spread(low), in_low, dst, capacity, progress);
+  if (characters == in_low) characters += store_forms<4>(spread(high), text - in_low, dst, capacity, progress);
+  return taken(characters, readable, bound, progress);
 }
 
 // 32 ordinary characters, sure of their room.
 [[gnu::always_inline]] inline void store_half(Vector low, Vector high, bool long_forms, char* dst, std::size_t capacity,
-                                              Ends& ends) {
+                                              Progress& progress) {
   if (long_forms) {
-    ends.read += store_forms<4>(spread(low), 16, dst, capacity, ends);
-    ends.read += store_forms<4>(spread(high), 16, dst, capacity, ends);
+    progress.read += store_forms<4>(spread(low), 16, dst, capacity, progress);
+    progress.read += store_forms<4>(spread(high), 16, dst, capacity, progress);
   } else {
-    ends.read += store_forms<2>(spread_short_forms(in_words(low, high)), 32, dst, capacity, ends);
+    progress.read += store_forms<2>(spread_short_forms(in_words(low, high)), 32, dst, capacity, progress);
   }
 }
 
 // Steps of 64 characters while all of them are there, ordinary and sure of their room.
 template <class Bound>
 [[gnu::always_inline]] inline void encode_long(const char* src, Bound bound, char* dst, std::size_t capacity,
-                                               Ends& ends) {
+                                               Progress& progress) {
   constexpr std::size_t step = 64;
-  while (capacity - ends.written >= step * 4 && bound.readable(src, ends.read, step) == step) {
-    const char* at = src + ends.read * 4;
+  while (capacity - progress.written >= step * 4 && bound.readable(src, progress.read, step) == step) {
+    const char* at = src + progress.read * 4;
     const Vector a = _mm512_loadu_si512(at);
     const Vector b = _mm512_loadu_si512(at + 64);
     const Vector c = _mm512_loadu_si512(at + 128);
@@ -114,76 +114,78 @@ template <class Bound>
     if (_mm512_testn_epi32_mask(least_units, least_units) != 0 || any_above(any, last_of_four)) return;
     if (any_above(any, last_of_one)) {
       const bool long_forms = any_above(any, last_of_two);
-      store_half(a, b, long_forms, dst, capacity, ends);
-      store_half(c, d, long_forms, dst, capacity, ends);
+      store_half(a, b, long_forms, dst, capacity, progress);
+      store_half(c, d, long_forms, dst, capacity, progress);
     } else {
       const Vector low = _mm512_permutex2var_epi8(a, _mm512_load_si512(fourth_bytes.bytes), b);
       const Vector high = _mm512_permutex2var_epi8(c, _mm512_load_si512(fourth_bytes.bytes), d);
-      _mm512_storeu_si512(dst + ends.written, _mm512_inserti64x4(low, _mm512_castsi512_si256(high), 1));
-      ends.read += step;
-      ends.written += step;
+      _mm512_storeu_si512(dst + progress.written, _mm512_inserti64x4(low, _mm512_castsi512_si256(high), 1));
+      progress.read += step;
+      progress.written += step;
     }
   }
 }
 
 // Most texts that reach here end within two more steps, before a long one could be tried.
 template <class Bound>
-[[gnu::noinline]] Run encode_further(const char* src, Bound bound, char* dst, std::size_t capacity, Ends ends) {
-  Step step = ends.read == ends.written ? Step::goes_on : Step::is_not_ascii;
+[[gnu::noinline]] Progress encode_further(const char* src, Bound bound, char* dst, std::size_t capacity,
+                                          Progress progress) {
+  Step step = progress.read == progress.written ? Step::goes_on : Step::is_not_ascii;
   if (step == Step::goes_on) {
-    while ((step = encode_ascii_step(src, bound, dst, capacity, ends)) == Step::goes_on &&
-           (step = encode_ascii_step(src, bound, dst, capacity, ends)) == Step::goes_on)
-      encode_long(src, bound, dst, capacity, ends);
+    while ((step = encode_ascii_step(src, bound, dst, capacity, progress)) == Step::goes_on &&
+           (step = encode_ascii_step(src, bound, dst, capacity, progress)) == Step::goes_on)
+      encode_long(src, bound, dst, capacity, progress);
   }
   if (step == Step::is_not_ascii) {
-    while (encode_step(src, bound, dst, capacity, ends) && encode_step(src, bound, dst, capacity, ends))
-      encode_long(src, bound, dst, capacity, ends);
+    while (encode_step(src, bound, dst, capacity, progress) && encode_step(src, bound, dst, capacity, progress))
+      encode_long(src, bound, dst, capacity, progress);
   }
-  return {ends.read, ends.written};
+  return {progress.read, progress.written};
 }
 
 template <class Bound>
-Run encode_run(const void* src, Bound bound, char* dst, std::size_t capacity) {
-  Ends ends;
+Progress encode_prefix(const void* src, Bound bound, char* dst, std::size_t capacity) {
+  Progress progress;
   const auto* text = static_cast<const char*>(src);
-  const Step step = encode_ascii_step(text, bound, dst, capacity, ends);
-  if (step == Step::goes_on || (step == Step::is_not_ascii && encode_step(text, bound, dst, capacity, ends))) {
-    return encode_further(text, bound, dst, capacity, ends);
+  const Step step = encode_ascii_step(text, bound, dst, capacity, progress);
+  if (step == Step::goes_on || (step == Step::is_not_ascii && encode_step(text, bound, dst, capacity, progress))) {
+    return encode_further(text, bound, dst, capacity, progress);
   }
-  return {ends.read, ends.written};
+  return {progress.read, progress.written};
 }
 
 }  // namespace
 
-Run encode(const void* src, std::size_t count, char* dst, std::size_t capacity) {
-  return encode_run(src, Counted{count}, dst, capacity);
+Progress encode(const void* src, std::size_t count, char* dst, std::size_t capacity) {
+  return encode_prefix(src, Counted{count}, dst, capacity);
 }
-Run encode_terminated(const void* src, char* dst, std::size_t capacity) {
-  if constexpr (!reads_ahead) return encode_run(src, Counted{static_cast<std::size_t>(length_of(src))}, dst, capacity);
-  return encode_run(src, TerminatedUnits<4>{}, dst, capacity);
+Progress encode_terminated(const void* src, char* dst, std::size_t capacity) {
+  if constexpr (!reads_ahead)
+    return encode_prefix(src, Counted{static_cast<std::size_t>(length_of(src))}, dst, capacity);
+  return encode_prefix(src, TerminatedUnits<4>{}, dst, capacity);
 }
 
-Run encode_within(const void* src, std::size_t count, char* dst, std::size_t capacity) {
+Progress encode_within(const void* src, std::size_t count, char* dst, std::size_t capacity) {
   if constexpr (!reads_ahead) return encode_measured<encode>(src, count, dst, capacity);
-  return encode_run(src, CountedUnits<4>{count}, dst, capacity);
+  return encode_prefix(src, CountedUnits<4>{count}, dst, capacity);
 }
 
-Run count_encoded(const void* src, std::size_t count) {
+Progress count_encoded(const void* src, std::size_t count) {
   const auto* text = static_cast<const char*>(src);
   constexpr std::size_t step = 16;
-  Ends ends;
-  while (ends.read < count) {
-    const std::size_t readable = least(count - ends.read, step);
-    const Vector units = _mm512_maskz_loadu_epi32(first16(readable), text + ends.read * 4);
+  Progress progress;
+  while (progress.read < count) {
+    const std::size_t readable = least(count - progress.read, step);
+    const Vector units = _mm512_maskz_loadu_epi32(first16(readable), text + progress.read * 4);
     const auto above = [units](std::uint32_t limit) { return Mask{_mm512_cmpgt_epu32_mask(units, repeat32(limit))}; };
     const Mask inside = trailing_ones(_mm512_test_epi32_mask(units, units)) & below(above(last_of_four));
     const std::size_t characters = count_of(inside);
-    ends.read += characters;
-    ends.written += characters + count_of(above(last_of_one) & inside) + count_of(above(last_of_two) & inside) +
-                    count_of(above(last_of_three) & inside);
+    progress.read += characters;
+    progress.written += characters + count_of(above(last_of_one) & inside) + count_of(above(last_of_two) & inside) +
+                        count_of(above(last_of_three) & inside);
     if (characters < readable) break;
   }
-  return {ends.read, ends.written};
+  return {progress.read, progress.written};
 }
 
 }  // namespace zvrt::avx512

@@ -12,24 +12,24 @@
 
 namespace zvrt::avx512 {
 
-Run decode(const char* src, std::size_t count, void* dst, std::size_t capacity);
-Run decode_terminated(const char* src, void* dst, std::size_t capacity);
-Run count_decoded(const char* src, std::size_t count);
+Progress decode(const char* src, std::size_t count, void* dst, std::size_t capacity);
+Progress decode_terminated(const char* src, void* dst, std::size_t capacity);
+Progress count_decoded(const char* src, std::size_t count);
 
-Run decode_within(const char* src, std::size_t count, void* dst, std::size_t capacity);
+Progress decode_within(const char* src, std::size_t count, void* dst, std::size_t capacity);
 
-Run utf8_to_utf16(const char* src, std::size_t count, void* dst, std::size_t capacity);
-Run utf16_to_utf8(const void* src, std::size_t count, char* dst, std::size_t capacity);
-Run utf16_to_utf32(const void* src, std::size_t count, void* dst, std::size_t capacity);
-Run utf32_to_utf16(const void* src, std::size_t count, void* dst, std::size_t capacity);
+Progress utf8_to_utf16(const char* src, std::size_t count, void* dst, std::size_t capacity);
+Progress utf16_to_utf8(const void* src, std::size_t count, char* dst, std::size_t capacity);
+Progress utf16_to_utf32(const void* src, std::size_t count, void* dst, std::size_t capacity);
+Progress utf32_to_utf16(const void* src, std::size_t count, void* dst, std::size_t capacity);
 
-Run encode(const void* src, std::size_t count, char* dst, std::size_t capacity);
-Run encode_terminated(const void* src, char* dst, std::size_t capacity);
-Run count_encoded(const void* src, std::size_t count);
-Run encode_within(const void* src, std::size_t count, char* dst, std::size_t capacity);
+Progress encode(const void* src, std::size_t count, char* dst, std::size_t capacity);
+Progress encode_terminated(const void* src, char* dst, std::size_t capacity);
+Progress count_encoded(const void* src, std::size_t count);
+Progress encode_within(const void* src, std::size_t count, char* dst, std::size_t capacity);
 
-Run copy_narrow(const void* src, void* dst, std::size_t capacity);
-Run copy_wide(const void* src, void* dst, std::size_t capacity);
+Progress copy_narrow(const void* src, void* dst, std::size_t capacity);
+Progress copy_wide(const void* src, void* dst, std::size_t capacity);
 
 using Vector = __m512i;
 using Mask = std::uint64_t;
@@ -91,12 +91,6 @@ ZVRT_INLINED std::size_t to_page_end(const char* at) {
   constexpr std::size_t page_bytes = 4096;
   return page_bytes - reinterpret_cast<std::uintptr_t>(at) % page_bytes;
 }
-
-// How far a run has got in both texts.
-struct Ends {
-  std::size_t read = 0;
-  std::size_t written = 0;
-};
 
 // Where a source ends: how many units may be read behind those read already, `most` at most; none at the end.
 struct Counted {

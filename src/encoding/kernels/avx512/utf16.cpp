@@ -54,20 +54,21 @@ struct CountedPairs {
 
 // A step of each direction stores what fits of a block and returns the source units that it took.
 struct ToUtf8 {
-  ZVRT_INLINED static std::size_t store(const Utf16Block& block, char* dst, std::size_t capacity, Ends& ends) {
+  ZVRT_INLINED static std::size_t store(const Utf16Block& block, char* dst, std::size_t capacity, Progress& progress) {
     const Vector units = _mm512_maskz_mov_epi16(first32(block.count), block.units);
     if (!any_above(units, 0x7F)) {
-      const std::size_t count = least(block.count, capacity - ends.written);
-      _mm256_mask_storeu_epi8(dst + ends.written, first32(count), _mm512_cvtepi16_epi8(units));
-      ends.written += count;
+      const std::size_t count = least(block.count, capacity - progress.written);
+      _mm256_mask_storeu_epi8(dst + progress.written, first32(count), _mm512_cvtepi16_epi8(units));
+      progress.written += count;
       return count;
     }
-    if (!any_above(units, 0x7FF)) return store_forms<2>(spread_short_forms(units), block.count, dst, capacity, ends);
+    if (!any_above(units, 0x7FF))
+      return store_forms<2>(spread_short_forms(units), block.count, dst, capacity, progress);
     const Utf16Characters characters = utf16_characters(block);
     const std::size_t in_low = least(block.count, 16);
-    const std::size_t taken = store_forms<4>(spread(characters.low), in_low, dst, capacity, ends);
+    const std::size_t taken = store_forms<4>(spread(characters.low), in_low, dst, capacity, progress);
     if (taken != in_low || block.count == in_low) return taken;
-    return taken + store_forms<4>(spread(characters.high), block.count - in_low, dst, capacity, ends);
+    return taken + store_forms<4>(spread(characters.high), block.count - in_low, dst, capacity, progress);
   }
   // 64 units of ASCII, sure of their room.
   ZVRT_INLINED static bool store_long(const char* src, char* dst) {
@@ -83,14 +84,14 @@ struct ToUtf8 {
 };
 
 struct ToWide {
-  ZVRT_INLINED static std::size_t store(const Utf16Block& block, char* dst, std::size_t capacity, Ends& ends) {
-    char* out = dst + ends.written * unit;
-    const std::size_t left = capacity - ends.written;
+  ZVRT_INLINED static std::size_t store(const Utf16Block& block, char* dst, std::size_t capacity, Progress& progress) {
+    char* out = dst + progress.written * unit;
+    const std::size_t left = capacity - progress.written;
     if (block.highs == 0) {
       const std::size_t count = least(block.count, left);
       _mm512_mask_storeu_epi32(out, lanes_of(first(count), 0), lower(block.units));
       _mm512_mask_storeu_epi32(out + 64, lanes_of(first(count), 1), upper(block.units));
-      ends.written += count;
+      progress.written += count;
       return count;
     }
     const Utf16Characters characters = utf16_characters(block);
@@ -101,7 +102,7 @@ struct ToWide {
     const auto high = _mm512_maskz_compress_epi32(lanes_of(characters.lanes, 1), characters.high);
     _mm512_mask_storeu_epi32(out, first16(least(count, in_low)), low);
     if (count > in_low) _mm512_mask_storeu_epi32(out + in_low * unit, first16(count - in_low), high);
-    ends.written += count;
+    progress.written += count;
     return count == found ? block.count : lowest_bit(_pdep_u64(Mask{1} << count, characters.lanes));
   }
   // 64 units without surrogates, sure of their room.
@@ -125,46 +126,49 @@ struct ToWide {
 
 // At most 32 units. Returns false where the text, the room or what is well-formed ends.
 template <class Into, class Bound>
-ZVRT_INLINED bool utf16_step(const char* src, Bound bound, char* dst, std::size_t capacity, Ends& ends) {
-  const std::size_t readable = bound.readable(src, ends.read, step);
+ZVRT_INLINED bool utf16_step(const char* src, Bound bound, char* dst, std::size_t capacity, Progress& progress) {
+  const std::size_t readable = bound.readable(src, progress.read, step);
   if (readable == 0) return false;
-  const Utf16Block block = utf16_block(load_words(src + ends.read * 2, readable), readable);
-  const std::size_t taken = Into::store(block, dst, capacity, ends);
+  const Utf16Block block = utf16_block(load_words(src + progress.read * 2, readable), readable);
+  const std::size_t taken = Into::store(block, dst, capacity, progress);
   if (taken == readable) {
-    ends.read += readable;
-    return bound.goes_on(ends.read) && ends.written < capacity;
+    progress.read += readable;
+    return bound.goes_on(progress.read) && progress.written < capacity;
   }
-  ends.read += taken;
+  progress.read += taken;
   // A pair that the step cuts is seen whole by the next one, unless it is all there was.
-  return taken == block.count && block.is_cut && taken != 0 && ends.written < capacity;
+  return taken == block.count && block.is_cut && taken != 0 && progress.written < capacity;
 }
 
 template <class Into, class Bound>
-[[gnu::noinline]] Run utf16_further(const char* src, Bound bound, char* dst, std::size_t capacity, Ends ends) {
+[[gnu::noinline]] Progress utf16_further(const char* src, Bound bound, char* dst, std::size_t capacity,
+                                         Progress progress) {
   constexpr std::size_t long_step = 2 * step;
   do {
-    while (capacity - ends.written >= long_step && bound.readable(src, ends.read, long_step) == long_step &&
-           Into::store_long(src + ends.read * 2, dst + ends.written * Into::unit)) {
-      ends.read += long_step;
-      ends.written += long_step;
+    while (capacity - progress.written >= long_step && bound.readable(src, progress.read, long_step) == long_step &&
+           Into::store_long(src + progress.read * 2, dst + progress.written * Into::unit)) {
+      progress.read += long_step;
+      progress.written += long_step;
     }
-  } while (ends.written < capacity && bound.goes_on(ends.read) && utf16_step<Into>(src, bound, dst, capacity, ends));
-  return {ends.read, ends.written};
+  } while (progress.written < capacity && bound.goes_on(progress.read) &&
+           utf16_step<Into>(src, bound, dst, capacity, progress));
+  return {progress.read, progress.written};
 }
 
 template <class Into, class Bound>
-ZVRT_INLINED Run from_utf16(const void* src, Bound bound, void* dst, std::size_t capacity) {
-  Ends ends;
+ZVRT_INLINED Progress from_utf16(const void* src, Bound bound, void* dst, std::size_t capacity) {
+  Progress progress;
   const auto* text = static_cast<const char*>(src);
   auto* out = static_cast<char*>(dst);
-  if (utf16_step<Into>(text, bound, out, capacity, ends)) return utf16_further<Into>(text, bound, out, capacity, ends);
-  return {ends.read, ends.written};
+  if (utf16_step<Into>(text, bound, out, capacity, progress))
+    return utf16_further<Into>(text, bound, out, capacity, progress);
+  return {progress.read, progress.written};
 }
 
 // At most 32 wide characters with pairs among them, or with some that end the run.
 template <class Bound>
 [[gnu::noinline]] bool utf32_pairs(Vector low, Vector high, std::size_t readable, Bound bound, char* dst,
-                                   std::size_t capacity, Ends& ends) {
+                                   std::size_t capacity, Progress& progress) {
   const auto stops = [](Vector units) {
     const Vector kind = _mm512_and_si512(units, repeat32(0xFFFFF800));
     return static_cast<__mmask16>(_mm512_testn_epi32_mask(units, units) |
@@ -175,23 +179,23 @@ template <class Bound>
   const Mask inside = below(Mask{stops(low)} | Mask{stops(high)} << 16 | Mask{1} << step);
   const Mask doubles = (Mask{pairs(low)} | Mask{pairs(high)} << 16) & inside;
   const std::size_t text = count_of(inside);
-  const std::size_t left = capacity - ends.written;
+  const std::size_t left = capacity - progress.written;
   // Where not all may fit, as many as are sure to: the next step tries the others.
   const std::size_t count = text + count_of(doubles) <= left ? text : least(text, left / 2);
-  char* out = dst + ends.written * 2;
+  char* out = dst + progress.written * 2;
   const std::size_t stored = store_utf16(out, lanes_of(first(count), 0), low);
   const std::size_t more = count > 16 ? store_utf16(out + stored * 2, lanes_of(first(count), 1), high) : 0;
-  ends.written += stored + more;
-  ends.read += count;
-  return count == readable ? bound.goes_on(ends.read) : count != 0 && count != text;
+  progress.written += stored + more;
+  progress.read += count;
+  return count == readable ? bound.goes_on(progress.read) : count != 0 && count != text;
 }
 
 // At most 32 wide characters, those up to U+10FFFF that are no surrogates.
 template <class Bound>
-ZVRT_INLINED bool utf32_step(const char* src, Bound bound, char* dst, std::size_t capacity, Ends& ends) {
-  const std::size_t readable = bound.readable(src, ends.read, step);
+ZVRT_INLINED bool utf32_step(const char* src, Bound bound, char* dst, std::size_t capacity, Progress& progress) {
+  const std::size_t readable = bound.readable(src, progress.read, step);
   if (readable == 0) return false;
-  const char* at = src + ends.read * 4;
+  const char* at = src + progress.read * 4;
   const Vector low = _mm512_maskz_loadu_epi32(lanes_of(first(readable), 0), at);
   const Vector high = _mm512_maskz_loadu_epi32(lanes_of(first(readable), 1), at + 64);
   const Vector words = in_words(low, high);
@@ -199,16 +203,16 @@ ZVRT_INLINED bool utf32_step(const char* src, Bound bound, char* dst, std::size_
   const std::size_t text = lowest_bit(Mask{_mm512_testn_epi16_mask(alone, alone)} | Mask{1} << step);
   // Characters above U+FFFF are FFFF among the words.
   const bool any_pair = _mm512_cmpeq_epi16_mask(words, repeat16(0xFFFF)) != 0;
-  if (any_pair) return utf32_pairs(low, high, readable, bound, dst, capacity, ends);
-  const std::size_t count = least(text, capacity - ends.written);
-  _mm512_mask_storeu_epi16(dst + ends.written * 2, first32(count), words);
-  ends.written += count;
+  if (any_pair) return utf32_pairs(low, high, readable, bound, dst, capacity, progress);
+  const std::size_t count = least(text, capacity - progress.written);
+  _mm512_mask_storeu_epi16(dst + progress.written * 2, first32(count), words);
+  progress.written += count;
   if (count != readable) {
-    ends.read += count;
+    progress.read += count;
     return false;
   }
-  ends.read += readable;
-  return bound.goes_on(ends.read);
+  progress.read += readable;
+  return bound.goes_on(progress.read);
 }
 
 // 64 wide characters that are a unit each, sure of their room.
@@ -225,39 +229,41 @@ ZVRT_INLINED bool store_long_utf32(const char* src, char* dst) {
 }
 
 template <class Bound>
-[[gnu::noinline]] Run utf32_further(const char* src, Bound bound, char* dst, std::size_t capacity, Ends ends) {
+[[gnu::noinline]] Progress utf32_further(const char* src, Bound bound, char* dst, std::size_t capacity,
+                                         Progress progress) {
   constexpr std::size_t long_step = 2 * step;
   do {
-    while (capacity - ends.written >= long_step && bound.readable(src, ends.read, long_step) == long_step &&
-           store_long_utf32(src + ends.read * 4, dst + ends.written * 2)) {
-      ends.read += long_step;
-      ends.written += long_step;
+    while (capacity - progress.written >= long_step && bound.readable(src, progress.read, long_step) == long_step &&
+           store_long_utf32(src + progress.read * 4, dst + progress.written * 2)) {
+      progress.read += long_step;
+      progress.written += long_step;
     }
-  } while (ends.written < capacity && bound.goes_on(ends.read) && utf32_step(src, bound, dst, capacity, ends));
-  return {ends.read, ends.written};
+  } while (progress.written < capacity && bound.goes_on(progress.read) &&
+           utf32_step(src, bound, dst, capacity, progress));
+  return {progress.read, progress.written};
 }
 
 template <class Bound>
-ZVRT_INLINED Run from_utf32(const char* src, Bound bound, char* dst, std::size_t capacity) {
-  Ends ends;
-  if (capacity > 0 && utf32_step(src, bound, dst, capacity, ends))
-    return utf32_further(src, bound, dst, capacity, ends);
-  return {ends.read, ends.written};
+ZVRT_INLINED Progress from_utf32(const char* src, Bound bound, char* dst, std::size_t capacity) {
+  Progress progress;
+  if (capacity > 0 && utf32_step(src, bound, dst, capacity, progress))
+    return utf32_further(src, bound, dst, capacity, progress);
+  return {progress.read, progress.written};
 }
 
 }  // namespace
 
-Run utf16_to_utf8(const void* src, std::size_t count, char* dst, std::size_t capacity) {
+Progress utf16_to_utf8(const void* src, std::size_t count, char* dst, std::size_t capacity) {
   if constexpr (!reads_ahead) return from_utf16<ToUtf8>(src, Counted{zero_within<2>(src, count)}, dst, capacity);
   return from_utf16<ToUtf8>(src, CountedPairs{count}, dst, capacity);
 }
 
-Run utf16_to_utf32(const void* src, std::size_t count, void* dst, std::size_t capacity) {
+Progress utf16_to_utf32(const void* src, std::size_t count, void* dst, std::size_t capacity) {
   if constexpr (!reads_ahead) return from_utf16<ToWide>(src, Counted{zero_within<2>(src, count)}, dst, capacity);
   return from_utf16<ToWide>(src, CountedPairs{count}, dst, capacity);
 }
 
-Run utf32_to_utf16(const void* src, std::size_t count, void* dst, std::size_t capacity) {
+Progress utf32_to_utf16(const void* src, std::size_t count, void* dst, std::size_t capacity) {
   const auto* text = static_cast<const char*>(src);
   auto* out = static_cast<char*>(dst);
   if constexpr (!reads_ahead) return from_utf32(text, Counted{zero_within<4>(src, count)}, out, capacity);

@@ -163,28 +163,28 @@ ZVRT_INLINED Vector spread_short_forms(Vector units) {
 // returns how many did.
 template <std::size_t lane>
 ZVRT_INLINED std::size_t store_forms(Vector bytes, std::size_t characters, char* dst, std::size_t capacity,
-                                     Ends& ends) {
+                                     Progress& progress) {
   const __mmask64 used = _mm512_test_epi8_mask(bytes, bytes);
   std::size_t count = count_of(used);
-  if (const std::size_t left = capacity - ends.written; count > left) [[unlikely]] {
+  if (const std::size_t left = capacity - progress.written; count > left) [[unlikely]] {
     characters = lowest_bit(used ^ _pdep_u64(first(left), used)) / lane;
     count = count_of(used & first(characters * lane));
   }
-  _mm512_mask_storeu_epi8(dst + ends.written, first(count), _mm512_maskz_compress_epi8(used, bytes));
-  ends.written += count;
+  _mm512_mask_storeu_epi8(dst + progress.written, first(count), _mm512_maskz_compress_epi8(used, bytes));
+  progress.written += count;
   return characters;
 }
 
 // A step takes all it may read or is the last one. Where it takes all, the next one's address follows from what was
 // readable alone, and need not wait for this one's characters.
 template <class Bound>
-ZVRT_INLINED bool taken(std::size_t characters, std::size_t readable, Bound bound, Ends& ends) {
+ZVRT_INLINED bool taken(std::size_t characters, std::size_t readable, Bound bound, Progress& progress) {
   if (characters != readable) {
-    ends.read += characters;
+    progress.read += characters;
     return false;
   }
-  ends.read += readable;
-  return bound.goes_on(ends.read);
+  progress.read += readable;
+  return bound.goes_on(progress.read);
 }
 
 }  // namespace zvrt::avx512

@@ -123,7 +123,7 @@ template <class Source, class Sink>
 }
 
 template <bool writes, class Source>
-[[gnu::always_inline]] inline Run decode_run(const char* src, Source source, void* dst, std::size_t capacity) {
+[[gnu::always_inline]] inline Progress decode_prefix(const char* src, Source source, void* dst, std::size_t capacity) {
   constexpr std::size_t stretch = 32;  // from one look for blocks of ASCII to the next
   auto* out = static_cast<char*>(dst);
   std::size_t read = 0;
@@ -149,13 +149,15 @@ template <bool writes, class Source>
   return {read, written};
 }
 
-Run decode(const char* src, std::size_t count, void* dst, std::size_t capacity) {
-  return decode_run<true>(src, Counted{count}, dst, capacity);
+Progress decode(const char* src, std::size_t count, void* dst, std::size_t capacity) {
+  return decode_prefix<true>(src, Counted{count}, dst, capacity);
 }
-Run decode_terminated(const char* src, void* dst, std::size_t capacity) {
-  return decode_run<true>(src, Terminated{}, dst, capacity);
+Progress decode_terminated(const char* src, void* dst, std::size_t capacity) {
+  return decode_prefix<true>(src, Terminated{}, dst, capacity);
 }
-Run count_decoded(const char* src, std::size_t count) { return decode_run<false>(src, Counted{count}, nullptr, 0); }
+Progress count_decoded(const char* src, std::size_t count) {
+  return decode_prefix<false>(src, Counted{count}, nullptr, 0);
+}
 
 // ---- Wide text to UTF-8 ----
 
@@ -239,7 +241,7 @@ std::size_t encode_one(Wide value, char* dst, std::size_t capacity) {
 }
 
 template <class Source>
-[[gnu::always_inline]] inline Run encode_run(const void* src, Source source, char* dst, std::size_t capacity) {
+[[gnu::always_inline]] inline Progress encode_prefix(const void* src, Source source, char* dst, std::size_t capacity) {
   constexpr std::size_t stretch = 16;
   const auto* text = static_cast<const char*>(src);
   std::size_t read = 0;
@@ -261,15 +263,15 @@ template <class Source>
   return {read, written};
 }
 
-Run encode(const void* src, std::size_t count, char* dst, std::size_t capacity) {
-  return encode_run(src, Counted{count}, dst, capacity);
+Progress encode(const void* src, std::size_t count, char* dst, std::size_t capacity) {
+  return encode_prefix(src, Counted{count}, dst, capacity);
 }
-Run encode_terminated(const void* src, char* dst, std::size_t capacity) {
+Progress encode_terminated(const void* src, char* dst, std::size_t capacity) {
   const std::size_t ascii = narrow_short_ascii(static_cast<const char*>(src), dst, capacity);
-  return ascii != 0 ? Run{ascii, ascii} : encode_run(src, Terminated{}, dst, capacity);
+  return ascii != 0 ? Progress{ascii, ascii} : encode_prefix(src, Terminated{}, dst, capacity);
 }
 
-ZVRT_WRAPS Run count_encoded(const void* src, std::size_t count) {
+ZVRT_WRAPS Progress count_encoded(const void* src, std::size_t count) {
   std::size_t read = 0;
   std::size_t written = 0;
   for (; read < count; ++read) {
@@ -281,7 +283,7 @@ ZVRT_WRAPS Run count_encoded(const void* src, std::size_t count) {
 }
 
 template <class Unit>
-Run copy(const void* src, void* dst, std::size_t capacity) {
+Progress copy(const void* src, void* dst, std::size_t capacity) {
   using Text = std::conditional_t<sizeof(Unit) == 1, const char*, const void*>;
   const std::int32_t count = length_within(static_cast<Text>(src), static_cast<std::int32_t>(capacity));
   copy_units<Unit>(dst, src, count);

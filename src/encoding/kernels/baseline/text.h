@@ -7,9 +7,9 @@
 
 namespace zvrt::baseline {
 
-Run utf8_to_utf16(const char* src, std::size_t count, void* dst, std::size_t capacity);
-Run utf16_to_utf8(const void* src, std::size_t count, char* dst, std::size_t capacity);
-Run utf16_to_utf32(const void* src, std::size_t count, void* dst, std::size_t capacity);
-Run utf32_to_utf16(const void* src, std::size_t count, void* dst, std::size_t capacity);
+Progress utf8_to_utf16(const char* src, std::size_t count, void* dst, std::size_t capacity);
+Progress utf16_to_utf8(const void* src, std::size_t count, char* dst, std::size_t capacity);
+Progress utf16_to_utf32(const void* src, std::size_t count, void* dst, std::size_t capacity);
+Progress utf32_to_utf16(const void* src, std::size_t count, void* dst, std::size_t capacity);
 
 }  // namespace zvrt::baseline

@@ -40,7 +40,7 @@ struct Texts {
     read += units;
     written += units;
   }
-  Run run() const { return {read, written}; }
+  Progress progress() const { return {read, written}; }
 };
 
 // Sixteen bytes 01 to 7F to sixteen units: signed, they are exactly the ones above zero.
@@ -159,16 +159,16 @@ bool one_to_utf32(Texts& texts) {
 
 // Blocks while they go, then some characters one by one, before blocks are tried again.
 template <bool (*block)(Texts&), bool (*one)(Texts&)>
-Run convert(Texts texts) {
+Progress convert(Texts texts) {
   constexpr unsigned stretch = 16;
   while (texts.read < texts.count && texts.written < texts.capacity) {
     while (block(texts)) {
     }
     for (unsigned tried = 0; tried < stretch && texts.read < texts.count; ++tried) {
-      if (texts.written == texts.capacity || !one(texts)) return texts.run();
+      if (texts.written == texts.capacity || !one(texts)) return texts.progress();
     }
   }
-  return texts.run();
+  return texts.progress();
 }
 
 Texts texts_of(const void* src, std::size_t count, void* dst, std::size_t capacity) {
@@ -177,16 +177,16 @@ Texts texts_of(const void* src, std::size_t count, void* dst, std::size_t capaci
 
 }  // namespace
 
-Run utf8_to_utf16(const char* src, std::size_t count, void* dst, std::size_t capacity) {
+Progress utf8_to_utf16(const char* src, std::size_t count, void* dst, std::size_t capacity) {
   return convert<widen_ascii, one_from_utf8>(texts_of(src, count, dst, capacity));
 }
-Run utf16_to_utf8(const void* src, std::size_t count, char* dst, std::size_t capacity) {
+Progress utf16_to_utf8(const void* src, std::size_t count, char* dst, std::size_t capacity) {
   return convert<narrow_ascii, one_to_utf8>(texts_of(src, count, dst, capacity));
 }
-Run utf16_to_utf32(const void* src, std::size_t count, void* dst, std::size_t capacity) {
+Progress utf16_to_utf32(const void* src, std::size_t count, void* dst, std::size_t capacity) {
   return convert<widen_units, one_to_utf32>(texts_of(src, count, dst, capacity));
 }
-Run utf32_to_utf16(const void* src, std::size_t count, void* dst, std::size_t capacity) {
+Progress utf32_to_utf16(const void* src, std::size_t count, void* dst, std::size_t capacity) {
   return convert<narrow_units, one_from_utf32>(texts_of(src, count, dst, capacity));
 }
 

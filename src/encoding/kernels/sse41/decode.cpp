@@ -62,7 +62,7 @@ constexpr BitPositions bit_positions;
 Block positions_of(Mask bits) {
   const Block low = _mm_loadl_epi64(reinterpret_cast<const Block*>(bit_positions.of[bits & 0xFF]));
   const Block high = _mm_loadl_epi64(reinterpret_cast<const Block*>(bit_positions.of[bits >> 8]));
-  return _mm_or_si128(low, move_up(_mm_add_epi8(high, repeat(8)), count_of(bits & 0xFF)));
+  return _mm_or_si128(low, shift_up(_mm_add_epi8(high, repeat(8)), count_of(bits & 0xFF)));
 }
 
 // The payload of a character's bytes in its lane, the last byte lowest, as that character.
@@ -213,7 +213,7 @@ struct EqualCharacters {
 // Once a run of them is under way, full blocks are expected: a branch foresees them, and where the next block begins
 // need not wait for the count of this one.
 template <unsigned length>
-ZVRT_INLINED Run widen_equal(Block bytes, bool under_way, char* dst, std::size_t capacity) {
+ZVRT_INLINED Progress widen_equal(Block bytes, bool under_way, char* dst, std::size_t capacity) {
   using Equal = EqualCharacters<length>;
   const Equal equal(bytes);
   if (under_way && equal.others == 0 && capacity >= Equal::most) {
@@ -290,7 +290,8 @@ std::size_t widen_leading_ascii(const char* src, char* dst, std::size_t capacity
 // ---- Texts ----
 
 template <bool writes, class Source>
-ZVRT_INLINED Run decode_run(const char* src, Source source, void* dst, std::size_t capacity, std::size_t ascii = 0) {
+ZVRT_INLINED Progress decode_prefix(const char* src, Source source, void* dst, std::size_t capacity,
+                                    std::size_t ascii = 0) {
   std::size_t read = ascii;
   std::size_t written = ascii;
   bool under_way = false;
@@ -299,12 +300,12 @@ ZVRT_INLINED Run decode_run(const char* src, Source source, void* dst, std::size
     char* out = writes ? static_cast<char*>(dst) + written * 4 : nullptr;
     const auto lead = static_cast<unsigned char>(src[read]);
     if (writes && lead >= 0xE0) {
-      const Run run = lead < 0xF0 ? widen_equal<3>(bytes, under_way, out, capacity - written)
-                                  : widen_equal<4>(bytes, under_way, out, capacity - written);
-      read += run.read;
-      written += run.written;
+      const Progress progress = lead < 0xF0 ? widen_equal<3>(bytes, under_way, out, capacity - written)
+                                            : widen_equal<4>(bytes, under_way, out, capacity - written);
+      read += progress.read;
+      written += progress.written;
       under_way = true;
-      if (run.read > 0) continue;
+      if (progress.read > 0) continue;
     }
     Characters characters = locate(bytes);
     std::size_t found = count_of(characters.ends);
@@ -333,20 +334,22 @@ ZVRT_INLINED Run decode_run(const char* src, Source source, void* dst, std::size
 }
 
 // Kept apart, so that ASCII does not wait for what this saves and restores.
-[[gnu::noinline]] Run decode_behind(const char* src, std::size_t ascii, void* dst, std::size_t capacity) {
-  return decode_run<true>(src, Terminated{}, dst, capacity, ascii);
+[[gnu::noinline]] Progress decode_behind(const char* src, std::size_t ascii, void* dst, std::size_t capacity) {
+  return decode_prefix<true>(src, Terminated{}, dst, capacity, ascii);
 }
 
 }  // namespace
 
-Run decode(const char* src, std::size_t count, void* dst, std::size_t capacity) {
-  return decode_run<true>(src, Counted{count}, dst, capacity);
+Progress decode(const char* src, std::size_t count, void* dst, std::size_t capacity) {
+  return decode_prefix<true>(src, Counted{count}, dst, capacity);
 }
-Run decode_terminated(const char* src, void* dst, std::size_t capacity) {
+Progress decode_terminated(const char* src, void* dst, std::size_t capacity) {
   const std::size_t ascii = widen_leading_ascii(src, static_cast<char*>(dst), capacity);
   if (ascii != 0 && src[ascii] == 0) return {ascii, ascii};
   return decode_behind(src, ascii, dst, capacity);
 }
-Run count_decoded(const char* src, std::size_t count) { return decode_run<false>(src, Counted{count}, nullptr, 0); }
+Progress count_decoded(const char* src, std::size_t count) {
+  return decode_prefix<false>(src, Counted{count}, nullptr, 0);
+}
 
 }  // namespace zvrt::sse41

@@ -168,13 +168,13 @@ void store_bytes(char* dst, std::size_t count, Block bytes) {
 // The bytes of two blocks together: by eights, from the first sixteen and the last sixteen of them.
 ZVRT_INLINED void store_joined(char* dst, const Squeezed& low, const Squeezed& high) {
   const std::size_t count = low.count + high.count;
-  const Block leading = _mm_or_si128(low.bytes, move_up(high.bytes, low.count));
+  const Block leading = _mm_or_si128(low.bytes, shift_up(high.bytes, low.count));
   if (count < 8) return store_small(dst, count, leading);
-  const Block from_low = move_down(low.bytes, static_cast<std::ptrdiff_t>(count) - 16);
+  const Block from_low = shift_down(low.bytes, static_cast<std::ptrdiff_t>(count) - 16);
   alignas(block_bytes) char first[block_bytes];
   alignas(block_bytes) char last[block_bytes];
   store_block(first, leading);
-  store_block(last, _mm_or_si128(from_low, move_up(high.bytes, block_bytes - high.count)));
+  store_block(last, _mm_or_si128(from_low, shift_up(high.bytes, block_bytes - high.count)));
   const std::size_t second = least(8, count - 8);
   const std::size_t third = count - least(count, block_bytes);
   store(dst, 0, load<std::uint64_t>(first));
@@ -246,7 +246,7 @@ std::size_t narrow_short_ascii(const char* src, char* dst, std::size_t capacity)
 // ---- Texts ----
 
 template <bool writes, class Source>
-ZVRT_INLINED Run encode_run(const void* src, Source source, char* dst, std::size_t capacity) {
+ZVRT_INLINED Progress encode_prefix(const void* src, Source source, char* dst, std::size_t capacity) {
   const auto* text = static_cast<const char*>(src);
   std::size_t read = 0;
   std::size_t written = 0;
@@ -284,19 +284,21 @@ ZVRT_INLINED Run encode_run(const void* src, Source source, char* dst, std::size
 }
 
 // Kept apart, so that ASCII does not wait for what this saves and restores.
-[[gnu::noinline]] Run encode_any(const void* src, char* dst, std::size_t capacity) {
-  return encode_run<true>(src, Terminated{}, dst, capacity);
+[[gnu::noinline]] Progress encode_any(const void* src, char* dst, std::size_t capacity) {
+  return encode_prefix<true>(src, Terminated{}, dst, capacity);
 }
 
 }  // namespace
 
-Run encode(const void* src, std::size_t count, char* dst, std::size_t capacity) {
-  return encode_run<true>(src, Counted{count}, dst, capacity);
+Progress encode(const void* src, std::size_t count, char* dst, std::size_t capacity) {
+  return encode_prefix<true>(src, Counted{count}, dst, capacity);
 }
-Run encode_terminated(const void* src, char* dst, std::size_t capacity) {
+Progress encode_terminated(const void* src, char* dst, std::size_t capacity) {
   const std::size_t ascii = narrow_short_ascii(static_cast<const char*>(src), dst, capacity);
-  return ascii != 0 ? Run{ascii, ascii} : encode_any(src, dst, capacity);
+  return ascii != 0 ? Progress{ascii, ascii} : encode_any(src, dst, capacity);
 }
-Run count_encoded(const void* src, std::size_t count) { return encode_run<false>(src, Counted{count}, nullptr, 0); }
+Progress count_encoded(const void* src, std::size_t count) {
+  return encode_prefix<false>(src, Counted{count}, nullptr, 0);
+}
 
 }  // namespace zvrt::sse41

@@ -6,8 +6,10 @@ namespace zvrt {
 
 namespace {
 
-Run copy(const void* src, void* dst, std::size_t capacity) { return text_kernels_baseline.copy(src, dst, capacity); }
-Run copy_wide(const void* src, void* dst, std::size_t capacity) {
+Progress copy(const void* src, void* dst, std::size_t capacity) {
+  return text_kernels_baseline.copy(src, dst, capacity);
+}
+Progress copy_wide(const void* src, void* dst, std::size_t capacity) {
   return text_kernels_baseline.copy_wide(src, dst, capacity);
 }
 

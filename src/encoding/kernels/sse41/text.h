@@ -16,13 +16,13 @@
 
 namespace zvrt::sse41 {
 
-Run decode(const char* src, std::size_t count, void* dst, std::size_t capacity);
-Run decode_terminated(const char* src, void* dst, std::size_t capacity);
-Run count_decoded(const char* src, std::size_t count);
+Progress decode(const char* src, std::size_t count, void* dst, std::size_t capacity);
+Progress decode_terminated(const char* src, void* dst, std::size_t capacity);
+Progress count_decoded(const char* src, std::size_t count);
 
-Run encode(const void* src, std::size_t count, char* dst, std::size_t capacity);
-Run encode_terminated(const void* src, char* dst, std::size_t capacity);
-Run count_encoded(const void* src, std::size_t count);
+Progress encode(const void* src, std::size_t count, char* dst, std::size_t capacity);
+Progress encode_terminated(const void* src, char* dst, std::size_t capacity);
+Progress count_encoded(const void* src, std::size_t count);
 
 using Block = __m128i;
 using Mask = std::uint32_t;  // a bit for each byte of a block or character of a step
@@ -66,19 +66,19 @@ struct Bytes {
 };
 
 // Shuffles that move the bytes of a block down by a count of -16 to 16, zeros in their place.
-struct Slides {
+struct ByteShifts {
   std::uint8_t bytes[3 * block_bytes];
-  constexpr Slides() : bytes() {
+  constexpr ByteShifts() : bytes() {
     for (unsigned i = 0; i < sizeof bytes; ++i) bytes[i] = i / 16 == 1 ? static_cast<std::uint8_t>(i - 16) : 0x80;
   }
 };
-inline constexpr Slides slides;
+inline constexpr ByteShifts byte_shifts;
 
-ZVRT_INLINED Block move_down(Block bytes, std::ptrdiff_t count) {
-  return _mm_shuffle_epi8(bytes, load_block(slides.bytes + block_bytes + count));
+ZVRT_INLINED Block shift_down(Block bytes, std::ptrdiff_t count) {
+  return _mm_shuffle_epi8(bytes, load_block(byte_shifts.bytes + block_bytes + count));
 }
-ZVRT_INLINED Block move_up(Block bytes, std::size_t count) {
-  return move_down(bytes, -static_cast<std::ptrdiff_t>(count));
+ZVRT_INLINED Block shift_up(Block bytes, std::size_t count) {
+  return shift_down(bytes, -static_cast<std::ptrdiff_t>(count));
 }
 
 // One to sixteen bytes, zeros behind them, without reading a byte more: from pieces that overlap where they have to.
@@ -115,7 +115,7 @@ ZVRT_INLINED Units load_units(const char* src, std::size_t count) {
   if (count >= 4) {
     for (std::size_t i = 0; i < 4; ++i) {
       const std::size_t at = least(i * 4, count - 4);
-      units.quads[i] = move_down(load_block(src + at * 4), static_cast<std::ptrdiff_t>(least(i * 4 - at, 4) * 4));
+      units.quads[i] = shift_down(load_block(src + at * 4), static_cast<std::ptrdiff_t>(least(i * 4 - at, 4) * 4));
     }
     return units;
   }

@@ -89,9 +89,9 @@ ZVRT_WRAPS Rendered render_packed_512(const std::uint8_t* field, std::int64_t by
   const Vector offset = _mm512_set1_epi32(static_cast<int>((start - negative) & 0xFF));
   const auto part = [&](std::uint32_t index, Vector zeros) {
     const Vector lanes = all(decimal_vectors.digit_lanes[index]);
-    const Vector moved = _mm512_permutexvar_epi8(_mm512_add_epi8(lanes, offset), halves);
+    const Vector shifted = _mm512_permutexvar_epi8(_mm512_add_epi8(lanes, offset), halves);
     const __mmask16 there = first16(length - least(length, index * 16));
-    store_part(out, index, length, _mm512_maskz_add_epi32(there, moved, zeros));
+    store_part(out, index, length, _mm512_maskz_add_epi32(there, shifted, zeros));
   };
   const Vector zeros = all(decimal_vectors.wide_zeros[0]);
   part(0, all(decimal_vectors.wide_zeros[negative]));
@@ -168,8 +168,8 @@ ZVRT_WRAPS Packed pack_text_512(const void* text, std::uint8_t* field, std::int3
   const Mask high = ends <= first(32) ? bits_of(_mm512_castsi512_si256(bytes)) : _mm512_movepi8_mask(bytes);
   if ((high & ~ends & (ends - 1)) != 0) return pack_text(text, field, size);
   const Mask digits = first(count) << (sign_at - count);
-  const Vector moved = _mm512_maskz_permutexvar_epi8(digits, positions(length - sign_at), bytes);
-  const Vector halves = _mm512_and_si512(moved, all(decimal_vectors.low_halves));
+  const Vector shifted = _mm512_maskz_permutexvar_epi8(digits, positions(length - sign_at), bytes);
+  const Vector halves = _mm512_and_si512(shifted, all(decimal_vectors.low_halves));
   const Vector pairs = _mm512_maddubs_epi16(halves, all(decimal_vectors.by_16_and_1));  // upper * 16 + lower
   const __m256i packed = _mm512_cvtepi16_epi8(pairs);
   const __mmask32 all_bytes = first32(static_cast<std::uint32_t>(size));
@@ -200,8 +200,8 @@ ZVRT_WRAPS Rendered render_varnum_512(const std::uint8_t* value, void* dst, std:
   const Vector straight = positions(static_cast<std::uint32_t>(layout.skipped));
   const Vector from = _mm512_mask_sub_epi8(straight, ~first(point), straight, all(decimal_vectors.ones));
   const Mask there = _mm512_cmplt_epu8_mask(from, repeat(2 * count));
-  const Vector moved = _mm512_maskz_permutexvar_epi8(there, from, pairs);
-  const Vector characters = _mm512_add_epi8(moved, all(decimal_vectors.zeros));
+  const Vector shifted = _mm512_maskz_permutexvar_epi8(there, from, pairs);
+  const Vector characters = _mm512_add_epi8(shifted, all(decimal_vectors.zeros));
   // Without a fraction the point stands where the text ends.
   const Vector text =
       _mm512_maskz_mov_epi8(first(length), _mm512_mask_mov_epi8(characters, bit(point), all(decimal_vectors.points)));

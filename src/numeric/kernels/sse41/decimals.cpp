@@ -38,12 +38,12 @@ std::uint32_t bits_of(Block signs) { return static_cast<std::uint32_t>(_mm_movem
 std::uint32_t bits_of(Block low, Block high) { return bits_of(low) | bits_of(high) << block_bytes; }
 
 // Shuffles that take the bytes from an index on, zeros where there are none; the index is one from -48 to 48.
-Block moves(std::int32_t index) {
-  return _mm_loadu_si128(reinterpret_cast<const Block*>(decimal_moves.at + DecimalMoves::origin + index));
+Block shift_by(std::int32_t index) {
+  return _mm_loadu_si128(reinterpret_cast<const Block*>(decimal_shifts.at + DecimalShifts::origin + index));
 }
 Block window(const Bytes& bytes, std::int32_t index) {
-  return _mm_or_si128(_mm_shuffle_epi8(bytes.low, moves(index)),
-                      _mm_shuffle_epi8(bytes.high, moves(index - static_cast<std::int32_t>(block_bytes))));
+  return _mm_or_si128(_mm_shuffle_epi8(bytes.low, shift_by(index)),
+                      _mm_shuffle_epi8(bytes.high, shift_by(index - static_cast<std::int32_t>(block_bytes))));
 }
 
 template <class Value>
@@ -76,7 +76,7 @@ void store_exactly(void* at, std::uint32_t bytes, Block block) {
   const auto front = static_cast<std::uint64_t>(_mm_cvtsi128_si64(block));
   if (bytes >= 8) {
     put(at, 0, front);
-    put(at, bytes - 8, _mm_cvtsi128_si64(_mm_shuffle_epi8(block, moves(static_cast<std::int32_t>(bytes) - 8))));
+    put(at, bytes - 8, _mm_cvtsi128_si64(_mm_shuffle_epi8(block, shift_by(static_cast<std::int32_t>(bytes) - 8))));
   } else if (bytes >= 4) {
     put(at, 0, static_cast<std::uint32_t>(front));
     put(at, bytes - 4, static_cast<std::uint32_t>(front >> (bytes - 4) * 8));
@@ -93,8 +93,8 @@ void store_block(void* dst, std::uint32_t count, Block characters) {
     const std::uint32_t last = count - 4;
     const auto four = [&](std::uint32_t from) {
       const std::uint32_t index = least(from, last);
-      const Block moved = _mm_shuffle_epi8(characters, moves(static_cast<std::int32_t>(index)));
-      _mm_storeu_si128(reinterpret_cast<Block*>(static_cast<char*>(dst) + index * 4), _mm_cvtepu8_epi32(moved));
+      const Block shifted = _mm_shuffle_epi8(characters, shift_by(static_cast<std::int32_t>(index)));
+      _mm_storeu_si128(reinterpret_cast<Block*>(static_cast<char*>(dst) + index * 4), _mm_cvtepu8_epi32(shifted));
     };
     for (std::uint32_t from = 0; from < block_bytes; from += 4) four(from);
   } else {
@@ -112,8 +112,8 @@ void store_few(void* dst, std::uint32_t count, Block characters) {
   const std::uint32_t last = count - (count > 1 ? 2 : 1);
   for (std::uint32_t from = 0; from < 10; from += 2) {
     const std::uint32_t index = least(from, last);
-    const Block moved = _mm_shuffle_epi8(characters, moves(static_cast<std::int32_t>(index)));
-    put(dst, index * 4, _mm_cvtsi128_si64(_mm_cvtepu8_epi32(moved)));
+    const Block shifted = _mm_shuffle_epi8(characters, shift_by(static_cast<std::int32_t>(index)));
+    put(dst, index * 4, _mm_cvtsi128_si64(_mm_cvtepu8_epi32(shifted)));
   }
 }
 
@@ -215,7 +215,7 @@ ZVRT_WRAPS Packed pack_text_41(const void* text, std::uint8_t* field, std::int32
   const Block low = _mm_maddubs_epi16(_mm_and_si128(window(bytes, from), low_halves), weights);
   const Block high = _mm_maddubs_epi16(
       _mm_and_si128(window(bytes, from + static_cast<std::int32_t>(block_bytes)), low_halves), weights);
-  const Block sign = _mm_shuffle_epi8(_mm_cvtsi32_si128(static_cast<int>(0xC + negative)), moves(1 - size));
+  const Block sign = _mm_shuffle_epi8(_mm_cvtsi32_si128(static_cast<int>(0xC + negative)), shift_by(1 - size));
   store_exactly(field, static_cast<std::uint32_t>(size), _mm_add_epi8(_mm_packus_epi16(low, high), sign));
   return {count, static_cast<std::uint32_t>(size)};
 }
