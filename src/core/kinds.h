@@ -38,7 +38,7 @@ template <class CodeUnit>
 struct FixedKind {
   using Unit = CodeUnit;
   static constexpr std::int32_t header = 0;
-  static constexpr Finish finish = Finish::fixed;
+  static constexpr TerminatorRule terminator_rule = TerminatorRule::fixed;
   static constexpr bool carries_length = false;
   static constexpr bool is_terminated = false;
 
@@ -57,7 +57,7 @@ template <class CodeUnit>
 struct PrefixedKind {
   using Unit = CodeUnit;
   static constexpr std::int32_t header = 2;
-  static constexpr Finish finish = Finish::fixed;
+  static constexpr TerminatorRule terminator_rule = TerminatorRule::fixed;
   static constexpr bool carries_length = true;
   static constexpr bool is_terminated = false;
   static constexpr std::int32_t longest = units_in<Unit>(32767);  // readers take the prefix as signed
@@ -78,7 +78,7 @@ template <class CodeUnit>
 struct TerminatedKind {
   using Unit = CodeUnit;
   static constexpr std::int32_t header = 0;
-  static constexpr Finish finish = sizeof(Unit) == 1 ? Finish::narrow : Finish::wide;
+  static constexpr TerminatorRule terminator_rule = sizeof(Unit) == 1 ? TerminatorRule::narrow : TerminatorRule::wide;
   static constexpr bool carries_length = true;
   static constexpr bool is_terminated = true;
 

@@ -1,14 +1,17 @@
-// The end of a destination: where the terminator goes and what status the length earns. Pure, for all families.
+// The end of a destination: where the terminator goes and what status the length earns. One rule for all families.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
+#include "ZVRTDataCnvLib.h"
 #include "core/call.h"
+#include "support/units.h"
 
 namespace zvrt {
 
-// The rules agree on shorter and longer text; their names say what becomes of text that fills the room exactly.
-enum class Finish : std::uint8_t {
+// The rules agree on shorter and longer text; their names say what becomes of text that fills the capacity exactly.
+enum class TerminatorRule : std::uint8_t {
   wide,           // the last character gives way to the terminator, truncated
   narrow,         // no terminator, and that is no truncation
   narrow_strict,  // no terminator, truncated
@@ -17,21 +20,31 @@ enum class Finish : std::uint8_t {
 
 constexpr std::int32_t no_terminator = -1;
 
-struct Ending {
+struct Termination {
   std::int32_t terminator;  // position of the terminator in units, or no_terminator
   Status status;
 };
 
-constexpr Ending finish(Finish rule, std::int64_t length, std::int32_t capacity) {
-  if (length < capacity) return {rule == Finish::fixed ? no_terminator : static_cast<std::int32_t>(length), ZVRT_RC_OK};
+constexpr Termination termination(TerminatorRule rule, std::int64_t length, std::int32_t capacity) {
+  if (length < capacity) {
+    return {rule == TerminatorRule::fixed ? no_terminator : static_cast<std::int32_t>(length), ZVRT_RC_OK};
+  }
   if (length > capacity) return {no_terminator, ZVRT_RC_TRUNCATED};
   switch (rule) {
-    case Finish::wide: return {capacity - 1, ZVRT_RC_TRUNCATED};  // without any room this is no_terminator
-    case Finish::narrow_strict: return {no_terminator, ZVRT_RC_TRUNCATED};
-    case Finish::narrow:
-    case Finish::fixed: return {no_terminator, ZVRT_RC_OK};
+    case TerminatorRule::wide: return {capacity - 1, ZVRT_RC_TRUNCATED};  // without any capacity this is no_terminator
+    case TerminatorRule::narrow_strict: return {no_terminator, ZVRT_RC_TRUNCATED};
+    case TerminatorRule::narrow:
+    case TerminatorRule::fixed: return {no_terminator, ZVRT_RC_OK};
   }
   return {no_terminator, ZVRT_RC_ERROR};
+}
+
+// Writes the terminator, if the rule has one for a text of this length, and returns the status.
+template <class Unit>
+inline Status terminate(TerminatorRule rule, void* dst, std::int64_t length, std::int32_t capacity) {
+  const auto [terminator, status] = termination(rule, length, capacity);
+  if (terminator != no_terminator) store(dst, static_cast<std::size_t>(terminator), Unit{0});
+  return status;
 }
 
 }  // namespace zvrt

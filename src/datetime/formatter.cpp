@@ -54,7 +54,7 @@ class Formatter {
       ++entry;
     } while (status == ZVRT_RC_OK);
     if (status != ZVRT_RC_END_OF_FORMAT) return status;
-    finish();
+    terminate();
     return ZVRT_RC_OK;
   }
 
@@ -163,7 +163,7 @@ class Formatter {
     store(marker_, 1, second);
   }
 
-  void finish() {
+  void terminate() {
     store(at_, 0, Wide{0});
     if (marker_ == nullptr) return;
     if (half_ == Meridiem::none) return give_up_marker();

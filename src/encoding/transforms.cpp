@@ -224,7 +224,7 @@ struct StoppingSink {
     count += static_cast<std::int64_t>(progress.written);
     return static_cast<std::int64_t>(progress.read);
   }
-  Status close() const {
+  Status terminate() const {
     if (dst != nullptr && count < capacity) store<Unit>(dst, static_cast<std::size_t>(count), Unit{0});
     return ZVRT_RC_OK;
   }
@@ -244,7 +244,7 @@ struct StoppingSink {
     ++sink.count;
     used += sequence.length;
   }
-  return sink.close();
+  return sink.terminate();
 }
 
 [[gnu::noinline]] Status convert_utf32(const void* src, std::int64_t used, std::int64_t units,
@@ -260,7 +260,7 @@ struct StoppingSink {
     if (sink.dst != nullptr) encode_utf16(code_point, sink.position());
     sink.count += length;
   }
-  return sink.close();
+  return sink.terminate();
 }
 
 }  // namespace
@@ -378,7 +378,7 @@ uint32_t Convert16To8(char* dst, int32_t dstBytes, const uint16_t* src, int32_t 
 uint32_t Convert16To32(const uint16_t* src, int32_t srcUnits, wchar_t* dst, int32_t dstUnits, uint32_t* count) {
   zvrt::StoppingSink<zvrt::Wide> sink{dst, dstUnits};
   const std::int64_t read = sink.convert_prefix(zvrt::text_kernels.utf16_to_utf32, src, srcUnits, 0);
-  const zvrt::Status status = read == srcUnits ? sink.close() : zvrt::convert_utf16(src, read, srcUnits, sink);
+  const zvrt::Status status = read == srcUnits ? sink.terminate() : zvrt::convert_utf16(src, read, srcUnits, sink);
   if (count != nullptr) *count = static_cast<uint32_t>(sink.count);
   return status;
 }
@@ -386,7 +386,7 @@ uint32_t Convert16To32(const uint16_t* src, int32_t srcUnits, wchar_t* dst, int3
 uint32_t Convert32To16(const wchar_t* src, int32_t srcUnits, uint16_t* dst, int32_t dstUnits, uint32_t* count) {
   zvrt::StoppingSink<uint16_t> sink{dst, dstUnits};
   const std::int64_t read = sink.convert_prefix(zvrt::text_kernels.utf32_to_utf16, src, srcUnits, 0);
-  const zvrt::Status status = read == srcUnits ? sink.close() : zvrt::convert_utf32(src, read, srcUnits, sink);
+  const zvrt::Status status = read == srcUnits ? sink.terminate() : zvrt::convert_utf32(src, read, srcUnits, sink);
   if (count != nullptr) *count = static_cast<uint32_t>(sink.count);
   return status;
 }

@@ -1,4 +1,4 @@
-// The drivers of the string family: measure, move, finish, report. Every other family reaches the narrow and the
+// The drivers of the string family: measure, transcode, terminate, report. Every other family reaches the narrow and the
 // counted kinds through these.
 #pragma once
 
@@ -104,17 +104,15 @@ TerminatedResult transcode(const Call& call, Destination<typename Into::Unit> de
 // Ends the destination: a prefix always tells the bytes that are there, a terminator stands only behind text that
 // arrived whole.
 template <class Into, Row row>
-Status close(const Call& call, Destination<typename Into::Unit> destination, const TranscodeResult& result) {
+Status terminate_destination(const Call& call, Destination<typename Into::Unit> destination,
+                             const TranscodeResult& result) {
   if constexpr (Into::header > 0) {
     store(call.dst, 0,
           static_cast<std::uint16_t>(result.written * static_cast<std::int32_t>(sizeof(typename Into::Unit))));
   }
   if (result.status != ZVRT_RC_OK) return result.status;
-  const Ending ending = finish(row.strict ? Finish::narrow_strict : Into::finish, result.needed, destination.capacity);
-  if (ending.terminator != no_terminator) {
-    store(destination.at, static_cast<std::size_t>(ending.terminator), typename Into::Unit{0});
-  }
-  return ending.status;
+  constexpr TerminatorRule rule = row.strict ? TerminatorRule::narrow_strict : Into::terminator_rule;
+  return terminate<typename Into::Unit>(rule, destination.at, result.needed, destination.capacity);
 }
 
 template <class From, class Into, Row row = Row{}>
@@ -126,7 +124,7 @@ Status convert(const Call& call) {
   if (Into::header > 0 && call.dstSize < Into::header) return ZVRT_RC_TRUNCATED;
   const auto destination = Into::destination(call);
   const auto [result, length] = transcode<From, Into, row>(call, destination);
-  const Status status = close<Into, row>(call, destination, result);
+  const Status status = terminate_destination<Into, row>(call, destination, result);
   *call.outLen = Into::reported(row.reports == Reports::written ? result.written : result.needed);
   if constexpr (From::carries_length) store_if_zero(call.srcLen, bytes_of<From>(length));
   return status;
@@ -142,10 +140,8 @@ Status copy_until_full(const Call& call) {
   const auto copied = static_cast<std::int32_t>(progress.written);
   *call.outLen = Into::reported(copied);
   store_if_zero(call.srcLen, copied);
-  if (Into::finish == Finish::fixed) return text[copied] == 0 ? ZVRT_RC_OK : ZVRT_RC_TRUNCATED;
-  const Ending ending = finish(Finish::narrow_strict, copied, destination.capacity);
-  if (ending.terminator != no_terminator) destination.at[ending.terminator] = std::byte{0};
-  return ending.status;
+  if (Into::terminator_rule == TerminatorRule::fixed) return text[copied] == 0 ? ZVRT_RC_OK : ZVRT_RC_TRUNCATED;
+  return terminate<char>(TerminatorRule::narrow_strict, destination.at, copied, destination.capacity);
 }
 
 }  // namespace zvrt

@@ -10,25 +10,25 @@ namespace {
 // What each rule makes of text that fills the room exactly; all else is common to them.
 struct ExactlyFull {
   const char* name;
-  Finish rule;
+  TerminatorRule rule;
   bool last_gives_way;
   Status status;
   bool terminates;
 };
 
 constexpr ExactlyFull rules[] = {
-    {"wide", Finish::wide, true, 1609, true},
-    {"narrow", Finish::narrow, false, 0, true},
-    {"narrow_strict", Finish::narrow_strict, false, 1609, true},
-    {"fixed", Finish::fixed, false, 0, false},
+    {"wide", TerminatorRule::wide, true, 1609, true},
+    {"narrow", TerminatorRule::narrow, false, 0, true},
+    {"narrow_strict", TerminatorRule::narrow_strict, false, 1609, true},
+    {"fixed", TerminatorRule::fixed, false, 0, false},
 };
 
-TEST(Finish, EveryRuleOverAllSmallLengthsAndRooms) {
+TEST(Termination, EveryRuleOverAllSmallLengthsAndRooms) {
   for (const ExactlyFull& row : rules) {
     for (std::int32_t length = 0; length <= 8; ++length) {
       for (std::int32_t capacity = 0; capacity <= 8; ++capacity) {
         SCOPED_TRACE(testing::Message() << row.name << " length " << length << " room " << capacity);
-        const Ending ending = finish(row.rule, length, capacity);
+        const Termination ending = termination(row.rule, length, capacity);
         if (length < capacity) {
           EXPECT_EQ(ending.status, 0U);
           EXPECT_EQ(ending.terminator, row.terminates ? length : -1);

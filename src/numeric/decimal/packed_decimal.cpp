@@ -135,9 +135,8 @@ Rendered render_packed(const std::uint8_t* field, std::int64_t bytes, void* dst,
   for (; at < digits && half_byte(field, at) <= 9; ++at) put('0' + half_byte(field, at));
   if (length == 0) return {0, ZVRT_RC_EMPTY_RESULT};
   // Characters are not sacrificed to the terminator: text without one is a truncation, but all of it is there.
-  const Ending ending = finish(Finish::narrow_strict, length, capacity);
-  if (ending.terminator != no_terminator) store(dst, static_cast<std::size_t>(ending.terminator), Wide{0});
-  return {length, at < digits ? ZVRT_RC_ERROR : ending.status};
+  const Status status = terminate<Wide>(TerminatorRule::narrow_strict, dst, length, capacity);
+  return {length, at < digits ? ZVRT_RC_ERROR : status};
 }
 
 Packed pack_text(const void* text, std::uint8_t* field, std::int32_t size) {

@@ -144,9 +144,7 @@ Rendered render_varnum(const std::uint8_t* value, void* dst, std::int32_t capaci
                                               : Wide{'.'};
     store(dst, static_cast<std::size_t>(i), character);
   }
-  const Ending ending = finish(Finish::narrow_strict, layout.length, capacity);
-  if (ending.terminator != no_terminator) store(dst, static_cast<std::size_t>(ending.terminator), Wide{0});
-  return {layout.length, ending.status};
+  return {layout.length, terminate<Wide>(TerminatorRule::narrow_strict, dst, layout.length, capacity)};
 }
 
 }  // namespace zvrt

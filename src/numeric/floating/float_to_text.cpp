@@ -23,9 +23,7 @@ template <class Float>
   Wide whole[text.longest + 1];
   text.write(reinterpret_cast<std::byte*>(whole));
   copy_units<Wide>(dst, whole, std::min(text.length(), capacity));
-  const Ending ending = finish(Finish::wide, text.length(), capacity);
-  if (ending.terminator != no_terminator) store<Wide>(dst, static_cast<std::size_t>(ending.terminator), 0);
-  return ending.status;
+  return terminate<Wide>(TerminatorRule::wide, dst, text.length(), capacity);
 }
 
 template <class Float>

@@ -78,7 +78,7 @@ class Line {
     for (; from != to; ++from) add(*from);
   }
   bool is_overfull() const { return length_ > longest; }
-  FormattedInteger finished() {
+  FormattedInteger result() {
     formatted_.length = length_;
     formatted_.valid = !is_overfull();
     return formatted_;
@@ -154,7 +154,7 @@ FormattedInteger format_integer(const char* format, std::int32_t value) {
     add_integer(line, directive, value);
     converted = true;
   }
-  return converted ? line.finished() : refused;
+  return converted ? line.result() : refused;
 }
 
 }  // namespace zvrt

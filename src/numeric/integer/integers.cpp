@@ -25,10 +25,8 @@ const IntegerConversions plain_integers = conversions_by<PlainKernel>;
 const IntegerConversions integers = *choose_version(Versions<const IntegerConversions>{
     .baseline = &plain_integers, .sse41 = &sse41_integers, .avx512 = &avx512_integers});
 
-Status finish_full(void* dst, std::int32_t length, std::int32_t capacity) {
-  const Ending ending = finish(Finish::wide, length, capacity);
-  if (ending.terminator != no_terminator) store(dst, static_cast<std::size_t>(ending.terminator), Wide{0});
-  return ending.status;
+Status terminate_full(void* dst, std::int32_t length, std::int32_t capacity) {
+  return terminate<Wide>(TerminatorRule::wide, dst, length, capacity);
 }
 
 }  // namespace zvrt

@@ -40,7 +40,7 @@ extern const IntegerConversions sse41_integers;
 extern const IntegerConversions avx512_integers;
 
 // Text that fills its room or exceeds it; in the rare case only, and compiled for every processor.
-Status finish_full(void* dst, std::int32_t length, std::int32_t capacity);
+Status terminate_full(void* dst, std::int32_t length, std::int32_t capacity);
 
 template <class Int, class Kernel>
 ZVRT_WRAPS Status render_by(const void* src, std::int32_t* srcLen, void* dst, std::int32_t dstSize,
@@ -54,7 +54,7 @@ ZVRT_WRAPS Status render_by(const void* src, std::int32_t* srcLen, void* dst, st
   *outLen = static_cast<std::uint32_t>(length);
   store_if_zero(srcLen, sizeof(Int));
   if (length >= capacity) [[unlikely]]
-    return finish_full(dst, length, capacity);
+    return terminate_full(dst, length, capacity);
   return length > 0 ? ZVRT_RC_OK : ZVRT_RC_EMPTY_RESULT;
 }
 

@@ -107,11 +107,11 @@ std::int32_t count_leading_digits(__m128i bytes) {
 }
 
 // The number that the first so many digits make.
-std::uint64_t folded(__m128i digits, std::int32_t count) {
+std::uint64_t join_leading_digits(__m128i digits, std::int32_t count) {
   return sse41::join_digits(_mm_shuffle_epi8(digits, load_vector(windows.before + count)));
 }
 
-Digits finished(const std::byte* text, std::uint64_t value, std::int32_t count) {
+Digits digits_up_to(const std::byte* text, std::uint64_t value, std::int32_t count) {
   const bool whole = load<Wide>(text, static_cast<std::size_t>(count)) == 0;
   return {value, count, whole ? Reading::whole : Reading::stray};
 }
@@ -128,7 +128,7 @@ ZVRT_WRAPS Digits read_on(const std::byte* text, std::uint64_t head) {
   const std::int32_t count = count_leading_digits(digits);
   if (count >= 8) [[unlikely]]
     return passed;
-  return finished(text, head * powers[count] + folded(digits, count), 16 + count);
+  return digits_up_to(text, head * powers[count] + join_leading_digits(digits, count), 16 + count);
 }
 
 struct Sse41Kernel {
@@ -151,9 +151,9 @@ struct Sse41Kernel {
       return passed;
     const __m128i digits = _mm_packs_epi16(eight_characters(text), eight_characters(text + 32));
     const std::int32_t count = count_leading_digits(digits);
-    if (count < 16) return finished(text, folded(digits, count), count);
+    if (count < 16) return digits_up_to(text, join_leading_digits(digits, count), count);
     if constexpr (sizeof(Accumulator) == 8) {
-      return read_on(text, folded(digits, count));
+      return read_on(text, join_leading_digits(digits, count));
     } else {
       return passed;
     }
