@@ -8,13 +8,13 @@ namespace zvrt {
 
 namespace {
 
-struct Row {
+struct ListedPage {
   std::uint32_t number;
   std::string_view name;
 };
 
 // Numbers whose page ICU does not know under ibm-, windows- or cp-, or knows as another one than meant.
-constexpr Row listed_pages[] = {
+constexpr ListedPage listed_pages[] = {
     {0, "UTF-8"},           {874, "windows-874"},   {919, "ISO-8859-10"},   {932, "windows-932"},
     {936, "windows-936"},   {949, "windows-949"},   {950, "windows-950"},   {1200, "UTF-16LE"},
     {1250, "windows-1250"}, {1251, "windows-1251"}, {1252, "windows-1252"}, {1253, "windows-1253"},
@@ -33,11 +33,11 @@ constexpr Row listed_pages[] = {
 };
 
 std::string_view listed(std::uint32_t number) {
-  const auto* row = std::ranges::lower_bound(listed_pages, number, {}, &Row::number);
-  return row != std::end(listed_pages) && row->number == number ? row->name : std::string_view();
+  const auto* page = std::ranges::lower_bound(listed_pages, number, {}, &ListedPage::number);
+  return page != std::end(listed_pages) && page->number == number ? page->name : std::string_view();
 }
 
-static_assert(std::ranges::is_sorted(listed_pages, {}, &Row::number));
+static_assert(std::ranges::is_sorted(listed_pages, {}, &ListedPage::number));
 
 }  // namespace
 

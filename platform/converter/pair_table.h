@@ -26,9 +26,9 @@ class PairTable {
   }
 
   Decoded read_pair(const unsigned char* text, std::size_t available) const {
-    const Row* const row = rows_[text[0]].get();
-    if (row == nullptr || available < 2) return {0, 0};
-    const std::uint32_t character = (*row)[text[1]];
+    const TrailTable* const trails = trails_[text[0]].get();
+    if (trails == nullptr || available < 2) return {0, 0};
+    const std::uint32_t character = (*trails)[text[1]];
     return {character, character == undefined ? 0U : 2U};
   }
 
@@ -36,12 +36,12 @@ class PairTable {
 
   // False when memory is short.
   bool set(unsigned char lead, unsigned char trail, char32_t character) {
-    if (rows_[lead] == nullptr) {
-      rows_[lead].reset(new (std::nothrow) Row);
-      if (rows_[lead] == nullptr) return false;
-      rows_[lead]->fill(undefined);
+    if (trails_[lead] == nullptr) {
+      trails_[lead].reset(new (std::nothrow) TrailTable);
+      if (trails_[lead] == nullptr) return false;
+      trails_[lead]->fill(undefined);
     }
-    (*rows_[lead])[trail] = character;
+    (*trails_[lead])[trail] = character;
     return true;
   }
 
@@ -51,10 +51,10 @@ class PairTable {
 
  private:
   static constexpr std::uint32_t undefined = 0xFFFFFFFF;
-  using Row = std::array<std::uint32_t, 256>;
+  using TrailTable = std::array<std::uint32_t, 256>;
 
   std::array<std::uint32_t, 256> single_;
-  std::array<std::unique_ptr<Row>, 256> rows_;
+  std::array<std::unique_ptr<TrailTable>, 256> trails_;
 };
 
 }  // namespace zvrt

@@ -31,7 +31,7 @@ Status write(const Call& call) {
 }
 
 // A timestamp to the other kinds, by way of wide terminated text.
-template <class Into, Row row, Status no_memory>
+template <class Into, Options options, Status no_memory>
 Status write_through_wide(const Call& call) {
   if (!is_complete(call)) return ZVRT_RC_ERROR;
   if (std::is_same_v<Into, WVarchar> && call.dstSize < Into::header) return ZVRT_RC_TRUNCATED;
@@ -47,7 +47,7 @@ Status write_through_wide(const Call& call) {
   std::uint32_t length = 0;
   const Status status = format(destination, format_of_field.model, ts, ZVRT_DT_TIMESTAMP, length);
   if (status != ZVRT_RC_OK) return status;
-  return convert<WVarcharSz, Into, row>({wide.get(), nullptr, call.dst, call.dstSize, call.outLen, call.fldDef});
+  return convert<WVarcharSz, Into, options>({wide.get(), nullptr, call.dst, call.dstSize, call.outLen, call.fldDef});
 }
 
 // The kinds of text as they are measured here where that differs from the string conversions.
@@ -179,8 +179,8 @@ uint32_t ZVRTCnvZVRTTimeToWVarcharSz(CNV_PARAMS)    { return write<ZVRTTime>(CNV
 uint32_t ZVRTCnvZVRTTimeToWVarcharSzOut(CNV_PARAMS) { return in_bytes<ZVRTCnvZVRTTimeToWVarcharSz>(CNV_CALL); }
 uint32_t ZVRTCnvZVRTTSToWVarcharSz(CNV_PARAMS)      { return write<ZVRTTS>(CNV_CALL); }
 uint32_t ZVRTCnvZVRTTSToWVarcharSzOut(CNV_PARAMS)   { return in_bytes<ZVRTCnvZVRTTSToWVarcharSz>(CNV_CALL); }
-uint32_t ZVRTCnvZVRTTSToWchar(CNV_PARAMS)           { return write_through_wide<WChar,     Row{},         no_memory>(CNV_CALL); }
-uint32_t ZVRTCnvZVRTTSToWVarchar(CNV_PARAMS)        { return write_through_wide<WVarchar,  Row{},         no_memory>(CNV_CALL); }
+uint32_t ZVRTCnvZVRTTSToWchar(CNV_PARAMS)           { return write_through_wide<WChar,     Options{},         no_memory>(CNV_CALL); }
+uint32_t ZVRTCnvZVRTTSToWVarchar(CNV_PARAMS)        { return write_through_wide<WVarchar,  Options{},         no_memory>(CNV_CALL); }
 uint32_t ZVRTCnvZVRTTSToChar(CNV_PARAMS)            { return write_through_wide<Char,      accepts_empty, error>(CNV_CALL); }
 uint32_t ZVRTCnvZVRTTSToVarchar(CNV_PARAMS)         { return write_through_wide<Varchar,   accepts_empty, error>(CNV_CALL); }
 uint32_t ZVRTCnvZVRTTSToVarcharSz(CNV_PARAMS)       { return write_through_wide<VarcharSz, accepts_empty, error>(CNV_CALL); }

@@ -43,11 +43,12 @@ constexpr auto spellings = [] {
 
 // The element that these letters begin with, or null. A branch a spelling: models come again and again, so that the
 // processor foresees the element, and with it where the next one stands, before the letters have been compared.
-template <std::size_t... rows>
-const Spelling* find_element(Letters letters, std::index_sequence<rows...>) {
+template <std::size_t... indices>
+const Spelling* find_element(Letters letters, std::index_sequence<indices...>) {
   const Spelling* found = nullptr;
-  static_cast<void>((
-      (((letters & spellings[rows].mask) == spellings[rows].letters) && (found = &spellings[rows]) != nullptr) || ...));
+  static_cast<void>(((((letters & spellings[indices].mask) == spellings[indices].letters) &&
+                      (found = &spellings[indices]) != nullptr) ||
+                     ...));
   return found;
 }
 

@@ -21,17 +21,17 @@ enum class Empty : std::uint8_t {
 enum class Reports : std::uint8_t { needed, written };
 
 // How a member departs from its family.
-struct Row {
+struct Options {
   Empty empty = Empty::refused;
   Reports reports = Reports::needed;
   bool strict = false;      // a full narrow destination without its terminator is a truncation
   bool zero_fills = false;  // a zero character ends the text, the rest of its length becomes zeros
 };
 
-constexpr Row accepts_empty{.empty = Empty::accepted};
-constexpr Row reports_empty{.empty = Empty::refused_after_report};
-constexpr Row strict_written{.reports = Reports::written, .strict = true};
-constexpr Row stops_at_zero{.zero_fills = true};
+constexpr Options accepts_empty{.empty = Empty::accepted};
+constexpr Options reports_empty{.empty = Empty::refused_after_report};
+constexpr Options strict_written{.reports = Reports::written, .strict = true};
+constexpr Options stops_at_zero{.zero_fills = true};
 
 template <class Unit>
 TranscodeResult copy(Text<Unit> text, Destination<Unit> destination) {
@@ -75,7 +75,7 @@ bool is_empty(const Call& call) {
 }
 
 // Same unit: a copy. Narrow to wide and back: the encoding step, which finds the end of a terminated text itself.
-template <class From, class Into, Row row>
+template <class From, class Into, Options options>
 TerminatedResult transcode(const Call& call, Destination<typename Into::Unit> destination) {
   constexpr bool decodes = sizeof(typename From::Unit) < sizeof(typename Into::Unit);
   constexpr bool encodes = sizeof(typename From::Unit) > sizeof(typename Into::Unit);
@@ -89,7 +89,7 @@ TerminatedResult transcode(const Call& call, Destination<typename Into::Unit> de
     return copy_terminated(src, destination);
   } else {
     const auto text = From::measure(call);
-    if constexpr (row.zero_fills) {
+    if constexpr (options.zero_fills) {
       return {copy_to_zero(text, destination), text.count};
     } else if constexpr (decodes) {
       return {decode(call.fldDef, text, destination), text.count};
@@ -103,7 +103,7 @@ TerminatedResult transcode(const Call& call, Destination<typename Into::Unit> de
 
 // Ends the destination: a prefix always tells the bytes that are there, a terminator stands only behind text that
 // arrived whole.
-template <class Into, Row row>
+template <class Into, Options options>
 Status terminate_destination(const Call& call, Destination<typename Into::Unit> destination,
                              const TranscodeResult& result) {
   if constexpr (Into::header > 0) {
@@ -111,21 +111,21 @@ Status terminate_destination(const Call& call, Destination<typename Into::Unit> 
           static_cast<std::uint16_t>(result.written * static_cast<std::int32_t>(sizeof(typename Into::Unit))));
   }
   if (result.status != ZVRT_RC_OK) return result.status;
-  constexpr TerminatorRule rule = row.strict ? TerminatorRule::narrow_strict : Into::terminator_rule;
+  constexpr TerminatorRule rule = options.strict ? TerminatorRule::narrow_strict : Into::terminator_rule;
   return terminate<typename Into::Unit>(rule, destination.at, result.needed, destination.capacity);
 }
 
-template <class From, class Into, Row row = Row{}>
+template <class From, class Into, Options options = Options{}>
 Status convert(const Call& call) {
-  if (row.empty != Empty::accepted && is_empty<From>(call)) {
-    if (row.empty == Empty::refused_after_report && call.srcLen != nullptr && *call.srcLen > 0) *call.outLen = 0;
+  if (options.empty != Empty::accepted && is_empty<From>(call)) {
+    if (options.empty == Empty::refused_after_report && call.srcLen != nullptr && *call.srcLen > 0) *call.outLen = 0;
     return ZVRT_RC_INVALID_PARAM;
   }
   if (Into::header > 0 && call.dstSize < Into::header) return ZVRT_RC_TRUNCATED;
   const auto destination = Into::destination(call);
-  const auto [result, length] = transcode<From, Into, row>(call, destination);
-  const Status status = terminate_destination<Into, row>(call, destination, result);
-  *call.outLen = Into::reported(row.reports == Reports::written ? result.written : result.needed);
+  const auto [result, length] = transcode<From, Into, options>(call, destination);
+  const Status status = terminate_destination<Into, options>(call, destination, result);
+  *call.outLen = Into::reported(options.reports == Reports::written ? result.written : result.needed);
   if constexpr (From::carries_length) store_if_zero(call.srcLen, bytes_of<From>(length));
   return status;
 }
