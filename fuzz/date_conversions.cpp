@@ -15,11 +15,11 @@ struct Outcome {
   bool operator==(const Outcome&) const = default;
 };
 
-constexpr std::uint32_t untold = 0xDEADBEEF;
+constexpr std::uint32_t not_reported = 0xDEADBEEF;
 
 Outcome run(ZVRTConversion* convert, const void* src, std::int32_t* src_len, std::size_t size, const FldDef* field) {
   GuardedBuffer dst(size);
-  Outcome outcome{0, untold, ""};
+  Outcome outcome{0, not_reported, ""};
   outcome.status = convert(src, src_len, dst.as<>(), static_cast<std::int32_t>(size), &outcome.out_len, field);
   outcome.bytes = dst.bytes();
   EXPECT_TRUE(dst.untouched_from(size));
@@ -49,7 +49,7 @@ void check_writing(const Model& model, const ZVRTTS& ts, std::size_t size) {
     } else if (status == ZVRT_RC_OK) {
       ASSERT_EQ(outcome, run(from_text, text.data(), nullptr, size, &field));
     } else {
-      ASSERT_EQ(outcome, (Outcome{status, untold, std::string(size, static_cast<char>(GuardedBuffer::mark))}));
+      ASSERT_EQ(outcome, (Outcome{status, not_reported, std::string(size, static_cast<char>(GuardedBuffer::mark))}));
     }
   }
 }

@@ -7,11 +7,11 @@ namespace {
 using namespace zvrt_test;
 
 template <class Int>
-void check_value(Int value, std::int32_t size, std::int32_t told) {
+void check_value(Int value, std::int32_t size, std::int32_t given) {
   const std::string text = decimal(value);
   for (const Version& version : versions()) {
     GuardedBuffer dst(static_cast<std::size_t>(std::max(size, 0)));
-    check_rendered(version.conversions->render[zvrt::type_index<Int>], value, dst, size, told);
+    check_rendered(version.conversions->render[zvrt::type_index<Int>], value, dst, size, given);
     ASSERT_TRUE(dst.untouched_from(dst.size()));
     if (rendered_wide(text, size).status == ZVRT_RC_OK) check_text<Int>(dst.as<>(), widened(text));
   }

@@ -6,9 +6,9 @@ namespace {
 
 using namespace zvrt_test;
 
-void check_field(const std::string& bytes, bool told, std::int32_t size) {
+void check_field(const std::string& bytes, bool given, std::int32_t size) {
   static zvrt_fuzz::Source source;
-  if (told && !bytes.empty()) {
+  if (given && !bytes.empty()) {
     const auto length = static_cast<std::int32_t>(bytes.size());
     ASSERT_EQ(run(ZVRTCnvDecPackedToWVarcharSz, source.put(bytes), length, size), expected(bytes, length, size));
     return;

@@ -19,7 +19,7 @@ bool is_accepted(const std::string& text) {
 }
 
 void check_text(const std::string& text, std::int32_t size) {
-  Outcome outcome{ZVRT_RC_ERROR, untold, static_cast<std::int32_t>(text.size()), ""};
+  Outcome outcome{ZVRT_RC_ERROR, not_reported, static_cast<std::int32_t>(text.size()), ""};
   std::string value;
   if (is_accepted(text)) {
     value = varnum(Decimal(text), '+');

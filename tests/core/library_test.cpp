@@ -22,7 +22,7 @@ struct Bridge {
 
 const Bridge bridges[] = {{"ZVRT_IcuMultibyteToWide", ZVRT_MultiByteToWideChar, 10 * 1000 + 5},
                           {"ZVRT_IcuWideToMultibyte", ZVRT_WideCharToMultiByte, 2 * 1000 + 22}};
-constexpr std::uint32_t untold = 77;
+constexpr std::uint32_t not_reported = 77;
 
 // What the platform is to be asked in turn, given what it answers, and what comes of it.
 class Model {
@@ -62,12 +62,12 @@ class Model {
     return 0;
   }
 
-  std::uint32_t convert(const Bridge& bridge, std::uint32_t& told) {
+  std::uint32_t convert(const Bridge& bridge, std::uint32_t& reported) {
     for (const char* operation : {"ZVRTGetAncBlk", "ZVRTGetThreadBlock"}) {
       if (const std::uint32_t status = ask(operation); status != 0) return status;
     }
     if (ask("ZVRT_GetICUConverterInfo") != 0) return ZVRT_RC_NO_CONVERTER;
-    told = bridge.given;
+    reported = bridge.given;
     return ask(bridge.name);
   }
 
@@ -140,9 +140,9 @@ TEST_F(Lifecycle, EveryPairOfCallsFails) {
       initialise();
       initialise();
       for (const Bridge& bridge : bridges) {
-        std::uint32_t told = untold, expected = untold;
-        EXPECT_EQ(bridge.convert(&field, "0123456789", 10, nullptr, 22, &told), model.convert(bridge, expected));
-        EXPECT_EQ(told, expected);
+        std::uint32_t reported = not_reported, expected = not_reported;
+        EXPECT_EQ(bridge.convert(&field, "0123456789", 10, nullptr, 22, &reported), model.convert(bridge, expected));
+        EXPECT_EQ(reported, expected);
       }
       terminate();
       terminate();
@@ -169,8 +169,8 @@ TEST_F(Lifecycle, ATerminationTooManyLeavesTheCountLow) {
 TEST_F(Lifecycle, AnUnknownKindHasNoConverter) {
   field.codePageKind = '\xE4';
   for (const Bridge& bridge : bridges) {
-    std::uint32_t told = 0;
-    EXPECT_EQ(bridge.convert(&field, "", 0, nullptr, 0, &told), ZVRT_RC_NO_CONVERTER);
+    std::uint32_t reported = 0;
+    EXPECT_EQ(bridge.convert(&field, "", 0, nullptr, 0, &reported), ZVRT_RC_NO_CONVERTER);
   }
 }
 

@@ -152,7 +152,7 @@ struct Reader {
   ZVRTConversion* read;
   std::size_t record;
   std::function<std::string(const std::wstring&)> source;  // the buffer of a text
-  std::function<std::int32_t(std::size_t)> told;           // the length that the caller tells, of so many characters
+  std::function<std::int32_t(std::size_t)> given;          // the length that the caller tells, of so many characters
   std::function<std::int32_t(std::size_t, std::uint32_t)> stored;  // where 0 was told
 };
 
@@ -235,7 +235,7 @@ TEST(TextToRecords, IsParsedValidatedAndWrittenOnlyThen) {
       const std::uint32_t expected = expected_record(reader, model, row.text, record);
       const std::string bytes = reader.source(row.text);
       GuardedBuffer src(bytes.data(), bytes.size()), dst(reader.record);
-      std::int32_t length = reader.told(row.text.size());
+      std::int32_t length = reader.given(row.text.size());
       std::uint32_t out_length = unset;
       const auto name = std::string(reader.name) + " " + narrow(row.model) + " " + narrow(row.text);
       EXPECT_EQ(expected, reader.read(src.as<>(), &length, dst.as<>(), static_cast<std::int32_t>(reader.record),
@@ -244,7 +244,7 @@ TEST(TextToRecords, IsParsedValidatedAndWrittenOnlyThen) {
       EXPECT_EQ(reader.record, out_length) << name;
       EXPECT_EQ(record, dst.bytes()) << name;
       EXPECT_EQ(reader.stored(row.text.size(), expected), length) << name;
-      if (reader.told(1) != 0) continue;
+      if (reader.given(1) != 0) continue;
       length = 17;
       EXPECT_EQ(expected, reader.read(src.as<>(), &length, dst.as<>(), 24, &out_length, &field)) << name;
       EXPECT_EQ(17, length) << name;
@@ -259,11 +259,11 @@ TEST(TextToRecords, RefusesEmptySourcesAndSmallDestinations) {
     const auto size = static_cast<std::int32_t>(reader.record);
     const std::string empty = terminated(reader.source(L""), 4);
     GuardedBuffer dst(reader.record);
-    for (const std::int32_t told : {0, -1, INT32_MIN}) {
-      std::int32_t length = told;
+    for (const std::int32_t given : {0, -1, INT32_MIN}) {
+      std::int32_t length = given;
       std::uint32_t out_length = unset;
       EXPECT_EQ(ZVRT_RC_INVALID_PARAM, reader.read(empty.data(), &length, dst.as<>(), size, &out_length, &field));
-      EXPECT_EQ(told, length) << reader.name;
+      EXPECT_EQ(given, length) << reader.name;
       EXPECT_EQ(unset, out_length) << reader.name;
     }
     std::uint32_t out_length = unset;

@@ -15,18 +15,18 @@ TEST(NarrowText, AServiceThatTellsWhatItWroteIsNotAskedAgain) {
   field.codePage = 37;
   field.codePageKind = 'k';
   constexpr std::size_t converts = 3;  // behind the two blocks and the converter
-  for (const std::uint32_t told : {1U, 2U, 3U}) {
+  for (const std::uint32_t reported : {1U, 2U, 3U}) {
     platform.reset();
     platform.failures[converts] = ZVRT_RC_TRUNCATED;
-    platform.told = told;
+    platform.reported = reported;
     unsigned char dst[4] = {};
     std::uint32_t out_len = 99;
     EXPECT_EQ(ZVRTCnvWVarcharSzToVarchar(L"ABC", nullptr, dst, 4, &out_len, &field), ZVRT_RC_TRUNCATED);
-    EXPECT_EQ(out_len, told + 2);
-    const bool fits = told <= 2;
-    EXPECT_EQ(platform.calls.size() == converts + 1, fits) << told;
+    EXPECT_EQ(out_len, reported + 2);
+    const bool fits = reported <= 2;
+    EXPECT_EQ(platform.calls.size() == converts + 1, fits) << reported;
     if (fits) {
-      EXPECT_EQ(dst[0], told);
+      EXPECT_EQ(dst[0], reported);
     }
   }
 }

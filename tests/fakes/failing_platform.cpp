@@ -66,11 +66,11 @@ void* ZVRT_GetICUConverterInfo(void* anchor, void* thread, uint32_t codePage, in
 }
 
 uint32_t ZVRT_IcuMultibyteToWide(void*, const void*, int32_t srcBytes, void*, int32_t dstChars, uint32_t* outChars) {
-  *outChars = fake_platform().told.value_or(static_cast<uint32_t>(srcBytes * 1000 + dstChars));
+  *outChars = fake_platform().reported.value_or(static_cast<uint32_t>(srcBytes * 1000 + dstChars));
   return fake_platform().called("ZVRT_IcuMultibyteToWide");
 }
 
 uint32_t ZVRT_IcuWideToMultibyte(void*, const void*, int32_t srcChars, void*, int32_t dstBytes, uint32_t* outBytes) {
-  *outBytes = fake_platform().told.value_or(static_cast<uint32_t>(srcChars * 1000 + dstBytes));
+  *outBytes = fake_platform().reported.value_or(static_cast<uint32_t>(srcChars * 1000 + dstBytes));
   return fake_platform().called("ZVRT_IcuWideToMultibyte");
 }

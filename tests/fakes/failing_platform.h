@@ -12,7 +12,7 @@ namespace zvrt_test {
 struct FakePlatform {
   std::vector<std::string> calls;
   std::map<std::size_t, std::uint32_t> failures;  // the status of the nth call (from 0); that of all others is 0
-  std::optional<std::uint32_t> told;              // by the converter; else what it was given
+  std::optional<std::uint32_t> reported;          // by the converter; else what it was given
   const std::int32_t* counter = nullptr;          // the reference count, seen when it is incremented
 
   void reset() { *this = FakePlatform{}; }

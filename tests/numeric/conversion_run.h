@@ -14,11 +14,11 @@
 
 namespace zvrt_test {
 
-constexpr std::uint32_t untold = 0xDEADBEEF;  // an out-length that was not stored
+constexpr std::uint32_t not_reported = 0xDEADBEEF;  // an out-length that was not stored
 
 struct Outcome {
   std::uint32_t status = ZVRT_RC_OK;
-  std::uint32_t outLen = untold;
+  std::uint32_t outLen = not_reported;
   std::int32_t srcLen = 0;
   std::string written{};  // the destination up to the last byte that differs from the mark
 

@@ -19,16 +19,16 @@
 namespace zvrt_test {
 namespace {
 
-constexpr std::uint32_t untold = 0xDEADBEEF;
+constexpr std::uint32_t not_reported = 0xDEADBEEF;
 
 // A call with its buffers, as it begins and as it ends.
 struct Call {
   GuardedBuffer dst{8192};
-  std::uint32_t out_len = untold;
+  std::uint32_t out_len = not_reported;
   std::int32_t src_len = 0;
   std::uint32_t status = 0;
 
-  bool wrote_nothing() const { return dst.untouched_from(0) && out_len == untold && src_len == 0; }
+  bool wrote_nothing() const { return dst.untouched_from(0) && out_len == not_reported && src_len == 0; }
 };
 
 // A call that allocates, and what it returns when it cannot.
@@ -59,17 +59,17 @@ Allocating counted_reader(const char* name, ZVRTConversion* convert, std::string
   return {name, {refusal}, [convert, source, length](Call& call) {
             static const Model model(L"%YYYY-%MM-%DD");
             Field field(model);
-            std::int32_t told = length;
-            call.status = convert(source.data(), &told, call.dst.as(), 8192, &call.out_len, &field);
-            call.src_len = told - length;
+            std::int32_t given = length;
+            call.status = convert(source.data(), &given, call.dst.as(), 8192, &call.out_len, &field);
+            call.src_len = given - length;
           }};
 }
 Allocating plain(const char* name, ZVRTConversion* convert, std::string source, std::int32_t length,
                  std::uint32_t refusal) {
   return {name, {refusal}, [convert, source, length](Call& call) {
-            std::int32_t told = length;
-            call.status = convert(source.data(), &told, call.dst.as(), 8192, &call.out_len, nullptr);
-            call.src_len = told - length;
+            std::int32_t given = length;
+            call.status = convert(source.data(), &given, call.dst.as(), 8192, &call.out_len, nullptr);
+            call.src_len = given - length;
           }};
 }
 
@@ -159,19 +159,19 @@ TEST(Allocations, SourcesTooLongToAskFor) {
   } rows[] = {{ZVRTCnvDateTimeCharToZVRTTS, ZVRT_RC_NO_MEMORY}, {ZVRTCnvDateTimeWcharToZVRTTS, ZVRT_RC_ERROR}};
   for (const auto& [convert, refusal] : rows) {
     std::int32_t length = INT32_MAX;
-    std::uint32_t out_len = untold;
+    std::uint32_t out_len = not_reported;
     EXPECT_EQ(convert("2024", &length, &ts, sizeof ts, &out_len, &field), refusal);
-    EXPECT_EQ(out_len, untold);
+    EXPECT_EQ(out_len, not_reported);
   }
   const FmtCode end = {0, FMT_END, 0, 0};
   for (const std::int32_t length : {INT32_MIN, -1, INT32_MAX / 16 + 1, INT32_MAX}) {
     const ZVRTTS good = timestamp(2024, 3, 5);
     char text[8];
-    std::uint32_t out_len = untold;
+    std::uint32_t out_len = not_reported;
     Field vast(&end, length);
     EXPECT_EQ(ZVRTCnvZVRTTSToWchar(&good, nullptr, text, sizeof text, &out_len, &vast), ZVRT_RC_NO_MEMORY) << length;
     EXPECT_EQ(ZVRTCnvZVRTTSToChar(&good, nullptr, text, sizeof text, &out_len, &vast), ZVRT_RC_ERROR) << length;
-    EXPECT_EQ(out_len, untold);
+    EXPECT_EQ(out_len, not_reported);
   }
 }
 
@@ -181,7 +181,7 @@ TEST(Allocations, NoneForStringsOfAnyLength) {
   for (const Member& member : members) {
     const Source source = source_of(member.from, std::vector<std::uint32_t>(8000, 'x'));
     GuardedBuffer dst(100000);
-    std::int32_t src_len = source.told.value_or(0);
+    std::int32_t src_len = source.given.value_or(0);
     std::uint32_t out_len = 0;
     WatchedAllocations watch(Fails::from_then_on, 1);
     const std::uint32_t status = member.convert(source.buffer.data(), &src_len, dst.as(), 100000, &out_len, nullptr);
@@ -207,9 +207,9 @@ TEST(Allocations, NoneOnOrdinaryValues) {
 
 // A user of code pages, from its initialisation to the end of its thread.
 struct Service {
-  std::uint32_t started = untold, ended = 0;
-  std::uint32_t status = untold;
-  std::uint32_t out_len = untold;
+  std::uint32_t started = not_reported, ended = 0;
+  std::uint32_t status = not_reported;
+  std::uint32_t out_len = not_reported;
   std::string bytes;
   std::size_t allocations = 0;
 };

@@ -21,16 +21,16 @@ constexpr std::size_t threads = 8;
 // thread begins elsewhere in the list.
 std::string all_functions(std::size_t start) {
   static const std::vector<CallOnBuffers> calls = calls_on_buffers();
-  std::string told;
+  std::string given;
   for (std::size_t i = 0; i < calls.size(); ++i) {
     const CallOnBuffers& call = calls[(start + i) % calls.size()];
     alignas(16) char dst[1024] = {};
     Buffers buffers{call.source.data(), dst, call.size.value_or(sizeof dst), call.length, 0};
     const std::uint32_t results[] = {call.call(buffers), buffers.out_length,
                                      static_cast<std::uint32_t>(buffers.length)};
-    told.append(reinterpret_cast<const char*>(results), sizeof results).append(dst, sizeof dst);
+    given.append(reinterpret_cast<const char*>(results), sizeof results).append(dst, sizeof dst);
   }
-  return told;
+  return given;
 }
 
 // A locale with another decimal point and another idea of upper and lower case, from the system or made for the test.

@@ -111,12 +111,12 @@ TEST_F(CodePageStrings, CountedWideText) {
   struct {
     ZVRTConversion* convert;
     std::string source;
-    std::int32_t told, measured;
+    std::int32_t given, measured;
   } const rows[] = {{ZVRTCnvWCharToVarcharSz, wide_bytes(text, false), 16, 16},
                     {ZVRTCnvWVarcharToVarcharSz, std::string("\x10\0", 2) + wide_bytes(text, false), 0, 18}};
   for (const auto& row : rows) {
     GuardedBuffer source(row.source.data(), row.source.size()), narrow(6);
-    std::int32_t length = row.told;
+    std::int32_t length = row.given;
     std::uint32_t out_len = 0;
     EXPECT_EQ(row.convert(source.as(), &length, narrow.as(), 6, &out_len, &ebcdic), 0U);
     EXPECT_EQ(out_len, 2U);

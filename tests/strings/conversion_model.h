@@ -72,7 +72,7 @@ inline std::string wide(const CodePoints& text) {
 // A source: its buffer, its length as the caller tells it, and its units.
 struct Source {
   std::string buffer;
-  std::optional<std::int32_t> told;
+  std::optional<std::int32_t> given;
   std::vector<std::uint32_t> units;
 };
 
@@ -148,7 +148,7 @@ inline Step step_of(const Member& member, std::vector<std::uint32_t> units, std:
 
 inline Expected model(const Member& member, const Source& source, std::int32_t dst_size) {
   Expected expected;
-  expected.src_len = source.told.value_or(0);
+  expected.src_len = source.given.value_or(0);
   const bool carries_length = member.from != Kind::chars && member.from != Kind::wchars;
   if (source.units.empty() && !member.accepts_empty) return {30, {}, expected.src_len, ""};
   if (is_prefixed(member.into) && dst_size < 2) return {1609, {}, expected.src_len, ""};
@@ -174,11 +174,11 @@ inline Expected model(const Member& member, const Source& source, std::int32_t d
   const std::string bytes = unit == 4 ? wide(content) : std::string(content.begin(), content.end());
   expected.written = (header > 0 ? prefix_of(step.there.size() * unit) : "") + bytes;
 
-  const std::size_t told = member.counts_copied ? std::min(step.needed, capacity) : step.needed;
+  const std::size_t given = member.counts_copied ? std::min(step.needed, capacity) : step.needed;
   const bool counts_characters = member.into == Kind::wsz && !member.out_in_bytes;
-  expected.out_len = static_cast<std::uint32_t>(counts_characters ? told : told * unit + header);
+  expected.out_len = static_cast<std::uint32_t>(counts_characters ? given : given * unit + header);
   if (carries_length && expected.src_len == 0) {
-    const std::size_t n = member.counts_copied && copies ? told : source.units.size();
+    const std::size_t n = member.counts_copied && copies ? given : source.units.size();
     expected.src_len =
         static_cast<std::int32_t>(n * (is_wide(member.from) ? 4 : 1) + (is_prefixed(member.from) ? 2 : 0));
   }
@@ -197,7 +197,7 @@ class Arena {
     std::memset(into - before, GuardedBuffer::mark, size + before);
     constexpr std::uint32_t untouched = 0xDEADBEEF;
     std::uint32_t out_len = untouched;
-    std::int32_t src_len = source.told.value_or(0);
+    std::int32_t src_len = source.given.value_or(0);
     const bool needs_length = member.from == Kind::chars || member.from == Kind::wchars;
     const bool without = null_src_len && !needs_length;
     const std::uint32_t status = member.convert(from, without ? nullptr : &src_len, into, dst_size, &out_len, nullptr);

@@ -97,8 +97,8 @@ TEST(Conversions, LengthsThatTheCallerTellsWrong) {
   char text[] = "abcdefgh";
   alignas(4) char out[64];
   for (const Member& member : members) {
-    const bool told = member.from == Kind::chars || member.from == Kind::wchars;
-    if (!told && !is_prefixed(member.from)) continue;
+    const bool given = member.from == Kind::chars || member.from == Kind::wchars;
+    if (!given && !is_prefixed(member.from)) continue;
     for (const std::int32_t length : {0, -1, -4, INT32_MIN, 1, 3}) {
       const bool empty = length <= 0 || (is_wide(member.from) && length < 4);
       if (!empty) continue;
@@ -108,14 +108,14 @@ TEST(Conversions, LengthsThatTheCallerTellsWrong) {
       char prefixed[8] = {
           static_cast<char>(length & 0xFF), static_cast<char>(length >> 8 & 0xFF), 'a', 'b', 'c', 'd', 'e', 'f'};
       if (is_prefixed(member.from)) src_len = 0;
-      EXPECT_EQ(member.convert(told ? text : prefixed, &src_len, out, sizeof out, &out_len, nullptr), 30U)
+      EXPECT_EQ(member.convert(given ? text : prefixed, &src_len, out, sizeof out, &out_len, nullptr), 30U)
           << member.name;
-      const bool promised = member.composed && told && length > 0;
+      const bool promised = member.composed && given && length > 0;
       EXPECT_EQ(out_len, promised ? 0U : 4711U) << member.name << ' ' << length;
       EXPECT_EQ(src_len, is_prefixed(member.from) ? 0 : length) << member.name;
       EXPECT_EQ(out[0], 0x5A) << member.name;
     }
-    if (!told) continue;
+    if (!given) continue;
     std::uint32_t out_len = 4711;
     EXPECT_EQ(member.convert(text, nullptr, out, sizeof out, &out_len, nullptr), 30U) << member.name;
     EXPECT_EQ(out_len, 4711U) << member.name;

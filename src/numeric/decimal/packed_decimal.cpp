@@ -52,18 +52,18 @@ unsigned half_byte(const std::uint8_t* field, std::int64_t index) {
   return index % 2 == 0 ? byte >> 4 : byte & 0xF;
 }
 
-bool length_is_told(const Call& call) { return call.srcLen != nullptr && *call.srcLen != 0; }
+bool has_length(const Call& call) { return call.srcLen != nullptr && *call.srcLen != 0; }
 
 Field field_of(const Call& call) {
   const auto* src = static_cast<const std::uint8_t*>(call.src);
-  return length_is_told(call) ? Field{src, std::max(*call.srcLen, 0)} : find_field(src);
+  return has_length(call) ? Field{src, std::max(*call.srcLen, 0)} : find_field(src);
 }
 
 Rendered render(const Field& field, void* dst, std::int32_t capacity) {
   return decimal_kernels.render_packed(field.at, field.bytes, dst, capacity);
 }
 
-void tell_length(std::int32_t* srcLen, const Field& field, Status status) {
+void report_length(std::int32_t* srcLen, const Field& field, Status status) {
   if (status != ZVRT_RC_EMPTY_RESULT) store_if_zero(srcLen, field.bytes);
 }
 
@@ -73,13 +73,13 @@ void tell_length(std::int32_t* srcLen, const Field& field, Status status) {
   const Field field = find_field(static_cast<const std::uint8_t*>(src));
   const Rendered text = render(field, dst, capacity);
   *outLen = static_cast<std::uint32_t>(text.length);
-  tell_length(srcLen, field, text.status);
+  report_length(srcLen, field, text.status);
   return text.status;
 }
 
 Status unpack(const Call& call) {
   const std::int32_t capacity = units_in<Wide>(call.dstSize);
-  if (!length_is_told(call)) return unpack_found(call.src, call.srcLen, call.dst, capacity, call.outLen);
+  if (!has_length(call)) return unpack_found(call.src, call.srcLen, call.dst, capacity, call.outLen);
   const Rendered text = render(field_of(call), call.dst, capacity);
   *call.outLen = static_cast<std::uint32_t>(text.length);
   return text.status;
@@ -92,7 +92,7 @@ Status unpack_narrow(const Call& call) {
   if (text.get() == nullptr) return ZVRT_RC_NO_MEMORY;
   const auto capacity = static_cast<std::int32_t>(std::min<std::uint64_t>(units, INT32_MAX));
   const Rendered rendered = render(field, text.get(), capacity);
-  tell_length(call.srcLen, field, rendered.status);
+  report_length(call.srcLen, field, rendered.status);
   return rendered.status == ZVRT_RC_OK ? encode_narrow(call, text.get()) : rendered.status;
 }
 

@@ -84,12 +84,12 @@ Status to_varnum(const Call& call) {
   return value.size > call.dstSize ? ZVRT_RC_TRUNCATED : ZVRT_RC_OK;
 }
 
-void tell_size(const Call& call) {
+void report_size(const Call& call) {
   if (call.srcLen != nullptr) *call.srcLen = *static_cast<const std::uint8_t*>(call.src) + 1;
 }
 
 Status from_varnum(const Call& call) {
-  tell_size(call);
+  report_size(call);
   const auto* value = static_cast<const std::uint8_t*>(call.src);
   const Rendered text = decimal_kernels.render_varnum(value, call.dst, units_in<Wide>(call.dstSize));
   *call.outLen = static_cast<std::uint32_t>(text.length);
@@ -97,7 +97,7 @@ Status from_varnum(const Call& call) {
 }
 
 Status from_varnum_narrow(const Call& call) {
-  tell_size(call);
+  report_size(call);
   Wide text[longest_varnum_text + 1];
   const auto* value = static_cast<const std::uint8_t*>(call.src);
   const Rendered rendered = decimal_kernels.render_varnum(value, text, longest_varnum_text + 1);

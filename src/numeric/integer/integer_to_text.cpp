@@ -17,9 +17,9 @@ constexpr std::size_t ample = longest_decimal + 1;
 template <ZVRTConversion conversion>
 Status in_bytes_if_ok(const Call& call) {
   std::uint32_t bytes = 0;
-  Call told = call;
-  told.outLen = &bytes;
-  const Status status = in_bytes<conversion>(told);
+  Call reporting = call;
+  reporting.outLen = &bytes;
+  const Status status = in_bytes<conversion>(reporting);
   if (status == ZVRT_RC_OK) *call.outLen = bytes;
   return status;
 }

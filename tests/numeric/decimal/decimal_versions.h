@@ -35,9 +35,9 @@ struct Result {
   bool operator==(const Result&) const = default;
 };
 
-inline Result told(const Rendered& text) { return {text.length, text.status, {}}; }
-inline Result told(const Packed& field) { return {field.digits, field.size, {}}; }
-inline Result told(const Encoded& value) { return {value.length, value.size, {}}; }
+inline Result reported(const Rendered& text) { return {text.length, text.status, {}}; }
+inline Result reported(const Packed& field) { return {field.digits, field.size, {}}; }
+inline Result reported(const Encoded& value) { return {value.length, value.size, {}}; }
 
 constexpr std::size_t destination_bytes = 4 * 200;
 constexpr std::int32_t capacities[] = {0, 1, 2, 5, 15, 16, 17, 31, 32, 33, 47, 48, 63, 64, 65, 128, 200};
@@ -50,7 +50,7 @@ void compare(const char* name, Kernel kernel, Reference reference, const std::st
   const auto run = [&](auto call, std::int32_t capacity) {
     dst.reset();
     Result result =
-        told(call(src.as<>(), dst.as<char>() + dst.size() - static_cast<std::size_t>(capacity) * unit, capacity));
+        reported(call(src.as<>(), dst.as<char>() + dst.size() - static_cast<std::size_t>(capacity) * unit, capacity));
     result.memory = dst.bytes();
     return result;
   };

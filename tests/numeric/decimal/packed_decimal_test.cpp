@@ -61,9 +61,9 @@ TEST(PackedToWide, EveryFieldOfThreeBytes) {
     if (length == 0) status = ZVRT_RC_EMPTY_RESULT;
     wchar_t rendered[8] = {};
     std::int32_t bytes = 3;
-    std::uint32_t told = untold;
-    ASSERT_EQ(ZVRTCnvDecPackedToWVarcharSz(field, &bytes, rendered, 32, &told, nullptr), status) << value;
-    ASSERT_EQ(told, length) << value;
+    std::uint32_t given = not_reported;
+    ASSERT_EQ(ZVRTCnvDecPackedToWVarcharSz(field, &bytes, rendered, 32, &given, nullptr), status) << value;
+    ASSERT_EQ(given, length) << value;
     ASSERT_EQ(std::wstring_view(rendered, 8), std::wstring_view(text, 8)) << value;
   }
 }
@@ -121,7 +121,7 @@ TEST(PackedToNarrow, EveryLengthAndCapacity) {
       const auto length = static_cast<std::int32_t>(bytes);
       const auto size = static_cast<std::int32_t>(text.characters.size());
       for (std::int32_t dstSize = std::max(size - 3, -1); dstSize <= size + 3; ++dstSize) {
-        Outcome outcome{text.status, untold, length, ""};
+        Outcome outcome{text.status, not_reported, length, ""};
         if (text.status == ZVRT_RC_OK) {
           outcome.written = (text.characters + '\0').substr(0, static_cast<std::size_t>(std::max(dstSize, 0)));
           outcome.status = dstSize < size ? ZVRT_RC_TRUNCATED : ZVRT_RC_OK;
@@ -156,18 +156,18 @@ TEST(WideToPacked, EveryLengthSizeAndAlignment) {
       while (!packed(text, static_cast<std::size_t>(needed))) ++needed;
       for (const std::int32_t size : {-1, 0, needed - 1, needed, needed + 1, needed + 40}) {
         const bool fits = size >= needed;
-        const std::int32_t told = round == 0 ? 17 : 0;
+        const std::int32_t given = round == 0 ? 17 : 0;
         const Outcome outcome{fits ? ZVRT_RC_OK : ZVRT_RC_TRUNCATED, static_cast<std::uint32_t>(fits ? size : needed),
-                              fits && told == 0 ? count * 4 : told,
+                              fits && given == 0 ? count * 4 : given,
                               fits ? *packed(text, static_cast<std::size_t>(size)) : ""};
-        ASSERT_EQ(run(ZVRTCnvWVarcharSzToDecPacked, source.as<>(), told, size), outcome) << hex(bytes) << size;
+        ASSERT_EQ(run(ZVRTCnvWVarcharSzToDecPacked, source.as<>(), given, size), outcome) << hex(bytes) << size;
       }
     }
   }
 }
 
 TEST(NarrowToPacked, AsWideTextButEmptyTextIsRefused) {
-  EXPECT_EQ(run(ZVRTCnvVarcharSzToDecPacked, "", 0, 4), (Outcome{ZVRT_RC_INVALID_PARAM, untold, 0, ""}));
+  EXPECT_EQ(run(ZVRTCnvVarcharSzToDecPacked, "", 0, 4), (Outcome{ZVRT_RC_INVALID_PARAM, not_reported, 0, ""}));
   std::mt19937 random(5);
   for (const std::size_t length : {1U, 2U, 15U, 16U, 39U, 40U, 41U, 100U, 1022U, 1023U, 1024U, 5000U}) {
     std::u32string text = random_text(random, length);

@@ -65,7 +65,7 @@ TEST(TextToVarnum, RefusesWhatIsNoNumber) {
   for (const std::string& text : refused) {
     std::u32string wide;
     for (const char character : text) wide += static_cast<unsigned char>(character);
-    const Outcome outcome{ZVRT_RC_ERROR, untold, static_cast<std::int32_t>(text.size()), ""};
+    const Outcome outcome{ZVRT_RC_ERROR, not_reported, static_cast<std::int32_t>(text.size()), ""};
     EXPECT_EQ(run(ZVRTCnvVarcharSz_UnsignedToOraVarnum, text.c_str(), 0, 22), outcome) << text;
     EXPECT_EQ(run(ZVRTCnvWVarcharSz_UnsignedToOraVarnum, wide.c_str(), 0, 22), outcome) << text;
   }
@@ -123,7 +123,7 @@ TEST(VarnumToText, EveryExponentSizeAndCapacity) {
       for (std::int32_t capacity = whole - 3; capacity <= whole; ++capacity) {
         const bool fits = capacity >= whole - 1;
         ASSERT_EQ(run(ZVRTCnvOraVarnumToVarcharSz_Unsigned, source.as<>(), 0, capacity),
-                  (Outcome{fits ? ZVRT_RC_OK : ZVRT_RC_TRUNCATED, fits ? length : untold, size,
+                  (Outcome{fits ? ZVRT_RC_OK : ZVRT_RC_TRUNCATED, fits ? length : not_reported, size,
                            (text + '\0').substr(0, static_cast<std::size_t>(capacity))}))
             << hex(value) << capacity;
       }
@@ -155,7 +155,7 @@ TEST(VarnumToText, RefusesNegativeAndMalformedValuesAndReadsNothingBehindThem) {
     EXPECT_EQ(run(ZVRTCnvOraVarnumToWVarcharSz_Unsigned, source.as<>(), 7, 800), (Outcome{ZVRT_RC_ERROR, 0, size, ""}))
         << hex(value);
     EXPECT_EQ(run(ZVRTCnvOraVarnumToVarcharSz_Unsigned, source.as<>(), 7, 800),
-              (Outcome{ZVRT_RC_ERROR, untold, size, ""}))
+              (Outcome{ZVRT_RC_ERROR, not_reported, size, ""}))
         << hex(value);
   }
 }

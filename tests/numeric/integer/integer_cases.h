@@ -90,19 +90,19 @@ class OffsetSource {
   alignas(8) char bytes_[sizeof(Int) + 1] = {};
 };
 
-// Into a destination of this size that still carries the mark; `told` is the source length given.
+// Into a destination of this size that still carries the mark; `given` is the source length given.
 template <class Int>
-void check_rendered(ZVRTConversion* render, Int value, GuardedBuffer& dst, std::int32_t size, std::int32_t told) {
+void check_rendered(ZVRTConversion* render, Int value, GuardedBuffer& dst, std::int32_t size, std::int32_t given) {
   const std::string text = decimal(value);
   const Rendered expected = rendered_wide(text, size);
-  std::int32_t src_len = told;
+  std::int32_t src_len = given;
   std::uint32_t out_len = 99;
   const OffsetSource<Int> src(value);
   ASSERT_EQ(render(src.get(), &src_len, dst.as<>(), size, &out_len, nullptr), expected.status)
       << text << " into " << size << " bytes";
   ASSERT_EQ(dst.bytes(), expected.image) << text << " into " << size << " bytes";
   ASSERT_EQ(out_len, text.size()) << text << " into " << size << " bytes";
-  ASSERT_EQ(src_len, told == 0 ? std::int32_t{sizeof(Int)} : told);
+  ASSERT_EQ(src_len, given == 0 ? std::int32_t{sizeof(Int)} : given);
 }
 
 // Into every size from 0 on, each ending at the guard page, so that the destination stands at every alignment.

@@ -13,10 +13,10 @@ namespace {
 using namespace zvrt_test;
 
 // The members of one type; the `...Out` form tells bytes always, or only when the status is ZVRT_RC_OK.
-enum class Tells { always, if_ok };
+enum class Reports { always, if_ok };
 
 template <class Int>
-void check_family(ZVRTConversion* wide, ZVRTConversion* out, Tells tells) {
+void check_family(ZVRTConversion* wide, ZVRTConversion* out, Reports reports) {
   using Limits = std::numeric_limits<Int>;
   const std::vector<Int> values = {0,
                                    1,
@@ -38,8 +38,8 @@ void check_family(ZVRTConversion* wide, ZVRTConversion* out, Tells tells) {
       ASSERT_EQ(out(&value, &src_len, dst.as<>(), size, &out_len, nullptr), expected.status) << +value;
       ASSERT_EQ(dst.bytes(), expected.image) << +value << " into " << size;
       ASSERT_EQ(src_len, std::int32_t{sizeof(Int)});
-      const bool told = tells == Tells::always || expected.status == ZVRT_RC_OK;
-      ASSERT_EQ(out_len, told ? decimal(value).size() * 4 : 99) << +value << " into " << size;
+      const bool reported = reports == Reports::always || expected.status == ZVRT_RC_OK;
+      ASSERT_EQ(out_len, reported ? decimal(value).size() * 4 : 99) << +value << " into " << size;
       ASSERT_EQ(wide(&value, nullptr, dst.as<>(), size, &out_len, nullptr), expected.status);
       ASSERT_EQ(out_len, decimal(value).size());
     }
@@ -47,14 +47,14 @@ void check_family(ZVRTConversion* wide, ZVRTConversion* out, Tells tells) {
 }
 
 TEST(IntegerToText, WideMembersAndTheirOutForms) {
-  check_family<std::uint64_t>(ZVRTCnvULONGLONGToWVarcharSz, ZVRTCnvULONGLONGToWVarcharSzOut, Tells::always);
-  check_family<std::int64_t>(ZVRTCnvLongLongToWVarcharSz, ZVRTCnvLongLongToWVarcharSzOut, Tells::always);
-  check_family<std::uint32_t>(ZVRTCnvUIntToWVarcharSz, ZVRTCnvUIntToWVarcharSzOut, Tells::always);
-  check_family<std::int32_t>(ZVRTCnvIntToWVarcharSz1, ZVRTCnvIntToWVarcharSz1Out, Tells::if_ok);
-  check_family<std::int16_t>(ZVRTCnvSmallIntToWVarcharSz, ZVRTCnvSmallIntToWVarcharSzOut, Tells::always);
-  check_family<std::uint16_t>(ZVRTCnvSmallUIntToWVarcharSz, ZVRTCnvSmallUIntToWVarcharSzOut, Tells::always);
-  check_family<std::int8_t>(ZVRTCnvTinyIntToWVarcharSz, ZVRTCnvTinyIntToWVarcharSzOut, Tells::always);
-  check_family<std::uint8_t>(ZVRTCnvTinyUIntToWVarcharSz, ZVRTCnvTinyUIntToWVarcharSzOut, Tells::always);
+  check_family<std::uint64_t>(ZVRTCnvULONGLONGToWVarcharSz, ZVRTCnvULONGLONGToWVarcharSzOut, Reports::always);
+  check_family<std::int64_t>(ZVRTCnvLongLongToWVarcharSz, ZVRTCnvLongLongToWVarcharSzOut, Reports::always);
+  check_family<std::uint32_t>(ZVRTCnvUIntToWVarcharSz, ZVRTCnvUIntToWVarcharSzOut, Reports::always);
+  check_family<std::int32_t>(ZVRTCnvIntToWVarcharSz1, ZVRTCnvIntToWVarcharSz1Out, Reports::if_ok);
+  check_family<std::int16_t>(ZVRTCnvSmallIntToWVarcharSz, ZVRTCnvSmallIntToWVarcharSzOut, Reports::always);
+  check_family<std::uint16_t>(ZVRTCnvSmallUIntToWVarcharSz, ZVRTCnvSmallUIntToWVarcharSzOut, Reports::always);
+  check_family<std::int8_t>(ZVRTCnvTinyIntToWVarcharSz, ZVRTCnvTinyIntToWVarcharSzOut, Reports::always);
+  check_family<std::uint8_t>(ZVRTCnvTinyUIntToWVarcharSz, ZVRTCnvTinyUIntToWVarcharSzOut, Reports::always);
 }
 
 FldDef field_of(std::uint32_t code_page, char kind) {
@@ -111,8 +111,8 @@ TEST(IntegerToText, ByValueToNarrowText) {
       std::int32_t length = size;
       ASSERT_EQ(ZVRTCnvIntToVarcharSz(value, dst.as<char>(), &length, 0, 0), expected.status) << text << " in " << size;
       ASSERT_EQ(dst.bytes(), expected.image) << text << " into " << size;
-      const bool told = expected.status != ZVRT_RC_TRUNCATED;
-      ASSERT_EQ(length, told ? static_cast<std::int32_t>(text.size()) : size) << text << " into " << size;
+      const bool reported = expected.status != ZVRT_RC_TRUNCATED;
+      ASSERT_EQ(length, reported ? static_cast<std::int32_t>(text.size()) : size) << text << " into " << size;
     }
   }
 }
