@@ -123,10 +123,10 @@ Outcome StreamedPage::encode(WideText source, ByteDestination destination) {
   while (kept < source.count && keeps(source.at(kept))) ++kept;
   const WideText text = source.first(kept);
   std::array<unsigned char, chunk> bytes;
-  const Attempt whole = write_all(text, bytes);
-  const bool valid = U_SUCCESS(whole.error) && kept == source.count;
-  const bool fits = U_SUCCESS(whole.error) && whole.needed <= destination.size();
-  std::size_t written = fits ? whole.needed : 0;
+  const Attempt all = write_all(text, bytes);
+  const bool valid = U_SUCCESS(all.error) && kept == source.count;
+  const bool fits = U_SUCCESS(all.error) && all.needed <= destination.size();
+  std::size_t written = fits ? all.needed : 0;
   if (fits && written <= bytes.size()) {
     std::copy_n(bytes.data(), written, destination.data());
   } else {
@@ -134,8 +134,8 @@ Outcome StreamedPage::encode(WideText source, ByteDestination destination) {
     const Attempt part = write_all(text.first(characters), destination);
     written = part.needed <= destination.size() ? part.needed : 0;
   }
-  if (valid) return converted(whole.needed, destination.size());
-  return failed(whole.error, written);
+  if (valid) return converted(all.needed, destination.size());
+  return failed(all.error, written);
 }
 
 }  // namespace zvrt

@@ -106,7 +106,7 @@ class Formatter {
         half_ = clock.half;
         return number<element.width>(clock.hour);
       }
-      case Writes::month_name: return month_name(Name::whole);
+      case Writes::month_name: return month_name(Name::full);
       case Writes::month_abbreviation: return month_name(Name::abbreviated);
       case Writes::marker: return reserve_marker(element.width);
       case Writes::literal:
@@ -132,13 +132,13 @@ class Formatter {
     return value < 10 ? number<1>(value) : number<2>(value);
   }
 
-  enum class Name : bool { whole, abbreviated };
+  enum class Name : bool { full, abbreviated };
 
   ZVRT_WRAPS Status month_name(Name form) {
     const std::size_t month = static_cast<std::size_t>(ts_.month()) - 1;
     if (month >= month_names.size()) return ZVRT_RC_ERROR;
     const auto length =
-        static_cast<std::ptrdiff_t>(form == Name::whole ? month_names[month].size() : abbreviation_length);
+        static_cast<std::ptrdiff_t>(form == Name::full ? month_names[month].size() : abbreviation_length);
     if (last_ - at_ < (length - 1) * unit) return ZVRT_RC_TRUNCATED;
     put_name(at_, wide_month_names[month].data(), static_cast<std::size_t>(length));
     return advance(length) ? ZVRT_RC_OK : ZVRT_RC_TRUNCATED;

@@ -38,7 +38,7 @@ struct DigitRun {
 
 // Nearly every number is just so many digits; no character is looked at behind one that is none.
 template <std::size_t count>
-ZVRT_WRAPS bool read_plain_digits(const std::byte* text, std::uint32_t& value) {
+ZVRT_WRAPS bool read_fixed_digits(const std::byte* text, std::uint32_t& value) {
   value = 0;
   for (std::size_t i = 0; i < count; ++i) {
     const Wide digit = load<Wide>(text, i) - '0';
@@ -142,7 +142,7 @@ class Parser {
       switch (element.reads) {
         case Reads::field: return field(element.field);
         case Reads::year: return year<element.length>();
-        case Reads::month_name: return month(Name::whole);
+        case Reads::month_name: return month(Name::full);
         case Reads::month_abbreviation: return month(Name::abbreviated);
         case Reads::hour_24: return hour_24();
         case Reads::hour_12: return hour_12();
@@ -163,7 +163,7 @@ class Parser {
   // A failure to read two digits is retried with one.
   bool two_digits(std::uint32_t& value) {
     std::uint32_t length = 2;
-    if (!read_plain_digits<2>(text_, value)) [[unlikely]] {
+    if (!read_fixed_digits<2>(text_, value)) [[unlikely]] {
       const DigitRun run = read_digits(text_, 2);
       value = run.value;
       length = run.length;
@@ -182,7 +182,7 @@ class Parser {
   template <std::uint32_t width>
   Status year() {
     DigitRun run{0, width, false};
-    if (entry_->len != width || !read_plain_digits<width>(text_, run.value)) [[unlikely]] {
+    if (entry_->len != width || !read_fixed_digits<width>(text_, run.value)) [[unlikely]] {
       run = read_digits(text_, entry_->len);
       if (run.refused) return ZVRT_RC_INVALID_DATETIME;
     }
@@ -191,15 +191,15 @@ class Parser {
     return ZVRT_RC_OK;
   }
 
-  enum class Name : bool { whole, abbreviated };
+  enum class Name : bool { full, abbreviated };
 
   Status month(Name form) {
     const Letters letters = letters_at(text_);
     const std::uint32_t month = month_of(static_cast<std::uint32_t>(letters & first_letters(abbreviation_length)));
     if (month == 0) return ZVRT_RC_INVALID_DATETIME;
-    if (form == Name::whole && !is_name_of(month - 1, letters)) return ZVRT_RC_INVALID_DATETIME;
+    if (form == Name::full && !is_name_of(month - 1, letters)) return ZVRT_RC_INVALID_DATETIME;
     ts_.month = static_cast<std::uint16_t>(month);
-    consume(static_cast<std::uint32_t>(form == Name::whole ? month_names[month - 1].size() : abbreviation_length));
+    consume(static_cast<std::uint32_t>(form == Name::full ? month_names[month - 1].size() : abbreviation_length));
     return ZVRT_RC_OK;
   }
 
@@ -232,7 +232,7 @@ class Parser {
   Status fraction() {
     std::uint32_t length = width;
     std::uint32_t value = 0;
-    if (entry_->len != width || !read_plain_digits<width>(text_, value)) {
+    if (entry_->len != width || !read_fixed_digits<width>(text_, value)) {
       const DigitRun run = read_digits(text_, entry_->len);
       if (run.length == 0) return ZVRT_RC_INVALID_DATETIME;
       length = run.length;

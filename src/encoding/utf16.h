@@ -30,7 +30,7 @@ inline void encode_utf16(std::uint32_t code_point, void* dst) {
 }
 
 struct Utf16Sequence {
-  bool whole;  // false: a lone or broken surrogate
+  bool valid;  // false: a lone or broken surrogate
   std::uint32_t code_point;
   std::int32_t length;
 };

@@ -2,7 +2,7 @@
 //
 // A family of kernels keeps its choice in a constant of its own, made once when the library is loaded:
 //
-//   const Kernels& kernels = *choose_version(Versions<const Kernels>{.baseline = &plain, .sse41 = &sse41_kernels});
+//   const Kernels& kernels = *choose_version(Versions<const Kernels>{.baseline = &baseline_kernels, .sse41 = &sse41_kernels});
 //
 // and every version equals the baseline on all input. Tests call the versions directly, as far as the machine has them.
 #pragma once

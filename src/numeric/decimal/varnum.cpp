@@ -54,12 +54,12 @@ Base100 pair_up(const void* text, std::int32_t length, std::int32_t point) {
   std::int32_t at = 0;
   if (point % 2 != 0) pairs[count++] = digit(at++);
   for (; at < point; at += 2) pairs[count++] = static_cast<std::uint8_t>(digit(at) * 10 + digit(at + 1));
-  const std::int32_t whole = count;
+  const std::int32_t integer_pairs = count;
   for (at = point + 1; at < length; at += 2) {
     const int ones = at + 1 < length ? digit(at + 1) : 0;
     pairs[count++] = static_cast<std::uint8_t>(digit(at) * 10 + ones);
   }
-  return normalise(pairs, count, 2 * (count - whole));
+  return normalise(pairs, count, 2 * (count - integer_pairs));
 }
 
 template <class Unit>

@@ -28,12 +28,12 @@ struct VarnumText {
 static inline VarnumText lay_out(const std::uint8_t* value) {
   const std::int32_t count = value[0] - 1;
   if (count == 0) return {0, 0, 1, 1};
-  const std::int32_t whole = value[1] - positive_exponent + 1;  // base-100 digits before the point
+  const std::int32_t integer_digits = value[1] - positive_exponent + 1;  // base-100 digits before the point
   VarnumText text;
   text.digits = 2 * count;
-  text.skipped = whole > 0 ? (value[varnum_header] <= 10 ? 1 : 0) : 2 * whole;
-  text.point = 2 * whole - text.skipped;
-  text.length = count > whole ? text.digits - text.skipped + 1 : text.point;
+  text.skipped = integer_digits > 0 ? (value[varnum_header] <= 10 ? 1 : 0) : 2 * integer_digits;
+  text.point = 2 * integer_digits - text.skipped;
+  text.length = count > integer_digits ? text.digits - text.skipped + 1 : text.point;
   return text;
 }
 

@@ -18,11 +18,11 @@ constexpr std::int32_t shown_digits = sizeof(Float) == sizeof(double) ? 17 : 8;
 
 // Text that does not fit with its terminator.
 template <class Float>
-[[gnu::noinline, gnu::cold]] Status write_cut(DoubleBits value, void* dst, std::int32_t capacity) {
+[[gnu::noinline, gnu::cold]] Status write_truncated(DoubleBits value, void* dst, std::int32_t capacity) {
   const ScientificText<shown_digits<Float>> text(value);
-  Wide whole[text.longest + 1];
-  text.write(reinterpret_cast<std::byte*>(whole));
-  copy_units<Wide>(dst, whole, std::min(text.length(), capacity));
+  Wide complete[text.longest + 1];
+  text.write(reinterpret_cast<std::byte*>(complete));
+  copy_units<Wide>(dst, complete, std::min(text.length(), capacity));
   return terminate<Wide>(TerminatorRule::wide, dst, text.length(), capacity);
 }
 
@@ -35,13 +35,13 @@ Status render(const Call& call) {
   const std::int32_t capacity = units_in<Wide>(call.dstSize);
   *call.outLen = static_cast<std::uint32_t>(text.length());
   store_if_zero(call.srcLen, sizeof(Float));
-  if (text.length() >= capacity) return write_cut<Float>(value, call.dst, capacity);
+  if (text.length() >= capacity) return write_truncated<Float>(value, call.dst, capacity);
   text.write(static_cast<std::byte*>(call.dst));
   return ZVRT_RC_OK;
 }
 
 template <class Text>
-Status write_whole(const Text& text, wchar_t* out, std::int32_t capacity) {
+Status write_complete(const Text& text, wchar_t* out, std::int32_t capacity) {
   if (out == nullptr || text.length() >= capacity) return ZVRT_RC_ERROR;
   text.write(reinterpret_cast<std::byte*>(out));
   return ZVRT_RC_OK;
@@ -54,9 +54,9 @@ uint32_t FloatToString(wchar_t* out, int32_t outSize, int16_t precision, double 
   const DoubleBits bits(value);
   if (!bits.is_finite()) return ZVRT_RC_ERROR;
   switch (precision) {
-    case shown_digits<double> - 1: return write_whole(ScientificText<shown_digits<double>>(bits), out, outSize);
-    case shown_digits<float> - 1: return write_whole(ScientificText<shown_digits<float>>(bits), out, outSize);
-    default: return write_whole(ExactScientificText(bits, precision), out, outSize);
+    case shown_digits<double> - 1: return write_complete(ScientificText<shown_digits<double>>(bits), out, outSize);
+    case shown_digits<float> - 1: return write_complete(ScientificText<shown_digits<float>>(bits), out, outSize);
+    default: return write_complete(ExactScientificText(bits, precision), out, outSize);
   }
 }
 

@@ -4,6 +4,6 @@
 
 namespace zvrt {
 
-const PlainReader read_plain_number = cpu_level() >= CpuLevel::sse41 ? read_plain_sse41 : nullptr;
+const ShortDecimalReader read_short_decimal = cpu_level() >= CpuLevel::sse41 ? read_short_decimal_sse41 : nullptr;
 
 }  // namespace zvrt

@@ -7,15 +7,15 @@
 namespace zvrt {
 
 // significand / 10^places.
-struct PlainNumber {
+struct ShortDecimal {
   std::int64_t significand;  // of 15 digits at most; 0 where the text is no such number, or is zero
   std::int64_t places;
 };
 
 // Reads no page that the text does not reach. Null on processors without a kernel.
-using PlainReader = PlainNumber (*)(const void* text);
-extern const PlainReader read_plain_number;
+using ShortDecimalReader = ShortDecimal (*)(const void* text);
+extern const ShortDecimalReader read_short_decimal;
 
-PlainNumber read_plain_sse41(const void* text);
+ShortDecimal read_short_decimal_sse41(const void* text);
 
 }  // namespace zvrt

@@ -167,19 +167,19 @@ constexpr auto exact_powers = [] {
   return powers;
 }();
 
-bool is_short(std::uint64_t significand, std::int64_t exponent) {
+bool has_exact_operands(std::uint64_t significand, std::int64_t exponent) {
   return significand <= greatest_exact_significand && exponent >= -greatest_exact_power &&
          exponent <= greatest_exact_power;
 }
 
-double plain_double(const PlainNumber& number) {
+double short_decimal_value(const ShortDecimal& number) {
   return static_cast<double>(number.significand) / exact_powers[static_cast<std::size_t>(number.places)];
 }
 
-double short_double(std::uint64_t significand, std::int64_t exponent) {
-  const auto whole = static_cast<double>(static_cast<std::int64_t>(significand));
-  return exponent < 0 ? whole / exact_powers[static_cast<std::size_t>(-exponent)]
-                      : whole * exact_powers[static_cast<std::size_t>(exponent)];
+double exact_quotient_or_product(std::uint64_t significand, std::int64_t exponent) {
+  const auto integer = static_cast<double>(static_cast<std::int64_t>(significand));
+  return exponent < 0 ? integer / exact_powers[static_cast<std::size_t>(-exponent)]
+                      : integer * exact_powers[static_cast<std::size_t>(exponent)];
 }
 
 // Any number of digits: those that can matter go through the language's own reader, an odd one behind them stands for
@@ -253,8 +253,8 @@ std::uint64_t double_bits(const std::byte* text, const Parts& parts) {
   if (parts.digit_count > certain_to_fit && parts.digit_count - leading_zeros(parts) > certain_to_fit) {
     return long_double_bits(text);
   }
-  if (is_short(parts.significand, parts.exponent)) {
-    return std::bit_cast<std::uint64_t>(short_double(parts.significand, parts.exponent));
+  if (has_exact_operands(parts.significand, parts.exponent)) {
+    return std::bit_cast<std::uint64_t>(exact_quotient_or_product(parts.significand, parts.exponent));
   }
   if (parts.significand == 0) return 0;
   const Rounded nearest = nearest_double(parts.significand, parts.exponent);
@@ -294,9 +294,9 @@ Status read(const Call& call) {
     *call.outLen = size;
     return ZVRT_RC_OK;
   };
-  if (read_plain_number != nullptr) {  // in which no number is outside either type's range
-    const PlainNumber plain = read_plain_number(call.src);
-    if (plain.significand != 0) return accept(static_cast<Float>(plain_double(plain)));
+  if (read_short_decimal != nullptr) {  // in which no number is outside either type's range
+    const ShortDecimal short_decimal = read_short_decimal(call.src);
+    if (short_decimal.significand != 0) return accept(static_cast<Float>(short_decimal_value(short_decimal)));
   }
   const double value = read_double(call.src);
   const auto result = static_cast<Float>(value);

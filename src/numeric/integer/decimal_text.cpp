@@ -47,16 +47,16 @@ const std::uint64_t decimal_powers[longest_decimal] = {
 };
 
 std::int32_t write_decimal(std::uint64_t magnitude, bool negative, void* dst, std::int32_t capacity) {
-  Wide whole[longest_decimal];  // a text that is to be truncated is written here first
+  Wide complete[longest_decimal];  // a text that is to be truncated is written here first
   const std::int32_t length = count_digits(magnitude) + (negative ? 1 : 0);
   const bool fits = length < capacity;
-  auto* const text = static_cast<std::byte*>(fits ? dst : whole);
+  auto* const text = static_cast<std::byte*>(fits ? dst : complete);
   auto* at = text + static_cast<std::ptrdiff_t>(length) * 4;
   if (fits) store(at, 0, Wide{0});
   for (; magnitude >= 10; magnitude /= 100) store(at -= sizeof(Pair), 0, digit_pairs[magnitude % 100]);
   if (magnitude > 0) store(at - sizeof(Wide), 0, '0' + static_cast<Wide>(magnitude));
   if (negative) store(text, 0, Wide{'-'});
-  if (!fits) copy_units<Wide>(dst, whole, capacity);
+  if (!fits) copy_units<Wide>(dst, complete, capacity);
   return length;
 }
 
@@ -65,7 +65,8 @@ ZVRT_WRAPS Digits read_digits(const void* text) {
   for (std::size_t at = 0;; ++at) {
     const Wide character = load<Wide>(text, at);
     const Wide digit = character - '0';
-    if (digit > 9) return {value, static_cast<std::int64_t>(at), character == 0 ? Reading::whole : Reading::stray};
+    if (digit > 9)
+      return {value, static_cast<std::int64_t>(at), character == 0 ? Reading::complete : Reading::invalid_character};
     value = value * 10 + digit;
   }
 }

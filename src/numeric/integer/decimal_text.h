@@ -23,9 +23,9 @@ extern const std::uint64_t decimal_powers[longest_decimal];
 std::int32_t write_decimal(std::uint64_t magnitude, bool negative, void* dst, std::int32_t capacity);
 
 enum class Reading : std::uint8_t {
-  whole,   // nothing but digits before the terminator
-  stray,   // a character that is not a digit
-  passed,  // not looked into: a fast version leaves this text to the definition
+  complete,           // nothing but digits before the terminator
+  invalid_character,  // a character that is not a digit
+  not_attempted,      // not looked into: a fast version leaves this text to the definition
 };
 
 struct Digits {

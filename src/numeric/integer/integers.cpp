@@ -8,7 +8,7 @@ namespace zvrt {
 
 namespace {
 
-struct PlainKernel {
+struct BaselineKernel {
   static std::int32_t write(std::uint64_t magnitude, bool negative, void* dst, std::int32_t capacity) {
     return write_decimal(magnitude, negative, dst, capacity);
   }
@@ -20,10 +20,10 @@ struct PlainKernel {
 
 }  // namespace
 
-const IntegerConversions plain_integers = conversions_by<PlainKernel>;
+const IntegerConversions integers_baseline = conversions_by<BaselineKernel>;
 
 const IntegerConversions integers = *choose_version(Versions<const IntegerConversions>{
-    .baseline = &plain_integers, .sse41 = &sse41_integers, .avx512 = &avx512_integers});
+    .baseline = &integers_baseline, .sse41 = &integers_sse41, .avx512 = &integers_avx512});
 
 Status terminate_full(void* dst, std::int32_t length, std::int32_t capacity) {
   return terminate<Wide>(TerminatorRule::wide, dst, length, capacity);

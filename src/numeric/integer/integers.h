@@ -35,9 +35,9 @@ template <class Int>
 constexpr std::size_t type_index = static_cast<std::size_t>(std::countr_zero(sizeof(Int))) * 2 + std::is_signed_v<Int>;
 
 // The version that takes every text and runs on every processor, and the faster ones.
-extern const IntegerConversions plain_integers;
-extern const IntegerConversions sse41_integers;
-extern const IntegerConversions avx512_integers;
+extern const IntegerConversions integers_baseline;
+extern const IntegerConversions integers_sse41;
+extern const IntegerConversions integers_avx512;
 
 // Text that fills its room or exceeds it; in the rare case only, and compiled for every processor.
 Status terminate_full(void* dst, std::int32_t length, std::int32_t capacity);
@@ -70,9 +70,9 @@ ZVRT_WRAPS Status parse_by(const void* src, std::int32_t* srcLen, void* dst, std
   const bool negative = std::is_signed_v<Int> && load<Wide>(src) == '-';
   const std::uint32_t sign = negative ? 1 : 0;
   const Digits digits = Kernel::template read<Accumulator>(static_cast<const std::byte*>(src) + sign * sizeof(Wide));
-  if (digits.reading != Reading::whole) [[unlikely]] {
-    if (digits.reading == Reading::stray) return ZVRT_RC_INVALID_INTEGER;
-    return plain_integers.parse[type_index<Int>](src, srcLen, dst, dstSize, outLen, fldDef);
+  if (digits.reading != Reading::complete) [[unlikely]] {
+    if (digits.reading == Reading::invalid_character) return ZVRT_RC_INVALID_INTEGER;
+    return integers_baseline.parse[type_index<Int>](src, srcLen, dst, dstSize, outLen, fldDef);
   }
   // Negated without a branch, which mixed signs would make unpredictable.
   const auto magnitude = static_cast<Accumulator>(digits.value);

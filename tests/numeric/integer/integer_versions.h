@@ -17,9 +17,9 @@ struct Version {
 };
 
 inline std::vector<Version> versions() {
-  std::vector<Version> all{{"plain", &zvrt::plain_integers}};
-  if (zvrt::cpu_level() >= zvrt::CpuLevel::sse41) all.push_back({"sse41", &zvrt::sse41_integers});
-  if (zvrt::cpu_level() >= zvrt::CpuLevel::avx512) all.push_back({"avx512", &zvrt::avx512_integers});
+  std::vector<Version> all{{"plain", &zvrt::integers_baseline}};
+  if (zvrt::cpu_level() >= zvrt::CpuLevel::sse41) all.push_back({"sse41", &zvrt::integers_sse41});
+  if (zvrt::cpu_level() >= zvrt::CpuLevel::avx512) all.push_back({"avx512", &zvrt::integers_avx512});
   return all;
 }
 

@@ -146,20 +146,20 @@ ZVRT_INLINED bool decode_step(const char* src, Bound bound, char* dst, std::size
   // The last character may go on behind a block that is full.
   std::size_t stop = text == step_bytes ? highest_bit(leads) : text;
   leads &= first(stop);
-  const std::size_t whole = count_of(leads);
+  const std::size_t complete = count_of(leads);
   const Characters characters = locate(bytes, lead_bytes);
   const Mask long_forms = _mm512_cmpge_epu8_mask(bytes, repeat8(0xE0)) & inside;
   // Where there may be pairs, as many characters are tried as fit even so; the next step tries the others.
   const bool pairs = Out::has_pairs && (_mm512_cmpge_epu8_mask(bytes, repeat8(0xF0)) & inside) != 0;
-  const std::size_t tried = least(whole, pairs ? left / 2 : left);
+  const std::size_t tried = least(complete, pairs ? left / 2 : left);
   const Decoded done =
       long_forms == 0 ? store_short_forms<Out>(characters, tried, out) : store_any<Out>(characters, tried, out);
-  // `whole` counts the bits of a mask, so that fewer are below 64.
-  if (done.characters != whole) [[unlikely]]  // NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult)
+  // `complete` counts the bits of a mask, so that fewer are below 64.
+  if (done.characters != complete) [[unlikely]]  // NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult)
     stop = lowest_bit(_pdep_u64(Mask{1} << done.characters, leads));
   progress.read += stop;
   progress.written += done.units;
-  if (pairs && tried < whole && done.characters == tried) return tried != 0;
+  if (pairs && tried < complete && done.characters == tried) return tried != 0;
   return stop != 0 && text >= readable && bound.goes_on(progress.read);
 }
 

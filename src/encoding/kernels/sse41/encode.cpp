@@ -254,8 +254,8 @@ ZVRT_INLINED Progress encode_prefix(const void* src, Source source, char* dst, s
     const Units units = source.units(text, read);
     Step step = classify(units);
     const Lengths& lengths = step.lengths;
-    const bool is_whole = lengths.inside == all_of_block;
-    if (writes && is_whole && lengths.from_two == 0 && capacity - written >= block_bytes) {
+    const bool is_full = lengths.inside == all_of_block;
+    if (writes && is_full && lengths.from_two == 0 && capacity - written >= block_bytes) {
       store_block(dst + written, step.bytes);
       read += step_units;
       written += block_bytes;

@@ -98,29 +98,29 @@ std::uint32_t stored_lanes(std::int32_t length, std::int32_t capacity) {
 
 // ---- reading -------------------------------------------------------------------------------------------------------
 
-std::uint32_t strays_in(const Constants& all, __m512i digits) {
+std::uint32_t non_digits(const Constants& all, __m512i digits) {
   return _cvtmask16_u32(_mm512_cmpgt_epu32_mask(digits, load_block(all.nine)));
 }
 
-Reading reading_that_ends(const void* text, std::uint32_t at) {
-  return load<Wide>(text, at) == 0 ? Reading::whole : Reading::stray;
+Reading reading_up_to(const void* text, std::uint32_t at) {
+  return load<Wide>(text, at) == 0 ? Reading::complete : Reading::invalid_character;
 }
 
 // Up to 15 digits.
 Digits read_block(const void* text) {
   const Constants& all = constants();
   const __m512i digits = _mm512_sub_epi32(load_block(text), load_block(all.zero));
-  const std::uint32_t strays = strays_in(all, digits);
-  if (strays == 0) [[unlikely]]
-    return {0, 0, Reading::passed};
-  const std::uint32_t end = _tzcnt_u32(strays);
+  const std::uint32_t others = non_digits(all, digits);
+  if (others == 0) [[unlikely]]
+    return {0, 0, Reading::not_attempted};
+  const std::uint32_t end = _tzcnt_u32(others);
   const __m128i right_aligned = _mm512_castsi512_si128(
       _mm512_permutex2var_epi8(digits, load_block(all.to_the_right + 16 + end), _mm512_setzero_si512()));
   const __m128i twos = _mm_maddubs_epi16(right_aligned, load_quarter(all.to_two_digits));
   const __m128i fours = _mm_madd_epi16(twos, load_quarter(all.to_four_digits));
   const __m128i eights = _mm_madd_epi16(_mm_packus_epi32(fours, fours), load_quarter(all.to_eight_digits));
   const auto halves = static_cast<std::uint64_t>(_mm_cvtsi128_si64(eights));
-  return {(halves & 0xFFFFFFFF) * hundred_million + (halves >> 32), end, reading_that_ends(text, end)};
+  return {(halves & 0xFFFFFFFF) * hundred_million + (halves >> 32), end, reading_up_to(text, end)};
 }
 
 // Up to 23 digits.
@@ -128,11 +128,11 @@ ZVRT_WRAPS Digits read_block_and_half(const void* text) {
   const Constants& all = constants();
   const __m512i digits = _mm512_sub_epi32(load_block(text), load_block(all.zero));
   const __m256i more = _mm256_sub_epi32(load_half(static_cast<const std::byte*>(text) + 64), load_half(all.zero));
-  const std::uint32_t more_strays = _cvtmask8_u32(_mm256_cmpgt_epu32_mask(more, load_half(all.nine)));
-  const std::uint32_t strays = strays_in(all, digits) | more_strays << 16;
-  if (strays == 0) [[unlikely]]
-    return {0, 0, Reading::passed};
-  const std::uint32_t end = _tzcnt_u32(strays);
+  const std::uint32_t more_others = _cvtmask8_u32(_mm256_cmpgt_epu32_mask(more, load_half(all.nine)));
+  const std::uint32_t others = non_digits(all, digits) | more_others << 16;
+  if (others == 0) [[unlikely]]
+    return {0, 0, Reading::not_attempted};
+  const std::uint32_t end = _tzcnt_u32(others);
   const __m256i right_aligned = _mm512_castsi512_si256(
       _mm512_permutex2var_epi8(digits, load_block(all.to_the_right + end), _mm512_zextsi256_si512(more)));
   const __m256i twos = _mm256_maddubs_epi16(right_aligned, load_half(all.to_two_digits));
@@ -142,7 +142,7 @@ ZVRT_WRAPS Digits read_block_and_half(const void* text) {
   const auto lower = static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm256_extracti128_si256(eights, 1)));
   const std::uint64_t value =
       ((upper >> 32) * hundred_million + (lower & 0xFFFFFFFF)) * hundred_million + (lower >> 32);
-  return {value, end, reading_that_ends(text, end)};
+  return {value, end, reading_up_to(text, end)};
 }
 
 struct Avx512Kernel {
@@ -182,13 +182,13 @@ struct Avx512Kernel {
   static Digits read(const void* text) {
     constexpr bool is_wide = sizeof(Accumulator) == 8;
     if (!may_read_ahead(text, is_wide ? 96 : 64)) [[unlikely]]
-      return {0, 0, Reading::passed};
+      return {0, 0, Reading::not_attempted};
     return is_wide ? read_block_and_half(text) : read_block(text);
   }
 };
 
 }  // namespace
 
-const IntegerConversions avx512_integers = conversions_by<Avx512Kernel>;
+const IntegerConversions integers_avx512 = conversions_by<Avx512Kernel>;
 
 }  // namespace zvrt

@@ -102,8 +102,8 @@ __m128i eight_characters(const std::byte* text) {
 
 // How many of sixteen bytes are digits before the first that is none.
 std::int32_t count_leading_digits(__m128i bytes) {
-  const __m128i stray = _mm_cmpeq_epi8(_mm_max_epu8(bytes, _mm_set1_epi8(10)), bytes);
-  return __builtin_ctz(static_cast<unsigned>(_mm_movemask_epi8(stray)) | 1U << 16);
+  const __m128i others = _mm_cmpeq_epi8(_mm_max_epu8(bytes, _mm_set1_epi8(10)), bytes);
+  return __builtin_ctz(static_cast<unsigned>(_mm_movemask_epi8(others)) | 1U << 16);
 }
 
 // The number that the first so many digits make.
@@ -112,22 +112,22 @@ std::uint64_t join_leading_digits(__m128i digits, std::int32_t count) {
 }
 
 Digits digits_up_to(const std::byte* text, std::uint64_t value, std::int32_t count) {
-  const bool whole = load<Wide>(text, static_cast<std::size_t>(count)) == 0;
-  return {value, count, whole ? Reading::whole : Reading::stray};
+  const bool complete = load<Wide>(text, static_cast<std::size_t>(count)) == 0;
+  return {value, count, complete ? Reading::complete : Reading::invalid_character};
 }
 
-constexpr Digits passed{0, 0, Reading::passed};
+constexpr Digits not_attempted{0, 0, Reading::not_attempted};
 
 // The 17th digit and up to six more.
 ZVRT_WRAPS Digits read_on(const std::byte* text, std::uint64_t head) {
   static constexpr std::uint64_t powers[] = {1, 10, 100, 1'000, 10'000, 100'000, 1'000'000, 10'000'000};
   if (!may_read_ahead(text + 64, 32)) [[unlikely]]
-    return passed;
+    return not_attempted;
   const __m128i tail = eight_characters(text + 64);
   const __m128i digits = _mm_packs_epi16(tail, tail);
   const std::int32_t count = count_leading_digits(digits);
   if (count >= 8) [[unlikely]]
-    return passed;
+    return not_attempted;
   return digits_up_to(text, head * powers[count] + join_leading_digits(digits, count), 16 + count);
 }
 
@@ -148,20 +148,20 @@ struct Sse41Kernel {
   static Digits read(const void* src) {
     const auto* const text = static_cast<const std::byte*>(src);
     if (!may_read_ahead(text, 64)) [[unlikely]]
-      return passed;
+      return not_attempted;
     const __m128i digits = _mm_packs_epi16(eight_characters(text), eight_characters(text + 32));
     const std::int32_t count = count_leading_digits(digits);
     if (count < 16) return digits_up_to(text, join_leading_digits(digits, count), count);
     if constexpr (sizeof(Accumulator) == 8) {
       return read_on(text, join_leading_digits(digits, count));
     } else {
-      return passed;
+      return not_attempted;
     }
   }
 };
 
 }  // namespace
 
-const IntegerConversions sse41_integers = conversions_by<Sse41Kernel>;
+const IntegerConversions integers_sse41 = conversions_by<Sse41Kernel>;
 
 }  // namespace zvrt

@@ -40,8 +40,8 @@ std::uint32_t equal(Block bytes, char value) { return bits_of(_mm_cmpeq_epi8(byt
 
 }  // namespace
 
-ZVRT_WRAPS PlainNumber read_plain_sse41(const void* text) {
-  constexpr PlainNumber none{0, 0};
+ZVRT_WRAPS ShortDecimal read_short_decimal_sse41(const void* text) {
+  constexpr ShortDecimal none{0, 0};
   if (!may_read_ahead(text, lanes * sizeof(Wide))) [[unlikely]]
     return none;
   const auto four = [text](std::uint32_t index) {
