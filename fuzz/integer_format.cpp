@@ -26,7 +26,7 @@ void zvrt_fuzz::check(Input input) {
     };
     if (is_short(parts[1]) && is_short(parts[2])) length = print(expected, sizeof expected, format.c_str(), value);
   }
-  ASSERT_EQ(formatted.valid, length >= 0 && length <= zvrt::FormattedInteger::longest) << format << " of " << value;
+  ASSERT_EQ(formatted.valid, length >= 0 && length <= zvrt::FormattedInteger::max_length) << format << " of " << value;
   if (!formatted.valid) return;
   ASSERT_EQ(std::string(formatted.text, static_cast<std::size_t>(formatted.length)), expected) << format;
 }

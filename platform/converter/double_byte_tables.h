@@ -44,7 +44,7 @@ struct DoubleByteTables {
 // A character is written once the next one is known to be written too. So many go at once as fit if all of them are
 // long, which leaves nothing but the page to stop at; then again with the room that is left.
 inline EncodedPrefix DoubleByteTables::encode_prefix(WideText source, ByteDestination destination) const {
-  constexpr std::size_t longest = 4;
+  constexpr std::size_t max_length = 4;
   const ReverseTable::View table = code_of.view();  // by value: what is stored through a byte pointer may not change it
   std::size_t done = narrow_ascii_blocks(ascii, source, destination);
   unsigned char* to = destination.data() + done;
@@ -52,7 +52,7 @@ inline EncodedPrefix DoubleByteTables::encode_prefix(WideText source, ByteDestin
   if (done == source.count) return {done, done};
   Code code = table[source[done]];
   while (code != no_code) {
-    const std::size_t fitting = static_cast<std::size_t>(end - to) / longest;
+    const std::size_t fitting = static_cast<std::size_t>(end - to) / max_length;
     const std::size_t stop = done + std::min(source.count - done, fitting);
     if (done + 1 >= stop) break;
     for (; done + 1 < stop; ++done) {

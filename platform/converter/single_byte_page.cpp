@@ -44,8 +44,8 @@ void SingleBytePage::lay_out_for_kernels() {
     tables_.high_half[byte] = static_cast<unsigned char>(character == undefined ? 0xFF : character >> 8);
     if (character != undefined && character > 0xFF) ++members[character >> 8];
   }
-  const auto* const most = std::ranges::max_element(members);
-  tables_.other_window_number = static_cast<std::uint32_t>(most - members.data());
+  const auto* const fullest = std::ranges::max_element(members);
+  tables_.other_window_number = static_cast<std::uint32_t>(fullest - members.data());
   const auto fill = [&](unsigned char(&window)[256], std::uint32_t number) {
     for (std::uint32_t i = 0; i < 256; ++i) {
       const Code code = tables_.code_of[number << 8 | i];

@@ -11,7 +11,7 @@ constexpr Decoded offending{0, 0};
 // The number of leading ones of the first byte is the length; the least character of a length excludes overlong forms.
 Decoded read(const unsigned char* text, std::size_t available) {
   if (text[0] < 0x80) return {text[0], 1};
-  constexpr char32_t least_of_length[] = {0, 0, 0x80, 0x800, 0x10000};
+  constexpr char32_t min_of_length[] = {0, 0, 0x80, 0x800, 0x10000};
   const auto length = static_cast<std::size_t>(std::countl_one(text[0]));
   if (length < 2 || length > 4 || length > available) return offending;
   char32_t character = text[0] & (0x7FU >> length);
@@ -19,7 +19,7 @@ Decoded read(const unsigned char* text, std::size_t available) {
     if ((text[i] & 0xC0) != 0x80) return offending;
     character = character << 6 | (text[i] & 0x3FU);
   }
-  if (character < least_of_length[length] || !is_scalar_value(character)) return offending;
+  if (character < min_of_length[length] || !is_scalar_value(character)) return offending;
   return {character, length};
 }
 

@@ -60,7 +60,7 @@ struct PrefixedKind {
   static constexpr TerminatorRule terminator_rule = TerminatorRule::fixed;
   static constexpr bool carries_length = true;
   static constexpr bool is_terminated = false;
-  static constexpr std::int32_t longest = units_in<Unit>(32767);  // readers take the prefix as signed
+  static constexpr std::int32_t max_units = units_in<Unit>(32767);  // readers take the prefix as signed
 
   static Text<Unit> measure(const Call& call) {
     const auto* bytes = static_cast<const std::byte*>(call.src);
@@ -68,7 +68,7 @@ struct PrefixedKind {
   }
   // The destination has room for its header: drivers refuse a smaller one first.
   static Destination<Unit> destination(const Call& call) {
-    return {static_cast<std::byte*>(call.dst) + header, std::min(units_in<Unit>(call.dstSize - header), longest)};
+    return {static_cast<std::byte*>(call.dst) + header, std::min(units_in<Unit>(call.dstSize - header), max_units)};
   }
   static std::uint32_t reported(std::int64_t units) { return bytes_of<PrefixedKind>(units); }
 };

@@ -136,8 +136,8 @@ Status read(const Call& call) {
   if (const Status status = refused<ZVRTTS>(call); status != ZVRT_RC_OK) return status;
   const auto text = From::measure(call);
   if (text.count == 0) return ZVRT_RC_INVALID_PARAM;
-  constexpr std::int32_t longest = INT32_MAX / 4 - 1;  // whose size can be told in bytes
-  if (text.count > longest) return source.no_memory;
+  constexpr std::int32_t max_chars = INT32_MAX / 4 - 1;  // whose size can be told in bytes
+  if (text.count > max_chars) return source.no_memory;
   Scratch<Wide, usual_length> wide(static_cast<std::uint64_t>(text.count) + 1);
   if (wide.get() == nullptr) return source.no_memory;
 

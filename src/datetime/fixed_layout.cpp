@@ -18,9 +18,9 @@ class FixedLayout {
   FixedLayout(std::byte* dst, std::int32_t capacity)
       : begin_(dst), at_(dst), last_(dst + static_cast<std::size_t>(capacity - 1) * sizeof(Unit)) {}
 
-  template <std::int32_t least>
+  template <std::int32_t min_digits>
   bool part(std::int32_t value, char separator) {
-    const std::int32_t count = put_number<Unit, least>(at_, last_, value);
+    const std::int32_t count = put_number<Unit, min_digits>(at_, last_, value);
     if (count == 0) return false;
     store(at_, static_cast<std::size_t>(count), static_cast<Unit>(separator));
     at_ += static_cast<std::size_t>(count + 1) * sizeof(Unit);

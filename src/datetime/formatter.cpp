@@ -117,11 +117,11 @@ class Formatter {
 
   // Too little room for the element's own width is a truncation, too little for the digits there really are, and the
   // terminator, a failure.
-  template <std::int32_t least>
+  template <std::int32_t min_digits>
   Status number(std::int32_t value) {
-    const std::int32_t count = put_number<Wide, least>(at_, last_, value);
+    const std::int32_t count = put_number<Wide, min_digits>(at_, last_, value);
     if (count == 0) [[unlikely]]
-      return last_ - at_ < (least - 1) * unit ? ZVRT_RC_TRUNCATED : ZVRT_RC_ERROR;
+      return last_ - at_ < (min_digits - 1) * unit ? ZVRT_RC_TRUNCATED : ZVRT_RC_ERROR;
     advance(count);
     return ZVRT_RC_OK;
   }

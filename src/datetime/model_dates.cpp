@@ -12,14 +12,14 @@ namespace zvrt {
 namespace {
 
 // Entries of a tokenised model are counted in 16 bits, the end entry included.
-constexpr std::size_t longest_model = 32766;
+constexpr std::size_t max_model_length = 32766;
 constexpr std::size_t usual_model = 127, usual_text = 511;
 
 // Tokenises the model and reads a date by `read`, which is handed the field descriptor that carries it.
 template <class Read>
 Status read_by_own_model(DateWithModel& date, Read read) {
-  const std::size_t length = wcsnlen(date.modelText, longest_model + 1);
-  if (length > longest_model) return ZVRT_RC_INVALID_FORMAT;
+  const std::size_t length = wcsnlen(date.modelText, max_model_length + 1);
+  if (length > max_model_length) return ZVRT_RC_INVALID_FORMAT;
   Scratch<FmtCode, usual_model + 1> codes(length + 1);
   if (codes.get() == nullptr) return ZVRT_RC_ERROR;
   DtKind kind = ZVRT_DT_DATE;

@@ -50,31 +50,31 @@ std::ptrdiff_t units_between(const std::byte* at, const std::byte* last) {
 // Any number. Returns the characters written, 0 where they and a terminator do not fit.
 template <class Unit>
 ZVRT_WRAPS [[gnu::noinline]] std::int32_t put_any_number(std::byte* at, const std::byte* last, std::int32_t value,
-                                                         std::int32_t least) {
-  constexpr std::int32_t longest = 11;  // a sign and ten digits
-  std::array<Unit, longest> text;
-  std::int32_t first = longest;
+                                                         std::int32_t min_digits) {
+  constexpr std::int32_t max_length = 11;  // a sign and ten digits
+  std::array<Unit, max_length> text;
+  std::int32_t first = max_length;
   std::uint32_t magnitude = value < 0 ? 0U - static_cast<std::uint32_t>(value) : static_cast<std::uint32_t>(value);
-  const std::int32_t padded = longest - least;
+  const std::int32_t padded = max_length - min_digits;
   for (; magnitude != 0 || first > padded; magnitude /= 10) {
     text[static_cast<std::size_t>(--first)] = static_cast<Unit>('0' + magnitude % 10);
   }
   if (value < 0) text[static_cast<std::size_t>(--first)] = '-';
-  const std::int32_t length = longest - first;
+  const std::int32_t length = max_length - first;
   if (length > units_between<Unit>(at, last)) return 0;
   copy_units<Unit>(at, text.data() + first, length);
   return length;
 }
 
 // The same, quick where the least digits are enough and fit.
-template <class Unit, std::int32_t least>
+template <class Unit, std::int32_t min_digits>
 inline std::int32_t put_number(std::byte* at, const std::byte* last, std::int32_t value) {
   const auto number = static_cast<std::uint32_t>(value);
-  if (number >= power_of_ten(least) || last - at < least * std::ptrdiff_t{sizeof(Unit)}) [[unlikely]] {
-    return put_any_number<Unit>(at, last, value, least);
+  if (number >= power_of_ten(min_digits) || last - at < min_digits * std::ptrdiff_t{sizeof(Unit)}) [[unlikely]] {
+    return put_any_number<Unit>(at, last, value, min_digits);
   }
-  put_digits<Unit, least>(at, number);
-  return least;
+  put_digits<Unit, min_digits>(at, number);
+  return min_digits;
 }
 
 }  // namespace zvrt

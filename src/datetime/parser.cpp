@@ -29,8 +29,8 @@ struct DigitRun {
 
 // The longest run of at most so many characters: reading more than that is refused, reading just those is not.
 [[gnu::noinline]] DigitRun read_digits(const std::byte* text, std::uint32_t limit) {
-  const auto most = static_cast<std::int32_t>(std::min(limit, static_cast<std::uint32_t>(INT32_MAX)));
-  NumberRun run = read_run(text, 0, most);
+  const auto max_chars = static_cast<std::int32_t>(std::min(limit, static_cast<std::uint32_t>(INT32_MAX)));
+  NumberRun run = read_run(text, 0, max_chars);
   const bool refused = !run.valid;
   if (refused) run = read_run(text, 0, run.end);
   return {static_cast<std::uint32_t>(run.value), static_cast<std::uint32_t>(run.end), refused};

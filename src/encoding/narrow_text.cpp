@@ -10,8 +10,8 @@ namespace {
 
 // A service may be handed no more than it can count in bytes.
 std::int32_t within_service(std::int32_t units) {
-  constexpr std::int32_t most = INT32_MAX / 4;
-  return std::min(units, most);
+  constexpr std::int32_t max_units = INT32_MAX / 4;
+  return std::min(units, max_units);
 }
 
 std::int32_t written_of(std::uint32_t count, std::int32_t capacity) {

@@ -8,9 +8,9 @@ namespace zvrt {
 
 namespace {
 
-constexpr std::size_t longest = std::numeric_limits<std::int32_t>::max();
+constexpr std::size_t max_length = std::numeric_limits<std::int32_t>::max();
 
-std::int32_t counted(std::size_t length) { return static_cast<std::int32_t>(std::min(length, longest)); }
+std::int32_t counted(std::size_t length) { return static_cast<std::int32_t>(std::min(length, max_length)); }
 
 bool is_aligned(const void* wide_text) { return reinterpret_cast<std::uintptr_t>(wide_text) % alignof(wchar_t) == 0; }
 
@@ -27,7 +27,7 @@ std::int32_t length_of(const char* text) { return counted(std::strlen(text)); }
 
 std::int32_t length_of(const void* wide_text) {
   if (is_aligned(wide_text)) return counted(std::wcslen(static_cast<const wchar_t*>(wide_text)));
-  return counted(scan(wide_text, longest));
+  return counted(scan(wide_text, max_length));
 }
 
 std::int32_t length_within(const char* text, std::int32_t limit) {
@@ -36,9 +36,9 @@ std::int32_t length_within(const char* text, std::int32_t limit) {
 
 std::int32_t length_within(const void* wide_text, std::int32_t limit) {
   if (limit <= 0) return 0;
-  const auto most = static_cast<std::size_t>(limit);
-  return static_cast<std::int32_t>(is_aligned(wide_text) ? wcsnlen(static_cast<const wchar_t*>(wide_text), most)
-                                                         : scan(wide_text, most));
+  const auto max_units = static_cast<std::size_t>(limit);
+  return static_cast<std::int32_t>(is_aligned(wide_text) ? wcsnlen(static_cast<const wchar_t*>(wide_text), max_units)
+                                                         : scan(wide_text, max_units));
 }
 
 }  // namespace zvrt

@@ -35,22 +35,22 @@ Base100 normalise(const std::uint8_t* pairs, std::int32_t count, std::int32_t sc
   while (first < last && digit(first) == 0) ++first;
 
   Base100 number;
-  number.count = std::min(last - first, Base100::most_digits);
+  number.count = std::min(last - first, Base100::max_digits);
   number.exponent = end - first - (scale + (shifted ? 1 : 0)) / 2 - 1;
   for (std::int32_t i = 0; i < number.count; ++i) number.digits[i] = digit(first + i);
   return number;
 }
 
 std::int32_t write_varnum(const Base100& number, bool negative, std::uint8_t* dst) {
-  if (number.count == 0 || number.exponent < least_exponent) return write_zero(dst);
+  if (number.count == 0 || number.exponent < min_varnum_exponent) return write_zero(dst);
   for (std::int32_t i = 0; i < number.count; ++i) {
     const int digit = number.digits[i];
     dst[varnum_header + i] = static_cast<std::uint8_t>(negative ? 101 - digit : digit + 1);
   }
   std::int32_t size = varnum_header + number.count;
-  if (negative && number.count < Base100::most_digits) dst[size++] = negative_end;
+  if (negative && number.count < Base100::max_digits) dst[size++] = negative_end;
   const std::int32_t exponent =
-      negative ? negative_exponent - number.exponent : 0x80 | (number.exponent - least_exponent);
+      negative ? negative_exponent - number.exponent : 0x80 | (number.exponent - min_varnum_exponent);
   dst[0] = static_cast<std::uint8_t>(size - 1);
   dst[1] = static_cast<std::uint8_t>(exponent);
   return size;

@@ -7,9 +7,9 @@ namespace zvrt {
 
 // A magnitude: digits[0] has the weight 100 to the power of the exponent. No digit at all is zero.
 struct Base100 {
-  static constexpr std::int32_t most_digits = 20;
+  static constexpr std::int32_t max_digits = 20;
 
-  std::uint8_t digits[most_digits];
+  std::uint8_t digits[max_digits];
   std::int32_t count;
   std::int32_t exponent;
 };
@@ -20,12 +20,12 @@ Base100 normalise(const std::uint8_t* pairs, std::int32_t count, std::int32_t sc
 
 // VARNUM: a byte that counts what follows, the exponent byte, the mantissa.
 constexpr std::int32_t varnum_header = 2;
-constexpr std::int32_t longest_varnum = varnum_header + Base100::most_digits;
-constexpr std::uint8_t zero_exponent = 0x80;     // the exponent byte of zero, alone
-constexpr std::int32_t positive_exponent = 193;  // of 100 to the power 0
-constexpr std::int32_t negative_exponent = 62;   // the same below zero, where exponents count downwards
-constexpr std::int32_t greatest_exponent = 62;   // what still has an exponent byte
-constexpr std::int32_t least_exponent = -65;     // below it numbers are zero
+constexpr std::int32_t max_varnum_size = varnum_header + Base100::max_digits;
+constexpr std::uint8_t zero_exponent = 0x80;       // the exponent byte of zero, alone
+constexpr std::int32_t positive_exponent = 193;    // of 100 to the power 0
+constexpr std::int32_t negative_exponent = 62;     // the same below zero, where exponents count downwards
+constexpr std::int32_t max_varnum_exponent = 62;   // what still has an exponent byte
+constexpr std::int32_t min_varnum_exponent = -65;  // below it numbers are zero
 
 // Writes the number and returns its size in bytes, at most longest_varnum.
 std::int32_t write_varnum(const Base100& number, bool negative, std::uint8_t* dst);

@@ -18,8 +18,8 @@ constexpr unsigned negative_sign = 0xD;
 constexpr unsigned unsigned_sign = 0xF;
 
 // Bounds of the search for a value whose length is not told.
-constexpr std::int64_t longest_skip = 44;    // leading zero bytes
-constexpr std::int64_t longest_search = 43;  // bytes examined for a sign; without one the next byte ends the value
+constexpr std::int64_t max_skip = 44;    // leading zero bytes
+constexpr std::int64_t max_search = 43;  // bytes examined for a sign; without one the next byte ends the value
 
 constexpr std::size_t usual_text = 1024;
 
@@ -37,14 +37,14 @@ bool ends_value(std::uint8_t byte) {
 Field find_field(const std::uint8_t* src) {
   std::int64_t skipped = 0;
   while (src[skipped] == 0) {
-    if (++skipped == longest_skip) return {src, 0};
+    if (++skipped == max_skip) return {src, 0};
   }
   const std::uint8_t* at = src + skipped;
   std::int64_t bytes = 0;
-  while (bytes < longest_search) {
+  while (bytes < max_search) {
     if (ends_value(at[bytes++])) return {at, bytes};
   }
-  return {at, longest_search + 1};
+  return {at, max_search + 1};
 }
 
 unsigned half_byte(const std::uint8_t* field, std::int64_t index) {

@@ -13,7 +13,7 @@ namespace zvrt {
 
 namespace {
 
-constexpr std::int32_t most_digit_characters = 266;
+constexpr std::int32_t max_digit_characters = 266;
 
 ZVRT_WRAPS bool is_digit(Wide character) { return character - '0' <= 9; }
 
@@ -31,7 +31,7 @@ Wide character_at(const void* text, std::int32_t index) {
 
 template <class Unit>
 Layout survey(const void* text, std::int32_t length) {
-  if (length > most_digit_characters + 1) return {0, false};
+  if (length > max_digit_characters + 1) return {0, false};
   std::int32_t point = length;
   for (std::int32_t i = 0; i < length; ++i) {
     const Wide character = character_at<Unit>(text, i);
@@ -40,13 +40,13 @@ Layout survey(const void* text, std::int32_t length) {
     point = i;
   }
   const std::int32_t digits = length - (point < length ? 1 : 0);
-  return {point, digits <= most_digit_characters};
+  return {point, digits <= max_digit_characters};
 }
 
 // Pairs the digits so that the point falls between two pairs: each side of it gets a zero at its far end where needed.
 template <class Unit>
 Base100 pair_up(const void* text, std::int32_t length, std::int32_t point) {
-  std::uint8_t pairs[most_digit_characters / 2 + 1];
+  std::uint8_t pairs[max_digit_characters / 2 + 1];
   std::int32_t count = 0;
   const auto digit = [text](std::int32_t index) {
     return static_cast<std::uint8_t>(character_at<Unit>(text, index) - '0');
@@ -98,16 +98,16 @@ Status from_varnum(const Call& call) {
 
 Status from_varnum_narrow(const Call& call) {
   report_size(call);
-  Wide text[longest_varnum_text + 1];
+  Wide text[max_varnum_text_length + 1];
   const auto* value = static_cast<const std::uint8_t*>(call.src);
-  const Rendered rendered = decimal_kernels.render_varnum(value, text, longest_varnum_text + 1);
+  const Rendered rendered = decimal_kernels.render_varnum(value, text, max_varnum_text_length + 1);
   return rendered.status == ZVRT_RC_OK ? encode_narrow(call, text) : rendered.status;
 }
 
 bool is_well_formed(const std::uint8_t* value) {
   const int follow = value[0];
   if (follow == 1) return value[1] == zero_exponent;
-  if (follow < 1 || follow >= longest_varnum || value[1] < 0x80) return false;
+  if (follow < 1 || follow >= max_varnum_size || value[1] < 0x80) return false;
   return std::all_of(value + varnum_header, value + follow + 1, [](int byte) { return byte >= 1 && byte <= 100; });
 }
 
@@ -119,8 +119,8 @@ Encoded encode_varnum(const void* text, std::uint8_t* dst, std::int32_t capacity
   const Layout layout = survey<Unit>(text, length);
   if (!layout.valid) return {length, 0};
   const Base100 number = pair_up<Unit>(text, length, layout.point);
-  if (number.count > 0 && number.exponent > greatest_exponent) return {length, 0};
-  std::uint8_t value[longest_varnum];
+  if (number.count > 0 && number.exponent > max_varnum_exponent) return {length, 0};
+  std::uint8_t value[max_varnum_size];
   const std::int32_t size = write_varnum(number, false, value);
   if (size <= capacity) std::memcpy(dst, value, static_cast<std::size_t>(size));
   return {length, size};

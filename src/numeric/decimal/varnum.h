@@ -11,7 +11,7 @@
 namespace zvrt {
 
 // The longest text, of a least exponent and a full mantissa: the point, the zeros and the digits behind it.
-constexpr std::int32_t longest_varnum_text = 1 + 2 * (-least_exponent - 1 + Base100::most_digits);
+constexpr std::int32_t max_varnum_text_length = 1 + 2 * (-min_varnum_exponent - 1 + Base100::max_digits);
 
 // The text of a value that is not negative; of any other, and of a malformed one, nothing and ZVRT_RC_ERROR.
 using RenderVarnum = Rendered(const std::uint8_t* value, void* dst, std::int32_t capacity);

@@ -6,7 +6,7 @@
 namespace zvrt {
 
 ExactDecimal::ExactDecimal(DoubleBits value, std::int32_t digits)
-    : digit_count_(std::min(digits, most_significant_digits)) {
+    : digit_count_(std::min(digits, max_significant_digits)) {
   const auto magnitude = std::bit_cast<double>(value.magnitude());
   char* const end = digits_ + sizeof digits_;
   // "d.ddde+xx", the point only where digits follow it

@@ -32,7 +32,7 @@ constexpr std::uint64_t ten_to_the(std::int32_t k) {
 }
 
 // The largest subnormals have this many significant digits, no double more.
-constexpr std::int32_t most_significant_digits = 767;
+constexpr std::int32_t max_significant_digits = 767;
 
 // A finite value's magnitude rounded to so many significant digits, halves to even, as narrow text.
 class ExactDecimal {
@@ -45,7 +45,7 @@ class ExactDecimal {
   std::int32_t exponent() const { return exponent_; }  // of the first digit
 
  private:
-  char digits_[most_significant_digits + 8];
+  char digits_[max_significant_digits + 8];
   std::int32_t digit_count_;
   std::int32_t exponent_ = 0;
 };

@@ -4,15 +4,15 @@ namespace zvrt {
 
 namespace {
 
-using ExponentTails = std::array<std::uint32_t, greatest_exponent - least_exponent + 1>;
+using ExponentTails = std::array<std::uint32_t, max_decimal_exponent - min_decimal_exponent + 1>;
 
 consteval ExponentTails make_exponent_tails() {
   ExponentTails tails{};
-  for (std::int32_t exponent = least_exponent; exponent <= greatest_exponent; ++exponent) {
+  for (std::int32_t exponent = min_decimal_exponent; exponent <= max_decimal_exponent; ++exponent) {
     const auto magnitude = static_cast<std::uint32_t>(exponent < 0 ? -exponent : exponent);
     const std::uint32_t sign = exponent < 0 ? U'-' : U'+';
     const std::uint32_t first = magnitude < 100 ? sign : '0' + magnitude / 100;
-    tails[static_cast<std::size_t>(exponent - least_exponent)] =
+    tails[static_cast<std::size_t>(exponent - min_decimal_exponent)] =
         first | ('0' + magnitude / 10 % 10) << 8 | ('0' + magnitude % 10) << 16;
   }
   return tails;

@@ -12,9 +12,9 @@
 namespace zvrt {
 
 // The end of the text with its terminator, by the exponent: "+dd\0" or "ddd\0".
-constexpr std::int32_t least_exponent = -324;
-constexpr std::int32_t greatest_exponent = 308;
-[[gnu::visibility("hidden")]] extern const std::array<std::uint32_t, greatest_exponent - least_exponent + 1>
+constexpr std::int32_t min_decimal_exponent = -324;
+constexpr std::int32_t max_decimal_exponent = 308;
+[[gnu::visibility("hidden")]] extern const std::array<std::uint32_t, max_decimal_exponent - min_decimal_exponent + 1>
     exponent_tails;
 
 // Sixteen digits of two numbers below 10^8, leading zeros included, a byte each: all lanes are split by 10^4, then by
@@ -51,7 +51,7 @@ inline void store_pair(std::byte* at, char first, char second) {
 inline void write_exponent(std::byte* at, std::int32_t exponent) {
   store_pair(at, 'E', exponent < 0 ? '-' : '+');
   at += (has_long_exponent(exponent) ? 2 : 1) * sizeof(Wide);
-  const std::uint32_t tail = exponent_tails[static_cast<std::size_t>(exponent - least_exponent)];
+  const std::uint32_t tail = exponent_tails[static_cast<std::size_t>(exponent - min_decimal_exponent)];
   const __m128i words = _mm_unpacklo_epi8(_mm_cvtsi32_si128(static_cast<int>(tail)), _mm_setzero_si128());
   store_block(at, _mm_unpacklo_epi16(words, _mm_setzero_si128()));
 }
@@ -60,7 +60,7 @@ inline void write_exponent(std::byte* at, std::int32_t exponent) {
 template <std::int32_t digits>
 struct ScientificText {
   static_assert(digits == 8 || digits == 17);
-  static constexpr std::int32_t longest = digits + 7;  // sign, point, E, sign of the exponent, three digits
+  static constexpr std::int32_t max_length = digits + 7;  // sign, point, E, sign of the exponent, three digits
 
   bool negative;
   Decimal value;

@@ -20,7 +20,7 @@ constexpr std::int32_t shown_digits = sizeof(Float) == sizeof(double) ? 17 : 8;
 template <class Float>
 [[gnu::noinline, gnu::cold]] Status write_truncated(DoubleBits value, void* dst, std::int32_t capacity) {
   const ScientificText<shown_digits<Float>> text(value);
-  Wide complete[text.longest + 1];
+  Wide complete[text.max_length + 1];
   text.write(reinterpret_cast<std::byte*>(complete));
   copy_units<Wide>(dst, complete, std::min(text.length(), capacity));
   return terminate<Wide>(TerminatorRule::wide, dst, text.length(), capacity);

@@ -49,8 +49,8 @@ struct LongNumber {
   }
 };
 
-using Powers = std::array<PowerOfTen, greatest_power - least_power + 1>;
-using DecadeStarts = std::array<std::uint64_t, greatest_decade - least_decade + 1>;
+using Powers = std::array<PowerOfTen, max_power - min_power + 1>;
+using DecadeStarts = std::array<std::uint64_t, max_decade - min_decade + 1>;
 
 struct Table {
   Powers powers{};
@@ -62,17 +62,17 @@ consteval Table make_table() {
   constexpr std::int32_t below = 256;  // bits below the units, so that even 5^0 has 128 leading bits
   LongNumber five_power;
   five_power.words[below / 64] = 1;
-  for (std::int32_t k = 0; k <= greatest_power; ++k, five_power.multiply_by_five()) {
-    table.powers[static_cast<std::size_t>(k - least_power)] = five_power.leading_bits();
+  for (std::int32_t k = 0; k <= max_power; ++k, five_power.multiply_by_five()) {
+    table.powers[static_cast<std::size_t>(k - min_power)] = five_power.leading_bits();
     if (log2_of_power(k) != five_power.bit_length() - 1 - below + k) table.logarithms_hold = false;
   }
   // 2^n / 5^-k: cutting off at every step gives the same as cutting off once.
   constexpr std::int32_t n = static_cast<std::int32_t>(LongNumber::size - 1) * 64;
   LongNumber reciprocal;
   reciprocal.words[LongNumber::size - 1] = 1;
-  for (std::int32_t k = -1; k >= least_power; --k) {
+  for (std::int32_t k = -1; k >= min_power; --k) {
     reciprocal.divide_by_five();
-    table.powers[static_cast<std::size_t>(k - least_power)] = reciprocal.leading_bits();
+    table.powers[static_cast<std::size_t>(k - min_power)] = reciprocal.leading_bits();
     if (log2_of_power(k) != reciprocal.bit_length() - 1 - n + k) table.logarithms_hold = false;
   }
   return table;
@@ -94,14 +94,14 @@ constexpr Table table = make_table();
 // Cuts the power off to the bits of a double and goes one up, unless nothing was cut off: 10^0 to 10^22 are doubles.
 consteval DecadeStarts make_decade_starts() {
   DecadeStarts starts{};
-  for (std::int32_t k = least_decade; k <= greatest_decade; ++k) {
+  for (std::int32_t k = min_decade; k <= max_decade; ++k) {
     const std::int32_t binary_exponent = log2_of_power(k);
     const std::int32_t below_normal = std::max(-1022 - binary_exponent, 0);
     const std::int32_t exponent_field = binary_exponent + below_normal + 1022;
     // The leading bit of a normal significand counts one up in the exponent field.
-    const std::uint64_t kept = table.powers[static_cast<std::size_t>(k - least_power)].high >> (11 + below_normal);
+    const std::uint64_t kept = table.powers[static_cast<std::size_t>(k - min_power)].high >> (11 + below_normal);
     const bool is_double = 0 <= k && k <= 22;
-    starts[static_cast<std::size_t>(k - least_decade)] =
+    starts[static_cast<std::size_t>(k - min_decade)] =
         (static_cast<std::uint64_t>(exponent_field) << 52) + kept + (is_double ? 0 : 1);
   }
   return starts;

@@ -21,20 +21,18 @@ struct PowerOfTen {
 
 // Rendering multiplies by up to 10^340 (a digit string of 17 from the smallest subnormal), reading by down to 10^-342
 // (19 digits that end up in the smallest subnormal).
-constexpr std::int32_t least_power = -342;
-constexpr std::int32_t greatest_power = 340;
-[[gnu::visibility("hidden")]] extern const std::array<PowerOfTen, greatest_power - least_power + 1> powers_of_ten;
+constexpr std::int32_t min_power = -342;
+constexpr std::int32_t max_power = 340;
+[[gnu::visibility("hidden")]] extern const std::array<PowerOfTen, max_power - min_power + 1> powers_of_ten;
 
-inline const PowerOfTen& power_of_ten(std::int32_t k) {
-  return powers_of_ten[static_cast<std::size_t>(k - least_power)];
-}
+inline const PowerOfTen& power_of_ten(std::int32_t k) { return powers_of_ten[static_cast<std::size_t>(k - min_power)]; }
 
 // The smallest double that reaches 10^k, as its bits, which order magnitudes as the values do.
-constexpr std::int32_t least_decade = -323;
-constexpr std::int32_t greatest_decade = 308;
-[[gnu::visibility("hidden")]] extern const std::array<std::uint64_t, greatest_decade - least_decade + 1> decade_starts;
+constexpr std::int32_t min_decade = -323;
+constexpr std::int32_t max_decade = 308;
+[[gnu::visibility("hidden")]] extern const std::array<std::uint64_t, max_decade - min_decade + 1> decade_starts;
 
-inline std::uint64_t decade_start(std::int32_t k) { return decade_starts[static_cast<std::size_t>(k - least_decade)]; }
+inline std::uint64_t decade_start(std::int32_t k) { return decade_starts[static_cast<std::size_t>(k - min_decade)]; }
 
 // 5^55 is the last power of five below 2^128.
 constexpr bool power_is_exact(std::int32_t k) { return 0 <= k && k <= 55; }

@@ -138,7 +138,7 @@ enum class Screening : std::uint8_t { refused, only_zeros, has_value };
 
 // The bits of the double nearest to significand * 10^exponent; the significand is not 0.
 Rounded nearest_double(std::uint64_t significand, std::int64_t exponent) {
-  if (exponent < least_power) return {0, true};  // with up to twenty digits that is below half the least double
+  if (exponent < min_power) return {0, true};  // with up to twenty digits that is below half the least double
   if (exponent > 308) return {infinity_bits, true};
   const auto power = static_cast<std::int32_t>(exponent);
   const std::int32_t leading_zeros = std::countl_zero(significand);
@@ -159,17 +159,16 @@ Rounded nearest_double(std::uint64_t significand, std::int64_t exponent) {
 
 // Two doubles that are exact give the nearest double to their product or quotient in one operation, which is quicker
 // than the product above for what most columns hold.
-constexpr std::int64_t greatest_exact_power = 22;
-constexpr std::uint64_t greatest_exact_significand = UINT64_C(1) << 53;
+constexpr std::int64_t max_exact_power = 22;
+constexpr std::uint64_t max_exact_significand = UINT64_C(1) << 53;
 constexpr auto exact_powers = [] {
-  std::array<double, greatest_exact_power + 1> powers{1};
+  std::array<double, max_exact_power + 1> powers{1};
   for (std::size_t k = 1; k < powers.size(); ++k) powers[k] = powers[k - 1] * 10;
   return powers;
 }();
 
 bool has_exact_operands(std::uint64_t significand, std::int64_t exponent) {
-  return significand <= greatest_exact_significand && exponent >= -greatest_exact_power &&
-         exponent <= greatest_exact_power;
+  return significand <= max_exact_significand && exponent >= -max_exact_power && exponent <= max_exact_power;
 }
 
 double short_decimal_value(const ShortDecimal& number) {
@@ -231,9 +230,9 @@ ZVRT_WRAPS [[gnu::noinline]] std::uint64_t long_double_bits(const std::byte* tex
       ++exponent;
     }
   }
-  const Rounded least = nearest_double(significand, exponent);
-  const Rounded greatest = nearest_double(significand + 1, exponent);
-  if (least.certain && greatest.certain && least.value == greatest.value) return least.value;
+  const Rounded lower = nearest_double(significand, exponent);
+  const Rounded upper = nearest_double(significand + 1, exponent);
+  if (lower.certain && upper.certain && lower.value == upper.value) return lower.value;
   return exact_double_bits(text);
 }
 

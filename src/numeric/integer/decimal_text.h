@@ -6,10 +6,10 @@
 
 namespace zvrt {
 
-constexpr std::int32_t longest_decimal = 20;  // digits of 2^64 - 1; a sign and the digits of 2^63
+constexpr std::int32_t max_decimal_length = 20;  // digits of 2^64 - 1; a sign and the digits of 2^63
 
 // 10^0 to 10^19.
-extern const std::uint64_t decimal_powers[longest_decimal];
+extern const std::uint64_t decimal_powers[max_decimal_length];
 
 // How many digits a number has; zero has none. The bits of a number times log10(2) are its digits, or one too few.
 [[gnu::always_inline]] inline std::int32_t count_digits(std::uint64_t magnitude) {

@@ -9,7 +9,7 @@ namespace zvrt {
 
 namespace {
 
-constexpr std::int32_t longest = FormattedInteger::longest;
+constexpr std::int32_t max_length = FormattedInteger::max_length;
 constexpr std::int32_t not_given = -1;
 
 // What stands between a percent sign and the letter of its conversion.
@@ -42,7 +42,7 @@ bool take_flag(char character, Directive& directive) {
 // A number of any length; what exceeds the longest text needs no exact value.
 std::int32_t take_number(const char*& at) {
   std::int32_t number = 0;
-  for (; *at >= '0' && *at <= '9'; ++at) number = std::min(number * 10 + (*at - '0'), longest + 1);
+  for (; *at >= '0' && *at <= '9'; ++at) number = std::min(number * 10 + (*at - '0'), max_length + 1);
   return number;
 }
 
@@ -70,14 +70,14 @@ bool take_directive(const char*& at, Directive& directive) {
 class Line {
  public:
   void add(char character, std::int32_t times = 1) {
-    for (; times > 0 && length_ <= longest; --times, ++length_) {
-      if (length_ < longest) formatted_.text[length_] = character;
+    for (; times > 0 && length_ <= max_length; --times, ++length_) {
+      if (length_ < max_length) formatted_.text[length_] = character;
     }
   }
   void add(const char* from, const char* to) {
     for (; from != to; ++from) add(*from);
   }
-  bool is_overfull() const { return length_ > longest; }
+  bool is_overfull() const { return length_ > max_length; }
   FormattedInteger result() {
     formatted_.length = length_;
     formatted_.valid = !is_overfull();
@@ -113,8 +113,8 @@ void add_integer(Line& line, const Directive& directive, std::int32_t value) {
     *--front = alphabet[rest % directive.base()];
   }
   const auto count = static_cast<std::int32_t>(end - front);
-  const std::int32_t least = directive.precision == not_given ? 1 : directive.precision;
-  std::int32_t zeros = std::max(least - count, 0);
+  const std::int32_t min_digits = directive.precision == not_given ? 1 : directive.precision;
+  std::int32_t zeros = std::max(min_digits - count, 0);
   if (directive.alternate && directive.base() == 8) zeros = std::max(zeros, 1);
 
   char prefix[2];

@@ -6,9 +6,9 @@
 namespace zvrt {
 
 struct FormattedInteger {
-  static constexpr std::int32_t longest = 15;
+  static constexpr std::int32_t max_length = 15;
 
-  char text[longest];
+  char text[max_length];
   std::int32_t length;
   bool valid;
 };

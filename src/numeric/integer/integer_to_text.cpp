@@ -11,7 +11,7 @@ namespace zvrt {
 namespace {
 
 // Room for the text of every integer and its terminator.
-constexpr std::size_t ample = longest_decimal + 1;
+constexpr std::size_t ample = max_decimal_length + 1;
 
 // The one `...Out` form that tells nothing about an empty or a truncated text.
 template <ZVRTConversion conversion>

@@ -60,13 +60,13 @@ uint32_t ZVRTCnvVarcharSzToUInt(CNV_PARAMS) {
 
 uint32_t ZVRTCnvVarcharSzToInt(const char* record, int32_t* dst, int32_t offset, int32_t count, uint32_t codePage,
                                char codePageKind) {
-  constexpr std::int32_t longest = 11;
-  if (count < 0 || count > longest) return ZVRT_RC_INVALID_PARAM;
-  char field_text[longest + 1] = {};
+  constexpr std::int32_t max_length = 11;
+  if (count < 0 || count > max_length) return ZVRT_RC_INVALID_PARAM;
+  char field_text[max_length + 1] = {};
   copy_units<char>(field_text, record + offset, count);
   const FldDef field = field_of(codePage, codePageKind);
   std::uint32_t size = 0;
-  return parse_narrow<longest + 1, ZVRTCnvWVarcharSzToInt1>({field_text, nullptr, dst, sizeof *dst, &size, &field});
+  return parse_narrow<max_length + 1, ZVRTCnvWVarcharSzToInt1>({field_text, nullptr, dst, sizeof *dst, &size, &field});
 }
 
 uint32_t ZVRTCnvWVarcharSzToInt(const wchar_t* text, int32_t* value, int32_t start, int32_t maxChars) {

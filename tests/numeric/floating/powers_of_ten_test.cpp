@@ -55,7 +55,7 @@ class BigNumber {
 
 // power * 2^shift <= 10^k < (power + 1) * 2^shift, all factors brought to the side where they are whole.
 TEST(PowersOfTen, AreCutOffAt128Bits) {
-  for (int32_t k = least_power; k <= greatest_power; ++k) {
+  for (int32_t k = min_power; k <= max_power; ++k) {
     const PowerOfTen& power = power_of_ten(k);
     ASSERT_NE(power.high >> 63, 0u) << k;
     const int32_t shift = log2_of_power(k) - 127;
@@ -71,7 +71,7 @@ TEST(PowersOfTen, AreCutOffAt128Bits) {
 }
 
 TEST(PowersOfTen, DecadesStartAtTheFirstDoubleThatReachesThem) {
-  for (int32_t k = least_decade; k <= greatest_decade; ++k) {
+  for (int32_t k = min_decade; k <= max_decade; ++k) {
     const auto start = std::bit_cast<double>(decade_start(k));
     const auto before = std::bit_cast<double>(decade_start(k) - 1);
     char text[40];

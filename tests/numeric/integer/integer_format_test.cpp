@@ -16,7 +16,7 @@ void check_against_printf(const std::string& format, std::int32_t value) {
   char expected[512];
   const int length = print(expected, sizeof expected, format.c_str(), value);
   const FormattedInteger formatted = format_integer(format.c_str(), value);
-  ASSERT_EQ(formatted.valid, length <= FormattedInteger::longest) << format << " of " << value;
+  ASSERT_EQ(formatted.valid, length <= FormattedInteger::max_length) << format << " of " << value;
   if (!formatted.valid) return;
   ASSERT_EQ(std::string(formatted.text, static_cast<std::size_t>(formatted.length)), expected)
       << format << " of " << value;

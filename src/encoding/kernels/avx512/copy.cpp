@@ -17,7 +17,7 @@ struct Bytes {
   static constexpr std::size_t unit = 1;
 
   // Which lanes of a vector are among the first so many of a block.
-  static Mask lanes(std::size_t count, unsigned vector) { return first(count - least(count, vector * 64)); }
+  static Mask lanes(std::size_t count, unsigned vector) { return first(count - min(count, vector * 64)); }
   static Vector load(const char* at, Mask lanes) { return _mm512_maskz_loadu_epi8(lanes, at); }
   static void store(char* at, Mask lanes, Vector units) { _mm512_mask_storeu_epi8(at, lanes, units); }
 
@@ -74,7 +74,7 @@ ZVRT_INLINED bool copy_step(const char* src, char* dst, std::size_t capacity, st
     return Units::load(at + i * 64, Units::lanes(readable, i));
   };
   const Block block{load(0), load(1), load(2), load(3)};
-  const std::size_t count = least(least(Units::text(block), readable), capacity - done);
+  const std::size_t count = min(min(Units::text(block), readable), capacity - done);
   store_lanes<Units, vectors>(block, count, dst + done * Units::unit);
   if (count != readable) {
     done += count;

@@ -131,10 +131,10 @@ ZVRT_INLINED bool decode_step(const char* src, Bound bound, char* dst, std::size
   const Mask nonzero = _mm512_test_epi8_mask(bytes, bytes);
   const Mask inside = trailing_ones(nonzero);
   const std::size_t text = lowest_bit(~nonzero);
-  const std::size_t left = Out::writes ? least(capacity - progress.written, step_bytes) : step_bytes;
+  const std::size_t left = Out::writes ? min(capacity - progress.written, step_bytes) : step_bytes;
   char* out = Out::writes ? dst + progress.written * Out::unit : nullptr;
   if ((_mm512_movepi8_mask(bytes) & inside) == 0) {
-    const std::size_t count = least(text, left);
+    const std::size_t count = min(text, left);
     if constexpr (Out::writes) Out::store_bytes(out, first(count), bytes);
     progress.read += count;
     progress.written += count;
@@ -151,7 +151,7 @@ ZVRT_INLINED bool decode_step(const char* src, Bound bound, char* dst, std::size
   const Mask long_forms = _mm512_cmpge_epu8_mask(bytes, repeat8(0xE0)) & inside;
   // Where there may be pairs, as many characters are tried as fit even so; the next step tries the others.
   const bool pairs = Out::has_pairs && (_mm512_cmpge_epu8_mask(bytes, repeat8(0xF0)) & inside) != 0;
-  const std::size_t tried = least(complete, pairs ? left / 2 : left);
+  const std::size_t tried = min(complete, pairs ? left / 2 : left);
   const Decoded done =
       long_forms == 0 ? store_short_forms<Out>(characters, tried, out) : store_any<Out>(characters, tried, out);
   // `complete` counts the bits of a mask, so that fewer are below 64.

@@ -37,15 +37,16 @@ enum class Step : std::uint8_t { progress, goes_on, is_not_ascii };
 template <class Bound>
 [[gnu::always_inline]] inline Step encode_ascii_step(const char* src, Bound bound, char* dst, std::size_t capacity,
                                                      Progress& progress) {
-  constexpr std::size_t most = 48;
-  const std::size_t readable = bound.readable(src, progress.read, most);
+  constexpr std::size_t max_units = 48;
+  const std::size_t readable = bound.readable(src, progress.read, max_units);
   if (readable == 0) return Step::progress;
   const char* at = src + progress.read * 4;
-  const Vector bytes = in_bytes(load_units<Bound>(at, readable, 0, most), load_units<Bound>(at, readable, 16, most),
-                                load_units<Bound>(at, readable, 32, most), Vector{});
+  const Vector bytes =
+      in_bytes(load_units<Bound>(at, readable, 0, max_units), load_units<Bound>(at, readable, 16, max_units),
+               load_units<Bound>(at, readable, 32, max_units), Vector{});
   const Mask zeros = _mm512_testn_epi8_mask(bytes, bytes);
   if ((_mm512_movepi8_mask(bytes) & below(zeros)) != 0) return Step::is_not_ascii;
-  const std::size_t count = least(lowest_bit(zeros), capacity - progress.written);
+  const std::size_t count = min(lowest_bit(zeros), capacity - progress.written);
   _mm512_mask_storeu_epi8(dst + progress.written, first(count), bytes);
   progress.written += count;
   return taken(count, readable, bound, progress) ? Step::goes_on : Step::progress;
@@ -57,14 +58,14 @@ bool any_above(Vector units, std::uint32_t limit) { return _mm512_test_epi32_mas
 template <class Bound>
 [[gnu::always_inline]] inline bool encode_step(const char* src, Bound bound, char* dst, std::size_t capacity,
                                                Progress& progress) {
-  constexpr std::size_t most = 32;
-  const std::size_t readable = bound.readable(src, progress.read, most);
+  constexpr std::size_t max_units = 32;
+  const std::size_t readable = bound.readable(src, progress.read, max_units);
   if (readable == 0) return false;
   const char* at = src + progress.read * 4;
-  Vector low = load_units<Bound>(at, readable, 0, most);
-  Vector high = load_units<Bound>(at, readable, 16, most);
+  Vector low = load_units<Bound>(at, readable, 0, max_units);
+  Vector high = load_units<Bound>(at, readable, 16, max_units);
   const Vector words = in_words(low, high);
-  constexpr Mask behind = ~((Mask{1} << most) - 1);
+  constexpr Mask behind = ~((Mask{1} << max_units) - 1);
   Mask inside = below(Mask{_mm512_testn_epi16_mask(words, words)} | behind);
   if ((_mm512_cmpgt_epu16_mask(words, repeat16(last_of_two)) & inside) == 0) {
     const Vector units = _mm512_maskz_mov_epi16(static_cast<__mmask32>(inside), words);
@@ -80,7 +81,7 @@ template <class Bound>
     high = _mm512_maskz_mov_epi32(lanes_of(inside, 1), high);
   }
   const std::size_t text = count_of(inside);
-  const std::size_t in_low = least(text, 16);
+  const std::size_t in_low = min(text, 16);
   std::size_t characters = store_forms<4>(spread(low), in_low, dst, capacity, progress);
   if (characters == in_low) characters += store_forms<4>(spread(high), text - in_low, dst, capacity, progress);
   return taken(characters, readable, bound, progress);
@@ -108,10 +109,10 @@ template <class Bound>
     const Vector b = _mm512_loadu_si512(at + 64);
     const Vector c = _mm512_loadu_si512(at + 128);
     const Vector d = _mm512_loadu_si512(at + 192);
-    const Vector least_units = _mm512_min_epu32(_mm512_min_epu32(a, b), _mm512_min_epu32(c, d));
+    const Vector min_units = _mm512_min_epu32(_mm512_min_epu32(a, b), _mm512_min_epu32(c, d));
     const Vector any = _mm512_or_si512(_mm512_or_si512(a, b), _mm512_or_si512(c, d));
     // The limits are powers of two, less one.
-    if (_mm512_testn_epi32_mask(least_units, least_units) != 0 || any_above(any, last_of_four)) return;
+    if (_mm512_testn_epi32_mask(min_units, min_units) != 0 || any_above(any, last_of_four)) return;
     if (any_above(any, last_of_one)) {
       const bool long_forms = any_above(any, last_of_two);
       store_half(a, b, long_forms, dst, capacity, progress);
@@ -175,7 +176,7 @@ Progress count_encoded(const void* src, std::size_t count) {
   constexpr std::size_t step = 16;
   Progress progress;
   while (progress.read < count) {
-    const std::size_t readable = least(count - progress.read, step);
+    const std::size_t readable = min(count - progress.read, step);
     const Vector units = _mm512_maskz_loadu_epi32(first16(readable), text + progress.read * 4);
     const auto above = [units](std::uint32_t limit) { return Mask{_mm512_cmpgt_epu32_mask(units, repeat32(limit))}; };
     const Mask inside = trailing_ones(_mm512_test_epi32_mask(units, units)) & below(above(last_of_four));

@@ -34,12 +34,12 @@ Progress copy_wide(const void* src, void* dst, std::size_t capacity);
 using Vector = __m512i;
 using Mask = std::uint64_t;
 
-ZVRT_INLINED std::size_t least(std::size_t a, std::size_t b) { return a < b ? a : b; }
+ZVRT_INLINED std::size_t min(std::size_t a, std::size_t b) { return a < b ? a : b; }
 
 // The lowest `count` bits, for a count of 64 at most.
 ZVRT_INLINED Mask first(std::size_t count) { return _bzhi_u64(~Mask{0}, static_cast<unsigned>(count)); }
-ZVRT_INLINED __mmask16 first16(std::size_t count) { return static_cast<__mmask16>(first(least(count, 16))); }
-ZVRT_INLINED __mmask32 first32(std::size_t count) { return static_cast<__mmask32>(first(least(count, 32))); }
+ZVRT_INLINED __mmask16 first16(std::size_t count) { return static_cast<__mmask16>(first(min(count, 16))); }
+ZVRT_INLINED __mmask32 first32(std::size_t count) { return static_cast<__mmask32>(first(min(count, 32))); }
 
 ZVRT_INLINED std::size_t lowest_bit(Mask bits) { return _tzcnt_u64(bits); }  // 64 where there is none
 ZVRT_INLINED std::size_t highest_bit(Mask bits) { return 63 - _lzcnt_u64(bits); }
@@ -92,26 +92,26 @@ ZVRT_INLINED std::size_t to_page_end(const char* at) {
   return page_bytes - reinterpret_cast<std::uintptr_t>(at) % page_bytes;
 }
 
-// Where a source ends: how many units may be read behind those read already, `most` at most; none at the end.
+// Where a source ends: how many units may be read behind those read already, `limit` at most; none at the end.
 struct Counted {
   static constexpr bool is_terminated = false;
   std::size_t count;
 
   ZVRT_INLINED bool goes_on(std::size_t read) const { return read < count; }
 
-  ZVRT_INLINED std::size_t readable(const char* /*src*/, std::size_t read, std::size_t most) const {
-    return least(count - read, most);
+  ZVRT_INLINED std::size_t readable(const char* /*src*/, std::size_t read, std::size_t limit) const {
+    return min(count - read, limit);
   }
 };
 
-// How many units of a terminated text may be read behind those read already, `most` at most: to the end of each page
+// How many units of a terminated text may be read behind those read already, `limit` at most: to the end of each page
 // that the text reaches, and one unit beyond what is known to be no terminator.
 template <std::size_t unit>
 struct TerminatedUnits {
   static constexpr bool is_terminated = true;
   ZVRT_INLINED static bool goes_on(std::size_t /*read*/) { return true; }
-  ZVRT_INLINED static std::size_t readable(const char* src, std::size_t read, std::size_t most) {
-    const std::size_t units = least(to_page_end(src + read * unit) / unit, most);
+  ZVRT_INLINED static std::size_t readable(const char* src, std::size_t read, std::size_t limit) {
+    const std::size_t units = min(to_page_end(src + read * unit) / unit, limit);
     return units == 0 ? 1 : units;
   }
 };
@@ -123,8 +123,8 @@ struct CountedUnits {
   std::size_t count;
 
   ZVRT_INLINED bool goes_on(std::size_t read) const { return read < count; }
-  ZVRT_INLINED std::size_t readable(const char* src, std::size_t read, std::size_t most) const {
-    return least(count - read, TerminatedUnits<unit>::readable(src, read, most));
+  ZVRT_INLINED std::size_t readable(const char* src, std::size_t read, std::size_t limit) const {
+    return min(count - read, TerminatedUnits<unit>::readable(src, read, limit));
   }
 };
 

@@ -57,7 +57,7 @@ struct ToUtf8 {
   ZVRT_INLINED static std::size_t store(const Utf16Block& block, char* dst, std::size_t capacity, Progress& progress) {
     const Vector units = _mm512_maskz_mov_epi16(first32(block.count), block.units);
     if (!any_above(units, 0x7F)) {
-      const std::size_t count = least(block.count, capacity - progress.written);
+      const std::size_t count = min(block.count, capacity - progress.written);
       _mm256_mask_storeu_epi8(dst + progress.written, first32(count), _mm512_cvtepi16_epi8(units));
       progress.written += count;
       return count;
@@ -65,7 +65,7 @@ struct ToUtf8 {
     if (!any_above(units, 0x7FF))
       return store_forms<2>(spread_short_forms(units), block.count, dst, capacity, progress);
     const Utf16Characters characters = utf16_characters(block);
-    const std::size_t in_low = least(block.count, 16);
+    const std::size_t in_low = min(block.count, 16);
     const std::size_t taken = store_forms<4>(spread(characters.low), in_low, dst, capacity, progress);
     if (taken != in_low || block.count == in_low) return taken;
     return taken + store_forms<4>(spread(characters.high), block.count - in_low, dst, capacity, progress);
@@ -88,7 +88,7 @@ struct ToWide {
     char* out = dst + progress.written * unit;
     const std::size_t left = capacity - progress.written;
     if (block.highs == 0) {
-      const std::size_t count = least(block.count, left);
+      const std::size_t count = min(block.count, left);
       _mm512_mask_storeu_epi32(out, lanes_of(first(count), 0), lower(block.units));
       _mm512_mask_storeu_epi32(out + 64, lanes_of(first(count), 1), upper(block.units));
       progress.written += count;
@@ -96,11 +96,11 @@ struct ToWide {
     }
     const Utf16Characters characters = utf16_characters(block);
     const std::size_t found = count_of(characters.lanes);
-    const std::size_t count = least(found, left);
+    const std::size_t count = min(found, left);
     const std::size_t in_low = count_of(characters.lanes & 0xFFFF);
     const auto low = _mm512_maskz_compress_epi32(lanes_of(characters.lanes, 0), characters.low);
     const auto high = _mm512_maskz_compress_epi32(lanes_of(characters.lanes, 1), characters.high);
-    _mm512_mask_storeu_epi32(out, first16(least(count, in_low)), low);
+    _mm512_mask_storeu_epi32(out, first16(min(count, in_low)), low);
     if (count > in_low) _mm512_mask_storeu_epi32(out + in_low * unit, first16(count - in_low), high);
     progress.written += count;
     return count == found ? block.count : lowest_bit(_pdep_u64(Mask{1} << count, characters.lanes));
@@ -181,7 +181,7 @@ template <class Bound>
   const std::size_t text = count_of(inside);
   const std::size_t left = capacity - progress.written;
   // Where not all may fit, as many as are sure to: the next step tries the others.
-  const std::size_t count = text + count_of(doubles) <= left ? text : least(text, left / 2);
+  const std::size_t count = text + count_of(doubles) <= left ? text : min(text, left / 2);
   char* out = dst + progress.written * 2;
   const std::size_t stored = store_utf16(out, lanes_of(first(count), 0), low);
   const std::size_t more = count > 16 ? store_utf16(out + stored * 2, lanes_of(first(count), 1), high) : 0;
@@ -204,7 +204,7 @@ ZVRT_INLINED bool utf32_step(const char* src, Bound bound, char* dst, std::size_
   // Characters above U+FFFF are FFFF among the words.
   const bool any_pair = _mm512_cmpeq_epi16_mask(words, repeat16(0xFFFF)) != 0;
   if (any_pair) return utf32_pairs(low, high, readable, bound, dst, capacity, progress);
-  const std::size_t count = least(text, capacity - progress.written);
+  const std::size_t count = min(text, capacity - progress.written);
   _mm512_mask_storeu_epi16(dst + progress.written * 2, first32(count), words);
   progress.written += count;
   if (count != readable) {

@@ -42,7 +42,7 @@ ZVRT_INLINED Utf16Block utf16_block(Vector units, std::size_t readable) {
   const Mask highs = Mask{_mm512_cmpeq_epi16_mask(kind, repeat16(0xD800))} & first(text);
   const Mask lows = Mask{_mm512_cmpeq_epi16_mask(kind, repeat16(0xDC00))} & first(text);
   if ((highs | lows) == 0) return {units, text, 0, text == readable};
-  const std::size_t at = least(lowest_bit((highs << 1) ^ lows), text);
+  const std::size_t at = min(lowest_bit((highs << 1) ^ lows), text);
   const std::size_t count = at - (highs << 1 >> at & 1);
   return {units, count, static_cast<__mmask32>(highs & first(count)), at == readable};
 }

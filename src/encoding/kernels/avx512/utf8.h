@@ -12,11 +12,11 @@ struct TerminatedBytes {
   static bool goes_on(std::size_t /*read*/) { return true; }
   ZVRT_INLINED static std::size_t readable(const char* src, std::size_t read, std::size_t most) {
     const char* at = src + read;
-    const std::size_t bytes = least(to_page_end(at), most);
+    const std::size_t bytes = min(to_page_end(at), most);
     if (bytes >= longest_form) [[likely]]
       return bytes;
     // A character may stand across the pages; what the next one has of it is looked for byte by byte.
-    const std::size_t longest = least(longest_form, most);
+    const std::size_t longest = min(longest_form, most);
     std::size_t known = 1;
     while (known < longest && at[known - 1] != 0) ++known;
     return known > bytes ? known : bytes;
@@ -33,7 +33,7 @@ struct CountedBytes {
 
   bool goes_on(std::size_t read) const { return read < count; }
   ZVRT_INLINED std::size_t readable(const char* src, std::size_t read, std::size_t most) const {
-    const std::size_t left = least(count - read, most);
+    const std::size_t left = min(count - read, most);
     // A character across two pages: it is looked for byte by byte, within the count.
     return to_page_end(src + read) >= left ? left : TerminatedBytes::readable(src, read, left);
   }

@@ -76,8 +76,8 @@ Block join_payload(Block lanes) {
 // Up to four characters, of a block that repeats the last of them.
 void store_few(char* dst, std::size_t count, Block characters) {
   store(dst, 0, static_cast<Wide>(_mm_cvtsi128_si32(characters)));
-  store(dst, least(1, count - 1), static_cast<Wide>(_mm_extract_epi32(characters, 1)));
-  store(dst, least(2, count - 1), static_cast<Wide>(_mm_extract_epi32(characters, 2)));
+  store(dst, min(1, count - 1), static_cast<Wide>(_mm_extract_epi32(characters, 1)));
+  store(dst, min(2, count - 1), static_cast<Wide>(_mm_extract_epi32(characters, 2)));
   store(dst, count - 1, static_cast<Wide>(_mm_extract_epi32(characters, 3)));
 }
 
@@ -114,15 +114,15 @@ ZVRT_INLINED void widen_short(Block bytes, Block lasts, std::size_t count, char*
       _mm_storel_epi64(reinterpret_cast<Block*>(dst + at * 4), two);
     };
     store_two(0, four);
-    store_two(least(2, last), _mm_unpackhi_epi64(four, four));
+    store_two(min(2, last), _mm_unpackhi_epi64(four, four));
     store_two(last, _mm_unpackhi_epi16(lanes, zero));
     return;
   }
   const std::size_t last = count - 4;
   const auto store_eight = [&](std::size_t at, Block indices) {
     const Block lanes = gather_short(bytes, lasts, indices);
-    store_block(dst + least(at, last) * 4, _mm_unpacklo_epi16(lanes, zero));
-    store_block(dst + least(at + 4, last) * 4, _mm_unpackhi_epi16(lanes, zero));
+    store_block(dst + min(at, last) * 4, _mm_unpacklo_epi16(lanes, zero));
+    store_block(dst + min(at + 4, last) * 4, _mm_unpackhi_epi16(lanes, zero));
   };
   store_eight(0, short_indices<4>(repeat_of(last)));
   store_eight(8, short_indices<4, 8>(repeat_of(last)));
@@ -150,7 +150,7 @@ ZVRT_INLINED void widen_any(Block bytes, Block lasts, std::size_t count, char* d
   const std::size_t last = count - 4;
   const auto store_four = [&](unsigned at) {
     const Block start = _mm_min_epu8(repeat(at), repeat_of(last));
-    store_block(dst + least(at, last) * 4, gather(_mm_add_epi8(start, offsets)));
+    store_block(dst + min(at, last) * 4, gather(_mm_add_epi8(start, offsets)));
   };
   store_four(0);
   store_four(4);
@@ -163,8 +163,8 @@ ZVRT_INLINED void widen_any(Block bytes, Block lasts, std::size_t count, char* d
 
 template <unsigned length>
 struct EqualCharacters {
-  static constexpr std::size_t most = block_bytes / length;
-  static constexpr unsigned used = most * length;
+  static constexpr std::size_t max_count = block_bytes / length;
+  static constexpr unsigned used = max_count * length;
   // The payload bytes of a lane: where the characters start, and the last byte lowest.
   static constexpr Bytes starts{[](unsigned i) { return i / 4 * length; }};
   static constexpr Bytes offsets{[](unsigned i) { return i % 4 < length ? length - 1 - i % 4 : 0x80; }};
@@ -216,9 +216,9 @@ template <unsigned length>
 ZVRT_INLINED Progress widen_equal(Block bytes, bool under_way, char* dst, std::size_t capacity) {
   using Equal = EqualCharacters<length>;
   const Equal equal(bytes);
-  if (under_way && equal.others == 0 && capacity >= Equal::most) {
+  if (under_way && equal.others == 0 && capacity >= Equal::max_count) {
     equal.widen_all(dst);
-    return {Equal::used, Equal::most};
+    return {Equal::used, Equal::max_count};
   }
   const std::size_t count = equal.leading();
   if (count == 0 || count > capacity) return {0, 0};
@@ -235,11 +235,11 @@ void widen_sixteen(Block bytes, char* dst) {
   store_block(dst + 48, _mm_cvtepu8_epi32(_mm_srli_si128(bytes, 12)));
 }
 
-// From four bytes to `most`.
-template <std::size_t most>
+// From four bytes to `max_count`.
+template <std::size_t max_count>
 void widen_pieces(const char* src, std::size_t count, char* dst) {
-  for (std::size_t piece = 0; piece < most; piece += 4) {
-    const std::size_t at = least(piece, count - 4);
+  for (std::size_t piece = 0; piece < max_count; piece += 4) {
+    const std::size_t at = min(piece, count - 4);
     store_block(dst + at * 4, _mm_cvtepu8_epi32(_mm_cvtsi32_si128(load<std::int32_t>(src + at))));
   }
 }
@@ -268,23 +268,23 @@ ZVRT_INLINED std::size_t widen_ascii(const char* src, Source source, std::size_t
 
 // Terminated text that starts with ASCII, as most values do: all of it where it ends within 32 bytes, else whole blocks.
 std::size_t widen_leading_ascii(const char* src, char* dst, std::size_t capacity) {
-  constexpr std::size_t most = 2 * block_bytes;
-  if (static_cast<signed char>(src[0]) <= 0 || !may_read_ahead(src, most)) return 0;
+  constexpr std::size_t max_count = 2 * block_bytes;
+  if (static_cast<signed char>(src[0]) <= 0 || !may_read_ahead(src, max_count)) return 0;
   const Block low = load_block(src);
   const Block high = load_block(src + block_bytes);
   const Mask end = equal(low, 0) | equal(high, 0) << block_bytes;
   const Mask others = sign_bits(low) | sign_bits(high) << block_bytes;
-  const std::size_t count = lowest_bit(end | std::uint64_t{1} << most);
+  const std::size_t count = lowest_bit(end | std::uint64_t{1} << max_count);
   if ((others & first(count)) != 0) return 0;
-  if (count != most) [[likely]] {
+  if (count != max_count) [[likely]] {
     if (count < 4 || count > capacity) return 0;
-    widen_pieces<most>(src, count, dst);
+    widen_pieces<max_count>(src, count, dst);
     return count;
   }
-  if (capacity < most) return 0;
+  if (capacity < max_count) return 0;
   widen_sixteen(low, dst);
   widen_sixteen(high, dst + block_bytes * 4);
-  return most + widen_ascii(src, Terminated{}, most, dst + most * 4, capacity - most);
+  return max_count + widen_ascii(src, Terminated{}, max_count, dst + max_count * 4, capacity - max_count);
 }
 
 // ---- Texts ----

@@ -33,8 +33,8 @@ struct Step {
 ZVRT_INLINED Step classify(const Units& units) {
   const Block low = _mm_packus_epi32(units.quads[0], units.quads[1]);
   const Block high = _mm_packus_epi32(units.quads[2], units.quads[3]);
-  const Block most = _mm_set1_epi16(0xFF);
-  const Block bytes = _mm_packus_epi16(_mm_min_epu16(low, most), _mm_min_epu16(high, most));
+  const Block max_byte = _mm_set1_epi16(0xFF);
+  const Block bytes = _mm_packus_epi16(_mm_min_epu16(low, max_byte), _mm_min_epu16(high, max_byte));
   const auto inside = static_cast<Mask>(first(lowest_bit(equal(bytes, 0) | past_block)));
   return {low, high, bytes, {inside, sign_bits(bytes) & inside, 0, 0}};
 }
@@ -148,11 +148,11 @@ void store_small(char* dst, std::size_t count, Block block) {
   }
 }
 
-// From four bytes to `most`, kept in memory where they can be taken from any place.
-template <std::size_t most>
+// From four bytes to `max_count`, kept in memory where they can be taken from any place.
+template <std::size_t max_count>
 void store_pieces(char* dst, std::size_t count, const char* kept) {
-  for (std::size_t piece = 0; piece < most; piece += 4) {
-    const std::size_t at = least(piece, count - 4);
+  for (std::size_t piece = 0; piece < max_count; piece += 4) {
+    const std::size_t at = min(piece, count - 4);
     store(dst + at, 0, load<std::uint32_t>(kept + at));
   }
 }
@@ -175,8 +175,8 @@ ZVRT_INLINED void store_joined(char* dst, const Squeezed& low, const Squeezed& h
   alignas(block_bytes) char last[block_bytes];
   store_block(first, leading);
   store_block(last, _mm_or_si128(from_low, shift_up(high.bytes, block_bytes - high.count)));
-  const std::size_t second = least(8, count - 8);
-  const std::size_t third = count - least(count, block_bytes);
+  const std::size_t second = min(8, count - 8);
+  const std::size_t third = count - min(count, block_bytes);
   store(dst, 0, load<std::uint64_t>(first));
   store(dst + second, 0, load<std::uint64_t>(first + second));
   store(dst + third, 0, load<std::uint64_t>(last + (third + block_bytes - count)));
@@ -202,7 +202,7 @@ Lanes lanes_of(Block values) {
 ZVRT_INLINED void store_lanes(char* dst, const Lanes& lanes, Mask odd, Mask from_three, std::size_t bytes) {
   const Mask first = (odd & 0xF) | (from_three & 0xF) << 4;
   const Mask second = (odd >> 4 & 0xF) | (from_three & 0xF0);
-  const std::size_t leading = least(squeezes.bytes[first], bytes);
+  const std::size_t leading = min(squeezes.bytes[first], bytes);
   store_joined(dst, {squeeze(lanes.low, squeezes.order[first]), leading},
                {squeeze(lanes.high, squeezes.order[second]), bytes - leading});
 }
@@ -227,8 +227,8 @@ ZVRT_INLINED void narrow(const Step& step, const Units& units, std::size_t bytes
 
 // Terminated text that is ASCII and ends within 32 characters, as most values do; returns its length, or 0.
 std::size_t narrow_short_ascii(const char* src, char* dst, std::size_t capacity) {
-  constexpr std::size_t most = 2 * step_units;
-  if (!may_read_ahead(src, most * 4)) return 0;
+  constexpr std::size_t max_count = 2 * step_units;
+  if (!may_read_ahead(src, max_count * 4)) return 0;
   const Block low = classify(load_step(src)).bytes;
   const Block high = classify(load_step(src + step_units * 4)).bytes;
   const Mask end = equal(low, 0) | equal(high, 0) << step_units;
@@ -236,10 +236,10 @@ std::size_t narrow_short_ascii(const char* src, char* dst, std::size_t capacity)
   if (end == 0) return 0;
   const std::size_t count = lowest_bit(end);
   if ((others & first(count)) != 0 || count < 4 || count > capacity) return 0;
-  alignas(block_bytes) char kept[most];
+  alignas(block_bytes) char kept[max_count];
   store_block(kept, low);
   store_block(kept + block_bytes, high);
-  store_pieces<most>(dst, count, kept);
+  store_pieces<max_count>(dst, count, kept);
   return count;
 }
 

@@ -32,7 +32,7 @@ constexpr std::size_t step_units = 16;
 constexpr Mask past_block = Mask{1} << block_bytes;
 constexpr Mask all_of_block = past_block - 1;
 
-ZVRT_INLINED std::size_t least(std::size_t a, std::size_t b) { return a < b ? a : b; }
+ZVRT_INLINED std::size_t min(std::size_t a, std::size_t b) { return a < b ? a : b; }
 
 // Of at least one bit.
 ZVRT_INLINED std::size_t lowest_bit(std::uint64_t bits) { return static_cast<std::size_t>(__builtin_ctzll(bits)); }
@@ -114,8 +114,8 @@ ZVRT_INLINED Units load_units(const char* src, std::size_t count) {
   Units units;
   if (count >= 4) {
     for (std::size_t i = 0; i < 4; ++i) {
-      const std::size_t at = least(i * 4, count - 4);
-      units.quads[i] = shift_down(load_block(src + at * 4), static_cast<std::ptrdiff_t>(least(i * 4 - at, 4) * 4));
+      const std::size_t at = min(i * 4, count - 4);
+      units.quads[i] = shift_down(load_block(src + at * 4), static_cast<std::ptrdiff_t>(min(i * 4 - at, 4) * 4));
     }
     return units;
   }

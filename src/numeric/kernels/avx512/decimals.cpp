@@ -21,7 +21,7 @@ using Mask = std::uint64_t;
 constexpr std::uint32_t vector_bytes = 64;
 constexpr std::uint32_t header_bytes = varnum_header;
 
-std::uint32_t least(std::uint32_t a, std::uint32_t b) { return a < b ? a : b; }
+std::uint32_t min(std::uint32_t a, std::uint32_t b) { return a < b ? a : b; }
 
 // The lowest `count` bits, all of them from 64 on.
 Mask first(std::uint32_t count) { return _bzhi_u64(~Mask{0}, count); }
@@ -90,7 +90,7 @@ ZVRT_WRAPS Rendered render_packed_512(const std::uint8_t* field, std::int64_t by
   const auto part = [&](std::uint32_t index, Vector zeros) {
     const Vector lanes = all(decimal_vectors.digit_lanes[index]);
     const Vector shifted = _mm512_permutexvar_epi8(_mm512_add_epi8(lanes, offset), halves);
-    const __mmask16 there = first16(length - least(length, index * 16));
+    const __mmask16 there = first16(length - min(length, index * 16));
     store_part(out, index, length, _mm512_maskz_add_epi32(there, shifted, zeros));
   };
   const Vector zeros = all(decimal_vectors.wide_zeros[0]);
@@ -119,7 +119,7 @@ __attribute__((no_sanitize("address", "thread"))) Vector load_sixteen(const void
                                                                       std::uint32_t readable) {
   const auto* at = static_cast<const char*>(text) + index * sizeof(Wide);
   if (readable >= index + 16) return _mm512_loadu_si512(at);
-  return _mm512_maskz_loadu_epi32(first16(readable - least(readable, index)), at);
+  return _mm512_maskz_loadu_epi32(first16(readable - min(readable, index)), at);
 }
 
 // Of wide characters the bytes, 0xFF for what is none.
@@ -134,7 +134,7 @@ __attribute__((no_sanitize("address", "thread"))) __m256i load_half(const void* 
 }
 
 __attribute__((no_sanitize("address", "thread"))) Vector load_whole(const void* text, std::uint32_t readable) {
-  return _mm512_maskz_loadu_epi8(first(least(readable, vector_bytes)), text);
+  return _mm512_maskz_loadu_epi8(first(min(readable, vector_bytes)), text);
 }
 
 // Loads a text into bytes and returns which of them are zero: of the lower half, or if there is none, of all. Behind
@@ -181,7 +181,7 @@ ZVRT_WRAPS Packed pack_text_512(const void* text, std::uint8_t* field, std::int3
 
 ZVRT_WRAPS Rendered render_varnum_512(const std::uint8_t* value, void* dst, std::int32_t capacity) {
   const std::uint32_t count = value[0] - 1U;
-  if (count < 1 || count > Base100::most_digits || value[1] < 0x80) return render_varnum(value, dst, capacity);
+  if (count < 1 || count > Base100::max_digits || value[1] < 0x80) return render_varnum(value, dst, capacity);
   const __mmask32 mantissa = first32(count);
   const __m256i loaded = _mm256_maskz_loadu_epi8(mantissa, value + varnum_header);
   const __m256i digits = _mm256_sub_epi8(loaded, half(decimal_vectors.ones));
@@ -245,11 +245,11 @@ Encoded zero_varnum(std::uint32_t length, std::uint8_t* dst, std::int32_t capaci
 template <class Unit>
 ZVRT_WRAPS Encoded encode_varnum_512(const void* text, std::uint8_t* dst, std::int32_t capacity) {
   // Room for the header's two pairs and a zero that completes the first one.
-  constexpr std::uint32_t most = vector_bytes - 2 * header_bytes - 1;
+  constexpr std::uint32_t max_length = vector_bytes - 2 * header_bytes - 1;
   Vector bytes;
   const Mask ends = load_text<Unit>(text, bytes);
   const std::uint32_t length = lowest(ends);
-  if (length > most) return encode_varnum<Unit>(text, dst, capacity);
+  if (length > max_length) return encode_varnum<Unit>(text, dst, capacity);
   const Mask inside = ~ends & (ends - 1);
   Vector values;
   Mask digits;
@@ -276,7 +276,7 @@ ZVRT_WRAPS Encoded encode_varnum_512(const void* text, std::uint8_t* dst, std::i
   const Vector squeezed = _mm512_maskz_permutexvar_epi8(used, from, values);
   const __m256i pairs = _mm512_cvtepi16_epi8(_mm512_maddubs_epi16(squeezed, all(decimal_vectors.by_10_and_1)));
 
-  const std::uint32_t size = least((last + shift) / 2 + 1, longest_varnum);
+  const std::uint32_t size = min((last + shift) / 2 + 1, max_varnum_size);
   if (static_cast<std::int32_t>(size) <= capacity) {
     const std::int32_t exponent = positive_exponent - 1 + static_cast<std::int32_t>(point + lower - leading) / 2;
     const auto header = static_cast<std::uint16_t>((size - 1) | static_cast<std::uint32_t>(exponent) << 8);

@@ -26,7 +26,7 @@ struct Bytes {
   Block high;
 };
 
-std::uint32_t least(std::uint32_t a, std::uint32_t b) { return a < b ? a : b; }
+std::uint32_t min(std::uint32_t a, std::uint32_t b) { return a < b ? a : b; }
 std::uint32_t lowest(std::uint32_t bits) { return static_cast<std::uint32_t>(__builtin_ctz(bits)); }  // of at least one
 std::uint32_t highest(std::uint32_t bits) { return 31 - static_cast<std::uint32_t>(__builtin_clz(bits)); }
 
@@ -92,7 +92,7 @@ void store_block(void* dst, std::uint32_t count, Block characters) {
   if (count >= 4) {
     const std::uint32_t last = count - 4;
     const auto four = [&](std::uint32_t from) {
-      const std::uint32_t index = least(from, last);
+      const std::uint32_t index = min(from, last);
       const Block shifted = _mm_shuffle_epi8(characters, shift_by(static_cast<std::int32_t>(index)));
       _mm_storeu_si128(reinterpret_cast<Block*>(static_cast<char*>(dst) + index * 4), _mm_cvtepu8_epi32(shifted));
     };
@@ -111,7 +111,7 @@ void store_block(void* dst, std::uint32_t count, Block characters) {
 void store_few(void* dst, std::uint32_t count, Block characters) {
   const std::uint32_t last = count - (count > 1 ? 2 : 1);
   for (std::uint32_t from = 0; from < 10; from += 2) {
-    const std::uint32_t index = least(from, last);
+    const std::uint32_t index = min(from, last);
     const Block shifted = _mm_shuffle_epi8(characters, shift_by(static_cast<std::int32_t>(index)));
     put(dst, index * 4, _mm_cvtsi128_si64(_mm_cvtepu8_epi32(shifted)));
   }
@@ -149,7 +149,7 @@ ZVRT_WRAPS Rendered render_packed_41(const std::uint8_t* field, std::int64_t byt
   if (size <= 5) {
     store_few(out, count, text);
   } else {
-    store_block(out, least(count, block_bytes), text);
+    store_block(out, min(count, block_bytes), text);
   }
   if (count > block_bytes) {
     store_block(out + block_bytes * 4, count - block_bytes,
@@ -176,8 +176,8 @@ Block load_characters(const void* text) {
   if constexpr (sizeof(Unit) == 1) {
     return load_unchecked(text, 0);
   } else {
-    const Block most = all(decimal_vectors.wide_bytes);
-    const auto four = [=](std::uint32_t offset) { return _mm_min_epu32(load_unchecked(text, offset), most); };
+    const Block max_byte = all(decimal_vectors.wide_bytes);
+    const auto four = [=](std::uint32_t offset) { return _mm_min_epu32(load_unchecked(text, offset), max_byte); };
     return _mm_packus_epi16(_mm_packus_epi32(four(0), four(16)), _mm_packus_epi32(four(32), four(48)));
   }
 }
@@ -250,7 +250,7 @@ ZVRT_WRAPS Rendered render_varnum_41(const std::uint8_t* value, void* dst, std::
   const Bytes text = {characters(_mm_cvtepu8_epi16(kept)), characters(_mm_cvtepu8_epi16(_mm_srli_si128(kept, 8)))};
   // Without a fraction the point stands where the text ends.
   const auto point = static_cast<std::uint32_t>(layout.point);
-  store_block(dst, least(length, block_bytes), split_window(text, layout.skipped, point));
+  store_block(dst, min(length, block_bytes), split_window(text, layout.skipped, point));
   if (length > block_bytes) {
     store_block(static_cast<char*>(dst) + block_bytes * 4, length - block_bytes,
                 split_window(text, layout.skipped + static_cast<std::int32_t>(block_bytes), point - block_bytes));

@@ -19,7 +19,7 @@ constexpr std::uint64_t hundred_million = 100'000'000;
 
 __m128i load_vector(const void* at) { return _mm_loadu_si128(static_cast<const __m128i*>(at)); }
 
-std::int32_t least(std::int32_t a, std::int32_t b) { return a < b ? a : b; }
+std::int32_t min(std::int32_t a, std::int32_t b) { return a < b ? a : b; }
 
 // Windows on sixteen bytes for a shuffle, from sixteen of them earlier to 32 later; outside there is zero.
 struct Windows {
@@ -66,22 +66,22 @@ __m128i sixteen_digits(std::uint64_t number) {
   return _mm_or_si128(digits_of_fours(fours), _mm_set1_epi8('0'));
 }
 
-// Writes a number of up to so many digits, with a zero behind it `most` lanes, in pieces of two or four. The last ones may
+// Writes a number of up to so many digits, with a zero behind it `max_lanes` lanes, in pieces of two or four. The last ones may
 // overlap: none reaches beyond the lanes to store, and how many there are does not depend on the number of digits.
-template <std::int32_t digits, std::int32_t most, std::int32_t piece>
+template <std::int32_t digits, std::int32_t max_lanes, std::int32_t piece>
 [[gnu::always_inline]] inline std::int32_t write_digits(std::uint64_t magnitude, bool negative, void* dst,
                                                         std::int32_t capacity) {
   const __m128i characters = digits == 8 ? eight_digits(magnitude) : sixteen_digits(magnitude);
   const std::int32_t count = count_digits(magnitude);  // beside the digits, not waiting for them
   const std::int32_t sign = negative ? 1 : 0;
-  const std::int32_t lanes = least(count + 1, capacity - sign);
+  const std::int32_t lanes = min(count + 1, capacity - sign);
   if (lanes < piece) [[unlikely]]
     return write_decimal(magnitude, negative, dst, capacity);
   store(dst, 0, Wide{'-'});  // stays if there is a sign
   auto* const out = static_cast<std::byte*>(dst) + sign * 4;
   const std::uint8_t* const window = windows.bytes + digits - count;
-  for (std::int32_t at = 0; at < most; at += piece) {
-    const std::int32_t from = least(at, lanes - piece);
+  for (std::int32_t at = 0; at < max_lanes; at += piece) {
+    const std::int32_t from = min(at, lanes - piece);
     const __m128i bytes = _mm_cvtepu8_epi32(_mm_shuffle_epi8(characters, load_vector(window + from)));
     if constexpr (piece == 4) {
       _mm_storeu_si128(reinterpret_cast<__m128i*>(out + from * 4), bytes);
