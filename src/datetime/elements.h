@@ -26,12 +26,12 @@ struct Group {
   static constexpr std::uint8_t day = 0x10;
   static constexpr std::uint8_t month = 0x20;
   static constexpr std::uint8_t year = 0x40;
-  static constexpr std::uint8_t marker = 0x80;
+  static constexpr std::uint8_t designator = 0x80;
 };
 
 constexpr std::uint8_t groups_expected(DtKind kind) {
   constexpr std::uint8_t date = Group::year | Group::month | Group::day;
-  constexpr std::uint8_t time = Group::hour | Group::minute | Group::second | Group::marker;
+  constexpr std::uint8_t time = Group::hour | Group::minute | Group::second | Group::designator;
   switch (kind) {
     case ZVRT_DT_DATE: return date;
     case ZVRT_DT_TIME: return time;
@@ -50,15 +50,15 @@ enum class Writes : std::uint8_t {
   fraction,         // 32 bits, taken as signed
   month_name,
   month_abbreviation,
-  hour_24,  // takes away the place reserved for the marker
-  hour_12,  // decides the marker
-  marker,   // reserves a place
+  hour_24,     // takes away the place reserved for the marker
+  hour_12,     // decides the marker
+  designator,  // reserves a place
   end,
 };
 
 // How an element is read.
 enum class Reads : std::uint8_t {
-  refused,
+  rejected,
   nothing,
   field,  // one or two digits
   year,   // digits up to its width, no fewer unless the text ends
@@ -67,7 +67,7 @@ enum class Reads : std::uint8_t {
   hour_24,
   hour_12,
   fraction,  // digits up to its width, fewer are scaled up
-  marker,
+  designator,
 };
 
 // Where in a timestamp.
@@ -105,15 +105,15 @@ constexpr std::uint8_t both = ZVRT_DT_TIMESTAMP;
 // By code. Months and days without a leading zero are for writing only, and so they describe no kind.
 // clang-format off
 inline constexpr std::array<Element, FMT_END + 1> elements = {{
-    {"",       0, detail::nothing, Group::none,     Writes::literal,            1, Reads::refused,            Field::none},
+    {"",       0, detail::nothing, Group::none,     Writes::literal,            1, Reads::rejected,            Field::none},
     {"YYYY",   4, detail::date,    Group::year,     Writes::year,               4, Reads::year,               Field::year},
     {"YY",     2, detail::date,    Group::year,     Writes::year_of_century,    2, Reads::year,               Field::year},
     {"MONTH",  5, detail::date,    Group::month,    Writes::month_name,         0, Reads::month_name,         Field::month},
     {"MMM",    3, detail::date,    Group::month,    Writes::month_abbreviation, 3, Reads::month_abbreviation, Field::month},
     {"MM",     2, detail::date,    Group::month,    Writes::field,              2, Reads::field,              Field::month},
-    {"M",      1, detail::nothing, Group::month,    Writes::bare_field,         2, Reads::refused,            Field::month},
+    {"M",      1, detail::nothing, Group::month,    Writes::bare_field,         2, Reads::rejected,            Field::month},
     {"DD",     2, detail::date,    Group::day,      Writes::field,              2, Reads::field,              Field::day},
-    {"D",      1, detail::nothing, Group::day,      Writes::bare_field,         2, Reads::refused,            Field::day},
+    {"D",      1, detail::nothing, Group::day,      Writes::bare_field,         2, Reads::rejected,            Field::day},
     {"HH24",   4, detail::time,    Group::hour,     Writes::hour_24,            2, Reads::hour_24,            Field::hour},
     {"HH",     2, detail::time,    Group::hour,     Writes::hour_12,            2, Reads::hour_12,            Field::hour},
     {"MI",     2, detail::time,    Group::minute,   Writes::field,              2, Reads::field,              Field::minute},
@@ -124,9 +124,9 @@ inline constexpr std::array<Element, FMT_END + 1> elements = {{
     {"FFF",    3, detail::both,    Group::fraction, Writes::fraction,           3, Reads::fraction,           Field::fraction},
     {"FF",     2, detail::both,    Group::fraction, Writes::fraction,           2, Reads::fraction,           Field::fraction},
     {"F",      1, detail::both,    Group::fraction, Writes::fraction,           1, Reads::fraction,           Field::fraction},
-    {"PM",     2, detail::nothing, Group::marker,   Writes::marker,             2, Reads::marker,             Field::none},
+    {"PM",     2, detail::nothing, Group::designator,   Writes::designator,             2, Reads::designator,             Field::none},
     {"",       0, detail::nothing, Group::none,     Writes::literal,            1, Reads::nothing,            Field::none},
-    {"",       0, detail::nothing, Group::none,     Writes::end,                0, Reads::refused,            Field::none},
+    {"",       0, detail::nothing, Group::none,     Writes::end,                0, Reads::rejected,            Field::none},
 }};
 // clang-format on
 

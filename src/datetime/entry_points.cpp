@@ -24,7 +24,7 @@ template <class Record>
 Status write(const Call& call) {
   using Traits = RecordTraits<Record>;
   if (!is_complete(call)) return ZVRT_RC_ERROR;
-  const auto record = Traits::widened(call.src);
+  const auto record = Traits::to_timestamp(call.src);
   const TimestampView ts(record);
   if (const Status status = validate(ts, Traits::kind); status != ZVRT_RC_OK) return status;
   return format(WVarcharSz::destination(call), call.fldDef->dtFormat->model, ts, Traits::kind, *call.outLen);
@@ -96,9 +96,9 @@ template <class Record>
   }
   const DtKind kind = is_timestamp && ts.year == 0 ? kind_of_timestamp(format.model) : Traits::kind;
   if (const Status status = validate(TimestampView(ts), kind); status != ZVRT_RC_OK) return status;
-  const Record& record = Traits::cut(ts);
+  const Record& record = Traits::from_timestamp(ts);
   std::memcpy(dst, &record, sizeof record);
-  std::memset(static_cast<std::byte*>(dst) + sizeof record, 0, Traits::slot - sizeof record);
+  std::memset(static_cast<std::byte*>(dst) + sizeof record, 0, Traits::destination_size - sizeof record);
   return ZVRT_RC_OK;
 }
 
@@ -123,17 +123,17 @@ Status read_by_way_of_wide(const Call& call, Text<typename From::Unit> text, Wid
 
 // Arguments refused before the source is looked at.
 template <class Record>
-Status refused(const Call& call) {
-  constexpr std::int32_t slot = RecordTraits<Record>::slot;
+Status check_arguments(const Call& call) {
+  constexpr std::int32_t destination_size = RecordTraits<Record>::destination_size;
   if (!is_complete(call)) return ZVRT_RC_ERROR;
-  if (call.dstSize >= slot) return ZVRT_RC_OK;
-  *call.outLen = slot;
+  if (call.dstSize >= destination_size) return ZVRT_RC_OK;
+  *call.outLen = destination_size;
   return ZVRT_RC_TRUNCATED;
 }
 
 template <class From, Source source>
 Status read(const Call& call) {
-  if (const Status status = refused<ZVRTTS>(call); status != ZVRT_RC_OK) return status;
+  if (const Status status = check_arguments<ZVRTTS>(call); status != ZVRT_RC_OK) return status;
   const auto text = From::measure(call);
   if (text.count == 0) return ZVRT_RC_INVALID_PARAM;
   constexpr std::int32_t max_chars = INT32_MAX / 4 - 1;  // whose size can be told in bytes
@@ -142,7 +142,7 @@ Status read(const Call& call) {
   if (wide.get() == nullptr) return source.no_memory;
 
   const Status status = read_by_way_of_wide<From, source>(call, text, wide.get());
-  *call.outLen = RecordTraits<ZVRTTS>::slot;
+  *call.outLen = RecordTraits<ZVRTTS>::destination_size;
   if (source.stores == Stores::once_read || (source.stores == Stores::on_success && status == ZVRT_RC_OK)) {
     store_if_zero(call.srcLen, text.count * std::int64_t{sizeof(typename From::Unit)});
   }
@@ -153,10 +153,10 @@ Status read(const Call& call) {
 // caller who asks.
 template <class Record, Stores stores>
 Status read_in_place(const Call& call) {
-  if (const Status status = refused<Record>(call); status != ZVRT_RC_OK) return status;
+  if (const Status status = check_arguments<Record>(call); status != ZVRT_RC_OK) return status;
   if (load<Wide>(call.src) == 0) return ZVRT_RC_INVALID_PARAM;
   const Status status = read_wide<Record>(*call.fldDef->dtFormat, call.src, INT32_MAX, call.dst);
-  *call.outLen = RecordTraits<Record>::slot;
+  *call.outLen = RecordTraits<Record>::destination_size;
   if (stores == Stores::once_read && call.srcLen != nullptr && *call.srcLen == 0) {
     *call.srcLen = static_cast<std::int32_t>(bytes_of<WVarcharSz>(WVarcharSz::measure(call).count));
   }

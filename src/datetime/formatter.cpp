@@ -1,7 +1,7 @@
 #include "datetime/formatter.h"
 
+#include "datetime/day_period.h"
 #include "datetime/elements.h"
-#include "datetime/meridiem.h"
 #include "datetime/padded_number.h"
 #include "support/wraps.h"
 
@@ -98,17 +98,17 @@ class Formatter {
       case Writes::fraction: return number<element.width>(static_cast<std::int32_t>(ts_.fraction()));
       case Writes::hour_24: {
         const Status status = number<element.width>(ts_.hour());
-        if (status == ZVRT_RC_OK) give_up_marker();
+        if (status == ZVRT_RC_OK) blank_designator();
         return status;
       }
       case Writes::hour_12: {
         const TwelveHour clock = twelve_hour(ts_.hour());
-        half_ = clock.half;
+        day_period_ = clock.period;
         return number<element.width>(clock.hour);
       }
       case Writes::month_name: return month_name(Name::full);
       case Writes::month_abbreviation: return month_name(Name::abbreviated);
-      case Writes::marker: return reserve_marker(element.width);
+      case Writes::designator: return reserve_designator(element.width);
       case Writes::literal:
       case Writes::end: break;
     }
@@ -144,30 +144,30 @@ class Formatter {
     return advance(length) ? ZVRT_RC_OK : ZVRT_RC_TRUNCATED;
   }
 
-  Status reserve_marker(std::ptrdiff_t width) {
+  Status reserve_designator(std::ptrdiff_t width) {
     if (last_ - at_ < width * unit) return ZVRT_RC_TRUNCATED;
-    give_up_marker();
-    marker_ = at_;
+    blank_designator();
+    designator_ = at_;
     advance(width);
     return ZVRT_RC_OK;
   }
 
   // A place that the marker will not come to is blank.
-  void give_up_marker() {
-    if (marker_ != nullptr) put_marker(' ', ' ');
-    marker_ = nullptr;
+  void blank_designator() {
+    if (designator_ != nullptr) put_designator(' ', ' ');
+    designator_ = nullptr;
   }
 
-  void put_marker(Wide first, Wide second) {
-    store(marker_, 0, first);
-    store(marker_, 1, second);
+  void put_designator(Wide first, Wide second) {
+    store(designator_, 0, first);
+    store(designator_, 1, second);
   }
 
   void terminate() {
     store(at_, 0, Wide{0});
-    if (marker_ == nullptr) return;
-    if (half_ == Meridiem::none) return give_up_marker();
-    put_marker(half_ == Meridiem::am ? 'A' : 'P', 'M');
+    if (designator_ == nullptr) return;
+    if (day_period_ == DayPeriod::none) return blank_designator();
+    put_designator(day_period_ == DayPeriod::am ? 'A' : 'P', 'M');
   }
 
   std::byte* at_;
@@ -175,8 +175,8 @@ class Formatter {
   const TimestampView ts_;
   const std::uint8_t applicable_;
   std::uint8_t awaited_;
-  Meridiem half_ = Meridiem::none;
-  std::byte* marker_ = nullptr;
+  DayPeriod day_period_ = DayPeriod::none;
+  std::byte* designator_ = nullptr;
 };
 
 }  // namespace

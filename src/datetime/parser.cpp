@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "datetime/day_period.h"
 #include "datetime/elements.h"
-#include "datetime/meridiem.h"
 #include "numeric/integer/text_to_integer.h"
 #include "support/units.h"
 #include "support/wraps.h"
@@ -24,16 +24,16 @@ constexpr auto month_letters = [] {
 struct DigitRun {
   std::uint32_t value;   // wraps around
   std::uint32_t length;  // digits, and a minus sign anywhere among them
-  bool refused;          // ended by a character that does not belong, not by the limit or the end of the text
+  bool rejected;         // ended by a character that does not belong, not by the limit or the end of the text
 };
 
 // The longest run of at most so many characters: reading more than that is refused, reading just those is not.
 [[gnu::noinline]] DigitRun read_digits(const std::byte* text, std::uint32_t limit) {
   const auto max_chars = static_cast<std::int32_t>(std::min(limit, static_cast<std::uint32_t>(INT32_MAX)));
   NumberRun run = read_run(text, 0, max_chars);
-  const bool refused = !run.valid;
-  if (refused) run = read_run(text, 0, run.end);
-  return {static_cast<std::uint32_t>(run.value), static_cast<std::uint32_t>(run.end), refused};
+  const bool rejected = !run.valid;
+  if (rejected) run = read_run(text, 0, run.end);
+  return {static_cast<std::uint32_t>(run.value), static_cast<std::uint32_t>(run.end), rejected};
 }
 
 // Nearly every number is just so many digits; no character is looked at behind one that is none.
@@ -74,7 +74,7 @@ bool starts_with(const std::byte* text, const FmtCode* run, const FmtCode* run_e
   return true;  // a literal zero ends the run as it would end a string
 }
 
-const FmtCode* behind_literals(const FmtCode* entry) {
+const FmtCode* after_literals(const FmtCode* entry) {
   while (is_literal(*entry)) ++entry;
   return entry;
 }
@@ -117,7 +117,7 @@ class Parser {
       const Wide character = load<Wide>(at);
       if (character == entry_->literal && character != 0) [[likely]]
         continue;
-      entry_ = behind_literals(entry_);
+      entry_ = after_literals(entry_);
       if (entry_->code == FMT_END) return ZVRT_RC_END_OF_FORMAT;
       at = find_run(text_, run, entry_);
       if (at == nullptr) return ZVRT_RC_INVALID_DATETIME;
@@ -147,9 +147,9 @@ class Parser {
         case Reads::hour_24: return hour_24();
         case Reads::hour_12: return hour_12();
         case Reads::fraction: return fraction<element.length>();
-        case Reads::marker: return marker();
+        case Reads::designator: return designator();
         case Reads::nothing: return ZVRT_RC_OK;
-        case Reads::refused: break;
+        case Reads::rejected: break;
       }
       return ZVRT_RC_INVALID_DATETIME;
     }
@@ -184,7 +184,7 @@ class Parser {
     DigitRun run{0, width, false};
     if (entry_->len != width || !read_fixed_digits<width>(text_, run.value)) [[unlikely]] {
       run = read_digits(text_, entry_->len);
-      if (run.refused) return ZVRT_RC_INVALID_DATETIME;
+      if (run.rejected) return ZVRT_RC_INVALID_DATETIME;
     }
     ts_.year = static_cast<std::int16_t>(run.value);
     consume(run.length);
@@ -251,16 +251,16 @@ class Parser {
     return value;
   }
 
-  Status marker() {
+  Status designator() {
     const std::uint32_t width = entry_->len;
     if (width == 2 && folded(load<Wide>(text_, 1)) == 'm') [[likely]] {
       const Wide letter = folded(load<Wide>(text_));
-      half_ = letter == 'p' ? Meridiem::pm : letter == 'a' ? Meridiem::am : Meridiem::none;
+      day_period_ = letter == 'p' ? DayPeriod::pm : letter == 'a' ? DayPeriod::am : DayPeriod::none;
       consume(width);
     } else {
-      half_ = same_letters(text_, "pm", width)   ? Meridiem::pm
-              : same_letters(text_, "am", width) ? Meridiem::am
-                                                 : Meridiem::none;
+      day_period_ = same_letters(text_, "pm", width)   ? DayPeriod::pm
+                    : same_letters(text_, "am", width) ? DayPeriod::am
+                                                       : DayPeriod::none;
       consume(static_cast<std::uint32_t>(static_cast<std::size_t>(advanced(text_, width) - text_) / unit));
     }
     resolve_hour();
@@ -269,8 +269,8 @@ class Parser {
 
   // Once both an hour of the 12-hour clock and its half of the day are known.
   void resolve_hour() {
-    if (pending_hour_ == none_pending || half_ == Meridiem::none) return;
-    ts_.hour = static_cast<std::uint16_t>(hour_of_day({pending_hour_, half_}));
+    if (pending_hour_ == none_pending || day_period_ == DayPeriod::none) return;
+    ts_.hour = static_cast<std::uint16_t>(hour_of_day({pending_hour_, day_period_}));
     pending_hour_ = none_pending;
   }
 
@@ -279,7 +279,7 @@ class Parser {
   const FmtCode* entry_;
   ZVRTTS& ts_;
   std::int32_t pending_hour_ = none_pending;
-  Meridiem half_ = Meridiem::none;
+  DayPeriod day_period_ = DayPeriod::none;
 };
 
 }  // namespace

@@ -70,8 +70,8 @@ struct RecordTraits;
 template <>
 struct RecordTraits<ZVRTDate> {
   static constexpr DtKind kind = ZVRT_DT_DATE;
-  static constexpr std::int32_t slot = 16;
-  static ZVRTTS widened(const void* src) {
+  static constexpr std::int32_t destination_size = 16;
+  static ZVRTTS to_timestamp(const void* src) {
     const auto date = load<ZVRTDate>(src);
     ZVRTTS ts{};
     ts.year = date.year;
@@ -79,14 +79,14 @@ struct RecordTraits<ZVRTDate> {
     ts.day = date.day;
     return ts;
   }
-  static ZVRTDate cut(const ZVRTTS& ts) { return {ts.year, ts.month, ts.day}; }
+  static ZVRTDate from_timestamp(const ZVRTTS& ts) { return {ts.year, ts.month, ts.day}; }
 };
 
 template <>
 struct RecordTraits<ZVRTTime> {
   static constexpr DtKind kind = ZVRT_DT_TIME;
-  static constexpr std::int32_t slot = 16;
-  static ZVRTTS widened(const void* src) {
+  static constexpr std::int32_t destination_size = 16;
+  static ZVRTTS to_timestamp(const void* src) {
     const auto time = load<ZVRTTime>(src);
     ZVRTTS ts{};
     ts.hour = time.hour;
@@ -94,15 +94,15 @@ struct RecordTraits<ZVRTTime> {
     ts.second = time.second;
     return ts;
   }
-  static ZVRTTime cut(const ZVRTTS& ts) { return {ts.hour, ts.minute, ts.second}; }
+  static ZVRTTime from_timestamp(const ZVRTTS& ts) { return {ts.hour, ts.minute, ts.second}; }
 };
 
 template <>
 struct RecordTraits<ZVRTTS> {
   static constexpr DtKind kind = ZVRT_DT_TIMESTAMP;
-  static constexpr std::int32_t slot = 24;
-  static TimestampView widened(const void* src) { return TimestampView(src); }
-  static const ZVRTTS& cut(const ZVRTTS& ts) { return ts; }
+  static constexpr std::int32_t destination_size = 24;
+  static TimestampView to_timestamp(const void* src) { return TimestampView(src); }
+  static const ZVRTTS& from_timestamp(const ZVRTTS& ts) { return ts; }
 };
 
 }  // namespace zvrt

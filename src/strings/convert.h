@@ -14,22 +14,22 @@
 namespace zvrt {
 
 enum class Empty : std::uint8_t {
-  refused,
+  rejected,
   accepted,
-  refused_after_report,  // a field too short for one character is refused once outLen tells 0
+  rejected_after_report,  // a field too short for one character is refused once outLen tells 0
 };
 enum class Reports : std::uint8_t { needed, written };
 
 // How a member departs from its family.
 struct Options {
-  Empty empty = Empty::refused;
+  Empty empty = Empty::rejected;
   Reports reports = Reports::needed;
   bool strict = false;      // a full narrow destination without its terminator is a truncation
   bool zero_fills = false;  // a zero character ends the text, the rest of its length becomes zeros
 };
 
 constexpr Options accepts_empty{.empty = Empty::accepted};
-constexpr Options reports_empty{.empty = Empty::refused_after_report};
+constexpr Options reports_empty{.empty = Empty::rejected_after_report};
 constexpr Options strict_written{.reports = Reports::written, .strict = true};
 constexpr Options stops_at_zero{.zero_fills = true};
 
@@ -118,7 +118,7 @@ Status terminate_destination(const Call& call, Destination<typename Into::Unit> 
 template <class From, class Into, Options options = Options{}>
 Status convert(const Call& call) {
   if (options.empty != Empty::accepted && is_empty<From>(call)) {
-    if (options.empty == Empty::refused_after_report && call.srcLen != nullptr && *call.srcLen > 0) *call.outLen = 0;
+    if (options.empty == Empty::rejected_after_report && call.srcLen != nullptr && *call.srcLen > 0) *call.outLen = 0;
     return ZVRT_RC_INVALID_PARAM;
   }
   if (Into::header > 0 && call.dstSize < Into::header) return ZVRT_RC_TRUNCATED;

@@ -119,7 +119,7 @@ struct Parts {
   return {first == '-', digits, digits_end, digit_count, significand, exponent - places, at};
 }
 
-enum class Screening : std::uint8_t { refused, only_zeros, has_value };
+enum class Screening : std::uint8_t { rejected, only_zeros, has_value };
 
 // Whether all characters from here on, up to the terminator, may stand in the text of a number.
 [[gnu::noinline]] Screening screen(const std::byte* at) {
@@ -130,7 +130,7 @@ enum class Screening : std::uint8_t { refused, only_zeros, has_value };
     } else if (is_digit(character)) {
       has_value |= character != '0';
     } else if (character != '.') {
-      return Screening::refused;
+      return Screening::rejected;
     }
   }
   return has_value ? Screening::has_value : Screening::only_zeros;
@@ -267,21 +267,21 @@ std::uint64_t double_bits(const std::byte* text, const Parts& parts) {
 // with a number, and for a number that is not 0 and rounds to 0. Text without a digit other than 0 is +0.0, whatever
 // its form. Beyond the largest double the value is infinite.
 [[gnu::always_inline]] inline double read_double(const void* wide_text) {
-  constexpr double refused = std::numeric_limits<double>::quiet_NaN();
+  constexpr double rejected = std::numeric_limits<double>::quiet_NaN();
   const auto* text = static_cast<const std::byte*>(wide_text);
   const Parts parts = scan(text);
   const std::uint64_t bits = double_bits(text, parts);
   if (bits == 0) [[unlikely]] {
     // Zero as it was written, or a number that rounds to it, or none: the digits of the whole text tell.
-    return screen(parts.digits) == Screening::only_zeros ? 0.0 : refused;
+    return screen(parts.digits) == Screening::only_zeros ? 0.0 : rejected;
   }
-  if (load<Wide>(parts.end) != 0 && screen(parts.end) == Screening::refused) [[unlikely]]
-    return refused;
+  if (load<Wide>(parts.end) != 0 && screen(parts.end) == Screening::rejected) [[unlikely]]
+    return rejected;
   return std::bit_cast<double>(bits | static_cast<std::uint64_t>(parts.negative) << 63);
 }
 
 // A single is the nearest one to the nearest double: two roundings, by definition.
-template <class Float, Status refused>
+template <class Float, Status rejected>
 Status read(const Call& call) {
   constexpr std::int32_t size = sizeof(Float);
   if (call.dstSize < size) {
@@ -300,7 +300,7 @@ Status read(const Call& call) {
   const double value = read_double(call.src);
   const auto result = static_cast<Float>(value);
   const bool underflows = result == 0 && value != 0;
-  if (!(result <= std::numeric_limits<Float>::max()) || underflows) return refused;  // not a number, or too large
+  if (!(result <= std::numeric_limits<Float>::max()) || underflows) return rejected;  // not a number, or too large
   return accept(result);
 }
 

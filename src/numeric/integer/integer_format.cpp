@@ -99,8 +99,8 @@ ZVRT_WRAPS Magnitude magnitude_of(const Directive& directive, std::int32_t value
   const std::int32_t unused = 32 - directive.bits;
   const std::uint32_t high = static_cast<std::uint32_t>(value) << unused;
   if (!directive.is_signed()) return {high >> unused, false};
-  const std::int32_t cut = static_cast<std::int32_t>(high) >> unused;
-  return {cut < 0 ? 0 - static_cast<std::uint32_t>(cut) : static_cast<std::uint32_t>(cut), cut < 0};
+  const std::int32_t narrowed = static_cast<std::int32_t>(high) >> unused;
+  return {narrowed < 0 ? 0 - static_cast<std::uint32_t>(narrowed) : static_cast<std::uint32_t>(narrowed), narrowed < 0};
 }
 
 void add_integer(Line& line, const Directive& directive, std::int32_t value) {
@@ -138,7 +138,7 @@ void add_integer(Line& line, const Directive& directive, std::int32_t value) {
 }  // namespace
 
 FormattedInteger format_integer(const char* format, std::int32_t value) {
-  constexpr FormattedInteger refused{};
+  constexpr FormattedInteger rejected{};
   Line line;
   bool converted = false;
   for (const char* at = format; *at != 0;) {
@@ -150,11 +150,11 @@ FormattedInteger format_integer(const char* format, std::int32_t value) {
     }
     ++at;
     Directive directive;
-    if (converted || !take_directive(at, directive)) return refused;
+    if (converted || !take_directive(at, directive)) return rejected;
     add_integer(line, directive, value);
     converted = true;
   }
-  return converted ? line.result() : refused;
+  return converted ? line.result() : rejected;
 }
 
 }  // namespace zvrt

@@ -19,7 +19,7 @@ Call with_unsigned_size(Call call) {
 }
 
 // The member that tells refused text by the general failure.
-Status refusing_by_error(Status status) { return status == ZVRT_RC_INVALID_INTEGER ? ZVRT_RC_ERROR : status; }
+Status with_general_error(Status status) { return status == ZVRT_RC_INVALID_INTEGER ? ZVRT_RC_ERROR : status; }
 
 // Narrow text by way of a work area of so many characters; longer text is refused as truncated.
 template <std::size_t characters, ZVRTConversion conversion>
@@ -43,7 +43,7 @@ uint32_t ZVRTCnvWVarcharSzToLongLong(CNV_PARAMS)  { return parse<std::int64_t>(C
 uint32_t ZVRTCnvWVarcharSzToUInt(CNV_PARAMS)      { return parse<std::uint32_t>(CNV_CALL); }
 uint32_t ZVRTCnvWVarcharSzToInt1(CNV_PARAMS)      { return parse<std::int32_t>(CNV_CALL); }
 uint32_t ZVRTCnvWVarcharSzToSmallUInt(CNV_PARAMS) { return parse<std::uint16_t>(CNV_CALL); }
-uint32_t ZVRTCnvWVarcharSzToSmallInt(CNV_PARAMS)  { return refusing_by_error(parse<std::int16_t>(CNV_CALL)); }
+uint32_t ZVRTCnvWVarcharSzToSmallInt(CNV_PARAMS)  { return with_general_error(parse<std::int16_t>(CNV_CALL)); }
 uint32_t ZVRTCnvWVarcharSzToTinyUInt(CNV_PARAMS)  { return parse<std::uint8_t>(CNV_CALL); }
 uint32_t ZVRTCnvWVarcharSzToTinyInt(CNV_PARAMS)   { return parse<std::int8_t>(CNV_CALL); }
 uint32_t ZVRTCnvVarcharSzToULONGLONG(CNV_PARAMS)  { return parse_narrow<22, ZVRTCnvWVarcharSzToULONGLONG>(CNV_CALL); }

@@ -5,11 +5,11 @@
 
 namespace zvrt {
 
-enum class Meridiem : std::uint8_t { none, am, pm };
+enum class DayPeriod : std::uint8_t { none, am, pm };
 
 struct TwelveHour {
   std::int32_t hour;
-  Meridiem half;
+  DayPeriod period;
 };
 
 // Both ways without a branch: which half of the day a column's values fall into is anyone's guess.
@@ -18,12 +18,12 @@ struct TwelveHour {
 constexpr TwelveHour twelve_hour(std::int32_t hour) {
   const std::int32_t twelve_at_midnight = 12 * static_cast<std::int32_t>(hour == 0);
   const std::int32_t past_noon = 12 * static_cast<std::int32_t>(hour > 12);
-  return {hour + twelve_at_midnight - past_noon, hour < 12 ? Meridiem::am : Meridiem::pm};
+  return {hour + twelve_at_midnight - past_noon, hour < 12 ? DayPeriod::am : DayPeriod::pm};
 }
 
 // Twelve is the start of its half of the day. Without a half there is no telling.
 constexpr std::int32_t hour_of_day(TwelveHour clock) {
-  const std::int32_t start = 12 * static_cast<std::int32_t>(clock.half == Meridiem::pm);
+  const std::int32_t start = 12 * static_cast<std::int32_t>(clock.period == DayPeriod::pm);
   return clock.hour - 12 * static_cast<std::int32_t>(clock.hour == 12) + start;
 }
 
