@@ -56,10 +56,10 @@ PageStore::Opened PageStore::open(std::uint32_t number, Style style) {
     const Page* const page = page_of(icu, style);
     if (page == nullptr) return {Opened::Result::no_memory, nullptr, nullptr};
     if (page->tables != nullptr) return {Opened::Result::found, page->tables.get(), nullptr};
-    std::unique_ptr<Converter> own(new (std::nothrow) StreamedPage(std::move(icu)));
-    const auto result = own != nullptr ? Opened::Result::found : Opened::Result::no_memory;
-    Converter* const converter = own.get();
-    return {result, converter, std::move(own)};
+    std::unique_ptr<Converter> owned(new (std::nothrow) StreamedPage(std::move(icu)));
+    const auto result = owned != nullptr ? Opened::Result::found : Opened::Result::no_memory;
+    Converter* const converter = owned.get();
+    return {result, converter, std::move(owned)};
   }
   return {Opened::Result::unknown, nullptr, nullptr};
 }

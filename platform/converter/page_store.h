@@ -17,7 +17,7 @@ class PageStore {
   struct Opened {
     enum class Result { found, unknown, no_memory } result;
     Converter* converter;
-    std::unique_ptr<Converter> own;  // set when the converter is not shared
+    std::unique_ptr<Converter> owned;  // set when the converter is not shared
   };
 
   // Opens the page by the first of its names that ICU knows.

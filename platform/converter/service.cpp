@@ -23,7 +23,7 @@ using zvrt::Style;
 struct Entry {
   std::uint64_t key;
   Converter* converter;
-  std::unique_ptr<Converter> own;  // set when the converter is the thread's alone
+  std::unique_ptr<Converter> owned;  // set when the converter is the thread's alone
   std::unique_ptr<Entry> next;
 };
 
@@ -113,7 +113,7 @@ Converter* open(ZVRTThreadBlock& block, std::uint32_t number, Style style) {
   if (opened.result != PageStore::Opened::Result::found) return nullptr;
   std::unique_ptr<Entry> entry(new (std::nothrow) Entry{key_of(number, style), opened.converter, nullptr, nullptr});
   if (entry == nullptr) return nullptr;
-  entry->own = std::move(opened.own);
+  entry->owned = std::move(opened.owned);
   entry->next = std::move(cache->first);
   cache->first = std::move(entry);
   return cache->first->converter;

@@ -20,15 +20,15 @@ constexpr std::int32_t max_decimal_exponent = 308;
 // Sixteen digits of two numbers below 10^8, leading zeros included, a byte each: all lanes are split by 10^4, then by
 // 100, then by 10, the quotients by reciprocals that are exact for the numbers that occur.
 inline __m128i sixteen_digits(std::uint32_t upper, std::uint32_t lower) {
-  const __m128i eights = _mm_set_epi32(0, static_cast<int>(lower), 0, static_cast<int>(upper));
-  const __m128i by_10000 = _mm_srli_epi64(_mm_mul_epu32(eights, _mm_set1_epi32(static_cast<int>(0xD1B71759))), 45);
-  const __m128i after_10000 = _mm_sub_epi32(eights, _mm_mul_epu32(by_10000, _mm_set1_epi32(10000)));
-  const __m128i fours = _mm_or_si128(by_10000, _mm_slli_epi64(after_10000, 32));
-  const __m128i by_100 = _mm_srli_epi16(_mm_mulhi_epu16(fours, _mm_set1_epi16(5243)), 3);
-  const __m128i after_100 = _mm_sub_epi16(fours, _mm_mullo_epi16(by_100, _mm_set1_epi16(100)));
-  const __m128i twos = _mm_or_si128(by_100, _mm_slli_epi32(after_100, 16));
-  const __m128i by_10 = _mm_mulhi_epu16(twos, _mm_set1_epi16(6554));
-  const __m128i after_10 = _mm_sub_epi16(twos, _mm_mullo_epi16(by_10, _mm_set1_epi16(10)));
+  const __m128i octets = _mm_set_epi32(0, static_cast<int>(lower), 0, static_cast<int>(upper));
+  const __m128i by_10000 = _mm_srli_epi64(_mm_mul_epu32(octets, _mm_set1_epi32(static_cast<int>(0xD1B71759))), 45);
+  const __m128i after_10000 = _mm_sub_epi32(octets, _mm_mul_epu32(by_10000, _mm_set1_epi32(10000)));
+  const __m128i quads = _mm_or_si128(by_10000, _mm_slli_epi64(after_10000, 32));
+  const __m128i by_100 = _mm_srli_epi16(_mm_mulhi_epu16(quads, _mm_set1_epi16(5243)), 3);
+  const __m128i after_100 = _mm_sub_epi16(quads, _mm_mullo_epi16(by_100, _mm_set1_epi16(100)));
+  const __m128i pairs = _mm_or_si128(by_100, _mm_slli_epi32(after_100, 16));
+  const __m128i by_10 = _mm_mulhi_epu16(pairs, _mm_set1_epi16(6554));
+  const __m128i after_10 = _mm_sub_epi16(pairs, _mm_mullo_epi16(by_10, _mm_set1_epi16(10)));
   return _mm_or_si128(by_10, _mm_slli_epi16(after_10, 8));
 }
 

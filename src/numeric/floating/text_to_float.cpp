@@ -47,10 +47,10 @@ bool are_digits(__m128i values) {
 
 // Neighbours are joined to numbers of two, four, eight digits.
 std::uint32_t join_digits(__m128i digits) {
-  const __m128i twos = _mm_madd_epi16(digits, _mm_set1_epi32(10 | 1 << 16));
-  const __m128i fours = _mm_madd_epi16(_mm_packs_epi32(twos, twos), _mm_set1_epi32(100 | 1 << 16));
-  const __m128i eights = _mm_madd_epi16(_mm_packs_epi32(fours, fours), _mm_set1_epi32(10000 | 1 << 16));
-  return static_cast<std::uint32_t>(_mm_cvtsi128_si32(eights));
+  const __m128i pairs = _mm_madd_epi16(digits, _mm_set1_epi32(10 | 1 << 16));
+  const __m128i quads = _mm_madd_epi16(_mm_packs_epi32(pairs, pairs), _mm_set1_epi32(100 | 1 << 16));
+  const __m128i octets = _mm_madd_epi16(_mm_packs_epi32(quads, quads), _mm_set1_epi32(10000 | 1 << 16));
+  return static_cast<std::uint32_t>(_mm_cvtsi128_si32(octets));
 }
 
 ZVRT_WRAPS [[gnu::always_inline]] inline const std::byte* scan_digits(const std::byte* at, std::uint64_t& value) {

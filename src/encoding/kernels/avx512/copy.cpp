@@ -27,9 +27,9 @@ struct Bytes {
   }
   // The units before the first zero, all where there is none.
   static std::size_t text(const Block& block) {
-    const auto length = [](Vector bytes, std::size_t behind) {
+    const auto length = [](Vector bytes, std::size_t rest) {
       const Mask zeros = _mm512_testn_epi8_mask(bytes, bytes);
-      return lowest_bit(zeros) + (zeros == 0 ? behind : 0);
+      return lowest_bit(zeros) + (zeros == 0 ? rest : 0);
     };
     return length(block.a, length(block.b, length(block.c, length(block.d, 0))));
   }

@@ -82,19 +82,19 @@ ZVRT_INLINED Decoded store_any(const Characters& from, std::size_t count, char* 
   for (std::size_t done = 0; done < count; done += 16) {
     const Payload payload = payload_of_any(from, which);
     __mmask16 lanes = first16(count - done);
-    Mask odd = payload.odd & lanes;
+    Mask malformed = payload.malformed & lanes;
     const Vector characters = characters_of(payload);
-    if constexpr (Out::has_pairs) odd |= _mm512_mask_cmpgt_epu32_mask(lanes, characters, repeat32(0x10FFFF));
-    if (odd != 0) [[unlikely]]
-      lanes = static_cast<__mmask16>(below(odd));
+    if constexpr (Out::has_pairs) malformed |= _mm512_mask_cmpgt_epu32_mask(lanes, characters, repeat32(0x10FFFF));
+    if (malformed != 0) [[unlikely]]
+      lanes = static_cast<__mmask16>(below(malformed));
     if constexpr (Out::has_pairs) {
       units += Out::store(dst + units * Out::unit, lanes, characters);
     } else {
       if constexpr (Out::writes) Out::store(dst + done * Out::unit, lanes, characters);
       units = done + 16;
     }
-    if (odd != 0) [[unlikely]]
-      return {done + lowest_bit(odd), Out::has_pairs ? units : done + lowest_bit(odd)};
+    if (malformed != 0) [[unlikely]]
+      return {done + lowest_bit(malformed), Out::has_pairs ? units : done + lowest_bit(malformed)};
     which = _mm512_add_epi8(which, repeat8(16));
   }
   return {count, Out::has_pairs ? units : count};
@@ -107,12 +107,12 @@ ZVRT_INLINED Decoded store_short_forms(const Characters& from, std::size_t count
   for (std::size_t done = 0; done < count; done += 32) {
     const Payload payload = payload_of_short_forms(from, which);
     __mmask32 lanes = first32(count - done);
-    const Mask odd = payload.odd & lanes;
-    if (odd != 0) [[unlikely]]
-      lanes = static_cast<__mmask32>(below(odd));
+    const Mask malformed = payload.malformed & lanes;
+    if (malformed != 0) [[unlikely]]
+      lanes = static_cast<__mmask32>(below(malformed));
     if constexpr (Out::writes) Out::store_words(dst + done * Out::unit, lanes, units_of(payload));
-    if (odd != 0) [[unlikely]]
-      return {done + lowest_bit(odd), done + lowest_bit(odd)};
+    if (malformed != 0) [[unlikely]]
+      return {done + lowest_bit(malformed), done + lowest_bit(malformed)};
     which = _mm512_add_epi8(which, repeat8(32));
   }
   return {count, count};
@@ -169,7 +169,7 @@ ZVRT_INLINED bool decode_step(const char* src, Bound bound, char* dst, std::size
 template <class Out, class Bound>
 ZVRT_INLINED bool decode_long(const char* src, Bound bound, char* dst, std::size_t capacity, Progress& progress) {
   constexpr std::size_t step = step_bytes;
-  constexpr std::size_t own = 60;
+  constexpr std::size_t stride = 60;
   std::size_t from = progress.read;
   while ((!Out::writes || capacity - progress.written >= step) && bound.readable(src, from, step) == step) {
     const Vector bytes = _mm512_loadu_si512(src + from);
@@ -185,7 +185,7 @@ ZVRT_INLINED bool decode_long(const char* src, Bound bound, char* dst, std::size
     const __mmask64 lead_bytes = _mm512_cmpge_epi8_mask(bytes, _mm512_set1_epi8(first_lead));
     // Continuation bytes may lead the step only as far as a character reaches into it.
     if ((lead_bytes >> (progress.read - from) & 1) == 0) break;
-    const Mask leads = lead_bytes & first(own);
+    const Mask leads = lead_bytes & first(stride);
     const std::size_t count = count_of(leads);
     const Characters characters = locate(bytes, lead_bytes);
     const bool long_forms = _mm512_cmpge_epu8_mask(bytes, repeat8(0xE0)) != 0;
@@ -196,8 +196,8 @@ ZVRT_INLINED bool decode_long(const char* src, Bound bound, char* dst, std::size
       progress.read = from + lowest_bit(_pdep_u64(Mask{1} << done.characters, leads));
       return false;
     }
-    progress.read = from + lowest_bit(lead_bytes & ~first(own));
-    from += own;
+    progress.read = from + lowest_bit(lead_bytes & ~first(stride));
+    from += stride;
   }
   return true;
 }

@@ -65,11 +65,11 @@ template <class Bound>
   Vector low = load_units<Bound>(at, readable, 0, max_units);
   Vector high = load_units<Bound>(at, readable, 16, max_units);
   const Vector words = in_words(low, high);
-  constexpr Mask behind = ~((Mask{1} << max_units) - 1);
-  Mask inside = below(Mask{_mm512_testn_epi16_mask(words, words)} | behind);
+  constexpr Mask beyond = ~((Mask{1} << max_units) - 1);
+  Mask inside = below(Mask{_mm512_testn_epi16_mask(words, words)} | beyond);
   if ((_mm512_cmpgt_epu16_mask(words, repeat16(last_of_two)) & inside) == 0) {
     const Vector units = _mm512_maskz_mov_epi16(static_cast<__mmask32>(inside), words);
-    const std::size_t characters = store_forms<2>(spread_short_forms(units), count_of(inside), dst, capacity, progress);
+    const std::size_t characters = store_forms<2>(expand_short_forms(units), count_of(inside), dst, capacity, progress);
     return taken(characters, readable, bound, progress);
   }
   low = _mm512_maskz_mov_epi32(lanes_of(inside, 0), low);
@@ -82,8 +82,8 @@ template <class Bound>
   }
   const std::size_t text = count_of(inside);
   const std::size_t in_low = min(text, 16);
-  std::size_t characters = store_forms<4>(spread(low), in_low, dst, capacity, progress);
-  if (characters == in_low) characters += store_forms<4>(spread(high), text - in_low, dst, capacity, progress);
+  std::size_t characters = store_forms<4>(expand(low), in_low, dst, capacity, progress);
+  if (characters == in_low) characters += store_forms<4>(expand(high), text - in_low, dst, capacity, progress);
   return taken(characters, readable, bound, progress);
 }
 
@@ -91,10 +91,10 @@ template <class Bound>
 [[gnu::always_inline]] inline void store_half(Vector low, Vector high, bool long_forms, char* dst, std::size_t capacity,
                                               Progress& progress) {
   if (long_forms) {
-    progress.read += store_forms<4>(spread(low), 16, dst, capacity, progress);
-    progress.read += store_forms<4>(spread(high), 16, dst, capacity, progress);
+    progress.read += store_forms<4>(expand(low), 16, dst, capacity, progress);
+    progress.read += store_forms<4>(expand(high), 16, dst, capacity, progress);
   } else {
-    progress.read += store_forms<2>(spread_short_forms(in_words(low, high)), 32, dst, capacity, progress);
+    progress.read += store_forms<2>(expand_short_forms(in_words(low, high)), 32, dst, capacity, progress);
   }
 }
 

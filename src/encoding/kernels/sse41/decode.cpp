@@ -29,10 +29,10 @@ ZVRT_INLINED Characters locate(Block bytes) {
   const Block beyond = _mm_subs_epu8(bytes, repeat(0xF8 - 0x80));
   const Block empty = _mm_cmpeq_epi8(_mm_and_si128(bytes, repeat(0xCF)), repeat(0xC0));
   const Block next_empty = _mm_cmpeq_epi8(_mm_srli_si128(bytes, 1), repeat(0x80));
-  const Mask odd = sign_bits(_mm_or_si128(beyond, _mm_and_si128(empty, next_empty)));
+  const Mask malformed = sign_bits(_mm_or_si128(beyond, _mm_and_si128(empty, next_empty)));
   // A fault lies behind the first byte of its character, also where that ends the block or the text, or is a stray
   // byte: the block stops at the last character that starts before.
-  const Mask faults = ((expected ^ continuations) | odd << 1) & span;
+  const Mask faults = ((expected ^ continuations) | malformed << 1) & span;
   const Mask starts = ~continuations & span & below(faults);
   // Before each start but the first a character ends.
   return {starts >> 1, highest_bit(starts | 1), (three & span) == 0};
@@ -334,7 +334,7 @@ ZVRT_INLINED Progress decode_prefix(const char* src, Source source, void* dst, s
 }
 
 // Kept apart, so that ASCII does not wait for what this saves and restores.
-[[gnu::noinline]] Progress decode_behind(const char* src, std::size_t ascii, void* dst, std::size_t capacity) {
+[[gnu::noinline]] Progress decode_after_ascii(const char* src, std::size_t ascii, void* dst, std::size_t capacity) {
   return decode_prefix<true>(src, Terminated{}, dst, capacity, ascii);
 }
 
@@ -346,7 +346,7 @@ Progress decode(const char* src, std::size_t count, void* dst, std::size_t capac
 Progress decode_terminated(const char* src, void* dst, std::size_t capacity) {
   const std::size_t ascii = widen_leading_ascii(src, static_cast<char*>(dst), capacity);
   if (ascii != 0 && src[ascii] == 0) return {ascii, ascii};
-  return decode_behind(src, ascii, dst, capacity);
+  return decode_after_ascii(src, ascii, dst, capacity);
 }
 Progress count_decoded(const char* src, std::size_t count) {
   return decode_prefix<false>(src, Counted{count}, nullptr, 0);

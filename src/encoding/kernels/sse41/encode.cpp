@@ -72,7 +72,7 @@ Block last_two(Block values) {
 }
 
 // The bytes of four characters of any length.
-Block spread(Block values) {
+Block expand(Block values) {
   const auto group = [](Block shifted, int mask) { return _mm_and_si128(shifted, _mm_set1_epi32(mask)); };
   const auto above = [values](int limit) { return _mm_cmpgt_epi32(values, _mm_set1_epi32(limit)); };
   const Block low = _mm_or_si128(group(values, 0x3F), group(_mm_slli_epi32(values, 2), 0x3F00));
@@ -89,10 +89,10 @@ Block spread(Block values) {
 // ---- Lanes squeezed together ----
 
 // For four lanes of four bytes, by the lengths less one in two masks of four bits.
-struct Squeezes {
+struct QuadCompression {
   alignas(16) std::uint8_t order[256][16];
   std::uint8_t bytes[256];
-  constexpr Squeezes() : order(), bytes() {
+  constexpr QuadCompression() : order(), bytes() {
     for (unsigned lengths = 0; lengths < 256; ++lengths) {
       unsigned count = 0;
       for (unsigned i = 0; i < 4; ++i) {
@@ -104,12 +104,12 @@ struct Squeezes {
     }
   }
 };
-constexpr Squeezes squeezes;
+constexpr QuadCompression quad_compression;
 
 // For eight lanes of two bytes, by a mask of those that are full.
-struct ShortSqueezes {
+struct PairCompression {
   alignas(16) std::uint8_t order[256][16];
-  constexpr ShortSqueezes() : order() {
+  constexpr PairCompression() : order() {
     for (unsigned two = 0; two < 256; ++two) {
       unsigned count = 0;
       for (unsigned i = 0; i < 8; ++i) {
@@ -120,14 +120,14 @@ struct ShortSqueezes {
     }
   }
 };
-constexpr ShortSqueezes short_squeezes;
+constexpr PairCompression pair_compression;
 
-Block squeeze(Block lanes, const std::uint8_t (&order)[16]) {
+Block compress(Block lanes, const std::uint8_t (&order)[16]) {
   return _mm_shuffle_epi8(lanes, _mm_load_si128(reinterpret_cast<const Block*>(order)));
 }
 
 // Bytes at the start of a block; zeros follow, except in the last of a text.
-struct Squeezed {
+struct Compressed {
   Block bytes;
   std::size_t count;
 };
@@ -166,7 +166,7 @@ void store_bytes(char* dst, std::size_t count, Block bytes) {
 }
 
 // The bytes of two blocks together: by eights, from the first sixteen and the last sixteen of them.
-ZVRT_INLINED void store_joined(char* dst, const Squeezed& low, const Squeezed& high) {
+ZVRT_INLINED void store_joined(char* dst, const Compressed& low, const Compressed& high) {
   const std::size_t count = low.count + high.count;
   const Block leading = _mm_or_si128(low.bytes, shift_up(high.bytes, low.count));
   if (count < 8) return store_small(dst, count, leading);
@@ -199,12 +199,12 @@ Lanes lanes_of(Block values) {
 }
 
 // The lengths less one of the characters are in two masks.
-ZVRT_INLINED void store_lanes(char* dst, const Lanes& lanes, Mask odd, Mask from_three, std::size_t bytes) {
-  const Mask first = (odd & 0xF) | (from_three & 0xF) << 4;
-  const Mask second = (odd >> 4 & 0xF) | (from_three & 0xF0);
-  const std::size_t leading = min(squeezes.bytes[first], bytes);
-  store_joined(dst, {squeeze(lanes.low, squeezes.order[first]), leading},
-               {squeeze(lanes.high, squeezes.order[second]), bytes - leading});
+ZVRT_INLINED void store_lanes(char* dst, const Lanes& lanes, Mask length_low_bits, Mask from_three, std::size_t bytes) {
+  const Mask first = (length_low_bits & 0xF) | (from_three & 0xF) << 4;
+  const Mask second = (length_low_bits >> 4 & 0xF) | (from_three & 0xF0);
+  const std::size_t leading = min(quad_compression.bytes[first], bytes);
+  store_joined(dst, {compress(lanes.low, quad_compression.order[first]), leading},
+               {compress(lanes.high, quad_compression.order[second]), bytes - leading});
 }
 
 // A step with characters that are not ASCII.
@@ -213,16 +213,16 @@ ZVRT_INLINED void narrow(const Step& step, const Units& units, std::size_t bytes
   const std::size_t leading = lengths.bytes_of_eight();
   const std::size_t rest = bytes - leading;
   if (lengths.from_three == 0) {
-    store_joined(dst, {squeeze(last_two(step.low), short_squeezes.order[lengths.from_two & 0xFF]), leading},
-                 {squeeze(last_two(step.high), short_squeezes.order[lengths.from_two >> 8]), rest});
+    store_joined(dst, {compress(last_two(step.low), pair_compression.order[lengths.from_two & 0xFF]), leading},
+                 {compress(last_two(step.high), pair_compression.order[lengths.from_two >> 8]), rest});
     return;
   }
-  const Mask odd = lengths.from_two ^ lengths.from_three ^ lengths.from_four;
+  const Mask length_low_bits = lengths.from_two ^ lengths.from_three ^ lengths.from_four;
   const auto lanes = [&](Block values, std::size_t quad) {
-    return lengths.from_four == 0 ? lanes_of(values) : Lanes{spread(units.quads[quad]), spread(units.quads[quad + 1])};
+    return lengths.from_four == 0 ? lanes_of(values) : Lanes{expand(units.quads[quad]), expand(units.quads[quad + 1])};
   };
-  store_lanes(dst, lanes(step.low, 0), odd, lengths.from_three, leading);
-  if (rest > 0) store_lanes(dst + leading, lanes(step.high, 2), odd >> 8, lengths.from_three >> 8, rest);
+  store_lanes(dst, lanes(step.low, 0), length_low_bits, lengths.from_three, leading);
+  if (rest > 0) store_lanes(dst + leading, lanes(step.high, 2), length_low_bits >> 8, lengths.from_three >> 8, rest);
 }
 
 // Terminated text that is ASCII and ends within 32 characters, as most values do; returns its length, or 0.

@@ -270,11 +270,11 @@ ZVRT_WRAPS Encoded encode_varnum_512(const void* text, std::uint8_t* dst, std::i
   const std::uint32_t lower = (leading + point) % 2;
   const std::uint32_t shift = 2 * header_bytes + lower - leading;
   const Vector straight = positions(0 - shift);
-  const __mmask64 behind = _mm512_cmpge_epi8_mask(straight, repeat(point));
-  const Vector from = _mm512_mask_sub_epi8(straight, behind, straight, all(decimal_vectors.minus_ones));
+  const __mmask64 after_point = _mm512_cmpge_epi8_mask(straight, repeat(point));
+  const Vector from = _mm512_mask_sub_epi8(straight, after_point, straight, all(decimal_vectors.minus_ones));
   const Mask used = first(last + shift + 1) ^ Mask { lower } << (2 * header_bytes);
-  const Vector squeezed = _mm512_maskz_permutexvar_epi8(used, from, values);
-  const __m256i pairs = _mm512_cvtepi16_epi8(_mm512_maddubs_epi16(squeezed, all(decimal_vectors.by_10_and_1)));
+  const Vector compressed = _mm512_maskz_permutexvar_epi8(used, from, values);
+  const __m256i pairs = _mm512_cvtepi16_epi8(_mm512_maddubs_epi16(compressed, all(decimal_vectors.by_10_and_1)));
 
   const std::uint32_t size = min((last + shift) / 2 + 1, max_varnum_size);
   if (static_cast<std::int32_t>(size) <= capacity) {

@@ -116,10 +116,10 @@ Digits read_block(const void* text) {
   const std::uint32_t end = _tzcnt_u32(others);
   const __m128i right_aligned = _mm512_castsi512_si128(
       _mm512_permutex2var_epi8(digits, load_block(all.to_the_right + 16 + end), _mm512_setzero_si512()));
-  const __m128i twos = _mm_maddubs_epi16(right_aligned, load_quarter(all.to_two_digits));
-  const __m128i fours = _mm_madd_epi16(twos, load_quarter(all.to_four_digits));
-  const __m128i eights = _mm_madd_epi16(_mm_packus_epi32(fours, fours), load_quarter(all.to_eight_digits));
-  const auto halves = static_cast<std::uint64_t>(_mm_cvtsi128_si64(eights));
+  const __m128i pairs = _mm_maddubs_epi16(right_aligned, load_quarter(all.to_two_digits));
+  const __m128i quads = _mm_madd_epi16(pairs, load_quarter(all.to_four_digits));
+  const __m128i octets = _mm_madd_epi16(_mm_packus_epi32(quads, quads), load_quarter(all.to_eight_digits));
+  const auto halves = static_cast<std::uint64_t>(_mm_cvtsi128_si64(octets));
   return {(halves & 0xFFFFFFFF) * hundred_million + (halves >> 32), end, reading_up_to(text, end)};
 }
 
@@ -135,11 +135,11 @@ ZVRT_WRAPS Digits read_block_and_half(const void* text) {
   const std::uint32_t end = _tzcnt_u32(others);
   const __m256i right_aligned = _mm512_castsi512_si256(
       _mm512_permutex2var_epi8(digits, load_block(all.to_the_right + end), _mm512_zextsi256_si512(more)));
-  const __m256i twos = _mm256_maddubs_epi16(right_aligned, load_half(all.to_two_digits));
-  const __m256i fours = _mm256_madd_epi16(twos, load_half(all.to_four_digits));
-  const __m256i eights = _mm256_madd_epi16(_mm256_packus_epi32(fours, fours), load_half(all.to_eight_digits));
-  const auto upper = static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm256_castsi256_si128(eights)));
-  const auto lower = static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm256_extracti128_si256(eights, 1)));
+  const __m256i pairs = _mm256_maddubs_epi16(right_aligned, load_half(all.to_two_digits));
+  const __m256i quads = _mm256_madd_epi16(pairs, load_half(all.to_four_digits));
+  const __m256i octets = _mm256_madd_epi16(_mm256_packus_epi32(quads, quads), load_half(all.to_eight_digits));
+  const auto upper = static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm256_castsi256_si128(octets)));
+  const auto lower = static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm256_extracti128_si256(octets, 1)));
   const std::uint64_t value =
       ((upper >> 32) * hundred_million + (lower & 0xFFFFFFFF)) * hundred_million + (lower >> 32);
   return {value, end, reading_up_to(text, end)};

@@ -222,8 +222,8 @@ ZVRT_WRAPS Packed pack_text_41(const void* text, std::uint8_t* field, std::int32
 
 // The bytes before `index` of one window and those behind it of the window one byte before.
 Block split_window(const Bytes& bytes, std::int32_t from, std::uint32_t index) {
-  const Block behind = _mm_cmpgt_epi8(all(decimal_vectors.positions), repeat(index));
-  return _mm_blendv_epi8(window(bytes, from), window(bytes, from - 1), behind);
+  const Block after_point = _mm_cmpgt_epi8(all(decimal_vectors.positions), repeat(index));
+  return _mm_blendv_epi8(window(bytes, from), window(bytes, from - 1), after_point);
 }
 
 ZVRT_WRAPS Rendered render_varnum_41(const std::uint8_t* value, void* dst, std::int32_t capacity) {
@@ -297,7 +297,7 @@ ZVRT_WRAPS Encoded encode_varnum_41(const void* text, std::uint8_t* dst, std::in
   values.high = _mm_and_si128(
       values.high, _mm_cmpgt_epi8(_mm_sub_epi8(end, all(decimal_vectors.sixteens)), all(decimal_vectors.positions)));
   // Digits behind the point move up over it.
-  const auto squeezed = [&](std::uint32_t part) {
+  const auto compressed = [&](std::uint32_t part) {
     const std::int32_t from = static_cast<std::int32_t>(part) - static_cast<std::int32_t>(shift);
     const Block straight = _mm_add_epi8(all(decimal_vectors.positions), repeat(static_cast<std::uint32_t>(from)));
     const Block before = _mm_cmpgt_epi8(repeat(point), straight);
@@ -305,7 +305,7 @@ ZVRT_WRAPS Encoded encode_varnum_41(const void* text, std::uint8_t* dst, std::in
   };
   const Block weights = all(decimal_vectors.by_10_and_1);
   const Block pairs =
-      _mm_packus_epi16(_mm_maddubs_epi16(squeezed(0), weights), _mm_maddubs_epi16(squeezed(block_bytes), weights));
+      _mm_packus_epi16(_mm_maddubs_epi16(compressed(0), weights), _mm_maddubs_epi16(compressed(block_bytes), weights));
   const std::int32_t exponent = positive_exponent - 1 + static_cast<std::int32_t>(point + lower - leading) / 2;
   store_exactly(dst, size, _mm_add_epi8(pairs, all(decimal_vectors.ones)));
   put(dst, 0, static_cast<std::uint16_t>((size - 1) | static_cast<std::uint32_t>(exponent) << 8));

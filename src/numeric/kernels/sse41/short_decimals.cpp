@@ -64,14 +64,15 @@ ZVRT_WRAPS ShortDecimal read_short_decimal_sse41(const void* text) {
   if (load<Wide>(text, end) != 0) return none;
 
   // Before the point the digits move by one place more, in its stead. Without one, no digit does.
-  const std::uint32_t behind_point = point == 0 ? end : end - static_cast<std::uint32_t>(__builtin_ctz(point)) - 1;
-  const std::uint32_t before_point = point == 0 ? 0 : lanes - behind_point;
+  const std::uint32_t after_point = point == 0 ? end : end - static_cast<std::uint32_t>(__builtin_ctz(point)) - 1;
+  const std::uint32_t shift_of_integer_digits = point == 0 ? 0 : lanes - after_point;
   const std::uint8_t* const right_aligned = constants.to_the_right + end;
-  const Block before = _mm_cmpgt_epi8(_mm_set1_epi8(static_cast<char>(before_point)), load_block(constants.positions));
+  const Block before =
+      _mm_cmpgt_epi8(_mm_set1_epi8(static_cast<char>(shift_of_integer_digits)), load_block(constants.positions));
   const Block order = _mm_blendv_epi8(load_block(right_aligned), load_block(right_aligned - 1), before);
   const Block joined = _mm_shuffle_epi8(_mm_and_si128(values, is_digit), order);
   const auto significand = static_cast<std::int64_t>(sse41::join_digits(joined));
-  return {negative ? -significand : significand, point == 0 ? 0 : static_cast<std::int64_t>(behind_point)};
+  return {negative ? -significand : significand, point == 0 ? 0 : static_cast<std::int64_t>(after_point)};
 }
 
 }  // namespace zvrt
