@@ -4,7 +4,7 @@ namespace zvrt {
 
 std::unique_ptr<Converter> DoubleBytePage::build(const IcuConverter& icu) {
   std::unique_ptr<DoubleBytePage> page(new (std::nothrow) DoubleBytePage);
-  if (page == nullptr || !page->tables_.learn(icu)) return nullptr;
+  if (page == nullptr || !page->tables_.build(icu)) return nullptr;
   return page;
 }
 

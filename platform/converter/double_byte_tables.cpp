@@ -2,20 +2,20 @@
 
 namespace zvrt {
 
-bool DoubleByteTables::learn(const IcuConverter& icu) {
+bool DoubleByteTables::build(const IcuConverter& icu) {
   if (!code_of.prepare()) return false;
   for (std::uint32_t value = 0; value < 256; ++value) {
     const auto byte = static_cast<unsigned char>(value);
-    const auto [answer, character] = icu.meaning({byte});
+    const auto [answer, character] = icu.decode({byte});
     switch (answer) {
       case IcuConverter::Answer::undefined: break;
-      case IcuConverter::Answer::several: return false;
+      case IcuConverter::Answer::multi_character: return false;
       case IcuConverter::Answer::incomplete:
-        if (!learn_pairs(icu, byte)) return false;
+        if (!build_pairs(icu, byte)) return false;
         break;
       case IcuConverter::Answer::character:
         characters.set(byte, character);
-        if (icu.writes(character, {byte}) && !code_of.add(character, {byte})) return false;
+        if (icu.encodes_to(character, {byte}) && !code_of.add(character, {byte})) return false;
         break;
     }
   }
@@ -23,13 +23,13 @@ bool DoubleByteTables::learn(const IcuConverter& icu) {
   return true;
 }
 
-bool DoubleByteTables::learn_pairs(const IcuConverter& icu, unsigned char lead) {
+bool DoubleByteTables::build_pairs(const IcuConverter& icu, unsigned char lead) {
   for (std::uint32_t value = 0; value < 256; ++value) {
     const auto trail = static_cast<unsigned char>(value);
-    const auto [answer, character] = icu.meaning({lead, trail});
+    const auto [answer, character] = icu.decode({lead, trail});
     if (answer == IcuConverter::Answer::undefined || answer == IcuConverter::Answer::incomplete) continue;
     if (answer != IcuConverter::Answer::character || !characters.set(lead, trail, character)) return false;
-    if (icu.writes(character, {lead, trail}) && !code_of.add(character, {lead, trail})) return false;
+    if (icu.encodes_to(character, {lead, trail}) && !code_of.add(character, {lead, trail})) return false;
   }
   return true;
 }

@@ -31,14 +31,14 @@ struct DoubleByteTables {
   Ascii ascii = Ascii::no;
 
   // False when bytes stand for several characters, or memory is short. Longer characters are passed over.
-  bool learn(const IcuConverter& icu);
+  bool build(const IcuConverter& icu);
 
   // Writes leading characters as far as both sides reach and says how many; 0 is always allowed. They stop before what
   // the page does not have, at the latest.
   EncodedPrefix encode_prefix(WideText source, ByteDestination destination) const;
 
  private:
-  bool learn_pairs(const IcuConverter& icu, unsigned char lead);
+  bool build_pairs(const IcuConverter& icu, unsigned char lead);
 };
 
 // A character is written once the next one is known to be written too. So many go at once as fit if all of them are

@@ -9,10 +9,10 @@ namespace {
 constexpr std::uint32_t first_supplementary = 189000;  // 90308130 is U+10000
 
 // Each byte is a digit of its own range, all of them together a number.
-struct Quadruple {
+struct FourByteSequence {
   unsigned char bytes[4];
 
-  static Quadruple of(std::uint32_t index) {
+  static FourByteSequence of(std::uint32_t index) {
     const auto byte = [](std::uint32_t value) { return static_cast<unsigned char>(value); };
     return {{byte(0x81 + index / 12600), byte(0x30 + index / 1260 % 10), byte(0x81 + index / 10 % 126),
              byte(0x30 + index % 10)}};
@@ -40,8 +40,8 @@ ZVRT_WRAPS std::uint32_t index_of(const unsigned char* text, std::size_t availab
 bool has_planes_in_order(const IcuConverter& icu) {
   for (std::uint32_t plane = 0x10000; plane < 0x110000; plane += 0x10000) {
     for (const std::uint32_t character : {plane, plane + 0xFFFF}) {
-      const auto [a, b, c, d] = Quadruple::of(first_supplementary + character - 0x10000).bytes;
-      if (icu.meaning({a, b, c, d}).character != character || !icu.writes(character, {a, b, c, d})) return false;
+      const auto [a, b, c, d] = FourByteSequence::of(first_supplementary + character - 0x10000).bytes;
+      if (icu.decode({a, b, c, d}).character != character || !icu.encodes_to(character, {a, b, c, d})) return false;
     }
   }
   return true;
@@ -51,18 +51,18 @@ bool has_planes_in_order(const IcuConverter& icu) {
 
 std::unique_ptr<Converter> Gb18030Page::build(const IcuConverter& icu) {
   std::unique_ptr<Gb18030Page> page(new (std::nothrow) Gb18030Page);
-  if (page == nullptr || !page->tables_.learn(icu) || !page->learn_quadruples(icu)) return nullptr;
+  if (page == nullptr || !page->tables_.build(icu) || !page->build_four_byte_codes(icu)) return nullptr;
   return page;
 }
 
-bool Gb18030Page::learn_quadruples(const IcuConverter& icu) {
+bool Gb18030Page::build_four_byte_codes(const IcuConverter& icu) {
   for (std::uint32_t index = 0; index < tabled; ++index) {
-    const auto [a, b, c, d] = Quadruple::of(index).bytes;
-    const auto [answer, character] = icu.meaning({a, b, c, d});
+    const auto [a, b, c, d] = FourByteSequence::of(index).bytes;
+    const auto [answer, character] = icu.decode({a, b, c, d});
     if (answer == IcuConverter::Answer::undefined) continue;
     if (answer != IcuConverter::Answer::character || character > 0xFFFF) return false;
-    quadruple_means_[index] = static_cast<std::uint16_t>(character);
-    if (icu.writes(character, {a, b, c, d}) && !tables_.code_of.add(character, {a, b, c, d})) return false;
+    four_byte_characters_[index] = static_cast<std::uint16_t>(character);
+    if (icu.encodes_to(character, {a, b, c, d}) && !tables_.code_of.add(character, {a, b, c, d})) return false;
   }
   return has_planes_in_order(icu);
 }
@@ -71,7 +71,7 @@ ZVRT_WRAPS Decoded Gb18030Page::read(const unsigned char* text, std::size_t avai
   const Decoded shorter = tables_.characters.read(text, available);
   if (shorter.length != 0) return shorter;
   const std::uint32_t index = index_of(text, available);
-  if (index < tabled) return {quadruple_means_[index], quadruple_means_[index] != 0 ? 4U : 0U};
+  if (index < tabled) return {four_byte_characters_[index], four_byte_characters_[index] != 0 ? 4U : 0U};
   const std::uint32_t supplementary = index - first_supplementary;
   return {0x10000 + supplementary, supplementary < 0x100000 ? 4U : 0U};
 }
@@ -81,7 +81,7 @@ ZVRT_WRAPS Encoded Gb18030Page::write(char32_t character) const {
   if (code != no_code) return {code, length_of(code)};
   const std::uint32_t supplementary = character - 0x10000;
   if (supplementary >= 0x100000) return {0, 0};
-  return {Quadruple::of(first_supplementary + supplementary).code(), 4};
+  return {FourByteSequence::of(first_supplementary + supplementary).code(), 4};
 }
 
 Outcome Gb18030Page::decode(Bytes source, WideDestination destination) {

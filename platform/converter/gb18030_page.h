@@ -23,12 +23,12 @@ class Gb18030Page final : public Converter {
  private:
   static constexpr std::uint32_t tabled = 39420;
 
-  bool learn_quadruples(const IcuConverter& icu);
+  bool build_four_byte_codes(const IcuConverter& icu);
   Decoded read(const unsigned char* text, std::size_t available) const;
   Encoded write(char32_t character) const;
 
-  DoubleByteTables tables_;                              // with the codes of four bytes below U+10000
-  std::array<std::uint16_t, tabled> quadruple_means_{};  // 0: nothing, for U+0000 is a single byte
+  DoubleByteTables tables_;                                   // with the codes of four bytes below U+10000
+  std::array<std::uint16_t, tabled> four_byte_characters_{};  // 0: nothing, for U+0000 is a single byte
 };
 
 }  // namespace zvrt

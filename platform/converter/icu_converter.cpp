@@ -34,7 +34,7 @@ const char* IcuConverter::canonical_name() const {
   return ucnv_getName(converter_, &error);
 }
 
-IcuConverter::Meaning IcuConverter::meaning(std::initializer_list<unsigned char> bytes) const {
+IcuConverter::DecodedSequence IcuConverter::decode(std::initializer_list<unsigned char> bytes) const {
   std::array<char, 8> source{};
   std::copy(bytes.begin(), bytes.end(), source.begin());
   std::array<UChar, 8> units{};
@@ -50,10 +50,10 @@ IcuConverter::Meaning IcuConverter::meaning(std::initializer_list<unsigned char>
   if (count == 1 && U16_IS_SINGLE(units[0])) return {Answer::character, units[0]};
   if (count == 2 && U16_IS_LEAD(units[0]) && U16_IS_TRAIL(units[1]))
     return {Answer::character, static_cast<char32_t>(U16_GET_SUPPLEMENTARY(units[0], units[1]))};
-  return {Answer::several, 0};
+  return {Answer::multi_character, 0};
 }
 
-bool IcuConverter::writes(char32_t character, std::initializer_list<unsigned char> bytes) const {
+bool IcuConverter::encodes_to(char32_t character, std::initializer_list<unsigned char> bytes) const {
   std::array<UChar, 2> source{};
   std::size_t count = 0;
   U16_APPEND_UNSAFE(source, count, static_cast<UChar32>(character));

@@ -29,16 +29,16 @@ class IcuConverter {
   // Of a name that is open: ICU's own name of the page, without options.
   const char* canonical_name() const;
 
-  enum class Answer { character, undefined, incomplete, several };
-  struct Meaning {
+  enum class Answer { character, undefined, incomplete, multi_character };
+  struct DecodedSequence {
     Answer answer;
     char32_t character;
   };
   // What these bytes mean as a whole text.
-  Meaning meaning(std::initializer_list<unsigned char> bytes) const;
+  DecodedSequence decode(std::initializer_list<unsigned char> bytes) const;
 
   // True when the character as a whole text is exactly these bytes.
-  bool writes(char32_t character, std::initializer_list<unsigned char> bytes) const;
+  bool encodes_to(char32_t character, std::initializer_list<unsigned char> bytes) const;
 
  private:
   UConverter* converter_;

@@ -25,7 +25,7 @@ std::unique_ptr<Converter> build_tables(const IcuConverter& icu) {
     case UCNV_MBCS:
       if (ucnv_getMaxCharSize(icu.get()) <= 2) return DoubleBytePage::build(icu);
       return std::string_view(icu.canonical_name()) == "gb18030" ? Gb18030Page::build(icu) : nullptr;
-    case UCNV_EBCDIC_STATEFUL: return ShiftedPage::build(icu);
+    case UCNV_EBCDIC_STATEFUL: return StatefulPage::build(icu);
     case UCNV_UTF8: return std::unique_ptr<Converter>(new (std::nothrow) Utf8Page);
     default: return nullptr;
   }

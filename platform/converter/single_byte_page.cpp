@@ -17,20 +17,20 @@ std::unique_ptr<Converter> SingleBytePage::build(const IcuConverter& icu) { retu
 
 std::unique_ptr<Converter> SingleBytePage::build(const IcuConverter& icu, const SingleByteKernels& kernels) {
   std::unique_ptr<SingleBytePage> page(new (std::nothrow) SingleBytePage(kernels));
-  if (page == nullptr || !page->learn(icu)) return nullptr;
+  if (page == nullptr || !page->build_tables(icu)) return nullptr;
   page->lay_out_for_kernels();
   return page;
 }
 
-bool SingleBytePage::learn(const IcuConverter& icu) {
+bool SingleBytePage::build_tables(const IcuConverter& icu) {
   if (!tables_.code_of.prepare()) return false;
   for (std::uint32_t value = 0; value < 256; ++value) {
     const auto byte = static_cast<unsigned char>(value);
-    const auto [answer, character] = icu.meaning({byte});
+    const auto [answer, character] = icu.decode({byte});
     const bool defined = answer == IcuConverter::Answer::character && character < 0xFFFF;
     if (!defined && answer != IcuConverter::Answer::undefined) return false;
     tables_.character_of[value] = defined ? character : undefined;
-    if (defined && icu.writes(character, {byte}) && !tables_.code_of.add(character, {byte})) return false;
+    if (defined && icu.encodes_to(character, {byte}) && !tables_.code_of.add(character, {byte})) return false;
   }
   tables_.ascii = ascii_of([&](std::uint32_t byte) { return tables_.character_of[byte]; });
   return tables_.character_of[0] == 0;

@@ -23,7 +23,7 @@ class SingleBytePage final : public Converter {
 
  private:
   explicit SingleBytePage(const SingleByteKernels& kernels) : Converter({&tables_, &kernels}), kernels_(kernels) {}
-  bool learn(const IcuConverter& icu);
+  bool build_tables(const IcuConverter& icu);
   void lay_out_for_kernels();
   std::size_t encode_prefix(WideText source, ByteDestination destination) const;
 

@@ -9,41 +9,41 @@ constexpr unsigned char shift_in = 0x0F;   // one byte a character from here
 
 }  // namespace
 
-std::unique_ptr<Converter> ShiftedPage::build(const IcuConverter& icu) {
-  std::unique_ptr<ShiftedPage> page(new (std::nothrow) ShiftedPage);
-  if (page == nullptr || !page->code_of_.prepare() || !page->learn_singles(icu)) return nullptr;
+std::unique_ptr<Converter> StatefulPage::build(const IcuConverter& icu) {
+  std::unique_ptr<StatefulPage> page(new (std::nothrow) StatefulPage);
+  if (page == nullptr || !page->code_of_.prepare() || !page->build_singles(icu)) return nullptr;
   for (unsigned char lead = 0x40; lead < 0xFF; ++lead)
-    if (!page->learn_pairs(icu, lead)) return nullptr;
+    if (!page->build_pairs(icu, lead)) return nullptr;
   return page;
 }
 
 // The shifts mean no character, so that no character can be written as one either.
-bool ShiftedPage::learn_singles(const IcuConverter& icu) {
+bool StatefulPage::build_singles(const IcuConverter& icu) {
   for (std::uint32_t value = 0; value < 256; ++value) {
     const auto byte = static_cast<unsigned char>(value);
     if (byte == shift_out || byte == shift_in) continue;
-    const auto [answer, character] = icu.meaning({byte});
+    const auto [answer, character] = icu.decode({byte});
     if (answer == IcuConverter::Answer::undefined) continue;
     if (answer != IcuConverter::Answer::character) return false;
     characters_.set(byte, character);
-    if (icu.writes(character, {byte}) && !code_of_.add(character, {byte})) return false;
+    if (icu.encodes_to(character, {byte}) && !code_of_.add(character, {byte})) return false;
   }
   return true;
 }
 
-bool ShiftedPage::learn_pairs(const IcuConverter& icu, unsigned char lead) {
+bool StatefulPage::build_pairs(const IcuConverter& icu, unsigned char lead) {
   for (std::uint32_t value = 0; value < 256; ++value) {
     const auto trail = static_cast<unsigned char>(value);
-    const auto [answer, character] = icu.meaning({shift_out, lead, trail, shift_in});
+    const auto [answer, character] = icu.decode({shift_out, lead, trail, shift_in});
     if (answer == IcuConverter::Answer::undefined) continue;
     if (answer != IcuConverter::Answer::character || !characters_.set(lead, trail, character)) return false;
-    if (icu.writes(character, {shift_out, lead, trail, shift_in}) && !code_of_.add(character, {lead, trail}))
+    if (icu.encodes_to(character, {shift_out, lead, trail, shift_in}) && !code_of_.add(character, {lead, trail}))
       return false;
   }
   return true;
 }
 
-Outcome ShiftedPage::decode(Bytes source, WideDestination destination) {
+Outcome StatefulPage::decode(Bytes source, WideDestination destination) {
   bool shifted = false;
   std::size_t made = 0;
   for (std::size_t at = 0; at < source.size();) {
@@ -62,7 +62,7 @@ Outcome ShiftedPage::decode(Bytes source, WideDestination destination) {
   return converted(made, destination.count);
 }
 
-Outcome ShiftedPage::encode(WideText source, ByteDestination destination) {
+Outcome StatefulPage::encode(WideText source, ByteDestination destination) {
   std::size_t needed = 0;  // without the closing shift
   bool shifted = false;
   std::size_t written = 0;  // likewise, of what stands in the destination

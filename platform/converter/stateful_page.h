@@ -11,7 +11,7 @@
 
 namespace zvrt {
 
-class ShiftedPage final : public Converter {
+class StatefulPage final : public Converter {
  public:
   // Null when the page has several characters behind two bytes, or memory is short.
   static std::unique_ptr<Converter> build(const IcuConverter& icu);
@@ -20,8 +20,8 @@ class ShiftedPage final : public Converter {
   Outcome encode(WideText source, ByteDestination destination) override;
 
  private:
-  bool learn_singles(const IcuConverter& icu);
-  bool learn_pairs(const IcuConverter& icu, unsigned char lead);
+  bool build_singles(const IcuConverter& icu);
+  bool build_pairs(const IcuConverter& icu, unsigned char lead);
 
   PairTable characters_;
   ReverseTable code_of_;

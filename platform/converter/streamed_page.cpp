@@ -107,7 +107,7 @@ std::size_t StreamedPage::longest_fitting(WideText source, std::size_t capacity)
 }
 
 // ICU always falls back for characters of private use, whatever it is told; such a one must read back as itself.
-bool StreamedPage::keeps(WideText character) {
+bool StreamedPage::round_trips(WideText character) {
   if (!is_scalar_value(character[0])) return false;
   if (!is_private_use(character[0])) return true;
   std::array<unsigned char, 32> bytes;
@@ -120,7 +120,7 @@ bool StreamedPage::keeps(WideText character) {
 
 Outcome StreamedPage::encode(WideText source, ByteDestination destination) {
   std::size_t kept = 0;
-  while (kept < source.count && keeps(source.at(kept))) ++kept;
+  while (kept < source.count && round_trips(source.at(kept))) ++kept;
   const WideText text = source.first(kept);
   std::array<unsigned char, chunk> bytes;
   const Attempt all = write_all(text, bytes);

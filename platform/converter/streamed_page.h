@@ -22,7 +22,7 @@ class StreamedPage final : public Converter {
     std::size_t needed;
   };
   Attempt write_all(WideText source, ByteDestination sink) const;
-  bool keeps(WideText character);
+  bool round_trips(WideText character);
   std::size_t longest_fitting(WideText source, std::size_t capacity) const;
 
   IcuConverter icu_;
