@@ -199,7 +199,7 @@ std::size_t size(std::int32_t units) { return static_cast<std::size_t>(units); }
 
 // Whether a kernel has taken all of a text that a count or a zero ends.
 template <class Unit>
-bool is_whole(const Progress& progress, const Unit* src, std::int32_t units) {
+bool is_complete(const Progress& progress, const Unit* src, std::int32_t units) {
   return progress.read == size(units) || load<Unit>(src, progress.read) == 0;
 }
 
@@ -237,7 +237,7 @@ struct StoppingSink {
     if (used == units) break;
     const void* at = static_cast<const std::byte*>(src) + used * 2;
     const Utf16Sequence sequence = decode_utf16(at, units - used);
-    if (!sequence.whole) return ZVRT_RC_INVALID_CHAR;
+    if (!sequence.valid) return ZVRT_RC_INVALID_CHAR;
     if (sequence.code_point == 0) break;
     if (!sink.has_capacity(1)) return ZVRT_RC_TRUNCATED;
     if (sink.dst != nullptr) store<Wide>(sink.position(), 0, sequence.code_point);
@@ -314,7 +314,7 @@ TranscodeResult decode_within(const char* src, std::int32_t bytes, void* dst, st
   const Progress progress =
       text_kernels.decode_within(src, static_cast<std::size_t>(bytes), dst, static_cast<std::size_t>(capacity));
   if (progress.read == static_cast<std::size_t>(bytes) || src[progress.read] == 0) [[likely]]
-    return whole(progress).result;
+    return complete(progress).result;
   return decode_within_rest(src, bytes, dst, capacity, progress);
 }
 
@@ -324,7 +324,7 @@ TranscodeResult encode_within(const void* src, std::int32_t units, char* dst, st
   const Progress progress =
       text_kernels.encode_within(src, static_cast<std::size_t>(units), dst, static_cast<std::size_t>(capacity));
   if (progress.read == static_cast<std::size_t>(units) || load<Wide>(src, progress.read) == 0) [[likely]]
-    return whole(progress).result;
+    return complete(progress).result;
   return encode_within_rest(src, units, dst, capacity, progress);
 }
 
@@ -341,7 +341,7 @@ uint32_t Convert8To16(uint16_t* dst, int32_t dstUnits, const char* src, int32_t 
   zvrt::Progress progress{};
   if (dst != nullptr && srcBytes > 0 && dstUnits > 0) [[likely]] {
     progress = zvrt::text_kernels.utf8_to_utf16(src, zvrt::size(srcBytes), dst, zvrt::size(dstUnits));
-    if (zvrt::is_whole(progress, src, srcBytes)) return zvrt::report(zvrt::whole(progress).result, count);
+    if (zvrt::is_complete(progress, src, srcBytes)) return zvrt::report(zvrt::complete(progress).result, count);
   }
   zvrt::Utf16Sink sink(dst, dstUnits, progress.written);
   const auto read = static_cast<std::int64_t>(progress.read);
@@ -356,7 +356,7 @@ uint32_t Convert16To8(char* dst, int32_t dstBytes, const uint16_t* src, int32_t 
   zvrt::Progress progress{};
   if (dst != nullptr && srcUnits > 0 && dstBytes > 0) [[likely]] {
     progress = zvrt::text_kernels.utf16_to_utf8(src, zvrt::size(srcUnits), dst, zvrt::size(dstBytes));
-    if (zvrt::is_whole(progress, src, srcUnits)) return zvrt::report(zvrt::whole(progress).result, count);
+    if (zvrt::is_complete(progress, src, srcUnits)) return zvrt::report(zvrt::complete(progress).result, count);
   }
   zvrt::Utf8Sink sink(dst, dstBytes, progress.written);
   for (auto used = static_cast<std::int64_t>(progress.read); used < srcUnits;) {
@@ -364,7 +364,7 @@ uint32_t Convert16To8(char* dst, int32_t dstBytes, const uint16_t* src, int32_t 
     if (used == srcUnits) break;
     const void* at = reinterpret_cast<const std::byte*>(src) + used * 2;
     const zvrt::Utf16Sequence sequence = zvrt::decode_utf16(at, srcUnits - used);
-    if (!sequence.whole) {
+    if (!sequence.valid) {
       sink.fail(ZVRT_RC_INVALID_CHAR);
       break;
     }

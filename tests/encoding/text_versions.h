@@ -156,7 +156,7 @@ Ordinary utf16_decoded(const std::string& text) {
   for (std::size_t used = 0; used * 2 + 2 <= text.size();) {
     const Utf16Sequence sequence =
         decode_utf16(text.data() + used * 2, static_cast<std::int64_t>(text.size() / 2 - used));
-    if (!sequence.whole || sequence.code_point == 0) break;
+    if (!sequence.valid || sequence.code_point == 0) break;
     used += static_cast<std::size_t>(sequence.length);
     if constexpr (to_wide) {
       result.written.append(reinterpret_cast<const char*>(&sequence.code_point), 4);

@@ -44,8 +44,8 @@ struct CountedPairs {
   std::size_t count;
 
   ZVRT_INLINED bool goes_on(std::size_t read) const { return read < count; }
-  ZVRT_INLINED std::size_t readable(const char* src, std::size_t read, std::size_t most) const {
-    const std::size_t units = CountedUnits<2>{count}.readable(src, read, most);
+  ZVRT_INLINED std::size_t readable(const char* src, std::size_t read, std::size_t limit) const {
+    const std::size_t units = CountedUnits<2>{count}.readable(src, read, limit);
     if (units != 1 || count - read < 2) [[likely]]
       return units;
     return load<std::uint16_t>(src, read) == 0 ? 1 : 2;
@@ -63,12 +63,12 @@ struct ToUtf8 {
       return count;
     }
     if (!any_above(units, 0x7FF))
-      return store_forms<2>(spread_short_forms(units), block.count, dst, capacity, progress);
+      return store_forms<2>(expand_short_forms(units), block.count, dst, capacity, progress);
     const Utf16Characters characters = utf16_characters(block);
     const std::size_t in_low = min(block.count, 16);
-    const std::size_t taken = store_forms<4>(spread(characters.low), in_low, dst, capacity, progress);
+    const std::size_t taken = store_forms<4>(expand(characters.low), in_low, dst, capacity, progress);
     if (taken != in_low || block.count == in_low) return taken;
-    return taken + store_forms<4>(spread(characters.high), block.count - in_low, dst, capacity, progress);
+    return taken + store_forms<4>(expand(characters.high), block.count - in_low, dst, capacity, progress);
   }
   // 64 units of ASCII, sure of their room.
   ZVRT_INLINED static bool store_long(const char* src, char* dst) {

@@ -10,20 +10,20 @@ namespace zvrt::avx512 {
 struct TerminatedBytes {
   static constexpr bool is_terminated = true;
   static bool goes_on(std::size_t /*read*/) { return true; }
-  ZVRT_INLINED static std::size_t readable(const char* src, std::size_t read, std::size_t most) {
+  ZVRT_INLINED static std::size_t readable(const char* src, std::size_t read, std::size_t limit) {
     const char* at = src + read;
-    const std::size_t bytes = min(to_page_end(at), most);
-    if (bytes >= longest_form) [[likely]]
+    const std::size_t bytes = min(to_page_end(at), limit);
+    if (bytes >= max_sequence) [[likely]]
       return bytes;
     // A character may stand across the pages; what the next one has of it is looked for byte by byte.
-    const std::size_t longest = min(longest_form, most);
+    const std::size_t max_length = min(max_sequence, limit);
     std::size_t known = 1;
-    while (known < longest && at[known - 1] != 0) ++known;
+    while (known < max_length && at[known - 1] != 0) ++known;
     return known > bytes ? known : bytes;
   }
 
  private:
-  static constexpr std::size_t longest_form = 4;
+  static constexpr std::size_t max_sequence = 4;
 };
 
 // The same with a count, whichever comes first.
@@ -32,8 +32,8 @@ struct CountedBytes {
   std::size_t count;
 
   bool goes_on(std::size_t read) const { return read < count; }
-  ZVRT_INLINED std::size_t readable(const char* src, std::size_t read, std::size_t most) const {
-    const std::size_t left = min(count - read, most);
+  ZVRT_INLINED std::size_t readable(const char* src, std::size_t read, std::size_t limit) const {
+    const std::size_t left = min(count - read, limit);
     // A character across two pages: it is looked for byte by byte, within the count.
     return to_page_end(src + read) >= left ? left : TerminatedBytes::readable(src, read, left);
   }
@@ -74,7 +74,7 @@ inline constexpr Forms<std::uint16_t, 32> short_form_table{{0, 8, 0}, {0, 0, 0xC
 // malformed, or zero.
 struct Payload {
   Vector bits;
-  Mask odd;
+  Mask malformed;
 };
 
 // The characters that `which` names, in lanes of 32 bits, of one to four bytes each:
@@ -140,7 +140,7 @@ ZVRT_INLINED Vector look_up(const std::uint32_t (&table)[32], Vector which) {
 }
 
 // Each character's bytes at the upper end of its lane, zeros before them; no byte of a character is zero.
-ZVRT_INLINED Vector spread(Vector characters) {
+ZVRT_INLINED Vector expand(Vector characters) {
   const Vector zeros = _mm512_lzcnt_epi32(characters);
   const Vector groups = _mm512_multishift_epi64_epi8(repeat64(0x20262C3200060C12), characters);
   // (groups & payloads) | marks
@@ -150,7 +150,7 @@ ZVRT_INLINED Vector spread(Vector characters) {
 
 // The same for characters of one or two bytes, in lanes of 16 bits. Masks are few in number on their way through the
 // processor: what can be chosen by vectors is.
-ZVRT_INLINED Vector spread_short_forms(Vector units) {
+ZVRT_INLINED Vector expand_short_forms(Vector units) {
   const Vector upper = _mm512_slli_epi16(units, 8);
   // ((upper & 3F00) | leads) | 80C0
   const Vector pairs = _mm512_or_si512(

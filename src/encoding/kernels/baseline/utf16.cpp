@@ -139,7 +139,7 @@ Utf16Sequence next_of_utf16(const Texts& texts) {
 
 bool one_to_utf8(Texts& texts) {
   const Utf16Sequence sequence = next_of_utf16(texts);
-  if (!sequence.whole || sequence.code_point == 0) return false;
+  if (!sequence.valid || sequence.code_point == 0) return false;
   const std::int32_t length = utf8_length(sequence.code_point);
   if (texts.capacity - texts.written < static_cast<std::size_t>(length)) return false;
   encode_utf8(sequence.code_point, length, texts.dst + texts.written);
@@ -150,7 +150,7 @@ bool one_to_utf8(Texts& texts) {
 
 bool one_to_utf32(Texts& texts) {
   const Utf16Sequence sequence = next_of_utf16(texts);
-  if (!sequence.whole || sequence.code_point == 0) return false;
+  if (!sequence.valid || sequence.code_point == 0) return false;
   store<Wide>(texts.dst, texts.written, sequence.code_point);
   texts.read += static_cast<std::size_t>(sequence.length);
   ++texts.written;
