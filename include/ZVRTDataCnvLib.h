@@ -82,7 +82,7 @@ typedef struct FmtCode FmtCode;
 /** Date/time format of a field: what FldDef::dtFormat points to. 32 bytes. */
 typedef struct DtFormatDesc {
   uint8_t reserved[16];   /**< Not read by this library. */
-  const FmtCode* model;   /**< The tokenised model, closed by its end entry; not the model text. */
+  const FmtCode* model;   /**< The tokenised model with its end entry; not the model text. */
   int32_t modelLen;       /**< Length in characters of the model text that `model` was made from; sizes temporaries. */
   uint8_t reservedEnd[4]; /**< Not read by this library. */
 } DtFormatDesc;
@@ -115,7 +115,7 @@ typedef struct FldDef {
  * @param dst      The destination, in the destination kind. Source and destination must not overlap.
  * @param dstSize  Size of the destination in bytes. A wide destination holds dstSize / 4 characters; `Varchar` and
  *                 `WVarchar` give 2 bytes to the prefix first, and at most 32767 bytes (8191 wide characters) follow
- *                 one. A negative size is no room.
+ *                 one. A negative size counts as 0.
  * @param outLen   Required, not null. Receives the result's length without a terminator: bytes for `Char`, `VarcharSz`
  *                 and `WChar`; bytes with the two prefix bytes for `Varchar` and `WVarchar`; characters for
  *                 `WVarcharSz`, but bytes in the functions named `...Out`. Unless a function says otherwise it is the
@@ -138,8 +138,9 @@ typedef uint32_t ZVRTConversion(const void* src, int32_t* srcLen, void* dst, int
 /**
  * Brings up the converter service for code pages; further calls only raise a reference count.
  *
- * Thread safety: the first initialisation must not run beside any other initialisation or termination. Once it has
- * returned, any number of threads may initialise and terminate, as long as one initialisation stays in force.
+ * Thread safety: the first initialisation must not run at the same time as any other initialisation or termination.
+ * Once it has returned, any number of threads may initialise and terminate, as long as one initialisation stays in
+ * force.
  *
  * @return ZVRT_RC_OK, or the status of the platform operation that failed; everything begun has then been undone.
  */
@@ -149,7 +150,8 @@ ZVRT_API uint32_t ZVRTInitDataConversion(void);
  * Takes back one initialisation; the last one tears the converter service down. Without an initialisation to take back
  * it returns ZVRT_RC_OK, and the count stays one too low.
  *
- * Thread safety: the last termination must not run beside an initialisation or a conversion through a code page.
+ * Thread safety: the last termination must not run at the same time as an initialisation or a conversion through a code
+ * page.
  *
  * @return ZVRT_RC_OK, or the status of the platform operation that failed; what was not yet torn down stays.
  */
@@ -158,7 +160,7 @@ ZVRT_API uint32_t ZVRTTermDataConversion(void);
 
 /* ------------------------------------------------------------------------------------------------------------------ */
 /** @name Unicode transforms
- * UTF-8 is its 31-bit form, one to six bytes a sequence. Decoding is lenient: overlong forms and encoded surrogates
+ * UTF-8 is its 31-bit form, one to six bytes per sequence. Decoding is lenient: overlong forms and encoded surrogates
  * pass, a stray byte 80..BF, FE or FF stands for the code point of its value, and U+FFFD becomes '?'. Encoding writes
  * the shortest form. A zero unit ends a source early. Capacities and lengths are counts of units of the buffer they
  * belong to; negative ones are 0. Wide and UTF-16 buffers need no alignment. The count pointers may be null. All work
@@ -244,7 +246,7 @@ ZVRT_API uint32_t Convert32To16(const wchar_t* src, int32_t srcUnits, uint16_t* 
  * Decodes one UTF-8 sequence.
  *
  * @param codePoint  Receives the code point; 0 at a zero byte.
- * @param position   In: the lead byte. Out: behind the sequence; behind the lead byte alone after a malformed sequence.
+ * @param position   In: the lead byte. Out: after the sequence; after a malformed one, after its lead byte.
  * @param remaining  Bytes that may be read, at least 1.
  * @param status     Set to ZVRT_RC_TRUNCATED when the sequence is cut off by `remaining`, else left alone.
  * @param consumed   Receives the bytes of the sequence: 0 at a zero byte; 0xFFFFFFFF for a malformed sequence, whose
@@ -257,14 +259,14 @@ ZVRT_API int32_t ConvertFrom8(uint32_t* codePoint, const char** position, int32_
 /**
  * Encodes one code point as UTF-8.
  *
- * @param position   In: where to write; where it points to null nothing is written or counted. Out: behind what was
+ * @param position   In: where to write; where it points to null nothing is written or counted. Out: after what was
  *                   written.
  * @param room       Bytes that may be written.
  * @param codePoint  The code point, up to 0x7FFFFFFF.
  * @param status     Set to ZVRT_RC_INVALID_CHAR for a larger value, to ZVRT_RC_TRUNCATED when the room is too small,
  *                   else left alone.
  * @param needed     Grows by the length of the form, also when it does not fit.
- * @return 1 to go on, 0 when nothing was written for want of room or because of the value.
+ * @return 1 to go on, 0 when nothing was written because of the room or the value.
  */
 ZVRT_API int32_t ConvertTo8(char** position, int32_t room, uint32_t codePoint, uint32_t* status, uint32_t* needed);
 /** @} */
@@ -302,7 +304,7 @@ ZVRT_API uint32_t ZVRT_MultiByteToWideChar(const FldDef* fldDef, const void* src
  *
  * @param fldDef    Not null; codePage and codePageKind choose the converter.
  * @param src       Wide text at any alignment; a zero character is a character like any other.
- * @param srcBytes  Length of src in bytes, 4 a character.
+ * @param srcBytes  Length of src in bytes, 4 per character.
  * @param dst       Receives the whole characters that fit, no terminator.
  * @param dstBytes  Size of dst in bytes.
  * @param outBytes  Receives the bytes that the whole text needs; otherwise as for ZVRT_MultiByteToWideChar().
@@ -375,17 +377,17 @@ ZVRT_API ZVRTConversion ZVRTCnvWVarcharSzToWVarcharSzOut;
 ZVRT_API ZVRTConversion ZVRTCnvVarcharSzToChar;
 /** Transcoded; an empty source is accepted. */
 ZVRT_API ZVRTConversion ZVRTCnvWVarcharSzToChar;
-/** Transcoded. outLen: bytes, 4 a character. */
+/** Transcoded. outLen: bytes, 4 per character. */
 ZVRT_API ZVRTConversion ZVRTCnvVarcharSzToWChar;
-/** Characters copied. outLen: bytes, 4 a character. */
+/** Characters copied. outLen: bytes, 4 per character. */
 ZVRT_API ZVRTConversion ZVRTCnvWVarcharSzToWChar;
-/** Bytes copied behind the prefix; an empty source is accepted. */
+/** Bytes copied, with a prefix; an empty source is accepted. */
 ZVRT_API ZVRTConversion ZVRTCnvVarcharSzToVarchar;
-/** Transcoded behind the prefix; an empty source is accepted. */
+/** Transcoded, with a prefix; an empty source is accepted. */
 ZVRT_API ZVRTConversion ZVRTCnvWVarcharSzToVarchar;
-/** Transcoded behind the prefix; an empty source is accepted. outLen: 4 a character, and 2. */
+/** Transcoded, with a prefix; an empty source is accepted. outLen: 4 per character, and 2. */
 ZVRT_API ZVRTConversion ZVRTCnvVarcharSzToWVarchar;
-/** Characters copied behind the prefix. outLen: 4 a character, and 2. */
+/** Characters copied, with a prefix. outLen: 4 per character, and 2. */
 ZVRT_API ZVRTConversion ZVRTCnvWVarcharSzToWVarchar;
 /** Transcoded; an empty source is accepted. */
 ZVRT_API ZVRTConversion ZVRTCnvWVarcharSzToVarcharSz;
@@ -414,7 +416,7 @@ ZVRT_API uint32_t TrimSpaces(char* text, int32_t* len, uint8_t trimLeading, uint
                              char codePageKind);
 
 /**
- * Trims the byte 20 at the ends of len bytes. The trailing trim writes a zero byte behind the text, so the buffer needs
+ * Trims the byte 20 at the ends of len bytes. The trailing trim writes a zero byte after the text, so the buffer needs
  * len + 1 bytes; the leading trim alone writes none. When the leading trim leaves nothing, the buffer stays as it was.
  *
  * @param text          len bytes, and room for a terminator.
@@ -426,7 +428,7 @@ ZVRT_API uint32_t TrimSpaces(char* text, int32_t* len, uint8_t trimLeading, uint
 ZVRT_API uint32_t TrimSpacesA(char* text, int32_t* len, uint8_t trimLeading, uint8_t trimTrailing);
 
 /**
- * As TrimSpacesA() for wide characters; a leading trim that moved something writes a zero character behind the text
+ * As TrimSpacesA() for wide characters; a leading trim that moved something writes a zero character after the text
  * too.
  *
  * @param text          len characters, and room for a terminator.
@@ -438,8 +440,8 @@ ZVRT_API uint32_t TrimSpacesA(char* text, int32_t* len, uint8_t trimLeading, uin
 ZVRT_API uint32_t TrimSpacesW(wchar_t* text, int32_t* len, uint8_t trimLeading, uint8_t trimTrailing);
 
 /**
- * Removes every blank and tab among the first len characters of NUL-terminated wide text, and ends the text behind
- * them.
+ * Removes every blank and tab among the first len characters of NUL-terminated wide text, and ends the text after
+ * those kept.
  *
  * @param text  Wide NUL-terminated text; room for a terminator even where len is 0 or less.
  * @param len   In: characters to examine; 0 or less empties the text. Out: characters kept.
@@ -480,8 +482,8 @@ ZVRT_API ZVRTConversion ZVRTCnvULONGLONGToWVarcharSz;
 /** As ZVRTCnvULONGLONGToWVarcharSz(). outLen: bytes, whatever the status. */
 ZVRT_API ZVRTConversion ZVRTCnvULONGLONGToWVarcharSzOut;
 /** To narrow text in the field's code page. outLen: the bytes of the whole text, 0 where the code page's conversion
- * told none. Exactly full: no terminator, ZVRT_RC_OK; too small: whole characters and ZVRT_RC_TRUNCATED. Besides these
- * and ZVRT_RC_EMPTY_RESULT, the statuses of ZVRTCnvWVarcharSzToVarcharSz(). */
+ * reported none. Exactly full: no terminator, ZVRT_RC_OK; too small: whole characters and ZVRT_RC_TRUNCATED. Besides
+ * these and ZVRT_RC_EMPTY_RESULT, the statuses of ZVRTCnvWVarcharSzToVarcharSz(). */
 ZVRT_API ZVRTConversion ZVRTCnvULONGLONGToVarcharSz;
 /** outLen: the characters of the whole text. */
 ZVRT_API ZVRTConversion ZVRTCnvLongLongToWVarcharSz;
@@ -515,7 +517,7 @@ ZVRT_API ZVRTConversion ZVRTCnvTinyUIntToWVarcharSz;
 ZVRT_API ZVRTConversion ZVRTCnvTinyUIntToWVarcharSzOut;
 
 /**
- * A signed 32-bit value as wide text, into room for every such value.
+ * A signed 32-bit value as wide text, into a buffer that holds every such value.
  *
  * @param value   The value itself.
  * @param dst     Holds at least 12 characters; only the text and its terminator are written.
@@ -529,7 +531,7 @@ ZVRT_API uint32_t ZVRTCnvIntToWVarcharSz(int32_t value, wchar_t* dst, uint32_t* 
  *
  * @param value         The value itself.
  * @param dst           Receives the text, and a terminator where there is room for one.
- * @param dstLen        Required. In: the size of dst in bytes, a negative one is no room. Out, with ZVRT_RC_OK and
+ * @param dstLen        Required. In: the size of dst in bytes, a negative one counts as 0. Out, with ZVRT_RC_OK and
  *                      ZVRT_RC_EMPTY_RESULT only: the bytes of the text.
  * @param codePage      As FldDef::codePage.
  * @param codePageKind  As FldDef::codePageKind.
@@ -625,7 +627,7 @@ ZVRT_API uint32_t ZVRTCnvWVarcharSzToInt(const wchar_t* text, int32_t* value, in
  * As ZVRTCnvWVarcharSzToInt().
  *
  * @param text      Wide text.
- * @param endPos    With ZVRT_RC_OK only: receives the index just behind the last character read.
+ * @param endPos    With ZVRT_RC_OK only: receives the index after the last character read.
  * @param value     As there.
  * @param start     Index of the run's first character.
  * @param maxChars  Most characters to read.
@@ -651,7 +653,7 @@ ZVRT_API uint32_t ZVRTCnvCharToInt(const char* field, int32_t fieldLen, uint32_t
  * IEEE 754 doubles and singles in wide NUL-terminated text. The text written has one shape, with a fixed count of
  * digits: an optional '-', a digit, a point, 16 further digits for a double and 7 for a single, 'E', a sign, two or
  * three digits of the exponent: `-4.9406564584124654E-324`, `1.0000000E+20`. The digits are the exact value, that of a
- * single too, rounded to so many, halves to even. A double's text has 22 to 24 characters, a single's 13 or 14. Zero
+ * single too, rounded to that many, halves to even. A double's text has 22 to 24 characters, a single's 13 or 14. Zero
  * is `0.0000000000000000E+00`, negative zero keeps its '-'. Infinities and NaN have no text.
  *
  * Values need no alignment. No function of the section allocates. Reading expects the default rounding mode of the
@@ -662,7 +664,7 @@ ZVRT_API uint32_t ZVRTCnvCharToInt(const char* field, int32_t fieldLen, uint32_t
  *
  * @param out        Receives the text; 9 + precision characters always suffice.
  * @param outSize    Capacity of out in characters.
- * @param precision  Digits after the point, all exact; with 0 the point stands for itself.
+ * @param precision  Digits after the point, all exact; with 0 the text still has its point.
  * @param value      The value.
  * @return ZVRT_RC_OK. Otherwise nothing is written: ZVRT_RC_TRUNCATED when precision is -1, whatever the value;
  *         ZVRT_RC_ERROR when it is less, when the value is not finite, or when text and NUL do not fit.
@@ -687,7 +689,7 @@ ZVRT_API ZVRTConversion ZVRTCnvFltToWVarcharSzOut;
 /**
  * `WVarcharSz` to a double, the nearest one, halves to even.
  *
- * The text may hold an optional sign in front, digits, points, and E or e with an optional sign behind it, in any order
+ * The text may hold an optional sign in front, digits, points, and E or e with an optional sign after it, in any order
  * and of any length; no blanks, no other point than '.', whatever the locale. Of such text the longest beginning that
  * is a number counts: `1.5`, `.5`, `-2.5e-3`, `1E+` (1), `1e5e5` (100000), `1.2.3` (1.2). Text without a digit other
  * than 0, the empty text too, is +0.0; a zero with an exponent that has such a digit, as in `0e1`, is refused. A
@@ -711,13 +713,13 @@ ZVRT_API ZVRTConversion ZVRTCnvWVarcharSzToFlt;
  * in the low half of its last byte: 0xD is negative, everything else is read as positive, also 0xB and digits; written
  * are 0xC and 0xD. It has no decimal point: the digits are an integer.
  *
- * A VARNUM is a byte that counts the bytes behind it, an exponent byte and up to 20 base-100 digits: at most 22 bytes.
+ * A VARNUM is a byte that counts the bytes after it, an exponent byte and up to 20 base-100 digits: at most 22 bytes.
  * A positive number's exponent byte is 193 + e, the first digit having the weight 100 to the power e, from -65 to 62;
  * its digits are stored plus 1. A negative one's is 62 - e, its digits are stored as 101 minus the digit, and fewer
- * than 20 of them are closed by the byte 102. Zero is 01 80. The conversions are for numbers that are not negative.
+ * than 20 of them are followed by the byte 102. Zero is 01 80. The conversions are for numbers that are not negative.
  *
  * Wide text that does not fit together with its terminator is ZVRT_RC_TRUNCATED: the destination is filled with the
- * characters that fit, all of them when only the terminator has no room, and outLen tells the length of the whole text.
+ * characters that fit, all of them when only the terminator has no room, and outLen is the length of the whole text.
  * The narrow forms end their text as ZVRTCnvWVarcharSzToVarcharSz() does, return its statuses, and store outLen only
  * with ZVRT_RC_OK, unless they say otherwise. Fields and values need no alignment. @{ */
 
@@ -749,7 +751,7 @@ ZVRT_API ZVRTConversion ZVRTCnvDecPackedToVarcharSz;
  * four bits of its code: blanks, points, signs and letters are not refused but give a wrong number. The empty text is
  * zero.
  *
- * @param srcLen  May be null. 0 is replaced by the bytes of the digits (4 a character, the sign not counted).
+ * @param srcLen  May be null. 0 is replaced by the bytes of the digits (4 per character, the sign not counted).
  * @param dst     The field, all dstSize bytes of which are written: digits at the right, zeros before them.
  * @param outLen  dstSize.
  * @return ZVRT_RC_OK; ZVRT_RC_TRUNCATED when the field is too small for the digits from the first non-zero one on, or
@@ -767,7 +769,7 @@ ZVRT_API ZVRTConversion ZVRTCnvVarcharSzToDecPacked;
  *
  * @param srcLen  Receives the size of the value in bytes, whatever it held before, with every status; may be null.
  * @param outLen  Characters of the whole text; 0 with ZVRT_RC_ERROR.
- * @return ZVRT_RC_OK; ZVRT_RC_TRUNCATED; ZVRT_RC_ERROR, with nothing written and nothing read behind the value, when it
+ * @return ZVRT_RC_OK; ZVRT_RC_TRUNCATED; ZVRT_RC_ERROR, with nothing written and nothing read after the value, when it
  *         is negative or malformed: a first byte of 0 or above 21, no digit in a number other than zero, a digit's byte
  *         outside 1 to 100.
  */
@@ -794,13 +796,13 @@ ZVRT_API ZVRTConversion ZVRTCnvVarcharSz_UnsignedToOraVarnum;
 /**
  * A number given as base-100 digits to VARNUM. Zeros at either end are stripped, then the number is cut to 20 base-100
  * digits without rounding. A magnitude below 100 to the power -65 becomes zero; one of 100 to the power 63 or more has
- * no VARNUM, and its exponent byte tells only the low bits.
+ * no VARNUM, and its exponent byte holds only the low bits.
  *
  * @param dst         Receives the value, at most 22 bytes.
  * @param digitPairs  pairCount bytes of 0 to 99, the most significant first. The caller must count on their being
  *                    changed. Greater bytes give a wrong number and do no other harm.
  * @param pairCount   Number of digitPairs. All of them count, however many there are; below 1 the number is zero.
- * @param scale       Decimal digits behind the point; may be odd or negative.
+ * @param scale       Decimal digits after the point; may be odd or negative.
  * @param sign        '-' for a negative number, else '+'.
  * @return 0.
  */
@@ -809,10 +811,10 @@ ZVRT_API int16_t ConvertBCDToOraVarNum(uint8_t* dst, uint8_t* digitPairs, int16_
 
 /* ------------------------------------------------------------------------------------------------------------------ */
 /** @name Date and time
- * Records are written as text and read from text by a format model: text in which a percent sign and the letters of an
- * element stand for a field and every other character for itself, such as `%YYYY-%MM-%DD %HH24:%MI:%SS.%FFFFFF`. The
- * functions work on its tokenised form, an array of FmtCode, which ZVRTGetFormatCodes() makes and which a field carries
- * in FldDef::dtFormat. Letters are compared regardless of case, in ASCII only, whatever the process locale.
+ * Records are written as text and read from text by a format model. In it a percent sign and the letters of an element
+ * stand for a field and every other character for itself: `%YYYY-%MM-%DD %HH24:%MI:%SS.%FFFFFF`. The functions work on
+ * its tokenised form, an array of FmtCode, which ZVRTGetFormatCodes() makes and which a field carries in
+ * FldDef::dtFormat. Letters are compared regardless of case, in ASCII only, whatever the process locale.
  *
  * | Element             | Written                                 | Read                                          |
  * |---------------------|-----------------------------------------|-----------------------------------------------|
@@ -912,12 +914,12 @@ typedef struct DateWithModel {
 ZVRT_API uint32_t ZVRTValidateDateTime(const ZVRTTS* ts, DtKind kind);
 
 /**
- * Tokenises the text of a format model. The longest element that the letters behind a percent sign begin with counts;
- * there is no escape for a literal percent sign.
+ * Tokenises the text of a format model. Of the elements that the letters after a percent sign begin with, the longest
+ * counts; there is no escape for a literal percent sign.
  *
  * @param modelText  NUL-terminated.
- * @param codes      Receives the entries, one a literal character, one an element and the end entry: at most the text's
- *                   length + 1. Zero-filled by the caller; members that an entry does not use are not written.
+ * @param codes      Receives the entries, one per literal character, one per element and the end entry: at most the
+ *                   text's length + 1. Zero-filled by the caller; members that an entry does not use are not written.
  * @param kind       In and out: grows from what it is (0 for nothing) by what the elements describe.
  * @return ZVRT_RC_OK; ZVRT_RC_INVALID_FORMAT for letters that are no element: the entries before it are there, but no
  *         end entry.
@@ -925,12 +927,12 @@ ZVRT_API uint32_t ZVRTValidateDateTime(const ZVRTTS* ts, DtKind kind);
 ZVRT_API uint32_t ZVRTGetFormatCodes(const wchar_t* modelText, FmtCode* codes, DtKind* kind);
 
 /**
- * Writes a record as wide NUL-terminated text. Elements of other kinds are silent, and once every group of elements
- * that the kind has is written, the rest of the model is not. Where text does not fit, the characters before it stay,
- * without a terminator; an element is written whole or not at all.
+ * Writes a record as wide NUL-terminated text. Elements of other kinds write nothing, and once every group of elements
+ * that the kind has is written, the rest of the model is ignored. Where text does not fit, the characters before it
+ * stay, without a terminator; an element is written whole or not at all.
  *
  * @param dst       Receives the text.
- * @param dstChars  Capacity in characters, the terminator included; 0 or less is no room.
+ * @param dstChars  Capacity in characters, the terminator included; 0 or less: nothing fits.
  * @param model     The tokenised model.
  * @param ts        A record valid for the kind; no field is checked, and the text of one out of range is just longer.
  * @param kind      ZVRT_DT_DATE, ZVRT_DT_TIME or ZVRT_DT_TIMESTAMP.
@@ -943,12 +945,12 @@ ZVRT_API uint32_t ZVRTTSToWVarcharSz(wchar_t* dst, int32_t dstChars, const FmtCo
                                      DtKind kind, uint32_t* outLen);
 
 /**
- * Reads a record from wide NUL-terminated text. A run of literals is searched for from where the reading stands, and
- * what stands before it is passed over. Text that ends early leaves the remaining fields 0, unless it ends right behind
- * literals; text behind the last element is not looked at. Only hours are checked.
+ * Reads a record from wide NUL-terminated text. A run of literals is searched for from the current position, and
+ * what precedes it is skipped. Text that ends early leaves the remaining fields 0, unless it ends right after
+ * literals; text after the last element is not looked at. Only hours are checked.
  *
  * @param src       The text.
- * @param srcChars  Reading ends when the elements have consumed so many characters; the text ends at its terminator.
+ * @param srcChars  Reading ends when the elements have consumed that many characters; the text ends at its terminator.
  * @param model     The tokenised model.
  * @param modelLen  Length in characters of the model's text, above 0.
  * @param ts        Zero-filled, then receives the fields as they are read, also when a later one fails.
@@ -963,7 +965,7 @@ ZVRT_API uint32_t ZVRTWVarcharSzToTS(const wchar_t* src, int32_t srcChars, const
  * Passes the literals that a model continues with and finds them in the text.
  *
  * @param modelCursor  In and out: moves to the next entry that is no literal.
- * @param textCursor   In and out: moves behind the first occurrence of the literals, never past the terminator.
+ * @param textCursor   In and out: moves to the end of the first occurrence of the literals, never past the terminator.
  * @param scratch      Receives the literals and a terminator.
  * @return ZVRT_RC_OK; ZVRT_RC_END_OF_FORMAT when the model ends, with the text not looked at; ZVRT_RC_ERROR when the
  *         literals do not occur: textCursor is then null.
@@ -983,7 +985,15 @@ ZVRT_API uint32_t ZVRTGetNextCodePosInSourceW(const FmtCode** modelCursor, const
  */
 ZVRT_API uint32_t ZVRTGetStringFromTS(const ZVRTTS* ts, wchar_t* dst, int32_t dstChars, uint32_t* outLen);
 
-/** As ZVRTGetStringFromTS() in ASCII, with dstSize and outLen in bytes. */
+/**
+ * As ZVRTGetStringFromTS() in ASCII, with lengths in bytes.
+ *
+ * @param ts       The record, in range or not.
+ * @param dst      Receives the text.
+ * @param dstSize  Capacity in bytes, the terminator included: 27 for records in range.
+ * @param outLen   May be null. On success receives the bytes before the terminator.
+ * @return As ZVRTGetStringFromTS().
+ */
 ZVRT_API uint32_t ZVRTGetStringAFromTS(const ZVRTTS* ts, char* dst, int32_t dstSize, uint32_t* outLen);
 
 /**
