@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
-"""Tables of the headers and documents as doxygen renders them: rendered_tables.py SOURCE
+"""The headers and documents as doxygen renders them: rendering.py SOURCE
 
 A row that a line break or a missing bar has destroyed is not refused by doxygen: it becomes a paragraph with bars in it,
-and the table ends before it or has fewer rows than its source. So this asks three things of doxygen's XML: each row has
-as many cells as its table has columns, no bar stands in running text, and each file has as many rows as its source.
+and the table ends before it or has fewer rows than its source. So this asks of doxygen's XML: each row has as many cells
+as its table has columns, no bar stands in running text, each file has as many rows as its source, and what the source
+quotes as `code` is shown as it is there (a percent sign was once dropped).
 Exit status 77: doxygen is not there.
 """
 import pathlib
@@ -51,6 +52,15 @@ def faults_of(root: xml.Element, name: str):
             yield f"{name}: a bar in running text, so a row that was not taken for one: {' '.join(text.split())[:100]}"
 
 
+def quoted_code(path: pathlib.Path):
+    """What stands between backticks on one line, outside fenced code."""
+    text = re.sub(r"^```.*?^```", "", path.read_text(), flags=re.MULTILINE | re.DOTALL)
+    text = re.sub(r"\[`[^`]*`\]\([^)]*\)", "", text)  # the text of a link
+    if path.suffix == ".h":
+        text = "\n".join(re.findall(r"/\*\*.*?\*/", text, re.DOTALL))
+    return re.findall(r"(?<!`)`([^`\n]+)`(?!`)", text)
+
+
 def rows_in_source(path: pathlib.Path) -> int:
     """Rows of tables, the line below a heading not counted, outside fenced and indented code."""
     rows, fenced = 0, False
@@ -68,7 +78,7 @@ def main() -> int:
     if shutil.which("doxygen") is None:
         print("skipped: doxygen is missing")
         return 77
-    faults, rendered = [], {}
+    faults, rendered, code = [], {}, {}
     with tempfile.TemporaryDirectory() as output:
         render(source, output)
         for page in sorted(pathlib.Path(output, "xml").glob("*.xml")):
@@ -77,6 +87,8 @@ def main() -> int:
                 file = location(compound)
                 faults += faults_of(compound, file or page.name)
                 rendered[file] = rendered.get(file, 0) + len(list(compound.iter("row")))
+                code.setdefault(file, set()).update(" ".join("".join(each.itertext()).split())
+                                                    for each in compound.iter("computeroutput"))
     tables = 0
     for path in sorted([*source.glob("include/*.h"), *source.glob("docs/*.md"), source / "README.md"]):
         written = rows_in_source(path)
@@ -84,6 +96,10 @@ def main() -> int:
         tables += written
         if written != shown:
             faults.append(f"{path.relative_to(source)}: {written} rows of tables are written, {shown} are rendered")
+        shown = set().union(*(spans for file, spans in code.items() if pathlib.Path(source, file) == path))
+        for span in quoted_code(path):
+            if " ".join(span.split()) not in shown:
+                faults.append(f"{path.relative_to(source)}: `{span}` is not rendered as it is written")
     if tables == 0:
         faults.append("no table was found")
     print("\n".join(faults) or f"{tables} rows of tables, all of them rendered")
