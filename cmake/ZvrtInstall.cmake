@@ -36,6 +36,7 @@ endfunction()
 zvrt_gzip(docs/man/ZVRTDataCnvLib.3 ZVRTDataCnvLib.3.gz)
 zvrt_gzip(cmake/debian/changelog changelog.gz)
 install(FILES "${PROJECT_BINARY_DIR}/ZVRTDataCnvLib.3.gz" DESTINATION "${CMAKE_INSTALL_MANDIR}/man3" COMPONENT development)
+include(ZvrtManPages)
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME zvrtdatacnvlib)
