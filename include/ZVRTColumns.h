@@ -227,6 +227,8 @@ typedef struct ZVRTProblem {
 
 /** Digits of a timestamp's fraction that `scale` 0 of the kind TIMESTAMP means. */
 #define ZVRT_SCALE_DEFAULT 6
+/** The scale of a TIMESTAMP without a fraction. */
+#define ZVRT_SCALE_NONE (-1)
 
 /** A conversion rule; made once, never changed. */
 typedef struct ZVRTPlan ZVRTPlan;

@@ -1,0 +1,192 @@
+// Numbers as text, both ways.
+//
+// Read: an optional sign, digits with at most one point among or beside them, and an optional exponent (e or E, an
+// optional sign, digits). At least one digit stands before the exponent. Nothing else may stand in the text: blanks are
+// for the trim flags to take away. All digits count, however many there are: see `Tail`.
+//
+// Written: a '-' for numbers below zero, at least one digit, and a point where the scale is above 0, with all digits of
+// the scale after it.
+#include <algorithm>
+#include <cstring>
+
+#include "columns/arena.h"
+#include "columns/numbers.h"
+
+namespace zvrt::columns {
+
+namespace {
+
+bool is_digit(std::uint32_t character) { return character >= '0' && character <= '9'; }
+
+// Collects digits: the first 40 significant ones exactly, of the rest how they compare with half a unit.
+class Digits {
+ public:
+  void add(std::uint32_t digit) {
+    if (count_ < max_digits) [[likely]] {
+      if (count_ == 0 && digit == 0) return;
+      chunk_ = chunk_ * 10 + digit;
+      ++count_;
+      if (++chunk_digits_ == chunk_size) flush();
+      return;
+    }
+    if (dropped_++ == 0) {
+      first_dropped_ = digit;
+    } else {
+      rest_ |= digit != 0;
+    }
+  }
+  std::int64_t dropped() const { return dropped_; }
+
+  void finish(Decimal& number) {
+    flush();
+    number.magnitude = magnitude_;
+    if (first_dropped_ == 5 && !rest_) {
+      number.tail = Tail::half;
+    } else if (first_dropped_ >= 5) {
+      number.tail = Tail::above_half;
+    } else if (first_dropped_ != 0 || rest_) {
+      number.tail = Tail::below_half;
+    }
+  }
+
+ private:
+  static constexpr std::int32_t chunk_size = 19;
+
+  void flush() {
+    magnitude_ = magnitude_.is_zero() ? Magnitude{chunk_, 0} : append_digits(magnitude_, chunk_digits_, chunk_);
+    chunk_ = 0;
+    chunk_digits_ = 0;
+  }
+
+  Magnitude magnitude_;
+  std::uint64_t chunk_ = 0;
+  std::int32_t chunk_digits_ = 0;
+  std::int32_t count_ = 0;
+  std::int64_t dropped_ = 0;
+  std::uint32_t first_dropped_ = 0;
+  bool rest_ = false;
+};
+
+// Beyond this no number of 40 digits fits any type, and nothing can be added up to less.
+constexpr std::int64_t far = 1'000'000;
+
+template <class At>
+class NumberParser {
+ public:
+  NumberParser(At at, std::int64_t count) : at_(at), count_(count) {}
+
+  Status run(Decimal& number, Fault& fault) {
+    const std::uint32_t sign = peek();
+    number.negative = sign == '-';
+    if (sign == '-' || sign == '+') ++position_;
+    std::int64_t scale = 0;
+    const std::int64_t found = read_digits(scale);
+    bool is_good = found > 0;
+    std::int64_t exponent = 0;
+    if (is_good && (peek() == 'e' || peek() == 'E')) is_good = read_exponent(exponent);
+    if (!is_good || position_ != count_) {
+      fault = {.character = position_, .unit = peek()};
+      return ZVRT_RC_INVALID_NUMBER;
+    }
+    digits_.finish(number);
+    scale = std::clamp<std::int64_t>(scale - digits_.dropped() - exponent, -far, far);
+    number.scale = number.magnitude.is_zero() ? 0 : static_cast<std::int32_t>(scale);
+    return ZVRT_RC_OK;
+  }
+
+ private:
+  std::uint32_t peek() const { return position_ < count_ ? at_(position_) : 0; }
+
+  std::int64_t read_digits(std::int64_t& scale) {
+    const std::int64_t whole = read_run();
+    if (peek() != '.' || position_ == count_) return whole;
+    ++position_;
+    scale = read_run();
+    return whole + scale;
+  }
+
+  std::int64_t read_run() {
+    const std::int64_t start = position_;
+    for (; position_ < count_; ++position_) {
+      const std::uint32_t digit = at_(position_) - '0';
+      if (digit > 9) break;
+      digits_.add(digit);
+    }
+    return position_ - start;
+  }
+
+  bool read_exponent(std::int64_t& exponent) {
+    ++position_;
+    const std::uint32_t sign = peek();
+    if (sign == '-' || sign == '+') ++position_;
+    const std::int64_t start = position_;
+    for (; position_ < count_ && is_digit(at_(position_)); ++position_) {
+      exponent = std::min(exponent * 10 + (at_(position_) - '0'), INT64_MAX / 16);
+    }
+    if (sign == '-') exponent = -exponent;
+    return position_ > start;
+  }
+
+  At at_;
+  std::int64_t count_;
+  std::int64_t position_ = 0;
+  Digits digits_;
+};
+
+}  // namespace
+
+Status parse_number(const Text& text, Decimal& number, Fault& fault) {
+  number = Decimal{};
+  if (text.is_ascii) {
+    const auto at = [&text](std::int64_t i) { return static_cast<std::uint32_t>(text.at[i]); };
+    return NumberParser(at, text.count).run(number, fault);
+  }
+  const auto at = [&text](std::int64_t i) { return load<Wide>(text.at, static_cast<std::size_t>(i)); };
+  return NumberParser(at, text.count).run(number, fault);
+}
+
+std::int32_t format_number(const Decimal& number, char* out) {
+  char digits[max_digits];
+  const std::int32_t count = write_digits(number.magnitude, digits);
+  char* at = out;
+  const auto put_zeros = [&at](std::int32_t zeros) {
+    std::fill_n(at, std::max(zeros, 0), '0');
+    at += std::max(zeros, 0);
+  };
+  if (number.negative && count > 0) *at++ = '-';
+  const std::int32_t whole = std::clamp(count - number.scale, 0, count);
+  if (whole == 0) *at++ = '0';
+  at = std::copy_n(digits, whole, at);
+  if (count > 0) put_zeros(-number.scale);
+  if (number.scale > 0) {
+    *at++ = '.';
+    put_zeros(number.scale - count);
+    at = std::copy(digits + whole, digits + count, at);
+  }
+  return static_cast<std::int32_t>(at - out);
+}
+
+void step_text_to_decimal(const Type& /*from*/, const Type& /*to*/, Block& block) {
+  for_each(block, [&](std::int32_t i) {
+    const Text text = block.text[i];
+    Fault fault;
+    Decimal number;
+    const Status status = parse_number(text, number, fault);
+    if (status != ZVRT_RC_OK) return block.refuse(i, status, fault);
+    block.decimal[i] = number;
+  });
+}
+
+void step_decimal_to_text(const Type& /*from*/, const Type& /*to*/, Block& block) {
+  for (std::int32_t i = 0; i < block.count; ++i) {
+    if (block.is_refused(i)) continue;
+    char text[longest_number_text];
+    const std::int32_t length = format_number(block.decimal[i], text);
+    std::byte* const out = room_for(block, i, static_cast<std::size_t>(length));
+    if (out == nullptr) return;
+    std::memcpy(out, text, static_cast<std::size_t>(length));
+    block.text[i] = {out, length, true, true};
+  }
+}
+
+}  // namespace zvrt::columns

@@ -1,0 +1,189 @@
+// Making plans: types checked, pages opened, models compiled, the path of the pair chosen.
+#include "columns/plan.h"
+
+#include <array>
+#include <cstring>
+#include <new>
+
+#include "columns/numbers.h"
+#include "columns/structures.h"
+#include "columns/text.h"
+
+namespace zvrt::columns {
+
+namespace {
+
+// The canonical form that a kind is read into and written from, by reader and writer.
+struct KindPath {
+  std::uint32_t kind;
+  Read* read;
+  Write* write;
+};
+
+constexpr std::array kind_paths = {
+    KindPath{ZVRT_KIND_INT, read_integer, write_integer},     KindPath{ZVRT_KIND_UINT, read_integer, write_integer},
+    KindPath{ZVRT_KIND_PACKED, read_packed, write_packed},    KindPath{ZVRT_KIND_ZONED, read_zoned, write_zoned},
+    KindPath{ZVRT_KIND_DECIMAL, read_decimal, write_decimal}, KindPath{ZVRT_KIND_BOOL, read_bool, write_bool},
+};
+
+Read* reader_of(const Type& type) {
+  if (type.form == Form::text) return text_reader(type);
+  for (const KindPath& path : kind_paths) {
+    if (path.kind == type.kind) return path.read;
+  }
+  return nullptr;
+}
+
+Write* writer_of(const Type& type) {
+  if (type.form == Form::text) return text_writer(type);
+  for (const KindPath& path : kind_paths) {
+    if (path.kind == type.kind) return path.write;
+  }
+  return nullptr;
+}
+
+// The steps from one form to another.
+struct FormStep {
+  Form from;
+  Form to;
+  Step* step;
+};
+
+constexpr std::array form_steps = {
+    FormStep{Form::text, Form::text, nullptr},
+    FormStep{Form::text, Form::decimal, step_text_to_decimal},
+    FormStep{Form::decimal, Form::decimal, nullptr},
+    FormStep{Form::decimal, Form::boolean, nullptr},
+    FormStep{Form::boolean, Form::decimal, nullptr},
+    FormStep{Form::boolean, Form::boolean, nullptr},
+    FormStep{Form::decimal, Form::text, step_decimal_to_text},
+};
+
+const FormStep* find_step(Form from, Form to) {
+  for (const FormStep& step : form_steps) {
+    if (step.from == from && step.to == to) return &step;
+  }
+  return nullptr;
+}
+
+constexpr std::uint32_t roundings = ZVRT_PLAN_ROUND_HALF_EVEN | ZVRT_PLAN_ROUND_HALF_AWAY | ZVRT_PLAN_CUT_FRACTION;
+
+Rounding rounding_of(std::uint32_t options) {
+  switch (options & roundings) {
+    case ZVRT_PLAN_ROUND_HALF_EVEN: return Rounding::half_even;
+    case ZVRT_PLAN_ROUND_HALF_AWAY: return Rounding::half_away;
+    case ZVRT_PLAN_CUT_FRACTION: return Rounding::cut;
+    default: return Rounding::exact;
+  }
+}
+
+bool has_one_rounding(std::uint32_t options) {
+  const std::uint32_t chosen = options & roundings;
+  return (chosen & (chosen - 1)) == 0;
+}
+
+// Which byte a blank is where the slot is no narrow text: mainframe numbers have EBCDIC neighbours.
+std::byte blank_of_kind(const Type& type) {
+  const bool is_ebcdic = type.kind == ZVRT_KIND_PACKED || type.kind == ZVRT_KIND_HEX_FLOAT ||
+                         (type.kind == ZVRT_KIND_ZONED && !type.has(ZVRT_TYPE_ASCII));
+  return std::byte{static_cast<std::uint8_t>(is_ebcdic ? 0x40 : 0x20)};
+}
+
+bool needs_page(const Type& type) {
+  return type.is_narrow() || (type.form != Form::text && type.has(ZVRT_TYPE_NULL_BLANKS));
+}
+
+}  // namespace
+
+Status open_side(const ZVRTType& given, Role role, Side& side, Reason& reason) {
+  reason.side = role == Role::source ? 0 : 1;
+  reason.status = check_type(given, role, side.type, reason.sentence);
+  if (reason.status != ZVRT_RC_OK) return reason.status;
+  Type& type = side.type;
+  if (needs_page(type)) {
+    reason.status = open_page(given.codePage, given.codePageKind, type.page, side.tables);
+    reason.sentence = "The code page has no converter, or conversions are not initialised.";
+    if (reason.status != ZVRT_RC_OK) return reason.status;
+    if (type.form != Form::text && given.codePage == 0) type.page.blank[0] = blank_of_kind(type);
+  }
+  return ZVRT_RC_OK;
+}
+
+bool choose_path(const Type& from, const Type& to, Path& path) {
+  const FormStep* const step = find_step(from.form, to.form);
+  if (step == nullptr) return false;
+  path.read = reader_of(from);
+  path.step = step->step;
+  path.write = writer_of(to);
+  return path.read != nullptr && path.write != nullptr;
+}
+
+std::uint32_t fitting_options(const Type& from, const Type& to) {
+  std::uint32_t options = 0;
+  if (from.form == Form::text && to.form == Form::text) options |= ZVRT_PLAN_CUT_TEXT;
+  if (from.form == Form::text || to.form == Form::text) options |= ZVRT_PLAN_SUBSTITUTE;
+  if (to.form == Form::decimal && from.form != Form::boolean) options |= roundings;
+  return options;
+}
+
+std::unique_ptr<ZVRTPlan> make_plan(const ZVRTType& from, const ZVRTType& to, std::uint32_t options, Reason& reason) {
+  std::unique_ptr<ZVRTPlan> plan(new (std::nothrow) ZVRTPlan);
+  reason = {ZVRT_RC_NO_MEMORY, -1, "There is not enough memory for the plan."};
+  if (plan == nullptr) return nullptr;
+  if (open_side(from, Role::source, plan->from, reason) != ZVRT_RC_OK) return nullptr;
+  if (open_side(to, Role::target, plan->to, reason) != ZVRT_RC_OK) return nullptr;
+  reason = {ZVRT_RC_INVALID_PAIR, -1, "There is no conversion between these kinds."};
+  if (!choose_path(plan->from.type, plan->to.type, plan->path)) return nullptr;
+  reason.sentence = "An option does not fit the pair, or two of them exclude each other.";
+  const std::uint32_t fitting = fitting_options(plan->from.type, plan->to.type);
+  if ((options & ~fitting) != 0 || !has_one_rounding(options)) return nullptr;
+  plan->options = options;
+  for (Type* const type : {&plan->from.type, &plan->to.type}) {
+    type->options = options;
+    type->rounding = rounding_of(options);
+  }
+  reason = {};
+  return plan;
+}
+
+void convert_block(const ZVRTPlan& plan, Block& block) {
+  const Type& from = plan.from.type;
+  const Type& to = plan.to.type;
+  plan.path.read(from, block);
+  if (plan.path.step != nullptr) plan.path.step(from, to, block);
+  if (plan.path.second_step != nullptr) plan.path.second_step(from, to, block);
+  plan.path.write(to, block);
+}
+
+namespace {
+
+void explain_plan(const Reason& reason, ZVRTProblem* why) {
+  ZVRTProblem problem{};
+  problem.status = reason.status;
+  problem.field = reason.side;
+  problem.offset = -1;
+  std::strncpy(problem.text, reason.sentence, sizeof problem.text - 1);
+  write_structure(problem, why);
+}
+
+}  // namespace
+
+}  // namespace zvrt::columns
+
+using namespace zvrt::columns;
+
+uint32_t ZVRTPlanCreate(const ZVRTType* from, const ZVRTType* to, uint32_t options, ZVRTPlan** plan, ZVRTProblem* why) {
+  if (plan != nullptr) *plan = nullptr;
+  Reason reason{ZVRT_RC_ERROR, -1, "An argument is null."};
+  if (from != nullptr && to != nullptr && plan != nullptr) {
+    ZVRTType source;
+    ZVRTType target;
+    const bool source_known = read_structure(from, source);
+    reason = {ZVRT_RC_INVALID_TYPE, source_known ? 1 : 0, "The structure says more than this library knows."};
+    if (source_known && read_structure(to, target)) *plan = make_plan(source, target, options, reason).release();
+  }
+  explain_plan(reason, why);
+  return reason.status;
+}
+
+void ZVRTPlanDestroy(ZVRTPlan* plan) { delete plan; }

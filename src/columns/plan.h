@@ -1,0 +1,68 @@
+// A plan: the reader, the step and the writer of a pair, chosen when it is made.
+#pragma once
+
+#include <memory>
+
+#include "ZVRTColumns.h"
+#include "columns/block.h"
+#include "columns/date_model.h"
+#include "columns/page.h"
+#include "columns/places.h"
+#include "columns/type.h"
+
+namespace zvrt::columns {
+
+using Step = void(const Type& from, const Type& to, Block& block);
+using Kernel = void(const ZVRTPlan& plan, Block& block);
+
+// What a value, or a run of values, passes through. A null step passes the canonical form on as it is.
+struct Path {
+  Read* read = nullptr;
+  Step* step = nullptr;
+  Step* second_step = nullptr;
+  Write* write = nullptr;
+};
+
+// One side of a plan: its type and what the type points to.
+struct Side {
+  Type type;
+  std::unique_ptr<PageTables> tables;
+  std::unique_ptr<DateModel> model;
+};
+
+}  // namespace zvrt::columns
+
+struct ZVRTPlan {
+  zvrt::columns::Side from;
+  zvrt::columns::Side to;
+  std::uint32_t options = 0;
+  zvrt::columns::Path path;
+  zvrt::columns::Kernel* kernel = nullptr;  // null: convert_block() itself
+  const struct SingleCall* single_call = nullptr;
+};
+
+namespace zvrt::columns {
+
+// What the reasons of a refused plan are reported through.
+struct Reason {
+  Status status = ZVRT_RC_OK;
+  std::int32_t side = -1;  // 0 source, 1 target
+  const char* sentence = "";
+};
+
+// Checks a type and opens what it names.
+Status open_side(const ZVRTType& given, Role role, Side& side, Reason& reason);
+
+// The options that fit a pair of types; 0 also where there is no such conversion.
+std::uint32_t fitting_options(const Type& from, const Type& to);
+
+// Chooses reader, steps and writer; false where there is no such conversion.
+bool choose_path(const Type& from, const Type& to, Path& path);
+
+// Makes a plan, or says why not.
+std::unique_ptr<ZVRTPlan> make_plan(const ZVRTType& from, const ZVRTType& to, std::uint32_t options, Reason& reason);
+
+// The general way of a block whose sources and slots are set: reader, steps, writer.
+void convert_block(const ZVRTPlan& plan, Block& block);
+
+}  // namespace zvrt::columns

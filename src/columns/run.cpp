@@ -1,0 +1,136 @@
+// Runs: rows cut into blocks, what became of each value written to its places.
+#include "columns/arena.h"
+#include "columns/plan.h"
+#include "columns/structures.h"
+#include "encoding/converter_service.h"
+
+namespace zvrt::columns {
+
+namespace {
+
+class Run {
+ public:
+  Run(const ZVRTPlan& plan, const Places& from, const Places& to) : plan_(plan), from_(from), to_(to), block_(arena_) {
+    outcome_.firstRefused = -1;
+  }
+
+  Status run(std::int64_t count) {
+    while (outcome_.done < count) {
+      arena_.reset();
+      const std::int64_t end = gather(count);
+      const std::int32_t gathered = block_.count;
+      if (gathered > 0) convert();
+      for (std::int32_t i = 0; i < block_.count; ++i) report(i);
+      outcome_.done = block_.count == gathered ? end : rows_[block_.count];
+      if (block_.failure != ZVRT_RC_OK) return block_.failure;
+    }
+    return ZVRT_RC_OK;
+  }
+
+  const ZVRTOutcome& outcome() const { return outcome_; }
+
+ private:
+  void convert() { plan_.kernel != nullptr ? plan_.kernel(plan_, block_) : convert_block(plan_, block_); }
+
+  // Takes rows until the block is full and returns the row after them. A null is passed over like a refused value.
+  std::int64_t gather(std::int64_t count) {
+    block_.count = 0;
+    block_.failure = ZVRT_RC_OK;
+    std::int64_t row = outcome_.done;
+    for (; row < count && block_.count < block_size; ++row) {
+      if (from_.select != nullptr && from_.select[row] == 0) continue;
+      const std::int32_t i = block_.count++;
+      rows_[i] = row;
+      block_.status[i] = ZVRT_RC_OK;
+      block_.slot[i] = to_.slot(row);
+      const Content content = find_value(plan_.from.type, from_, row, block_.source[i], block_.status[i]);
+      is_null_[i] = content == Content::null;
+      if (is_null_[i]) block_.status[i] = ZVRT_RC_NULL_REFUSED;
+    }
+    return row;
+  }
+
+  void report(std::int32_t i) {
+    const std::int64_t row = rows_[i];
+    if (is_null_[i]) block_.status[i] = pass_null(row, block_.slot[i]);
+    const Status status = block_.status[i];
+    if (to_.status.at != nullptr) store<Status>(to_.status.at + row * to_.status.stride, 0, status);
+    if (status != ZVRT_RC_OK) [[unlikely]]
+      return refuse(row, status, block_.length[i]);
+    if (is_null_[i]) return;
+    tell_length(row, block_.length[i], 0);
+    const Form form = plan_.to.type.form;
+    if (block_.length[i] == 0 && (form == Form::text || form == Form::bytes)) ++outcome_.empty;
+  }
+
+  Status pass_null(std::int64_t row, std::byte* slot) {
+    const Type& type = plan_.to.type;
+    if (to_.indicators.at == nullptr && !type.has_null_form()) return ZVRT_RC_NULL_REFUSED;
+    if (to_.indicators.at != nullptr) to_.indicators.store(row, ZVRT_NULL_DATA);
+    if (type.has_null_form()) write_null_form(type, slot);
+    ++outcome_.nulls;
+    return ZVRT_RC_OK;
+  }
+
+  void refuse(std::int64_t row, Status status, std::int64_t needed) {
+    if (status == ZVRT_RC_TRUNCATED) tell_length(row, needed, needed);
+    if (outcome_.refused++ > 0) return;
+    outcome_.firstRefused = row;
+    outcome_.firstStatus = status;
+  }
+
+  void tell_length(std::int64_t row, std::int64_t length, std::int64_t indicator) {
+    if (to_.lengths.at != nullptr) to_.lengths.store(row, length);
+    if (to_.indicators.at != nullptr && !to_.is_one_array) to_.indicators.store(row, indicator);
+  }
+
+  const ZVRTPlan& plan_;
+  const Places& from_;
+  const Places& to_;
+  ZVRTOutcome outcome_{};
+  Arena arena_;
+  Block block_;
+  bool is_null_[block_size];
+  std::int64_t rows_[block_size];
+};
+
+// A page held in tables converts without the service; that it is gone shows all the same.
+Status find_service(const Type& type) {
+  if (type.page.is_utf8()) return ZVRT_RC_OK;
+  void* converter = nullptr;
+  return find_converter(type.page.field, converter);
+}
+
+Status run_plan(const ZVRTPlan& plan, const ZVRTArray& from, const ZVRTArray& to, std::int64_t count,
+                ZVRTOutcome& outcome) {
+  ZVRTArray source;
+  ZVRTArray target;
+  if (!read_structure(&from, source) || !read_structure(&to, target)) return ZVRT_RC_INVALID_TYPE;
+  Places source_places;
+  Places target_places;
+  Status status = check_places(source, plan.from.type, Role::source, count, source_places);
+  if (status == ZVRT_RC_OK) status = check_places(target, plan.to.type, Role::target, count, target_places);
+  if (status == ZVRT_RC_OK) status = find_service(plan.from.type);
+  if (status == ZVRT_RC_OK) status = find_service(plan.to.type);
+  if (status != ZVRT_RC_OK) return status;
+  Run run(plan, source_places, target_places);
+  status = run.run(count);
+  outcome = run.outcome();
+  return status;
+}
+
+}  // namespace
+
+}  // namespace zvrt::columns
+
+uint32_t ZVRTPlanRun(const ZVRTPlan* plan, const ZVRTArray* from, const ZVRTArray* to, int64_t count,
+                     ZVRTOutcome* outcome) {
+  ZVRTOutcome result{};
+  result.firstRefused = -1;
+  zvrt::Status status = ZVRT_RC_ERROR;
+  if (plan != nullptr && from != nullptr && to != nullptr) {
+    status = zvrt::columns::run_plan(*plan, *from, *to, count, result);
+  }
+  zvrt::columns::write_structure(result, outcome);
+  return status;
+}

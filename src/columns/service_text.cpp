@@ -1,0 +1,246 @@
+// Text through the converter service: code pages of several bytes per character, with or without shifts.
+//
+// The service converts a whole text or refuses it, and does not say where. Where that matters, to substitute or to
+// explain, the text is walked again: the bytes of a character are the fewest that the service reads as one, and in a
+// page with shifts each attempt begins with the shift that is in force.
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include "ZVRTICULib.h"
+#include "columns/service_text.h"
+#include "columns/text.h"
+#include "encoding/converter_service.h"
+
+namespace zvrt::columns {
+
+namespace {
+
+constexpr std::int64_t most_bytes = INT32_MAX / 4;
+constexpr std::byte shift_out{0x0E};
+constexpr std::byte shift_in{0x0F};
+constexpr std::int32_t longest_character = 4;
+
+// A page's converter, asked for once per block.
+void* converter_of(const Type& type, Block& block) {
+  void* converter = nullptr;
+  const Status status = find_converter(type.page.field, converter);
+  if (status == ZVRT_RC_OK) return converter;
+  block.failure = status;
+  block.count = 0;
+  return nullptr;
+}
+
+Status decode_all(void* converter, const Value& value, std::byte* out, std::size_t room, std::uint32_t& count) {
+  return ZVRT_IcuMultibyteToWide(converter, value.at, static_cast<std::int32_t>(value.bytes), out,
+                                 static_cast<std::int32_t>(room), &count);
+}
+
+// Character by character, U+FFFD where there is none.
+std::int64_t decode_substituting(void* converter, const Value& value, std::byte* out) {
+  ServiceWalk walk(converter, value);
+  std::size_t count = 0;
+  while (walk.next()) {
+    const std::uint32_t made = walk.is_valid() ? walk.count() : 1;
+    for (std::uint32_t k = 0; k < made; ++k) {
+      store<Wide>(out, count++, walk.is_valid() ? walk.character(k) : replacement_character);
+    }
+  }
+  return static_cast<std::int64_t>(count);
+}
+
+// False: the block ends before the value.
+bool read_value(const Type& type, Block& block, std::int32_t i, void* converter) {
+  const Value& value = block.source[i];
+  if (value.bytes > most_bytes) {
+    block.refuse(i, ZVRT_RC_INVALID_LENGTH);
+    return true;
+  }
+  // A character may stand for several, but none of less than one byte each.
+  const auto room = static_cast<std::size_t>(value.bytes);
+  std::byte* const out = room_for(block, i, room * sizeof(Wide));
+  if (out == nullptr) return false;
+  std::uint32_t count = 0;
+  const Status status = decode_all(converter, value, out, room, count);
+  if (status == ZVRT_ICU_RC_INVALID_CHAR && (type.options & ZVRT_PLAN_SUBSTITUTE) != 0) {
+    count = static_cast<std::uint32_t>(decode_substituting(converter, value, out));
+  } else if (status == ZVRT_ICU_RC_INVALID_CHAR) {
+    const std::int64_t offset = block.fault != nullptr ? find_malformed(converter, value) : -1;
+    const std::uint32_t unit = offset >= 0 && offset < value.bytes ? static_cast<std::uint32_t>(value.at[offset]) : 0;
+    block.refuse(i, ZVRT_RC_MALFORMED_TEXT, {.offset = offset, .unit = unit});
+    return true;
+  } else if (status != ZVRT_RC_OK) {
+    block.failure = status;
+    block.count = i;
+    return false;
+  }
+  block.arena->keep(out, count * sizeof(Wide));
+  block.text[i] = {out, static_cast<std::int64_t>(count), false, true};
+  return tidy_text(type, block, i);
+}
+
+// One text on its way into a page.
+struct Encoding {
+  void* converter;
+  const std::byte* text;  // UTF-32
+  std::byte* out;
+  std::int32_t room;
+
+  Status run(std::int64_t characters, std::uint32_t& bytes) const {
+    return ZVRT_IcuWideToMultibyte(converter, text, static_cast<std::int32_t>(characters), out, room, &bytes);
+  }
+};
+
+bool is_in_page(void* converter, std::uint32_t character) {
+  std::array<std::byte, 8> bytes;
+  std::uint32_t count = 0;
+  return ZVRT_IcuWideToMultibyte(converter, &character, 1, bytes.data(), 8, &count) == ZVRT_RC_OK;
+}
+
+// The first character that the page lacks; the text's length if there is none.
+std::int64_t find_missing(void* converter, const Text& text) {
+  std::int64_t k = 0;
+  while (k < text.count && is_in_page(converter, text[k])) ++k;
+  return k;
+}
+
+// The most characters whose bytes, the closing shift among them, fit.
+std::int64_t count_fitting(const Encoding& encoding, std::int64_t characters, std::int64_t room) {
+  std::int64_t fits = 0;
+  for (std::int64_t too_many = characters; fits + 1 < too_many;) {
+    const std::int64_t tried = fits + (too_many - fits) / 2;
+    std::uint32_t bytes = 0;
+    const Status status = encoding.run(tried, bytes);
+    (status == ZVRT_RC_OK && bytes <= room ? fits : too_many) = tried;
+  }
+  return fits;
+}
+
+// The text as UTF-32 in the arena, where characters may be exchanged.
+bool own_wide(Block& block, std::int32_t i) {
+  Text& text = block.text[i];
+  if (text.is_own && !text.is_ascii) return true;
+  std::byte* const out = block.arena->take_beside(static_cast<std::size_t>(text.count) * sizeof(Wide));
+  if (out == nullptr) {
+    block.failure = ZVRT_RC_NO_MEMORY;
+    return false;
+  }
+  for (std::int64_t k = 0; k < text.count; ++k) store<Wide>(out, static_cast<std::size_t>(k), text[k]);
+  text = {out, text.count, false, true};
+  return true;
+}
+
+void substitute(void* converter, Text& text) {
+  auto* const characters = const_cast<std::byte*>(text.at);  // NOLINT(cppcoreguidelines-pro-type-const-cast)
+  for (std::int64_t k = 0; k < text.count; ++k) {
+    if (!is_in_page(converter, text[k])) store<Wide>(characters, static_cast<std::size_t>(k), substitute_character);
+  }
+}
+
+void place_encoded(const Type& type, Block& block, std::int32_t i, const Encoding& encoding, std::uint32_t bytes) {
+  const Room room = room_of(type, block.slot[i]);
+  if (bytes <= room.bytes || (type.options & ZVRT_PLAN_CUT_TEXT) == 0 || room.bytes < 0) {
+    return place_text(type, block, i, encoding.out, bytes);
+  }
+  std::uint32_t written = 0;
+  const std::int64_t fits = count_fitting(encoding, block.text[i].count, room.bytes);
+  if (fits > 0) encoding.run(fits, written);
+  place_text(type, block, i, encoding.out, written);
+  block.refuse(i, ZVRT_RC_TRUNCATED);
+  block.length[i] = bytes;
+}
+
+void write_value(const Type& type, Block& block, std::int32_t i, void* converter) {
+  if (!own_wide(block, i)) return;
+  Text& text = block.text[i];
+  if (text.count > most_bytes) return block.refuse(i, ZVRT_RC_INVALID_LENGTH);
+  // No character takes more than four bytes and a shift on each side.
+  const std::int64_t most = std::min(room_of(type, block.slot[i]).bytes, text.count * 6 + 2);
+  const auto room = static_cast<std::int32_t>(std::max<std::int64_t>(most, 0));
+  std::byte* const out = block.arena->scratch(static_cast<std::size_t>(room));
+  if (out == nullptr) {
+    block.failure = ZVRT_RC_NO_MEMORY;
+    return;
+  }
+  const Encoding encoding{converter, text.at, out, room};
+  std::uint32_t bytes = 0;
+  Status status = encoding.run(text.count, bytes);
+  if (status == ZVRT_ICU_RC_INVALID_CHAR && (type.options & ZVRT_PLAN_SUBSTITUTE) != 0) {
+    substitute(converter, text);
+    status = encoding.run(text.count, bytes);
+  }
+  if (status == ZVRT_ICU_RC_INVALID_CHAR) {
+    const std::int64_t k = find_missing(converter, text);
+    return block.refuse(i, ZVRT_RC_NOT_IN_CODE_PAGE, {.character = k, .unit = k < text.count ? text[k] : 0});
+  }
+  if (status != ZVRT_RC_OK && status != ZVRT_ICU_RC_TRUNCATED) {
+    block.failure = status;
+    return;
+  }
+  place_encoded(type, block, i, encoding, bytes);
+}
+
+}  // namespace
+
+ServiceWalk::ServiceWalk(void* converter, const Value& value) : converter_(converter), value_(value) {}
+
+bool ServiceWalk::next() {
+  at_ += length_;
+  length_ = 0;
+  // A shift alone makes no character.
+  while (at_ < value_.bytes && is_shift(value_.at[at_])) {
+    is_shifted_ = value_.at[at_] == shift_out;
+    ++at_;
+  }
+  if (at_ >= value_.bytes) return false;
+  const std::int64_t left = value_.bytes - at_;
+  is_valid_ = true;
+  for (length_ = 1; length_ <= std::min<std::int64_t>(left, longest_character); ++length_) {
+    if (read(length_)) return true;
+  }
+  is_valid_ = false;
+  length_ = is_shifted_ ? std::min<std::int64_t>(left, 2) : 1;
+  return true;
+}
+
+bool ServiceWalk::is_shift(std::byte byte) const {
+  if (byte != shift_out && byte != shift_in) return false;
+  std::uint32_t character = 0;
+  std::uint32_t count = 0;
+  return ZVRT_IcuMultibyteToWide(converter_, &byte, 1, &character, 1, &count) == ZVRT_RC_OK && count == 0;
+}
+
+bool ServiceWalk::read(std::int64_t length) {
+  std::array<std::byte, 1 + longest_character> bytes{shift_out};
+  const std::int32_t prefix = is_shifted_ ? 1 : 0;
+  std::memcpy(bytes.data() + prefix, value_.at + at_, static_cast<std::size_t>(length));
+  const auto total = static_cast<std::int32_t>(prefix + length);
+  const Status status = ZVRT_IcuMultibyteToWide(converter_, bytes.data(), total, characters_, most, &count_);
+  return status == ZVRT_RC_OK && count_ > 0;
+}
+
+std::int64_t find_malformed(void* converter, const Value& value) {
+  ServiceWalk walk(converter, value);
+  while (walk.next()) {
+    if (!walk.is_valid()) return walk.offset();
+  }
+  return -1;
+}
+
+void read_service_text(const Type& type, Block& block) {
+  void* const converter = converter_of(type, block);
+  for (std::int32_t i = 0; i < block.count; ++i) {
+    if (!block.is_refused(i) && !read_value(type, block, i, converter)) return;
+  }
+}
+
+void write_service_text(const Type& type, Block& block) {
+  void* const converter = converter_of(type, block);
+  for (std::int32_t i = 0; i < block.count; ++i) {
+    if (block.is_refused(i) || refuse_zero(type, block, i)) continue;
+    write_value(type, block, i, converter);
+    if (block.failure != ZVRT_RC_OK) block.count = i;
+  }
+}
+
+}  // namespace zvrt::columns

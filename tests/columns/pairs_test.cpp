@@ -1,0 +1,208 @@
+// Single values through plans, pair by pair: {type, value} -> {type, slot} as a table that can be read.
+#include <gtest/gtest.h>
+
+#include "columns/one_value.h"
+
+using namespace columns_test;
+
+namespace {
+
+class Pairs : public testing::Test {
+ protected:
+  static void SetUpTestSuite() { ASSERT_EQ(ZVRTInitDataConversion(), ZVRT_RC_OK); }
+  static void TearDownTestSuite() { ZVRTTermDataConversion(); }
+};
+
+// Bytes as hexadecimal digits. A status other than 0 leaves the slot alone and `result` is not looked at.
+struct Case {
+  const char* what;
+  ZVRTType from;
+  const char* value;
+  ZVRTType to;
+  const char* result;
+  std::uint32_t status = ZVRT_RC_OK;
+  std::uint32_t options = 0;
+};
+
+void check(const Case& each) {
+  SCOPED_TRACE(each.what);
+  SCOPED_TRACE(each.value);
+  Plan plan;
+  ASSERT_EQ(make(each.from, each.to, each.options, plan), ZVRT_RC_OK);
+  const auto room = static_cast<std::size_t>(each.to.length);
+  const Converted converted = convert(plan.get(), bytes(each.value), room);
+  EXPECT_EQ(converted.status, each.status) << ZVRTStatusName(converted.status);
+  if (each.status != ZVRT_RC_OK) {
+    EXPECT_EQ(converted.slot, std::string(room, untouched));
+    return;
+  }
+  const std::string result = converted.slot.substr(0, static_cast<std::size_t>(converted.length));
+  EXPECT_EQ(hexadecimal(result), hexadecimal(bytes(each.result)));
+}
+
+ZVRTType text(std::int32_t length) { return type(ZVRT_KIND_CHAR, length); }
+ZVRTType packed(std::int32_t length, std::int16_t scale = 0, std::uint32_t flags = 0, std::int16_t precision = 0) {
+  return type(ZVRT_KIND_PACKED, length, flags, precision, scale);
+}
+ZVRTType zoned(std::int32_t length, std::int16_t scale = 0, std::uint32_t flags = 0) {
+  return type(ZVRT_KIND_ZONED, length, flags, 0, scale);
+}
+ZVRTType integer(std::int32_t length, std::uint32_t flags = 0, std::int16_t scale = 0) {
+  return type(ZVRT_KIND_INT, length, flags, 0, scale);
+}
+
+TEST_F(Pairs, PackedToText) {
+  const Case cases[] = {
+      {"C", packed(3), "12345C", text(8), "31 32 33 34 35"},
+      {"F", packed(3), "12345F", text(8), "31 32 33 34 35"},
+      {"A, E are positive", packed(2), "123E", text(8), "31 32 33"},
+      {"D", packed(3), "12345D", text(8), "2D 31 32 33 34 35"},
+      {"B", packed(1), "7B", text(8), "2D 37"},
+      {"zero", packed(3), "00000C", text(8), "30"},
+      {"negative zero", packed(3), "00000D", text(8), "30"},
+      {"scale", packed(3, 2), "00005D", text(8), "2D 30 2E 30 35"},
+      {"zero with a scale", packed(3, 2), "00000C", text(8), "30 2E 30 30"},
+      {"negative scale", packed(2, -2), "012C", text(8), "31 32 30 30"},
+      {"no sign", packed(2, 0, ZVRT_TYPE_NO_SIGN), "1234", text(8), "31 32 33 34"},
+      {"39 digits", packed(20), "123456789012345678901234567890123456789D", text(40),
+       "2D 31 32 33 34 35 36 37 38 39 30 31 32 33 34 35 36 37 38 39 30 31 32 33 34 35 36 37 38 39 30 31 32 33 34 35 36 "
+       "37 38 39"},
+      {"no digit", packed(3), "1A345C", text(8), "", ZVRT_RC_INVALID_DIGIT},
+      {"no sign", packed(3), "123456", text(8), "", ZVRT_RC_INVALID_SIGN},
+      {"blanks", packed(2), "4040", text(8), "", ZVRT_RC_INVALID_SIGN},
+      {"low-values", packed(2), "0000", text(8), "", ZVRT_RC_INVALID_SIGN},
+      {"unsigned", packed(2, 0, ZVRT_TYPE_UNSIGNED), "123D", text(8), "", ZVRT_RC_INVALID_SIGN},
+      {"pad digit", packed(2, 0, 0, 2), "123C", text(8), "", ZVRT_RC_DIGITS_LOST},
+      {"too long", packed(3), "12345C", text(4), "", ZVRT_RC_TRUNCATED},
+  };
+  for (const Case& each : cases) check(each);
+}
+
+TEST_F(Pairs, TextToPacked) {
+  const Case cases[] = {
+      {"positive", text(8), "31 32 33", packed(3), "00123C"},
+      {"negative", text(8), "2D 31 32 33", packed(3), "00123D"},
+      {"plus", text(8), "2B 31", packed(1), "1C"},
+      {"unsigned", text(8), "31", packed(1, 0, ZVRT_TYPE_UNSIGNED), "1F"},
+      {"negative into unsigned", text(8), "2D 31", packed(1, 0, ZVRT_TYPE_UNSIGNED), "", ZVRT_RC_INVALID_SIGN},
+      {"negative zero into unsigned", text(8), "2D 30", packed(1, 0, ZVRT_TYPE_UNSIGNED), "0F"},
+      {"scale", text(8), "31 2E 35", packed(3, 2), "00150C"},
+      {"zeros that a fraction ends in", text(8), "31 2E 35 30 30", packed(2, 1), "015C"},
+      {"point first", text(8), "2E 35", packed(2, 1), "005C"},
+      {"point last", text(8), "35 2E", packed(2, 1), "050C"},
+      {"exponent", text(8), "31 65 32", packed(3), "00100C"},
+      {"negative exponent", text(8), "31 32 45 2D 31", packed(2, 1), "012C"},
+      {"too many digits", text(8), "31 30 30", packed(1), "", ZVRT_RC_DIGITS_LOST},
+      {"fraction", text(8), "31 2E 35", packed(1), "", ZVRT_RC_FRACTION_LOST},
+      {"half even", text(8), "32 2E 35", packed(1), "2C", 0, ZVRT_PLAN_ROUND_HALF_EVEN},
+      {"half even, odd", text(8), "33 2E 35", packed(1), "4C", 0, ZVRT_PLAN_ROUND_HALF_EVEN},
+      {"half away", text(8), "2D 32 2E 35", packed(1), "3D", 0, ZVRT_PLAN_ROUND_HALF_AWAY},
+      {"cut", text(8), "32 2E 39", packed(1), "2C", 0, ZVRT_PLAN_CUT_FRACTION},
+      {"rounded beyond", text(8), "39 2E 39", packed(1), "", ZVRT_RC_DIGITS_LOST, ZVRT_PLAN_ROUND_HALF_EVEN},
+      {"empty", text(8), "", packed(1), "", ZVRT_RC_INVALID_NUMBER},
+      {"blanks", text(8), "20 20", packed(1), "", ZVRT_RC_INVALID_NUMBER},
+      {"sign alone", text(8), "2D", packed(1), "", ZVRT_RC_INVALID_NUMBER},
+      {"point alone", text(8), "2E", packed(1), "", ZVRT_RC_INVALID_NUMBER},
+      {"no exponent", text(8), "31 65", packed(1), "", ZVRT_RC_INVALID_NUMBER},
+      {"letters", text(8), "61 62 63", packed(3), "", ZVRT_RC_INVALID_NUMBER},
+      {"malformed", text(8), "31 FF", packed(3), "", ZVRT_RC_MALFORMED_UTF8},
+      {"trimmed", type(ZVRT_KIND_CHAR, 8, ZVRT_TYPE_TRIM | ZVRT_TYPE_TRIM_LEFT), "20 37 20", packed(1), "7C"},
+      {"page 37", with_page(text(8), 37), "60 F1 4B F5", packed(2, 1), "015D"},
+  };
+  for (const Case& each : cases) check(each);
+}
+
+TEST_F(Pairs, Zoned) {
+  const std::uint32_t leading = ZVRT_TYPE_SIGN_LEADING, separate = ZVRT_TYPE_SIGN_SEPARATE, ascii = ZVRT_TYPE_ASCII;
+  const Case cases[] = {
+      {"positive", zoned(3), "F1F2C3", packed(2), "123C"},
+      {"negative", zoned(3), "F1F2D3", packed(2), "123D"},
+      {"B", zoned(3), "F1F2B3", packed(2), "123D"},
+      {"F", zoned(3), "F1F2F3", packed(2), "123C"},
+      {"leading", zoned(3, 0, leading), "D1F2F3", packed(2), "123D"},
+      {"separate", zoned(4, 0, separate), "F1F2F360", packed(2), "123D"},
+      {"leading separate", zoned(4, 0, leading | separate), "4EF1F2F3", packed(2), "123C"},
+      {"ASCII", zoned(3, 0, ascii), "313273", packed(2), "123D"},
+      {"ASCII separate", zoned(4, 0, ascii | separate), "3132332D", packed(2), "123D"},
+      {"written", packed(2), "123C", zoned(4), "F0F1F2C3"},
+      {"written negative", packed(2), "123D", zoned(3), "F1F2D3"},
+      {"written unsigned", packed(2), "123C", zoned(3, 0, ZVRT_TYPE_UNSIGNED), "F1F2F3"},
+      {"written leading", packed(2), "123D", zoned(4, 0, leading), "D0F1F2F3"},
+      {"written separate", packed(2), "123D", zoned(4, 0, separate), "F1F2F360"},
+      {"written ASCII", packed(2), "123D", zoned(3, 0, ascii), "313273"},
+      {"blank", zoned(3), "40F2C3", packed(2), "", ZVRT_RC_INVALID_DIGIT},
+      {"zone", zoned(3), "F1C2C3", packed(2), "", ZVRT_RC_INVALID_DIGIT},
+      {"sign", zoned(3), "F1F293", packed(2), "", ZVRT_RC_INVALID_SIGN},
+      {"leading sign before a bad digit", zoned(3, 0, leading), "91FAF3", packed(2), "", ZVRT_RC_INVALID_SIGN},
+      {"blank sign", zoned(4, 0, separate), "F1F2F340", packed(2), "", ZVRT_RC_INVALID_SIGN},
+  };
+  for (const Case& each : cases) check(each);
+}
+
+TEST_F(Pairs, Integers) {
+  const std::uint32_t big = ZVRT_TYPE_BIG_ENDIAN;
+  const ZVRTType u8 = type(ZVRT_KIND_UINT, 8);
+  const Case cases[] = {
+      {"big endian", integer(4, big), "FFFFFFFE", text(8), "2D 32"},
+      {"least", integer(8), "0000000000000080", text(32),
+       "2D 39 32 32 33 33 37 32 30 33 36 38 35 34 37 37 35 38 30 38"},
+      {"unsigned", u8, "FFFFFFFFFFFFFFFF", text(32), "31 38 34 34 36 37 34 34 30 37 33 37 30 39 35 35 31 36 31 35"},
+      {"scale", integer(2, big, 2), "04D2", text(8), "31 32 2E 33 34"},
+      {"least byte", text(8), "2D 31 32 38", integer(1), "80"},
+      {"below it", text(8), "2D 31 32 39", integer(1), "", ZVRT_RC_OUT_OF_RANGE},
+      {"greatest", text(8), "31 32 37", integer(1), "7F"},
+      {"negative into unsigned", text(8), "2D 31", u8, "", ZVRT_RC_OUT_OF_RANGE},
+      {"negative zero into unsigned", text(8), "2D 30", u8, "0000000000000000"},
+      {"precision", text(8), "31 30 30 30", type(ZVRT_KIND_INT, 2, 0, 3), "", ZVRT_RC_DIGITS_LOST},
+      {"to decimal", integer(1), "FF", type(ZVRT_KIND_DECIMAL, 16, 0, 0, 2), "9CFFFFFFFFFFFFFFFFFFFFFFFFFFFFFF"},
+      {"40 digits", text(60), "31 65 33 39", type(ZVRT_KIND_DECIMAL, 16), "", ZVRT_RC_DIGITS_LOST},
+      {"41 digits", text(60), "31 65 34 30", integer(8), "", ZVRT_RC_OUT_OF_RANGE},
+  };
+  for (const Case& each : cases) check(each);
+}
+
+TEST_F(Pairs, Texts) {
+  const auto pad = [](std::int32_t length) { return type(ZVRT_KIND_CHAR, length, ZVRT_TYPE_PAD); };
+  const ZVRTType varchar = type(ZVRT_KIND_VARCHAR, 8);
+  const ZVRTType sz = type(ZVRT_KIND_VARCHAR_SZ, 4);
+  const Case cases[] = {
+      {"page 37", with_page(text(8), 37), "C1 82 5A", text(8), "41 62 21"},
+      {"e with acute", with_page(text(8), 37), "51", text(8), "C3 A9"},
+      {"to page 37", text(8), "C3 A9", with_page(text(8), 37), "51"},
+      {"not in page 37", text(8), "E2 82 AC", with_page(text(8), 37), "", ZVRT_RC_NOT_IN_CODE_PAGE},
+      {"substituted", text(8), "41 E2 82 AC", with_page(text(8), 37), "C1 3F", 0, ZVRT_PLAN_SUBSTITUTE},
+      {"overlong", text(8), "C0 80", text(8), "", ZVRT_RC_MALFORMED_UTF8},
+      {"surrogate", text(8), "ED A0 80", text(8), "", ZVRT_RC_MALFORMED_UTF8},
+      {"parts replaced", text(8), "F0 90 41 80", text(8), "EF BF BD 41 EF BF BD", 0, ZVRT_PLAN_SUBSTITUTE},
+      {"japanese", with_page(text(8), 932), "93 FA 41", text(8), "E6 97 A5 41"},
+      {"to japanese", text(8), "E6 97 A5 41", with_page(text(8), 932), "93 FA 41"},
+      {"shifts", text(8), "41 E6 97 A5 42", with_page(text(12), 930), "C1 0E 45 62 0F C2"},
+      {"from shifts", with_page(text(12), 930), "C1 0E 45 62 0F C2", text(8), "41 E6 97 A5 42"},
+      {"trail alone", with_page(text(8), 932), "41 93", text(8), "", ZVRT_RC_MALFORMED_TEXT},
+      {"zero into terminated", text(8), "41 00", sz, "", ZVRT_RC_INVALID_VALUE},
+      {"no room for the terminator", text(8), "41 42 43 44", sz, "", ZVRT_RC_TRUNCATED},
+      {"terminated", text(8), "41 42 43", sz, "41 42 43"},
+      {"to UTF-16", text(8), "41 F0 9F 98 80", type(ZVRT_KIND_UTF16, 8, ZVRT_TYPE_BIG_ENDIAN), "0041 D83D DE00"},
+      {"from UTF-16", type(ZVRT_KIND_UTF16, 8, ZVRT_TYPE_BIG_ENDIAN), "00E9 D83D DE00", text(8), "C3 A9 F0 9F 98 80"},
+      {"lone surrogate", type(ZVRT_KIND_UTF16, 8, ZVRT_TYPE_BIG_ENDIAN), "D83D 0041", text(8), "",
+       ZVRT_RC_UNPAIRED_SURROGATE},
+      {"to wide", text(8), "41 C3 A9", type(ZVRT_KIND_WCHAR, 8), "41000000 E9000000"},
+      {"wide surrogate", type(ZVRT_KIND_WCHAR, 8), "00D80000", text(8), "", ZVRT_RC_UNPAIRED_SURROGATE},
+      {"beyond Unicode", type(ZVRT_KIND_WCHAR, 8), "00001100", text(8), "", ZVRT_RC_INVALID_CODE_POINT},
+      {"low-values", type(ZVRT_KIND_CHAR, 8, ZVRT_TYPE_LOW_AS_BLANK | ZVRT_TYPE_TRIM), "41 00 42 00", text(8),
+       "41 20 42"},
+  };
+  for (const Case& each : cases) check(each);
+  Plan plan;
+  ASSERT_EQ(make(text(8), varchar, 0, plan), 0U);
+  EXPECT_EQ(hexadecimal(convert(plan.get(), "abc", 8).slot), "03006162632E2E2E");
+  ASSERT_EQ(make(text(8), with_page(pad(6), 37), 0, plan), 0U);
+  EXPECT_EQ(hexadecimal(convert(plan.get(), "a", 6).slot), "814040404040");
+  ASSERT_EQ(make(text(8), pad(3), ZVRT_PLAN_CUT_TEXT, plan), 0U);
+  const Converted cut = convert(plan.get(), "ab\xC3\xA9", 3);
+  EXPECT_EQ(cut.status, ZVRT_RC_TRUNCATED);
+  EXPECT_EQ(cut.length, 4);
+  EXPECT_EQ(cut.slot, "ab ");
+}
+
+}  // namespace
