@@ -40,7 +40,6 @@ ZVRT_INLINED Vector units_alone(Vector words) {
 
 // Text of UTF-16 up to a count or its terminator. A pair may stand across two pages.
 struct CountedPairs {
-  static constexpr bool is_terminated = true;
   std::size_t count;
 
   ZVRT_INLINED bool goes_on(std::size_t read) const { return read < count; }
