@@ -60,6 +60,13 @@ std::int32_t write_decimal(std::uint64_t magnitude, bool negative, void* dst, st
   return length;
 }
 
+std::int32_t write_decimal_bytes(std::uint64_t magnitude, bool negative, char* dst, std::int32_t capacity) {
+  Wide text[max_decimal_length + 1];
+  const std::int32_t length = write_decimal(magnitude, negative, text, max_decimal_length + 1);
+  for (std::int32_t at = 0; at <= length && at < capacity; ++at) dst[at] = static_cast<char>(text[at]);
+  return length;
+}
+
 ZVRT_WRAPS Digits read_digits(const void* text) {
   std::uint64_t value = 0;
   for (std::size_t at = 0;; ++at) {

@@ -22,6 +22,9 @@ extern const std::uint64_t decimal_powers[max_decimal_length];
 // returns the length of the whole text. Zero has no digits.
 std::int32_t write_decimal(std::uint64_t magnitude, bool negative, void* dst, std::int32_t capacity);
 
+// The same as bytes of ASCII.
+std::int32_t write_decimal_bytes(std::uint64_t magnitude, bool negative, char* dst, std::int32_t capacity);
+
 enum class Reading : std::uint8_t {
   complete,           // nothing but digits before the terminator
   invalid_character,  // a character that is not a digit

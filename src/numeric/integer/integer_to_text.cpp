@@ -1,6 +1,7 @@
 // The 21 conversions of integers to text: a line each, over one driver.
 #include "ZVRTDataCnvLib.h"
 #include "core/call.h"
+#include "encoding/code_page.h"
 #include "numeric/integer/integer_format.h"
 #include "numeric/integer/integers.h"
 
@@ -33,6 +34,8 @@ Status narrow(const Wide* text, void* dst, std::int32_t dstSize, std::uint32_t& 
 
 template <class Int>
 Status render_narrow(const Call& call) {
+  if (is_utf8(call.fldDef)) [[likely]]
+    return render_bytes<Int>(call);
   Wide text[ample];
   std::uint32_t characters = 0;
   render<Int>({call.src, call.srcLen, text, sizeof text, &characters, nullptr});  // never truncates
@@ -73,12 +76,9 @@ uint32_t ZVRTCnvIntToWVarcharSz(int32_t value, wchar_t* dst, uint32_t* outLen) {
 }
 
 uint32_t ZVRTCnvIntToVarcharSz(int32_t value, char* dst, int32_t* dstLen, uint32_t codePage, char codePageKind) {
-  Wide text[ample];
-  std::uint32_t characters = 0;
-  render<std::int32_t>({&value, nullptr, text, sizeof text, &characters, nullptr});
   const FldDef field = field_of(codePage, codePageKind);
   std::uint32_t bytes = 0;
-  const Status status = narrow(text, dst, *dstLen, bytes, &field);
+  const Status status = render_narrow<std::int32_t>({&value, nullptr, dst, *dstLen, &bytes, &field});
   if (status == ZVRT_RC_OK || status == ZVRT_RC_EMPTY_RESULT) *dstLen = static_cast<std::int32_t>(bytes);
   return status;
 }

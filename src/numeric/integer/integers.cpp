@@ -16,6 +16,19 @@ struct BaselineKernel {
   static Digits read(const void* text) {
     return read_digits(text);
   }
+
+  static std::int32_t write_bytes(std::uint64_t magnitude, bool negative, char* dst, std::int32_t capacity) {
+    return write_decimal_bytes(magnitude, negative, dst, capacity);
+  }
+  template <class Accumulator>
+  ZVRT_WRAPS static Digits read_bytes(const char* text) {
+    std::uint64_t value = 0;
+    for (std::int64_t at = 0;; ++at) {
+      const auto digit = static_cast<unsigned char>(text[at]) - unsigned{'0'};
+      if (digit > 9) return {value, at, text[at] == 0 ? Reading::complete : Reading::invalid_character};
+      value = value * 10 + digit;
+    }
+  }
 };
 
 }  // namespace

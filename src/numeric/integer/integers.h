@@ -18,16 +18,27 @@ namespace zvrt {
 //
 //   struct Kernel {
 //     // As write_decimal(), for 32 and 64 bits.
-//     static std::int32_t write(std::uint32_t magnitude, bool negative, void* dst, std::int32_t room);
-//     static std::int32_t write(std::uint64_t magnitude, bool negative, void* dst, std::int32_t room);
+//     static std::int32_t write(std::uint32_t magnitude, bool negative, void* dst, std::int32_t capacity);
+//     static std::int32_t write(std::uint64_t magnitude, bool negative, void* dst, std::int32_t capacity);
 //     // As read_digits(), but the value only modulo 2^width of the Accumulator, 32 or 64 bits; texts may be passed.
 //     template <class Accumulator> static Digits read(const void* text);
+//     // The same two over bytes; texts of more than `max_decimal_length` + 1 digits may be passed.
+//     static std::int32_t write_bytes(std::uint32_t magnitude, bool negative, char* dst, std::int32_t capacity);
+//     static std::int32_t write_bytes(std::uint64_t magnitude, bool negative, char* dst, std::int32_t capacity);
+//     template <class Accumulator> static Digits read_bytes(const char* text);
 //   };
 
 // The conversions of all types in one version.
 struct IntegerConversions {
+  // Digits only, into at least the bytes of the integer; false, and nothing written, for any other text, which the way by
+  // wide text then judges.
+  using ParseBytes = bool(const char* text, std::int32_t* srcLen, void* dst, std::uint32_t* outLen);
+
   ZVRTConversion* render[8];
   ZVRTConversion* parse[8];
+  // Of ASCII; for the types that narrow text is converted from and to.
+  ZVRTConversion* render_bytes[8];
+  ParseBytes* parse_bytes[8];
 };
 
 // A type's place in the tables.
@@ -56,6 +67,38 @@ ZVRT_WRAPS Status render_by(const void* src, std::int32_t* srcLen, void* dst, st
   if (length >= capacity) [[unlikely]]
     return terminate_full(dst, length, capacity);
   return length > 0 ? ZVRT_RC_OK : ZVRT_RC_EMPTY_RESULT;
+}
+
+template <class Int, class Kernel>
+ZVRT_WRAPS Status render_bytes_by(const void* src, std::int32_t* srcLen, void* dst, std::int32_t dstSize,
+                                  std::uint32_t* outLen, const FldDef* /*fldDef*/) {
+  using Magnitude = std::conditional_t<sizeof(Int) == 8, std::uint64_t, std::uint32_t>;
+  const Int value = load<Int>(src);
+  const bool negative = value < 0;
+  const auto bits = static_cast<Magnitude>(+value);
+  const std::int32_t capacity = units_in<char>(dstSize);
+  const std::int32_t length =
+      Kernel::write_bytes(negative ? 0 - bits : bits, negative, static_cast<char*>(dst), capacity);
+  *outLen = static_cast<std::uint32_t>(length);
+  store_if_zero(srcLen, sizeof(Int));
+  if (length > capacity) [[unlikely]]
+    return ZVRT_RC_TRUNCATED;
+  return length > 0 ? ZVRT_RC_OK : ZVRT_RC_EMPTY_RESULT;
+}
+
+// The way by wide text takes a work area of one character more than the longest text.
+template <class Int>
+constexpr std::int32_t max_text_length = sizeof(Int) == 8 ? 21 : 11;
+
+template <class Int, class Kernel>
+bool parse_bytes_by(const char* text, std::int32_t* srcLen, void* dst, std::uint32_t* outLen) {
+  const Digits digits = Kernel::template read_bytes<Int>(text);
+  if (digits.reading != Reading::complete || digits.count == 0 || digits.count > max_text_length<Int>) [[unlikely]]
+    return false;
+  store(dst, 0, static_cast<Int>(digits.value));
+  *outLen = sizeof(Int);
+  store_if_zero(srcLen, digits.count);
+  return true;
 }
 
 template <class Int, class Kernel>
@@ -90,11 +133,20 @@ constexpr IntegerConversions conversions_of(std::type_identity<Ints>...) {
   return conversions;
 }
 
+template <class Kernel, class... Ints>
+constexpr IntegerConversions with_bytes(IntegerConversions conversions, std::type_identity<Ints>...) {
+  ((conversions.render_bytes[type_index<Ints>] = render_bytes_by<Ints, Kernel>), ...);
+  conversions.parse_bytes[type_index<std::uint32_t>] = parse_bytes_by<std::uint32_t, Kernel>;
+  conversions.parse_bytes[type_index<std::uint64_t>] = parse_bytes_by<std::uint64_t, Kernel>;
+  return conversions;
+}
+
 // Of a Kernel with internal linkage, so that everything made for one processor has it too.
 template <class Kernel>
-constexpr IntegerConversions conversions_by =
+constexpr IntegerConversions conversions_by = with_bytes<Kernel, std::uint32_t, std::int32_t, std::uint64_t>(
     conversions_of<Kernel, std::uint8_t, std::int8_t, std::uint16_t, std::int16_t, std::uint32_t, std::int32_t,
-                   std::uint64_t, std::int64_t>({}, {}, {}, {}, {}, {}, {}, {});
+                   std::uint64_t, std::int64_t>({}, {}, {}, {}, {}, {}, {}, {}),
+    {}, {}, {});
 
 // The version for this processor.
 extern const IntegerConversions integers;
@@ -102,6 +154,18 @@ extern const IntegerConversions integers;
 template <class Int>
 Status render(const Call& call) {
   return integers.render[type_index<Int>](call.src, call.srcLen, call.dst, call.dstSize, call.outLen, call.fldDef);
+}
+
+// To narrow text in ASCII.
+template <class Int>
+Status render_bytes(const Call& call) {
+  return integers.render_bytes[type_index<Int>](call.src, call.srcLen, call.dst, call.dstSize, call.outLen,
+                                                call.fldDef);
+}
+
+template <class Int>
+bool parse_bytes(const Call& call) {
+  return integers.parse_bytes[type_index<Int>](static_cast<const char*>(call.src), call.srcLen, call.dst, call.outLen);
 }
 
 template <class Int>

@@ -3,6 +3,7 @@
 
 #include "ZVRTDataCnvLib.h"
 #include "core/call.h"
+#include "encoding/code_page.h"
 #include "numeric/integer/integers.h"
 #include "support/wraps.h"
 
@@ -33,6 +34,12 @@ Status parse_narrow(const Call& call) {
   return status;
 }
 
+// Digits of ASCII in a destination that holds the integer, as nearly all are, need no wide text.
+template <class Int>
+bool parse_plain(const Call& call, bool fits) {
+  return fits && is_utf8(call.fldDef) && parse_bytes<Int>(call);
+}
+
 }  // namespace
 
 }  // namespace zvrt
@@ -46,8 +53,13 @@ uint32_t ZVRTCnvWVarcharSzToSmallUInt(CNV_PARAMS) { return parse<std::uint16_t>(
 uint32_t ZVRTCnvWVarcharSzToSmallInt(CNV_PARAMS)  { return with_general_error(parse<std::int16_t>(CNV_CALL)); }
 uint32_t ZVRTCnvWVarcharSzToTinyUInt(CNV_PARAMS)  { return parse<std::uint8_t>(CNV_CALL); }
 uint32_t ZVRTCnvWVarcharSzToTinyInt(CNV_PARAMS)   { return parse<std::int8_t>(CNV_CALL); }
-uint32_t ZVRTCnvVarcharSzToULONGLONG(CNV_PARAMS)  { return parse_narrow<22, ZVRTCnvWVarcharSzToULONGLONG>(CNV_CALL); }
 // clang-format on
+
+uint32_t ZVRTCnvVarcharSzToULONGLONG(CNV_PARAMS) {
+  const bool fits = static_cast<uint32_t>(dstSize) >= sizeof(std::uint64_t);
+  if (parse_plain<std::uint64_t>(CNV_CALL, fits)) return ZVRT_RC_OK;
+  return parse_narrow<22, ZVRTCnvWVarcharSzToULONGLONG>(CNV_CALL);
+}
 
 uint32_t ZVRTCnvVarcharSzToUInt(CNV_PARAMS) {
   constexpr std::int32_t size = sizeof(std::uint32_t);
@@ -55,6 +67,7 @@ uint32_t ZVRTCnvVarcharSzToUInt(CNV_PARAMS) {
     *outLen = size;
     return ZVRT_RC_TRUNCATED;
   }
+  if (parse_plain<std::uint32_t>(CNV_CALL, true)) return ZVRT_RC_OK;
   return parse_narrow<12, ZVRTCnvWVarcharSzToUInt>(CNV_CALL);
 }
 

@@ -76,5 +76,83 @@ TYPED_TEST(IntegerVersions, RefuseEveryStrayCharacterAtEveryPlace) {
   }
 }
 
+// Bytes: what fits of the text and its terminator, and nothing after it.
+template <class Int>
+void check_bytes(Int value, const Version& version) {
+  const std::string text = value == 0 ? "" : std::to_string(value);
+  for (std::size_t room = 0; room <= text.size() + 2; ++room) {
+    std::string expected = (text + '\0').substr(0, room);
+    expected.resize(room + 8, '#');
+    std::string dst(room + 8, '#');
+    std::uint32_t length = 0;
+    const auto status = version.conversions->render_bytes[zvrt::type_index<Int>](
+        &value, nullptr, dst.data(), static_cast<std::int32_t>(room), &length, nullptr);
+    ASSERT_EQ(dst, expected) << version.name << ", room " << room;
+    ASSERT_EQ(length, text.size()) << version.name << ", " << text;
+    ASSERT_EQ(status, text.size() > room ? ZVRT_RC_TRUNCATED : text.empty() ? ZVRT_RC_EMPTY_RESULT : ZVRT_RC_OK);
+  }
+}
+
+template <class Int>
+void check_all_bytes() {
+  for (const Version& version : versions()) {
+    for (const Int value : values_of<Int>()) ASSERT_NO_FATAL_FAILURE(check_bytes(value, version));
+  }
+}
+
+TEST(IntegerBytes, RenderEveryValueIntoEverySize) {
+  check_all_bytes<std::uint32_t>();
+  check_all_bytes<std::int32_t>();
+  check_all_bytes<std::uint64_t>();
+}
+
+// A version may leave a text alone; the value of one that it takes is that of the digits, modulo the width.
+template <class Int>
+void check_parsed_bytes(const std::string& text, std::size_t bytes_behind, bool is_taken) {
+  const std::string bytes = text + '\0' + std::string(bytes_behind, '9');
+  GuardedBuffer guarded(bytes.data(), bytes.size());
+  Int expected = 0;
+  for (const char digit : text) expected = static_cast<Int>(expected * 10 + static_cast<Int>(digit - '0'));
+  for (const Version& version : versions()) {
+    Int value = 77;
+    std::uint32_t size = 0;
+    std::int32_t length = 0;
+    const bool taken =
+        version.conversions->parse_bytes[zvrt::type_index<Int>](guarded.as<const char>(), &length, &value, &size);
+    ASSERT_TRUE(is_taken || !taken) << version.name << ": " << text;
+    ASSERT_EQ(value, taken ? expected : 77) << version.name << ": " << text;
+    ASSERT_EQ(size, taken ? sizeof(Int) : 0);
+    ASSERT_EQ(length, taken ? static_cast<std::int32_t>(text.size()) : 0);
+  }
+}
+
+TEST(IntegerBytes, ParseEveryLengthAtEveryDistanceFromThePage) {
+  std::mt19937_64 random(3);
+  for (std::size_t length = 0; length <= 45; ++length) {
+    for (std::size_t bytes_behind = 0; bytes_behind <= 70; ++bytes_behind) {
+      const std::u32string digits = random_digits(length, random);
+      const std::string text(digits.begin(), digits.end());
+      ASSERT_NO_FATAL_FAILURE(check_parsed_bytes<std::uint64_t>(text, bytes_behind, length > 0 && length <= 21));
+      ASSERT_NO_FATAL_FAILURE(check_parsed_bytes<std::uint32_t>(text, bytes_behind, length > 0 && length <= 11));
+    }
+  }
+}
+
+TEST(IntegerBytes, EveryStrayByteIsLeftAlone) {
+  std::mt19937_64 random(4);
+  for (std::size_t length = 1; length <= 25; ++length) {
+    for (std::size_t place = 0; place < length; ++place) {
+      for (unsigned stray = 1; stray <= 0xFF; ++stray) {
+        if (stray - '0' <= 9) continue;
+        const std::u32string digits = random_digits(length, random);
+        std::string text(digits.begin(), digits.end());
+        text[place] = static_cast<char>(stray);
+        ASSERT_NO_FATAL_FAILURE(check_parsed_bytes<std::uint64_t>(text, random() % 71, false));
+        ASSERT_NO_FATAL_FAILURE(check_parsed_bytes<std::uint32_t>(text, random() % 71, false));
+      }
+    }
+  }
+}
+
 }  // namespace
 }  // namespace zvrt_test

@@ -30,6 +30,7 @@ struct Constants {
   alignas(64) std::uint64_t ten[8];
   alignas(64) std::uint64_t digit_character[8];
   alignas(64) std::uint32_t minus[16];
+  alignas(32) std::uint8_t positions[32];
   // Windows on 16 and on 24 digits, from any of them on: lanes of two vectors, the second with eight digits in 64-bit
   // lanes, the first with eight likewise or with sixteen in 32-bit lanes. Zeros follow the last digit.
   alignas(64) std::uint32_t of_sixteen[48];
@@ -52,6 +53,7 @@ constexpr Constants all_constants = [] {
     all.minus[lane] = '-';
     all.to_two_digits[lane] = 10 | 1U << 8;
   }
+  for (unsigned at = 0; at < 32; ++at) all.positions[at] = static_cast<std::uint8_t>(at);
   for (unsigned at = 0; at < 128; ++at) {
     all.to_the_right[at] = static_cast<std::uint8_t>(at < 32 ? 127 : (at - 32) * 4 % 128);
   }
@@ -91,6 +93,11 @@ __m512i eight_digits(const Constants& all, std::uint64_t number) {
   return _mm512_madd52hi_epu64(load_block(all.digit_character), rest, load_block(all.ten));
 }
 
+// The same as eight bytes.
+__m128i eight_bytes(const Constants& all, std::uint64_t number) {
+  return _mm512_cvtepi64_epi8(eight_digits(all, number));
+}
+
 // A mask of the lanes to store: the text and its terminator, as far as there is room.
 std::uint32_t stored_lanes(std::int32_t length, std::int32_t capacity) {
   return _bzhi_u32(~0U, static_cast<std::uint32_t>(length < capacity ? length + 1 : capacity));
@@ -106,6 +113,25 @@ Reading reading_up_to(const void* text, std::uint32_t at) {
   return load<Wide>(text, at) == 0 ? Reading::complete : Reading::invalid_character;
 }
 
+// The number that sixteen digits make, the most significant first: by pairs, quads and octets.
+std::uint64_t join_sixteen(const Constants& all, __m128i digits) {
+  const __m128i pairs = _mm_maddubs_epi16(digits, load_quarter(all.to_two_digits));
+  const __m128i quads = _mm_madd_epi16(pairs, load_quarter(all.to_four_digits));
+  const __m128i octets = _mm_madd_epi16(_mm_packus_epi32(quads, quads), load_quarter(all.to_eight_digits));
+  const auto halves = static_cast<std::uint64_t>(_mm_cvtsi128_si64(octets));
+  return (halves & 0xFFFFFFFF) * hundred_million + (halves >> 32);
+}
+
+// Of 32 digits, modulo 2^64; the first eight are zero.
+ZVRT_WRAPS std::uint64_t join_thirty_two(const Constants& all, __m256i digits) {
+  const __m256i pairs = _mm256_maddubs_epi16(digits, load_half(all.to_two_digits));
+  const __m256i quads = _mm256_madd_epi16(pairs, load_half(all.to_four_digits));
+  const __m256i octets = _mm256_madd_epi16(_mm256_packus_epi32(quads, quads), load_half(all.to_eight_digits));
+  const auto upper = static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm256_castsi256_si128(octets)));
+  const auto lower = static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm256_extracti128_si256(octets, 1)));
+  return ((upper >> 32) * hundred_million + (lower & 0xFFFFFFFF)) * hundred_million + (lower >> 32);
+}
+
 // Up to 15 digits.
 Digits read_block(const void* text) {
   const Constants& all = constants();
@@ -116,11 +142,7 @@ Digits read_block(const void* text) {
   const std::uint32_t end = _tzcnt_u32(others);
   const __m128i right_aligned = _mm512_castsi512_si128(
       _mm512_permutex2var_epi8(digits, load_block(all.to_the_right + 16 + end), _mm512_setzero_si512()));
-  const __m128i pairs = _mm_maddubs_epi16(right_aligned, load_quarter(all.to_two_digits));
-  const __m128i quads = _mm_madd_epi16(pairs, load_quarter(all.to_four_digits));
-  const __m128i octets = _mm_madd_epi16(_mm_packus_epi32(quads, quads), load_quarter(all.to_eight_digits));
-  const auto halves = static_cast<std::uint64_t>(_mm_cvtsi128_si64(octets));
-  return {(halves & 0xFFFFFFFF) * hundred_million + (halves >> 32), end, reading_up_to(text, end)};
+  return {join_sixteen(all, right_aligned), end, reading_up_to(text, end)};
 }
 
 // Up to 23 digits.
@@ -135,14 +157,30 @@ ZVRT_WRAPS Digits read_block_and_half(const void* text) {
   const std::uint32_t end = _tzcnt_u32(others);
   const __m256i right_aligned = _mm512_castsi512_si256(
       _mm512_permutex2var_epi8(digits, load_block(all.to_the_right + end), _mm512_zextsi256_si512(more)));
-  const __m256i pairs = _mm256_maddubs_epi16(right_aligned, load_half(all.to_two_digits));
-  const __m256i quads = _mm256_madd_epi16(pairs, load_half(all.to_four_digits));
-  const __m256i octets = _mm256_madd_epi16(_mm256_packus_epi32(quads, quads), load_half(all.to_eight_digits));
-  const auto upper = static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm256_castsi256_si128(octets)));
-  const auto lower = static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm256_extracti128_si256(octets, 1)));
-  const std::uint64_t value =
-      ((upper >> 32) * hundred_million + (lower & 0xFFFFFFFF)) * hundred_million + (lower >> 32);
-  return {value, end, reading_up_to(text, end)};
+  return {join_thirty_two(all, right_aligned), end, reading_up_to(text, end)};
+}
+
+// The bytes of a text that ends within 15 or 31 of them, less the character 0.
+template <class Accumulator>
+ZVRT_WRAPS Digits read_byte_block(const char* text) {
+  const Constants& all = constants();
+  if constexpr (sizeof(Accumulator) == 4) {
+    const __m128i digits = _mm_sub_epi8(load_quarter(text), _mm_set1_epi8('0'));
+    const std::uint32_t end = _tzcnt_u32(_mm_cmpgt_epu8_mask(digits, _mm_set1_epi8(9)) | 1U << 16);
+    if (end == 16) return {0, 0, Reading::not_attempted};
+    const auto used = static_cast<__mmask16>(0xFFFF0000U >> end);
+    const __m128i from = _mm_add_epi8(load_quarter(all.positions), _mm_set1_epi8(static_cast<char>(end)));
+    const __m128i right_aligned = _mm_maskz_permutexvar_epi8(used, from, digits);
+    return {join_sixteen(all, right_aligned), end, text[end] == 0 ? Reading::complete : Reading::invalid_character};
+  } else {
+    const __m256i digits = _mm256_sub_epi8(load_half(text), _mm256_set1_epi8('0'));
+    const std::uint32_t end = _tzcnt_u32(_cvtmask32_u32(_mm256_cmpgt_epu8_mask(digits, _mm256_set1_epi8(9))));
+    if (end > max_decimal_length + 1) return {0, 0, Reading::not_attempted};
+    const __mmask32 used = static_cast<std::uint32_t>(0xFFFFFFFF00000000U >> end);
+    const __m256i from = _mm256_add_epi8(load_half(all.positions), _mm256_set1_epi8(static_cast<char>(end)));
+    const __m256i right_aligned = _mm256_maskz_permutexvar_epi8(used, from, digits);
+    return {join_thirty_two(all, right_aligned), end, text[end] == 0 ? Reading::complete : Reading::invalid_character};
+  }
 }
 
 struct Avx512Kernel {
@@ -184,6 +222,42 @@ struct Avx512Kernel {
     if (!may_read_ahead(text, is_wide ? 96 : 64)) [[unlikely]]
       return {0, 0, Reading::not_attempted};
     return is_wide ? read_block_and_half(text) : read_block(text);
+  }
+
+  // Eight digits narrow to the lower half of 16 bytes; a window from the first digit, or from the sign before it.
+  static std::int32_t write_bytes(std::uint32_t magnitude, bool negative, char* dst, std::int32_t capacity) {
+    const Constants& all = constants();
+    const std::int32_t length = count_digits(magnitude) + (negative ? 1 : 0);
+    const __m128i digits = _mm_unpacklo_epi64(eight_bytes(all, magnitude / hundred_million),
+                                              eight_bytes(all, magnitude % hundred_million));
+    const __m128i from = _mm_add_epi8(load_quarter(all.positions), _mm_set1_epi8(static_cast<char>(16 - length)));
+    const auto used = static_cast<__mmask16>(_bzhi_u32(~0U, static_cast<std::uint32_t>(length)));
+    const __m128i text = _mm_maskz_permutexvar_epi8(used, from, digits);
+    _mm_mask_storeu_epi8(dst, static_cast<__mmask16>(stored_lanes(length, capacity)),
+                         _mm_mask_mov_epi8(text, static_cast<__mmask16>(negative), _mm_set1_epi8('-')));
+    return length;
+  }
+
+  static std::int32_t write_bytes(std::uint64_t magnitude, bool negative, char* dst, std::int32_t capacity) {
+    const Constants& all = constants();
+    const std::uint64_t upper = magnitude / hundred_million;
+    const std::uint64_t top = magnitude / (hundred_million * hundred_million);
+    const std::int32_t length = count_digits(magnitude) + (negative ? 1 : 0);
+    const __m128i high = _mm_unpacklo_epi64(eight_bytes(all, top), eight_bytes(all, upper - top * hundred_million));
+    const __m256i digits = _mm256_set_m128i(eight_bytes(all, magnitude - upper * hundred_million), high);
+    const __m256i from = _mm256_add_epi8(load_half(all.positions), _mm256_set1_epi8(static_cast<char>(24 - length)));
+    const __m256i text =
+        _mm256_maskz_permutexvar_epi8(_bzhi_u32(~0U, static_cast<std::uint32_t>(length)), from, digits);
+    _mm256_mask_storeu_epi8(dst, stored_lanes(length, capacity),
+                            _mm256_mask_mov_epi8(text, static_cast<__mmask32>(negative), _mm256_set1_epi8('-')));
+    return length;
+  }
+
+  template <class Accumulator>
+  static Digits read_bytes(const char* text) {
+    if (!may_read_ahead(text, sizeof(Accumulator) == 8 ? 32 : 16)) [[unlikely]]
+      return {0, 0, Reading::not_attempted};
+    return read_byte_block<Accumulator>(text);
   }
 };
 

@@ -47,7 +47,7 @@ __m128i digits_of_quads(__m128i quads) {
   return _mm_or_si128(by_10, _mm_slli_epi16(below_10, 8));
 }
 
-// The characters of a number below 10^8, zeros behind them.
+// The characters of a number below 10^8, zeros following them.
 __m128i eight_digits(std::uint64_t number) {
   const std::uint64_t upper = number / 10'000;
   const std::uint64_t quads = upper | (number - upper * 10'000) << 32;
@@ -66,7 +66,7 @@ __m128i sixteen_digits(std::uint64_t number) {
   return _mm_or_si128(digits_of_quads(quads), _mm_set1_epi8('0'));
 }
 
-// Writes a number of up to so many digits, with a zero behind it `max_lanes` lanes, in pieces of two or four. The last ones may
+// Writes a number of up to so many digits, with a zero following it `max_lanes` lanes, in pieces of two or four. The last ones may
 // overlap: none reaches beyond the lanes to store, and how many there are does not depend on the number of digits.
 template <std::int32_t digits, std::int32_t max_lanes, std::int32_t piece>
 [[gnu::always_inline]] inline std::int32_t write_digits(std::uint64_t magnitude, bool negative, void* dst,
@@ -90,6 +90,23 @@ template <std::int32_t digits, std::int32_t max_lanes, std::int32_t piece>
     }
   }
   return count + sign;
+}
+
+// Writes the digits from `digits` - `count` on as bytes, and a zero, in pieces of two or eight that may overlap; there are
+// at least as many bytes to write as a piece has.
+template <std::int32_t digits, std::int32_t most, std::int32_t piece>
+[[gnu::always_inline]] inline void store_bytes(__m128i characters, std::int32_t count, char* out) {
+  const std::uint8_t* const window = windows.bytes + digits - count;
+  const std::int32_t last = count + 1 - piece;
+  for (std::int32_t at = 0; at < most; at += piece) {
+    const std::int32_t from = min(at, last);
+    const __m128i bytes = _mm_shuffle_epi8(characters, load_vector(window + from));
+    if constexpr (piece == 8) {
+      _mm_storel_epi64(reinterpret_cast<__m128i*>(out + from), bytes);
+    } else {
+      store(out + from, 0, static_cast<std::uint16_t>(_mm_cvtsi128_si32(bytes)));
+    }
+  }
 }
 
 // ---- reading -------------------------------------------------------------------------------------------------------
@@ -118,9 +135,14 @@ Digits digits_up_to(const std::byte* text, std::uint64_t value, std::int32_t cou
 
 constexpr Digits not_attempted{0, 0, Reading::not_attempted};
 
-// The 17th digit and up to six more.
-ZVRT_WRAPS Digits read_on(const std::byte* text, std::uint64_t head) {
+// A number with up to seven digits more, modulo 2^64.
+ZVRT_WRAPS std::uint64_t with_tail(std::uint64_t head, std::uint64_t tail, std::int32_t count) {
   static constexpr std::uint64_t powers[] = {1, 10, 100, 1'000, 10'000, 100'000, 1'000'000, 10'000'000};
+  return head * powers[count] + tail;
+}
+
+// The 17th digit and up to six more.
+Digits read_on(const std::byte* text, std::uint64_t head) {
   if (!may_read_ahead(text + 64, 32)) [[unlikely]]
     return not_attempted;
   const __m128i tail = eight_characters(text + 64);
@@ -128,7 +150,7 @@ ZVRT_WRAPS Digits read_on(const std::byte* text, std::uint64_t head) {
   const std::int32_t count = count_leading_digits(digits);
   if (count >= 8) [[unlikely]]
     return not_attempted;
-  return digits_up_to(text, head * powers[count] + join_leading_digits(digits, count), 16 + count);
+  return digits_up_to(text, with_tail(head, join_leading_digits(digits, count), count), 16 + count);
 }
 
 struct Sse41Kernel {
@@ -142,6 +164,45 @@ struct Sse41Kernel {
     if (magnitude < ten_million) return write_digits<8, 8, 2>(magnitude, negative, dst, capacity);
     if (magnitude >= hundred_million * hundred_million) return write_decimal(magnitude, negative, dst, capacity);
     return write_digits<16, 17, 4>(magnitude, negative, dst, capacity);
+  }
+
+  static std::int32_t write_bytes(std::uint64_t magnitude, bool negative, char* dst, std::int32_t capacity) {
+    const std::int32_t sign = negative ? 1 : 0;
+    const std::int32_t count = count_digits(magnitude);
+    if (count == 0 || count + sign >= capacity) [[unlikely]]
+      return write_decimal_bytes(magnitude, negative, dst, capacity);
+    dst[0] = '-';  // stays if there is a sign
+    char* const out = dst + sign;
+    if (magnitude < hundred_million) {
+      store_bytes<8, 10, 2>(eight_digits(magnitude), count, out);
+    } else if (magnitude < hundred_million * hundred_million) {
+      store_bytes<16, 24, 8>(sixteen_digits(magnitude), count, out);
+    } else {
+      const std::uint64_t top = magnitude / (hundred_million * hundred_million);
+      store_bytes<8, 6, 2>(eight_digits(top), count - 16, out);
+      const __m128i low = sixteen_digits(magnitude - top * hundred_million * hundred_million);
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(out + count - 16), low);
+      out[count] = 0;
+    }
+    return count + sign;
+  }
+
+  template <class Accumulator>
+  static Digits read_bytes(const char* text) {
+    if (!may_read_ahead(text, 32)) [[unlikely]]
+      return not_attempted;
+    const __m128i zero = _mm_set1_epi8('0');
+    const auto ended = [text](std::uint64_t value, std::int32_t count) -> Digits {
+      return {value, count, text[count] == 0 ? Reading::complete : Reading::invalid_character};
+    };
+    const __m128i digits = _mm_sub_epi8(load_vector(text), zero);
+    const std::int32_t count = count_leading_digits(digits);
+    if (count < 16) return ended(join_leading_digits(digits, count), count);
+    const __m128i more = _mm_sub_epi8(load_vector(text + 16), zero);
+    const std::int32_t following = count_leading_digits(more);
+    if (following >= 8) return not_attempted;
+    return ended(with_tail(join_leading_digits(digits, count), join_leading_digits(more, following), following),
+                 count + following);
   }
 
   template <class Accumulator>
