@@ -5,6 +5,7 @@
 
 #include "ZVRTDataCnvLib.h"
 #include "core/termination.h"
+#include "encoding/code_page.h"
 #include "numeric/decimal/decimal_kernels.h"
 #include "numeric/narrow_forms.h"
 #include "support/scratch.h"
@@ -87,6 +88,14 @@ Status unpack(const Call& call) {
 
 Status unpack_narrow(const Call& call) {
   const Field field = field_of(call);
+  if (is_utf8(call.fldDef)) [[likely]] {
+    const Rendered text = decimal_kernels.render_packed_bytes(field.at, field.bytes, call.dst, call.dstSize);
+    if (text.length > 0) [[likely]] {
+      *call.outLen = static_cast<std::uint32_t>(text.length);
+      report_length(call.srcLen, field, ZVRT_RC_OK);
+      return ZVRT_RC_OK;
+    }
+  }
   const std::uint64_t units = packed_text_units(field.bytes);
   Scratch<Wide, usual_text> text(units);
   if (text.get() == nullptr) return ZVRT_RC_NO_MEMORY;
@@ -106,6 +115,14 @@ Status pack(const Call& call, const void* text, std::int32_t* srcLen) {
 }
 
 Status pack_narrow(const Call& call) {
+  if (is_utf8(call.fldDef)) [[likely]] {
+    const Packed packed = decimal_kernels.pack_bytes(call.src, static_cast<std::uint8_t*>(call.dst), call.dstSize);
+    if (packed.size > 0) [[likely]] {
+      *call.outLen = packed.size;
+      store_if_zero(call.srcLen, packed.digits + (*static_cast<const char*>(call.src) == '-' ? 1 : 0));
+      return ZVRT_RC_OK;
+    }
+  }
   // In no encoding are there more characters than bytes.
   const std::int64_t units = std::int64_t{length_of(static_cast<const char*>(call.src))} + 1;
   Scratch<Wide, usual_text> text(static_cast<std::uint64_t>(units));

@@ -5,6 +5,7 @@
 
 #include "ZVRTDataCnvLib.h"
 #include "core/termination.h"
+#include "encoding/code_page.h"
 #include "numeric/decimal/decimal_kernels.h"
 #include "numeric/narrow_forms.h"
 #include "support/wraps.h"
@@ -98,6 +99,14 @@ Status from_varnum(const Call& call) {
 
 Status from_varnum_narrow(const Call& call) {
   report_size(call);
+  if (is_utf8(call.fldDef)) [[likely]] {
+    const auto* bytes = static_cast<const std::uint8_t*>(call.src);
+    const Rendered text = decimal_kernels.render_varnum_bytes(bytes, call.dst, call.dstSize);
+    if (text.length > 0) [[likely]] {
+      *call.outLen = static_cast<std::uint32_t>(text.length);
+      return ZVRT_RC_OK;
+    }
+  }
   Wide text[max_varnum_text_length + 1];
   const auto* value = static_cast<const std::uint8_t*>(call.src);
   const Rendered rendered = decimal_kernels.render_varnum(value, text, max_varnum_text_length + 1);

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <string>
 #include <vector>
@@ -58,6 +59,10 @@ TEST(DecimalKernels, TextToPackedFields) {
         std::string text = bytes(random, length, [](std::uint32_t any) { return '0' + any % 10; });
         if (random() % 2 == 0) text.insert(0, 1, '-');
         check_text(version, wide(text, random) + std::string(4, '\0') + std::string(random() % 4, 'x'));
+        const auto ascii = [](char byte) { return static_cast<unsigned char>(byte) < 0x80 && byte != 0; };
+        if (std::all_of(text.begin(), text.end(), ascii)) {
+          check_text_bytes(version, text + '\0' + std::string(random() % 4, 'x'));
+        }
       }
     }
   }

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -60,6 +61,58 @@ void compare(const char* name, Kernel kernel, Reference reference, const std::st
   }
 }
 
+// A form over bytes does what the definition does, narrowed, or nothing.
+template <class Render>
+void compare_bytes(const char* name, Render bytes, Render definition, const std::string& source) {
+  static GuardedBuffer dst(destination_bytes);
+  GuardedBuffer src(source.data(), source.size());
+  Wide wide[destination_bytes];
+  for (const std::int32_t capacity : capacities) {
+    dst.reset();
+    const std::string before = dst.bytes();
+    const auto at = dst.size() - static_cast<std::size_t>(capacity);
+    const Rendered text = bytes(src.as<std::uint8_t>(), dst.as<char>() + at, capacity);
+    std::string expected = before;
+    if (text.length > 0) {
+      const Rendered full = definition(src.as<std::uint8_t>(), wide, destination_bytes);
+      ASSERT_EQ(full.length, text.length) << name << ", room " << capacity;
+      ASSERT_TRUE(full.status == ZVRT_RC_OK && text.status == ZVRT_RC_OK) << name;
+      for (std::size_t i = 0; i <= static_cast<std::size_t>(text.length); ++i) {
+        expected[at + i] = static_cast<char>(wide[i]);
+      }
+    }
+    ASSERT_EQ(dst.bytes(), expected) << name << ", room " << capacity;
+  }
+}
+
+inline void check_packed_bytes(const Version& version, const std::string& field) {
+  using Render = std::function<Rendered(const std::uint8_t*, void*, std::int32_t)>;
+  const auto over = [&field](RenderPacked* render) -> Render {
+    return [=, &field](const std::uint8_t* src, void* dst, std::int32_t capacity) {
+      return render(src, static_cast<std::int64_t>(field.size()), dst, capacity);
+    };
+  };
+  compare_bytes<Render>(version.name, over(version.kernels->render_packed_bytes), over(render_packed), field);
+}
+
+// A text of bytes, packed as the definition packs it widened, or not at all.
+inline void check_text_bytes(const Version& version, const std::string& text) {
+  static GuardedBuffer dst(destination_bytes);
+  GuardedBuffer src(text.data(), text.size());
+  std::u32string wide(text.begin(), text.end());
+  for (const std::int32_t size : capacities) {
+    dst.reset();
+    std::string expected = dst.bytes();
+    const auto at = dst.size() - static_cast<std::size_t>(size);
+    const Packed packed = version.kernels->pack_bytes(src.as<>(), dst.as<std::uint8_t>() + at, size);
+    if (packed.size > 0) {
+      const Packed defined = pack_text(wide.data(), reinterpret_cast<std::uint8_t*>(expected.data() + at), size);
+      ASSERT_TRUE(defined.size == packed.size && defined.digits == packed.digits) << version.name << ", " << text;
+    }
+    ASSERT_EQ(dst.bytes(), expected) << version.name << ", room " << size << ", " << text;
+  }
+}
+
 inline void check_packed(const Version& version, const std::string& field) {
   const auto over = [&field](RenderPacked* render) {
     return [=, &field](void* src, char* dst, std::int32_t capacity) {
@@ -67,6 +120,7 @@ inline void check_packed(const Version& version, const std::string& field) {
     };
   };
   compare<4>(version.name, over(version.kernels->render_packed), over(render_packed), field);
+  check_packed_bytes(version, field);
 }
 
 // Wide text with its terminator, as bytes; more may stand behind it.
@@ -85,6 +139,7 @@ inline void check_varnum(const Version& version, const std::string& value) {
     };
   };
   compare<4>(version.name, over(version.kernels->render_varnum), over(render_varnum), value);
+  compare_bytes<RenderVarnum*>(version.name, version.kernels->render_varnum_bytes, render_varnum, value);
 }
 
 // Of both widths, terminated; more may stand behind them.

@@ -66,9 +66,29 @@ void split(const std::uint8_t* field, std::uint32_t size, Vector& digits, Mask& 
   }
 }
 
+// Values that the kernels leave alone: wide text goes to the definitions, bytes to the caller.
+template <class Unit>
+Rendered left_packed(const std::uint8_t* field, std::int64_t bytes, void* dst, std::int32_t capacity) {
+  return sizeof(Unit) == 1 ? not_rendered : render_packed(field, bytes, dst, capacity);
+}
+template <class Unit>
+Rendered left_varnum(const std::uint8_t* value, void* dst, std::int32_t capacity) {
+  return sizeof(Unit) == 1 ? not_rendered : render_varnum(value, dst, capacity);
+}
+template <class Unit>
+Packed left_text(const void* text, std::uint8_t* field, std::int32_t size) {
+  return sizeof(Unit) == 1 ? not_packed : pack_text(text, field, size);
+}
+
+// A text of fewer than 64 bytes and its terminator; the bytes after the text are zero.
+void store_bytes(void* dst, std::uint32_t length, Vector text) {
+  _mm512_mask_storeu_epi8(dst, first(length + 1), text);
+}
+
+template <class Unit>
 ZVRT_WRAPS Rendered render_packed_512(const std::uint8_t* field, std::int64_t bytes, void* dst, std::int32_t capacity) {
   // One byte less than the vector holds leaves its last position zero, whence a sign finds a zero to stand in for.
-  if (bytes < 1 || bytes >= vector_bytes / 2) return render_packed(field, bytes, dst, capacity);
+  if (bytes < 1 || bytes >= vector_bytes / 2) return left_packed<Unit>(field, bytes, dst, capacity);
   const auto size = static_cast<std::uint32_t>(bytes);
   const std::uint32_t digits = 2 * size - 1;
   Vector halves;
@@ -82,8 +102,15 @@ ZVRT_WRAPS Rendered render_packed_512(const std::uint8_t* field, std::int64_t by
   const std::uint32_t negative = (field[size - 1] & 0xF) == 0xD ? 1 : 0;
   const std::uint32_t length = stop - start + negative;
   if (length == 0) return {0, ZVRT_RC_EMPTY_RESULT};
-  if (static_cast<std::int64_t>(length) >= capacity) return render_packed(field, bytes, dst, capacity);
+  if (static_cast<std::int64_t>(length) >= capacity) return left_packed<Unit>(field, bytes, dst, capacity);
 
+  if constexpr (sizeof(Unit) == 1) {
+    if (stop < digits) return not_rendered;
+    const Vector moved = _mm512_permutexvar_epi8(positions(start - negative), halves);
+    const Vector text = _mm512_maskz_add_epi8(first(length), moved, all(decimal_vectors.zeros));
+    store_bytes(dst, length, _mm512_mask_mov_epi8(text, negative, repeat('-')));
+    return {length, ZVRT_RC_OK};
+  }
   auto* out = static_cast<char*>(dst);
   // Every lane takes a digit and three times the zero at the end.
   const Vector offset = _mm512_set1_epi32(static_cast<int>((start - negative) & 0xFF));
@@ -153,20 +180,21 @@ Mask load_text(const void* text, Vector& bytes) {
   return readable < vector_bytes ? zeros & first(readable) : zeros;
 }
 
+template <class Unit>
 ZVRT_WRAPS Packed pack_text_512(const void* text, std::uint8_t* field, std::int32_t size) {
-  if (size < 1 || size > static_cast<std::int32_t>(vector_bytes / 2)) return pack_text(text, field, size);
+  if (size < 1 || size > static_cast<std::int32_t>(vector_bytes / 2)) return left_text<Unit>(text, field, size);
   Vector bytes;
-  const Mask ends = load_text<Wide>(text, bytes);
+  const Mask ends = load_text<Unit>(text, bytes);
   const std::uint32_t length = lowest(ends);
-  Wide leader;
+  Unit leader;
   std::memcpy(&leader, text, sizeof leader);
   const std::uint32_t negative = leader == '-' ? 1 : 0;
   const std::uint32_t count = length - negative;
   const auto sign_at = 2 * static_cast<std::uint32_t>(size) - 1;
-  if (ends == 0 || count > sign_at) return pack_text(text, field, size);
+  if (ends == 0 || count > sign_at || (sizeof(Unit) == 1 && length == 0)) return left_text<Unit>(text, field, size);
   // Only bytes below 0x80 are sure to be whole characters.
   const Mask high = ends <= first(32) ? bits_of(_mm512_castsi512_si256(bytes)) : _mm512_movepi8_mask(bytes);
-  if ((high & ~ends & (ends - 1)) != 0) return pack_text(text, field, size);
+  if ((high & ~ends & (ends - 1)) != 0) return left_text<Unit>(text, field, size);
   const Mask digits = first(count) << (sign_at - count);
   const Vector shifted = _mm512_maskz_permutexvar_epi8(digits, positions(length - sign_at), bytes);
   const Vector halves = _mm512_and_si512(shifted, all(decimal_vectors.low_halves));
@@ -179,16 +207,17 @@ ZVRT_WRAPS Packed pack_text_512(const void* text, std::uint8_t* field, std::int3
   return {count, static_cast<std::uint32_t>(size)};
 }
 
+template <class Unit>
 ZVRT_WRAPS Rendered render_varnum_512(const std::uint8_t* value, void* dst, std::int32_t capacity) {
   const std::uint32_t count = value[0] - 1U;
-  if (count < 1 || count > Base100::max_digits || value[1] < 0x80) return render_varnum(value, dst, capacity);
+  if (count < 1 || count > Base100::max_digits || value[1] < 0x80) return left_varnum<Unit>(value, dst, capacity);
   const __mmask32 mantissa = first32(count);
   const __m256i loaded = _mm256_maskz_loadu_epi8(mantissa, value + varnum_header);
   const __m256i digits = _mm256_sub_epi8(loaded, half(decimal_vectors.ones));
   if (_mm256_mask_cmpgt_epu8_mask(mantissa, digits, half(decimal_vectors.ninety_nines)) != 0) return {0, ZVRT_RC_ERROR};
   const VarnumText layout = lay_out(value);
   if (layout.length >= capacity || layout.length >= static_cast<std::int32_t>(vector_bytes)) {
-    return render_varnum(value, dst, capacity);
+    return left_varnum<Unit>(value, dst, capacity);
   }
   // Tens below, ones above: digit << 8 less ten times the tens there, and the tens once.
   const Vector words = _mm512_cvtepu8_epi16(digits);
@@ -206,6 +235,10 @@ ZVRT_WRAPS Rendered render_varnum_512(const std::uint8_t* value, void* dst, std:
   const Vector text =
       _mm512_maskz_mov_epi8(first(length), _mm512_mask_mov_epi8(characters, bit(point), all(decimal_vectors.points)));
 
+  if constexpr (sizeof(Unit) == 1) {
+    store_bytes(dst, length, text);
+    return {length, ZVRT_RC_OK};
+  }
   auto* out = static_cast<char*>(dst);
   store_part(out, 0, length, _mm512_cvtepu8_epi32(_mm512_castsi512_si128(text)));
   store_part(out, 1, length, _mm512_cvtepu8_epi32(_mm512_extracti32x4_epi32(text, 1)));
@@ -288,7 +321,8 @@ ZVRT_WRAPS Encoded encode_varnum_512(const void* text, std::uint8_t* dst, std::i
 
 }  // namespace
 
-const DecimalKernels decimal_kernels_avx512 = {render_packed_512, pack_text_512, render_varnum_512,
-                                               encode_varnum_512<char>, encode_varnum_512<Wide>};
+const DecimalKernels decimal_kernels_avx512 = {
+    render_packed_512<Wide>, pack_text_512<Wide>,     render_varnum_512<Wide>, encode_varnum_512<char>,
+    encode_varnum_512<Wide>, render_packed_512<char>, pack_text_512<char>,     render_varnum_512<char>};
 
 }  // namespace zvrt

@@ -117,8 +117,37 @@ void store_few(void* dst, std::uint32_t count, Block characters) {
   }
 }
 
+// Values that the kernels leave alone: wide text goes to the definitions, bytes to the caller.
+template <class Unit>
+Rendered left_packed(const std::uint8_t* field, std::int64_t bytes, void* dst, std::int32_t capacity) {
+  return sizeof(Unit) == 1 ? not_rendered : render_packed(field, bytes, dst, capacity);
+}
+template <class Unit>
+Rendered left_varnum(const std::uint8_t* value, void* dst, std::int32_t capacity) {
+  return sizeof(Unit) == 1 ? not_rendered : render_varnum(value, dst, capacity);
+}
+template <class Unit>
+Packed left_text(const void* text, std::uint8_t* field, std::int32_t size) {
+  return sizeof(Unit) == 1 ? not_packed : pack_text(text, field, size);
+}
+
+// Stores 1 to 32 characters as units, of which the first sixteen stand in `low`; `high` gives the others.
+template <class Unit, class High>
+void store_text(void* dst, std::uint32_t count, Block low, High high) {
+  char* const more = static_cast<char*>(dst) + block_bytes * sizeof(Unit);
+  if constexpr (sizeof(Unit) == 1) {
+    store_exactly(dst, min(count, block_bytes), low);
+    if (count > block_bytes) store_exactly(more, count - block_bytes, high());
+  } else {
+    store_block(dst, min(count, block_bytes), low);
+    if (count > block_bytes) store_block(more, count - block_bytes, high());
+  }
+}
+
+template <class Unit>
 ZVRT_WRAPS Rendered render_packed_41(const std::uint8_t* field, std::int64_t bytes, void* dst, std::int32_t capacity) {
-  if (bytes < 1 || bytes > static_cast<std::int64_t>(block_bytes)) return render_packed(field, bytes, dst, capacity);
+  if (bytes < 1 || bytes > static_cast<std::int64_t>(block_bytes))
+    return left_packed<Unit>(field, bytes, dst, capacity);
   const auto size = static_cast<std::uint32_t>(bytes);
   const Block pairs = load_exactly(field, size);
   const Block upper = _mm_and_si128(_mm_srli_epi16(pairs, 4), all(decimal_vectors.low_halves));
@@ -138,24 +167,24 @@ ZVRT_WRAPS Rendered render_packed_41(const std::uint8_t* field, std::int64_t byt
   const std::uint32_t count = stop - start;
   const std::uint32_t length = count + negative;
   if (length == 0) return {0, ZVRT_RC_EMPTY_RESULT};
-  if (count == 0 || static_cast<std::int64_t>(length) >= capacity) return render_packed(field, bytes, dst, capacity);
+  if (count == 0 || static_cast<std::int64_t>(length) >= capacity)
+    return left_packed<Unit>(field, bytes, dst, capacity);
 
+  if (sizeof(Unit) == 1 && stop < digits) return not_rendered;
   // Where there is no sign a digit takes its place.
-  put<Wide>(dst, 0, '-');
-  char* out = static_cast<char*>(dst) + negative * 4;
+  put(dst, 0, Unit{'-'});
+  char* out = static_cast<char*>(dst) + negative * sizeof(Unit);
   const Block zeros = all(decimal_vectors.zeros);
   const auto from = static_cast<std::int32_t>(start);
   const Block text = _mm_add_epi8(window(halves, from), zeros);
-  if (size <= 5) {
+  if (sizeof(Unit) == 4 && size <= 5) {
     store_few(out, count, text);
   } else {
-    store_block(out, min(count, block_bytes), text);
+    store_text<Unit>(out, count, text, [&] {
+      return _mm_add_epi8(window(halves, from + static_cast<std::int32_t>(block_bytes)), zeros);
+    });
   }
-  if (count > block_bytes) {
-    store_block(out + block_bytes * 4, count - block_bytes,
-                _mm_add_epi8(window(halves, from + static_cast<std::int32_t>(block_bytes)), zeros));
-  }
-  put<Wide>(dst, length * 4, 0);
+  put(dst, length * static_cast<std::uint32_t>(sizeof(Unit)), Unit{0});
   return {length, stop < digits ? ZVRT_RC_ERROR : ZVRT_RC_OK};
 }
 
@@ -195,18 +224,20 @@ std::uint32_t load_text(const void* text, Bytes& bytes) {
   return bits_of(_mm_cmpeq_epi8(bytes.high, nothing)) << block_bytes;
 }
 
+template <class Unit>
 ZVRT_WRAPS Packed pack_text_41(const void* text, std::uint8_t* field, std::int32_t size) {
-  if (size < 1 || size > static_cast<std::int32_t>(block_bytes)) return pack_text(text, field, size);
+  if (size < 1 || size > static_cast<std::int32_t>(block_bytes)) return left_text<Unit>(text, field, size);
   Bytes bytes;
-  const std::uint32_t ends = load_text<Wide>(text, bytes);
+  const std::uint32_t ends = load_text<Unit>(text, bytes);
   // Only bytes below 0x80 are sure to be whole characters.
   const std::uint32_t inside = ~ends & (ends - 1);
-  if (ends == 0 || (bits_of(bytes.low, bytes.high) & inside) != 0) return pack_text(text, field, size);
+  if (ends == 0 || (bits_of(bytes.low, bytes.high) & inside) != 0) return left_text<Unit>(text, field, size);
   const std::uint32_t length = lowest(ends);
-  const std::uint32_t negative = get<Wide>(text) == '-' ? 1 : 0;
+  const std::uint32_t negative = get<Unit>(text) == '-' ? 1 : 0;
   const std::uint32_t count = length - negative;
   const std::int32_t sign_at = 2 * size - 1;
-  if (static_cast<std::int32_t>(count) > sign_at) return pack_text(text, field, size);
+  if (static_cast<std::int32_t>(count) > sign_at || (sizeof(Unit) == 1 && length == 0))
+    return left_text<Unit>(text, field, size);
   bytes.low = _mm_sub_epi8(bytes.low, _mm_cvtsi32_si128(static_cast<int>(negative * '-')));
   // The terminator comes to the sign's place.
   const std::int32_t from = static_cast<std::int32_t>(length) - sign_at;
@@ -226,9 +257,11 @@ Block split_window(const Bytes& bytes, std::int32_t from, std::uint32_t index) {
   return _mm_blendv_epi8(window(bytes, from), window(bytes, from - 1), after_point);
 }
 
+template <class Unit>
 ZVRT_WRAPS Rendered render_varnum_41(const std::uint8_t* value, void* dst, std::int32_t capacity) {
   const std::uint32_t count = value[0] - 1U;
-  if (count < 1 || count > block_bytes || value[1] < positive_exponent - 1) return render_varnum(value, dst, capacity);
+  if (count < 1 || count > block_bytes || value[1] < positive_exponent - 1)
+    return left_varnum<Unit>(value, dst, capacity);
   const Block mantissa = load_exactly(value + header_bytes, count);
   const Block ones = all(decimal_vectors.ones);
   const Block digits = _mm_sub_epi8(mantissa, ones);
@@ -236,7 +269,7 @@ ZVRT_WRAPS Rendered render_varnum_41(const std::uint8_t* value, void* dst, std::
   if ((~bits_of(valid) & ((1U << count) - 1)) != 0) return {0, ZVRT_RC_ERROR};
   const VarnumText layout = lay_out(value);
   const auto length = static_cast<std::uint32_t>(layout.length);
-  if (layout.length >= capacity || length > 2 * block_bytes) return render_varnum(value, dst, capacity);
+  if (layout.length >= capacity || length > 2 * block_bytes) return left_varnum<Unit>(value, dst, capacity);
 
   // Tens below, ones above: digit << 8 less ten times the tens there, and the tens once. Behind the mantissa are zeros.
   const Block zeros = all(decimal_vectors.zeros);
@@ -250,13 +283,11 @@ ZVRT_WRAPS Rendered render_varnum_41(const std::uint8_t* value, void* dst, std::
   const Bytes text = {characters(_mm_cvtepu8_epi16(kept)), characters(_mm_cvtepu8_epi16(_mm_srli_si128(kept, 8)))};
   // Without a fraction the point stands where the text ends.
   const auto point = static_cast<std::uint32_t>(layout.point);
-  store_block(dst, min(length, block_bytes), split_window(text, layout.skipped, point));
-  if (length > block_bytes) {
-    store_block(static_cast<char*>(dst) + block_bytes * 4, length - block_bytes,
-                split_window(text, layout.skipped + static_cast<std::int32_t>(block_bytes), point - block_bytes));
-  }
-  put<Wide>(dst, point * 4, '.');
-  put<Wide>(dst, length * 4, 0);
+  store_text<Unit>(dst, length, split_window(text, layout.skipped, point), [&] {
+    return split_window(text, layout.skipped + static_cast<std::int32_t>(block_bytes), point - block_bytes);
+  });
+  put(dst, point * static_cast<std::uint32_t>(sizeof(Unit)), Unit{'.'});
+  put(dst, length * static_cast<std::uint32_t>(sizeof(Unit)), Unit{0});
   return {length, ZVRT_RC_OK};
 }
 
@@ -314,7 +345,8 @@ ZVRT_WRAPS Encoded encode_varnum_41(const void* text, std::uint8_t* dst, std::in
 
 }  // namespace
 
-const DecimalKernels decimal_kernels_sse41 = {render_packed_41, pack_text_41, render_varnum_41, encode_varnum_41<char>,
-                                              encode_varnum_41<Wide>};
+const DecimalKernels decimal_kernels_sse41 = {render_packed_41<Wide>, pack_text_41<Wide>,     render_varnum_41<Wide>,
+                                              encode_varnum_41<char>, encode_varnum_41<Wide>, render_packed_41<char>,
+                                              pack_text_41<char>,     render_varnum_41<char>};
 
 }  // namespace zvrt
