@@ -41,6 +41,14 @@ struct TextKernels {
   // Terminated text as it is, up to its terminator or to the end of the room, whichever comes first.
   Progress (*copy)(const void* src, void* dst, std::size_t capacity);
   Progress (*copy_wide)(const void* src, void* dst, std::size_t capacity);
+  // Wide text of a count, into as much room: a zero ends it, and what is left of the count is filled with zeros.
+  void (*copy_counted)(const void* src, void* dst, std::size_t count);
+  // Drops the blanks and tabs of a wide text in place, up to its terminator or its count. The character after those kept
+  // may be changed: the caller's terminator goes there.
+  Progress (*drop_blanks)(void* text, std::size_t count);
+  // How many blanks a wide text begins and ends with.
+  std::size_t (*leading_blanks)(const void* text, std::size_t count);
+  std::size_t (*trailing_blanks)(const void* text, std::size_t count);
 };
 
 // `decode_within` and `encode_within` of a version that looks for the terminator first.

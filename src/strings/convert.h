@@ -58,10 +58,7 @@ TerminatedResult copy_terminated(const std::byte* text, Destination<Unit> destin
 // Zero characters within a counted text end it; what is left of its length is filled with them.
 inline TranscodeResult copy_to_zero(Text<Wide> text, Destination<Wide> destination) {
   const std::int32_t written = std::min(text.count, destination.capacity);
-  const std::int32_t kept = length_within(static_cast<const void*>(text.at), written);
-  copy_units<Wide>(destination.at, text.at, kept);
-  std::fill_n(destination.at + static_cast<std::ptrdiff_t>(kept) * 4, static_cast<std::ptrdiff_t>(written - kept) * 4,
-              std::byte{0});
+  if (written > 0) text_kernels.copy_counted(text.at, destination.at, static_cast<std::size_t>(written));
   return {text.count, written, ZVRT_RC_OK};
 }
 

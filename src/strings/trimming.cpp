@@ -4,6 +4,7 @@
 
 #include "ZVRTDataCnvLib.h"
 #include "core/call.h"
+#include "encoding/text_kernels.h"
 #include "support/scratch.h"
 #include "support/units.h"
 
@@ -12,21 +13,33 @@ namespace {
 
 constexpr std::uint8_t trim = 1;  // any other flag value leaves its end alone
 constexpr Wide blank = 0x20;
-constexpr Wide tab = 0x09;
 
 // Does a leading trim close the text behind what it moved? Wide text is closed, narrow text is not.
 enum class Closes : bool { no, yes };
 
+std::int32_t leading_blanks(const char* text, std::int32_t length) {
+  std::int32_t blanks = 0;
+  while (blanks < length && text[blanks] == ' ') ++blanks;
+  return blanks;
+}
+std::int32_t trailing_blanks(const char* text, std::int32_t length) {
+  std::int32_t left = length;
+  while (left > 0 && text[left - 1] == ' ') --left;
+  return length - left;
+}
+std::int32_t leading_blanks(const void* text, std::int32_t length) {
+  return static_cast<std::int32_t>(text_kernels.leading_blanks(text, static_cast<std::size_t>(length)));
+}
+std::int32_t trailing_blanks(const void* text, std::int32_t length) {
+  return static_cast<std::int32_t>(text_kernels.trailing_blanks(text, static_cast<std::size_t>(length)));
+}
+
 // Blanks at both ends of `length` units; returns the length left. Needs one more unit of room for the terminator.
 template <class Unit, Closes closes>
 std::int32_t trim_ends(Unit* text, std::int32_t length, std::uint8_t leading, std::uint8_t trailing) {
-  const auto is_blank = [text](std::int32_t at) {
-    return load<Unit>(text, static_cast<std::size_t>(at)) == Unit{blank};
-  };
   length = std::max(length, 0);
   if (leading == trim) {
-    std::int32_t blanks = 0;
-    while (blanks < length && is_blank(blanks)) ++blanks;
+    const std::int32_t blanks = leading_blanks(text, length);
     length -= blanks;
     if (length < 1) return 0;  // nothing left: the buffer stays as it was
     if (blanks > 0) {
@@ -35,7 +48,7 @@ std::int32_t trim_ends(Unit* text, std::int32_t length, std::uint8_t leading, st
     }
   }
   if (trailing == trim) {
-    while (length > 0 && is_blank(length - 1)) --length;
+    length -= trailing_blanks(text, length);
     store(text, static_cast<std::size_t>(length), Unit{0});
   }
   return length;
@@ -87,15 +100,10 @@ uint32_t TrimSpacesW(wchar_t* text, int32_t* len, uint8_t trimLeading, uint8_t t
 }
 
 uint32_t TrimAllSpacesTabsW(wchar_t* text, int32_t* len) {
-  std::int32_t kept = 0;
-  for (std::int32_t at = 0; at < *len; ++at) {
-    const auto character = zvrt::load<zvrt::Wide>(text, static_cast<std::size_t>(at));
-    if (character == 0) break;
-    if (character == zvrt::blank || character == zvrt::tab) continue;
-    zvrt::store(text, static_cast<std::size_t>(kept++), character);
-  }
-  zvrt::store(text, static_cast<std::size_t>(kept), zvrt::Wide{0});
-  *len = kept;
+  const auto count = static_cast<std::size_t>(std::max(*len, 0));
+  const std::size_t kept = zvrt::text_kernels.drop_blanks(text, count).written;
+  zvrt::store(text, kept, zvrt::Wide{0});
+  *len = static_cast<std::int32_t>(kept);
   return ZVRT_RC_OK;
 }
 

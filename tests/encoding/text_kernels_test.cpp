@@ -206,5 +206,53 @@ TEST(TextRuns, CopiesEndAtTheTerminatorOrTheRoom) {
   }
 }
 
+// Blanks, tabs, letters and, in one text of four, zeros.
+std::u32string blank_text(std::size_t count) {
+  static constexpr char32_t all[] = {U' ', U' ', U'\t', U'a', 0x2020, 0x20000020, U'b', 0};
+  const std::size_t kinds = below(4) == 0 ? 8 : 7;
+  std::u32string text;
+  for (std::size_t i = 0; i < count; ++i) text += below(3) == 0 ? U' ' : all[below(kinds)];
+  return text;
+}
+
+// What each version does with a text that ends at a page: in place, and into a destination that ends at one.
+TEST(TextKernels, BlanksOfEveryLength) {
+  Arena memory, target;
+  for (std::size_t count = 0; count <= 100; ++count) {
+    for (int round = 0; round < 40; ++round) {
+      const std::u32string text = blank_text(count);
+      const std::u32string open = text.substr(0, text.find(U'\0'));
+      std::u32string kept;
+      for (const char32_t unit : open) {
+        if (unit != U' ' && unit != U'\t') kept += unit;
+      }
+      std::u32string filled = open;
+      filled.resize(count, U'\0');
+      const std::size_t first = std::min(text.find_first_not_of(U' '), count);
+      const std::size_t last = text.find_last_not_of(U' ') + 1;  // 0 where there is none
+      const auto bytes_of = [](const std::u32string& units) {
+        return std::string(reinterpret_cast<const char*>(units.data()), units.size() * 4);
+      };
+      for (const Version& version : versions()) {
+        SCOPED_TRACE(version.name);
+        const char* src = memory.put(bytes_of(text), 0);
+        EXPECT_EQ(version.kernels.leading_blanks(src, count), first);
+        EXPECT_EQ(version.kernels.trailing_blanks(src, count), count - last);
+        char* dst = target.marked(count * 4);
+        version.kernels.copy_counted(src, dst, count);
+        EXPECT_EQ(std::string(dst, count * 4), bytes_of(filled));
+        EXPECT_TRUE(target.untouched_around(dst, count * 4));
+        char* place = target.marked(count * 4 + 4);
+        std::memcpy(place, src, count * 4);
+        EXPECT_EQ(version.kernels.drop_blanks(place, count).written, kept.size());
+        EXPECT_EQ(std::string(place, kept.size() * 4), bytes_of(kept));
+        const std::size_t after = std::min(kept.size() + 1, count);
+        EXPECT_EQ(std::string(place + after * 4, (count - after) * 4), bytes_of(text.substr(after)));
+        ASSERT_FALSE(::testing::Test::HasFailure()) << count << " units";
+      }
+    }
+  }
+}
+
 }  // namespace
 }  // namespace zvrt_test

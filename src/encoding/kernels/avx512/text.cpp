@@ -18,6 +18,10 @@ const TextKernels text_kernels_avx512{
     .count_encoded = avx512::count_encoded,
     .copy = avx512::copy_narrow,
     .copy_wide = avx512::copy_wide,
+    .copy_counted = avx512::copy_counted,
+    .drop_blanks = avx512::drop_blanks,
+    .leading_blanks = avx512::leading_blanks,
+    .trailing_blanks = avx512::trailing_blanks,
 };
 
 }  // namespace zvrt

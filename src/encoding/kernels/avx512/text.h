@@ -31,6 +31,11 @@ Progress encode_within(const void* src, std::size_t count, char* dst, std::size_
 Progress copy_narrow(const void* src, void* dst, std::size_t capacity);
 Progress copy_wide(const void* src, void* dst, std::size_t capacity);
 
+Progress drop_blanks(void* text, std::size_t count);
+void copy_counted(const void* src, void* dst, std::size_t count);
+std::size_t leading_blanks(const void* text, std::size_t count);
+std::size_t trailing_blanks(const void* text, std::size_t count);
+
 using Vector = __m512i;
 using Mask = std::uint64_t;
 

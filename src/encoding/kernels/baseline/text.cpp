@@ -307,6 +307,10 @@ const TextKernels text_kernels_baseline{
     .count_encoded = count_encoded,
     .copy = copy<char>,
     .copy_wide = copy<Wide>,
+    .copy_counted = baseline::copy_counted,
+    .drop_blanks = baseline::drop_blanks,
+    .leading_blanks = baseline::leading_blanks,
+    .trailing_blanks = baseline::trailing_blanks,
 };
 
 }  // namespace zvrt

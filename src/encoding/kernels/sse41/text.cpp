@@ -30,6 +30,10 @@ const TextKernels text_kernels_sse41{
     .count_encoded = sse41::count_encoded,
     .copy = copy,
     .copy_wide = copy_wide,
+    .copy_counted = baseline::copy_counted,
+    .drop_blanks = baseline::drop_blanks,
+    .leading_blanks = baseline::leading_blanks,
+    .trailing_blanks = baseline::trailing_blanks,
 };
 
 }  // namespace zvrt
