@@ -77,12 +77,15 @@ def statuses_page(of: header.Header, given: dict[str, list[str]], page: str) -> 
 def main() -> int:
     source = pathlib.Path(sys.argv[1])
     of, given = header.read(source / "include/ZVRTDataCnvLib.h"), statuses_by_function()
+    if missing := [each.name for each in of.functions() if each.name not in given]:
+        print(f"statuses.csv does not have {', '.join(missing)}: build the target record_interface")
+        return 1
     functions, statuses = source / "docs/functions.md", source / "docs/statuses.md"
     wanted = {functions: functions_page(of, given), statuses: statuses_page(of, given, statuses.read_text())}
     outdated = [path for path, text in wanted.items() if not path.exists() or path.read_text() != text]
     for path in outdated:
         if "--check" in sys.argv:
-            print(f"{path} is out of date: run docs/generator/pages.py .")
+            print(f"{path} is out of date: build the target record_interface")
         else:
             path.write_text(wanted[path])
     return 1 if outdated and "--check" in sys.argv else 0

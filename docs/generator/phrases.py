@@ -74,6 +74,8 @@ OTHERS = {
 
 def word(name: str) -> str:
     name = SPELLINGS.get(name, name)
+    if name not in KINDS | VALUES:
+        raise SystemExit(f"docs/generator/phrases.py has no words for {name}")
     return KINDS.get(name) or VALUES[name]
 
 
