@@ -1,12 +1,19 @@
 #!/usr/bin/env bash
-# Our time beside the fastest peer's, as ratios: scripts/bench.sh [family] [--benchmark_... flags]
+# Our time beside the fastest peer's, as ratios: scripts/bench.sh [--record] [family] [--benchmark_... flags]
+# With --record the rows go into docs/figures/bench-<level>.csv too, and without a family each runs in a process of its own.
 # Families: text, code_pages, integers, floats, timestamps, decimals; without one, all of them.
 # Peers are found by CMake; more of them with CMAKE_PREFIX_PATH in the environment. LEVEL=baseline, sse41 or avx2 in the
 # environment is how fast we are on a lesser processor; simdutf is told to be on one, the other peers are not. Kernels of
 # ours for AVX2 there are none: that level differs in simdutf's.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+record=no
+if [ "${1:-}" = --record ]; then
+  record=yes
+  shift
+fi
 level=${LEVEL:-avx512}
+figures=bench-$level
 build=build/bench
 case $level in
   avx512) ;;
@@ -19,4 +26,12 @@ esac
 [ "$level" = avx512 ] || build="$build-$level"
 cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DZVRT_BUILD_BENCH=ON -DZVRT_HIGHEST_LEVEL="$level" >/dev/null
 cmake --build "$build" --target zvrt_bench >&2
-exec "$build/bench/zvrt_bench" "$@"
+[ $record = yes ] || exec "$build/bench/zvrt_bench" "$@"
+families=(text code_pages integers floats timestamps decimals)
+if [ $# -gt 0 ] && [[ $1 != -* ]]; then
+  families=("$1")
+  shift
+fi
+for family in "${families[@]}"; do
+  "$build/bench/zvrt_bench" "$family" "$@" | scripts/figures.py record "$figures"
+done

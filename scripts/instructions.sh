@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Instructions a call, as a table: they repeat where times do not. callgrind knows no AVX-512, so these are the
+# Instructions per call, as a table: they repeat where times do not. callgrind knows no AVX-512, so these are the
 # SSE4.1 kernels'. The counting loop's own instructions are taken off.
+# scripts/instructions.sh | scripts/figures.py record instructions   keeps them in docs/figures/instructions.csv
 set -euo pipefail
 cd "$(dirname "$0")/.."
 cmake -S . -B build/bench -G Ninja -DCMAKE_BUILD_TYPE=Release -DZVRT_BUILD_BENCH=ON >/dev/null

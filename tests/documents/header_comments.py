@@ -2,7 +2,8 @@
 """The comments of the public header fit its declarations: header_comments.py SOURCE
 
 Each @param names a parameter of its function; a function with a prototype of its own describes all of its parameters or
-leans on another function; every function has a comment and a line in the list of exported names.
+leans on another function; every function has a comment and a line in the list of exported names; the count of those
+that share one list of arguments is right, here and in the documents.
 """
 import pathlib
 import re
@@ -34,6 +35,11 @@ def main() -> int:
     faults = [f"{each.name} {fault}" for each in functions for fault in faults_of(each)]
     exported = set((source / "tests/abi/exported_names.txt").read_text().split())
     faults += [f"{name} is exported or declared, not both" for name in exported ^ {each.name for each in functions}]
+    shared, all_of_them = sum(each.is_conversion for each in functions), len(functions)
+    for name, count in {"include/ZVRTDataCnvLib.h": f"the {shared} conversions", "docs/guide.md": f"{shared} of the {all_of_them}",
+                        "docs/man/ZVRTDataCnvLib.3": f"It has {all_of_them} functions", "README.md": f"{all_of_them} functions"}.items():
+        if count not in (source / name).read_text():
+            faults.append(f"{name} does not say '{count}'")
     print("\n".join(faults) or f"{len(functions)} functions")
     return 1 if faults else 0
 

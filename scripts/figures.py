@@ -1,0 +1,136 @@
+#!/usr/bin/env python3
+"""What was measured, kept as files from which the documents' tables are made.
+
+    SCRIPT | scripts/figures.py record NAME [LABEL]   takes a script's output into docs/figures/NAME.csv and shows it
+    scripts/figures.py render [--check]               writes the tables of the documents; with --check compares them
+
+NAME is bench-avx512, bench-avx2, bench-sse41, bench-baseline (scripts/bench.sh), instructions (scripts/instructions.sh), fuzz
+(scripts/fuzz.sh), sweeps (scripts/sweeps.sh), coverage (scripts/coverage.sh) or mutation (scripts/mutate.py; LABEL tells
+the sample). New rows take the place of those with the same key; of an operation of the benchmarks all rows go. A
+document has a table between `<!-- figures: NAME -->` and `<!-- end of figures -->`.
+"""
+import csv
+import pathlib
+import re
+import statistics
+import sys
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+LEVELS = {"avx512": "AVX-512", "avx2": "AVX2", "sse41": "SSE4.1", "baseline": "SSE2"}
+
+# Of each file: its columns, how many of them are the key, and the line of output that is a row.
+BENCH = (("operation", "values", "ours_ns", "peer", "peer_ns", "ratio", "at_most"), 1,
+         r"\| ([^|]+) \| ([^|]+) \| ([\d.]+) \| ([^|]+) \| ([\d.]+) \| ([\d.]+) \| ([\d.]+|-) \| [^|]*\|")
+FILES = {
+    "instructions": (("function", "value", "instructions"), 2, r"\| (\w+) \| ([^|]+) \| (\d+) \|"),
+    "fuzz": (("configuration", "target", "executions", "outcome"), 2, r"(fuzz\S*) +(\S+) +(\d+) executions, .*: (.*)"),
+    "sweeps": (("domain", "cases", "failures"), 1, r"(\w+)(?:, part \d+:)? +(\d+) cases, (\d+) failures.*"),
+    "coverage": (("kind", "reached", "all"), 1, r"(\w+): (\d+) of (\d+), .*"),
+    "mutation": (("sample", "killed", "mutants"), 1, r"(?P<label>)(\d+) of (\d+) killed, .*"),
+} | {f"bench-{level}": BENCH for level in LEVELS}
+
+
+def read(name: str) -> list[dict[str, str]]:
+    path = ROOT / f"docs/figures/{name}.csv"
+    if not path.exists():
+        return []
+    with open(path, newline="") as file:
+        return list(csv.DictReader(file))
+
+
+def added_up(rows: list[dict[str, str]], key) -> list[dict[str, str]]:
+    """The parts of a sweep, the runs of a fuzzer as one row. Rows of the benchmarks stay apart."""
+    sums: list[dict[str, str]] = []
+    for row in rows:
+        same = [each for each in sums if key(each) == key(row) and "ratio" not in row]
+        for column in ("cases", "failures", "executions"):
+            if same and column in row:
+                same[0][column] = str(int(same[0][column]) + int(row[column]))
+        if not same:
+            sums.append(row)
+    return sums
+
+
+def record(name: str, label: str) -> int:
+    columns, key_length, pattern = FILES[name]
+    found = []
+    for line in sys.stdin:
+        print(line, end="")
+        if match := re.fullmatch(pattern, line.strip()):
+            values = [label if group == "" else group for group in match.groups()]
+            found.append(dict(zip(columns, values)))
+    if not found:
+        print(f"figures.py: no row of {name} was found", file=sys.stderr)
+        return 1
+    key = lambda row: [row[column] for column in columns[:key_length]]
+    replaced = [key(row) for row in found]
+    rows = [row for row in read(name) if key(row) not in replaced] + added_up(found, key)
+    (ROOT / "docs/figures").mkdir(exist_ok=True)
+    with open(ROOT / f"docs/figures/{name}.csv", "w", newline="") as file:
+        writer = csv.DictWriter(file, columns, lineterminator="\n")
+        writer.writeheader()
+        writer.writerows(rows)
+    return 0
+
+
+def summary(rows: list[dict[str, str]]) -> str:
+    """Geometric mean and worst ratio of an operation, and how many of its rows miss the figure that it is held to."""
+    if not rows:
+        return ""
+    ratios = [float(row["ours_ns"]) / float(row["peer_ns"]) if row["ours_ns"] else float(row["ratio"]) for row in rows]
+    missed = sum(row["at_most"] != "-" and ratio > float(row["at_most"]) for row, ratio in zip(rows, ratios))
+    return f"{statistics.geometric_mean(ratios):.2f}, {max(ratios):.2f}" + (f", {missed} of {len(rows)} miss" if missed else "")
+
+
+def bench_table() -> str:
+    levels = {level: read(f"bench-{level}") for level in LEVELS}
+    levels = {level: rows for level, rows in levels.items() if rows}
+    operations = list(dict.fromkeys((row["operation"], row["at_most"]) for rows in levels.values() for row in rows))
+    text = "| Operation | At most |" + "".join(f" {LEVELS[level]} |" for level in levels) + "\n"
+    text += "|---|---:|" + "---|" * len(levels) + "\n"
+    for operation, at_most in operations:
+        cells = [summary([row for row in rows if row["operation"] == operation]) for rows in levels.values()]
+        text += f"| {operation} | {at_most} | " + " | ".join(cells) + " |\n"
+    return text
+
+
+def robustness_table() -> str:
+    number = lambda value: f"{int(value):,}"
+    text = "| Run | Extent | Outcome |\n|---|---|---|\n"
+    fuzz, sweeps, coverage, mutation = read("fuzz"), read("sweeps"), read("coverage"), read("mutation")
+    outcomes = ", ".join(sorted({row["outcome"] for row in fuzz}))
+    text += (f"| fuzzers | {len({row['target'] for row in fuzz})} targets, "
+             f"{number(sum(int(row['executions']) for row in fuzz))} executions | {outcomes} |\n")
+    for row in sweeps:
+        text += f"| sweep: {row['domain']} | {number(row['cases'])} cases | {row['failures']} failures |\n"
+    for row in coverage:
+        text += f"| coverage of `src/` | {number(row['all'])} {row['kind']} | {number(row['reached'])} reached |\n"
+    mutants, killed = (sum(int(row[column]) for row in mutation) for column in ("mutants", "killed"))
+    text += f"| mutants of `src/` | {mutants} | {killed} killed, {100 * killed / mutants:.1f} % |\n"
+    return text
+
+
+def render(check: bool) -> int:
+    tables, outdated = {"bench": bench_table, "robustness": robustness_table}, 0
+    for path in sorted((ROOT / "docs").glob("*.md")):
+        text = path.read_text()
+        wanted = re.sub(r"(<!-- figures: (\w+) -->\n)(?:(?!<!-- end).*\n)*(<!-- end of figures -->)",
+                        lambda match: f"{match[1]}\n{tables[match[2]]()}\n{match[3]}", text)
+        if wanted != text and check:
+            print(f"{path.relative_to(ROOT)} is out of date: scripts/figures.py render")
+            outdated = 1
+        elif wanted != text:
+            path.write_text(wanted)
+    return outdated
+
+
+def main() -> int:
+    if len(sys.argv) >= 3 and sys.argv[1] == "record" and sys.argv[2] in FILES:
+        return record(sys.argv[2], sys.argv[3] if len(sys.argv) > 3 else "") or render(False)
+    if len(sys.argv) >= 2 and sys.argv[1] == "render":
+        return render("--check" in sys.argv)
+    print(__doc__, file=sys.stderr)
+    return 2
+
+
+sys.exit(main())

@@ -1,0 +1,49 @@
+#!/usr/bin/env python3
+"""The manual pages, those made from the header and those of docs/man: manual_pages.py SOURCE
+
+Each function has one, which names it and has a description that the index of manual pages can read; none of them makes
+the formatter warn. Exit status 77: there is no formatter.
+"""
+import gzip
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+
+
+def faults_of(page: pathlib.Path):
+    text = gzip.decompress(page.read_bytes()) if page.suffix == ".gz" else page.read_bytes()
+    formatted = subprocess.run(["groff", "-t", "-man", "-Tutf8", "-Kutf8", "-ww", "-rLL=80n"], input=text,
+                               capture_output=True)
+    if formatted.stderr:
+        yield formatted.stderr.decode().splitlines()[0]
+    if b".SH SYNOPSIS" not in text:
+        yield "no synopsis"
+    if shutil.which("lexgrog"):
+        indexed = subprocess.run(["lexgrog", page], capture_output=True, text=True).stdout
+        name = page.name.split(".")[0]
+        if f'"{name} - ' not in indexed:
+            yield f"the index reads: {indexed.strip()}"
+
+
+def main() -> int:
+    source = pathlib.Path(sys.argv[1])
+    if shutil.which("groff") is None:
+        print("skipped: groff is missing")
+        return 77
+    faults = []
+    with tempfile.TemporaryDirectory() as folder:
+        subprocess.run([sys.executable, "-B", source / "docs/generator/man_pages.py", source / "include/ZVRTDataCnvLib.h", folder,
+                        "1.2.3"], check=True)
+        made = set(pathlib.Path(folder).glob("*.3.gz"))
+        exported = set((source / "tests/abi/exported_names.txt").read_text().split())
+        if lacking := exported - {page.name.removesuffix(".3.gz") for page in made}:
+            faults.append(f"no page for {', '.join(sorted(lacking))}")
+        for page in sorted(made | set(source.glob("docs/man/*.[0-9]"))):
+            faults += [f"{page.name}: {fault}" for fault in faults_of(page)]
+    print("\n".join(faults) or f"{len(made)} pages of functions")
+    return 1 if faults else 0
+
+
+sys.exit(main())
