@@ -9,14 +9,14 @@ namespace zvrt {
 struct SingleByteKernels;
 struct SingleByteTables;
 
-// What a page of one byte a character is made of; null for the others.
+// The tables and kernels of a single-byte page; null for the others.
 struct SingleBytes {
   const SingleByteTables* tables = nullptr;
   const SingleByteKernels* kernels = nullptr;
 };
 
-// Statuses and counts are those of ZVRTICULib.h. A page of tables never changes and serves all threads; a streamed one
-// has a state and serves one.
+// Statuses and counts are those of ZVRTICULib.h. A page of tables never changes and serves all threads; a streamed page
+// has a state and serves one thread.
 class Converter {
  public:
   explicit Converter(SingleBytes single_bytes = {}) : single_bytes_(single_bytes) {}

@@ -1,4 +1,4 @@
-// A page of one or two bytes a character, the first byte telling which, by tables.
+// A page of one or two bytes per character, by tables; the first byte decides the length.
 #ifndef ZVRT_CONVERTER_DOUBLE_BYTE_PAGE_H
 #define ZVRT_CONVERTER_DOUBLE_BYTE_PAGE_H
 
@@ -11,7 +11,7 @@ namespace zvrt {
 
 class DoubleBytePage final : public Converter {
  public:
-  // Null when the page has several characters behind two bytes, or memory is short.
+  // Null when two bytes of the page stand for several characters, or memory is short.
   static std::unique_ptr<Converter> build(const IcuConverter& icu);
 
   Outcome decode(Bytes source, WideDestination destination) override;

@@ -1,4 +1,4 @@
-// The characters of one and two bytes of a page in which the first byte tells how many.
+// The characters of a page of one and two bytes per character, both ways.
 #ifndef ZVRT_CONVERTER_DOUBLE_BYTE_TABLES_H
 #define ZVRT_CONVERTER_DOUBLE_BYTE_TABLES_H
 
@@ -8,14 +8,14 @@
 
 namespace zvrt {
 
-// Characters written, and the bytes that they are.
+// A leading part of a text that was encoded: its characters and their bytes.
 struct EncodedPrefix {
   std::size_t characters;
   std::size_t bytes;
 };
 
-// Writes the code and steps behind it. Whether it is one byte or two is no branch, which text of both would make hard to
-// guess: two are stored, and the second behind a single one is overwritten by the next character.
+// Writes the code and returns the address after it. There is no branch on one byte or two, since mixed text makes it
+// unpredictable: two bytes are stored, and the next character overwrites the second byte of a single one.
 inline unsigned char* put_code(unsigned char* to, Code code) {
   std::memcpy(to, &code, 2);
   if (code > 0xFFFF) [[unlikely]] {
@@ -30,19 +30,20 @@ struct DoubleByteTables {
   ReverseTable code_of;  // may be given longer codes besides
   Ascii ascii = Ascii::no;
 
-  // False when bytes stand for several characters, or memory is short. Longer characters are passed over.
+  // False when bytes stand for several characters, or memory is short. Sequences of more than two bytes are ignored.
   bool build(const IcuConverter& icu);
 
-  // Writes leading characters as far as both sides reach and says how many; 0 is always allowed. They stop before what
-  // the page does not have, at the latest.
+  // Writes a leading part of the source that fits, possibly nothing. It ends at the latest before a character that the
+  // page does not have.
   EncodedPrefix encode_prefix(WideText source, ByteDestination destination) const;
 
  private:
   bool build_pairs(const IcuConverter& icu, unsigned char lead);
 };
 
-// A character is written once the next one is known to be written too. So many go at once as fit if all of them are
-// long, which leaves nothing but the page to stop at; then again with the room that is left.
+// Software-pipelined by one character: the next code is loaded before the current one is stored. The inner loop handles
+// capacity / 4 characters, which fit even at four bytes each, so only an unmapped character ends it; then the loop runs
+// again with the capacity that is left.
 inline EncodedPrefix DoubleByteTables::encode_prefix(WideText source, ByteDestination destination) const {
   constexpr std::size_t max_length = 4;
   const ReverseTable::View table = code_of.view();  // by value: what is stored through a byte pointer may not change it

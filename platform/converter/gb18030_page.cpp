@@ -8,7 +8,7 @@ namespace {
 
 constexpr std::uint32_t first_supplementary = 189000;  // 90308130 is U+10000
 
-// Each byte is a digit of its own range, all of them together a number.
+// A mixed-radix number: each of the four bytes is a digit, from 81, 30, 81 and 30 up.
 struct FourByteSequence {
   unsigned char bytes[4];
 
@@ -36,7 +36,7 @@ ZVRT_WRAPS std::uint32_t index_of(const unsigned char* text, std::size_t availab
   return a < 126 && b < 10 && c < 126 && d < 10 ? ((a * 10 + b) * 126 + c) * 10 + d : no_index;
 }
 
-// That both ends of every plane stand where they are reckoned to be.
+// Whether the first and the last character of every supplementary plane have the computed sequence.
 bool has_planes_in_order(const IcuConverter& icu) {
   for (std::uint32_t plane = 0x10000; plane < 0x110000; plane += 0x10000) {
     for (const std::uint32_t character : {plane, plane + 0xFFFF}) {

@@ -10,8 +10,8 @@
 
 namespace zvrt {
 
-// The four-byte codes, counted from 81308130: the first ones are the characters below U+10000 that have no shorter
-// code, in order but for a few; the others follow from a later one in order and need no table.
+// Four-byte sequences are numbered from 81308130. The first 39420 are the characters below U+10000 without a shorter
+// code, in order but for a few: a table. Those from 90308130 on are U+10000 to U+10FFFF in order: computed.
 class Gb18030Page final : public Converter {
  public:
   // Null when ICU's page is another one than this, or memory is short.
@@ -28,7 +28,7 @@ class Gb18030Page final : public Converter {
   Encoded write(char32_t character) const;
 
   DoubleByteTables tables_;                                   // with the codes of four bytes below U+10000
-  std::array<std::uint16_t, tabled> four_byte_characters_{};  // 0: nothing, for U+0000 is a single byte
+  std::array<std::uint16_t, tabled> four_byte_characters_{};  // 0: undefined, as U+0000 is a single byte
 };
 
 }  // namespace zvrt

@@ -9,8 +9,8 @@ namespace zvrt {
 
 namespace {
 
-// ICU's own "stop" callbacks are not strict: outward they drop characters that are ignorable by default. Leaving the
-// error as it stands is what stops.
+// ICU's own "stop" callbacks are not strict: from Unicode they drop characters that are ignorable by default. Leaving
+// the error as it stands is what stops.
 void refuse_bytes(const void*, UConverterToUnicodeArgs*, const char*, std::int32_t, UConverterCallbackReason,
                   UErrorCode*) {}
 void refuse_characters(const void*, UConverterFromUnicodeArgs*, const UChar*, std::int32_t, UChar32,

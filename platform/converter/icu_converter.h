@@ -34,10 +34,10 @@ class IcuConverter {
     Answer answer;
     char32_t character;
   };
-  // What these bytes mean as a whole text.
+  // What these bytes decode to as a complete text.
   DecodedSequence decode(std::initializer_list<unsigned char> bytes) const;
 
-  // True when the character as a whole text is exactly these bytes.
+  // True when the character as a complete text encodes to exactly these bytes.
   bool encodes_to(char32_t character, std::initializer_list<unsigned char> bytes) const;
 
  private:

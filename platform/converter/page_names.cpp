@@ -13,7 +13,7 @@ struct ListedPage {
   std::string_view name;
 };
 
-// Numbers whose page ICU does not know under ibm-, windows- or cp-, or knows as another one than meant.
+// Numbers whose page ICU does not know under ibm-, windows- or cp-, or knows as a different page.
 constexpr ListedPage listed_pages[] = {
     {0, "UTF-8"},           {874, "windows-874"},   {919, "ISO-8859-10"},   {932, "windows-932"},
     {936, "windows-936"},   {949, "windows-949"},   {950, "windows-950"},   {1200, "UTF-16LE"},

@@ -1,4 +1,4 @@
-// How a code page number and a kind letter find their ICU converter.
+// From a code page number and a vendor letter to the names of its ICU converter.
 #ifndef ZVRT_CONVERTER_PAGE_NAMES_H
 #define ZVRT_CONVERTER_PAGE_NAMES_H
 
@@ -7,7 +7,7 @@
 
 namespace zvrt {
 
-// What a kind letter asks for.
+// What a vendor letter asks for.
 enum class Style : std::uint32_t { usual, new_line, ibm, windows };
 constexpr Style style_of(std::int32_t kind) {
   if (kind == 'N') return Style::new_line;

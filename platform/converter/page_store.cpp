@@ -15,7 +15,7 @@ namespace zvrt {
 
 namespace {
 
-// Null: the page is not of a form that the tables hold, or memory is short; it is streamed then.
+// Null when no table type fits the page, or memory is short; it is streamed then.
 std::unique_ptr<Converter> build_tables(const IcuConverter& icu) {
   switch (ucnv_getType(icu.get())) {
     case UCNV_SBCS:
@@ -33,7 +33,7 @@ std::unique_ptr<Converter> build_tables(const IcuConverter& icu) {
 
 }  // namespace
 
-// The page's place in the list, its tables built when it is new; null for want of memory.
+// The page in the list, added with its tables when it is new; null when memory is short.
 PageStore::Page* PageStore::page_of(const IcuConverter& icu, Style style) {
   std::array<char, 96> name{};
   std::snprintf(name.data(), name.size(), "%s%s", icu.canonical_name(), style == Style::new_line ? ",swaplfnl" : "");

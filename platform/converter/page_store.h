@@ -1,4 +1,4 @@
-// The pages: tables that all threads share, built once, and converters of a thread's own for the pages without tables.
+// The pages: tables are built once and shared by all threads; a page without tables has a converter per thread.
 #ifndef ZVRT_CONVERTER_PAGE_STORE_H
 #define ZVRT_CONVERTER_PAGE_STORE_H
 

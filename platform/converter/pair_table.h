@@ -1,4 +1,4 @@
-// The inward table of the pages whose characters are one or two bytes, the first byte telling which.
+// To Unicode: the table of the pages of one or two bytes per character, in which the first byte decides the length.
 #ifndef ZVRT_CONVERTER_PAIR_TABLE_H
 #define ZVRT_CONVERTER_PAIR_TABLE_H
 
@@ -13,7 +13,7 @@ class PairTable {
  public:
   PairTable() { single_.fill(undefined); }
 
-  // A broken, cut or undefined character has length 0.
+  // A malformed, truncated or undefined sequence has length 0.
   Decoded read(const unsigned char* text, std::size_t available) const {
     const std::uint32_t first = single_[text[0]];
     if (first <= 0x10FFFF) return {first, 1};

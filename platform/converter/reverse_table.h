@@ -1,4 +1,4 @@
-// From a character to the bytes that a page writes for it: a compact table in two stages.
+// From Unicode: a two-level trie from a character to the bytes that a page writes for it.
 #ifndef ZVRT_CONVERTER_REVERSE_TABLE_H
 #define ZVRT_CONVERTER_REVERSE_TABLE_H
 
@@ -12,17 +12,17 @@
 
 namespace zvrt {
 
-// One, two or four bytes, in order from the lowest. The last of several is not 0, so that the value tells how many.
+// One, two or four bytes, the first one lowest. The last byte of a longer code is not 0, so the value gives the length.
 using Code = std::uint32_t;
 inline constexpr Code no_code = 0xFFFFFFFF;
 
 constexpr std::size_t length_of(Code code) { return code <= 0xFF ? 1 : code <= 0xFFFF ? 2 : 4; }
 
-// Blocks of 64 neighbouring characters stand in `codes`; block 0 holds no character and stands for every block of which
-// the page has none.
+// The first level has an entry per 64 characters: where their block begins in `codes`. Block 0 is empty and shared by
+// all 64s of which the page has no character.
 class ReverseTable {
  public:
-  // What looking up takes; good until the next character is added.
+  // What a lookup needs; valid until the next character is added.
   struct View {
     static constexpr std::size_t block_size = 64;
     static constexpr char32_t limit = 0x30000;  // the planes in which byte pages have characters
@@ -39,7 +39,7 @@ class ReverseTable {
   View view() const { return {begin_of_, codes_.get()}; }
   Code operator[](char32_t character) const { return view()[character]; }
 
-  // False when the table cannot hold it: no memory, or bytes that are no code.
+  // False when the table cannot hold it: no memory, or the bytes are not a code.
   bool add(char32_t character, std::initializer_list<unsigned char> bytes) {
     Code code = 0;
     unsigned shift = 0;

@@ -139,7 +139,7 @@ Converter* find_or_open(ZVRTThreadBlock& block, std::uint32_t number, Style styl
 
 constexpr std::size_t length_of(std::int32_t count) { return count < 0 ? 0 : static_cast<std::size_t>(count); }
 
-// What the kernels of a single-byte page convert whole takes no frame besides theirs; anything else goes through the
+// Text that the kernels of a single-byte page convert completely costs no virtual call; any other text goes through the
 // page, from its start.
 zvrt::Outcome decode(Converter& page, zvrt::Bytes source, zvrt::WideDestination destination) {
   const auto [tables, kernels] = page.single_bytes();

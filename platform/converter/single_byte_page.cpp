@@ -64,8 +64,8 @@ Outcome SingleBytePage::decode(Bytes source, WideDestination destination) {
   return converted(source.size(), destination.count);
 }
 
-// Writes up to the first character that the page does not have, as far as both sides reach. Behind a place where the
-// kernel stops, a few characters are written singly before it is tried again.
+// Writes up to the first character that the page does not have, as far as source and destination reach. Where the
+// kernel stops, a few characters are written one by one before it is tried again.
 std::size_t SingleBytePage::encode_prefix(WideText source, ByteDestination destination) const {
   constexpr std::size_t singly = 8;
   const std::size_t end = std::min(source.count, destination.size());

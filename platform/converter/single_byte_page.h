@@ -1,4 +1,4 @@
-// A page of one byte a character, by tables.
+// A page of one byte per character, by tables.
 #ifndef ZVRT_CONVERTER_SINGLE_BYTE_PAGE_H
 #define ZVRT_CONVERTER_SINGLE_BYTE_PAGE_H
 
@@ -12,7 +12,7 @@ namespace zvrt {
 
 class SingleBytePage final : public Converter {
  public:
-  // Null when a byte of the page is no single UTF-16 unit, or memory is short.
+  // Null when a byte of the page is not a single UTF-16 unit, or memory is short.
   static std::unique_ptr<Converter> build(const IcuConverter& icu);
 
   // With kernels of the caller's choice, for comparing them.

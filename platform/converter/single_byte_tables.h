@@ -1,4 +1,4 @@
-// What a page of one byte a character is made of, and the runs that kernels convert through it.
+// The tables of a page of one byte per character, and the kernels that convert by them.
 #ifndef ZVRT_CONVERTER_SINGLE_BYTE_TABLES_H
 #define ZVRT_CONVERTER_SINGLE_BYTE_TABLES_H
 
@@ -16,9 +16,9 @@ struct SingleByteTables {
   ReverseTable code_of;
   Ascii ascii = Ascii::no;
 
-  // The same in bytes, for kernels that look up 64 at once. An undefined byte is the unit FFFF. Outward there are two
-  // windows of 256 characters, the first ones and those of which the page has most besides; in them the code 0 is
-  // U+0000 or no code.
+  // The same as bytes, for kernels that look up 64 at once. To Unicode: the two halves of each byte's UTF-16 unit, FFFF
+  // for an undefined byte. From Unicode: two windows of 256 characters, U+0000 to U+00FF and the 256 of which the page
+  // has the most besides; a code of 0 is U+0000 or undefined.
   alignas(64) unsigned char low_half[256];   // of each byte's UTF-16 unit
   alignas(64) unsigned char high_half[256];  // likewise
   alignas(64) unsigned char first_window[256];
@@ -26,9 +26,9 @@ struct SingleByteTables {
   std::uint32_t other_window_number;  // its characters divided by 256
 };
 
-// Convert a leading part of `count` units and say how many. Reading stops before the first byte that the page does not
-// define; writing before the first character that it does not have, at the latest: 0 is always allowed. Nothing is
-// written for it or behind it.
+// Convert a leading part of `count` units and return its length. Reading stops exactly before the first byte that the
+// page does not define; writing stops at the latest before the first character that it does not have, possibly at 0.
+// Nothing is written beyond the part converted.
 struct SingleByteKernels {
   std::size_t (*read)(const SingleByteTables& tables, const unsigned char* from, std::size_t count, unsigned char* to);
   std::size_t (*write)(const SingleByteTables& tables, const unsigned char* from, std::size_t count, unsigned char* to);

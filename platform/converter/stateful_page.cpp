@@ -4,8 +4,8 @@ namespace zvrt {
 
 namespace {
 
-constexpr unsigned char shift_out = 0x0E;  // two bytes a character from here
-constexpr unsigned char shift_in = 0x0F;   // one byte a character from here
+constexpr unsigned char shift_out = 0x0E;  // two bytes per character from here
+constexpr unsigned char shift_in = 0x0F;   // one byte per character from here
 
 }  // namespace
 
@@ -17,7 +17,7 @@ std::unique_ptr<Converter> StatefulPage::build(const IcuConverter& icu) {
   return page;
 }
 
-// The shifts mean no character, so that no character can be written as one either.
+// The shift bytes decode to no character, so that none is encoded as one either.
 bool StatefulPage::build_singles(const IcuConverter& icu) {
   for (std::uint32_t value = 0; value < 256; ++value) {
     const auto byte = static_cast<unsigned char>(value);
@@ -79,7 +79,7 @@ Outcome StatefulPage::encode(WideText source, ByteDestination destination) {
     const bool pair = next.length == 2;
     if (pair != shifted) next = {next.bytes << 8 | (pair ? shift_out : shift_in), next.length + 1};
     shifted = pair;
-    // Nothing fits behind a character that did not: what is needed, its closing shift included, only grows.
+    // After a character that did not fit nothing fits: what is needed, the closing shift included, only grows.
     if (needed + next.length + (shifted ? 1 : 0) <= destination.size()) {
       put_bytes(destination.data() + needed, next);
       written = needed + next.length;

@@ -1,4 +1,5 @@
-// A page of two sets, one byte and two bytes a character, with shifts between them (the mixed EBCDIC pages), by tables.
+// A stateful page (SO/SI, the mixed EBCDIC pages), by tables: one byte per character, and two bytes per character
+// between a shift-out and a shift-in.
 #ifndef ZVRT_CONVERTER_STATEFUL_PAGE_H
 #define ZVRT_CONVERTER_STATEFUL_PAGE_H
 
@@ -13,7 +14,7 @@ namespace zvrt {
 
 class StatefulPage final : public Converter {
  public:
-  // Null when the page has several characters behind two bytes, or memory is short.
+  // Null when two bytes of the page stand for several characters, or memory is short.
   static std::unique_ptr<Converter> build(const IcuConverter& icu);
 
   Outcome decode(Bytes source, WideDestination destination) override;

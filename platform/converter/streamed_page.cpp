@@ -12,7 +12,7 @@ constexpr std::size_t chunk = 256;
 
 constexpr bool is_private_use(char32_t c) { return (c >= 0xE000 && c <= 0xF8FF) || c >= 0xF0000; }
 
-// Puts UTF-16 together again; a pair may be parted by the end of a chunk.
+// Joins UTF-16 units to characters; a surrogate pair may be divided by the end of a chunk.
 class Utf16Joiner {
  public:
   explicit Utf16Joiner(WideDestination destination) : destination_(destination) {}
@@ -65,8 +65,8 @@ Outcome StreamedPage::decode(Bytes source, WideDestination destination) {
   return joiner.complete() ? converted(joiner.made(), destination.count) : rejected(joiner.written());
 }
 
-// Writes the source, scalar values all, as a whole text, its closing included, as long as `sink` has room, and counts
-// on behind it.
+// Encodes the source, all of it scalar values, as a complete text with its closing shift: into `sink` as far as it
+// fits, counting the rest.
 StreamedPage::Attempt StreamedPage::write_all(WideText source, ByteDestination sink) const {
   ucnv_resetFromUnicode(icu_.get());
   std::size_t needed = 0;
@@ -93,8 +93,8 @@ StreamedPage::Attempt StreamedPage::write_all(WideText source, ByteDestination s
   return {U_ZERO_ERROR, needed};
 }
 
-// ICU tells neither where whole characters end nor what closing a text at one of them takes, so the place is searched
-// for: the text up to a place is valid and fits, or not, and once not, it is not further on either.
+// ICU reports neither where complete characters end nor how many bytes close a text there, so a binary search finds the
+// place: a prefix is valid and fits, or not, and a longer one than one that does not fit does not either.
 std::size_t StreamedPage::longest_fitting(WideText source, std::size_t capacity) const {
   std::size_t fits = 0;
   std::size_t too_long = source.count + 1;
@@ -106,7 +106,8 @@ std::size_t StreamedPage::longest_fitting(WideText source, std::size_t capacity)
   return fits;
 }
 
-// ICU always falls back for characters of private use, whatever it is told; such a one must read back as itself.
+// ICU always uses fallback mappings for private-use characters, whatever its settings; such a character must decode to
+// itself again.
 bool StreamedPage::round_trips(WideText character) {
   if (!is_scalar_value(character[0])) return false;
   if (!is_private_use(character[0])) return true;

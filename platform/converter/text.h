@@ -1,4 +1,4 @@
-// The two shapes of text, what a conversion comes to, and the loops that every page shares.
+// Narrow and wide text, the result of a conversion, and the loops that all pages share.
 #ifndef ZVRT_CONVERTER_TEXT_H
 #define ZVRT_CONVERTER_TEXT_H
 
@@ -45,7 +45,7 @@ struct Outcome {
   std::size_t count;
 };
 
-// An offending place leaves what was written before it; otherwise the need decides.
+// An invalid character keeps what was written before it; otherwise the length needed decides the status.
 constexpr Outcome rejected(std::size_t written) { return {ZVRT_ICU_RC_INVALID_CHAR, written}; }
 constexpr Outcome converted(std::size_t needed, std::size_t capacity) {
   return {needed > capacity ? ZVRT_ICU_RC_TRUNCATED : 0, needed};
@@ -53,10 +53,11 @@ constexpr Outcome converted(std::size_t needed, std::size_t capacity) {
 
 constexpr bool is_scalar_value(char32_t c) { return c < 0xD800 || (c > 0xDFFF && c <= 0x10FFFF); }
 
-// Which bytes of a page are ASCII: not all of 20 to 7E, just those (some pages exchange control characters), all to 7F.
+// Which bytes of a page are ASCII: not all of 20 to 7E; exactly those, as some pages exchange control characters; 00 to
+// 7F.
 enum class Ascii { no, printable, all };
 
-// Which it is, by what each byte below 80 means.
+// Which of them, by the character of each byte below 80.
 template <class CharacterOf>
 constexpr Ascii ascii_of(CharacterOf character_of) {
   bool printable = true;
@@ -74,7 +75,7 @@ inline constexpr std::size_t ascii_block = 16;
 std::size_t widen_all_ascii_blocks(Ascii ascii, Bytes source, WideDestination destination);
 std::size_t narrow_all_ascii_blocks(Ascii ascii, WideText source, ByteDestination destination);
 
-// Copies leading whole blocks of ASCII, as far as both sides reach, and says how many characters: 0 is always allowed.
+// Copies leading blocks of 16 ASCII characters, as far as source and destination reach; returns the characters copied.
 inline std::size_t widen_ascii_blocks(Ascii ascii, Bytes source, WideDestination destination) {
   return source.size() < ascii_block ? 0 : widen_all_ascii_blocks(ascii, source, destination);
 }
@@ -82,19 +83,20 @@ inline std::size_t narrow_ascii_blocks(Ascii ascii, WideText source, ByteDestina
   return source.count < ascii_block ? 0 : narrow_all_ascii_blocks(ascii, source, destination);
 }
 
-// One character read; a length of 0 is an offending place.
+// One character read; a length of 0 is an invalid sequence.
 struct Decoded {
   char32_t character;
   std::size_t length;
 };
 
-// One character written, its bytes in order from the lowest; a length of 0 is a character that the page does not have.
+// One character as bytes, the first one lowest; a length of 0 is a character that the page does not have.
 struct Encoded {
   std::uint32_t bytes;
   std::size_t length;
 };
 
-// `read` takes the rest of the text, never empty, and gives Decoded. `made` characters of `source` are done already.
+// `read` takes the rest of the text, never empty, and gives Decoded. `made` characters of `source` are converted
+// already.
 template <class Read>
 Outcome decode_each(Bytes source, WideDestination destination, std::size_t made, Read read) {
   for (std::size_t at = made; at < source.size();) {
@@ -108,15 +110,15 @@ Outcome decode_each(Bytes source, WideDestination destination, std::size_t made,
 }
 
 inline void put_bytes(unsigned char* target, Encoded next) {
-  if (next.length == 2) {  // the most by far
+  if (next.length == 2) {  // by far the most
     std::memcpy(target, &next.bytes, 2);
     return;
   }
   for (std::size_t i = 0; i < next.length; ++i) target[i] = static_cast<unsigned char>(next.bytes >> (8 * i));
 }
 
-// `write` takes a character and gives Encoded. `done` characters stand in the first `written` bytes already. Once a
-// character does not fit, none behind it does: `needed` only grows.
+// `write` takes a character and gives Encoded. `done` characters are in the first `written` bytes already. After a
+// character that does not fit none fits: `needed` only grows.
 template <class Write>
 Outcome encode_each(WideText source, ByteDestination destination, std::size_t done, std::size_t written, Write write) {
   std::size_t needed = written;

@@ -8,7 +8,7 @@ namespace {
 
 constexpr Decoded offending{0, 0};
 
-// The number of leading ones of the first byte is the length; the least character of a length excludes overlong forms.
+// The leading one bits of the first byte are the length; the smallest character of each length excludes overlong forms.
 Decoded read(const unsigned char* text, std::size_t available) {
   if (text[0] < 0x80) return {text[0], 1};
   constexpr char32_t min_of_length[] = {0, 0, 0x80, 0x800, 0x10000};

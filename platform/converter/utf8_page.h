@@ -1,4 +1,4 @@
-// UTF-8 as it is defined: shortest forms only, no surrogates, nothing above U+10FFFF.
+// UTF-8 as Unicode defines it: shortest forms only, no surrogates, nothing above U+10FFFF.
 #ifndef ZVRT_CONVERTER_UTF8_PAGE_H
 #define ZVRT_CONVERTER_UTF8_PAGE_H
 

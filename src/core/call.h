@@ -1,4 +1,4 @@
-// The six arguments that all conversions share, as one value, and the two ways of reporting lengths through them.
+// The calling convention: the six arguments that all conversions share, as one value.
 #pragma once
 
 #include <cstdint>
@@ -6,7 +6,7 @@
 
 #include "ZVRTDataCnvLib.h"
 
-// A family's members are one line each: the argument list by one name, its hand-over to a driver by another.
+// A conversion is defined in one line: CNV_PARAMS is its parameter list, CNV_CALL passes the parameters to a driver.
 #define CNV_PARAMS const void *src, int32_t *srcLen, void *dst, int32_t dstSize, uint32_t *outLen, const FldDef *fldDef
 #define CNV_CALL (zvrt::Call{src, srcLen, dst, dstSize, outLen, fldDef})
 
@@ -23,12 +23,12 @@ struct Call {
   const FldDef* fldDef;
 };
 
-// Stores the measured source length where the caller asks for it, by a length that is there and 0.
+// Stores the measured source length if the caller asks for it: the pointer is not null and the length there is 0.
 [[gnu::always_inline]] inline void store_if_zero(std::int32_t* srcLen, std::int64_t bytes) {
   if (srcLen != nullptr && *srcLen == 0) *srcLen = static_cast<std::int32_t>(bytes);
 }
 
-// A descriptor made for a code page that arrived as two plain arguments.
+// A field descriptor for a code page that was passed as two arguments.
 inline FldDef field_of(std::uint32_t code_page, char kind) {
   FldDef field{};
   field.codePage = code_page;
@@ -36,7 +36,7 @@ inline FldDef field_of(std::uint32_t code_page, char kind) {
   return field;
 }
 
-// The `...Out` siblings: the same conversion, its count of characters stored in bytes whatever the status.
+// The `...Out` conversions: as the conversion without, with the length in bytes, whatever the status.
 template <ZVRTConversion conversion>
 Status in_bytes(const Call& call) {
   std::uint32_t characters = 0;

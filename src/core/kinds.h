@@ -1,5 +1,5 @@
-// The six buffer kinds: how a source of the kind is measured, where a destination's text goes, and how either one's
-// length is reported. Everything that reads or writes a kind goes through these.
+// The six buffer kinds. For each: how a source is measured, where the text of a destination goes, and how a length is
+// reported. All code that reads or writes a kind goes through these classes.
 #pragma once
 
 #include <algorithm>
@@ -12,28 +12,28 @@
 
 namespace zvrt {
 
-// A place in a source and a count of units there, owning nothing.
+// A view of source text: address and length in units.
 template <class Unit>
 struct Text {
   const std::byte* at;
   std::int32_t count;
 };
 
-// Where a destination's text goes and how many units fit there.
+// Where the text of a destination goes, and its capacity in units.
 template <class Unit>
 struct Destination {
   std::byte* at;
   std::int32_t capacity;
 };
 
-// Bytes of so many units and a header. Longer than 32 bits can tell is told as the most they can.
+// Size in bytes of `units` units plus the length prefix, saturated at 0xFFFFFFFF.
 template <class Kind>
 constexpr std::uint32_t bytes_of(std::int64_t units) {
   const std::int64_t bytes = units * static_cast<std::int64_t>(sizeof(typename Kind::Unit)) + Kind::header;
   return bytes > INT64_C(0xFFFFFFFF) ? UINT32_C(0xFFFFFFFF) : static_cast<std::uint32_t>(bytes);
 }
 
-// Fixed length: the caller tells it.
+// Fixed length: given by the caller.
 template <class CodeUnit>
 struct FixedKind {
   using Unit = CodeUnit;
@@ -52,7 +52,7 @@ struct FixedKind {
   static std::uint32_t reported(std::int64_t units) { return bytes_of<FixedKind>(units); }
 };
 
-// A 16-bit count of bytes, then the text.
+// A 16-bit length in bytes, then the text.
 template <class CodeUnit>
 struct PrefixedKind {
   using Unit = CodeUnit;
@@ -66,7 +66,7 @@ struct PrefixedKind {
     const auto* bytes = static_cast<const std::byte*>(call.src);
     return {bytes + header, units_in<Unit>(load<std::int16_t>(bytes))};
   }
-  // The destination has room for its header: drivers refuse a smaller one first.
+  // The destination holds at least the header: drivers reject a smaller one before.
   static Destination<Unit> destination(const Call& call) {
     return {static_cast<std::byte*>(call.dst) + header, std::min(units_in<Unit>(call.dstSize - header), max_units)};
   }
@@ -89,7 +89,7 @@ struct TerminatedKind {
   static Destination<Unit> destination(const Call& call) {
     return {static_cast<std::byte*>(call.dst), units_in<Unit>(call.dstSize)};
   }
-  // The only kind that counts in characters, and only on its wide side.
+  // Wide terminated text is the only kind whose length is reported in characters.
   static std::uint32_t reported(std::int64_t units) { return static_cast<std::uint32_t>(units); }
 };
 
@@ -100,7 +100,7 @@ using WVarchar = PrefixedKind<Wide>;
 using VarcharSz = TerminatedKind<char>;
 using WVarcharSz = TerminatedKind<Wide>;
 
-// The `...Out` form of a wide terminated destination: the same buffer, its length told in bytes.
+// The wide terminated destination of the `...Out` conversions: its length is reported in bytes.
 struct WVarcharSzOut : WVarcharSz {
   static std::uint32_t reported(std::int64_t units) { return bytes_of<WVarcharSz>(units); }
 };

@@ -23,7 +23,8 @@ Status fetch(Blocks& blocks) {
   return status != ZVRT_RC_OK ? status : ZVRTGetThreadBlock(&blocks.thread);
 }
 
-// The part of the first initialisation that needs the anchor block; `begun` tells what an unwinding has to end.
+// The part of the first initialisation that needs the anchor block; `begun` is set once a failure has to end the
+// service.
 Status start_service(Blocks& blocks, bool& begun) {
   if (const Status status = fetch(blocks); status != ZVRT_RC_OK) return status;
   begun = true;
@@ -41,7 +42,7 @@ Status initialise_first() {
   bool begun = false;
   const Status status = start_service(blocks, begun);
   if (status != ZVRT_RC_OK) {
-    // A service whose start failed is ended as well: it may have got half way.
+    // A service whose start failed is ended as well: it may be partly started.
     if (begun) ZVRT_ICU_Term(blocks.anchor, blocks.thread);
     ZVRTTermEnvAncBlk();
     MutexDestroy(&hDataCnvMutex);
@@ -73,7 +74,7 @@ uint32_t ZVRTTermDataConversion() {
   const zvrt::Status unlocked = MutexUnLock(&zvrt::hDataCnvMutex);
   if (users != 0) return ZVRT_RC_OK;
   if (unlocked == ZVRT_RC_OK) return zvrt::tear_down();
-  // Not torn down under a lock that may still be held; one more try to give it back.
+  // The mutex may still be held, so nothing is torn down under it; one more attempt to unlock it.
   MutexUnLock(&zvrt::hDataCnvMutex);
   return unlocked;
 }

@@ -10,12 +10,12 @@
 
 namespace zvrt {
 
-// The rules agree on shorter and longer text; their names say what becomes of text that fills the capacity exactly.
+// The rules agree on shorter and longer text; they differ for text that fills the capacity exactly.
 enum class TerminatorRule : std::uint8_t {
   wide,           // the last character gives way to the terminator, truncated
-  narrow,         // no terminator, and that is no truncation
+  narrow,         // no terminator, not truncated
   narrow_strict,  // no terminator, truncated
-  fixed,          // there never is a terminator
+  fixed,          // never a terminator
 };
 
 constexpr std::int32_t no_terminator = -1;

@@ -1,5 +1,5 @@
-// What is known about the elements of a format model, and the names of the months. The tokenizer, the formatter and the
-// parser are loops over this table; none of them knows an element by itself.
+// The table of the elements of a format model, and the names of the months. The tokenizer, the formatter and the parser
+// are loops over this table; none of them knows a single element.
 #pragma once
 
 #include <array>
@@ -15,8 +15,8 @@
 
 namespace zvrt {
 
-// The groups of elements that a kind of record expects, a bit each. An element applies to the kinds that expect its
-// group, and the text is complete once every group expected has been written.
+// The groups of elements, one bit each. A kind of record requires some of them: an element applies to the kinds that
+// require its group, and the text is complete once every required group has been written.
 struct Group {
   static constexpr std::uint8_t none = 0x00;
   static constexpr std::uint8_t fraction = 0x01;
@@ -50,8 +50,8 @@ enum class Writes : std::uint8_t {
   fraction,         // 32 bits, taken as signed
   month_name,
   month_abbreviation,
-  hour_24,     // takes away the place reserved for the marker
-  hour_12,     // decides the marker
+  hour_24,     // blanks the AM/PM designator
+  hour_12,     // determines the AM/PM designator
   designator,  // reserves a place
   end,
 };
@@ -83,12 +83,12 @@ struct Field {
 };
 
 struct alignas(16) Element {
-  char letters[7];         // in capitals, as they follow the percent sign
+  char letters[7];         // upper case, as after the percent sign
   std::uint8_t length;     // how many of them
-  std::uint8_t describes;  // the kind of record it speaks of: a date, a time, both (a timestamp), or 0 for none
+  std::uint8_t describes;  // the kind of record it implies: a date, a time, both (a timestamp), or 0 for none
   std::uint8_t group;
   Writes writes;
-  std::int8_t width;  // characters asked for before anything is written
+  std::int8_t width;  // capacity required before anything is written, in characters
   Reads reads;
   std::uint8_t field;
 };
@@ -105,28 +105,28 @@ constexpr std::uint8_t both = ZVRT_DT_TIMESTAMP;
 // By code. Months and days without a leading zero are for writing only, and so they describe no kind.
 // clang-format off
 inline constexpr std::array<Element, FMT_END + 1> elements = {{
-    {"",       0, detail::nothing, Group::none,     Writes::literal,            1, Reads::rejected,            Field::none},
-    {"YYYY",   4, detail::date,    Group::year,     Writes::year,               4, Reads::year,               Field::year},
-    {"YY",     2, detail::date,    Group::year,     Writes::year_of_century,    2, Reads::year,               Field::year},
-    {"MONTH",  5, detail::date,    Group::month,    Writes::month_name,         0, Reads::month_name,         Field::month},
-    {"MMM",    3, detail::date,    Group::month,    Writes::month_abbreviation, 3, Reads::month_abbreviation, Field::month},
-    {"MM",     2, detail::date,    Group::month,    Writes::field,              2, Reads::field,              Field::month},
-    {"M",      1, detail::nothing, Group::month,    Writes::bare_field,         2, Reads::rejected,            Field::month},
-    {"DD",     2, detail::date,    Group::day,      Writes::field,              2, Reads::field,              Field::day},
-    {"D",      1, detail::nothing, Group::day,      Writes::bare_field,         2, Reads::rejected,            Field::day},
-    {"HH24",   4, detail::time,    Group::hour,     Writes::hour_24,            2, Reads::hour_24,            Field::hour},
-    {"HH",     2, detail::time,    Group::hour,     Writes::hour_12,            2, Reads::hour_12,            Field::hour},
-    {"MI",     2, detail::time,    Group::minute,   Writes::field,              2, Reads::field,              Field::minute},
-    {"SS",     2, detail::time,    Group::second,   Writes::field,              2, Reads::field,              Field::second},
-    {"FFFFFF", 6, detail::both,    Group::fraction, Writes::fraction,           6, Reads::fraction,           Field::fraction},
-    {"FFFFF",  5, detail::both,    Group::fraction, Writes::fraction,           5, Reads::fraction,           Field::fraction},
-    {"FFFF",   4, detail::both,    Group::fraction, Writes::fraction,           4, Reads::fraction,           Field::fraction},
-    {"FFF",    3, detail::both,    Group::fraction, Writes::fraction,           3, Reads::fraction,           Field::fraction},
-    {"FF",     2, detail::both,    Group::fraction, Writes::fraction,           2, Reads::fraction,           Field::fraction},
-    {"F",      1, detail::both,    Group::fraction, Writes::fraction,           1, Reads::fraction,           Field::fraction},
-    {"PM",     2, detail::nothing, Group::designator,   Writes::designator,             2, Reads::designator,             Field::none},
-    {"",       0, detail::nothing, Group::none,     Writes::literal,            1, Reads::nothing,            Field::none},
-    {"",       0, detail::nothing, Group::none,     Writes::end,                0, Reads::rejected,            Field::none},
+    {"",       0, detail::nothing, Group::none,       Writes::literal,            1, Reads::rejected,           Field::none},
+    {"YYYY",   4, detail::date,    Group::year,       Writes::year,               4, Reads::year,               Field::year},
+    {"YY",     2, detail::date,    Group::year,       Writes::year_of_century,    2, Reads::year,               Field::year},
+    {"MONTH",  5, detail::date,    Group::month,      Writes::month_name,         0, Reads::month_name,         Field::month},
+    {"MMM",    3, detail::date,    Group::month,      Writes::month_abbreviation, 3, Reads::month_abbreviation, Field::month},
+    {"MM",     2, detail::date,    Group::month,      Writes::field,              2, Reads::field,              Field::month},
+    {"M",      1, detail::nothing, Group::month,      Writes::bare_field,         2, Reads::rejected,           Field::month},
+    {"DD",     2, detail::date,    Group::day,        Writes::field,              2, Reads::field,              Field::day},
+    {"D",      1, detail::nothing, Group::day,        Writes::bare_field,         2, Reads::rejected,           Field::day},
+    {"HH24",   4, detail::time,    Group::hour,       Writes::hour_24,            2, Reads::hour_24,            Field::hour},
+    {"HH",     2, detail::time,    Group::hour,       Writes::hour_12,            2, Reads::hour_12,            Field::hour},
+    {"MI",     2, detail::time,    Group::minute,     Writes::field,              2, Reads::field,              Field::minute},
+    {"SS",     2, detail::time,    Group::second,     Writes::field,              2, Reads::field,              Field::second},
+    {"FFFFFF", 6, detail::both,    Group::fraction,   Writes::fraction,           6, Reads::fraction,           Field::fraction},
+    {"FFFFF",  5, detail::both,    Group::fraction,   Writes::fraction,           5, Reads::fraction,           Field::fraction},
+    {"FFFF",   4, detail::both,    Group::fraction,   Writes::fraction,           4, Reads::fraction,           Field::fraction},
+    {"FFF",    3, detail::both,    Group::fraction,   Writes::fraction,           3, Reads::fraction,           Field::fraction},
+    {"FF",     2, detail::both,    Group::fraction,   Writes::fraction,           2, Reads::fraction,           Field::fraction},
+    {"F",      1, detail::both,    Group::fraction,   Writes::fraction,           1, Reads::fraction,           Field::fraction},
+    {"PM",     2, detail::nothing, Group::designator, Writes::designator,         2, Reads::designator,         Field::none},
+    {"",       0, detail::nothing, Group::none,       Writes::literal,            1, Reads::nothing,            Field::none},
+    {"",       0, detail::nothing, Group::none,       Writes::end,                0, Reads::rejected,           Field::none},
 }};
 // clang-format on
 
@@ -134,7 +134,7 @@ inline constexpr std::array<Element, FMT_END + 1> elements = {{
 template <std::uint32_t code>
 using Code = std::integral_constant<std::uint32_t, code>;
 
-// Visits one code. A code that nothing is known of is its literal.
+// Visits one code. An unknown code is treated as a literal.
 template <class Visitor>
 [[gnu::always_inline]] inline Status visit_code(std::uint32_t code, Visitor&& visit) {
   switch (code) {
@@ -182,7 +182,7 @@ struct MonthSlot {
   std::uint32_t month;
 };
 
-// A multiplication sends the months' letters to different slots of a small table; the factor was found by trial.
+// A perfect hash: the factor maps the letters of each month to a different slot. It was found by search.
 constexpr std::uint32_t month_slot_bits = 4;
 
 ZVRT_WRAPS constexpr std::uint32_t month_slot(std::uint32_t letters) {

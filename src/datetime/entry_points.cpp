@@ -1,4 +1,4 @@
-// The 19 date and time conversions: a line each over two drivers, one to text and one from it.
+// The 19 date and time conversions: one line each, over drivers to text and from text.
 #include <algorithm>
 
 #include "ZVRTDataCnvLib.h"
@@ -30,7 +30,7 @@ Status write(const Call& call) {
   return format(WVarcharSz::destination(call), call.fldDef->dtFormat->model, ts, Traits::kind, *call.outLen);
 }
 
-// A timestamp to the other kinds, by way of wide terminated text.
+// A timestamp to the other kinds, through wide terminated text.
 template <class Into, Options options, Status no_memory>
 Status write_through_wide(const Call& call) {
   if (!is_complete(call)) return ZVRT_RC_ERROR;
@@ -50,7 +50,7 @@ Status write_through_wide(const Call& call) {
   return convert<WVarcharSz, Into, options>({wide.get(), nullptr, call.dst, call.dstSize, call.outLen, call.fldDef});
 }
 
-// The kinds of text as they are measured here where that differs from the string conversions.
+// Kinds that are measured differently here than by the string conversions.
 struct CharacterCountedWChar : WChar {
   static Text<Wide> measure(const Call& call) {
     return {static_cast<const std::byte*>(call.src), call.srcLen == nullptr ? 0 : std::max(*call.srcLen, 0)};
@@ -62,7 +62,7 @@ struct UnsignedVarchar : Varchar {
   }
 };
 
-// When the source length measured, without any prefix, is stored where the caller asks for it.
+// When the measured source length, without its prefix, is stored if the caller asks for it.
 enum class Stores : std::uint8_t { never, once_converted, once_read, on_success };
 
 struct Source {
@@ -76,7 +76,7 @@ struct Source {
   return load<Wide>(text, i) == 0;
 }
 
-// A two-digit year may be 0, and the first year of a model decides that it is one. Matters for the year 0 only.
+// Year 0 is valid if the first year element of the model is %YY.
 [[gnu::noinline]] DtKind kind_of_timestamp(const FmtCode* model) {
   for (; model->code != FMT_END && model->code != FMT_YYYY; ++model) {
     if (model->code == FMT_YY) return ZVRT_DT_TIMESTAMP_YY;
@@ -102,7 +102,7 @@ template <class Record>
   return ZVRT_RC_OK;
 }
 
-// Terminated wide text of a counted or a narrow source, and then the record.
+// Converts a counted or narrow source to terminated wide text and parses that.
 template <class From, Source source>
 Status read_by_way_of_wide(const Call& call, Text<typename From::Unit> text, Wide* wide) {
   auto chars = static_cast<std::uint32_t>(text.count);
@@ -110,7 +110,7 @@ Status read_by_way_of_wide(const Call& call, Text<typename From::Unit> text, Wid
     copy_units<Wide>(wide, text.at, text.count);
     wide[chars] = 0;
   } else {
-    // The string conversion takes the prefix as signed, and so refuses text that only an unsigned one can tell.
+    // The string conversion takes the prefix as signed, and so rejects text that only an unsigned prefix can count.
     using Converted = std::conditional_t<std::is_same_v<From, UnsignedVarchar>, Varchar, From>;
     std::int32_t bytes = text.count;
     const Status status =
@@ -121,7 +121,7 @@ Status read_by_way_of_wide(const Call& call, Text<typename From::Unit> text, Wid
   return read_wide<ZVRTTS>(*call.fldDef->dtFormat, wide, static_cast<std::int32_t>(chars), call.dst);
 }
 
-// Arguments refused before the source is looked at.
+// Arguments that are rejected before the source is read.
 template <class Record>
 Status check_arguments(const Call& call) {
   constexpr std::int32_t destination_size = RecordTraits<Record>::destination_size;
@@ -136,7 +136,7 @@ Status read(const Call& call) {
   if (const Status status = check_arguments<ZVRTTS>(call); status != ZVRT_RC_OK) return status;
   const auto text = From::measure(call);
   if (text.count == 0) return ZVRT_RC_INVALID_PARAM;
-  constexpr std::int32_t max_chars = INT32_MAX / 4 - 1;  // whose size can be told in bytes
+  constexpr std::int32_t max_chars = INT32_MAX / 4 - 1;  // whose size in bytes still fits
   if (text.count > max_chars) return source.no_memory;
   Scratch<Wide, usual_length> wide(static_cast<std::uint64_t>(text.count) + 1);
   if (wide.get() == nullptr) return source.no_memory;
@@ -149,8 +149,7 @@ Status read(const Call& call) {
   return status;
 }
 
-// Wide terminated text is read where it is. Its terminator ends the reading, so its length is measured only for a
-// caller who asks.
+// Wide terminated text is parsed in place, up to its terminator; its length is measured only if the caller asks for it.
 template <class Record, Stores stores>
 Status read_in_place(const Call& call) {
   if (const Status status = check_arguments<Record>(call); status != ZVRT_RC_OK) return status;
@@ -163,7 +162,7 @@ Status read_in_place(const Call& call) {
   return status;
 }
 
-// The two statuses of a temporary that cannot be had.
+// The two statuses of a failed allocation.
 constexpr Status error = ZVRT_RC_ERROR, no_memory = ZVRT_RC_NO_MEMORY;
 
 }  // namespace

@@ -10,11 +10,11 @@ namespace zvrt {
 
 namespace {
 
-// Writes part after part; each part but the first follows a separator, which stands where the part before it ended.
+// Writes number after number, each with the separator that follows it.
 template <class Unit>
 class FixedLayout {
  public:
-  // There is room for a terminator at least.
+  // The capacity is at least 1.
   FixedLayout(std::byte* dst, std::int32_t capacity)
       : begin_(dst), at_(dst), last_(dst + static_cast<std::size_t>(capacity - 1) * sizeof(Unit)) {}
 

@@ -20,7 +20,8 @@ constexpr auto wide_month_names = [] {
   return names;
 }();
 
-// Names have 3 to 9 letters. Blocks of four that overlap take no notice of how many there are from four on.
+// Names have 3 to 9 letters; from 4 on they are copied by three overlapping blocks of four, without a branch on the
+// length.
 void put_name(std::byte* at, const Wide* name, std::size_t length) {
   struct Four {
     Wide letters[4];
@@ -41,7 +42,7 @@ class Formatter {
   Formatter(std::byte* begin, std::int32_t capacity, TimestampView ts, std::uint8_t groups)
       : at_(begin), last_(begin + (capacity - 1) * unit), ts_(ts), applicable_(groups), awaited_(groups) {}
 
-  // Inlined with all it calls, so that the state lives in registers.
+  // Inlined with everything it calls, so that the state stays in registers.
   [[gnu::always_inline]] Status run(const FmtCode* entry) {
     Status status = ZVRT_RC_OK;
     do {
@@ -63,7 +64,7 @@ class Formatter {
  private:
   static constexpr std::ptrdiff_t unit = sizeof(Wide);
 
-  // The characters placed up to now stay also where they leave no room for a terminator.
+  // The characters written so far stay even if they leave no room for a terminator.
   bool advance(std::ptrdiff_t count) {
     at_ += count * unit;
     return at_ <= last_;
@@ -74,7 +75,8 @@ class Formatter {
     return advance(1);
   }
 
-  // Once every group that is awaited has been written, what follows in the model is not, literals included.
+  // Formatting stops when every group that the record kind requires has been written; the rest of the model is ignored,
+  // literals included.
   template <std::uint32_t code>
   Status write(const FmtCode& entry) {
     constexpr const Element& element = elements[code];
@@ -115,8 +117,8 @@ class Formatter {
     return ZVRT_RC_ERROR;
   }
 
-  // Too little room for the element's own width is a truncation, too little for the digits there really are, and the
-  // terminator, a failure.
+  // A capacity below the width of the element is a truncation; a capacity below the actual digits and the terminator is
+  // an error.
   template <std::int32_t min_digits>
   Status number(std::int32_t value) {
     const std::int32_t count = put_number<Wide, min_digits>(at_, last_, value);
@@ -126,7 +128,7 @@ class Formatter {
     return ZVRT_RC_OK;
   }
 
-  // Room for two digits is asked for whatever the number.
+  // A capacity of two digits is required whatever the number.
   Status bare_number(std::int32_t value) {
     if (last_ - at_ < unit) return ZVRT_RC_TRUNCATED;
     return value < 10 ? number<1>(value) : number<2>(value);
@@ -152,7 +154,7 @@ class Formatter {
     return ZVRT_RC_OK;
   }
 
-  // A place that the marker will not come to is blank.
+  // A reserved place that gets no designator is filled with blanks.
   void blank_designator() {
     if (designator_ != nullptr) put_designator(' ', ' ');
     designator_ = nullptr;

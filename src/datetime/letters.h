@@ -1,4 +1,4 @@
-// Letters compared many at a time and regardless of case: in ASCII only, so the process locale has no say.
+// Letters compared eight at a time and regardless of case: ASCII only, independent of the process locale.
 #pragma once
 
 #include <emmintrin.h>
@@ -15,12 +15,12 @@ namespace zvrt {
 // Equal to a lower-case letter exactly where the character is that letter in either case.
 constexpr std::uint32_t folded(std::uint32_t character) { return character | 0x20; }
 
-// Up to eight letters as bytes in lower case, the first one lowest, and zeros behind them.
+// Up to eight letters as bytes in lower case, the first one lowest, zeros above them.
 using Letters = std::uint64_t;
 
 constexpr std::size_t letters_at_once = 8;
 
-// Digits are no letters: only characters from 40 on have a case.
+// Only characters from 40 on have a case; digits do not change.
 constexpr Letters folded_bytes(Letters characters) {
   return characters | (characters & UINT64_C(0x4040404040404040)) >> 1;
 }
@@ -37,8 +37,8 @@ constexpr Letters first_letters(std::size_t count) {
   return count < letters_at_once ? (Letters{1} << (8 * count)) - 1 : ~Letters{0};
 }
 
-// The eight characters from here on. What is no ASCII character is no letter, and neither is the terminator; what
-// stands behind these is of no use, since no comparison gets there.
+// The eight characters from here on. Characters that are not ASCII, and the terminator, equal no letter; what follows
+// them is not significant, since no comparison gets that far.
 inline Letters letters_at(const void* text) {
   Letters letters = 0;
   if (may_read_ahead(text, letters_at_once * sizeof(Wide))) [[likely]] {

@@ -1,4 +1,4 @@
-// Dates read by a format model that travels with them as text.
+// Dates with their format model given as text beside them.
 #include <algorithm>
 #include <cwchar>
 
@@ -15,7 +15,7 @@ namespace {
 constexpr std::size_t max_model_length = 32766;
 constexpr std::size_t usual_model = 127, usual_text = 511;
 
-// Tokenises the model and reads a date by `read`, which is handed the field descriptor that carries it.
+// Tokenises the model and reads a date by `read`, which gets a field descriptor with the model.
 template <class Read>
 Status read_by_own_model(DateWithModel& date, Read read) {
   const std::size_t length = wcsnlen(date.modelText, max_model_length + 1);
@@ -49,7 +49,7 @@ uint32_t ZVRTDateCharToDate(const char* src, DateWithModel* date) {
 
 uint32_t ZVRTUTF16DateCharToDate(const uint16_t* src, int32_t srcUnits, DateWithModel* date) {
   return zvrt::read_by_own_model(*date, [src, srcUnits](ZVRTTS& ts, const FldDef& field) -> zvrt::Status {
-    // A character is one unit or two, so there is always a place left for the terminator.
+    // A character is one unit or two, so there is always capacity for the terminator.
     const auto units = static_cast<std::uint32_t>(std::max(srcUnits, 0));
     zvrt::Scratch<wchar_t, zvrt::usual_text + 1> wide(std::uint64_t{units} + 1);
     if (wide.get() == nullptr) return ZVRT_RC_NO_MEMORY;

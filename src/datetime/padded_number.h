@@ -1,5 +1,5 @@
-// Numbers with at least so many digits, placed as a bounded print places them: the text and a terminator must fit, and
-// nothing is written where they do not. The terminator itself is left to whatever follows the number.
+// Numbers with a minimum of digits, written if they and a terminator fit, else not at all. The terminator itself is
+// written by what follows the number.
 #pragma once
 
 #include <array>
@@ -30,7 +30,7 @@ constexpr std::uint32_t power_of_ten(std::int32_t exponent) {
   return power;
 }
 
-// Exactly so many digits of a number that has no more.
+// Exactly `digits` digits of a number that has no more.
 template <class Unit, std::int32_t digits>
 inline void put_digits(std::byte* at, std::uint32_t number) {
   if constexpr (digits >= 2) {
@@ -47,7 +47,7 @@ std::ptrdiff_t units_between(const std::byte* at, const std::byte* last) {
   return (last - at) / std::ptrdiff_t{sizeof(Unit)};
 }
 
-// Any number. Returns the characters written, 0 where they and a terminator do not fit.
+// Any number. Returns the characters written, 0 if they and a terminator do not fit.
 template <class Unit>
 ZVRT_WRAPS [[gnu::noinline]] std::int32_t put_any_number(std::byte* at, const std::byte* last, std::int32_t value,
                                                          std::int32_t min_digits) {
@@ -66,7 +66,7 @@ ZVRT_WRAPS [[gnu::noinline]] std::int32_t put_any_number(std::byte* at, const st
   return length;
 }
 
-// The same, quick where the least digits are enough and fit.
+// The same, fast if the number has no more than the minimum of digits and they fit.
 template <class Unit, std::int32_t min_digits>
 inline std::int32_t put_number(std::byte* at, const std::byte* last, std::int32_t value) {
   const auto number = static_cast<std::uint32_t>(value);

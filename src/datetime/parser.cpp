@@ -24,10 +24,10 @@ constexpr auto month_letters = [] {
 struct DigitRun {
   std::uint32_t value;   // wraps around
   std::uint32_t length;  // digits, and a minus sign anywhere among them
-  bool rejected;         // ended by a character that does not belong, not by the limit or the end of the text
+  bool rejected;         // ended by an invalid character, not by the limit or the end of the text
 };
 
-// The longest run of at most so many characters: reading more than that is refused, reading just those is not.
+// At most `limit` characters. A run that an invalid character ends is read again up to that character, and marked.
 [[gnu::noinline]] DigitRun read_digits(const std::byte* text, std::uint32_t limit) {
   const auto max_chars = static_cast<std::int32_t>(std::min(limit, static_cast<std::uint32_t>(INT32_MAX)));
   NumberRun run = read_run(text, 0, max_chars);
@@ -36,7 +36,7 @@ struct DigitRun {
   return {static_cast<std::uint32_t>(run.value), static_cast<std::uint32_t>(run.end), rejected};
 }
 
-// Nearly every number is just so many digits; no character is looked at behind one that is none.
+// The usual case: exactly `count` digits. No character is read after the first one that is not a digit.
 template <std::size_t count>
 ZVRT_WRAPS bool read_fixed_digits(const std::byte* text, std::uint32_t& value) {
   value = 0;
@@ -48,7 +48,7 @@ ZVRT_WRAPS bool read_fixed_digits(const std::byte* text, std::uint32_t& value) {
   return true;
 }
 
-// Equal over so many characters, in either case; `letters` are lower-case ones, terminated.
+// Whether the first `limit` characters equal the letters, regardless of case; `letters` are lower case and terminated.
 bool same_letters(const std::byte* text, const char* letters, std::size_t limit) {
   for (std::size_t i = 0; i < limit; ++i) {
     const auto letter = static_cast<unsigned char>(letters[i]);
@@ -59,7 +59,7 @@ bool same_letters(const std::byte* text, const char* letters, std::size_t limit)
   return true;
 }
 
-// What is read ends at the terminator, however far it was meant to go.
+// Advances by `count` characters, but not beyond the terminator.
 const std::byte* advanced(const std::byte* text, std::uint32_t count) {
   for (; count > 0 && load<Wide>(text) != 0; --count) text += unit;
   return text;
@@ -79,7 +79,7 @@ const FmtCode* after_literals(const FmtCode* entry) {
   return entry;
 }
 
-// Behind the first occurrence of a run of literals, or null.
+// The address after the first occurrence of a run of literals, or null.
 [[gnu::noinline]] const std::byte* find_run(const std::byte* text, const FmtCode* run, const FmtCode* run_end) {
   for (;; text += unit) {
     if (starts_with(text, run, run_end)) return advanced(text, static_cast<std::uint32_t>(run_end - run));
@@ -92,7 +92,7 @@ class Parser {
   Parser(const std::byte* text, std::int32_t chars, const FmtCode* model, ZVRTTS& ts)
       : text_(text), remaining_(chars), entry_(model), ts_(ts) {}
 
-  // Inlined with all it calls, so that the state lives in registers.
+  // Inlined with everything it calls, so that the state stays in registers.
   [[gnu::always_inline]] Status run() {
     Status status = ZVRT_RC_OK;
     while (status == ZVRT_RC_OK && load<Wide>(text_) != 0 && remaining_ > 0) {
@@ -109,7 +109,7 @@ class Parser {
  private:
   static constexpr std::int32_t none_pending = -1;
 
-  // To the next element, and behind the literals before it: nearly always they stand right here.
+  // Advances to the next element, past the literals before it: usually the text has them right here.
   Status pass_literals() {
     const FmtCode* const run = entry_;
     const std::byte* at = text_;
@@ -160,7 +160,7 @@ class Parser {
     remaining_ -= count;
   }
 
-  // A failure to read two digits is retried with one.
+  // Two digits, or else one.
   bool two_digits(std::uint32_t& value) {
     std::uint32_t length = 2;
     if (!read_fixed_digits<2>(text_, value)) [[unlikely]] {
@@ -243,9 +243,9 @@ class Parser {
     return ZVRT_RC_OK;
   }
 
-  // Fewer digits than the element has stand for its first ones.
+  // Fewer digits than the element has are its leading ones.
   ZVRT_WRAPS static std::uint32_t scaled(const DigitRun& run, std::uint32_t width) {
-    constexpr std::uint32_t all_bits_gone = 32;  // so many times ten is a multiple of 2^32
+    constexpr std::uint32_t all_bits_gone = 32;  // ten to this power is a multiple of 2^32
     std::uint32_t value = run.value;
     for (auto missing = std::min(width - run.length, all_bits_gone); missing > 0; --missing) value *= 10;
     return value;
@@ -267,7 +267,7 @@ class Parser {
     return ZVRT_RC_OK;
   }
 
-  // Once both an hour of the 12-hour clock and its half of the day are known.
+  // Once both an hour of the 12-hour clock and its day period are known.
   void resolve_hour() {
     if (pending_hour_ == none_pending || day_period_ == DayPeriod::none) return;
     ts_.hour = static_cast<std::uint16_t>(hour_of_day({pending_hour_, day_period_}));

@@ -8,8 +8,8 @@
 
 namespace zvrt {
 
-// `text` is of any alignment. Nothing is read behind its terminator; `chars` only says when to stop looking for further
-// elements. The record is untouched when the arguments are refused, and otherwise holds what was read, zero elsewhere.
+// `text` is of any alignment. Nothing is read after its terminator; `chars` only limits where an element may begin. The
+// record is left alone when the arguments are rejected; otherwise it holds what was read, zero elsewhere.
 Status parse(const void* text, std::int32_t chars, const FmtCode* model, std::int32_t model_length, ZVRTTS& ts);
 
 }  // namespace zvrt

@@ -10,7 +10,7 @@
 
 namespace zvrt {
 
-// A timestamp that is read where the caller has it, at any address.
+// A view of the caller's timestamp, at any alignment.
 class TimestampView {
  public:
   explicit TimestampView(const void* record) : at_(static_cast<const std::byte*>(record)) {}
@@ -42,7 +42,7 @@ constexpr std::int32_t days_in(std::int32_t month, std::int32_t year) {
 inline Status validate_date(TimestampView ts, std::int32_t first_year) {
   if (ts.year() < first_year || ts.year() > 9999) return ZVRT_RC_INVALID_YEAR;
   if (ts.month() == 0 || ts.month() > 12) return ZVRT_RC_INVALID_MONTH;
-  // Nearly every day is within the shortest month.
+  // Days up to 28 need no calendar.
   if (ts.day() == 0 || (ts.day() > 28 && ts.day() > days_in(ts.month(), ts.year()))) return ZVRT_RC_INVALID_DAY;
   return ZVRT_RC_OK;
 }
@@ -62,8 +62,8 @@ inline Status validate(TimestampView ts, DtKind kind) {
   return status != ZVRT_RC_OK || kind == ZVRT_DT_DATE ? status : validate_time(ts);
 }
 
-// What a record type is to the conversions: its kind, the slot it fills as a destination, and its way to and from the
-// timestamp that all work is done on.
+// For each record type: its kind, the bytes it takes as a destination, and the conversion to and from the timestamp
+// that the parser and the formatter work on.
 template <class Record>
 struct RecordTraits;
 

@@ -30,7 +30,7 @@ constexpr Spelling spelling_of(std::uint32_t code) {
 constexpr std::size_t spelling_count = static_cast<std::size_t>(
     std::count_if(elements.begin(), elements.end(), [](const Element& element) { return element.length > 0; }));
 
-// By falling length, because a longer element stands before those that begin it.
+// By descending length, so that an element is compared before its own prefixes.
 constexpr auto spellings = [] {
   std::array<Spelling, spelling_count> sorted{};
   std::size_t count = 0;
@@ -41,8 +41,8 @@ constexpr auto spellings = [] {
   return sorted;
 }();
 
-// The element that these letters begin with, or null. A branch a spelling: models come again and again, so that the
-// processor foresees the element, and with it where the next one stands, before the letters have been compared.
+// The element that these letters begin with, or null. One branch per spelling: models repeat, so the processor predicts
+// the element, and with it the address of the next one, before the comparison is done.
 template <std::size_t... indices>
 const Spelling* find_element(Letters letters, std::index_sequence<indices...>) {
   const Spelling* found = nullptr;
@@ -57,7 +57,7 @@ const Spelling* find_element(Letters letters, std::index_sequence<indices...>) {
 Status tokenise(const wchar_t* model_text, FmtCode* codes, DtKind& kind) {
   std::uint32_t described = 0;  // the kinds with a date (1), with a time (2) and with both (3) add up as bits
   Status status = ZVRT_RC_OK;
-  // Fields that an entry does not use are left as the caller prepared them.
+  // Fields that an entry does not use are left alone.
   for (const wchar_t* text = model_text;; ++codes) {
     const Wide character = load<Wide>(text);
     if (character == 0) {

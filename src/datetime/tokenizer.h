@@ -8,7 +8,7 @@
 
 namespace zvrt {
 
-// Writes at most one entry a character and the end entry; `kind` grows by what the elements describe.
+// Writes at most one entry per character, and the end entry. The kinds that the elements imply are added to `kind`.
 Status tokenise(const wchar_t* model_text, FmtCode* codes, DtKind& kind);
 
 }  // namespace zvrt

@@ -5,7 +5,7 @@
 
 namespace zvrt {
 
-// The pairs of kind letter and code page that mean UTF-8 and need no converter.
+// The pairs of vendor letter and code page that mean UTF-8 and need no converter.
 constexpr bool is_utf8_pair(char kind, std::uint32_t code_page) {
   switch (kind) {
     case '2':

@@ -17,7 +17,7 @@ inline Status find_converter(const FldDef& field, void*& converter) {
   return converter == nullptr ? ZVRT_RC_NO_CONVERTER : ZVRT_RC_OK;
 }
 
-// Lengths and rooms are in the units of their side: bytes, wide characters.
+// Lengths and capacities are in units of their side: bytes or wide characters.
 inline Status service_decode(const FldDef& field, const void* src, std::int32_t length, void* dst,
                              std::int32_t capacity, std::uint32_t* needed) {
   void* converter = nullptr;

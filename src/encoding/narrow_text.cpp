@@ -8,7 +8,7 @@ namespace zvrt {
 
 namespace {
 
-// A service may be handed no more than it can count in bytes.
+// The service takes no more characters than 32 bits can count in bytes.
 std::int32_t within_service(std::int32_t units) {
   constexpr std::int32_t max_units = INT32_MAX / 4;
   return std::min(units, max_units);
@@ -18,9 +18,8 @@ std::int32_t written_of(std::uint32_t count, std::int32_t capacity) {
   return static_cast<std::int32_t>(std::min(count, static_cast<std::uint32_t>(capacity)));
 }
 
-// The service tells what a truncated text needs, not what it wrote. That is the longest run of characters that fits,
-// which lies where the shorter text just still converts whole; the last conversion leaves exactly it in the
-// destination.
+// Of a truncated text the service reports what it needs, not what it wrote. That is the longest prefix that fits, found
+// by bisection; a last conversion leaves exactly that prefix in the destination.
 [[gnu::noinline]] std::int32_t encode_what_fits(const FldDef& field, Text<Wide> text, Destination<char> destination) {
   std::int32_t fits = 0;
   for (std::int32_t too_many = text.count; fits + 1 < too_many;) {
@@ -35,7 +34,7 @@ std::int32_t written_of(std::uint32_t count, std::int32_t capacity) {
   return written_of(written, destination.capacity);
 }
 
-// Inline in each of their two callers: on short text a frame more is felt.
+// Inline in both callers: on short text one more call would be measurable.
 inline TranscodeResult decode_counted(const FldDef& field, Text<char> text, Destination<Wide> destination) {
   std::uint32_t count = 0;
   const Status status = service_decode(field, text.at, text.count, destination.at, destination.capacity, &count);

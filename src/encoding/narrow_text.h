@@ -15,8 +15,8 @@ inline TranscodeResult decode(const FldDef* fldDef, Text<char> text, Destination
   return utf8_to_wide(reinterpret_cast<const char*>(text.at), text.count, destination.at, destination.capacity);
 }
 
-// A truncating service does not tell what it wrote; where the length written has to be known, finding it costs some
-// more conversions.
+// Of a truncated text the service does not report what it wrote; if that length is needed, finding it costs some more
+// conversions.
 enum class Written : bool { unimportant, exact };
 
 // A zero character ends the text.

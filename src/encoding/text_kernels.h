@@ -1,8 +1,8 @@
-// Kernels for ordinary text. The scalar definition decides every result; a kernel takes some leading part of a text off
-// its hands, possibly nothing, and the scalar loop goes on where it stopped.
+// Kernels for well-formed text. The scalar definition decides every result: a kernel converts some leading part of a
+// text, possibly nothing, and the scalar loop continues where it stopped.
 //
-// Ordinary UTF-8 is well-formed sequences of one to four bytes, with no zero in any form; ordinary wide text is the
-// characters 1 to 1FFFFF, which are the ones of one to four bytes. Wide text may stand at any alignment.
+// The fast path takes UTF-8 sequences of one to four bytes that are well-formed and do not encode U+0000, in any
+// length; of wide text the characters 1 to 1FFFFF, which have one to four bytes. Wide text may have any alignment.
 #pragma once
 
 #include <cstddef>
@@ -14,8 +14,8 @@
 namespace zvrt {
 
 struct Progress {
-  std::size_t read = 0;     // source units taken, always whole characters
-  std::size_t written = 0;  // destination units produced, never more than the room
+  std::size_t read = 0;     // source units taken, always complete characters
+  std::size_t written = 0;  // destination units produced, never more than the capacity
 };
 
 // Every version of a kernel writes exactly the units it reports. The counted ones read within the count; the terminated

@@ -13,7 +13,7 @@ namespace zvrt {
 
 namespace {
 
-// Wide characters that go on being counted behind a full destination.
+// Wide characters, still counted after the destination is full.
 class WideSink {
  public:
   WideSink(void* dst, std::int32_t capacity, std::size_t written = 0)
@@ -55,7 +55,7 @@ class WideSink {
   Status status_ = ZVRT_RC_OK;
 };
 
-// UTF-16 units that go on being counted once a character has not fitted.
+// UTF-16 units, still counted after a character that did not fit.
 class Utf16Sink {
  public:
   Utf16Sink(std::uint16_t* dst, std::int32_t capacity, std::size_t written = 0)
@@ -97,8 +97,8 @@ class Utf16Sink {
   Status status_ = ZVRT_RC_OK;
 };
 
-// UTF-8 bytes that go on being counted behind a full destination: what is needed only grows, so once a sequence has not
-// fitted no later one does.
+// UTF-8 bytes, still counted after the destination is full: `needed` only grows, so after a sequence that did not fit
+// none does.
 class Utf8Sink {
  public:
   Utf8Sink(char* dst, std::int32_t capacity, std::size_t written = 0)
@@ -332,7 +332,7 @@ TranscodeResult encode_within(const void* src, std::int32_t units, char* dst, st
 
 }  // namespace zvrt
 
-// A caller may count more than there is: nothing behind a terminator is looked at.
+// The caller's count may exceed the memory of a terminated text: nothing after a terminator is read.
 uint32_t Convert8To32(wchar_t* dst, int32_t dstUnits, const char* src, int32_t srcBytes, uint32_t* count) {
   return zvrt::report(zvrt::decode_within(src, srcBytes, dst, dstUnits), count);
 }

@@ -6,7 +6,7 @@
 namespace zvrt {
 
 enum class Utf8 : std::uint8_t {
-  character,   // a whole sequence
+  character,   // a complete sequence
   incomplete,  // the source ends inside the sequence
   malformed,   // a continuation byte is due and another stands there
 };
@@ -21,7 +21,7 @@ constexpr std::uint32_t replacement_character = 0xFFFD;
 
 constexpr bool is_continuation(unsigned char byte) { return (byte & 0xC0U) == 0x80U; }
 
-// Continuation bytes that follow a lead byte. Stray bytes (80..BF, FE, FF) stand for themselves.
+// Continuation bytes that follow a lead byte. Bytes that are no lead byte (80..BF, FE, FF) decode to themselves.
 constexpr std::int32_t continuations_after(unsigned char lead) {
   if (lead < 0xC0 || lead > 0xFD) return 0;
   return lead < 0xE0 ? 1 : lead < 0xF0 ? 2 : lead < 0xF8 ? 3 : lead < 0xFC ? 4 : 5;
@@ -43,15 +43,15 @@ constexpr Utf8Sequence decode_utf8(const char* src, std::int64_t remaining) {
   return {Utf8::character, code_point == replacement_character ? '?' : code_point, length};
 }
 
-constexpr std::uint32_t utf8_limit = 0x80000000;  // the first value that has no form
+constexpr std::uint32_t utf8_limit = 0x80000000;  // the first value without an encoding
 
-// Bytes of the shortest form of a value below utf8_limit.
+// Bytes of the shortest encoding of a value below utf8_limit.
 constexpr std::int32_t utf8_length(std::uint32_t code_point) {
   if (code_point < 0x80) return 1;
   return code_point < 0x800 ? 2 : code_point < 0x10000 ? 3 : code_point < 0x200000 ? 4 : code_point < 0x4000000 ? 5 : 6;
 }
 
-// Writes the form of `length` bytes.
+// Writes the encoding of `length` bytes.
 constexpr void encode_utf8(std::uint32_t code_point, std::int32_t length, char* dst) {
   constexpr std::uint32_t lead_marks[] = {0x00, 0xC0, 0xE0, 0xF0, 0xF8, 0xFC};
   for (std::int32_t i = length - 1; i > 0; --i) {

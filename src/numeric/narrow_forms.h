@@ -5,7 +5,7 @@
 
 namespace zvrt {
 
-// Encodes terminated wide text into the call's narrow destination. outLen is told only where the whole text arrived.
+// Encodes terminated wide text into the call's narrow destination. outLen is set only if the complete text was written.
 inline Status encode_narrow(const Call& call, const void* wide_text) {
   std::uint32_t bytes = 0;
   Call encoding = call;

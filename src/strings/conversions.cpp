@@ -1,4 +1,4 @@
-// The 21 conversions among the six kinds: a line each, a column for each thing that can differ.
+// The 21 conversions among the six kinds, one line each: source kind, destination kind, options.
 #include "ZVRTDataCnvLib.h"
 #include "strings/convert.h"
 

@@ -1,4 +1,4 @@
-// The drivers of the string family: measure, transcode, terminate, report. Every other family reaches the narrow and the
+// The drivers of the string family: measure, transcode, terminate, report. All other families reach the narrow and the
 // counted kinds through these.
 #pragma once
 
@@ -16,16 +16,16 @@ namespace zvrt {
 enum class Empty : std::uint8_t {
   rejected,
   accepted,
-  rejected_after_report,  // a field too short for one character is refused once outLen tells 0
+  rejected_after_report,  // a field too short for one character is rejected after outLen is set to 0
 };
 enum class Reports : std::uint8_t { needed, written };
 
-// How a member departs from its family.
+// The options of a conversion: how it differs from the rest of its family.
 struct Options {
   Empty empty = Empty::rejected;
   Reports reports = Reports::needed;
   bool strict = false;      // a full narrow destination without its terminator is a truncation
-  bool zero_fills = false;  // a zero character ends the text, the rest of its length becomes zeros
+  bool zero_fills = false;  // a zero character ends the text, the rest of its length is filled with zeros
 };
 
 constexpr Options accepts_empty{.empty = Empty::accepted};
@@ -40,7 +40,7 @@ TranscodeResult copy(Text<Unit> text, Destination<Unit> destination) {
   return {text.count, written, ZVRT_RC_OK};
 }
 
-// Terminated text, measured on the way; a text longer than can be counted counts as the longest.
+// Terminated text, measured while it is copied; a text longer than 2^31 - 1 has that length.
 template <class Unit>
 TerminatedResult copy_terminated(const std::byte* text, Destination<Unit> destination) {
   const auto kernel = sizeof(Unit) == 1 ? text_kernels.copy : text_kernels.copy_wide;
@@ -55,7 +55,7 @@ TerminatedResult copy_terminated(const std::byte* text, Destination<Unit> destin
   return {{length, written, ZVRT_RC_OK}, length};
 }
 
-// Zero characters within a counted text end it; what is left of its length is filled with them.
+// A zero character within counted text ends it; the rest of its length is filled with zeros.
 inline TranscodeResult copy_to_zero(Text<Wide> text, Destination<Wide> destination) {
   const std::int32_t written = std::min(text.count, destination.capacity);
   if (written > 0) text_kernels.copy_counted(text.at, destination.at, static_cast<std::size_t>(written));
@@ -71,7 +71,7 @@ bool is_empty(const Call& call) {
   }
 }
 
-// Same unit: a copy. Narrow to wide and back: the encoding step, which finds the end of a terminated text itself.
+// Same unit: a copy. Narrow to wide and wide to narrow: transcoding, which finds the end of terminated text itself.
 template <class From, class Into, Options options>
 TerminatedResult transcode(const Call& call, Destination<typename Into::Unit> destination) {
   constexpr bool decodes = sizeof(typename From::Unit) < sizeof(typename Into::Unit);
@@ -98,8 +98,8 @@ TerminatedResult transcode(const Call& call, Destination<typename Into::Unit> de
   }
 }
 
-// Ends the destination: a prefix always tells the bytes that are there, a terminator stands only behind text that
-// arrived whole.
+// Completes the destination: a prefix always holds the bytes written; a terminator is written only after a complete
+// text.
 template <class Into, Options options>
 Status terminate_destination(const Call& call, Destination<typename Into::Unit> destination,
                              const TranscodeResult& result) {
@@ -127,8 +127,8 @@ Status convert(const Call& call) {
   return status;
 }
 
-// The copies that look at the source only as far as they copy it: they report, for source and destination alike, the
-// bytes copied. Into a terminated kind there has to be room for the terminator, into a field only for the text.
+// Copies that read the source only as far as they copy it, and report the bytes copied as both lengths. A terminated
+// destination must hold the terminator too, a fixed one only the text.
 template <class Into>
 Status copy_until_full(const Call& call) {
   const auto destination = Into::destination(call);

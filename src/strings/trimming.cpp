@@ -11,10 +11,10 @@
 namespace zvrt {
 namespace {
 
-constexpr std::uint8_t trim = 1;  // any other flag value leaves its end alone
+constexpr std::uint8_t trim = 1;  // any other flag value leaves that end alone
 constexpr Wide blank = 0x20;
 
-// Does a leading trim close the text behind what it moved? Wide text is closed, narrow text is not.
+// Whether a leading trim terminates the text it moved: wide text yes, narrow text no.
 enum class Closes : bool { no, yes };
 
 std::int32_t leading_blanks(const char* text, std::int32_t length) {
@@ -54,7 +54,7 @@ std::int32_t trim_ends(Unit* text, std::int32_t length, std::uint8_t leading, st
   return length;
 }
 
-// Trims through wide text, since a blank of another code page is not the byte 20.
+// Trims through wide text, since a blank in another code page is not the byte 20.
 Status trim_transcoded(char* text, std::int32_t* len, std::uint8_t leading, std::uint8_t trailing,
                        const FldDef& field) {
   constexpr std::size_t usual_length = 1024;

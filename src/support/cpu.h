@@ -1,10 +1,11 @@
-// What the processor can do, for kernels that exist in several versions.
+// The level of the processor, and the choice among the versions of a kernel.
 //
-// A family of kernels keeps its choice in a constant of its own, made once when the library is loaded:
+// Each family of kernels keeps its choice in a constant that is initialised when the library is loaded:
 //
 //   const Kernels& kernels = *choose_version(Versions<const Kernels>{.baseline = &baseline_kernels, .sse41 = &sse41_kernels});
 //
-// and every version equals the baseline on all input. Tests call the versions directly, as far as the machine has them.
+// Every version gives the same results as the baseline on all input; the tests call each version that the machine
+// supports.
 #pragma once
 
 #include <cstdint>
@@ -19,7 +20,7 @@ enum class CpuLevel : std::uint8_t {
 
 CpuLevel cpu_level();
 
-// A kernel, or a table of kernels, in the versions it exists in; levels left out are served by the next lower one.
+// The versions of a kernel or of a table of kernels; a level without its own is served by the next lower one.
 template <class Kernel>
 struct Versions {
   Kernel* baseline;

@@ -1,4 +1,4 @@
-// When a kernel may load a block of text before it knows where the text ends.
+// The page rule: when a kernel may load a block of text before it knows where the text ends.
 #pragma once
 
 #include <cstddef>
@@ -16,8 +16,8 @@ constexpr bool reads_ahead = false;
 constexpr bool reads_ahead = true;
 #endif
 
-// Memory is there or not by whole pages: where the first byte may be read, so may a block in the same page. The
-// sanitizers do not see it that way.
+// Memory is mapped in pages: if the first byte may be read, so may a block within the same page. Sanitizers check
+// bytes, so with them nothing is read ahead.
 [[gnu::always_inline]] inline bool may_read_ahead(const void* at, std::size_t bytes) {
   constexpr std::uintptr_t page = 4096;
   return reads_ahead && reinterpret_cast<std::uintptr_t>(at) % page <= page - bytes;

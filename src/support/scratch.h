@@ -1,4 +1,4 @@
-// A temporary that lives on the stack while it is small, on the heap above, and frees itself.
+// A temporary on the stack, or on the heap when it is large; freed by its destructor.
 #pragma once
 
 #include <cstddef>
@@ -7,8 +7,8 @@
 
 namespace zvrt {
 
-// Uninitialised room for `count` units, the first `inline_count` of which cost no allocation. get() is null where the
-// memory could not be had. Counts come from lengths of 32 bits: that of their bytes does not wrap around.
+// Uninitialised memory for `count` units; up to `inline_count` without an allocation. get() is null when the allocation
+// failed. Counts come from 32-bit lengths, so their size in bytes does not wrap around.
 template <class Unit, std::size_t inline_count>
 class Scratch {
   static_assert(std::is_trivial_v<Unit>);

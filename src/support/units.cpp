@@ -14,7 +14,7 @@ std::int32_t counted(std::size_t length) { return static_cast<std::int32_t>(std:
 
 bool is_aligned(const void* wide_text) { return reinterpret_cast<std::uintptr_t>(wide_text) % alignof(wchar_t) == 0; }
 
-// For wide text that a prefix has pushed off its alignment.
+// For wide text that is not aligned, as after a prefix.
 std::size_t scan(const void* wide_text, std::size_t limit) {
   std::size_t length = 0;
   while (length < limit && load<Wide>(wide_text, length) != 0) ++length;

@@ -10,9 +10,7 @@ namespace zvrt {
 // A wide character: one UTF-32 code unit.
 using Wide = std::uint32_t;
 
-// The data of a WVarchar starts at byte 2, so a unit is never read or written through a pointer to its type. What
-// kernels use as well is inlined at every level of optimisation, so that no copy compiled for one processor is left to
-// link.
+// The text of a WVarchar starts at byte 2, so a unit is never read or written through a pointer to its type.
 template <class Unit>
 [[gnu::always_inline]] inline Unit load(const void* units, std::size_t index = 0) {
   Unit unit;
@@ -27,18 +25,18 @@ template <class Unit>
 
 template <class Unit>
 inline void copy_units(void* dst, const void* src, std::int32_t count) {
-  // memcpy wants valid pointers even for nothing, and a destination without room may be null.
+  // memcpy requires valid pointers even for 0 bytes, and a destination of size 0 may be null.
   if (count > 0) std::memcpy(dst, src, static_cast<std::size_t>(count) * sizeof(Unit));
 }
 
-// Whole units in a buffer of this many bytes; a negative size is no room.
+// Complete units in a buffer of this size in bytes; none if the size is negative.
 template <class Unit>
 [[gnu::always_inline]] constexpr std::int32_t units_in(std::int32_t bytes) {
   return bytes > 0 ? bytes / static_cast<std::int32_t>(sizeof(Unit)) : 0;
 }
 
-// Lengths up to the terminator. A length is a signed 32-bit count everywhere, so a longer text is measured as the
-// longest that can be counted; no destination can hold it.
+// Lengths up to the terminator. Lengths are signed 32-bit everywhere: a longer text has the length 2^31 - 1, which no
+// destination can hold.
 std::int32_t length_of(const char* text);
 std::int32_t length_of(const void* wide_text);
 // At most `limit` units are examined.

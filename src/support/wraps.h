@@ -1,7 +1,7 @@
-// Arithmetic of unsigned integers that is meant to lose its upper bits.
+// ZVRT_WRAPS: a function with unsigned arithmetic that wraps around on purpose.
 #pragma once
 
-// Before a function in which values wrap around on purpose: clang's integer sanitizer watches everything else.
+// clang's integer sanitizer checks everything else.
 #if defined(__clang__)
 #define ZVRT_WRAPS [[clang::no_sanitize("unsigned-integer-overflow", "unsigned-shift-base")]]
 #else

@@ -8,7 +8,7 @@ namespace zvrt {
 
 namespace {
 
-// Closes a short negative mantissa: above every digit, so that bytes compare as the numbers do.
+// Ends a short negative mantissa: above every digit, so that bytewise comparison orders numbers.
 constexpr std::uint8_t negative_end = 102;
 
 std::int32_t write_zero(std::uint8_t* dst) {
@@ -20,7 +20,7 @@ std::int32_t write_zero(std::uint8_t* dst) {
 }  // namespace
 
 Base100 normalise(const std::uint8_t* pairs, std::int32_t count, std::int32_t scale) {
-  // An odd scale puts the point inside a pair; ten times the number has it between two, one half-filled pair more.
+  // An odd scale puts the point inside a pair; all digits are then shifted by one, so that it falls between two pairs.
   const bool shifted = scale % 2 != 0;
   const auto digit = [=](std::int32_t index) {
     if (!shifted) return pairs[index];

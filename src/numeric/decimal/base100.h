@@ -5,7 +5,7 @@
 
 namespace zvrt {
 
-// A magnitude: digits[0] has the weight 100 to the power of the exponent. No digit at all is zero.
+// A magnitude: digits[0] has the weight 100 to the power of the exponent. Without digits it is zero.
 struct Base100 {
   static constexpr std::int32_t max_digits = 20;
 
@@ -14,17 +14,17 @@ struct Base100 {
   std::int32_t exponent;
 };
 
-// The number that `count` pairs of decimal digits make with `scale` digits behind the point: no zeros at either end,
-// cut to what a number holds without rounding. Pairs beyond 99 give some number.
+// The number that `count` pairs of decimal digits make with `scale` digits after the point: without zeros at either
+// end, truncated to 20 digits without rounding. Pairs above 99 give an unspecified number.
 Base100 normalise(const std::uint8_t* pairs, std::int32_t count, std::int32_t scale);
 
-// VARNUM: a byte that counts what follows, the exponent byte, the mantissa.
+// VARNUM: a byte with the number of bytes that follow, the exponent byte, the mantissa.
 constexpr std::int32_t varnum_header = 2;
 constexpr std::int32_t max_varnum_size = varnum_header + Base100::max_digits;
 constexpr std::uint8_t zero_exponent = 0x80;       // the exponent byte of zero, alone
-constexpr std::int32_t positive_exponent = 193;    // of 100 to the power 0
-constexpr std::int32_t negative_exponent = 62;     // the same below zero, where exponents count downwards
-constexpr std::int32_t max_varnum_exponent = 62;   // what still has an exponent byte
+constexpr std::int32_t positive_exponent = 193;    // of 100^0
+constexpr std::int32_t negative_exponent = 62;     // of 100^0 in negative numbers, whose exponents count downwards
+constexpr std::int32_t max_varnum_exponent = 62;   // the largest with an exponent byte
 constexpr std::int32_t min_varnum_exponent = -65;  // below it numbers are zero
 
 // Writes the number and returns its size in bytes, at most longest_varnum.

@@ -1,4 +1,4 @@
-// The decimal conversions between buffers in the versions they exist in. Each equals its definition on all input.
+// The decimal conversions between buffers, one table per level. Every version equals the definition on all input.
 #pragma once
 
 #include "numeric/decimal/packed_decimal.h"

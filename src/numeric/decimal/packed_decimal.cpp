@@ -18,7 +18,7 @@ constexpr unsigned positive_sign = 0xC;
 constexpr unsigned negative_sign = 0xD;
 constexpr unsigned unsigned_sign = 0xF;
 
-// Bounds of the search for a value whose length is not told.
+// Limits of the search for a value whose length is not given.
 constexpr std::int64_t max_skip = 44;    // leading zero bytes
 constexpr std::int64_t max_search = 43;  // bytes examined for a sign; without one the next byte ends the value
 
@@ -34,7 +34,7 @@ bool ends_value(std::uint8_t byte) {
   return low == positive_sign || low == negative_sign || low == unsigned_sign;
 }
 
-// A value of unknown length starts at its first non-zero byte; without one there is no value, and no byte.
+// A value of unknown length starts at its first non-zero byte; without one it is empty.
 Field find_field(const std::uint8_t* src) {
   std::int64_t skipped = 0;
   while (src[skipped] == 0) {
@@ -68,7 +68,7 @@ void report_length(std::int32_t* srcLen, const Field& field, Status status) {
   if (status != ZVRT_RC_EMPTY_RESULT) store_if_zero(srcLen, field.bytes);
 }
 
-// Apart, and without a Call, so that the ordinary conversion keeps its arguments in registers.
+// Out of line, and without a Call, so that the usual conversion keeps its arguments in registers.
 [[gnu::noinline]] Status unpack_found(const void* src, std::int32_t* srcLen, void* dst, std::int32_t capacity,
                                       std::uint32_t* outLen) {
   const Field field = find_field(static_cast<const std::uint8_t*>(src));
@@ -105,7 +105,7 @@ Status unpack_narrow(const Call& call) {
   return rendered.status == ZVRT_RC_OK ? encode_narrow(call, text.get()) : rendered.status;
 }
 
-// A field too small is left alone, and so is srcLen; outLen tells the size that would do.
+// A field too small is left alone, and so is srcLen; outLen is the size needed.
 Status pack(const Call& call, const void* text, std::int32_t* srcLen) {
   const Packed packed = decimal_kernels.pack_text(text, static_cast<std::uint8_t*>(call.dst), call.dstSize);
   *call.outLen = packed.size;
@@ -123,7 +123,7 @@ Status pack_narrow(const Call& call) {
       return ZVRT_RC_OK;
     }
   }
-  // In no encoding are there more characters than bytes.
+  // No encoding has more characters than bytes.
   const std::int64_t units = std::int64_t{length_of(static_cast<const char*>(call.src))} + 1;
   Scratch<Wide, usual_text> text(static_cast<std::uint64_t>(units));
   if (text.get() == nullptr) return ZVRT_RC_NO_MEMORY;
@@ -151,7 +151,7 @@ Rendered render_packed(const std::uint8_t* field, std::int64_t bytes, void* dst,
   while (at < digits && half_byte(field, at) == 0) ++at;
   for (; at < digits && half_byte(field, at) <= 9; ++at) put('0' + half_byte(field, at));
   if (length == 0) return {0, ZVRT_RC_EMPTY_RESULT};
-  // Characters are not sacrificed to the terminator: text without one is a truncation, but all of it is there.
+  // No character gives way to the terminator: text that fills the capacity is complete, and a truncation.
   const Status status = terminate<Wide>(TerminatorRule::narrow_strict, dst, length, capacity);
   return {length, at < digits ? ZVRT_RC_ERROR : status};
 }
@@ -160,7 +160,7 @@ Packed pack_text(const void* text, std::uint8_t* field, std::int32_t size) {
   const bool negative = load<Wide>(text) == '-';
   const std::byte* characters = static_cast<const std::byte*>(text) + (negative ? sizeof(Wide) : 0);
   const std::int64_t count = length_of(static_cast<const void*>(characters));
-  // Whatever a character is, its low four bits are the digit.
+  // The low four bits of any character are its digit.
   const auto digit = [characters](std::int64_t index) {
     return load<Wide>(characters, static_cast<std::size_t>(index)) & 0xF;
   };

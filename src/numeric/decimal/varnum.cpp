@@ -18,8 +18,8 @@ constexpr std::int32_t max_digit_characters = 266;
 
 ZVRT_WRAPS bool is_digit(Wide character) { return character - '0' <= 9; }
 
-// Where the point stands, and that there is nothing but digits and one point. More digits than can be worked on are
-// refused too.
+// The position of the point, and whether the text has only digits and at most one point, and no more digits than
+// allowed.
 struct Layout {
   std::int32_t point;  // digits before the point
   bool valid;
@@ -44,7 +44,7 @@ Layout survey(const void* text, std::int32_t length) {
   return {point, digits <= max_digit_characters};
 }
 
-// Pairs the digits so that the point falls between two pairs: each side of it gets a zero at its far end where needed.
+// Pairs the digits so that the point falls between two pairs: a zero is added at the far end of each side where needed.
 template <class Unit>
 Base100 pair_up(const void* text, std::int32_t length, std::int32_t point) {
   std::uint8_t pairs[max_digit_characters / 2 + 1];
@@ -78,7 +78,7 @@ Status to_varnum(const Call& call) {
   const void* text = call.src == nullptr ? &empty : call.src;
   EncodeVarnum* const encode = sizeof(Unit) == 1 ? decimal_kernels.encode_varnum : decimal_kernels.encode_varnum_wide;
   const Encoded value = encode(text, static_cast<std::uint8_t*>(call.dst), std::max(call.dstSize, 0));
-  // Zero, the length of no text at all, is not told.
+  // A length of 0 is not stored.
   if (value.length > 0 && call.srcLen != nullptr) *call.srcLen = static_cast<std::int32_t>(value.length);
   if (value.size == 0) return ZVRT_RC_ERROR;
   *call.outLen = static_cast<std::uint32_t>(value.size);

@@ -1,4 +1,4 @@
-// VARNUM to wide text and text to VARNUM, between buffers alone: nothing here knows of out-lengths.
+// VARNUM to wide text and text to VARNUM, between buffers only, without the calling convention.
 #pragma once
 
 #include <cstdint>
@@ -10,21 +10,21 @@
 
 namespace zvrt {
 
-// The longest text, of a least exponent and a full mantissa: the point, the zeros and the digits behind it.
+// The longest text, of the smallest exponent and a full mantissa: the point, the zeros and the digits after it.
 constexpr std::int32_t max_varnum_text_length = 1 + 2 * (-min_varnum_exponent - 1 + Base100::max_digits);
 
-// The text of a value that is not negative; of any other, and of a malformed one, nothing and ZVRT_RC_ERROR.
+// The text of a value that is not negative. A negative or malformed value writes nothing and gives ZVRT_RC_ERROR.
 using RenderVarnum = Rendered(const std::uint8_t* value, void* dst, std::int32_t capacity);
 
-// Where a well-formed value's digits and the point stand in its text.
+// The positions of a well-formed value's digits and point in its text.
 struct VarnumText {
   std::int32_t digits;   // decimal digits of the mantissa
-  std::int32_t skipped;  // of them, zeros at the front that are not written; below 0, zeros written before them
-  std::int32_t point;    // where the point stands; without a fraction, where the text ends
+  std::int32_t skipped;  // leading zeros of them that are not written; negative: zeros written before them
+  std::int32_t point;    // position of the point; without a fraction, the end of the text
   std::int32_t length;
 };
 
-// Of internal linkage, since kernels compile it for other processors than the rest.
+// Static, since each kernel compiles it for its own level.
 static inline VarnumText lay_out(const std::uint8_t* value) {
   const std::int32_t count = value[0] - 1;
   if (count == 0) return {0, 0, 1, 1};
@@ -39,13 +39,14 @@ static inline VarnumText lay_out(const std::uint8_t* value) {
 
 struct Encoded {
   std::int64_t length;  // characters of the text
-  std::int32_t size;  // bytes that the value needs, 0 when the text is no number; beyond the room: nothing was written
+  std::int32_t
+      size;  // bytes that the value needs, 0 if the text is not a number; above the capacity: nothing was written
 };
 
 // Terminated text to a value in `capacity` bytes; the empty text is zero.
 using EncodeVarnum = Encoded(const void* text, std::uint8_t* dst, std::int32_t capacity);
 
-// The definitions, and what other versions fall back on outside their ordinary cases.
+// The definitions; the kernels call them for what is outside their fast path.
 RenderVarnum render_varnum;
 template <class Unit>
 EncodeVarnum encode_varnum;

@@ -19,7 +19,8 @@ struct DoubleBits {
   bool is_finite() const { return magnitude() < UINT64_C(0x7FF) << 52; }
 };
 
-// significand * 10^(exponent - digits + 1), the significand having so many digits; zero has significand and exponent 0.
+// significand * 10^(exponent - digits + 1), where the significand has `digits` digits; zero has significand and
+// exponent 0.
 struct Decimal {
   std::uint64_t significand;
   std::int32_t exponent;
@@ -31,10 +32,10 @@ constexpr std::uint64_t ten_to_the(std::int32_t k) {
   return power;
 }
 
-// The largest subnormals have this many significant digits, no double more.
+// No double has more significant digits; the largest subnormals have this many.
 constexpr std::int32_t max_significant_digits = 767;
 
-// A finite value's magnitude rounded to so many significant digits, halves to even, as narrow text.
+// A finite value's magnitude rounded to a given count of significant digits, ties to even, as narrow text.
 class ExactDecimal {
  public:
   ExactDecimal(DoubleBits value, std::int32_t digits);

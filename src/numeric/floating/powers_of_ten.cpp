@@ -78,7 +78,7 @@ consteval Table make_table() {
   return table;
 }
 
-// 10^f <= 2^e < 10^(f + 1), told by binary logarithms; a power of ten is a power of two only at 1.
+// 10^f <= 2^e < 10^(f + 1), checked by binary logarithms; the only power of ten that is a power of two is 1.
 consteval bool decimal_logarithms_hold() {
   for (std::int32_t e = -1074; e <= 1023; ++e) {
     const std::int32_t f = log10_of_power_of_two(e);

@@ -12,15 +12,15 @@ namespace zvrt {
 
 __extension__ typedef unsigned __int128 Uint128;
 
-// The leading 128 bits of a power of ten, cut off, not rounded:
-// 10^k = (high * 2^64 + low + cut) * 2^(log2_of_power(k) - 127), high >= 2^63, 0 <= cut < 1.
+// The leading 128 bits of a power of ten, truncated: 10^k = (high * 2^64 + low + cut) * 2^(log2_of_power(k) - 127),
+// high >= 2^63, 0 <= cut < 1.
 struct PowerOfTen {
   std::uint64_t high;
   std::uint64_t low;
 };
 
-// Rendering multiplies by up to 10^340 (a digit string of 17 from the smallest subnormal), reading by down to 10^-342
-// (19 digits that end up in the smallest subnormal).
+// Formatting multiplies by at most 10^340 (17 digits of the smallest subnormal), parsing by at least 10^-342 (19 digits
+// that round to the smallest subnormal).
 constexpr std::int32_t min_power = -342;
 constexpr std::int32_t max_power = 340;
 [[gnu::visibility("hidden")]] extern const std::array<PowerOfTen, max_power - min_power + 1> powers_of_ten;
@@ -56,7 +56,7 @@ inline Product multiply(std::uint64_t significand, const PowerOfTen& power) {
           static_cast<std::uint64_t>(lower)};
 }
 
-// A result that stands, or one that the bits at hand cannot decide.
+// A rounded value, and whether the known bits decide it.
 struct Rounded {
   std::uint64_t value;
   bool certain;

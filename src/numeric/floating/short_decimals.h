@@ -1,5 +1,5 @@
-// Numbers as most columns hold them: a short text of digits with at most one point among them, read without a branch on
-// what they are.
+// Short decimals, as most columns hold them: up to 15 digits with at most one point, read without a branch on the
+// digits.
 #pragma once
 
 #include <cstdint>
@@ -8,11 +8,11 @@ namespace zvrt {
 
 // significand / 10^places.
 struct ShortDecimal {
-  std::int64_t significand;  // of 15 digits at most; 0 where the text is no such number, or is zero
+  std::int64_t significand;  // at most 15 digits; 0 if the text is not a short decimal, or is zero
   std::int64_t places;
 };
 
-// Reads no page that the text does not reach. Null on processors without a kernel.
+// Reads no page that the text does not reach. Null on processors without this kernel.
 using ShortDecimalReader = ShortDecimal (*)(const void* text);
 extern const ShortDecimalReader read_short_decimal;
 

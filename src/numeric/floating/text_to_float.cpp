@@ -58,11 +58,11 @@ ZVRT_WRAPS [[gnu::always_inline]] inline const std::byte* scan_digits(const std:
   return at;
 }
 
-// The same where many digits are to be expected. Eight at a time cost one multiplication of the value so far: in a long
-// run these are what takes the time, each waiting for the one before it.
+// The same where many digits are to be expected. Eight digits at a time cost one multiplication of the value so far; in
+// a long run these dependent multiplications take the time.
 ZVRT_WRAPS [[gnu::always_inline]] inline const std::byte* scan_many_digits(const std::byte* at, std::uint64_t& value) {
   constexpr std::size_t block = 8 * sizeof(Wide);
-  // The last of the eight tells most short runs apart at once.
+  // Testing the last of the eight rejects most short runs at once.
   while (may_read_ahead(at, block) && is_digit(load<Wide>(at, 7))) {
     const __m128i values = eight_values(at);
     if (!are_digits(values)) break;
@@ -72,9 +72,9 @@ ZVRT_WRAPS [[gnu::always_inline]] inline const std::byte* scan_many_digits(const
   return scan_digits(at, value);
 }
 
-// The written exponent, and where it ends. Without a digit behind the mark there is none.
+// The written exponent, and where it ends. Without a digit after the mark there is none.
 ZVRT_WRAPS [[gnu::always_inline]] inline const std::byte* scan_exponent(const std::byte* mark, std::int64_t& exponent) {
-  // Far beyond what any length of digits can make up for, far from the limits of the type.
+  // Far above what any number of digits can balance, far below the limits of the type.
   constexpr std::int64_t bound = INT64_C(1) << 56;
   const std::byte* at = next(mark);
   const Wide sign = load<Wide>(at);
@@ -157,8 +157,8 @@ Rounded nearest_double(std::uint64_t significand, std::int64_t exponent) {
   return {(static_cast<std::uint64_t>(exponent_field) << 52) + rounded.value, rounded.certain};
 }
 
-// Two doubles that are exact give the nearest double to their product or quotient in one operation, which is quicker
-// than the product above for what most columns hold.
+// The fast path of Clinger: if significand and power of ten are exact doubles, one multiplication or division is
+// correctly rounded.
 constexpr std::int64_t max_exact_power = 22;
 constexpr std::uint64_t max_exact_significand = UINT64_C(1) << 53;
 constexpr auto exact_powers = [] {
@@ -181,8 +181,8 @@ double exact_quotient_or_product(std::uint64_t significand, std::int64_t exponen
                       : integer * exact_powers[static_cast<std::size_t>(exponent)];
 }
 
-// Any number of digits: those that can matter go through the language's own reader, an odd one behind them stands for
-// the rest.
+// Any number of digits: the first 770 go through std::from_chars. If a later digit is not zero, one more digit 1 is
+// appended (a sticky digit), so that a tie is decided correctly.
 [[gnu::noinline, gnu::cold]] std::uint64_t exact_double_bits(const std::byte* text_begin) {
   const Parts parts = scan(text_begin);
   // A point halfway between two doubles has at most 768 significant digits.
@@ -214,8 +214,8 @@ double exact_quotient_or_product(std::uint64_t significand, std::int64_t exponen
   return std::bit_cast<std::uint64_t>(value);
 }
 
-// More digits than a word holds: where the leading ones and their successor have the same nearest double, so has all
-// that lies between.
+// More digits than a word holds: if the 19 leading digits and their successor have the same nearest double, so has
+// everything between.
 ZVRT_WRAPS [[gnu::noinline]] std::uint64_t long_double_bits(const std::byte* text) {
   const Parts parts = scan(text);
   constexpr std::uint64_t nineteen_digits = UINT64_C(1000000000000000000);
@@ -246,7 +246,7 @@ std::int64_t leading_zeros(const Parts& parts) {
   return zeros;
 }
 
-// 0 also where there is no number.
+// 0 also if there is no number.
 std::uint64_t double_bits(const std::byte* text, const Parts& parts) {
   constexpr std::int64_t certain_to_fit = 19;
   if (parts.digit_count > certain_to_fit && parts.digit_count - leading_zeros(parts) > certain_to_fit) {
@@ -262,17 +262,17 @@ std::uint64_t double_bits(const std::byte* text, const Parts& parts) {
   return nearest.value;
 }
 
-// Of text made of an optional sign, then digits, points, and E or e with an optional sign behind it, in any order, the
-// longest beginning that is a number counts. NaN for text with other characters in it, for text that does not begin
-// with a number, and for a number that is not 0 and rounds to 0. Text without a digit other than 0 is +0.0, whatever
-// its form. Beyond the largest double the value is infinite.
+// Of text made of an optional sign, then digits, points, and E or e with an optional sign after it, in any order, the
+// longest prefix that is a number counts. NaN for text with other characters in it, for text that does not begin with a
+// number, and for a number that is not 0 and rounds to 0. Text without a digit other than 0 is +0.0, whatever its form.
+// Beyond the largest double the value is infinite.
 [[gnu::always_inline]] inline double read_double(const void* wide_text) {
   constexpr double rejected = std::numeric_limits<double>::quiet_NaN();
   const auto* text = static_cast<const std::byte*>(wide_text);
   const Parts parts = scan(text);
   const std::uint64_t bits = double_bits(text, parts);
   if (bits == 0) [[unlikely]] {
-    // Zero as it was written, or a number that rounds to it, or none: the digits of the whole text tell.
+    // A written zero, a number that rounds to zero, or no number: the digits of the complete text decide.
     return screen(parts.digits) == Screening::only_zeros ? 0.0 : rejected;
   }
   if (load<Wide>(parts.end) != 0 && screen(parts.end) == Screening::rejected) [[unlikely]]

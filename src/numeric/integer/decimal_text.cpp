@@ -47,7 +47,7 @@ const std::uint64_t decimal_powers[max_decimal_length] = {
 };
 
 std::int32_t write_decimal(std::uint64_t magnitude, bool negative, void* dst, std::int32_t capacity) {
-  Wide complete[max_decimal_length];  // a text that is to be truncated is written here first
+  Wide complete[max_decimal_length];  // a text that will be truncated is written here first
   const std::int32_t length = count_digits(magnitude) + (negative ? 1 : 0);
   const bool fits = length < capacity;
   auto* const text = static_cast<std::byte*>(fits ? dst : complete);

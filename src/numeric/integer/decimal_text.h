@@ -1,5 +1,5 @@
-// An integer's decimal digits as wide text: the definition that every faster version equals, and what takes over where
-// such a version does not reach.
+// An integer's decimal digits as wide text: the definition that every kernel equals, and the fallback outside their
+// fast path.
 #pragma once
 
 #include <cstdint>
@@ -18,8 +18,8 @@ extern const std::uint64_t decimal_powers[max_decimal_length];
   return static_cast<std::int32_t>(estimate + (magnitude >= decimal_powers[estimate] ? 1 : 0));
 }
 
-// Writes the digits, a '-' before them if negative, and a zero character behind them, as far as they fit into the room;
-// returns the length of the whole text. Zero has no digits.
+// Writes a '-' if negative, the digits and a terminator, as far as they fit into the capacity; returns the length of
+// the complete text. Zero has no digits.
 std::int32_t write_decimal(std::uint64_t magnitude, bool negative, void* dst, std::int32_t capacity);
 
 // The same as bytes of ASCII.
@@ -28,7 +28,7 @@ std::int32_t write_decimal_bytes(std::uint64_t magnitude, bool negative, char* d
 enum class Reading : std::uint8_t {
   complete,           // nothing but digits before the terminator
   invalid_character,  // a character that is not a digit
-  not_attempted,      // not looked into: a fast version leaves this text to the definition
+  not_attempted,      // a kernel leaves this text to the definition
 };
 
 struct Digits {

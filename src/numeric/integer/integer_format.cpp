@@ -12,7 +12,7 @@ namespace {
 constexpr std::int32_t max_length = FormattedInteger::max_length;
 constexpr std::int32_t not_given = -1;
 
-// What stands between a percent sign and the letter of its conversion.
+// A printf directive: flags, width, precision, length modifier and conversion letter.
 struct Directive {
   bool left = false;
   bool plus = false;
@@ -39,14 +39,14 @@ bool take_flag(char character, Directive& directive) {
   }
 }
 
-// A number of any length; what exceeds the longest text needs no exact value.
+// A number of any length, saturated just above the longest text.
 std::int32_t take_number(const char*& at) {
   std::int32_t number = 0;
   for (; *at >= '0' && *at <= '9'; ++at) number = std::min(number * 10 + (*at - '0'), max_length + 1);
   return number;
 }
 
-// Leaves `at` behind the conversion's letter; false for one that is not allowed.
+// Advances `at` past the conversion letter; false for one that is not allowed.
 bool take_directive(const char*& at, Directive& directive) {
   while (take_flag(*at, directive)) ++at;
   directive.width = take_number(at);
@@ -66,7 +66,7 @@ bool take_directive(const char*& at, Directive& directive) {
   }
 }
 
-// Text that grows at its end and counts on, a little, when it is full.
+// Text that grows at its end; its length goes on to one above the longest when it is full.
 class Line {
  public:
   void add(char character, std::int32_t times = 1) {
@@ -89,7 +89,7 @@ class Line {
   std::int32_t length_ = 0;
 };
 
-// The value as the conversion sees it: cut to its bits, and without its sign.
+// The value narrowed to the directive's bits, as magnitude and sign.
 struct Magnitude {
   std::uint32_t value;
   bool negative;

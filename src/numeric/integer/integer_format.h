@@ -1,4 +1,4 @@
-// One integer through a printf-style format that comes from outside and is trusted in nothing.
+// One integer through a printf-style format from outside, which is checked completely.
 #pragma once
 
 #include <cstdint>

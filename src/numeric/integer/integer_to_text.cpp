@@ -1,4 +1,4 @@
-// The 21 conversions of integers to text: a line each, over one driver.
+// The 21 conversions of integers to text, one line each over one driver.
 #include "ZVRTDataCnvLib.h"
 #include "core/call.h"
 #include "encoding/code_page.h"
@@ -14,7 +14,7 @@ namespace {
 // Room for the text of every integer and its terminator.
 constexpr std::size_t ample = max_decimal_length + 1;
 
-// The one `...Out` form that tells nothing about an empty or a truncated text.
+// The one `...Out` conversion that reports no length for an empty or a truncated text.
 template <ZVRTConversion conversion>
 Status in_bytes_if_ok(const Call& call) {
   std::uint32_t bytes = 0;

@@ -1,4 +1,4 @@
-// The version of the integer conversions that runs everywhere, and the choice of the one for this processor.
+// The baseline version of the integer conversions, and the choice of the version for this processor.
 #include "numeric/integer/integers.h"
 
 #include "core/termination.h"

@@ -20,9 +20,9 @@ namespace zvrt {
 //     // As write_decimal(), for 32 and 64 bits.
 //     static std::int32_t write(std::uint32_t magnitude, bool negative, void* dst, std::int32_t capacity);
 //     static std::int32_t write(std::uint64_t magnitude, bool negative, void* dst, std::int32_t capacity);
-//     // As read_digits(), but the value only modulo 2^width of the Accumulator, 32 or 64 bits; texts may be passed.
+//     // As read_digits(), but the value only modulo 2^width of the Accumulator, 32 or 64 bits; a text may be not_attempted.
 //     template <class Accumulator> static Digits read(const void* text);
-//     // The same two over bytes; texts of more than `max_decimal_length` + 1 digits may be passed.
+//     // The same two over bytes; texts of more than `max_decimal_length` + 1 digits may be not_attempted.
 //     static std::int32_t write_bytes(std::uint32_t magnitude, bool negative, char* dst, std::int32_t capacity);
 //     static std::int32_t write_bytes(std::uint64_t magnitude, bool negative, char* dst, std::int32_t capacity);
 //     template <class Accumulator> static Digits read_bytes(const char* text);
@@ -141,7 +141,7 @@ constexpr IntegerConversions with_bytes(IntegerConversions conversions, std::typ
   return conversions;
 }
 
-// Of a Kernel with internal linkage, so that everything made for one processor has it too.
+// The Kernel has internal linkage, so that everything instantiated for its level has too.
 template <class Kernel>
 constexpr IntegerConversions conversions_by = with_bytes<Kernel, std::uint32_t, std::int32_t, std::uint64_t>(
     conversions_of<Kernel, std::uint8_t, std::int8_t, std::uint16_t, std::int16_t, std::uint32_t, std::int32_t,

@@ -1,4 +1,4 @@
-// The 14 conversions of text to integers: those of wide text a line each, over one driver; four readers of fields.
+// The 14 conversions of text to integers: those of wide text one line each over one driver; four readers of fields.
 #include "numeric/integer/text_to_integer.h"
 
 #include "ZVRTDataCnvLib.h"
@@ -19,10 +19,10 @@ Call with_unsigned_size(Call call) {
   return call;
 }
 
-// The member that tells refused text by the general failure.
+// The one conversion that reports invalid text as the general error.
 Status with_general_error(Status status) { return status == ZVRT_RC_INVALID_INTEGER ? ZVRT_RC_ERROR : status; }
 
-// Narrow text by way of a work area of so many characters; longer text is refused as truncated.
+// Narrow text through a temporary of `characters` characters; longer text is rejected as truncated.
 template <std::size_t characters, ZVRTConversion conversion>
 Status parse_narrow(const Call& call) {
   Wide text[characters] = {};
@@ -63,7 +63,7 @@ uint32_t ZVRTCnvVarcharSzToULONGLONG(CNV_PARAMS) {
 
 uint32_t ZVRTCnvVarcharSzToUInt(CNV_PARAMS) {
   constexpr std::int32_t size = sizeof(std::uint32_t);
-  if (dstSize < size) {  // found before the text is looked at
+  if (dstSize < size) {  // checked before the text is read
     *outLen = size;
     return ZVRT_RC_TRUNCATED;
   }

@@ -1,4 +1,4 @@
-// Numbers read out of the middle of a wide text, for the date parser and the two entry points that offer the same.
+// Numbers in the middle of a wide text, for the date parser and two entry points.
 #pragma once
 
 #include <cstddef>
@@ -10,13 +10,13 @@
 namespace zvrt {
 
 struct NumberRun {
-  std::int32_t value;  // where the run is refused: the digits before that place, their sign not applied
-  std::int32_t end;    // index just behind the last character read
+  std::int32_t value;  // of an invalid run: the digits before the invalid character, without the sign
+  std::int32_t end;    // index after the last character read
   bool valid;
 };
 
 // Digits, and a '-' once, in whatever place among them, from `start` up to the terminator but no more than `max_chars`
-// characters. A run of no digits is 0; too many wrap around.
+// characters. A run without digits is 0; a larger number wraps around.
 ZVRT_WRAPS inline NumberRun read_run(const void* text, std::int32_t start, std::int32_t max_chars) {
   const std::byte* const first = static_cast<const std::byte*>(text) + std::ptrdiff_t{start} * 4;
   const std::size_t limit = max_chars > 0 ? static_cast<std::size_t>(max_chars) : 0;
