@@ -1,5 +1,5 @@
-// Integers to and from wide text: one driver each way for all types, over a kernel that knows digits only. A driver is
-// made together with its kernel, whole conversions, so that a call costs one jump to the version for the processor.
+// Integers to and from text: one driver each way for all types, over a kernel that handles digits only. Driver and
+// kernel are compiled together for each level, so that a call costs one indirect jump.
 #pragma once
 
 #include <bit>
@@ -30,8 +30,8 @@ namespace zvrt {
 
 // The conversions of all types in one version.
 struct IntegerConversions {
-  // Digits only, into at least the bytes of the integer; false, and nothing written, for any other text, which the way by
-  // wide text then judges.
+  // Digits only, into at least the bytes of the integer; false, and nothing written, for any other text, which then
+  // goes through wide text.
   using ParseBytes = bool(const char* text, std::int32_t* srcLen, void* dst, std::uint32_t* outLen);
 
   ZVRTConversion* render[8];
@@ -50,7 +50,7 @@ extern const IntegerConversions integers_baseline;
 extern const IntegerConversions integers_sse41;
 extern const IntegerConversions integers_avx512;
 
-// Text that fills its room or exceeds it; in the rare case only, and compiled for every processor.
+// Text that fills the capacity or exceeds it: the rare case, compiled for every processor.
 Status terminate_full(void* dst, std::int32_t length, std::int32_t capacity);
 
 template <class Int, class Kernel>
