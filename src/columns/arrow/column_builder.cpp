@@ -1,0 +1,182 @@
+#include "columns/arrow/column_builder.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "support/units.h"
+
+namespace zvrt::arrow {
+
+// Rows `first` to `first + count` on their way: where their cells are, and what the plan said of each.
+struct ColumnBuilder::Block {
+  std::int64_t first;
+  std::int64_t count;
+  std::byte* cells = nullptr;
+  std::int16_t indicators[max_block];
+  std::uint32_t status[max_block];
+  std::int32_t lengths[max_block];
+  std::byte staged[max_block * sizeof(ZVRTTime)];  // cells that are not yet the column's elements
+  bool complete = false;                           // neither a null nor a refused value
+
+  bool valid(std::int64_t i) const { return complete || (status[i] == ZVRT_RC_OK && indicators[i] >= 0); }
+};
+
+namespace {
+
+constexpr std::int64_t bits_per_byte = 8;
+constexpr std::int64_t bitmap_bytes(std::int64_t rows) { return (rows + bits_per_byte - 1) / bits_per_byte; }
+
+void set_bit(std::byte* bitmap, std::int64_t row) {
+  bitmap[row / bits_per_byte] |= std::byte{1} << static_cast<unsigned>(row % bits_per_byte);
+}
+
+std::int64_t microseconds(const std::byte* time) {
+  const auto field = [time](std::size_t offset) { return std::int64_t{load<std::uint16_t>(time + offset)}; };
+  const std::int64_t minutes = field(offsetof(ZVRTTime, hour)) * 60 + field(offsetof(ZVRTTime, minute));
+  return (minutes * 60 + field(offsetof(ZVRTTime, second))) * 1'000'000;
+}
+
+// A source of the rows' fields. Indicators step with the records, so those of scattered records are gathered.
+ZVRTArray field_array(const Field& field, const Records& records, std::int64_t first, std::int64_t count,
+                      std::int16_t* gathered) {
+  ZVRTArray array{};
+  array.size = sizeof array;
+  const std::byte* const base = records.starts != nullptr ? records.data : records.data + first * records.stride;
+  array.data = const_cast<std::byte*>(base + field.offset);
+  array.stride = records.stride;
+  array.starts = records.starts != nullptr ? records.starts + first : nullptr;
+  if (field.indicator_offset < 0) return array;
+  const std::byte* const indicator = base + field.indicator_offset;
+  for (std::int64_t i = 0; i < count; ++i) {
+    const std::int64_t start = array.starts != nullptr ? array.starts[i] : i * records.stride;
+    gathered[i] = load<std::int16_t>(indicator + start);
+  }
+  array.indicators = gathered;
+  array.indicatorBytes = sizeof *gathered;
+  return array;
+}
+
+}  // namespace
+
+// Cells of long texts are few to a block; their reserve is what the longest of them could need.
+std::int64_t ColumnBuilder::block_rows() const {
+  constexpr std::int64_t reserve = std::int64_t{256} << 10;
+  return is_text() ? std::clamp<std::int64_t>(reserve / std::max(field_.column.width, 1), 1, max_block) : max_block;
+}
+
+bool ColumnBuilder::reserve(std::int64_t rows) {
+  constexpr std::int64_t most = INT64_MAX / 64;
+  if (rows >= most || !validity_.reserve(bitmap_bytes(rows))) return false;
+  std::memset(validity_.data(), 0, static_cast<std::size_t>(bitmap_bytes(rows)));
+  switch (field_.column.form) {
+    case Form::cells: return values_.reserve(rows * field_.column.width);
+    case Form::time_of_day: return values_.reserve(rows * 8);
+    case Form::boolean:
+      if (!values_.reserve(bitmap_bytes(rows))) return false;
+      std::memset(values_.data(), 0, static_cast<std::size_t>(bitmap_bytes(rows)));
+      return true;
+    case Form::text: return values_.reserve((rows + 1) * 4);
+    case Form::large_text: return values_.reserve((rows + 1) * 8);
+  }
+  return false;
+}
+
+void ColumnBuilder::set_offset(std::int64_t row, std::int64_t offset) {
+  if (field_.column.form == Form::text) {
+    values_.as<std::int32_t>()[row] = static_cast<std::int32_t>(offset);
+  } else {
+    values_.as<std::int64_t>()[row] = offset;
+  }
+}
+
+Status ColumnBuilder::convert(const Records& records, Block& block) {
+  std::int16_t gathered[max_block];
+  const ZVRTArray from = field_array(field_, records, block.first, block.count, gathered);
+  ZVRTArray to{};
+  to.size = sizeof to;
+  to.data = block.cells;
+  to.stride = field_.column.width;
+  to.indicators = block.indicators;
+  to.indicatorBytes = sizeof *block.indicators;
+  to.status = block.status;
+  if (is_text()) {
+    to.lengths = block.lengths;
+    to.lengthBytes = sizeof *block.lengths;
+  }
+  ZVRTOutcome outcome = no_outcome();
+  const Status status = ZVRTPlanRun(field_.to_column.get(), &from, &to, block.count, &outcome);
+  if (status != ZVRT_RC_OK) return status;
+  add(outcome_, outcome, block.first);
+  block.complete = outcome.refused == 0 && outcome.nulls == 0;
+  return ZVRT_RC_OK;
+}
+
+void ColumnBuilder::mark_valid(const Block& block) {
+  for (std::int64_t i = 0; i < block.count; ++i) {
+    if (block.valid(i)) set_bit(validity_.data(), block.first + i);
+  }
+}
+
+// Texts were written a slot each, as long as the longest could be; they move together, nulls to nothing.
+Status ColumnBuilder::append_texts(const Block& block) {
+  for (std::int64_t i = 0; i < block.count; ++i) {
+    const std::int64_t length = block.valid(i) ? block.lengths[i] : 0;
+    if (length > 0) {
+      std::memmove(texts_.data() + text_bytes_, block.cells + i * field_.column.width,
+                   static_cast<std::size_t>(length));
+    }
+    text_bytes_ += length;
+    set_offset(block.first + i + 1, text_bytes_);
+  }
+  return field_.column.form == Form::text && text_bytes_ > INT32_MAX ? ZVRT_RC_OUT_OF_RANGE : ZVRT_RC_OK;
+}
+
+// The block's cells become elements; those of nulls are zero.
+Status ColumnBuilder::append(Block& block) {
+  const std::int64_t width = field_.column.width;
+  mark_valid(block);
+  if (is_text()) return append_texts(block);
+  for (std::int64_t i = 0; i < block.count; ++i) {
+    std::byte* const cell = block.cells + i * width;
+    if (!block.valid(i)) std::memset(cell, 0, static_cast<std::size_t>(width));
+    if (field_.column.form == Form::time_of_day) {
+      values_.as<std::int64_t>()[block.first + i] = microseconds(cell);
+    } else if (field_.column.form == Form::boolean && *cell != std::byte{0}) {
+      set_bit(values_.data(), block.first + i);
+    }
+  }
+  return ZVRT_RC_OK;
+}
+
+bool ColumnBuilder::finish(std::int64_t rows, ArrowArray& array) {
+  Buffer no_bitmap;
+  const std::int64_t null_count = outcome_.nulls + outcome_.refused;
+  validity_.clear_tail(bitmap_bytes(rows));
+  texts_.clear_tail(text_bytes_);
+  Buffer* const buffers[] = {null_count > 0 ? &validity_ : &no_bitmap, &values_, &texts_};
+  return make_array(rows, null_count, buffers, is_text() ? 3 : 2, array);
+}
+
+Status ColumnBuilder::build(const Records& records, std::int64_t rows, ArrowArray& array) {
+  if (!reserve(rows)) return ZVRT_RC_NO_MEMORY;
+  if (is_text()) set_offset(0, 0);
+  if (is_text() && !texts_.reserve(0)) return ZVRT_RC_NO_MEMORY;
+  Block block;
+  for (block.first = 0; block.first < rows; block.first += block.count) {
+    block.count = std::min(block_rows(), rows - block.first);
+    if (field_.column.form == Form::cells) {
+      block.cells = values_.data() + block.first * field_.column.width;
+    } else if (is_text()) {
+      if (!texts_.reserve(text_bytes_ + block.count * field_.column.width)) return ZVRT_RC_NO_MEMORY;
+      block.cells = texts_.data() + text_bytes_;
+    } else {
+      block.cells = block.staged;
+    }
+    Status status = convert(records, block);
+    if (status == ZVRT_RC_OK) status = append(block);
+    if (status != ZVRT_RC_OK) return status;
+  }
+  return finish(rows, array) ? ZVRT_RC_OK : ZVRT_RC_NO_MEMORY;
+}
+
+}  // namespace zvrt::arrow

@@ -1,0 +1,48 @@
+// One column of an array, built block by block from the records' fields.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "columns/arrow/owned_array.h"
+#include "columns/arrow/record_plan.h"
+
+namespace zvrt::arrow {
+
+// Where records stand.
+struct Records {
+  const std::byte* data;
+  std::int64_t stride;
+  const std::int64_t* starts;  // in place of the stride, or null
+};
+
+class ColumnBuilder {
+ public:
+  explicit ColumnBuilder(const Field& field) : field_(field) {}
+
+  Status build(const Records& records, std::int64_t rows, ArrowArray& array);
+  const ZVRTOutcome& outcome() const { return outcome_; }
+
+ private:
+  static constexpr std::int64_t max_block = 256;
+  struct Block;
+
+  bool is_text() const { return field_.column.form == Form::text || field_.column.form == Form::large_text; }
+  std::int64_t block_rows() const;
+  bool reserve(std::int64_t rows);
+  Status convert(const Records& records, Block& block);
+  Status append(Block& block);
+  Status append_texts(const Block& block);
+  void mark_valid(const Block& block);
+  bool finish(std::int64_t rows, ArrowArray& array);
+  void set_offset(std::int64_t row, std::int64_t offset);
+
+  const Field& field_;
+  ZVRTOutcome outcome_ = no_outcome();
+  Buffer validity_;
+  Buffer values_;  // of texts the offsets
+  Buffer texts_;
+  std::int64_t text_bytes_ = 0;
+};
+
+}  // namespace zvrt::arrow
