@@ -10,11 +10,11 @@
  *  How a number and a kind letter find their page:
  *  - 0xFFFFFFFF, the process's own encoding, and 0 are UTF-8. 1200 is UTF-16 little-endian.
  *  - The Windows pages 874, 932, 936, 949, 950 and 1250 to 1258 are meant where such a number is given, although IBM
- * uses it as well. 28591 to 28605 are ISO 8859-1 to -15; a few more Windows numbers stand in the service's own list.
+ *    uses it as well. 28591 to 28605 are ISO 8859-1 to -15; a few more Windows numbers stand in the service's own list.
  *  - Any other number is what ICU knows as "ibm-<number>", else as "windows-<number>", else as "cp<number>".
  *  - Kind 'B' asks for IBM's page where both worlds use the number, kind 'W' for Windows'. Kind 'N' takes the page as
  *    usual but, where it is an EBCDIC one, exchanges its line feed and its new line: byte 15 is then U+000A, 25 is
- * U+0085. Every other kind letter makes no difference.
+ *    U+0085. Every other kind letter makes no difference.
  *  - A number that none of this finds has no converter. docs/code-pages.md lists what the usual numbers find. */
 #ifndef ZVRT_ICU_LIB_H
 #define ZVRT_ICU_LIB_H
@@ -52,8 +52,8 @@ __attribute__((visibility("default"))) void* ZVRT_GetICUConverterInfo(void* anch
  *
  *  The whole text is examined, also when the destination fills up before its end: an offending place anywhere makes the
  *  status ZVRT_ICU_RC_INVALID_CHAR, and the count then is what stands in the destination. Otherwise the count is the
- *  length of the whole text in characters. What lies behind the characters written is left alone. Lengths below 0 are
- * 0. A page with shifts starts each text unshifted; one that ends shifted is complete. */
+ *  length of the whole text in characters. What follows the characters written is left alone. Lengths below 0 are
+ *  0. A page with shifts starts each text unshifted; one that ends shifted is complete. */
 __attribute__((visibility("default"))) uint32_t ZVRT_IcuMultibyteToWide(void* converter, const void* src,
                                                                         int32_t srcBytes, void* dst, int32_t dstChars,
                                                                         uint32_t* outChars);
