@@ -23,14 +23,6 @@ void store_integer(std::byte* at, std::uint64_t wide, bool swapped) {
   store<Unsigned>(at, 0, value);
 }
 
-// Values beyond the declared precision are none of the type.
-void refuse_beyond_precision(const Type& type, Block& block) {
-  if (!type.declares_precision) return;
-  for_each(block, [&](std::int32_t i) {
-    if (!fits_digits(block.decimal[i].magnitude, type.precision)) block.refuse(i, ZVRT_RC_DIGITS_LOST, {.offset = 0});
-  });
-}
-
 template <class Unsigned>
 void read_integers(const Type& type, Block& block) {
   const bool is_signed = type.kind == ZVRT_KIND_INT;
@@ -41,7 +33,6 @@ void read_integers(const Type& type, Block& block) {
     const auto magnitude = static_cast<Unsigned>(negative ? Unsigned{0} - bits : bits);
     block.decimal[i] = {{magnitude, 0}, type.scale, negative, Tail::zero};
   });
-  refuse_beyond_precision(type, block);
 }
 
 template <class Unsigned>
@@ -92,9 +83,7 @@ void read_decimal(const Type& type, Block& block) {
     const auto stored = load<Uint128>(block.source[i].at);
     const Uint128 bits = swapped ? swap_bytes(stored) : stored;
     const bool negative = bits >> 127 != 0;
-    const Magnitude magnitude{negative ? ~bits + 1 : bits, 0};
-    if (!fits_digits(magnitude, type.precision)) return block.refuse(i, ZVRT_RC_DIGITS_LOST, {.offset = 0});
-    block.decimal[i] = {magnitude, type.scale, negative, Tail::zero};
+    block.decimal[i] = {{negative ? ~bits + 1 : bits, 0}, type.scale, negative, Tail::zero};
   });
 }
 

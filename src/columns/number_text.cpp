@@ -70,14 +70,20 @@ class Digits {
 // Beyond this no number of 40 digits fits any type, and nothing can be added up to less.
 constexpr std::int64_t far = 1'000'000;
 
-template <class At>
+// What a text says besides its digits: digits * 10^-scale.
+struct Scanned {
+  bool negative;
+  std::int64_t scale;
+};
+
+template <class At, class Sink>
 class NumberParser {
  public:
-  NumberParser(At at, std::int64_t count) : at_(at), count_(count) {}
+  NumberParser(At at, std::int64_t count, Sink& digits) : at_(at), count_(count), digits_(digits) {}
 
-  Status run(Decimal& number, Fault& fault) {
+  Status run(Scanned& scanned, Fault& fault) {
     const std::uint32_t sign = peek();
-    number.negative = sign == '-';
+    scanned.negative = sign == '-';
     if (sign == '-' || sign == '+') ++position_;
     std::int64_t scale = 0;
     const std::int64_t found = read_digits(scale);
@@ -88,9 +94,7 @@ class NumberParser {
       fault = {.character = position_, .unit = peek()};
       return ZVRT_RC_INVALID_NUMBER;
     }
-    digits_.finish(number);
-    scale = std::clamp<std::int64_t>(scale - digits_.dropped() - exponent, -far, far);
-    number.scale = number.magnitude.is_zero() ? 0 : static_cast<std::int32_t>(scale);
+    scanned.scale = std::clamp<std::int64_t>(scale - digits_.dropped() - exponent, -far, far);
     return ZVRT_RC_OK;
   }
 
@@ -130,19 +134,39 @@ class NumberParser {
   At at_;
   std::int64_t count_;
   std::int64_t position_ = 0;
-  Digits digits_;
+  Sink& digits_;
 };
+
+template <class Sink>
+Status scan_number(const Text& text, Sink& digits, Scanned& scanned, Fault& fault) {
+  if (text.is_ascii) {
+    const auto at = [&text](std::int64_t i) { return static_cast<std::uint32_t>(text.at[i]); };
+    return NumberParser(at, text.count, digits).run(scanned, fault);
+  }
+  const auto at = [&text](std::int64_t i) { return load<Wide>(text.at, static_cast<std::size_t>(i)); };
+  return NumberParser(at, text.count, digits).run(scanned, fault);
+}
 
 }  // namespace
 
 Status parse_number(const Text& text, Decimal& number, Fault& fault) {
   number = Decimal{};
-  if (text.is_ascii) {
-    const auto at = [&text](std::int64_t i) { return static_cast<std::uint32_t>(text.at[i]); };
-    return NumberParser(at, text.count).run(number, fault);
-  }
-  const auto at = [&text](std::int64_t i) { return load<Wide>(text.at, static_cast<std::size_t>(i)); };
-  return NumberParser(at, text.count).run(number, fault);
+  Digits digits;
+  Scanned scanned{};
+  if (const Status status = scan_number(text, digits, scanned, fault); status != ZVRT_RC_OK) return status;
+  digits.finish(number);
+  number.negative = scanned.negative;
+  number.scale = number.magnitude.is_zero() ? 0 : static_cast<std::int32_t>(scanned.scale);
+  return ZVRT_RC_OK;
+}
+
+LongNumber parse_long_number(const Text& text) {
+  LongNumber number;
+  Scanned scanned{};
+  Fault fault;
+  scan_number(text, number, scanned, fault);
+  number.finish(scanned.negative, scanned.scale);
+  return number;
 }
 
 std::int32_t format_number(const Decimal& number, char* out) {

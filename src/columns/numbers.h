@@ -8,6 +8,8 @@ namespace zvrt::columns {
 
 Read read_integer, read_bool, read_decimal, read_packed, read_zoned, read_numeric, read_varnum;
 Write write_integer, write_bool, write_decimal, write_packed, write_zoned, write_numeric, write_varnum;
+Read read_bytes;
+Write write_bytes;
 
 // The number as the type's scale and digits have it, by the plan's rule; the status that refuses it.
 Status fit(const Type& type, Decimal& number);
@@ -28,6 +30,47 @@ void write_numbers(const Type& type, Block& block, Store store_number) {
 
 // A number as text: see ZVRTColumns.h for its form.
 Status parse_number(const Text& text, Decimal& number, Fault& fault);
+
+// The digits of a text that has more than 40, for floats: halfway points between doubles have up to 767 of them. An odd
+// one after those kept stands for the others, so that no halfway point is mistaken.
+class LongNumber {
+ public:
+  void add(std::uint32_t digit) {
+    if (count_ == 0 && digit == 0) return;
+    if (count_ < max_kept) {
+      digits_[count_++] = static_cast<char>('0' + digit);
+      return;
+    }
+    ++dropped_;
+    rest_ |= digit != 0;
+  }
+  std::int64_t dropped() const { return dropped_; }
+  void finish(bool negative, std::int64_t scale) {
+    negative_ = negative;
+    scale_ = static_cast<std::int32_t>(scale);
+    if (!rest_) return;
+    digits_[count_++] = '1';
+    ++scale_;
+  }
+
+  bool is_negative() const { return negative_; }
+  std::int32_t scale() const { return scale_; }
+  std::int32_t count() const { return count_; }
+  const char* digits() const { return digits_; }
+
+ private:
+  static constexpr std::int32_t max_kept = 800;
+
+  char digits_[max_kept + 1];
+  std::int32_t count_ = 0;
+  std::int32_t scale_ = 0;
+  std::int64_t dropped_ = 0;
+  bool rest_ = false;
+  bool negative_ = false;
+};
+
+// Of text that parse_number() takes.
+LongNumber parse_long_number(const Text& text);
 
 // At most so many characters: a sign, "0.", the zeros and digits of the smallest number.
 constexpr std::int32_t longest_number_text = 320;

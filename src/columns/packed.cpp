@@ -62,9 +62,11 @@ bool read_digits(const std::byte* at, std::int32_t nibbles, Magnitude& magnitude
   return true;
 }
 
-Status read_sign(const Type& type, std::uint32_t nibble, bool& negative) {
-  negative = nibble == 0xD || nibble == 0xB;
-  return nibble < 0xA || (negative && type.has(ZVRT_TYPE_UNSIGNED)) ? ZVRT_RC_INVALID_SIGN : ZVRT_RC_OK;
+// An unsigned type has no negative values; a negative zero is none.
+Status read_sign(const Type& type, std::uint32_t nibble, Decimal& number) {
+  number.negative = nibble == 0xD || nibble == 0xB;
+  const bool is_refused = number.negative && !number.magnitude.is_zero() && type.has(ZVRT_TYPE_UNSIGNED);
+  return nibble < 0xA || is_refused ? ZVRT_RC_INVALID_SIGN : ZVRT_RC_OK;
 }
 
 // The digits from the last one on; half-bytes before the first are 0.
@@ -90,7 +92,7 @@ void read_packed(const Type& type, Block& block) {
       return block.refuse(i, ZVRT_RC_INVALID_DIGIT, find_digit_fault(at, nibbles));
     }
     const auto last = static_cast<std::uint32_t>(at[type.length - 1]);
-    const Status status = has_sign ? read_sign(type, last & 0xF, number.negative) : ZVRT_RC_OK;
+    const Status status = has_sign ? read_sign(type, last & 0xF, number) : ZVRT_RC_OK;
     if (status != ZVRT_RC_OK) return block.refuse(i, status, {.offset = type.length - 1, .unit = last});
     if (type.precision < nibbles && !fits_digits(number.magnitude, type.precision)) {
       return block.refuse(i, ZVRT_RC_DIGITS_LOST, {.offset = 0, .unit = static_cast<std::uint32_t>(at[0])});

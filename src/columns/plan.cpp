@@ -5,6 +5,7 @@
 #include <cstring>
 #include <new>
 
+#include "columns/floats.h"
 #include "columns/numbers.h"
 #include "columns/structures.h"
 #include "columns/text.h"
@@ -21,9 +22,17 @@ struct KindPath {
 };
 
 constexpr std::array kind_paths = {
-    KindPath{ZVRT_KIND_INT, read_integer, write_integer},     KindPath{ZVRT_KIND_UINT, read_integer, write_integer},
-    KindPath{ZVRT_KIND_PACKED, read_packed, write_packed},    KindPath{ZVRT_KIND_ZONED, read_zoned, write_zoned},
-    KindPath{ZVRT_KIND_DECIMAL, read_decimal, write_decimal}, KindPath{ZVRT_KIND_BOOL, read_bool, write_bool},
+    KindPath{ZVRT_KIND_INT, read_integer, write_integer},
+    KindPath{ZVRT_KIND_UINT, read_integer, write_integer},
+    KindPath{ZVRT_KIND_PACKED, read_packed, write_packed},
+    KindPath{ZVRT_KIND_ZONED, read_zoned, write_zoned},
+    KindPath{ZVRT_KIND_DECIMAL, read_decimal, write_decimal},
+    KindPath{ZVRT_KIND_BOOL, read_bool, write_bool},
+    KindPath{ZVRT_KIND_VARNUM, read_varnum, write_varnum},
+    KindPath{ZVRT_KIND_NUMERIC, read_numeric, write_numeric},
+    KindPath{ZVRT_KIND_FLOAT, read_float, write_float},
+    KindPath{ZVRT_KIND_HEX_FLOAT, read_hex_float, write_hex_float},
+    KindPath{ZVRT_KIND_BYTES, read_bytes, write_bytes},
 };
 
 Read* reader_of(const Type& type) {
@@ -57,6 +66,18 @@ constexpr std::array form_steps = {
     FormStep{Form::boolean, Form::decimal, nullptr},
     FormStep{Form::boolean, Form::boolean, nullptr},
     FormStep{Form::decimal, Form::text, step_decimal_to_text},
+    FormStep{Form::binary, Form::binary, nullptr},
+    FormStep{Form::binary, Form::decimal, step_binary_to_decimal},
+    FormStep{Form::binary, Form::boolean, step_binary_to_decimal},
+    FormStep{Form::decimal, Form::binary, step_decimal_to_binary},
+    FormStep{Form::boolean, Form::binary, step_decimal_to_binary},
+    FormStep{Form::binary, Form::text, step_binary_to_text},
+    FormStep{Form::text, Form::binary, step_text_to_binary},
+    FormStep{Form::text, Form::boolean, step_text_to_bool},
+    FormStep{Form::boolean, Form::text, step_bool_to_text},
+    FormStep{Form::bytes, Form::bytes, nullptr},
+    FormStep{Form::text, Form::bytes, step_text_to_bytes},
+    FormStep{Form::bytes, Form::text, step_bytes_to_text},
 };
 
 const FormStep* find_step(Form from, Form to) {
@@ -120,9 +141,12 @@ bool choose_path(const Type& from, const Type& to, Path& path) {
 
 std::uint32_t fitting_options(const Type& from, const Type& to) {
   std::uint32_t options = 0;
-  if (from.form == Form::text && to.form == Form::text) options |= ZVRT_PLAN_CUT_TEXT;
+  const bool is_text = from.form == Form::text || from.form == Form::bytes;
+  if (is_text && (to.form == Form::text || to.form == Form::bytes)) options |= ZVRT_PLAN_CUT_TEXT;
   if (from.form == Form::text || to.form == Form::text) options |= ZVRT_PLAN_SUBSTITUTE;
   if (to.form == Form::decimal && from.form != Form::boolean) options |= roundings;
+  if (to.form == Form::binary) options |= ZVRT_PLAN_EXACT_FLOAT;
+  if (from.kind == ZVRT_KIND_FLOAT && to.form == Form::text) options |= ZVRT_PLAN_SINGLE_FORM;
   return options;
 }
 

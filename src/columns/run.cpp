@@ -65,9 +65,13 @@ class Run {
 
   Status pass_null(std::int64_t row, std::byte* slot) {
     const Type& type = plan_.to.type;
-    if (to_.indicators.at == nullptr && !type.has_null_form()) return ZVRT_RC_NULL_REFUSED;
-    if (to_.indicators.at != nullptr) to_.indicators.store(row, ZVRT_NULL_DATA);
-    if (type.has_null_form()) write_null_form(type, slot);
+    if (to_.indicators.at != nullptr) {
+      to_.indicators.store(row, ZVRT_NULL_DATA);
+    } else if (type.has_null_form()) {
+      write_null_form(type, slot);
+    } else {
+      return ZVRT_RC_NULL_REFUSED;
+    }
     ++outcome_.nulls;
     return ZVRT_RC_OK;
   }

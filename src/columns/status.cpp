@@ -68,6 +68,11 @@ constexpr std::array entries = {
 };
 // clang-format on
 
+// The operating system's error numbers added to it stay below the environment library's statuses.
+constexpr bool is_system_error(uint32_t status) {
+  return status >= ZVRT_OS_RC_ERRNO && status - ZVRT_OS_RC_ERRNO < 1000;
+}
+
 const Entry* find_entry(uint32_t status) {
   for (const Entry& entry : entries) {
     if (entry.status == status) return &entry;
@@ -78,11 +83,13 @@ const Entry* find_entry(uint32_t status) {
 }  // namespace
 
 const char* ZVRTStatusName(uint32_t status) {
+  if (is_system_error(status)) return "ZVRT_OS_RC_ERRNO";
   const Entry* const entry = find_entry(status);
   return entry == nullptr ? "unknown status" : entry->name;
 }
 
 const char* ZVRTStatusText(uint32_t status) {
+  if (is_system_error(status)) return "The operating system failed; the status is 20000 and its error number.";
   const Entry* const entry = find_entry(status);
   return entry == nullptr ? "The status is not known to this library." : entry->text;
 }

@@ -43,13 +43,9 @@ bool read_punched_sign(const Layout& layout, std::uint32_t zone, bool& negative)
 }
 
 bool read_sign(const Layout& layout, std::uint32_t byte, bool& negative) {
-  if (!layout.is_separate) {
-    if (!read_punched_sign(layout, byte & 0xF0, negative)) return false;
-  } else {
-    negative = byte == layout.minus();
-    if (!negative && byte != layout.plus()) return false;
-  }
-  return !(negative && layout.is_unsigned);
+  if (!layout.is_separate) return read_punched_sign(layout, byte & 0xF0, negative);
+  negative = byte == layout.minus();
+  return negative || byte == layout.plus();
 }
 
 // The first byte that is none of a number decides: a leading sign is looked at before the digits after it.
@@ -73,7 +69,10 @@ Status read_field(const Layout& layout, const std::byte* field, Decimal& number,
     }
   }
   number.magnitude = append_digits(number.magnitude, chunk_digits, chunk);
-  return ZVRT_RC_OK;
+  // An unsigned type has no negative values; a negative zero is none.
+  const bool is_refused = layout.is_unsigned && number.negative && !number.magnitude.is_zero();
+  fault = {.offset = layout.sign, .unit = byte_at(field, layout.sign)};
+  return is_refused ? ZVRT_RC_INVALID_SIGN : ZVRT_RC_OK;
 }
 
 void write_field(const Layout& layout, std::byte* field, const Decimal& number, bool negative) {

@@ -205,4 +205,163 @@ TEST_F(Pairs, Texts) {
   EXPECT_EQ(cut.slot, "ab ");
 }
 
+ZVRTType real(std::int32_t length) { return type(ZVRT_KIND_FLOAT, length, ZVRT_TYPE_BIG_ENDIAN); }
+ZVRTType hex(std::int32_t length) { return type(ZVRT_KIND_HEX_FLOAT, length); }
+
+std::string ascii(std::string_view text) { return hexadecimal(text); }
+
+// Text on one side, written as it is.
+struct TextCase {
+  const char* text;
+  ZVRTType other;
+  const char* bytes;
+  std::uint32_t status = ZVRT_RC_OK;
+  std::uint32_t options = 0;
+};
+
+void check_to_text(const TextCase& each) {
+  const std::string expected = ascii(each.text);
+  check({"to text", each.other, each.bytes, text(64), expected.c_str(), each.status, each.options});
+}
+void check_from_text(const TextCase& each) {
+  const std::string value = ascii(each.text);
+  check({"from text", text(64), value.c_str(), each.other, each.bytes, each.status, each.options});
+}
+
+TEST_F(Pairs, Floats) {
+  const std::uint32_t exact = ZVRT_PLAN_EXACT_FLOAT;
+  const TextCase both[] = {
+      {"0.1", real(8), "3FB999999999999A"},
+      {"0.1", real(4), "3DCCCCCD"},
+      {"1.5", real(8), "3FF8000000000000"},
+      {"-123000", real(8), "C0FE078000000000"},
+      {"5e-324", real(8), "0000000000000001"},
+      {"1.7976931348623157e+308", real(8), "7FEFFFFFFFFFFFFF"},
+      {"1e+21", real(8), "444B1AE4D6E2EF50"},
+      {"100000000000000000000", real(8), "4415AF1D78B58C40"},
+      {"0.000001", real(8), "3EB0C6F7A0B5ED8D"},
+      {"1e-7", real(8), "3E7AD7F29ABCAF48"},
+      {"0", real(8), "0000000000000000"},
+      {"0.1", hex(8), "401999999999999A"},
+      {"0.1", hex(4), "4019999A"},
+      {"-118.625", hex(4), "C276A000"},
+      {"1", hex(8), "4110000000000000"},
+      {"123.45", hex(8), "427B733333333333"},
+      {"0", hex(8), "0000000000000000"},
+  };
+  for (const TextCase& each : both) {
+    check_to_text(each);
+    check_from_text(each);
+  }
+  const TextCase from_text[] = {
+      {"9007199254740993", real(8), "4340000000000000"},
+      {"9007199254740993.00000000000000000000000000000000000000001", real(8), "4340000000000001"},
+      {"9007199254740992.99999999999999999999999999999999999999999", real(8), "4340000000000000"},
+      {"1e400", real(8), "", ZVRT_RC_OUT_OF_RANGE},
+      {"1e-400", real(8), "0000000000000000"},
+      {"3.5e38", real(4), "", ZVRT_RC_OUT_OF_RANGE},
+      {"0.1", real(8), "3FB999999999999A", 0, exact},
+      {"0.10000000000000001", real(8), "", ZVRT_RC_INEXACT_FLOAT, exact},
+      {"-0", real(8), "0000000000000000"},
+      {"7.3e75", hex(4), "", ZVRT_RC_OUT_OF_RANGE},
+      {"16777215.5", hex(4), "47100000"},
+      {"16777216.5", hex(4), "47100000"},
+  };
+  for (const TextCase& each : from_text) check_from_text(each);
+  const TextCase to_text[] = {
+      {"0", real(8), "8000000000000000"},
+      {"", real(8), "7FF0000000000000", ZVRT_RC_NOT_FINITE},
+      {"", real(4), "7FC00000", ZVRT_RC_NOT_FINITE},
+      {"1", hex(4), "42010000"},
+      {"0", hex(4), "C2000000"},
+      {"7.2370055773322621e+75", hex(8), "7FFFFFFFFFFFFFFF"},
+      {"1.0000000000000001E-01", real(8), "3FB999999999999A", 0, ZVRT_PLAN_SINGLE_FORM},
+  };
+  for (const TextCase& each : to_text) check_to_text(each);
+  const Case cases[] = {
+      {"widened as it is", real(4), "3DCCCCCD", real(8), "3FB99999A0000000"},
+      {"negative zero", real(4), "80000000", real(8), "8000000000000000"},
+      {"infinity", real(8), "FFF0000000000000", real(4), "FF800000"},
+      {"narrowed", real(8), "3FB999999999999A", real(4), "3DCCCCCD"},
+      {"narrowed exactly", real(8), "3FB999999999999A", real(4), "", ZVRT_RC_INEXACT_FLOAT, exact},
+      {"too large", real(8), "7FE0000000000000", real(4), "", ZVRT_RC_OUT_OF_RANGE},
+      {"56 bits", hex(8), "41FFFFFFFFFFFFFF", real(8), "4030000000000000"},
+      {"to packed", real(8), "3FB999999999999A", packed(2, 1), "001C"},
+      {"to packed, 0.3", real(8), "3FD3333333333334", packed(2, 1), "", ZVRT_RC_FRACTION_LOST},
+      {"infinity to packed", real(8), "7FF0000000000000", packed(2, 1), "", ZVRT_RC_NOT_FINITE},
+      {"from packed", packed(2, 1), "001D", real(8), "BFB999999999999A"},
+  };
+  for (const Case& each : cases) check(each);
+}
+
+TEST_F(Pairs, Varnum) {
+  const ZVRTType number = type(ZVRT_KIND_VARNUM, 22);
+  const TextCase both[] = {
+      {"0", number, "0180"},
+      {"1", number, "02C102"},
+      {"-1", number, "033E6466"},
+      {"100", number, "02C202"},
+      {"0.01", number, "02C002"},
+      {"1.5", number, "03C10233"},
+      {"-12.34", number, "043E594366"},
+      {"1234567890123456789012345678901234567890", number, "15D40D23394F5B0D23394F5B0D23394F5B0D23394F5B"},
+      {"-1234567890123456789012345678901234567890", number, "152B59432D170B59432D170B59432D170B59432D170B"},
+  };
+  for (const TextCase& each : both) {
+    check_to_text(each);
+    check_from_text(each);
+  }
+  const TextCase from_text[] = {
+      {"1e125", number, "02FF0B"},
+      {"1e126", number, "", ZVRT_RC_OUT_OF_RANGE},
+      {"1e-130", number, "028002"},
+      {"1e-131", number, "", ZVRT_RC_FRACTION_LOST},
+      {"1e-131", number, "0180", 0, ZVRT_PLAN_CUT_FRACTION},
+      {"12345678901234567890123456789012345678901", number, "", ZVRT_RC_FRACTION_LOST},
+      {"99999999999999999999999999999999999999995", number, "02D50B", 0, ZVRT_PLAN_ROUND_HALF_EVEN},
+  };
+  for (const TextCase& each : from_text) check_from_text(each);
+  const TextCase to_text[] = {
+      {"", number, "0100", ZVRT_RC_INVALID_VALUE},
+      {"", number, "02C100", ZVRT_RC_INVALID_VALUE},
+      {"", number, "00", ZVRT_RC_INVALID_VALUE},
+      {"-1", number, "023E64"},
+  };
+  for (const TextCase& each : to_text) check_to_text(each);
+}
+
+TEST_F(Pairs, OtherKinds) {
+  const ZVRTType numeric = type(ZVRT_KIND_NUMERIC, 19, 0, 5, 2);
+  const ZVRTType boolean = type(ZVRT_KIND_BOOL, 1);
+  const ZVRTType raw = type(ZVRT_KIND_BYTES, 4);
+  const TextCase both[] = {
+      {"-12.34", numeric, "05 02 00 D204 0000000000000000000000000000"},
+      {"true", boolean, "01"},
+      {"false", boolean, "00"},
+      {"00FF7A", raw, "00FF7A"},
+      {"", raw, ""},
+  };
+  for (const TextCase& each : both) {
+    check_to_text(each);
+    check_from_text(each);
+  }
+  const TextCase from_text[] = {
+      {"1234.56", numeric, "", ZVRT_RC_DIGITS_LOST},
+      {"TRUE", boolean, "", ZVRT_RC_INVALID_VALUE},
+      {"0", boolean, "00"},
+      {"ff", raw, "FF"},
+      {"f", raw, "", ZVRT_RC_INVALID_VALUE},
+      {"0g", raw, "", ZVRT_RC_INVALID_VALUE},
+      {"0011223344", raw, "", ZVRT_RC_TRUNCATED},
+  };
+  for (const TextCase& each : from_text) check_from_text(each);
+  const Case cases[] = {
+      {"2 is no boolean", boolean, "02", integer(1), "", ZVRT_RC_INVALID_VALUE},
+      {"number to boolean", integer(1), "02", boolean, "", ZVRT_RC_OUT_OF_RANGE},
+      {"boolean to number", boolean, "01", packed(1), "1C"},
+      {"sign 2", numeric, "05 02 02 D204 0000000000000000000000000000", integer(4), "", ZVRT_RC_INVALID_VALUE},
+  };
+  for (const Case& each : cases) check(each);
+}
+
 }  // namespace
