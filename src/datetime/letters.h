@@ -1,12 +1,11 @@
 // Letters compared eight at a time and regardless of case: ASCII only, independent of the process locale.
 #pragma once
 
-#include <emmintrin.h>
-
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
 
+#include "simd/vectors.h"
 #include "support/read_ahead.h"
 #include "support/units.h"
 
@@ -42,10 +41,7 @@ constexpr Letters first_letters(std::size_t count) {
 inline Letters letters_at(const void* text) {
   Letters letters = 0;
   if (may_read_ahead(text, letters_at_once * sizeof(Wide))) [[likely]] {
-    const auto* at = static_cast<const __m128i*>(text);
-    const __m128i words = _mm_packs_epi32(_mm_loadu_si128(at), _mm_loadu_si128(at + 1));
-    const __m128i bytes = _mm_packus_epi16(words, words);  // larger characters become 0 or FF
-    letters = static_cast<Letters>(_mm_cvtsi128_si64(bytes));
+    letters = vectors::narrow_eight(text);
   } else {
     for (std::size_t i = 0; i < letters_at_once; ++i) {
       const Wide character = load<Wide>(text, i);

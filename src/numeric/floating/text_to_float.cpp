@@ -1,6 +1,4 @@
 // Text to doubles and singles, correctly rounded.
-#include <emmintrin.h>
-
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -13,6 +11,7 @@
 #include "core/call.h"
 #include "numeric/floating/powers_of_ten.h"
 #include "numeric/floating/short_decimals.h"
+#include "simd/vectors.h"
 #include "support/read_ahead.h"
 #include "support/units.h"
 #include "support/wraps.h"
@@ -32,27 +31,6 @@ std::int64_t characters_between(const std::byte* from, const std::byte* to) {
   return static_cast<std::int64_t>(static_cast<std::size_t>(to - from) / sizeof(Wide));
 }
 
-__m128i load_block(const std::byte* at) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(at)); }
-
-// Eight characters as 16-bit numbers, digits as 0 to 9. Packing saturates: a character beyond 16 bits does not become a
-// digit.
-__m128i eight_values(const std::byte* at) {
-  return _mm_sub_epi16(_mm_packs_epi32(load_block(at), load_block(at + 16)), _mm_set1_epi16('0'));
-}
-
-bool are_digits(__m128i values) {
-  const __m128i above_nine = _mm_subs_epu16(values, _mm_set1_epi16(9));
-  return _mm_movemask_epi8(_mm_cmpeq_epi16(above_nine, _mm_setzero_si128())) == 0xFFFF;
-}
-
-// Neighbours are joined to numbers of two, four, eight digits.
-std::uint32_t join_digits(__m128i digits) {
-  const __m128i pairs = _mm_madd_epi16(digits, _mm_set1_epi32(10 | 1 << 16));
-  const __m128i quads = _mm_madd_epi16(_mm_packs_epi32(pairs, pairs), _mm_set1_epi32(100 | 1 << 16));
-  const __m128i octets = _mm_madd_epi16(_mm_packs_epi32(quads, quads), _mm_set1_epi32(10000 | 1 << 16));
-  return static_cast<std::uint32_t>(_mm_cvtsi128_si32(octets));
-}
-
 ZVRT_WRAPS [[gnu::always_inline]] inline const std::byte* scan_digits(const std::byte* at, std::uint64_t& value) {
   for (Wide digit; (digit = load<Wide>(at) - '0') <= 9; at = next(at)) value = value * 10 + digit;
   return at;
@@ -64,9 +42,9 @@ ZVRT_WRAPS [[gnu::always_inline]] inline const std::byte* scan_many_digits(const
   constexpr std::size_t block = 8 * sizeof(Wide);
   // Testing the last of the eight rejects most short runs at once.
   while (may_read_ahead(at, block) && is_digit(load<Wide>(at, 7))) {
-    const __m128i values = eight_values(at);
-    if (!are_digits(values)) break;
-    value = value * 100000000 + join_digits(values);
+    std::uint32_t number = 0;
+    if (!vectors::read_eight_digits(at, number)) break;
+    value = value * 100000000 + number;
     at += block;
   }
   return scan_digits(at, value);

@@ -7,6 +7,7 @@
 
 #include "numeric/integer/integers.h"
 #include "numeric/kernels/sse41/digits.h"
+#include "simd/sse2.h"
 #include "support/read_ahead.h"
 #include "support/wraps.h"
 
@@ -36,34 +37,18 @@ constexpr Windows windows = [] {
 
 // ---- writing -------------------------------------------------------------------------------------------------------
 
-// The digits of numbers below 10000 in lanes of 32 bits, one a byte, the most significant first: split by 100 and by 10
-// in all lanes at once. Each reciprocal is exact over its range.
-__m128i digits_of_quads(__m128i quads) {
-  const __m128i by_100 = _mm_srli_epi16(_mm_mulhi_epu16(quads, _mm_set1_epi32(5243)), 3);
-  const __m128i below_100 = _mm_sub_epi16(quads, _mm_mullo_epi16(by_100, _mm_set1_epi32(100)));
-  const __m128i pairs = _mm_or_si128(by_100, _mm_slli_epi32(below_100, 16));
-  const __m128i by_10 = _mm_mulhi_epu16(pairs, _mm_set1_epi16(6554));
-  const __m128i below_10 = _mm_sub_epi16(pairs, _mm_mullo_epi16(by_10, _mm_set1_epi16(10)));
-  return _mm_or_si128(by_10, _mm_slli_epi16(below_10, 8));
-}
-
 // The characters of a number below 10^8, zeros following them.
 __m128i eight_digits(std::uint64_t number) {
   const std::uint64_t upper = number / 10'000;
   const std::uint64_t quads = upper | (number - upper * 10'000) << 32;
   const __m128i zeros = _mm_set_epi64x(0, 0x3030303030303030);
-  return _mm_or_si128(digits_of_quads(_mm_cvtsi64_si128(static_cast<long long>(quads))), zeros);
+  return _mm_or_si128(sse2::split_quads(_mm_cvtsi64_si128(static_cast<long long>(quads))), zeros);
 }
 
 // The characters of a number below 10^16.
 __m128i sixteen_digits(std::uint64_t number) {
   const std::uint64_t upper = number / hundred_million;
-  const __m128i octets =
-      _mm_set_epi64x(static_cast<long long>(number - upper * hundred_million), static_cast<long long>(upper));
-  const __m128i by_10000 = _mm_srli_epi64(_mm_mul_epu32(octets, _mm_set1_epi32(static_cast<int>(0xD1B71759))), 45);
-  const __m128i below_10000 = _mm_sub_epi32(octets, _mm_mul_epu32(by_10000, _mm_set1_epi32(10000)));
-  const __m128i quads = _mm_or_si128(by_10000, _mm_slli_epi64(below_10000, 32));
-  return _mm_or_si128(digits_of_quads(quads), _mm_set1_epi8('0'));
+  return sse2::digit_characters(sse2::sixteen_digits(upper, number - upper * hundred_million));
 }
 
 // Writes a number of up to so many digits, with a zero following it `max_lanes` lanes, in pieces of two or four. The last ones may
