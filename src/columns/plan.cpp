@@ -6,6 +6,7 @@
 #include <new>
 
 #include "columns/floats.h"
+#include "columns/moments.h"
 #include "columns/numbers.h"
 #include "columns/structures.h"
 #include "columns/text.h"
@@ -33,6 +34,14 @@ constexpr std::array kind_paths = {
     KindPath{ZVRT_KIND_FLOAT, read_float, write_float},
     KindPath{ZVRT_KIND_HEX_FLOAT, read_hex_float, write_hex_float},
     KindPath{ZVRT_KIND_BYTES, read_bytes, write_bytes},
+    KindPath{ZVRT_KIND_TIMESTAMP, read_record, write_record},
+    KindPath{ZVRT_KIND_DATE, read_record, write_record},
+    KindPath{ZVRT_KIND_TIME, read_record, write_record},
+    KindPath{ZVRT_KIND_CLI_TIMESTAMP, read_record, write_record},
+    KindPath{ZVRT_KIND_CLI_DATE, read_record, write_record},
+    KindPath{ZVRT_KIND_CLI_TIME, read_record, write_record},
+    KindPath{ZVRT_KIND_DAYS, read_since_1970, write_since_1970},
+    KindPath{ZVRT_KIND_MICROS, read_since_1970, write_since_1970},
 };
 
 Read* reader_of(const Type& type) {
@@ -75,16 +84,24 @@ constexpr std::array form_steps = {
     FormStep{Form::text, Form::binary, step_text_to_binary},
     FormStep{Form::text, Form::boolean, step_text_to_bool},
     FormStep{Form::boolean, Form::text, step_bool_to_text},
+    FormStep{Form::moment, Form::moment, nullptr},
+    FormStep{Form::moment, Form::text, step_moment_to_text},
+    FormStep{Form::moment, Form::decimal, step_moment_to_decimal},
+    FormStep{Form::text, Form::moment, step_text_to_moment},
+    FormStep{Form::decimal, Form::moment, step_decimal_to_moment},
     FormStep{Form::bytes, Form::bytes, nullptr},
     FormStep{Form::text, Form::bytes, step_text_to_bytes},
     FormStep{Form::bytes, Form::text, step_bytes_to_text},
 };
 
-const FormStep* find_step(Form from, Form to) {
+// False where one form does not become the other.
+bool find_step(Form from, Form to, Step*& found) {
   for (const FormStep& step : form_steps) {
-    if (step.from == from && step.to == to) return &step;
+    if (step.from != from || step.to != to) continue;
+    found = step.step;
+    return true;
   }
-  return nullptr;
+  return false;
 }
 
 constexpr std::uint32_t roundings = ZVRT_PLAN_ROUND_HALF_EVEN | ZVRT_PLAN_ROUND_HALF_AWAY | ZVRT_PLAN_CUT_FRACTION;
@@ -114,6 +131,34 @@ bool needs_page(const Type& type) {
   return type.is_narrow() || (type.form != Form::text && type.has(ZVRT_TYPE_NULL_BLANKS));
 }
 
+Status open_model(const wchar_t* text, Side& side, Reason& reason) {
+  side.model.reset(new (std::nothrow) DateModel);
+  reason.status = ZVRT_RC_NO_MEMORY;
+  reason.sentence = "There is not enough memory for the plan.";
+  if (side.model == nullptr) return reason.status;
+  reason.status = compile_model(text, side.type, *side.model, reason.sentence);
+  side.type.model = side.model.get();
+  side.type.parts = side.model->parts;
+  side.type.date_digits = side.model->fraction_digits;
+  return reason.status;
+}
+
+// Text without a model is a date in ISO form where the other side is a date.
+Status complete_model(const Side& other, Side& side) {
+  if (other.type.value_form() != Form::moment || side.type.value_form() != Form::text) return ZVRT_RC_OK;
+  side.model.reset(new (std::nothrow) DateModel);
+  if (side.model == nullptr) return ZVRT_RC_NO_MEMORY;
+  make_iso_model(other.type.parts, other.type.date_digits, *side.model);
+  side.type.model = side.model.get();
+  side.type.parts = side.model->parts;
+  return ZVRT_RC_OK;
+}
+
+// Whether a date can be had of one: a date is a timestamp at midnight, and a timestamp at midnight a date.
+constexpr bool has_parts(Parts from, Parts to) {
+  return from == to || (from == Parts::date && to == Parts::both) || (from == Parts::both && to == Parts::date);
+}
+
 }  // namespace
 
 Status open_side(const ZVRTType& given, Role role, Side& side, Reason& reason) {
@@ -127,24 +172,27 @@ Status open_side(const ZVRTType& given, Role role, Side& side, Reason& reason) {
     if (reason.status != ZVRT_RC_OK) return reason.status;
     if (type.form != Form::text && given.codePage == 0) type.page.blank[0] = blank_of_kind(type);
   }
-  return ZVRT_RC_OK;
+  return given.model != nullptr ? open_model(given.model, side, reason) : ZVRT_RC_OK;
 }
 
 bool choose_path(const Type& from, const Type& to, Path& path) {
-  const FormStep* const step = find_step(from.form, to.form);
-  if (step == nullptr) return false;
-  path.read = reader_of(from);
-  path.step = step->step;
-  path.write = writer_of(to);
-  return path.read != nullptr && path.write != nullptr;
+  path = {reader_of(from), nullptr, nullptr, writer_of(to)};
+  if (from.value_form() != Form::moment || to.value_form() != Form::moment) {
+    // A date is nothing but a date.
+    const bool has_date = from.value_form() == Form::moment || to.value_form() == Form::moment;
+    return !has_date && find_step(from.form, to.form, path.step);
+  }
+  if (!has_parts(from.parts, to.parts)) return false;
+  return find_step(from.form, Form::moment, path.step) && find_step(Form::moment, to.form, path.second_step);
 }
 
 std::uint32_t fitting_options(const Type& from, const Type& to) {
   std::uint32_t options = 0;
+  const bool is_date = from.value_form() == Form::moment;
   const bool is_text = from.form == Form::text || from.form == Form::bytes;
-  if (is_text && (to.form == Form::text || to.form == Form::bytes)) options |= ZVRT_PLAN_CUT_TEXT;
+  if (is_text && !is_date && (to.form == Form::text || to.form == Form::bytes)) options |= ZVRT_PLAN_CUT_TEXT;
   if (from.form == Form::text || to.form == Form::text) options |= ZVRT_PLAN_SUBSTITUTE;
-  if (to.form == Form::decimal && from.form != Form::boolean) options |= roundings;
+  if (is_date || (to.form == Form::decimal && from.form != Form::boolean)) options |= roundings;
   if (to.form == Form::binary) options |= ZVRT_PLAN_EXACT_FLOAT;
   if (from.kind == ZVRT_KIND_FLOAT && to.form == Form::text) options |= ZVRT_PLAN_SINGLE_FORM;
   return options;
@@ -156,6 +204,10 @@ std::unique_ptr<ZVRTPlan> make_plan(const ZVRTType& from, const ZVRTType& to, st
   if (plan == nullptr) return nullptr;
   if (open_side(from, Role::source, plan->from, reason) != ZVRT_RC_OK) return nullptr;
   if (open_side(to, Role::target, plan->to, reason) != ZVRT_RC_OK) return nullptr;
+  const bool has_models =
+      complete_model(plan->from, plan->to) == ZVRT_RC_OK && complete_model(plan->to, plan->from) == ZVRT_RC_OK;
+  reason = {ZVRT_RC_NO_MEMORY, -1, "There is not enough memory for the plan."};
+  if (!has_models) return nullptr;
   reason = {ZVRT_RC_INVALID_PAIR, -1, "There is no conversion between these kinds."};
   if (!choose_path(plan->from.type, plan->to.type, plan->path)) return nullptr;
   reason.sentence = "An option does not fit the pair, or two of them exclude each other.";

@@ -162,7 +162,8 @@ Status check_type(const ZVRTType& given, Role role, Type& type, const char*& rea
   type.unit = kind->unit;
   type.declares_precision = given.precision > 0;
   type.precision = given.precision > 0 ? given.precision : digits_of_slot(given);
-  type.scale = kind->form == Form::moment ? fraction_digits(given) : given.scale;
+  type.scale = kind->form == Form::moment ? 0 : given.scale;
+  type.date_digits = fraction_digits(given);
   type.first_year = given.firstYear;
   return ZVRT_RC_OK;
 }

@@ -28,9 +28,10 @@ struct Type {
   Form form = Form::bytes;
   Extent extent = Extent::fixed;
   Parts parts = Parts::none;
-  std::uint8_t unit = 1;       // bytes of a unit of text
-  std::int32_t precision = 0;  // digits that a number may have; of base-100 numbers 40
-  std::int32_t scale = 0;      // of moments the digits of the fraction, 0 to 9
+  std::uint8_t unit = 1;         // bytes of a unit of text
+  std::int32_t precision = 0;    // digits that a number may have; of base-100 numbers 40
+  std::int32_t scale = 0;        // of moments the digits of the fraction, 0 to 9
+  std::int32_t date_digits = 0;  // of the fraction of a second
   bool declares_precision = false;
   std::int32_t first_year = 0;
   Page page;  // of narrow text; also says what a blank is
@@ -39,6 +40,8 @@ struct Type {
   Rounding rounding = Rounding::exact;
 
   bool has(std::uint32_t flag) const { return (flags & flag) != 0; }
+  // What the values are, whatever they are stored as.
+  Form value_form() const { return model != nullptr ? Form::moment : form; }
   bool is_narrow() const { return form == Form::text && unit == 1; }
   // Multi-byte values stand in the other byte order than the machine's.
   bool is_swapped() const { return has(ZVRT_TYPE_BIG_ENDIAN) && std::endian::native == std::endian::little; }

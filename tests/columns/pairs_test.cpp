@@ -364,4 +364,87 @@ TEST_F(Pairs, OtherKinds) {
   for (const Case& each : cases) check(each);
 }
 
+// Records in native byte order: year, month, day, hour, minute, second, then the fraction.
+TEST_F(Pairs, Dates) {
+  const ZVRTType days = type(ZVRT_KIND_DAYS, 4, ZVRT_TYPE_BIG_ENDIAN);
+  const ZVRTType micros = type(ZVRT_KIND_MICROS, 8, ZVRT_TYPE_BIG_ENDIAN);
+  const auto ymd = [](std::int32_t length) { return with_model(packed(length), L"%YYYY%MM%DD"); };
+  const auto dated = [](const wchar_t* model, std::int16_t first = 0) {
+    return with_model(type(ZVRT_KIND_CHAR, 32), model, first);
+  };
+  const TextCase both[] = {
+      {"1970-01-01", days, "00000000"},
+      {"1969-12-31", days, "FFFFFFFF"},
+      {"2000-02-29", days, "00002B08"},
+      {"0001-01-01", days, "FFF506C6"},
+      {"9999-12-31", days, "002CC0A0"},
+      {"1969-12-31 23:59:59.999999", micros, "FFFFFFFFFFFFFFFF"},
+      {"1970-01-02 00:00:00.000001", micros, "000000141DD76001"},
+      {"2024-02-29", type(ZVRT_KIND_DATE, 6), "E807 0200 1D00"},
+      {"12:34:56", type(ZVRT_KIND_TIME, 6), "0C00 2200 3800"},
+      {"2024-02-29 12:34:56.789000", type(ZVRT_KIND_TIMESTAMP, 24),
+       "E807 0200 1D00 0C00 2200 3800 080A0C00 0000000000000000"},
+      {"2024-02-29 12:34:56", type(ZVRT_KIND_TIMESTAMP, 24, 0, 0, ZVRT_SCALE_NONE),
+       "E807 0200 1D00 0C00 2200 3800 00000000 0000000000000000"},
+      {"2024-02-29 12:34:56.000000789", type(ZVRT_KIND_CLI_TIMESTAMP, 16), "E807 0200 1D00 0C00 2200 3800 15030000"},
+      {"2024-02-29", ymd(5), "020240229C"},
+  };
+  for (const TextCase& each : both) {
+    check_to_text(each);
+    check_from_text(each);
+  }
+  const TextCase from_text[] = {
+      {"2023-02-29", days, "", ZVRT_RC_INVALID_DAY},
+      {"2024-13-01", days, "", ZVRT_RC_INVALID_MONTH},
+      {"0000-01-01", days, "", ZVRT_RC_INVALID_YEAR},
+      {"2024-1-01", days, "", ZVRT_RC_INVALID_DATETIME},
+      {"2024-01-01 ", days, "", ZVRT_RC_INVALID_DATETIME},
+      {"", days, "", ZVRT_RC_INVALID_DATETIME},
+      {"24:00:00", type(ZVRT_KIND_TIME, 6), "", ZVRT_RC_INVALID_HOUR},
+  };
+  for (const TextCase& each : from_text) check_from_text(each);
+  const auto year_day = with_model(zoned(7), L"%YYYY%DDD");
+  const auto century = with_model(packed(4), L"%C%YY%MM%DD");
+  const auto two_digits = with_model(packed(4), L"%YY%MM%DD", 1950);
+  const Case cases[] = {
+      {"day of the year", year_day, "F2F0F2F4F0F6C0", ymd(5), "020240229C"},
+      {"written", ymd(5), "020241231C", year_day, "F2F0F2F4F3F6C6"},
+      {"no day 366", year_day, "F2F0F2F3F3F6C6", ymd(5), "", ZVRT_RC_INVALID_DAY},
+      {"century", century, "1240229C", ymd(5), "020240229C"},
+      {"century 0", century, "0991231C", ymd(5), "019991231C"},
+      {"century written", ymd(5), "020240229C", century, "1240229C"},
+      {"before the centuries", ymd(5), "018991231C", century, "", ZVRT_RC_INVALID_YEAR},
+      {"window", two_digits, "0500101C", ymd(5), "019500101C"},
+      {"window's end", two_digits, "0491231C", ymd(5), "020491231C"},
+      {"beyond the window", ymd(5), "020500101C", two_digits, "", ZVRT_RC_INVALID_YEAR},
+      {"negative", ymd(5), "020240229D", days, "", ZVRT_RC_INVALID_DATETIME},
+      {"time of day", micros, "000000000000000A", days, "", ZVRT_RC_FRACTION_LOST},
+      {"time of day cut", micros, "FFFFFFFFFFFFFFFF", days, "FFFFFFFF", 0, ZVRT_PLAN_CUT_FRACTION},
+      {"midnight", days, "00000001", micros, "000000141DD76000"},
+      {"names", dated(L"%DD %MMM %YYYY"), "3239206665622032303234", dated(L"%MONTH %D, %YYYY"),
+       "46656272756172792032392C2032303234"},
+      {"noon", dated(L"%YYYY%MM%DD %HH:%MI %PM"), "32303234303232392031323A303020504D", dated(L"%YYYY%MM%DD%HH24%MI"),
+       "323032343032323931323030"},
+      {"midnight of the twelve-hour clock", dated(L"%YYYY%MM%DD%HH24%MI"), "323032343032323930303030",
+       dated(L"%YYYY%MM%DD %HH:%MI %PM"), "32303234303232392031323A303020414D"},
+      {"rounded to the next day", dated(L"%YYYY%MM%DD%HH24%MI%SS"), "3230323430323239323335393330",
+       dated(L"%YYYY%MM%DD%HH24%MI"), "323032343033303130303030", 0, ZVRT_PLAN_ROUND_HALF_AWAY},
+  };
+  for (const Case& each : cases) check(each);
+  const ZVRTType refused[] = {dated(L"%YYYY-%MM"),
+                              dated(L"%YY%MM%DD"),
+                              dated(L"%Q"),
+                              dated(L"%HH:%MI"),
+                              dated(L"%YYYY%YYYY%MM%DD"),
+                              with_model(packed(3), L"%YYYY%MM%DD"),
+                              with_model(packed(5), L"%YYYY-%MM-%DD")};
+  for (const ZVRTType& each : refused) {
+    Plan plan;
+    EXPECT_EQ(make(each, days, 0, plan), ZVRT_RC_INVALID_FORMAT);
+  }
+  Plan plan;
+  EXPECT_EQ(make(days, type(ZVRT_KIND_TIME, 6), 0, plan), ZVRT_RC_INVALID_PAIR);
+  EXPECT_EQ(make(days, integer(4), 0, plan), ZVRT_RC_INVALID_PAIR);
+}
+
 }  // namespace
