@@ -73,6 +73,20 @@ struct Fault {
   std::uint32_t unit = 0;
 };
 
+// A form in as many bytes as the largest has: a value that a step turns into another form never reaches into the next.
+template <class Form>
+struct InBlock : Form {
+  InBlock() = default;
+  InBlock& operator=(const Form& form) {
+    static_cast<Form&>(*this) = form;
+    return *this;
+  }
+
+ private:
+  std::byte rest_[sizeof(Decimal) - sizeof(Form)];
+};
+static_assert(sizeof(InBlock<Text>) == sizeof(Decimal));
+
 struct Block {
   std::int32_t count;
   Status failure;  // why the run cannot go on after these values, or ZVRT_RC_OK
@@ -86,10 +100,10 @@ struct Block {
 
   union {
     Decimal decimal[block_size];
-    Binary binary[block_size];
-    Moment moment[block_size];
-    Text text[block_size];
-    Value bytes[block_size];
+    InBlock<Binary> binary[block_size];
+    InBlock<Moment> moment[block_size];
+    InBlock<Text> text[block_size];
+    InBlock<Value> bytes[block_size];
   };
 
   // Only what every block has is set: the forms are written before they are read.
