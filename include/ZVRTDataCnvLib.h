@@ -122,9 +122,9 @@ typedef struct FldDef {
  *                 length that the whole source needs, also when the status is ZVRT_RC_TRUNCATED; with
  *                 ZVRT_RC_INVALID_CHAR from the converter service, of what was converted. It is not written when the
  *                 arguments are refused at once (ZVRT_RC_INVALID_PARAM, a destination smaller than its prefix,
- *                 ZVRT_RC_NO_MEMORY). After ZVRT_RC_TRUNCATED a caller can retry once, with that length and a
- *                 terminator. A second ZVRT_RC_TRUNCATED is final: the UTF-8 text ends inside a sequence, or the result
- *                 is longer than a prefix can count.
+ *                 ZVRT_RC_NO_MEMORY). Where it is the length needed, a caller can retry once after
+ *                 ZVRT_RC_TRUNCATED, with room for a terminator too. A second ZVRT_RC_TRUNCATED is final: the UTF-8
+ *                 text ends inside a sequence, or the result is longer than a prefix can count.
  * @param fldDef   The field descriptor; null means UTF-8 narrow text and no date/time format.
  * @return A status code.
  */
