@@ -14,9 +14,7 @@
 //
 // Adding a kind is one reader and one writer, and a line each in plan.cpp.
 //
-// Direct kernels: plan.cpp sets ZVRTPlan::kernel for the pairs that have one. A kernel takes a block as the reader does,
-// source places resolved, slots set, and must leave exactly what reader, step and writer leave; what it does not want to
-// do itself it hands to them (`convert_block` in plan.h).
+// Hot pairs have a kernel beside this path: direct.h.
 #pragma once
 
 #include <cstddef>

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <new>
 
+#include "columns/direct.h"
 #include "columns/floats.h"
 #include "columns/moments.h"
 #include "columns/numbers.h"
@@ -218,6 +219,7 @@ std::unique_ptr<ZVRTPlan> make_plan(const ZVRTType& from, const ZVRTType& to, st
     type->options = options;
     type->rounding = rounding_of(options);
   }
+  plan->direct = find_direct(*plan);
   reason = {};
   return plan;
 }

@@ -13,7 +13,9 @@
 namespace zvrt::columns {
 
 using Step = void(const Type& from, const Type& to, Block& block);
-using Kernel = void(const ZVRTPlan& plan, Block& block);
+// A direct kernel (direct.h): converts leading rows and returns how many.
+struct Rows;
+using Direct = std::int32_t(const ZVRTPlan& plan, const Rows& rows);
 
 // What a value, or a run of values, passes through. A null step passes the canonical form on as it is.
 struct Path {
@@ -37,7 +39,7 @@ struct ZVRTPlan {
   zvrt::columns::Side to;
   std::uint32_t options = 0;
   zvrt::columns::Path path;
-  zvrt::columns::Kernel* kernel = nullptr;  // null: convert_block() itself
+  zvrt::columns::Direct* direct = nullptr;  // null: the pair has none
   const struct SingleCall* single_call = nullptr;
 };
 

@@ -1,5 +1,8 @@
 // Runs: rows cut into blocks, what became of each value written to its places.
+#include <algorithm>
+
 #include "columns/arena.h"
+#include "columns/direct.h"
 #include "columns/plan.h"
 #include "columns/structures.h"
 #include "encoding/converter_service.h"
@@ -15,7 +18,9 @@ class Run {
   }
 
   Status run(std::int64_t count) {
+    const bool is_direct = plan_.direct != nullptr && suits_direct(plan_, from_, to_);
     while (outcome_.done < count) {
+      if (is_direct && convert_directly(count)) continue;
       arena_.reset();
       const std::int64_t end = gather(count);
       const std::int32_t gathered = block_.count;
@@ -30,7 +35,37 @@ class Run {
   const ZVRTOutcome& outcome() const { return outcome_; }
 
  private:
-  void convert() { plan_.kernel != nullptr ? plan_.kernel(plan_, block_) : convert_block(plan_, block_); }
+  void convert() { convert_block(plan_, block_); }
+
+  // Whether the plan's kernel took a row at least.
+  bool convert_directly(std::int64_t count) {
+    const std::int64_t row = outcome_.done;
+    std::int64_t lengths[direct_rows];
+    Entries source_lengths = from_.lengths;
+    if (source_lengths.at != nullptr) source_lengths.at += row * source_lengths.stride;
+    const Rows rows{from_.slot(row), from_.stride,
+                    &source_lengths, to_.slot(row),
+                    to_.stride,      static_cast<std::int32_t>(std::min<std::int64_t>(count - row, direct_rows)),
+                    lengths};
+    const std::int32_t done = plan_.direct(plan_, rows);
+    report_directly(row, done, lengths);
+    outcome_.done += done;
+    return done > 0;
+  }
+
+  void report_directly(std::int64_t row, std::int32_t count, const std::int64_t* lengths) {
+    const bool is_text = plan_.to.type.form == Form::text;
+    const bool tells = to_.lengths.at != nullptr || to_.indicators.at != nullptr;
+    for (std::int32_t i = 0; (is_text || tells) && i < count; ++i) {
+      const std::int64_t length = is_text ? lengths[i] : plan_.to.type.length;
+      if (tells) tell_length(row + i, length, 0);
+      if (length == 0) ++outcome_.empty;
+    }
+    if (to_.status.at == nullptr) return;
+    for (std::int32_t i = 0; i < count; ++i) {
+      store<Status>(to_.status.at + (row + i) * to_.status.stride, 0, ZVRT_RC_OK);
+    }
+  }
 
   // Takes rows until the block is full and returns the row after them. A null is passed over like a refused value.
   std::int64_t gather(std::int64_t count) {

@@ -7,6 +7,7 @@
 #include "ZVRTColumns.h"
 #include "columns/decimal.h"
 #include "columns/page.h"
+#include "support/inlined.h"
 
 namespace zvrt::columns {
 
@@ -39,7 +40,8 @@ struct Type {
   std::uint32_t options = 0;  // of the plan
   Rounding rounding = Rounding::exact;
 
-  bool has(std::uint32_t flag) const { return (flags & flag) != 0; }
+  // Inlined, as kernels for other processors use it.
+  ZVRT_INLINED bool has(std::uint32_t flag) const { return (flags & flag) != 0; }
   // What the values are, whatever they are stored as.
   Form value_form() const { return model != nullptr ? Form::moment : form; }
   bool is_narrow() const { return form == Form::text && unit == 1; }

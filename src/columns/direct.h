@@ -1,0 +1,61 @@
+// Direct kernels: the hot pairs, whole stretches of rows at once, without blocks.
+//
+// A kernel takes rows that stand at strides, without nulls and without a selection, and converts the leading ones that are
+// the usual case: a packed field of digits, a text of ASCII that fits. It returns how many; the row after them goes
+// through a block, which decides everything out of the usual, and the kernel goes on behind that block. For the rows that
+// it takes, it leaves exactly what reader, step and writer leave.
+//
+// Versions for levels of processors stand in kernels/LEVEL/; baseline runs everywhere.
+#pragma once
+
+#include <cstdint>
+
+#include "columns/places.h"
+#include "columns/plan.h"
+
+namespace zvrt::columns {
+
+// Rows of a run, as a kernel sees them.
+struct Rows {
+  const std::byte* source;
+  std::int64_t source_stride;
+  const Entries* source_lengths;  // of texts; `at` is null where they fill their slots
+  std::byte* target;
+  std::int64_t target_stride;
+  std::int32_t count;
+  std::int64_t* lengths;  // receives the bytes of each text
+};
+
+constexpr std::int32_t direct_rows = 256;  // at most, a call
+
+// Texts of more bytes are left to blocks.
+constexpr std::int32_t direct_text_bytes = 64;
+
+struct DirectKernels {
+  Direct* packed_to_int64;
+  Direct* packed_to_decimal;
+  Direct* page_to_narrow;  // a page's bytes to ASCII
+  Direct* page_to_wide;    // ... to wide characters
+  Direct* utf8_to_page;    // ASCII to a page's bytes
+};
+
+extern const DirectKernels direct_kernels_baseline;
+extern const DirectKernels direct_kernels_avx512;
+
+// The kernel of a pair, or null.
+Direct* find_direct(const ZVRTPlan& plan);
+
+// Whether a run's places are such that its plan's kernel may take them.
+bool suits_direct(const ZVRTPlan& plan, const Places& from, const Places& to);
+
+// What a text's slot takes: the room for its bytes, and what ends or fills it.
+struct TextSlot {
+  std::int32_t offset;    // of the text in the slot
+  std::int32_t capacity;  // bytes
+  bool is_terminated;
+  bool is_padded;
+  bool is_prefixed;
+};
+TextSlot text_slot(const Type& type);
+
+}  // namespace zvrt::columns

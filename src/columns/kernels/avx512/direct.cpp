@@ -1,0 +1,218 @@
+// The direct kernels by AVX-512: eight packed fields a step, a text of up to 64 bytes in one vector.
+#include "columns/direct.h"
+
+#include <immintrin.h>
+
+#include "columns/kernels/packed_word.h"
+#include "support/wraps.h"
+
+namespace zvrt::columns {
+
+namespace {
+
+using Vector = __m512i;
+using Mask = std::uint64_t;
+
+ZVRT_INLINED Mask first(std::int32_t count) { return _bzhi_u64(~Mask{0}, static_cast<unsigned>(count)); }
+ZVRT_INLINED Vector repeat64(std::uint64_t bits) { return _mm512_set1_epi64(static_cast<long long>(bits)); }
+ZVRT_INLINED Vector repeat8(std::uint8_t byte) { return _mm512_set1_epi8(static_cast<char>(byte)); }
+
+// --- packed decimals ---
+
+template <std::int32_t bytes>
+ZVRT_INLINED Vector load_eight(const std::byte* at, std::int64_t stride) {
+  const auto word = [=](std::int64_t i) { return static_cast<long long>(load_field<bytes>(at + i * stride)); };
+  return _mm512_set_epi64(word(7), word(6), word(5), word(4), word(3), word(2), word(1), word(0));
+}
+
+// Lanes of 64 bits [0ddddddddddddddd], a digit a half-byte, to numbers:
+//   bytes   10 * upper + lower = byte - 6 * upper
+//   words   100 * upper + lower     (VPMADDUBSW)
+//   dwords  10000 * upper + lower   (VPMADDWD)
+//   lanes   10^8 * upper + lower
+ZVRT_INLINED Vector join_digits(Vector digits) {
+  const Vector upper = _mm512_and_si512(_mm512_srli_epi64(digits, 4), repeat8(0x0F));
+  const Vector six = _mm512_add_epi8(_mm512_add_epi8(upper, upper), _mm512_slli_epi64(upper, 2));
+  const Vector pairs = _mm512_sub_epi8(digits, six);
+  const Vector quads = _mm512_maddubs_epi16(pairs, _mm512_set1_epi16(100 << 8 | 1));
+  const Vector octets = _mm512_madd_epi16(quads, _mm512_set1_epi32(10000 << 16 | 1));
+  const Vector high = _mm512_mul_epu32(_mm512_srli_epi64(octets, 32), repeat64(100000000));
+  return _mm512_add_epi64(high, _mm512_and_si512(octets, repeat64(0xFFFFFFFF)));
+}
+
+// The values of eight fields; false where one is not valid.
+ZVRT_INLINED bool read_eight(Vector fields, bool is_unsigned, Vector& values) {
+  const Vector sign = _mm512_and_si512(fields, repeat64(0xF));
+  const Vector digits = _mm512_srli_epi64(fields, 4);
+  const Vector carry = _mm512_or_si512(_mm512_srli_epi64(digits, 2), _mm512_srli_epi64(digits, 1));
+  const Vector beyond = _mm512_and_si512(_mm512_srli_epi64(digits, 3), carry);
+  const __mmask8 negative = _mm512_cmpeq_epi64_mask(_mm512_and_si512(sign, repeat64(0x9)), repeat64(0x9)) &
+                            _mm512_cmpneq_epi64_mask(sign, repeat64(0xF));
+  if (_mm512_test_epi64_mask(beyond, repeat64(0x1111111111111111)) != 0) return false;
+  if (_mm512_cmplt_epu64_mask(sign, repeat64(0xA)) != 0 || (is_unsigned && negative != 0)) return false;
+  const Vector joined = join_digits(digits);
+  values = _mm512_mask_sub_epi64(joined, negative, _mm512_setzero_si512(), joined);
+  return true;
+}
+
+template <bool is_decimal>
+ZVRT_INLINED void store_eight(Vector values, std::byte* at, std::int64_t stride) {
+  if (!is_decimal && stride == 8) return _mm512_storeu_si512(at, values);
+  alignas(64) std::int64_t each[8];
+  _mm512_store_si512(each, values);
+  for (std::int32_t i = 0; i < 8; ++i) {
+    if constexpr (is_decimal) {
+      store(at + i * stride, 0, static_cast<Uint128>(static_cast<Int128>(each[i])));
+    } else {
+      store(at + i * stride, 0, each[i]);
+    }
+  }
+}
+
+// The last rows, fewer than eight, are the baseline's.
+template <std::int32_t bytes, bool is_decimal>
+ZVRT_INLINED std::int32_t convert_packed(const ZVRTPlan& plan, Rows rows) {
+  const bool is_unsigned = plan.from.type.has(ZVRT_TYPE_UNSIGNED);
+  std::int32_t done = 0;
+  for (; rows.count - done >= 8; done += 8) {
+    Vector values;
+    if (!read_eight(load_eight<bytes>(rows.source + done * rows.source_stride, rows.source_stride), is_unsigned,
+                    values))
+      break;
+    store_eight<is_decimal>(values, rows.target + done * rows.target_stride, rows.target_stride);
+  }
+  rows.source += done * rows.source_stride;
+  rows.target += done * rows.target_stride;
+  rows.count = rows.count - done < 8 ? rows.count - done : 8;
+  return done +
+         (is_decimal ? direct_kernels_baseline.packed_to_decimal : direct_kernels_baseline.packed_to_int64)(plan, rows);
+}
+
+template <bool is_decimal>
+std::int32_t convert_any_packed(const ZVRTPlan& plan, const Rows& rows) {
+  switch (plan.from.type.length) {
+    case 1: return convert_packed<1, is_decimal>(plan, rows);
+    case 2: return convert_packed<2, is_decimal>(plan, rows);
+    case 3: return convert_packed<3, is_decimal>(plan, rows);
+    case 4: return convert_packed<4, is_decimal>(plan, rows);
+    case 5: return convert_packed<5, is_decimal>(plan, rows);
+    case 6: return convert_packed<6, is_decimal>(plan, rows);
+    case 7: return convert_packed<7, is_decimal>(plan, rows);
+    default: return convert_packed<8, is_decimal>(plan, rows);
+  }
+}
+
+// --- texts ---
+
+// A table of bytes in vectors of 64 (VPERMI2B): two for bytes below 80, two for the others.
+struct Table {
+  Vector parts[4];
+
+  ZVRT_INLINED static Table load(const std::uint8_t* bytes, std::int32_t count) {
+    Table table{};
+    for (std::int32_t i = 0; i < 4; ++i) {
+      table.parts[i] = i * 64 < count ? _mm512_loadu_si512(bytes + i * 64) : _mm512_setzero_si512();
+    }
+    return table;
+  }
+  ZVRT_INLINED Vector low(Vector bytes) const { return _mm512_permutex2var_epi8(parts[0], bytes, parts[1]); }
+  ZVRT_INLINED Vector all(Vector bytes) const {
+    const Vector high = _mm512_permutex2var_epi8(parts[2], bytes, parts[3]);
+    return _mm512_mask_mov_epi8(low(bytes), _mm512_movepi8_mask(bytes), high);
+  }
+};
+
+// A source in a vector, zeros after it; a length of -1 where a block has to look at it.
+struct Source {
+  Vector bytes;
+  std::int32_t length;
+};
+ZVRT_INLINED Source load_source(const Type& type, const Rows& rows, std::int32_t i) {
+  const std::byte* const at = rows.source + i * rows.source_stride;
+  const std::int32_t most = type.length < direct_text_bytes ? type.length : direct_text_bytes;
+  if (type.extent == Extent::terminated) {
+    const Vector bytes = _mm512_maskz_loadu_epi8(first(most), at);
+    const Mask ends = _mm512_testn_epi8_mask(bytes, bytes) & first(most);
+    if (ends == 0) return {bytes, -1};
+    const auto length = static_cast<std::int32_t>(_tzcnt_u64(ends));
+    return {_mm512_maskz_mov_epi8(first(length), bytes), length};
+  }
+  const std::int64_t length = rows.source_lengths->at != nullptr ? rows.source_lengths->load(i) : type.length;
+  if (length < 0 || length > most) return {_mm512_setzero_si512(), -1};
+  const auto bytes = static_cast<std::int32_t>(length);
+  return {_mm512_maskz_loadu_epi8(first(bytes), at), bytes};
+}
+
+// The text's units into its slot, with what ends it.
+ZVRT_INLINED void store_text(const TextSlot& place, std::uint8_t blank, Vector units, std::int32_t count,
+                             std::byte* slot, std::uint8_t /*unit*/) {
+  const std::int32_t stored = place.is_padded ? place.capacity : count + (place.is_terminated ? 1 : 0);
+  const Vector filled = _mm512_mask_mov_epi8(repeat8(place.is_padded ? blank : 0), first(count), units);
+  _mm512_mask_storeu_epi8(slot + place.offset, first(stored), filled);
+  if (place.is_prefixed) store(slot, 0, static_cast<std::uint16_t>(count));
+}
+ZVRT_INLINED void store_text(const TextSlot& place, std::uint8_t /*blank*/, Vector units, std::int32_t count,
+                             std::byte* slot, Wide /*unit*/) {
+  const Mask stored = first(count + (place.is_terminated ? 1 : 0));
+  const Vector text = _mm512_maskz_mov_epi8(first(count), units);
+  const auto part = [&](auto quarter, int index) {
+    const auto lanes = static_cast<__mmask16>(stored >> index * 16);
+    _mm512_mask_storeu_epi32(slot + place.offset + index * 64, lanes, _mm512_cvtepu8_epi32(quarter));
+  };
+  part(_mm512_castsi512_si128(text), 0);
+  if (stored >> 16 != 0) {
+    part(_mm512_extracti32x4_epi32(text, 1), 1);
+    part(_mm512_extracti32x4_epi32(text, 2), 2);
+    part(_mm512_extracti32x4_epi32(text, 3), 3);
+  }
+  if (place.is_prefixed) store(slot, 0, static_cast<std::uint16_t>(count * 4));
+}
+
+template <class Unit, bool from_page, bool into_page>
+std::int32_t convert_text(const ZVRTPlan& plan, const Rows& rows) {
+  constexpr auto unit = static_cast<std::int32_t>(sizeof(Unit));
+  const Type& from = plan.from.type;
+  const Type& to = plan.to.type;
+  const TextSlot place = text_slot(to);
+  // Padding reaches beyond one vector, and a full vector has no room for a terminator: blocks do those.
+  const std::int32_t most = place.is_padded ? 64 : 63;
+  if (place.is_padded && place.capacity > most) return 0;
+  Table table{};
+  if constexpr (from_page) table = Table::load(from.page.tables->ascii_of.data(), 256);
+  if constexpr (into_page) table = Table::load(to.page.tables->code_of_ascii.data(), 128);
+  const bool trims = from.has(ZVRT_TYPE_TRIM);
+  const bool blanks_lows = from.has(ZVRT_TYPE_LOW_AS_BLANK);
+  const auto blank = static_cast<std::uint8_t>(to.page.blank[0]);
+  for (std::int32_t i = 0; i < rows.count; ++i) {
+    const Source source = load_source(from, rows, i);
+    if (source.length < 0) return i;
+    const Mask inside = first(source.length);
+    Vector ascii = from_page ? table.all(source.bytes) : source.bytes;
+    if ((_mm512_movepi8_mask(ascii) & inside) != 0) return i;
+    Mask zeros = _mm512_testn_epi8_mask(ascii, ascii) & inside;
+    if (blanks_lows) {
+      ascii = _mm512_mask_mov_epi8(ascii, zeros, repeat8(' '));
+      zeros = 0;
+    }
+    const Mask others = _mm512_cmpneq_epi8_mask(ascii, repeat8(' ')) & inside;
+    const std::int32_t count = trims ? 64 - static_cast<std::int32_t>(_lzcnt_u64(others)) : source.length;
+    if (count * unit > place.capacity || count > most) return i;
+    if (place.is_terminated && (zeros & first(count)) != 0) return i;
+    const Vector units = into_page ? table.low(ascii) : ascii;
+    store_text(place, blank, units, count, rows.target + i * rows.target_stride, Unit{});
+    rows.lengths[i] = count * unit;
+  }
+  return rows.count;
+}
+
+}  // namespace
+
+const DirectKernels direct_kernels_avx512{
+    .packed_to_int64 = convert_any_packed<false>,
+    .packed_to_decimal = convert_any_packed<true>,
+    .page_to_narrow = convert_text<std::uint8_t, true, false>,
+    .page_to_wide = convert_text<Wide, true, false>,
+    .utf8_to_page = convert_text<std::uint8_t, false, true>,
+};
+
+}  // namespace zvrt::columns

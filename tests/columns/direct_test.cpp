@@ -1,0 +1,199 @@
+// The direct kernels against the blocks, on all that a run leaves: slots, lengths, statuses, outcome. A run with a
+// selection of every row goes by blocks.
+#include "columns/direct.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <functional>
+#include <random>
+
+#include "columns/one_value.h"
+#include "columns/plan.h"
+#include "support/cpu.h"
+#include "support/guarded_buffer.h"
+
+using namespace columns_test;
+
+namespace {
+
+using zvrt::columns::Direct;
+using zvrt::columns::DirectKernels;
+using zvrt_test::GuardedBuffer;
+
+std::mt19937 numbers(20261);
+std::uint32_t below(std::size_t end) { return static_cast<std::uint32_t>(numbers() % end); }
+
+struct Pair {
+  const char* name;
+  ZVRTType from;
+  ZVRTType to;
+  Direct* DirectKernels::*kernel;
+  std::function<std::string(std::int32_t)> value;  // of a slot's length
+};
+
+// Digits and any sign, and in one value of `rarity` something else.
+std::function<std::string(std::int32_t)> packed_value(std::uint32_t rarity) {
+  return [rarity](std::int32_t length) {
+    std::string field;
+    for (std::int32_t i = 0; i < length; ++i) field += static_cast<char>(below(10) << 4 | below(10));
+    field.back() = static_cast<char>((static_cast<std::uint8_t>(field.back()) & 0xF0U) | (0xA + below(6)));
+    if (below(rarity) == 0) field[below(field.size())] = static_cast<char>(below(256));
+    return field;
+  };
+}
+
+// Mostly characters of one alphabet, blanks at the end.
+std::function<std::string(std::int32_t)> text_value(std::uint32_t rarity, std::uint8_t first, std::uint8_t blank) {
+  return [=](std::int32_t length) {
+    std::string text(static_cast<std::size_t>(length), static_cast<char>(blank));
+    const std::uint32_t used = below(static_cast<std::size_t>(length) + 1);
+    for (std::uint32_t i = 0; i < used; ++i) text[i] = static_cast<char>(first + below(9));
+    if (below(rarity) == 0 && length > 0) text[below(text.size())] = static_cast<char>(below(256));
+    if (below(rarity) == 0 && length > 0) text[below(text.size())] = '\0';
+    return text;
+  };
+}
+
+ZVRTType packed(std::int32_t length, std::uint32_t flags = 0) { return type(ZVRT_KIND_PACKED, length, flags, 0, 2); }
+ZVRTType page37(std::uint32_t kind, std::int32_t length, std::uint32_t flags) {
+  return with_page(type(kind, length, flags), 37);
+}
+
+std::vector<Pair> pairs() {
+  using K = DirectKernels;
+  std::vector<Pair> all;
+  for (std::int32_t length = 1; length <= 8; ++length) {
+    for (const std::uint32_t flags : {0U, ZVRT_TYPE_UNSIGNED}) {
+      const auto value = packed_value(length % 2 == 0 ? 5 : 300);
+      all.push_back(
+          {"packed to int64", packed(length, flags), type(ZVRT_KIND_INT, 8, 0, 0, 2), &K::packed_to_int64, value});
+      all.push_back({"packed to decimal", packed(length, flags), type(ZVRT_KIND_DECIMAL, 16, 0, 0, 2),
+                     &K::packed_to_decimal, value});
+    }
+  }
+  const auto ebcdic = text_value(40, 0xC1, 0x40);
+  const auto ascii = text_value(40, 'A', ' ');
+  constexpr std::uint32_t trim = ZVRT_TYPE_TRIM;
+  constexpr std::uint32_t low = ZVRT_TYPE_LOW_AS_BLANK;
+  for (const std::int32_t length : {1, 3, 15, 16, 17, 31, 33, 63, 64, 65}) {
+    for (const std::uint32_t flags : {0U, trim, trim | low, low}) {
+      const ZVRTType field = page37(ZVRT_KIND_CHAR, length, flags);
+      const auto into = [&](const char* name, const ZVRTType& to, Direct* K::*kernel) {
+        all.push_back({name, field, to, kernel, ebcdic});
+      };
+      into("page to counted", type(ZVRT_KIND_CHAR, length), &K::page_to_narrow);
+      into("page to short", type(ZVRT_KIND_CHAR, (length + 1) / 2), &K::page_to_narrow);
+      into("page to padded", type(ZVRT_KIND_CHAR, length + 5, ZVRT_TYPE_PAD), &K::page_to_narrow);
+      into("page to terminated", type(ZVRT_KIND_VARCHAR_SZ, length), &K::page_to_narrow);
+      into("page to prefixed", type(ZVRT_KIND_VARCHAR, length + 2), &K::page_to_narrow);
+      into("page to wide", type(ZVRT_KIND_WCHAR, length * 4), &K::page_to_wide);
+      into("page to wide terminated", type(ZVRT_KIND_WVARCHAR_SZ, length * 4), &K::page_to_wide);
+      into("page to wide prefixed", type(ZVRT_KIND_WVARCHAR, length * 4 + 2), &K::page_to_wide);
+      all.push_back({"text to page", type(ZVRT_KIND_CHAR, length, flags), page37(ZVRT_KIND_CHAR, length, ZVRT_TYPE_PAD),
+                     &K::utf8_to_page, ascii});
+      if ((flags & low) != 0) continue;
+      all.push_back({"terminated to page", type(ZVRT_KIND_VARCHAR_SZ, length + 1, flags),
+                     page37(ZVRT_KIND_CHAR, length, 0), &K::utf8_to_page,
+                     [ascii](std::int32_t slot) { return ascii(slot - 1) + '\0'; }});
+    }
+  }
+  return all;
+}
+
+// What a run leaves.
+struct Result {
+  std::string slots, lengths, indicators, statuses;
+  ZVRTOutcome outcome;
+};
+
+struct Column {
+  std::int64_t rows;
+  std::int64_t from_stride;
+  std::int64_t to_stride;
+  bool gives_lengths;
+  std::string source;
+  std::vector<std::int64_t> lengths;
+};
+
+Column column_of(const Pair& pair) {
+  const std::int64_t gap = below(3) == 0 ? 0 : std::int64_t{below(20)};
+  Column column{below(3) == 0 ? 300 : std::int64_t{below(40)},
+                pair.from.length + gap,
+                pair.to.length + below(2) * std::int64_t{below(9)},
+                below(2) == 0 && pair.from.kind == ZVRT_KIND_CHAR,
+                {},
+                {}};
+  if (column.rows == 0) column.rows = 1;
+  for (std::int64_t row = 0; row < column.rows; ++row) {
+    if (row > 0) column.source += std::string(static_cast<std::size_t>(gap), '\x99');
+    column.source += pair.value(pair.from.length);
+    column.lengths.push_back(below(30) == 0 ? -5 : std::int64_t{below(static_cast<std::size_t>(pair.from.length) + 1)});
+  }
+  return column;
+}
+
+// Source and target end at guard pages. A negative stride runs the rows from the last to the first.
+Result run(const ZVRTPlan* plan, const Pair& pair, const Column& column, bool by_blocks, bool backwards) {
+  const auto rows = static_cast<std::size_t>(column.rows);
+  GuardedBuffer source(column.source.data(), column.source.size());
+  GuardedBuffer target((rows - 1) * static_cast<std::size_t>(column.to_stride) +
+                       static_cast<std::size_t>(pair.to.length));
+  std::vector<std::int64_t> given = column.lengths;
+  std::vector<std::int32_t> lengths(rows, -77), indicators(rows, -77);
+  std::vector<std::uint32_t> statuses(rows, 77);
+  const std::vector<std::uint8_t> select(rows, 1);
+  ZVRTArray from{}, to{};
+  from.size = to.size = sizeof from;
+  from.data = source.as<char>() + (backwards ? (column.rows - 1) * column.from_stride : 0);
+  from.stride = backwards ? -column.from_stride : column.from_stride;
+  if (by_blocks) from.select = select.data();
+  if (column.gives_lengths) {
+    from.lengths = given.data();
+    from.lengthBytes = 8;
+  }
+  to.data = target.as<char>() + (backwards ? (column.rows - 1) * column.to_stride : 0);
+  to.stride = backwards ? -column.to_stride : column.to_stride;
+  to.lengths = lengths.data();
+  to.indicators = indicators.data();
+  to.lengthBytes = to.indicatorBytes = 4;
+  to.status = statuses.data();
+  Result result{};
+  result.outcome.size = sizeof result.outcome;
+  EXPECT_EQ(ZVRTPlanRun(plan, &from, &to, column.rows, &result.outcome), ZVRT_RC_OK);
+  result.slots = target.bytes();
+  result.lengths.assign(reinterpret_cast<const char*>(lengths.data()), rows * 4);
+  result.indicators.assign(reinterpret_cast<const char*>(indicators.data()), rows * 4);
+  result.statuses.assign(reinterpret_cast<const char*>(statuses.data()), rows * 4);
+  return result;
+}
+
+void compare(const Pair& pair, ZVRTPlan* plan, const DirectKernels& kernels) {
+  plan->direct = kernels.*pair.kernel;
+  for (int round = 0; round < 6; ++round) {
+    const Column column = column_of(pair);
+    const bool backwards = below(2) == 0;
+    const Result blocks = run(plan, pair, column, true, backwards);
+    const Result direct = run(plan, pair, column, false, backwards);
+    ASSERT_EQ(direct.slots, blocks.slots) << pair.name << ", " << pair.from.length << " bytes";
+    ASSERT_EQ(direct.statuses, blocks.statuses) << pair.name;
+    ASSERT_EQ(direct.lengths, blocks.lengths) << pair.name;
+    ASSERT_EQ(direct.indicators, blocks.indicators) << pair.name;
+    ASSERT_EQ(std::memcmp(&direct.outcome, &blocks.outcome, sizeof direct.outcome), 0) << pair.name;
+  }
+}
+
+TEST(Direct, EqualsBlocks) {
+  ASSERT_EQ(ZVRTInitDataConversion(), ZVRT_RC_OK);
+  for (const Pair& pair : pairs()) {
+    Plan plan;
+    ASSERT_EQ(make(pair.from, pair.to, 0, plan), ZVRT_RC_OK) << pair.name;
+    ASSERT_NE(plan->direct, nullptr) << pair.name << " has no kernel";
+    ASSERT_NO_FATAL_FAILURE(compare(pair, plan.get(), zvrt::columns::direct_kernels_baseline));
+    if (zvrt::cpu_level() < zvrt::CpuLevel::avx512) continue;
+    ASSERT_NO_FATAL_FAILURE(compare(pair, plan.get(), zvrt::columns::direct_kernels_avx512));
+  }
+  ZVRTTermDataConversion();
+}
+
+}  // namespace
