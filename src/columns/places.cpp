@@ -182,15 +182,6 @@ void write_zero(const Type& type, std::byte* slot) {
 
 }  // namespace
 
-std::int64_t Entries::load(std::int64_t row) const {
-  const std::byte* const entry = at + row * stride;
-  switch (bytes) {
-    case 2: return zvrt::load<std::int16_t>(entry);
-    case 4: return zvrt::load<std::int32_t>(entry);
-    default: return zvrt::load<std::int64_t>(entry);
-  }
-}
-
 void Entries::store(std::int64_t row, std::int64_t value) const {
   std::byte* const entry = at + row * stride;
   switch (bytes) {

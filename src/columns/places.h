@@ -6,6 +6,8 @@
 #include "ZVRTColumns.h"
 #include "columns/block.h"
 #include "columns/type.h"
+#include "support/inlined.h"
+#include "support/units.h"
 
 namespace zvrt::columns {
 
@@ -15,7 +17,11 @@ struct Entries {
   std::int64_t stride = 0;
   std::int32_t bytes = 0;
 
-  std::int64_t load(std::int64_t row) const;
+  ZVRT_INLINED std::int64_t load(std::int64_t row) const {
+    const std::byte* const entry = at + row * stride;
+    if (bytes == 8) return zvrt::load<std::int64_t>(entry);
+    return bytes == 4 ? zvrt::load<std::int32_t>(entry) : zvrt::load<std::int16_t>(entry);
+  }
   // The greatest that the entry holds where the value is greater.
   void store(std::int64_t row, std::int64_t value) const;
 };

@@ -53,14 +53,28 @@ class Run {
     return done > 0;
   }
 
+  // Direct rows fit, and so do their lengths.
+  template <class ValueOf>
+  static void store_entries(const Entries& entries, std::int64_t row, std::int32_t count, ValueOf value_of) {
+    if (entries.at == nullptr) return;
+    const auto store_all = [&](auto zero) {
+      using Entry = decltype(zero);
+      std::byte* at = entries.at + row * entries.stride;
+      for (std::int32_t i = 0; i < count; ++i, at += entries.stride) store(at, 0, static_cast<Entry>(value_of(i)));
+    };
+    switch (entries.bytes) {
+      case 2: return store_all(std::int16_t{});
+      case 4: return store_all(std::int32_t{});
+      default: return store_all(std::int64_t{});
+    }
+  }
+
   void report_directly(std::int64_t row, std::int32_t count, const std::int64_t* lengths) {
     const bool is_text = plan_.to.type.form == Form::text;
-    const bool tells = to_.lengths.at != nullptr || to_.indicators.at != nullptr;
-    for (std::int32_t i = 0; (is_text || tells) && i < count; ++i) {
-      const std::int64_t length = is_text ? lengths[i] : plan_.to.type.length;
-      if (tells) tell_length(row + i, length, 0);
-      if (length == 0) ++outcome_.empty;
-    }
+    for (std::int32_t i = 0; is_text && i < count; ++i) outcome_.empty += lengths[i] == 0 ? 1 : 0;
+    const auto length_of = [&](std::int32_t i) { return is_text ? lengths[i] : plan_.to.type.length; };
+    store_entries(to_.lengths, row, count, length_of);
+    if (!to_.is_one_array) store_entries(to_.indicators, row, count, [](std::int32_t) -> std::int64_t { return 0; });
     if (to_.status.at == nullptr) return;
     for (std::int32_t i = 0; i < count; ++i) {
       store<Status>(to_.status.at + (row + i) * to_.status.stride, 0, ZVRT_RC_OK);

@@ -122,87 +122,136 @@ struct Table {
   }
 };
 
-// A source in a vector, zeros after it; a length of -1 where a block has to look at it.
-struct Source {
-  Vector bytes;
-  std::int32_t length;
-};
-ZVRT_INLINED Source load_source(const Type& type, const Rows& rows, std::int32_t i) {
-  const std::byte* const at = rows.source + i * rows.source_stride;
-  const std::int32_t most = type.length < direct_text_bytes ? type.length : direct_text_bytes;
-  if (type.extent == Extent::terminated) {
-    const Vector bytes = _mm512_maskz_loadu_epi8(first(most), at);
-    const Mask ends = _mm512_testn_epi8_mask(bytes, bytes) & first(most);
-    if (ends == 0) return {bytes, -1};
-    const auto length = static_cast<std::int32_t>(_tzcnt_u64(ends));
-    return {_mm512_maskz_mov_epi8(first(length), bytes), length};
+// Loads and stores of no more bytes than slots have: a wider one that crosses a cache line costs as much as two.
+template <std::int32_t width>
+ZVRT_INLINED Vector load_bytes(const std::byte* at, Mask bytes) {
+  if constexpr (width == 16) return _mm512_zextsi128_si512(_mm_maskz_loadu_epi8(static_cast<__mmask16>(bytes), at));
+  if constexpr (width == 32) return _mm512_zextsi256_si512(_mm256_maskz_loadu_epi8(static_cast<__mmask32>(bytes), at));
+  return _mm512_maskz_loadu_epi8(bytes, at);
+}
+template <std::int32_t width>
+ZVRT_INLINED void store_bytes(std::byte* at, Mask bytes, Vector vector) {
+  if constexpr (width == 16) {
+    _mm_mask_storeu_epi8(at, static_cast<__mmask16>(bytes), _mm512_castsi512_si128(vector));
+  } else if constexpr (width == 32) {
+    _mm256_mask_storeu_epi8(at, static_cast<__mmask32>(bytes), _mm512_castsi512_si256(vector));
+  } else {
+    _mm512_mask_storeu_epi8(at, bytes, vector);
   }
-  const std::int64_t length = rows.source_lengths->at != nullptr ? rows.source_lengths->load(i) : type.length;
-  if (length < 0 || length > most) return {_mm512_setzero_si512(), -1};
-  const auto bytes = static_cast<std::int32_t>(length);
-  return {_mm512_maskz_loadu_epi8(first(bytes), at), bytes};
+}
+
+enum class Length : std::uint8_t { of_slot, given, terminated };
+
+// The bytes of a source, which `bytes` holds, zeros after them; -1 where a block has to look at it.
+template <std::int32_t width, Length length_is>
+ZVRT_INLINED std::int32_t load_source(const Rows& rows, std::int32_t slot, std::int32_t i, Vector& bytes) {
+  const std::byte* const at = rows.source + i * rows.source_stride;
+  if constexpr (length_is == Length::of_slot) {
+    bytes = load_bytes<width>(at, first(slot));
+    return slot;
+  } else if constexpr (length_is == Length::given) {
+    const std::int64_t length = rows.source_lengths->load(i);
+    if (length < 0 || length > slot) return -1;
+    bytes = load_bytes<width>(at, first(static_cast<std::int32_t>(length)));
+    return static_cast<std::int32_t>(length);
+  } else {
+    const Vector loaded = load_bytes<width>(at, first(slot));
+    const Mask ends = _mm512_testn_epi8_mask(loaded, loaded) & first(slot);
+    const auto length = static_cast<std::int32_t>(_tzcnt_u64(ends));
+    bytes = _mm512_maskz_mov_epi8(first(length), loaded);
+    return ends == 0 ? -1 : length;
+  }
 }
 
 // The text's units into its slot, with what ends it.
-ZVRT_INLINED void store_text(const TextSlot& place, std::uint8_t blank, Vector units, std::int32_t count,
-                             std::byte* slot, std::uint8_t /*unit*/) {
+template <std::int32_t width>
+ZVRT_INLINED void store_text(const TextSlot& place, Vector blanks, Vector units, std::int32_t count, std::byte* slot,
+                             std::uint8_t /*unit*/) {
   const std::int32_t stored = place.is_padded ? place.capacity : count + (place.is_terminated ? 1 : 0);
-  const Vector filled = _mm512_mask_mov_epi8(repeat8(place.is_padded ? blank : 0), first(count), units);
-  _mm512_mask_storeu_epi8(slot + place.offset, first(stored), filled);
+  store_bytes<width>(slot + place.offset, first(stored), _mm512_mask_mov_epi8(blanks, first(count), units));
   if (place.is_prefixed) store(slot, 0, static_cast<std::uint16_t>(count));
 }
-ZVRT_INLINED void store_text(const TextSlot& place, std::uint8_t /*blank*/, Vector units, std::int32_t count,
+template <std::int32_t width>
+ZVRT_INLINED void store_text(const TextSlot& place, Vector /*blanks*/, Vector units, std::int32_t count,
                              std::byte* slot, Wide /*unit*/) {
   const Mask stored = first(count + (place.is_terminated ? 1 : 0));
   const Vector text = _mm512_maskz_mov_epi8(first(count), units);
   const auto part = [&](auto quarter, int index) {
     const auto lanes = static_cast<__mmask16>(stored >> index * 16);
+    if (index > 0 && lanes == 0) return;
     _mm512_mask_storeu_epi32(slot + place.offset + index * 64, lanes, _mm512_cvtepu8_epi32(quarter));
   };
   part(_mm512_castsi512_si128(text), 0);
-  if (stored >> 16 != 0) {
-    part(_mm512_extracti32x4_epi32(text, 1), 1);
+  part(_mm512_extracti32x4_epi32(text, 1), 1);
+  if constexpr (width > 16) {
     part(_mm512_extracti32x4_epi32(text, 2), 2);
     part(_mm512_extracti32x4_epi32(text, 3), 3);
   }
   if (place.is_prefixed) store(slot, 0, static_cast<std::uint16_t>(count * 4));
 }
 
-template <class Unit, bool from_page, bool into_page>
-std::int32_t convert_text(const ZVRTPlan& plan, const Rows& rows) {
+template <class Unit, bool from_page, bool into_page, std::int32_t width, Length length_is>
+std::int32_t convert_rows(const ZVRTPlan& plan, const Rows& rows, const TextSlot place) {
   constexpr auto unit = static_cast<std::int32_t>(sizeof(Unit));
   const Type& from = plan.from.type;
   const Type& to = plan.to.type;
-  const TextSlot place = text_slot(to);
-  // Padding reaches beyond one vector, and a full vector has no room for a terminator: blocks do those.
-  const std::int32_t most = place.is_padded ? 64 : 63;
-  if (place.is_padded && place.capacity > most) return 0;
   Table table{};
   if constexpr (from_page) table = Table::load(from.page.tables->ascii_of.data(), 256);
   if constexpr (into_page) table = Table::load(to.page.tables->code_of_ascii.data(), 128);
-  const bool trims = from.has(ZVRT_TYPE_TRIM);
   const bool blanks_lows = from.has(ZVRT_TYPE_LOW_AS_BLANK);
-  const auto blank = static_cast<std::uint8_t>(to.page.blank[0]);
+  // Where nothing is trimmed all characters count.
+  const Mask never_trimmed = from.has(ZVRT_TYPE_TRIM) ? 0 : ~Mask{0};
+  const Vector blanks = repeat8(place.is_padded ? static_cast<std::uint8_t>(to.page.blank[0]) : 0);
+  const Mask zeros_end = place.is_terminated ? ~Mask{0} : 0;
+  const std::int32_t most = place.capacity / unit < 63 ? place.capacity / unit : place.is_padded ? 64 : 63;
+  const std::int32_t slot = from.length < direct_text_bytes ? from.length : direct_text_bytes;
   for (std::int32_t i = 0; i < rows.count; ++i) {
-    const Source source = load_source(from, rows, i);
-    if (source.length < 0) return i;
-    const Mask inside = first(source.length);
-    Vector ascii = from_page ? table.all(source.bytes) : source.bytes;
-    if ((_mm512_movepi8_mask(ascii) & inside) != 0) return i;
+    Vector bytes;
+    const std::int32_t length = load_source<width, length_is>(rows, slot, i, bytes);
+    if (length < 0) [[unlikely]]
+      return i;
+    const Mask inside = first(length);
+    Vector ascii = from_page ? table.all(bytes) : bytes;
     Mask zeros = _mm512_testn_epi8_mask(ascii, ascii) & inside;
     if (blanks_lows) {
       ascii = _mm512_mask_mov_epi8(ascii, zeros, repeat8(' '));
       zeros = 0;
     }
-    const Mask others = _mm512_cmpneq_epi8_mask(ascii, repeat8(' ')) & inside;
-    const std::int32_t count = trims ? 64 - static_cast<std::int32_t>(_lzcnt_u64(others)) : source.length;
-    if (count * unit > place.capacity || count > most) return i;
-    if (place.is_terminated && (zeros & first(count)) != 0) return i;
+    const Mask others = (_mm512_cmpneq_epi8_mask(ascii, repeat8(' ')) | never_trimmed) & inside;
+    const std::int32_t count = 64 - static_cast<std::int32_t>(_lzcnt_u64(others));
+    const Mask refused = (_mm512_movepi8_mask(ascii) & inside) | (zeros & zeros_end & first(count));
+    if (refused != 0 || count > most) [[unlikely]]
+      return i;
     const Vector units = into_page ? table.low(ascii) : ascii;
-    store_text(place, blank, units, count, rows.target + i * rows.target_stride, Unit{});
+    store_text<width>(place, blanks, units, count, rows.target + i * rows.target_stride, Unit{});
     rows.lengths[i] = count * unit;
   }
   return rows.count;
+}
+
+template <class Unit, bool from_page, bool into_page, std::int32_t width>
+std::int32_t convert_by_length(const ZVRTPlan& plan, const Rows& rows, const TextSlot& place) {
+  if (plan.from.type.extent == Extent::terminated) {
+    return convert_rows<Unit, from_page, into_page, width, Length::terminated>(plan, rows, place);
+  }
+  if (rows.source_lengths->at != nullptr) {
+    return convert_rows<Unit, from_page, into_page, width, Length::given>(plan, rows, place);
+  }
+  // A slot of more bytes than a vector has is a value of more.
+  if (plan.from.type.length > direct_text_bytes) return 0;
+  return convert_rows<Unit, from_page, into_page, width, Length::of_slot>(plan, rows, place);
+}
+
+template <class Unit, bool from_page, bool into_page>
+std::int32_t convert_text(const ZVRTPlan& plan, const Rows& rows) {
+  const TextSlot place = text_slot(plan.to.type);
+  // Padding that reaches beyond a vector is for blocks.
+  if (place.is_padded && place.capacity > 64) return 0;
+  const std::int32_t target = place.capacity / static_cast<std::int32_t>(sizeof(Unit)) + (place.is_terminated ? 1 : 0);
+  const std::int32_t widest = target > plan.from.type.length ? target : plan.from.type.length;
+  if (widest <= 16) return convert_by_length<Unit, from_page, into_page, 16>(plan, rows, place);
+  if (widest <= 32) return convert_by_length<Unit, from_page, into_page, 32>(plan, rows, place);
+  return convert_by_length<Unit, from_page, into_page, 64>(plan, rows, place);
 }
 
 }  // namespace
