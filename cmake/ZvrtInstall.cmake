@@ -1,71 +1,172 @@
-# What is installed: the header, the versioned shared objects, a CMake package, a pkg-config file, the man pages; and the
-# two Debian packages made of it.
+# What is installed: one call per component, at the end of this file. A component is a library with its header, CMake
+# package, pkg-config file and man pages, or a program with its man pages. Where ZVRT_PACKAGES is set, which
+# scripts/package.sh does in a build of its own, each becomes Debian packages; a plain install has no folder of Debian's.
+include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
-# Our platform libraries stand apart from the public ones, found through the library's own run path. LD_LIBRARY_PATH
-# comes before a run path, so the runtime's own libraries can take their place.
-set(ZVRT_PLATFORM_DIR zvrt)
-set_target_properties(ZVRTDataCnvLib PROPERTIES INSTALL_RPATH "$ORIGIN/${ZVRT_PLATFORM_DIR}")
-set_target_properties(ZVRTOSLibUnix ZVRTEnvLib ZVRTICULib PROPERTIES INSTALL_RPATH "$ORIGIN")
+if(ZVRT_PACKAGES AND NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+  message(FATAL_ERROR "ZVRT_PACKAGES goes with CMAKE_INSTALL_PREFIX=/usr; scripts/package.sh sets both.")
+endif()
 
-install(TARGETS ZVRTDataCnvLib EXPORT ZVRTDataCnvLibTargets
-  LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime NAMELINK_COMPONENT development
-  INCLUDES DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
-install(TARGETS ZVRTOSLibUnix ZVRTEnvLib ZVRTICULib EXPORT ZVRTDataCnvLibTargets
-  LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}/${ZVRT_PLATFORM_DIR}" COMPONENT runtime)
-install(FILES include/ZVRTDataCnvLib.h DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT development)
+# What cpack reads: each component adds its settings to this file.
+set(ZVRT_PACKAGE_SETTINGS "${PROJECT_BINARY_DIR}/package-settings/settings.cmake")
+file(WRITE "${ZVRT_PACKAGE_SETTINGS}" "set(CPACK_PACKAGE_DESCRIPTION_SUMMARY)\nset(CPACK_COMPONENTS_ALL)\n")
 
-set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/ZVRTDataCnvLib")
-install(EXPORT ZVRTDataCnvLibTargets NAMESPACE ZVRTDataCnvLib:: DESTINATION "${package_dir}" COMPONENT development)
-configure_package_config_file(cmake/ZVRTDataCnvLibConfig.cmake.in "${PROJECT_BINARY_DIR}/ZVRTDataCnvLibConfig.cmake"
-  INSTALL_DESTINATION "${package_dir}")
-write_basic_package_version_file("${PROJECT_BINARY_DIR}/ZVRTDataCnvLibConfigVersion.cmake" COMPATIBILITY SameMajorVersion)
-install(FILES "${PROJECT_BINARY_DIR}/ZVRTDataCnvLibConfig.cmake" "${PROJECT_BINARY_DIR}/ZVRTDataCnvLibConfigVersion.cmake"
-  DESTINATION "${package_dir}" COMPONENT development)
-
-# Paths relative to the file itself keep a moved prefix working.
-file(RELATIVE_PATH prefix_from_pc "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
-configure_file(cmake/ZVRTDataCnvLib.pc.in "${PROJECT_BINARY_DIR}/ZVRTDataCnvLib.pc" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/ZVRTDataCnvLib.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)
-
-# Compressed without gzip's own time stamp and name, so that two builds are the same.
-function(zvrt_gzip source name)
-  execute_process(COMMAND gzip -9n -c "${PROJECT_SOURCE_DIR}/${source}" OUTPUT_FILE "${PROJECT_BINARY_DIR}/${name}"
-    COMMAND_ERROR_IS_FATAL ANY)
-endfunction()
-zvrt_gzip(docs/man/ZVRTDataCnvLib.3 ZVRTDataCnvLib.3.gz)
-zvrt_gzip(cmake/debian/changelog changelog.gz)
-install(FILES "${PROJECT_BINARY_DIR}/ZVRTDataCnvLib.3.gz" DESTINATION "${CMAKE_INSTALL_MANDIR}/man3" COMPONENT development)
-include(ZvrtManPages)
-
-set(CPACK_GENERATOR DEB)
-set(CPACK_PACKAGE_NAME zvrtdatacnvlib)
-set(CPACK_PACKAGE_CONTACT "ZVRTDataCnvLib developers <developers@zvrt.example>")
-set(CPACK_PACKAGING_INSTALL_PREFIX "/usr")
-set(CPACK_STRIP_FILES ON)
-set(CPACK_COMPONENTS_ALL runtime development)
-set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
-set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS runtime)
-set(CPACK_DEBIAN_PACKAGE_SECTION libs)
-set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${PROJECT_BINARY_DIR}/lib")
-set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA
-  "${PROJECT_SOURCE_DIR}/cmake/debian/shlibs" "${PROJECT_SOURCE_DIR}/cmake/debian/triggers")
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libzvrtdatacnvlib${PROJECT_VERSION_MAJOR})
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libzvrtdatacnvlib-dev)
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
-set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "Text in six buffer kinds and any code page, integers, floating point, packed
-decimal, VARNUM, dates, times and timestamps; exact, fast, safe on any input.")
-set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "For development: the header, the link to the shared library, the CMake
-package and the pkg-config file of libZVRTDataCnvLib.")
-foreach(component runtime development)
+# zvrt_debian_package(COMPONENT NAME DESCRIPTION VARIABLE=VALUE...): one package, of the files of one component; sets
+# CPACK_DEBIAN_<COMPONENT>_<VARIABLE>.
+function(zvrt_debian_package component name description)
   string(TOUPPER ${component} COMPONENT)
-  set(documents "${CMAKE_INSTALL_DATAROOTDIR}/doc/${CPACK_DEBIAN_${COMPONENT}_PACKAGE_NAME}")
-  install(FILES cmake/debian/copyright DESTINATION "${documents}" COMPONENT ${component})
-  install(FILES "${PROJECT_BINARY_DIR}/changelog.gz" DESTINATION "${documents}" COMPONENT ${component})
-endforeach()
-include(CPack)
+  set(settings "list(APPEND CPACK_COMPONENTS_ALL ${component})
+set(CPACK_DEBIAN_${COMPONENT}_PACKAGE_NAME ${name})
+set(CPACK_DEBIAN_${COMPONENT}_DESCRIPTION [==[${description}]==])\n")
+  foreach(setting IN LISTS ARGN)
+    string(REGEX REPLACE "=(.*)" " [==[\\1]==]" setting "${setting}")
+    string(APPEND settings "set(CPACK_DEBIAN_${COMPONENT}_${setting})\n")
+  endforeach()
+  file(APPEND "${ZVRT_PACKAGE_SETTINGS}" "${settings}")
+  if(ZVRT_PACKAGES)
+    install(FILES cmake/debian/copyright cmake/debian/changelog
+      DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/doc/${name}" COMPONENT ${component})
+  endif()
+endfunction()
+
+# The Debian packages of libraries of ours, as a list for a `Depends` field: zvrt_packages_of(RESULT SUFFIX TARGETS...)
+function(zvrt_packages_of result suffix)
+  set(packages)
+  foreach(target IN LISTS ARGN)
+    get_target_property(package ${target} ZVRT_PACKAGE)
+    list(APPEND packages "${package}${suffix} (= ${PROJECT_VERSION})")
+  endforeach()
+  list(JOIN packages ", " packages)
+  set(${result} "${packages}" PARENT_SCOPE)
+endfunction()
+
+# zvrt_install_man(COMPONENT pages...): each in the section that its name ends with.
+function(zvrt_install_man component)
+  foreach(page IN LISTS ARGN)
+    string(REGEX REPLACE ".*\\.([1-9])$" "\\1" section "${page}")
+    install(FILES "${page}" DESTINATION "${CMAKE_INSTALL_MANDIR}/man${section}" COMPONENT ${component})
+  endforeach()
+endfunction()
+
+# find_package(TARGET) gives the target under the name that it has in the build. A static library needs what it is made of found as well.
+function(zvrt_install_cmake_package target component needed)
+  set(folder "${CMAKE_INSTALL_LIBDIR}/cmake/${target}")
+  set(find_dependencies)
+  if(needed MATCHES "Threads::")
+    string(APPEND find_dependencies "find_dependency(Threads)\n")
+  endif()
+  if(needed MATCHES "ICU::")
+    string(APPEND find_dependencies "find_dependency(ICU COMPONENTS uc data)\n")
+  endif()
+  foreach(dependency IN LISTS ARGN)
+    string(APPEND find_dependencies "find_dependency(${dependency} ${PROJECT_VERSION})\n")
+  endforeach()
+  install(EXPORT ${target}Targets NAMESPACE ZVRTDataCnvLib:: DESTINATION "${folder}" COMPONENT ${component})
+  set(config "${PROJECT_BINARY_DIR}/${target}Config.cmake")
+  set(version "${PROJECT_BINARY_DIR}/${target}ConfigVersion.cmake")
+  configure_package_config_file(cmake/LibraryConfig.cmake.in "${config}" INSTALL_DESTINATION "${folder}")
+  write_basic_package_version_file("${version}" COMPATIBILITY SameMajorVersion)
+  install(FILES "${config}" "${version}" DESTINATION "${folder}" COMPONENT ${component})
+endfunction()
+
+# Paths relative to the file itself keep a moved prefix working. A static library tells what a program needs besides.
+function(zvrt_install_pkg_config target component description needed)
+  file(RELATIVE_PATH prefix_from_pc "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
+  list(JOIN ARGN ", " requires)
+  get_target_property(type ${target} TYPE)
+  set(libs_private)
+  set(requires_private)
+  if(type STREQUAL "STATIC_LIBRARY")
+    set(libs_private "-lstdc++ -pthread")
+  endif()
+  if(needed MATCHES "ICU::")
+    set(requires_private "icu-uc")
+  endif()
+  configure_file(cmake/library.pc.in "${PROJECT_BINARY_DIR}/${target}.pc" @ONLY)
+  install(FILES "${PROJECT_BINARY_DIR}/${target}.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT ${component})
+endfunction()
+
+# zvrt_install_library(TARGET PACKAGE name SUMMARY line DESCRIPTION lines HEADERS files...
+#                      [MAN pages...] [PRIVATE targets...] [DEPENDS targets...])
+#   PACKAGE      Debian's name without the version's number or `-dev` at its end
+#   PRIVATE      shared libraries that stand apart and are found by the library's run path
+#   DEPENDS      libraries of ours whose headers it includes or whose private libraries it shares, installed before it
+function(zvrt_install_library target)
+  cmake_parse_arguments(arg "" "PACKAGE;SUMMARY;DESCRIPTION" "HEADERS;MAN;PRIVATE;DEPENDS" ${ARGN})
+  set(component ${arg_PACKAGE})
+  set(development ${arg_PACKAGE}_development)
+  set_target_properties(${target} PROPERTIES ZVRT_PACKAGE ${arg_PACKAGE})
+  get_target_property(needed ${target} ZVRT_NEEDED)
+
+  install(TARGETS ${target} EXPORT ${target}Targets
+    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT ${component} NAMELINK_COMPONENT ${development}
+    ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT ${development}
+    INCLUDES DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
+  if(BUILD_SHARED_LIBS AND arg_PRIVATE)
+    install(TARGETS ${arg_PRIVATE} EXPORT ${target}Targets
+      LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}/${ZVRT_PLATFORM_DIR}" COMPONENT ${component})
+  endif()
+  install(FILES ${arg_HEADERS} DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT ${development})
+  zvrt_install_man(${development} ${arg_MAN})
+  zvrt_install_cmake_package(${target} ${development} "${needed}" ${arg_DEPENDS})
+  zvrt_install_pkg_config(${target} ${development} "${arg_SUMMARY}" "${needed}" ${arg_DEPENDS})
+
+  set(package ${arg_PACKAGE}${PROJECT_VERSION_MAJOR})
+  zvrt_packages_of(depends "${PROJECT_VERSION_MAJOR}" ${arg_DEPENDS})
+  zvrt_packages_of(depends_development -dev ${arg_DEPENDS})
+  string(JOIN ", " depends_development "${package} (= ${PROJECT_VERSION})" ${depends_development})
+  set(control "${PROJECT_BINARY_DIR}/package-settings/${component}")
+  file(WRITE "${control}/shlibs" "lib${target} ${PROJECT_VERSION_MAJOR} ${package} (>= ${PROJECT_VERSION})\n")
+  file(WRITE "${control}/triggers" "activate-noawait ldconfig\n")
+  zvrt_debian_package(${component} ${package} "${arg_SUMMARY}\n${arg_DESCRIPTION}"
+    PACKAGE_SECTION=libs "PACKAGE_DEPENDS=${depends}" PACKAGE_SHLIBDEPS=ON DEBUGINFO_PACKAGE=ON
+    "PACKAGE_CONTROL_EXTRA=${control}/shlibs\;${control}/triggers")
+  zvrt_debian_package(${development} ${arg_PACKAGE}-dev "${arg_SUMMARY} - development
+What a program is built with: the header, the link to the shared library,
+the CMake package, the pkg-config file and the man pages."
+    PACKAGE_SECTION=libdevel "PACKAGE_DEPENDS=${depends_development}" PACKAGE_SHLIBDEPS=OFF)
+endfunction()
+
+# zvrt_install_program(TARGET PACKAGE name SUMMARY line DESCRIPTION lines [MAN pages...] [DEPENDS targets...])
+function(zvrt_install_program target)
+  cmake_parse_arguments(arg "" "PACKAGE;SUMMARY;DESCRIPTION" "MAN;DEPENDS" ${ARGN})
+  string(REPLACE - _ component ${arg_PACKAGE})
+  if(NOT ZVRT_PACKAGES)
+    set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+  endif()
+  install(TARGETS ${target} RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT ${component})
+  zvrt_install_man(${component} ${arg_MAN})
+  zvrt_packages_of(depends "${PROJECT_VERSION_MAJOR}" ${arg_DEPENDS})
+  zvrt_debian_package(${component} ${arg_PACKAGE} "${arg_SUMMARY}\n${arg_DESCRIPTION}"
+    PACKAGE_SECTION=database "PACKAGE_DEPENDS=${depends}" PACKAGE_SHLIBDEPS=ON DEBUGINFO_PACKAGE=ON)
+endfunction()
+
+zvrt_install_library(ZVRTDataCnvLib PACKAGE libzvrtdatacnvlib
+  HEADERS include/ZVRTDataCnvLib.h
+  MAN docs/man/ZVRTDataCnvLib.3
+  PRIVATE ZVRTOSLibUnix ZVRTEnvLib ZVRTICULib
+  SUMMARY "exact, fast and safe conversion of database column values"
+  DESCRIPTION "Text in six buffer kinds and any code page, integers, floating point, packed
+decimal, VARNUM, dates, times and timestamps under format models.")
+include(ZvrtManPages)
+zvrt_install_library(ZVRTColumns PACKAGE libzvrtcolumns
+  HEADERS include/ZVRTColumns.h
+  DEPENDS ZVRTDataCnvLib
+  SUMMARY "conversion of whole columns and records by plans"
+  DESCRIPTION "One rule of conversion, made once and run over columns of values, exact to
+the last digit, with a status for each value that is refused.")
+
+if(ZVRT_PACKAGES)
+  set(CPACK_GENERATOR DEB)
+  set(CPACK_PACKAGE_NAME zvrtdatacnvlib)
+  set(CPACK_PACKAGE_CONTACT "ZVRTDataCnvLib developers <developers@zvrt.example>")
+  set(CPACK_PACKAGING_INSTALL_PREFIX "/usr")
+  set(CPACK_PROJECT_CONFIG_FILE "${ZVRT_PACKAGE_SETTINGS}")
+  set(CPACK_DEB_COMPONENT_INSTALL ON)
+  set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
+    "${CMAKE_LIBRARY_OUTPUT_DIRECTORY}" "${CMAKE_LIBRARY_OUTPUT_DIRECTORY}/${ZVRT_PLATFORM_DIR}")
+  set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+  include(CPack)
+endif()

@@ -9,6 +9,14 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   list(APPEND ZVRT_FLAGS_avx512 -Wno-uninitialized -Wno-maybe-uninitialized)
 endif()
 
+
+set(ZVRT_LEVELS baseline sse41 avx512)
+set_property(CACHE ZVRT_HIGHEST_LEVEL PROPERTY STRINGS ${ZVRT_LEVELS})
+if(NOT ZVRT_HIGHEST_LEVEL IN_LIST ZVRT_LEVELS)
+  list(JOIN ZVRT_LEVELS ", " levels)
+  message(FATAL_ERROR "ZVRT_HIGHEST_LEVEL is \"${ZVRT_HIGHEST_LEVEL}\"; the levels are ${levels}.")
+endif()
+
 function(zvrt_kernels target level)
   set_source_files_properties(${ARGN} TARGET_DIRECTORY ${target} PROPERTIES COMPILE_OPTIONS "${ZVRT_FLAGS_${level}}")
   target_sources(${target} PRIVATE ${ARGN})

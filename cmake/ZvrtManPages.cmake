@@ -17,4 +17,4 @@ add_custom_command(OUTPUT "${pages}/made"
   COMMENT "Manual pages"
   VERBATIM)
 add_custom_target(zvrt_man_pages ALL DEPENDS "${pages}/made")
-install(DIRECTORY "${pages}/" DESTINATION "${CMAKE_INSTALL_MANDIR}/man3" COMPONENT development FILES_MATCHING PATTERN "*.3.gz")
+install(DIRECTORY "${pages}/" DESTINATION "${CMAKE_INSTALL_MANDIR}/man3" COMPONENT libzvrtdatacnvlib_development FILES_MATCHING PATTERN "*.3.gz")

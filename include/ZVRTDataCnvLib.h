@@ -33,6 +33,15 @@
 #include <stddef.h>
 #include <stdint.h>
 
+/** @name Version
+ * Of this header, which is the library's. The file name of the shared library carries it as well. @{ */
+#define ZVRT_VERSION_MAJOR 1         /**< Changes with what a program compiled before cannot bear. */
+#define ZVRT_VERSION_MINOR 1         /**< Changes with additions. */
+#define ZVRT_VERSION_PATCH 0         /**< Changes with repairs. */
+#define ZVRT_VERSION_STRING "1.1.0"  /**< The three as text. */
+#define ZVRT_VERSION (ZVRT_VERSION_MAJOR * 10000 + ZVRT_VERSION_MINOR * 100 + ZVRT_VERSION_PATCH) /**< To compare. */
+/** @} */
+
 #if defined(__GNUC__)
 #define ZVRT_API __attribute__((visibility("default"))) /**< Leaves the library. */
 #else
