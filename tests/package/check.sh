@@ -23,11 +23,93 @@ consumers() {
   cmake -S "$source/tests/package/find_package" -B "$scratch/cpp" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
   cmake --build "$scratch/cpp" >/dev/null
   "$scratch/cpp/consumer"
+  # A name that is Debian's belongs to a package.
+  [ -z "$(find "$prefix" -path '*-linux-gnu*' -o -path '*/doc/*')" ] || { echo "folders of Debian's in a plain install"; return 1; }
+}
+
+# The installed manual pages name no page that is not installed.
+manual() {
+  local status=0 page name
+  cmake --install "$build" --prefix "$scratch/prefix" >/dev/null
+  (cd "$scratch/prefix/share/man" && find . -name '*.gz' -exec gunzip -f {} +)
+  while read -r page; do
+    while read -r name; do
+      [ -e "$scratch/prefix/share/man/man${name##*.}/$name" ] || { echo "${page##*/}: $name is not installed"; status=1; }
+    done < <(sed -n '/^\.SH SEE ALSO/,/^\.SH [^S]/p' "$page" | sed -nE 's/^\.BR? ([A-Za-z0-9_-]+) ?\(([0-9])\).*/\1.\2/p')
+  done < <(find "$scratch/prefix/share/man" -type f)
+  [ -e "$scratch/prefix/share/man/man3/ZVRTDataCnvLib.3" ] || { echo "no manual page was found"; status=1; }
+  return $status
+}
+
+# The version of the header is that of the build, of both changelogs and of the files.
+version() {
+  local header
+  header=$(sed -n 's/^#define ZVRT_VERSION_STRING "\(.*\)".*/\1/p' "$source/include/ZVRTDataCnvLib.h")
+  [ "$header" = "$(cached CMAKE_PROJECT_VERSION)" ] || { echo "CMake has $(cached CMAKE_PROJECT_VERSION), the header $header"; return 1; }
+  [ -e "$library.$header" ] || { echo "no $library.$header"; return 1; }
+  head -1 "$source/cmake/debian/changelog" | grep -qF "($header)" || { echo "Debian's changelog does not begin with $header"; return 1; }
+  grep -m1 '^## [0-9]' "$source/CHANGELOG.md" | grep -qF "## $header" || { echo "CHANGELOG.md does not begin with $header"; return 1; }
+}
+
+# A level of processor that does not exist, and tests of a library that is not shared, are refused with a reason.
+refusals() {
+  refused_for() {
+    local reason=$1
+    shift
+    ! cmake -S "$source" -B "$scratch/refused" "$@" >"$scratch/log" 2>&1 || { echo "accepted: $*"; return 1; }
+    grep -q "$reason" "$scratch/log" || { cat "$scratch/log"; return 1; }
+    rm -rf "$scratch/refused"
+  }
+  refused_for 'the levels are' -DZVRT_HIGHEST_LEVEL=nonsense
+  refused_for 'BUILD_SHARED_LIBS=OFF goes without' -DBUILD_SHARED_LIBS=OFF -DZVRT_BUILD_TESTS=ON
+  refused_for 'CMAKE_INSTALL_PREFIX=/usr' -DZVRT_PACKAGES=ON
+}
+
+# Where shared objects look for others: an empty part of a run path means the current folder.
+runpaths() {
+  local object path count=0 status=0
+  while read -r object; do
+    path=$(readelf --dynamic "$object" 2>/dev/null | sed -n 's/.*R\(UN\)\?PATH.*\[\(.*\)\]/\2/p')
+    count=$((count + 1))
+    case ":$path:" in ::) ;; *::*) echo "$object: $path"; status=1 ;; esac
+  done < <(find "$build" -path "$build/fuzz*" -prune -o -xtype f ! -name '*.so.*' \( -name '*.so' -o -perm -u+x \) -exec sh -c \
+    'for file; do [ "$(head -c 4 "$file" | tail -c 3)" = ELF ] && echo "$file"; done; :' sh {} +)
+  [ $count -gt 4 ] || { echo "only $count shared objects and programs were found"; status=1; }
+  return $status
+}
+
+# As part of another project: nothing of that changes, and nothing but its own is installed.
+subproject() {
+  cmake -S "$source/tests/package/subproject" -B "$scratch/parent" -G Ninja -DLIBRARY_SOURCE="$source" -DCMAKE_CXX_FLAGS=-O0 >"$scratch/log" ||
+    { cat "$scratch/log"; return 1; }
+  cmake --build "$scratch/parent" --target consumer >/dev/null
+  "$scratch/parent/consumer"
+  cmake --install "$scratch/parent" --prefix "$scratch/prefix" >/dev/null
+  [ "$(cd "$scratch/prefix" && find . -type f)" = ./bin/consumer ] || { find "$scratch/prefix"; return 1; }
+}
+
+# A static library, as part of a project by FetchContent; and once it is installed, from C by pkg-config and from C++ by CMake.
+static() {
+  local prefix=$scratch/prefix
+  cmake -S "$source/tests/package/subproject" -B "$scratch/parent" -G Ninja -DLIBRARY_SOURCE="$source" -DCMAKE_CXX_FLAGS=-O0 \
+    -DBY=FetchContent -DBUILD_SHARED_LIBS=OFF -DZVRT_INSTALL=ON -DCMAKE_INSTALL_PREFIX="$prefix" >"$scratch/log" ||
+    { cat "$scratch/log"; return 1; }
+  cmake --build "$scratch/parent" >/dev/null
+  "$scratch/parent/consumer"
+  cmake --install "$scratch/parent" >/dev/null
+  [ -z "$(find "$prefix" -name '*.so*')" ] || { find "$prefix" -name '*.so*'; return 1; }
+  export PKG_CONFIG_PATH=$prefix/lib/pkgconfig
+  # shellcheck disable=SC2046 # the flags are words
+  cc -std=c11 -Wall -Wextra -Werror "$source/tests/package/consumer.c" $(pkg-config --static --cflags --libs ZVRTDataCnvLib) -o "$scratch/consumer_c"
+  "$scratch/consumer_c"
+  cmake -S "$source/tests/package/find_package" -B "$scratch/cpp" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+  cmake --build "$scratch/cpp" >/dev/null
+  "$scratch/cpp/consumer"
 }
 
 hardening() {
   local dynamic program
-  for object in "$library" "$build"/lib/libZVRTOSLibUnix.so "$build"/lib/libZVRTEnvLib.so "$build"/lib/libZVRTICULib.so; do
+  for object in "$build"/lib/*.so "$build"/lib/zvrt/*.so; do
     dynamic=$(readelf --wide --dynamic "$object") program=$(readelf --wide --program-headers --notes "$object")
     grep -q BIND_NOW <<<"$dynamic" || { echo "$object: lazy binding"; return 1; }
     grep -q GNU_RELRO <<<"$program" || { echo "$object: no RELRO"; return 1; }
@@ -47,26 +129,30 @@ copy_tree() {
   "$source/scripts/files.sh" | tar -C "$source" -T - -c | tar -C "$1" -x --no-same-owner
 }
 
-# The same bytes from two folders.
-reproducible() {
-  for name in one another/deeper; do
-    copy_tree "$scratch/$name"
-    cmake -S "$scratch/$name" -B "$scratch/$name/build" -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/null
-    cmake --build "$scratch/$name/build" >/dev/null
-  done
-  (cd "$scratch/one/build/lib" && for object in *.so; do cmp "$object" "$scratch/another/deeper/build/lib/$object"; done)
-}
-
+# The Debian packages: the same bytes from two folders, nothing for lintian to say, and each file where it belongs.
 debian() {
   command -v dpkg-deb >/dev/null || skip "dpkg-deb is missing"
-  command -v lintian >/dev/null || skip "lintian is missing"
-  (cd "$build" && cpack -B "$scratch" >/dev/null 2>&1)
-  local errors=0
-  for package in "$scratch"/*.deb; do
-    lintian --allow-root --fail-on error "$package" || errors=1
+  local name package status=0
+  for name in one another/deeper; do
+    copy_tree "$scratch/$name"
+    "$scratch/$name/scripts/package.sh" "$scratch/$name/packages" >/dev/null 2>"$scratch/log" || { cat "$scratch/log"; return 1; }
   done
-  [ "$(find "$scratch" -maxdepth 1 -name '*.deb' | wc -l)" -eq 2 ] || { echo "two packages were expected"; errors=1; }
-  return $errors
+  cd "$scratch/one/packages"
+  for package in *.deb; do
+    cmp "$package" "$scratch/another/deeper/packages/$package" || status=1
+    case $package in
+      lib*) [ "$(dpkg-deb --field "$package" Multi-Arch)" = same ] || { echo "$package: not Multi-Arch: same"; status=1; } ;;
+    esac
+    [ "$(dpkg-deb --field "$package" Version)" = "$(cached CMAKE_PROJECT_VERSION)" ] || { echo "$package: another version"; status=1; }
+  done
+  for name in libzvrtdatacnvlib1 libzvrtdatacnvlib1-dbgsym libzvrtdatacnvlib-dev libzvrtcolumns1 libzvrtcolumns1-dbgsym libzvrtcolumns-dev; do
+    compgen -G "${name}_*.deb" >/dev/null || { echo "no package $name"; status=1; }
+  done
+  dpkg-deb --contents libzvrtdatacnvlib1_*.deb | grep -q "/usr/lib/$(cc -print-multiarch)/libZVRTDataCnvLib.so.1$\|/libZVRTDataCnvLib.so.1 ->" ||
+    { echo "the library is not in the folder of its architecture"; status=1; }
+  command -v lintian >/dev/null || { echo "lintian is missing"; return $status; }
+  lintian --allow-root --fail-on error,warning ./*.deb || status=1
+  return $status
 }
 
 # The reference documentation without a warning, and no link of the guides that leads nowhere.
