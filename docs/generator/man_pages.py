@@ -109,7 +109,7 @@ def summary(function: header.Function) -> tuple[str, list[str]]:
     """The line of the index, and how the description begins where the comment does not say what is converted."""
     try:
         have, want = phrases.have_and_want(function)
-    except (SystemExit, TypeError):
+    except SystemExit:  # no words: the comment says it
         return re.split(r"(?<=\w)\.(?:\s|$)", " ".join(function.comment.text.split()))[0], []
     return f"from {have} to {want}".replace("`", ""), [f"From {inline(have)} to {inline(want)}.", ".PP"]
 
