@@ -56,9 +56,6 @@ function(zvrt_install_cmake_package target component needed)
   if(needed MATCHES "Threads::")
     string(APPEND find_dependencies "find_dependency(Threads)\n")
   endif()
-  if(needed MATCHES "ICU::")
-    string(APPEND find_dependencies "find_dependency(ICU COMPONENTS uc data)\n")
-  endif()
   foreach(dependency IN LISTS ARGN)
     string(APPEND find_dependencies "find_dependency(${dependency} ${PROJECT_VERSION})\n")
   endforeach()
@@ -76,12 +73,8 @@ function(zvrt_install_pkg_config target component description needed)
   list(JOIN ARGN ", " requires)
   get_target_property(type ${target} TYPE)
   set(libs_private)
-  set(requires_private)
   if(type STREQUAL "STATIC_LIBRARY")
     set(libs_private "-lstdc++ -pthread")
-  endif()
-  if(needed MATCHES "ICU::")
-    set(requires_private "icu-uc")
   endif()
   configure_file(cmake/library.pc.in "${PROJECT_BINARY_DIR}/${target}.pc" @ONLY)
   install(FILES "${PROJECT_BINARY_DIR}/${target}.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT ${component})
@@ -143,7 +136,7 @@ function(zvrt_install_program target)
 endfunction()
 
 zvrt_install_library(ZVRTDataCnvLib PACKAGE libzvrtdatacnvlib
-  HEADERS include/ZVRTDataCnvLib.h
+  HEADERS include/ZVRTDataCnvLib.h include/ZVRTPlatformStatus.h
   MAN docs/man/ZVRTDataCnvLib.3
   PRIVATE ZVRTOSLibUnix ZVRTEnvLib ZVRTICULib
   SUMMARY "exact, fast and safe conversion of database column values"

@@ -11,40 +11,37 @@
  *  - 0xFFFFFFFF, the process's own encoding, and 0 are UTF-8. 1200 is UTF-16 little-endian.
  *  - The Windows pages 874, 932, 936, 949, 950 and 1250 to 1258 are meant where such a number is given, although IBM
  *    uses it as well. 28591 to 28605 are ISO 8859-1 to -15; a few more Windows numbers stand in the service's own list.
- *  - Any other number is what ICU knows as "ibm-<number>", else as "windows-<number>", else as "cp<number>".
- *  - Kind 'B' asks for IBM's page where both worlds use the number, kind 'W' for Windows'. Kind 'N' takes the page as
- *    usual but, where it is an EBCDIC one, exchanges its line feed and its new line: byte 15 is then U+000A, 25 is
- *    U+0085. Every other kind letter makes no difference.
+ *  - Any other number is the page that ICU knows as "ibm-<number>", else as "windows-<number>", else as "cp<number>",
+ *    where that is a page of tables or an encoding of Unicode. A few IBM pages that ICU has as parts of others are added.
+ *  - Kind 'B' asks for IBM's page where both worlds use the number. Kind 'N' takes the page as usual but, where it is an
+ *    EBCDIC one, exchanges its line feed and its new line: byte 15 is then U+000A, 25 is U+0085. Every other kind letter
+ *    makes no difference.
  *  - A number that none of this finds has no converter. docs/code-pages.md lists what the usual numbers find. */
 #ifndef ZVRT_ICU_LIB_H
 #define ZVRT_ICU_LIB_H
 
 #include <stdint.h>
 
+#include "ZVRTPlatformStatus.h"
+
 #ifdef __cplusplus
 extern "C" {
 #endif
 
-/** The text cannot be carried; the count is of what was produced before the offending place, all of it in the buffer.
- */
+/** The text cannot be carried; the count is of what was produced before the offending place, all of it in the buffer. */
 #define ZVRT_ICU_RC_INVALID_CHAR 22u
 /** The destination is too small; the count is the length that the whole text needs. */
 #define ZVRT_ICU_RC_TRUNCATED 1609u
-/** An argument is null that must not be, or the thread's block is not one of libZVRTEnvLib. */
-#define ZVRT_ICU_RC_INVALID_PARAM 22001u
-/** ICU could not be started, or failed in the middle of a text for want of memory. */
-#define ZVRT_ICU_RC_ICU_FAILED 22002u
 
 /** Starts the service; once it is started, does nothing. */
 __attribute__((visibility("default"))) uint32_t ZVRT_ICU_Init(void* anchor, void* thread);
 
-/** Ends the service and releases every converter of every thread. Must not run while another thread converts. Ending a
- *  service that is not started does nothing. */
+/** Ends the service: it hands out no converter until it is started again. Ending a service that is not started does
+ *  nothing. */
 __attribute__((visibility("default"))) uint32_t ZVRT_ICU_Term(void* anchor, void* thread);
 
-/** The converter for a code page and kind, or null when there is none or the service is not started. It belongs to the
- *  calling thread and stays good until the thread or the service ends. What was found before is found again without a
- *  lock and without an allocation, the last used first. */
+/** The converter for a code page and kind, or null when there is none or the service is not started. It is a constant
+ *  of the service, the same for every thread. Takes no lock and allocates nothing. */
 __attribute__((visibility("default"))) void* ZVRT_GetICUConverterInfo(void* anchor, void* thread, uint32_t codePage,
                                                                       int32_t kind);
 
@@ -52,7 +49,7 @@ __attribute__((visibility("default"))) void* ZVRT_GetICUConverterInfo(void* anch
  *
  *  The whole text is examined, also when the destination fills up before its end: an offending place anywhere makes the
  *  status ZVRT_ICU_RC_INVALID_CHAR, and the count then is what stands in the destination. Otherwise the count is the
- *  length of the whole text in characters. What follows the characters written is left alone. Lengths below 0 are
+ *  length of the whole text in characters. What lies behind the characters written is left alone. Lengths below 0 are
  *  0. A page with shifts starts each text unshifted; one that ends shifted is complete. */
 __attribute__((visibility("default"))) uint32_t ZVRT_IcuMultibyteToWide(void* converter, const void* src,
                                                                         int32_t srcBytes, void* dst, int32_t dstChars,

@@ -1,4 +1,6 @@
-#include "stateful_page.h"
+// A page of two sets, one byte and two bytes per character, with shifts between them: the mixed EBCDIC pages.
+#include "forms.h"
+#include "page_data.h"
 
 namespace zvrt {
 
@@ -7,43 +9,7 @@ namespace {
 constexpr unsigned char shift_out = 0x0E;  // two bytes per character from here
 constexpr unsigned char shift_in = 0x0F;   // one byte per character from here
 
-}  // namespace
-
-std::unique_ptr<Converter> StatefulPage::build(const IcuConverter& icu) {
-  std::unique_ptr<StatefulPage> page(new (std::nothrow) StatefulPage);
-  if (page == nullptr || !page->code_of_.prepare() || !page->build_singles(icu)) return nullptr;
-  for (unsigned char lead = 0x40; lead < 0xFF; ++lead)
-    if (!page->build_pairs(icu, lead)) return nullptr;
-  return page;
-}
-
-// The shift bytes decode to no character, so that none is encoded as one either.
-bool StatefulPage::build_singles(const IcuConverter& icu) {
-  for (std::uint32_t value = 0; value < 256; ++value) {
-    const auto byte = static_cast<unsigned char>(value);
-    if (byte == shift_out || byte == shift_in) continue;
-    const auto [answer, character] = icu.decode({byte});
-    if (answer == IcuConverter::Answer::undefined) continue;
-    if (answer != IcuConverter::Answer::character) return false;
-    characters_.set(byte, character);
-    if (icu.encodes_to(character, {byte}) && !code_of_.add(character, {byte})) return false;
-  }
-  return true;
-}
-
-bool StatefulPage::build_pairs(const IcuConverter& icu, unsigned char lead) {
-  for (std::uint32_t value = 0; value < 256; ++value) {
-    const auto trail = static_cast<unsigned char>(value);
-    const auto [answer, character] = icu.decode({shift_out, lead, trail, shift_in});
-    if (answer == IcuConverter::Answer::undefined) continue;
-    if (answer != IcuConverter::Answer::character || !characters_.set(lead, trail, character)) return false;
-    if (icu.encodes_to(character, {shift_out, lead, trail, shift_in}) && !code_of_.add(character, {lead, trail}))
-      return false;
-  }
-  return true;
-}
-
-Outcome StatefulPage::decode(Bytes source, WideDestination destination) {
+Outcome decode(const Page& page, Bytes source, WideDestination destination) {
   bool shifted = false;
   std::size_t made = 0;
   for (std::size_t at = 0; at < source.size();) {
@@ -52,17 +18,27 @@ Outcome StatefulPage::decode(Bytes source, WideDestination destination) {
       continue;
     }
     const unsigned char* const text = source.data() + at;
-    const std::size_t available = source.size() - at;
-    const Decoded next = shifted ? characters_.read_pair(text, available) : characters_.read_single(text);
+    const Decoded next = shifted ? read_pair(page, page.pairs, text, source.size() - at) : read_single(page, text);
     if (next.length == 0) return rejected(std::min(made, destination.count));
-    if (made < destination.count) destination.put(made, next.character);
+    if (next.character >= Decoded::two)
+      put_two(next.character, destination, made++);
+    else if (made < destination.count)
+      destination.put(made, next.character);
     ++made;
     at += next.length;
   }
   return converted(made, destination.count);
 }
 
-Outcome StatefulPage::encode(WideText source, ByteDestination destination) {
+Encoded write(const Page& page, CodeTrie<std::uint16_t> code_of, WideText rest) {
+  if (page.composition_count != 0 && rest.count > 1)
+    if (const Code code = composition(page, rest[0], rest[1]); code != 0) return {code, 2, 2};
+  const Code code = code_of[rest[0]];
+  return {code, code != code_of.none ? length_of(code) : 0};
+}
+
+Outcome encode(const Page& page, WideText source, ByteDestination destination) {
+  const CodeTrie<std::uint16_t> code_of = short_codes(page);
   std::size_t needed = 0;  // without the closing shift
   bool shifted = false;
   std::size_t written = 0;  // likewise, of what stands in the destination
@@ -72,23 +48,27 @@ Outcome StatefulPage::encode(WideText source, ByteDestination destination) {
     left_shifted = false;
     return written;
   };
-  for (std::size_t i = 0; i < source.count; ++i) {
-    const Code code = code_of_[source[i]];
-    if (code == no_code) return rejected(close());
-    Encoded next{code, length_of(code)};
+  for (std::size_t i = 0; i < source.count;) {
+    Encoded next = write(page, code_of, source.from(i));
+    if (next.length == 0) return rejected(close());
     const bool pair = next.length == 2;
-    if (pair != shifted) next = {next.bytes << 8 | (pair ? shift_out : shift_in), next.length + 1};
+    if (pair != shifted) next = {next.bytes << 8 | (pair ? shift_out : shift_in), next.length + 1, next.taken};
     shifted = pair;
-    // After a character that did not fit nothing fits: what is needed, the closing shift included, only grows.
+    // Nothing fits after a character that did not: what is needed, its closing shift included, only grows.
     if (needed + next.length + (shifted ? 1 : 0) <= destination.size()) {
       put_bytes(destination.data() + needed, next);
       written = needed + next.length;
       left_shifted = shifted;
     }
     needed += next.length;
+    i += next.taken;
   }
   close();
   return converted(needed + (shifted ? 1 : 0), destination.size());
 }
+
+}  // namespace
+
+constinit const Conversions stateful_conversions = {decode, encode};
 
 }  // namespace zvrt

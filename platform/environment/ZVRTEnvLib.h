@@ -1,23 +1,18 @@
 /** @file ZVRTEnvLib.h
  *  The runtime environment: one anchor block for the process and one block for each thread.
  *
- *  Every operation returns 0 on success or one of the statuses below, none of which is a status of the conversion
+ *  Every operation returns 0 on success or one of the ZVRT_ENV_RC_ statuses, none of which is a status of the conversion
  *  library. The two getters take no lock; ZVRTGetThreadBlock allocates on a thread's first call only. */
 #ifndef ZVRT_ENV_LIB_H
 #define ZVRT_ENV_LIB_H
 
 #include <stdint.h>
 
+#include "ZVRTPlatformStatus.h"
+
 #ifdef __cplusplus
 extern "C" {
 #endif
-
-/** There is no anchor block: not created yet, or terminated. */
-#define ZVRT_ENV_RC_NO_ANCHOR 21001u
-/** A block, or the place from which threads release theirs, could not be had. */
-#define ZVRT_ENV_RC_NO_MEMORY 21002u
-/** The pointer that receives the block is null. */
-#define ZVRT_ENV_RC_INVALID_PARAM 21003u
 
 /** A place in a thread's block where another library of the runtime keeps what belongs to the thread. `release`, when
  *  set, is called with `value`: by the thread itself when it ends, when it terminates the anchor block, or when it

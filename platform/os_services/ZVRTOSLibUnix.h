@@ -8,12 +8,11 @@
 
 #include <stdint.h>
 
+#include "ZVRTPlatformStatus.h"
+
 #ifdef __cplusplus
 extern "C" {
 #endif
-
-/** What a failing status exceeds the system's error number by. */
-#define ZVRT_OS_RC_ERRNO 20000u
 
 /** Storage for one mutex. Zero-filled storage is an unlocked mutex: it can be locked without MutexCreate. */
 typedef struct ZVRTMutexStorage {

@@ -14,9 +14,6 @@ using Matches = std::vector<const Item*>;
 // looked at.
 Matches items_named(const Item& root, const Reference& wanted);
 
-// Those of `matches` that share the innermost group with `item`.
-Matches nearest(const Matches& matches, const Item& item);
-
 }  // namespace zvrt::records
 
 #endif

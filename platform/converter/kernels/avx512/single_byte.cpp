@@ -1,6 +1,7 @@
 #include <immintrin.h>
 
-#include "single_byte_tables.h"
+#include "page_data.h"
+#include "single_byte_kernels.h"
 
 namespace zvrt {
 
@@ -33,7 +34,8 @@ void store_quarter(unsigned char* to, __m512i low, __m512i high, __mmask64 lanes
   _mm512_mask_storeu_epi32(to + 64 * quarter, static_cast<__mmask16>(lanes >> (16 * quarter)), units);
 }
 
-std::size_t read(const SingleByteTables& tables, const unsigned char* from, std::size_t count, unsigned char* to) {
+std::size_t read(const Page& page, const unsigned char* from, std::size_t count, unsigned char* to) {
+  const SingleByteTables& tables = zvrt_singles[page.single_byte];
   const Lookup low_half(tables.low_half);
   const Lookup high_half(tables.high_half);
   for (std::size_t done = 0; done < count; done += 64) {
@@ -55,10 +57,11 @@ std::size_t read(const SingleByteTables& tables, const unsigned char* from, std:
   return count;
 }
 
-std::size_t write(const SingleByteTables& tables, const unsigned char* from, std::size_t count, unsigned char* to) {
+std::size_t write(const Page& page, const unsigned char* from, std::size_t count, unsigned char* to) {
+  const SingleByteTables& tables = zvrt_singles[page.single_byte];
   const Lookup first_window(tables.first_window);
   const Lookup other_window(tables.other_window);
-  const __m512i number = _mm512_set1_epi32(static_cast<int>(tables.other_window_number));
+  const __m512i number = _mm512_set1_epi32(static_cast<int>(page.other_window));
   for (std::size_t done = 0; done < count; done += 16) {
     const auto wanted = static_cast<__mmask16>(first_lanes(count - done));
     const __m512i characters = _mm512_maskz_loadu_epi32(wanted, from + done * wide_size);
