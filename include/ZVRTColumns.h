@@ -301,8 +301,9 @@ typedef struct ZVRTRecordPlan ZVRTRecordPlan;
  * @param plan         Receives the plan, else null. ZVRTRecordPlanDestroy() frees it.
  * @param why          Receives the reason of a refusal and its field; or null.
  * @return ZVRT_RC_OK; ZVRT_RC_INVALID_TYPE for a field that describes nothing or does not lie within the record;
- *         ZVRT_RC_INVALID_PAIR for a column that the field cannot have, or an option that is none here;
- *         ZVRT_RC_NO_CONVERTER; ZVRT_RC_NO_MEMORY; ZVRT_RC_ERROR for null arguments.
+ *         ZVRT_RC_INVALID_FORMAT for a model that is none; ZVRT_RC_INVALID_PAIR for a column that the field
+ *         cannot have, or an option that is none here; ZVRT_RC_NO_CONVERTER; ZVRT_RC_NO_MEMORY; ZVRT_RC_ERROR for null
+ *         arguments.
  */
 ZVRT_API uint32_t ZVRTRecordPlanCreate(const ZVRTField* fields, int32_t count, int32_t recordBytes, uint32_t options,
                                        ZVRTRecordPlan** plan, ZVRTProblem* why);

@@ -50,7 +50,7 @@ class Status:
 
 @dataclasses.dataclass
 class Header:
-    conversion: Function  # the shared list of arguments
+    conversion: Function | None  # the shared list of arguments, where there is one
     sections: list[Section]
     statuses: list[Status]
 
@@ -96,7 +96,7 @@ def parse_function(declaration: str, raw_comment: str, shared: str) -> Function:
 
 def read(path: pathlib.Path) -> Header:
     source = path.read_text()
-    sections: list[Section] = []
+    sections: list[Section] = [Section("", "", [])]
     conversion = None
     for match in ITEM.finditer(source):
         raw = match["comment"]
@@ -106,6 +106,6 @@ def read(path: pathlib.Path) -> Header:
             arguments = re.search(r"\((.*)\)", " ".join(match["type"].split()))[1]
             conversion = Function("ZVRTConversion", arguments, True, parse_comment(raw))
         elif match["declaration"]:
-            sections[-1].functions.append(parse_function(match["declaration"], raw, conversion.prototype))
+            sections[-1].functions.append(parse_function(match["declaration"], raw, conversion.prototype if conversion else ""))
     statuses = [Status(match["name"], int(match["number"], 0), match["meaning"]) for match in STATUS.finditer(source)]
-    return Header(conversion, sections, statuses)
+    return Header(conversion, [each for each in sections if each.functions or each.title], statuses)

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""A manual page for each function of the public header: man_pages.py HEADER FOLDER VERSION
+"""A manual page for each function of a public header: man_pages.py HEADER FOLDER VERSION
 
-Writes FOLDER/<function>.3.gz. A page holds the function's own comment, the text of its section, its statuses and, for the
+Writes FOLDER/<function>.3.gz. The library has the name of its header. A page holds the function's own comment, the text of its section, its statuses and, for the
 conversions with the shared list of arguments, the description of that list. What is written depends on the header, on
 statuses.csv and on the version only, so that two builds make the same bytes.
 """
@@ -105,6 +105,15 @@ def model_of(function: header.Function, by_name: dict[str, header.Function]) -> 
     return model if model is not function else None
 
 
+def summary(function: header.Function) -> tuple[str, list[str]]:
+    """The line of the index, and how the description begins where the comment does not say what is converted."""
+    try:
+        have, want = phrases.have_and_want(function)
+    except SystemExit:  # no words: the comment says it
+        return re.split(r"(?<=\w)\.(?:\s|$)", " ".join(function.comment.text.split()))[0], []
+    return f"from {have} to {want}".replace("`", ""), [f"From {inline(have)} to {inline(want)}.", ".PP"]
+
+
 def parameters(of: header.Header, function: header.Function, model: header.Function | None) -> dict[str, str]:
     """The function's own words first, then its model's, then those of the shared list."""
     params = dict(of.conversion.comment.params) if function.is_conversion else {}
@@ -128,18 +137,19 @@ def statuses(of: header.Header, given: list[str]) -> list[str]:
     return [".SH STATUSES", *lines] if lines else []
 
 
-def page(of: header.Header, section: header.Section, function: header.Function, given: list[str], version: str) -> str:
+def page(of: header.Header, section: header.Section, function: header.Function, given: list[str], library: str,
+         version: str) -> str:
     by_name = {each.name: each for each in of.functions()}
-    have, want = (phrase.replace("`", "") for phrase in phrases.have_and_want(function))
+    brief, description = summary(function)
     model = model_of(function, by_name)
     params = parameters(of, function, model)
     returns = function.comment.returns or (model.comment.returns if model else "")
 
-    lines = ["'\\\" t", f'.TH {function.name} 3 "" "ZVRTDataCnvLib {version}" "ZVRTDataCnvLib Manual"']
-    lines += [".SH NAME", f"{function.name} \\- {escaped(f'from {have} to {want}')}"]
-    lines += [".SH LIBRARY", "ZVRTDataCnvLib (\\fIlibZVRTDataCnvLib\\fP, \\fI\\-lZVRTDataCnvLib\\fP)"]
-    lines += [".SH SYNOPSIS", ".nf", ".B #include <ZVRTDataCnvLib.h>", ".PP", *synopsis(function.prototype), ".fi"]
-    lines += [".SH DESCRIPTION", f"From {inline(have)} to {inline(want)}.", ".PP", *blocks(function.comment.text)]
+    lines = ["'\\\" t", f'.TH {function.name} 3 "" "{library} {version}" "{library} Manual"']
+    lines += [".SH NAME", f"{function.name} \\- {escaped(brief)}"]
+    lines += [".SH LIBRARY", f"{library} (\\fIlib{library}\\fP, \\fI\\-l{library}\\fP)"]
+    lines += [".SH SYNOPSIS", ".nf", f".B #include <{library}.h>", ".PP", *synopsis(function.prototype), ".fi"]
+    lines += [".SH DESCRIPTION", *description, *blocks(function.comment.text)]
     if model and model.comment.text:
         lines += [f".SS {model.name}()", *blocks(model.comment.text)]
     if params:
@@ -157,8 +167,7 @@ def page(of: header.Header, section: header.Section, function: header.Function, 
     siblings = [each.name for each in section.functions if each is not function][:6]
     others = [name for name in re.findall(r"\b(\w+)\(\)", function.comment.text + returns) if name in by_name]
     names = sorted({*siblings, *others} - {function.name})
-    lines += [".SH SEE ALSO", ".BR ZVRTDataCnvLib (3),"]
-    lines += [f".BR {name} (3)," for name in names[:-1]] + [f".BR {names[-1]} (3)"]
+    lines += [".SH SEE ALSO", ",\n".join(f".BR {name} (3)" for name in [library, *names])]
     return "\n".join(compact(lines)) + "\n"
 
 
@@ -172,7 +181,7 @@ def main() -> int:
         for function in section.functions:
             with open(folder / f"{function.name}.3.gz", "wb") as file:
                 with gzip.GzipFile(filename="", mode="wb", compresslevel=9, fileobj=file, mtime=0) as zipped:
-                    zipped.write(page(of, section, function, given[function.name], version).encode())
+                    zipped.write(page(of, section, function, given.get(function.name, []), source.stem, version).encode())
     return 0
 
 

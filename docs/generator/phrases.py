@@ -83,6 +83,8 @@ def have_and_want(function: Function) -> tuple[str, str]:
     if function.name in OTHERS:
         return OTHERS[function.name]
     match = re.fullmatch(r"ZVRTCnv(\w+?)(?:_Unsigned)?To(\w+?)(?:_Unsigned)?1?(Out)?", function.name)
+    if not match:
+        raise SystemExit(f"docs/generator/phrases.py has no words for {function.name}")
     source, target = match[1], match[2]
     if source.startswith("DateTime"):
         have = "date text: " + word(source.removeprefix("DateTime"))

@@ -34,8 +34,8 @@ Entries read_entries(std::string_view text, const std::string& file, SourceForma
   if (format != SourceFormat::automatic)
     return read_as(format == SourceFormat::free ? Reading::free : Reading::fixed, text, file, replacing);
   const bool free_first = looks_free(text);
-  const std::array readings = free_first ? std::array{Reading::free, Reading::fixed, Reading::wide}
-                                         : std::array{Reading::fixed, Reading::wide, Reading::free};
+  const std::array readings = free_first ? std::array{Reading::free, Reading::fixed, Reading::shifted, Reading::wide}
+                                         : std::array{Reading::fixed, Reading::shifted, Reading::wide, Reading::free};
   std::optional<CopybookError> first_error;
   for (const Reading reading : readings) {
     try {

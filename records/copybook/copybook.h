@@ -12,7 +12,7 @@
 namespace zvrt::records {
 
 enum class SourceFormat {
-  automatic,  // the first of fixed, wide (fixed, but lines end where they end) and free that reads without a fault
+  automatic,  // the first form that reads without a fault: fixed, fixed with looser columns, free
   fixed,
   free,
 };

@@ -94,13 +94,11 @@ bool is_edited(const Runs& runs) { return count_of(runs, "Z*+-,.B0/$CD") != 0; }
 
 // A sign, a currency sign or a scaling is one of its kind and has its own places.
 void check_order(const Runs& runs) {
-  const bool edited = is_edited(runs);
   std::size_t point = runs.size();
   std::size_t first_digit = runs.size();
   for (std::size_t k = 0; k < runs.size(); ++k) {
     const auto& [run, at] = runs[k];
     if (run.symbol == 'S' && (k != 0 || run.count != 1)) fail(at, "S stands once, at the beginning");
-    if (run.symbol == 'S' && edited) fail(at, "S is not a sign of an edited picture", "write + or -");
     if (one_of(run.symbol, "V.")) {
       if (point != runs.size() || run.count != 1) fail(at, "the picture has two decimal points");
       point = k;
@@ -111,8 +109,9 @@ void check_order(const Runs& runs) {
     if (one_of(run.symbol, "Z*") && first_digit < k) fail(at, std::string("'") + run.symbol + "' stands after a 9");
   }
   if (count_of(runs, "Z") != 0 && count_of(runs, "*") != 0) fail(0, "the picture has both Z and *");
-  const std::size_t signs =
-      std::size_t{count_of(runs, "+") != 0} + std::size_t{count_of(runs, "-") != 0} + count_of(runs, "CD");
+  const std::size_t plus = count_of(runs, "+") != 0 ? 1 : 0;
+  const std::size_t minus = count_of(runs, "-") != 0 ? 1 : 0;
+  const std::size_t signs = plus + minus + count_of(runs, "SCD");
   if (signs > 1) fail(0, "the picture has two signs");
 }
 

@@ -8,6 +8,7 @@
 //   99PPP        numeric               2       2     -3  no      a multiple of 1000
 //   ZZ,ZZ9.99-   numeric_edited       10       7      2  yes
 //   $$$,$$9.99   numeric_edited       10       7      2  no      the first $ of several never holds a digit
+//   S9(3).99     numeric_edited        6       5      2  yes     S stands over a digit, as in a number
 //   +9.99E+99    external_float        9       3      2  yes
 //   XXBXX        alphanumeric_edited   5       0      0  no
 #ifndef ZVRT_RECORDS_COPYBOOK_PICTURE_H

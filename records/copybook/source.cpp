@@ -124,7 +124,7 @@ class LineReader {
     if (first <= indicator_at && is_comment(line, first)) return;
     if (line.size() <= indicator_at) return;
     const char indicator = upper(line[indicator_at].c);
-    const Cells text = part(line, indicator_at + 1, reading_ == Reading::fixed ? code_end : line.size());
+    const Cells text = part(line, indicator_at + 1, reading_ == Reading::wide ? line.size() : code_end);
     switch (indicator) {
       case '*':
       case '/': note_in(part(line, indicator_at)); return;
@@ -132,6 +132,8 @@ class LineReader {
       case '-': return continue_line(text);
       case ' ': break;
       default:
+        if (reading_ != Reading::fixed)
+          return add_code(part(line, indicator_at, reading_ == Reading::wide ? line.size() : code_end));
         fail(line[indicator_at], std::string("column 7 holds '") + line[indicator_at].c + "'",
              "it is blank, * or / for a comment, - for a continued line, D for a debugging line");
     }
@@ -192,7 +194,7 @@ class LineReader {
       if (text[start].c != quote)
         fail(text[start], std::string("the literal goes on without its ") + quote,
              "a continued literal begins with its quote");
-      if (reading_ == Reading::fixed)
+      if (reading_ != Reading::wide)
         while (code.size() < code_end - indicator_at - 1) code.push_back({' ', code.back().line, code.back().column});
       ++from;
     }

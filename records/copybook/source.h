@@ -1,7 +1,8 @@
 // The text of a copybook as logical lines: what is code, what is a structured comment, and where each character stands.
 //
 // In the fixed form columns 1 to 6 number a line or tag it, column 7 says what it is, and the text ends in column 72;
-// what follows is a tag again. In the free form the whole line is text. The wide form is the fixed one without an end.
+// what follows is a tag again. In the free form the whole line is text. Files that keep to neither begin their text in
+// column 7 or let it run beyond column 72.
 //
 //   000100*  a comment: * or / in column 7, D for a debugging line; or an asterisk that begins the line      INIT0001
 //   000200 01  CUSTOMER.                                                                                     INIT0001
@@ -22,7 +23,12 @@
 
 namespace zvrt::records {
 
-enum class Reading { fixed, wide, free };
+enum class Reading {
+  fixed,
+  shifted,  // fixed, but text may begin in column 7
+  wide,     // shifted, and lines end where they end
+  free,
+};
 
 struct Cell {
   char c = 0;

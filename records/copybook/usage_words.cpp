@@ -20,6 +20,7 @@ constexpr std::array rows{
     Row{"COMP", Usage::binary, "COMP", 0},
     Row{"BINARY", Usage::binary, "COMP", 0},
     Row{"COMP-4", Usage::binary, "COMP-4", 0},
+    Row{"COMP-0", Usage::binary, "COMP", 0},
     Row{"COMP-1", Usage::comp_1, "COMP-1", 4},
     Row{"FLOAT-SHORT", Usage::comp_1, "COMP-1", 4},
     Row{"COMP-2", Usage::comp_2, "COMP-2", 8},

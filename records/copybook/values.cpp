@@ -42,8 +42,10 @@ Literal read_literal(TokenReader& in) {
     literal.kind = Literal::Kind::number;
   } else if (is_figurative(token)) {
     literal.kind = Literal::Kind::figurative;
+  } else if (token.kind == Token::Kind::word) {  // the name of a constant, or a literal of another compiler
+    while (!in.at_end() && in.peek().kind == Token::Kind::literal) literal.text += in.next().text;
   } else if (token.kind != Token::Kind::literal) {
-    in.fail(token.place, "'" + token.text + "' is not a value", "a text stands in quotes");
+    in.fail(token.place, "the value is missing", "");
   }
   while (in.skip_word("&")) literal.text += in.next().text;
   return literal;

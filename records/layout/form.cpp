@@ -27,6 +27,12 @@ bool is_text(Category category) {
          category == Category::alphanumeric_edited;
 }
 
+// PIC X(n) as a binary number has n bytes; compilers agree on these n.
+bool is_size_of_bytes(const Item& item) {
+  const std::size_t bytes = item.picture.length;
+  return bytes == 1 || bytes == 2 || bytes == 4 || bytes == 8 || (item.usage == Usage::comp_x && bytes < 8);
+}
+
 class FormMaker {
  public:
   FormMaker(Tree& tree, const std::string& file, BinarySizes sizes) : tree_(tree), file_(file), sizes_(sizes) {
@@ -77,7 +83,11 @@ class FormMaker {
     if (item.picture.category == Category::national || item.picture.category == Category::national_edited ||
         item.picture.category == Category::dbcs)
       default_wide_usage(item, usage);
-    settle_sign(item);
+    if (item.usage == Usage::unsigned_packed && item.is_signed) {  // as compilers do, with a warning
+      item.usage = Usage::packed;
+      item.usage_word = "COMP-3";
+    }
+    settle_sign(entry, item);
     item.length = length_of(entry, item);
   }
 
@@ -99,12 +109,16 @@ class FormMaker {
     item.usage_word = dbcs ? "DISPLAY-1" : "NATIONAL";
   }
 
-  // A sign that is not separate stands over a digit, so it takes nothing, whatever the picture.
-  void settle_sign(Item& item) const {
+  // A group's clause is for the signed numbers in it. An item's own holds for edited pictures too, and makes a number
+  // without S a signed one. A sign that is not separate stands over a digit, so it takes nothing.
+  void settle_sign(const Entry& entry, Item& item) const {
     const SignClause* sign = inherited(item, &Entry::sign);
-    const bool holds_sign = item.picture.category == Category::numeric && item.is_signed &&
-                            (item.usage == Usage::display || item.usage == Usage::national);
-    if (sign == nullptr || !holds_sign) return;
+    const Category category = item.picture.category;
+    const bool number = category == Category::numeric || category == Category::numeric_edited;
+    const bool has_s = !item.picture.runs.empty() && item.picture.runs.front().symbol == 'S';
+    const bool characters = item.usage == Usage::display || item.usage == Usage::national;
+    if (sign == nullptr || !number || !characters || !(has_s || (entry.sign && entry.sign->separate))) return;
+    item.is_signed = true;
     item.sign_leading = sign->leading;
     item.sign_separate = sign->separate;
   }
@@ -130,15 +144,14 @@ class FormMaker {
         if (number) return digits / 2 + 1;
         break;
       case Usage::unsigned_packed:
-        if (number && !item.is_signed) return (digits + 1) / 2;
-        if (number) fail(entry.picture->place, "COMP-6 has no sign", "take S out of the picture, or write COMP-3");
+        if (number) return (digits + 1) / 2;
         break;
       case Usage::binary:
         if (number) return binary_bytes(item.digits, item.is_signed, sizes_);
         break;
       case Usage::native:
       case Usage::comp_x:
-        if (category == Category::alphanumeric && item.picture.length <= 8) return item.picture.length;
+        if (category == Category::alphanumeric && is_size_of_bytes(item)) return item.picture.length;
         if (number && (item.usage == Usage::comp_x || item.usage_word == "COMP-N"))
           return least_bytes(item.digits, item.is_signed);
         if (number) return binary_bytes(item.digits, item.is_signed, sizes_);

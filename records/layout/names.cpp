@@ -27,4 +27,15 @@ Matches items_named(const Item& root, const Reference& wanted) {
   return matches;
 }
 
+Matches nearest(const Matches& matches, const Item& item) {
+  for (const Item* group = item.parent; group != nullptr; group = group->parent) {
+    Matches within;
+    for (const Item* match : matches)
+      for (const Item* at = match->parent; at != nullptr; at = at->parent)
+        if (at == group) within.push_back(match);
+    if (!within.empty()) return within;
+  }
+  return {};
+}
+
 }  // namespace zvrt::records

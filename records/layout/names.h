@@ -14,6 +14,9 @@ using Matches = std::vector<const Item*>;
 // looked at.
 Matches items_named(const Item& root, const Reference& wanted);
 
+// Those of `matches` that share the innermost group with `item`.
+Matches nearest(const Matches& matches, const Item& item);
+
 }  // namespace zvrt::records
 
 #endif

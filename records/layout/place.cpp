@@ -175,7 +175,7 @@ class Placer {
   // The count of a table may stand in another record or in a program: then the layout alone cannot read it.
   void node_depends(const TreeNode& node) {
     const Reference& wanted = *node.entry->occurs->depends_on;
-    const Matches matches = items_named(*tree_.records[node.record].root, wanted);
+    const Matches matches = nearest(items_named(*tree_.records[node.record].root, wanted), *node.item);
     if (matches.size() > 1)
       fail(wanted.place, "there are " + std::to_string(matches.size()) + " items " + wanted.name,
            "write of which group: " + wanted.name + " OF GROUP");

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The manual pages, those made from the header and those of docs/man: manual_pages.py SOURCE
+"""The manual pages, those made from the headers and those of docs/man: manual_pages.py SOURCE
 
 Each function has one, which names it and has a description that the index of manual pages can read; none of them makes
 the formatter warn. Exit status 77: there is no formatter.
@@ -34,8 +34,8 @@ def main() -> int:
         return 77
     faults = []
     with tempfile.TemporaryDirectory() as folder:
-        subprocess.run([sys.executable, "-B", source / "docs/generator/man_pages.py", source / "include/ZVRTDataCnvLib.h", folder,
-                        "1.2.3"], check=True)
+        for public in sorted(source.glob("include/*.h")):
+            subprocess.run([sys.executable, "-B", source / "docs/generator/man_pages.py", public, folder, "1.2.3"], check=True)
         made = set(pathlib.Path(folder).glob("*.3.gz"))
         exported = set((source / "tests/abi/exported_names.txt").read_text().split())
         if lacking := exported - {page.name.removesuffix(".3.gz") for page in made}:

@@ -3,11 +3,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <cwchar>
-#include <memory>
-#include <new>
-
-#include "datetime/tokenizer.h"
 
 namespace zvrt::arrow {
 namespace {
@@ -25,8 +20,6 @@ bool has_floating_scale(const ZVRTType& field) {
   return (field.kind == ZVRT_KIND_VARNUM || field.kind == ZVRT_KIND_NUMERIC) && field.precision == 0 &&
          field.scale == 0;
 }
-
-bool is_integer_size(std::int32_t bytes) { return bytes == 1 || bytes == 2 || bytes == 4 || bytes == 8; }
 
 // Digits that a field of a kind has by its size.
 std::int32_t natural_precision(const ZVRTType& field) {
@@ -81,8 +74,6 @@ Status integers(ColumnType& column, const ZVRTType& field) {
 }
 
 Status numbers(const ZVRTType& field, std::uint32_t column_kind, ColumnType& column) {
-  const bool is_integer = field.kind == ZVRT_KIND_INT || field.kind == ZVRT_KIND_UINT;
-  if (is_integer && !is_integer_size(field.length)) return ZVRT_RC_INVALID_TYPE;
   if (column_kind == ZVRT_COLUMN_DOUBLE) return doubles(column);
   const Digits digits = digits_of(field);
   const bool as_integer = column_kind == ZVRT_COLUMN_DEFAULT && digits.scale == 0;
@@ -126,41 +117,19 @@ Status texts(ColumnType& column, const char* format, const char* large_format, s
   return ZVRT_RC_OK;
 }
 
-Status dates(DtKind kind, ColumnType& column) {
-  switch (kind) {
-    case ZVRT_DT_DATE: return cells(column, "tdD", cell_of(ZVRT_KIND_DAYS), 4);
-    case ZVRT_DT_TIMESTAMP: return cells(column, "tsu:", cell_of(ZVRT_KIND_MICROS), 8);
-    case ZVRT_DT_TIME:
+Status dates(columns::Parts parts, ColumnType& column) {
+  switch (parts) {
+    case columns::Parts::date: return cells(column, "tdD", cell_of(ZVRT_KIND_DAYS), 4);
+    case columns::Parts::both: return cells(column, "tsu:", cell_of(ZVRT_KIND_MICROS), 8);
+    case columns::Parts::time:
       column.form = Form::time_of_day;
       set_format(column, "ttu");
       column.cell = cell_of(ZVRT_KIND_TIME);
       column.width = static_cast<std::int32_t>(sizeof(ZVRTTime));
       return ZVRT_RC_OK;
-    default: return ZVRT_RC_INVALID_TYPE;
+    case columns::Parts::none: break;
   }
-}
-
-// A model's kind by its elements; 0 for a model that has none or is none.
-Status model_kind(const wchar_t* model, DtKind& kind) {
-  const std::size_t length = std::wcslen(model);
-  const std::unique_ptr<FmtCode[]> codes(new (std::nothrow) FmtCode[length + 1]());
-  if (codes == nullptr) return ZVRT_RC_NO_MEMORY;
-  kind = 0;
-  if (tokenise(model, codes.get(), kind) != ZVRT_RC_OK) return ZVRT_RC_INVALID_TYPE;
-  return ZVRT_RC_OK;
-}
-
-Status date_kind(const ZVRTType& field, DtKind& kind) {
-  if (field.model != nullptr) return model_kind(field.model, kind);
-  switch (field.kind) {
-    case ZVRT_KIND_DATE:
-    case ZVRT_KIND_CLI_DATE:
-    case ZVRT_KIND_DAYS: kind = ZVRT_DT_DATE; break;
-    case ZVRT_KIND_TIME:
-    case ZVRT_KIND_CLI_TIME: kind = ZVRT_DT_TIME; break;
-    default: kind = ZVRT_DT_TIMESTAMP; break;
-  }
-  return ZVRT_RC_OK;
+  return ZVRT_RC_INVALID_TYPE;
 }
 
 }  // namespace
@@ -173,10 +142,9 @@ ZVRTType cell_of(std::uint32_t kind, std::int32_t length) {
   return cell;
 }
 
-Status column_of(const ZVRTType& field, std::uint32_t column_kind, ColumnType& column) {
-  if (field.kind < ZVRT_KIND_CHAR || field.kind > ZVRT_KIND_MICROS) return ZVRT_RC_INVALID_TYPE;
+Status column_of(const ZVRTType& field, columns::Parts parts, std::uint32_t column_kind, ColumnType& column) {
   if (column_kind > ZVRT_COLUMN_BINARY) return ZVRT_RC_INVALID_PAIR;
-  const bool is_date = field.model != nullptr || field.kind >= ZVRT_KIND_TIMESTAMP;
+  const bool is_date = parts != columns::Parts::none;
   const bool is_utf8 = !is_date && (is_text(field.kind) || has_floating_scale(field));
   const bool is_large = column_kind == ZVRT_COLUMN_LARGE_UTF8;
 
@@ -189,11 +157,7 @@ Status column_of(const ZVRTType& field, std::uint32_t column_kind, ColumnType& c
   }
   if (!is_date && is_number(field.kind) && !is_large) return numbers(field, column_kind, column);
   if (column_kind != ZVRT_COLUMN_DEFAULT) return ZVRT_RC_INVALID_PAIR;
-  if (is_date) {
-    DtKind kind = 0;
-    const Status status = date_kind(field, kind);
-    return status != ZVRT_RC_OK ? status : dates(kind, column);
-  }
+  if (is_date) return dates(parts, column);
   column.form = Form::boolean;
   set_format(column, "b");
   column.cell = cell_of(ZVRT_KIND_BOOL);

@@ -9,6 +9,7 @@
 #include <cstdint>
 
 #include "ZVRTColumns.h"
+#include "columns/type.h"
 #include "core/call.h"
 
 namespace zvrt::arrow {
@@ -34,8 +35,8 @@ constexpr std::int32_t max_int64_digits = 18;  // that every int64 has
 // A type of a kind with a slot of so many bytes, nothing else being said.
 ZVRTType cell_of(std::uint32_t kind, std::int32_t length = 0);
 
-// The column of a field of this type. ZVRT_RC_INVALID_TYPE, ZVRT_RC_INVALID_PAIR.
-Status column_of(const ZVRTType& field, std::uint32_t column_kind, ColumnType& column);
+// The column of a field of a type that was checked, and shows these parts of a date and time. ZVRT_RC_INVALID_PAIR.
+Status column_of(const ZVRTType& field, columns::Parts parts, std::uint32_t column_kind, ColumnType& column);
 
 // The field as plans have it.
 ZVRTType plan_type(const ZVRTType& field, std::uint32_t column_kind);

@@ -32,17 +32,19 @@ std::unique_ptr<Character[]> copy_of(const Character* text, std::size_t length) 
 // The field's description, copied.
 Status describe(const ZVRTField& from, std::int64_t record_bytes, Field& field, const char*& reason) {
   ZVRTType type;
-  columns::Type checked;
+  columns::Side side;
+  columns::Reason why;
   reason = "A field needs a name and a type of a known size.";
   if (from.name == nullptr || from.type == nullptr || !columns::read_structure(from.type, type)) {
     return ZVRT_RC_INVALID_TYPE;
   }
-  if (const Status status = columns::check_type(type, columns::Role::target, checked, reason); status != ZVRT_RC_OK) {
-    return status;
+  if (columns::open_side(type, columns::Role::target, side, why) != ZVRT_RC_OK) {
+    reason = why.sentence;
+    return why.status;
   }
   field.offset = from.offset;
   field.indicator_offset = from.indicatorOffset;
-  field.bytes = checked.length;
+  field.bytes = side.type.length;
   reason = "The field or its indicator does not lie within the record.";
   if (field.bytes <= 0 || field.offset < 0 || field.offset + field.bytes > record_bytes) return ZVRT_RC_INVALID_TYPE;
   if (field.indicator_offset < -1 || field.indicator_offset + 2 > record_bytes) return ZVRT_RC_INVALID_TYPE;
@@ -55,7 +57,7 @@ Status describe(const ZVRTField& from, std::int64_t record_bytes, Field& field, 
     type.model = field.model.get();
   }
   reason = "No column of this kind holds the values of the field's type.";
-  const Status status = column_of(type, from.columnKind, field.column);
+  const Status status = column_of(type, side.type.parts, from.columnKind, field.column);
   field.type = plan_type(type, from.columnKind);
   return status;
 }
