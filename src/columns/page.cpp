@@ -90,21 +90,27 @@ bool PageTables::add_code(std::uint32_t character, std::uint8_t code) {
   return true;
 }
 
-Status open_page(std::uint32_t number, char kind, Page& page, std::unique_ptr<PageTables>& tables) {
+Status find_page(std::uint32_t number, char kind, Page& page, void** found) {
   page = Page{};
+  void* converter = nullptr;
   if (number == 0 || is_utf8_pair(kind, number)) return ZVRT_RC_OK;
   page.field = field_of(number, kind);
   page.how = PageKind::service;
-  void* converter = nullptr;
   if (const Status status = find_converter(page.field, converter); status != ZVRT_RC_OK) return status;
   constexpr std::uint32_t blank = 0x20;
+  constexpr std::uint32_t zero = '0';
   std::uint32_t bytes = 0;
   const Status status = ZVRT_IcuWideToMultibyte(converter, &blank, 1, page.blank.data(), 4, &bytes);
   page.blank_bytes = static_cast<std::uint8_t>(status == ZVRT_RC_OK && bytes <= 4 ? bytes : 0);
-
-  constexpr std::uint32_t zero = '0';
   ZVRT_IcuWideToMultibyte(converter, &zero, 1, &page.zero, 1, &bytes);
+  if (found != nullptr) *found = converter;
+  return ZVRT_RC_OK;
+}
 
+Status open_page(std::uint32_t number, char kind, Page& page, std::unique_ptr<PageTables>& tables) {
+  void* converter = nullptr;
+  const Status status = find_page(number, kind, page, &converter);
+  if (status != ZVRT_RC_OK || page.is_utf8()) return status;
   std::unique_ptr<PageTables> learnt(new (std::nothrow) PageTables);
   if (learnt == nullptr) return ZVRT_RC_NO_MEMORY;
   if (learn(converter, *learnt) != Learnt::tables || !learn_codes(converter, *learnt)) return ZVRT_RC_OK;

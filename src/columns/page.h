@@ -50,6 +50,9 @@ struct Page {
   bool is_utf8() const { return how == PageKind::utf8; }
 };
 
+// Finds a page as the service has it; `found` receives its converter, unless null.
+Status find_page(std::uint32_t number, char kind, Page& page, void** found);
+
 // Finds out what a code page is. The tables, if it has any, are the caller's to keep.
 Status open_page(std::uint32_t number, char kind, Page& page, std::unique_ptr<PageTables>& tables);
 

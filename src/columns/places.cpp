@@ -193,6 +193,12 @@ void Entries::store(std::int64_t row, std::int64_t value) const {
   }
 }
 
+Entries status_entries(const ZVRTArray& array) {
+  constexpr std::int32_t bytes = sizeof(Status);
+  if (array.status == nullptr) return {};
+  return {reinterpret_cast<std::byte*>(array.status), array.statusStride == 0 ? bytes : array.statusStride, bytes};
+}
+
 Status check_places(const ZVRTArray& array, const Type& type, Role role, std::int64_t count, Places& places) {
   if (count < 0) return ZVRT_RC_INVALID_LENGTH;
   if (array.reserved[0] != 0 || array.reserved[1] != 0) return ZVRT_RC_INVALID_TYPE;
@@ -211,9 +217,7 @@ Status check_places(const ZVRTArray& array, const Type& type, Role role, std::in
     const bool is_bounded = type.length > 0 || type.extent != Extent::counted || array.lengths != nullptr;
     return is_bounded ? ZVRT_RC_OK : ZVRT_RC_INVALID_TYPE;
   }
-  if (array.status != nullptr) {
-    places.status = {reinterpret_cast<std::byte*>(array.status), array.statusStride == 0 ? 4 : array.statusStride, 4};
-  }
+  places.status = status_entries(array);
   if (array.stride == 0 && array.starts == nullptr && count > 1) return ZVRT_RC_INVALID_TYPE;
   // Lengths that an entry cannot hold would be told wrong.
   return places.lengths.bytes == 2 && type.length > INT16_MAX ? ZVRT_RC_INVALID_TYPE : ZVRT_RC_OK;

@@ -43,6 +43,9 @@ struct Places {
 // Checks a caller's array for `count` values of the type.
 Status check_places(const ZVRTArray& array, const Type& type, Role role, std::int64_t count, Places& places);
 
+// The statuses of an array; none where it has none.
+Entries status_entries(const ZVRTArray& array);
+
 // What a slot holds.
 enum class Content : std::uint8_t { value, null, refused };
 

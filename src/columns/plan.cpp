@@ -128,6 +128,15 @@ std::byte blank_of_kind(const Type& type) {
   return std::byte{static_cast<std::uint8_t>(is_ebcdic ? 0x40 : 0x20)};
 }
 
+// Says of each value that is good whether it is an empty text.
+void write_nothing(const Type& type, Block& block) {
+  for_each(block, [&](std::int32_t i) {
+    block.length[i] = 1;
+    if (type.model == nullptr && type.form == Form::text) block.length[i] = block.text[i].count;
+    if (type.form == Form::bytes) block.length[i] = block.bytes[i].bytes;
+  });
+}
+
 bool needs_page(const Type& type) {
   return type.is_narrow() || (type.form != Form::text && type.has(ZVRT_TYPE_NULL_BLANKS));
 }
@@ -185,6 +194,24 @@ bool choose_path(const Type& from, const Type& to, Path& path) {
   }
   if (!has_parts(from.parts, to.parts)) return false;
   return find_step(from.form, Form::moment, path.step) && find_step(Form::moment, to.form, path.second_step);
+}
+
+Status open_checked_type(const ZVRTType& given, Type& type, DateModel& model) {
+  const char* reason = nullptr;
+  if (const Status status = check_type(given, Role::source, type, reason); status != ZVRT_RC_OK) return status;
+  if (needs_page(type)) {
+    const Status status = find_page(given.codePage, given.codePageKind, type.page, nullptr);
+    if (status != ZVRT_RC_OK) return status;
+    if (type.form != Form::text && given.codePage == 0) type.page.blank[0] = blank_of_kind(type);
+  }
+  if (given.model == nullptr) return ZVRT_RC_OK;
+  type.model = &model;
+  return compile_model(given.model, type, model, reason);
+}
+
+void choose_check_path(const Type& type, Path& path) {
+  path = {reader_of(type), nullptr, nullptr, write_nothing};
+  if (type.value_form() == Form::moment && type.form != Form::moment) find_step(type.form, Form::moment, path.step);
 }
 
 std::uint32_t fitting_options(const Type& from, const Type& to) {

@@ -40,7 +40,7 @@ struct ZVRTPlan {
   std::uint32_t options = 0;
   zvrt::columns::Path path;
   zvrt::columns::Direct* direct = nullptr;  // null: the pair has none
-  const struct SingleCall* single_call = nullptr;
+  bool is_check = false;                    // reads only
 };
 
 namespace zvrt::columns {
@@ -51,6 +51,12 @@ struct Reason {
   std::int32_t side = -1;  // 0 source, 1 target
   const char* sentence = "";
 };
+
+// Checks a type and compiles its model into `model`; the page is the service's own.
+Status open_checked_type(const ZVRTType& given, Type& type, DateModel& model);
+
+// Chooses the path that reads values and stores nothing.
+void choose_check_path(const Type& type, Path& path);
 
 // Checks a type and opens what it names.
 Status open_side(const ZVRTType& given, Role role, Side& side, Reason& reason);

@@ -114,6 +114,10 @@ class Run {
 
   Status pass_null(std::int64_t row, std::byte* slot) {
     const Type& type = plan_.to.type;
+    if (plan_.is_check) {
+      ++outcome_.nulls;
+      return ZVRT_RC_OK;
+    }
     if (to_.indicators.at != nullptr) {
       to_.indicators.store(row, ZVRT_NULL_DATA);
     } else if (type.has_null_form()) {
@@ -172,9 +176,41 @@ Status run_plan(const ZVRTPlan& plan, const ZVRTArray& from, const ZVRTArray& to
   return status;
 }
 
+Status check_values(const ZVRTType& type, const ZVRTArray& values, std::int64_t count, ZVRTOutcome& outcome) {
+  ZVRTType given;
+  ZVRTArray array;
+  if (!read_structure(&type, given) || !read_structure(&values, array)) return ZVRT_RC_INVALID_TYPE;
+  ZVRTPlan plan;
+  DateModel model;
+  plan.is_check = true;
+  if (const Status status = open_checked_type(given, plan.from.type, model); status != ZVRT_RC_OK) return status;
+  plan.to.type = plan.from.type;
+  choose_check_path(plan.from.type, plan.path);
+  Places places;
+  const Status status = check_places(array, plan.from.type, Role::source, count, places);
+  if (status != ZVRT_RC_OK) return status;
+  // Nothing is stored but statuses.
+  Places statuses;
+  statuses.data = places.data;
+  statuses.status = status_entries(array);
+  Run run(plan, places, statuses);
+  const Status result = run.run(count);
+  outcome = run.outcome();
+  return result;
+}
+
 }  // namespace
 
 }  // namespace zvrt::columns
+
+uint32_t ZVRTCheck(const ZVRTType* type, const ZVRTArray* values, int64_t count, ZVRTOutcome* outcome) {
+  ZVRTOutcome result{};
+  result.firstRefused = -1;
+  zvrt::Status status = ZVRT_RC_ERROR;
+  if (type != nullptr && values != nullptr) status = zvrt::columns::check_values(*type, *values, count, result);
+  zvrt::columns::write_structure(result, outcome);
+  return status;
+}
 
 uint32_t ZVRTPlanRun(const ZVRTPlan* plan, const ZVRTArray* from, const ZVRTArray* to, int64_t count,
                      ZVRTOutcome* outcome) {
