@@ -132,34 +132,34 @@ inline constexpr std::array<Element, FMT_END + 1> elements = {{
 
 // A code as a constant, so that what the table says of its element is constant too.
 template <std::uint32_t code>
-using Code = std::integral_constant<std::uint32_t, code>;
+using ElementCode = std::integral_constant<std::uint32_t, code>;
 
 // Visits one code. An unknown code is treated as a literal.
 template <class Visitor>
 [[gnu::always_inline]] inline Status visit_code(std::uint32_t code, Visitor&& visit) {
   switch (code) {
-    case FMT_YYYY: return visit(Code<FMT_YYYY>{});
-    case FMT_YY: return visit(Code<FMT_YY>{});
-    case FMT_MONTH: return visit(Code<FMT_MONTH>{});
-    case FMT_MMM: return visit(Code<FMT_MMM>{});
-    case FMT_MM: return visit(Code<FMT_MM>{});
-    case FMT_M: return visit(Code<FMT_M>{});
-    case FMT_DD: return visit(Code<FMT_DD>{});
-    case FMT_D: return visit(Code<FMT_D>{});
-    case FMT_HH24: return visit(Code<FMT_HH24>{});
-    case FMT_HH: return visit(Code<FMT_HH>{});
-    case FMT_MI: return visit(Code<FMT_MI>{});
-    case FMT_SS: return visit(Code<FMT_SS>{});
-    case FMT_FFFFFF: return visit(Code<FMT_FFFFFF>{});
-    case FMT_FFFFF: return visit(Code<FMT_FFFFF>{});
-    case FMT_FFFF: return visit(Code<FMT_FFFF>{});
-    case FMT_FFF: return visit(Code<FMT_FFF>{});
-    case FMT_FF: return visit(Code<FMT_FF>{});
-    case FMT_F: return visit(Code<FMT_F>{});
-    case FMT_PM: return visit(Code<FMT_PM>{});
-    case FMT_SKIP: return visit(Code<FMT_SKIP>{});
-    case FMT_END: return visit(Code<FMT_END>{});
-    default: return visit(Code<FMT_LITERAL>{});
+    case FMT_YYYY: return visit(ElementCode<FMT_YYYY>{});
+    case FMT_YY: return visit(ElementCode<FMT_YY>{});
+    case FMT_MONTH: return visit(ElementCode<FMT_MONTH>{});
+    case FMT_MMM: return visit(ElementCode<FMT_MMM>{});
+    case FMT_MM: return visit(ElementCode<FMT_MM>{});
+    case FMT_M: return visit(ElementCode<FMT_M>{});
+    case FMT_DD: return visit(ElementCode<FMT_DD>{});
+    case FMT_D: return visit(ElementCode<FMT_D>{});
+    case FMT_HH24: return visit(ElementCode<FMT_HH24>{});
+    case FMT_HH: return visit(ElementCode<FMT_HH>{});
+    case FMT_MI: return visit(ElementCode<FMT_MI>{});
+    case FMT_SS: return visit(ElementCode<FMT_SS>{});
+    case FMT_FFFFFF: return visit(ElementCode<FMT_FFFFFF>{});
+    case FMT_FFFFF: return visit(ElementCode<FMT_FFFFF>{});
+    case FMT_FFFF: return visit(ElementCode<FMT_FFFF>{});
+    case FMT_FFF: return visit(ElementCode<FMT_FFF>{});
+    case FMT_FF: return visit(ElementCode<FMT_FF>{});
+    case FMT_F: return visit(ElementCode<FMT_F>{});
+    case FMT_PM: return visit(ElementCode<FMT_PM>{});
+    case FMT_SKIP: return visit(ElementCode<FMT_SKIP>{});
+    case FMT_END: return visit(ElementCode<FMT_END>{});
+    default: return visit(ElementCode<FMT_LITERAL>{});
   }
 }
 

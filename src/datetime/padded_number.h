@@ -6,29 +6,12 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "numeric/integer/digit_pairs.h"
+#include "support/ten_to_the.h"
 #include "support/units.h"
 #include "support/wraps.h"
 
 namespace zvrt {
-
-template <class Unit>
-struct DigitPair {
-  Unit tens;
-  Unit ones;
-};
-
-template <class Unit>
-inline constexpr auto digit_pairs = [] {
-  std::array<DigitPair<Unit>, 100> pairs{};
-  for (unsigned i = 0; i < 100; ++i) pairs[i] = {static_cast<Unit>('0' + i / 10), static_cast<Unit>('0' + i % 10)};
-  return pairs;
-}();
-
-constexpr std::uint32_t power_of_ten(std::int32_t exponent) {
-  std::uint32_t power = 1;
-  for (; exponent > 0; --exponent) power *= 10;
-  return power;
-}
 
 // Exactly `digits` digits of a number that has no more.
 template <class Unit, std::int32_t digits>
@@ -70,7 +53,7 @@ ZVRT_WRAPS [[gnu::noinline]] std::int32_t put_any_number(std::byte* at, const st
 template <class Unit, std::int32_t min_digits>
 inline std::int32_t put_number(std::byte* at, const std::byte* last, std::int32_t value) {
   const auto number = static_cast<std::uint32_t>(value);
-  if (number >= power_of_ten(min_digits) || last - at < min_digits * std::ptrdiff_t{sizeof(Unit)}) [[unlikely]] {
+  if (number >= ten_to_the(min_digits) || last - at < min_digits * std::ptrdiff_t{sizeof(Unit)}) [[unlikely]] {
     return put_any_number<Unit>(at, last, value, min_digits);
   }
   put_digits<Unit, min_digits>(at, number);

@@ -77,7 +77,7 @@ Status to_varnum(const Call& call) {
   static constexpr Unit empty{};
   const void* text = call.src == nullptr ? &empty : call.src;
   EncodeVarnum* const encode = sizeof(Unit) == 1 ? decimal_kernels.encode_varnum : decimal_kernels.encode_varnum_wide;
-  const Encoded value = encode(text, static_cast<std::uint8_t*>(call.dst), std::max(call.dstSize, 0));
+  const EncodedVarnum value = encode(text, static_cast<std::uint8_t*>(call.dst), std::max(call.dstSize, 0));
   // A length of 0 is not stored.
   if (value.length > 0 && call.srcLen != nullptr) *call.srcLen = static_cast<std::int32_t>(value.length);
   if (value.size == 0) return ZVRT_RC_ERROR;
@@ -123,7 +123,7 @@ bool is_well_formed(const std::uint8_t* value) {
 }  // namespace
 
 template <class Unit>
-Encoded encode_varnum(const void* text, std::uint8_t* dst, std::int32_t capacity) {
+EncodedVarnum encode_varnum(const void* text, std::uint8_t* dst, std::int32_t capacity) {
   const std::int32_t length = measure<Unit>(text);
   const Layout layout = survey<Unit>(text, length);
   if (!layout.valid) return {length, 0};

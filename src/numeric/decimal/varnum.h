@@ -37,14 +37,14 @@ static inline VarnumText lay_out(const std::uint8_t* value) {
   return text;
 }
 
-struct Encoded {
+struct EncodedVarnum {
   std::int64_t length;  // characters of the text
   std::int32_t
       size;  // bytes that the value needs, 0 if the text is not a number; above the capacity: nothing was written
 };
 
 // Terminated text to a value in `capacity` bytes; the empty text is zero.
-using EncodeVarnum = Encoded(const void* text, std::uint8_t* dst, std::int32_t capacity);
+using EncodeVarnum = EncodedVarnum(const void* text, std::uint8_t* dst, std::int32_t capacity);
 
 // The definitions; the kernels call them for what is outside their fast path.
 RenderVarnum render_varnum;

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "numeric/floating/powers_of_ten.h"
+#include "support/ten_to_the.h"
 #include "support/wraps.h"
 
 namespace zvrt {
@@ -25,12 +26,6 @@ struct Decimal {
   std::uint64_t significand;
   std::int32_t exponent;
 };
-
-constexpr std::uint64_t ten_to_the(std::int32_t k) {
-  std::uint64_t power = 1;
-  for (; k > 0; --k) power *= 10;
-  return power;
-}
 
 // No double has more significant digits; the largest subnormals have this many.
 constexpr std::int32_t max_significant_digits = 767;

@@ -1,27 +1,12 @@
 #include "numeric/integer/decimal_text.h"
 
-#include <array>
 #include <cstddef>
 
+#include "numeric/integer/digit_pairs.h"
 #include "support/units.h"
 #include "support/wraps.h"
 
 namespace zvrt {
-
-namespace {
-
-struct Pair {
-  Wide tens;
-  Wide units;
-};
-
-constexpr std::array<Pair, 100> digit_pairs = [] {
-  std::array<Pair, 100> pairs{};
-  for (Wide value = 0; value < 100; ++value) pairs[value] = {'0' + value / 10, '0' + value % 10};
-  return pairs;
-}();
-
-}  // namespace
 
 const std::uint64_t decimal_powers[max_decimal_length] = {
     1,
@@ -53,7 +38,7 @@ std::int32_t write_decimal(std::uint64_t magnitude, bool negative, void* dst, st
   auto* const text = static_cast<std::byte*>(fits ? dst : complete);
   auto* at = text + static_cast<std::ptrdiff_t>(length) * 4;
   if (fits) store(at, 0, Wide{0});
-  for (; magnitude >= 10; magnitude /= 100) store(at -= sizeof(Pair), 0, digit_pairs[magnitude % 100]);
+  for (; magnitude >= 10; magnitude /= 100) store(at -= 2 * sizeof(Wide), 0, digit_pairs<Wide>[magnitude % 100]);
   if (magnitude > 0) store(at - sizeof(Wide), 0, '0' + static_cast<Wide>(magnitude));
   if (negative) store(text, 0, Wide{'-'});
   if (!fits) copy_units<Wide>(dst, complete, capacity);

@@ -38,7 +38,7 @@ struct Result {
 
 inline Result reported(const Rendered& text) { return {text.length, text.status, {}}; }
 inline Result reported(const Packed& field) { return {field.digits, field.size, {}}; }
-inline Result reported(const Encoded& value) { return {value.length, value.size, {}}; }
+inline Result reported(const EncodedVarnum& value) { return {value.length, value.size, {}}; }
 
 constexpr std::size_t destination_bytes = 4 * 200;
 constexpr std::int32_t capacities[] = {0, 1, 2, 5, 15, 16, 17, 31, 32, 33, 47, 48, 63, 64, 65, 128, 200};

@@ -267,7 +267,7 @@ void classify(const Vector& bytes, Mask inside, Vector& values, Mask& digits, Ma
   }
 }
 
-Encoded zero_varnum(std::uint32_t length, std::uint8_t* dst, std::int32_t capacity) {
+EncodedVarnum zero_varnum(std::uint32_t length, std::uint8_t* dst, std::int32_t capacity) {
   if (capacity >= varnum_header) {
     dst[0] = 1;
     dst[1] = zero_exponent;
@@ -276,7 +276,7 @@ Encoded zero_varnum(std::uint32_t length, std::uint8_t* dst, std::int32_t capaci
 }
 
 template <class Unit>
-ZVRT_WRAPS Encoded encode_varnum_512(const void* text, std::uint8_t* dst, std::int32_t capacity) {
+ZVRT_WRAPS EncodedVarnum encode_varnum_512(const void* text, std::uint8_t* dst, std::int32_t capacity) {
   // Room for the header's two pairs and a zero that completes the first one.
   constexpr std::uint32_t max_length = vector_bytes - 2 * header_bytes - 1;
   Vector bytes;

@@ -292,7 +292,7 @@ ZVRT_WRAPS Rendered render_varnum_41(const std::uint8_t* value, void* dst, std::
 }
 
 template <class Unit>
-ZVRT_WRAPS Encoded encode_varnum_41(const void* text, std::uint8_t* dst, std::int32_t capacity) {
+ZVRT_WRAPS EncodedVarnum encode_varnum_41(const void* text, std::uint8_t* dst, std::int32_t capacity) {
   Bytes bytes;
   const std::uint32_t ends = load_text<Unit>(text, bytes);
   if (ends == 0) return encode_varnum<Unit>(text, dst, capacity);
