@@ -20,7 +20,9 @@ template <class Store>
 void write_numbers(const Type& type, Block& block, Store store_number) {
   for_each(block, [&](std::int32_t i) {
     Decimal number = block.decimal[i];
-    Status status = fit(type, number);
+    // Most numbers have the target's scale already.
+    const bool fits = number.scale == type.scale && number.tail == Tail::zero;
+    Status status = fits ? ZVRT_RC_OK : fit(type, number);
     if (status == ZVRT_RC_OK) status = store_number(i, number);
     if (status != ZVRT_RC_OK) [[unlikely]]
       return block.refuse(i, status);

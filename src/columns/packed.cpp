@@ -4,8 +4,7 @@
 //
 // Up to 16 half-bytes are worked on in one word, most significant first: neighbours are joined to numbers of two, four,
 // eight and sixteen digits.
-#include <bit>
-
+#include "columns/kernels/packed_word.h"
 #include "columns/numbers.h"
 
 namespace zvrt::columns {
@@ -16,11 +15,8 @@ constexpr std::int32_t word_nibbles = 16;
 
 // `bytes` bytes, most significant first, at most 8.
 std::uint64_t load_big(const std::byte* at, std::int32_t bytes) {
+  if (bytes == 8) return load_big_endian<std::uint64_t>(at);
   std::uint64_t word = 0;
-  if (bytes == 8) {
-    word = load<std::uint64_t>(at);
-    return std::endian::native == std::endian::little ? __builtin_bswap64(word) : word;
-  }
   for (std::int32_t i = 0; i < bytes; ++i) word = word << 8 | static_cast<std::uint64_t>(at[i]);
   return word;
 }
@@ -46,8 +42,21 @@ Fault find_digit_fault(const std::byte* at, std::int32_t nibbles) {
   return {};
 }
 
+// A field of four to eight bytes by two loads: what both hold falls into the same place.
+std::uint64_t load_field(const std::byte* at, std::int32_t bytes) {
+  const auto upper = load_big_endian<std::uint32_t>(at);
+  const auto lower = load_big_endian<std::uint32_t>(at + bytes - 4);
+  return upper << 8 * (bytes - 4) | lower;
+}
+
 // Digits as a number; false where a half-byte is none.
 bool read_digits(const std::byte* at, std::int32_t nibbles, Magnitude& magnitude) {
+  const std::int32_t bytes = (nibbles + 1) / 2;
+  if (bytes >= 4 && bytes <= 8) {
+    const std::uint64_t word = load_field(at, bytes) >> (nibbles % 2 != 0 ? 4 : 0);
+    magnitude = {join_digits(word), 0};
+    return find_non_digits(word) == 0;
+  }
   // An odd last one is the upper half of a byte that holds the sign too.
   std::int32_t taken = 0;
   while (taken < nibbles) {

@@ -19,13 +19,14 @@ class Run {
 
   Status run(std::int64_t count) {
     const bool is_direct = plan_.direct != nullptr && suits_direct(plan_, from_, to_);
+    const bool is_plain = has_plain_rows();
     while (outcome_.done < count) {
       if (is_direct && convert_directly(count)) continue;
       arena_.reset();
-      const std::int64_t end = gather(count);
+      const std::int64_t end = is_plain ? gather_plain(count) : gather(count);
       const std::int32_t gathered = block_.count;
       if (gathered > 0) convert();
-      for (std::int32_t i = 0; i < block_.count; ++i) report(i);
+      report_block(is_plain);
       outcome_.done = block_.count == gathered ? end : rows_[block_.count];
       if (block_.failure != ZVRT_RC_OK) return block_.failure;
     }
@@ -48,7 +49,8 @@ class Run {
                     to_.stride,      static_cast<std::int32_t>(std::min<std::int64_t>(count - row, direct_rows)),
                     lengths};
     const std::int32_t done = plan_.direct(plan_, rows);
-    report_directly(row, done, lengths);
+    const bool varies = plan_.to.type.form == Form::text;
+    report_good(row, done, [&](std::int32_t i) { return varies ? lengths[i] : plan_.to.type.length; });
     outcome_.done += done;
     return done > 0;
   }
@@ -69,16 +71,45 @@ class Run {
     }
   }
 
-  void report_directly(std::int64_t row, std::int32_t count, const std::int64_t* lengths) {
-    const bool is_text = plan_.to.type.form == Form::text;
-    for (std::int32_t i = 0; is_text && i < count; ++i) outcome_.empty += lengths[i] == 0 ? 1 : 0;
-    const auto length_of = [&](std::int32_t i) { return is_text ? lengths[i] : plan_.to.type.length; };
+  // Rows that follow each other, none of them refused or null.
+  template <class LengthOf>
+  void report_good(std::int64_t row, std::int32_t count, LengthOf length_of) {
+    const bool may_be_empty = plan_.to.type.form == Form::text || plan_.to.type.form == Form::bytes;
+    for (std::int32_t i = 0; may_be_empty && i < count; ++i) outcome_.empty += length_of(i) == 0 ? 1 : 0;
     store_entries(to_.lengths, row, count, length_of);
     if (!to_.is_one_array) store_entries(to_.indicators, row, count, [](std::int32_t) -> std::int64_t { return 0; });
-    if (to_.status.at == nullptr) return;
-    for (std::int32_t i = 0; i < count; ++i) {
-      store<Status>(to_.status.at + (row + i) * to_.status.stride, 0, ZVRT_RC_OK);
+    store_entries(to_.status, row, count, [](std::int32_t) -> std::int64_t { return ZVRT_RC_OK; });
+  }
+
+  void report_block(bool is_plain) {
+    Status all = ZVRT_RC_OK;
+    for (std::int32_t i = 0; i < block_.count; ++i) all |= block_.status[i];
+    if (is_plain && all == ZVRT_RC_OK && !plan_.is_check) [[likely]] {
+      return report_good(rows_[0], block_.count, [this](std::int32_t i) { return block_.length[i]; });
     }
+    for (std::int32_t i = 0; i < block_.count; ++i) report(i);
+  }
+
+  // Slots that hold a value each and say nothing of it: no nulls, no lengths, no row left out.
+  bool has_plain_rows() const {
+    const Type& type = plan_.from.type;
+    const bool is_sized = type.extent == Extent::fixed || (type.extent == Extent::counted && type.length > 0);
+    return is_sized && from_.lengths.at == nullptr && from_.indicators.at == nullptr && from_.select == nullptr &&
+           !type.has_null_form();
+  }
+
+  std::int64_t gather_plain(std::int64_t count) {
+    const std::int64_t row = outcome_.done;
+    block_.failure = ZVRT_RC_OK;
+    block_.count = static_cast<std::int32_t>(std::min<std::int64_t>(count - row, block_size));
+    for (std::int32_t i = 0; i < block_.count; ++i) {
+      rows_[i] = row + i;
+      is_null_[i] = false;
+      block_.status[i] = ZVRT_RC_OK;
+      block_.slot[i] = to_.slot(row + i);
+      block_.source[i] = {from_.slot(row + i), plan_.from.type.length};
+    }
+    return row + block_.count;
   }
 
   // Takes rows until the block is full and returns the row after them. A null is passed over like a refused value.
