@@ -145,7 +145,7 @@ def page(of: header.Header, section: header.Section, function: header.Function, 
     params = parameters(of, function, model)
     returns = function.comment.returns or (model.comment.returns if model else "")
 
-    lines = ["'\\\" t", f'.TH {function.name} 3 "" "{library} {version}" "{library} Manual"']
+    lines = ["'\\\" t", f'.TH {function.name} 3 "" "{library} {version}" "{library} Manual"', ".ad l"]
     lines += [".SH NAME", f"{function.name} \\- {escaped(brief)}"]
     lines += [".SH LIBRARY", f"{library} (\\fIlib{library}\\fP, \\fI\\-l{library}\\fP)"]
     lines += [".SH SYNOPSIS", ".nf", f".B #include <{library}.h>", ".PP", *synopsis(function.prototype), ".fi"]

@@ -74,6 +74,12 @@ def statuses_page(of: header.Header, given: dict[str, list[str]], page: str) -> 
     return section.sub(lambda match: match[1] + givers(of, given, "platform"), page)
 
 
+def unnamed_platform_statuses(source: pathlib.Path, page: str) -> list[str]:
+    """Statuses of the platform's header that the page does not list with their number."""
+    defined = re.findall(r"#define (ZVRT_\w+_RC_\w+) (\d+)u", (source / "include/ZVRTPlatformStatus.h").read_text())
+    return [name for name, number in defined if not re.search(rf"(?m)^\| {number}\b[^|]*\| `{name}` \|", page)]
+
+
 def main() -> int:
     source = pathlib.Path(sys.argv[1])
     of, given = header.read(source / "include/ZVRTDataCnvLib.h"), statuses_by_function()
@@ -81,6 +87,9 @@ def main() -> int:
         print(f"statuses.csv does not have {', '.join(missing)}: build the target record_interface")
         return 1
     functions, statuses = source / "docs/functions.md", source / "docs/statuses.md"
+    if unnamed := unnamed_platform_statuses(source, statuses.read_text()):
+        print(f"{statuses} does not list {', '.join(unnamed)}")
+        return 1
     wanted = {functions: functions_page(of, given), statuses: statuses_page(of, given, statuses.read_text())}
     outdated = [path for path, text in wanted.items() if not path.exists() or path.read_text() != text]
     for path in outdated:
