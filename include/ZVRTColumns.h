@@ -36,27 +36,29 @@ extern "C" {
  * What a value is refused with, beside the statuses of ZVRTDataCnvLib.h: ZVRT_RC_TRUNCATED for text that does not fit,
  * ZVRT_RC_INVALID_DATETIME and ZVRT_RC_INVALID_YEAR to ZVRT_RC_INVALID_SECOND for dates, ZVRT_RC_NO_CONVERTER,
  * ZVRT_RC_NO_MEMORY, ZVRT_RC_ERROR for null arguments. @{ */
-#define ZVRT_RC_OUT_OF_RANGE UINT32_C(1640)       /**< A binary number or date type cannot hold the value. */
-#define ZVRT_RC_DIGITS_LOST UINT32_C(1641)        /**< The target has too few digits before the decimal point. */
-#define ZVRT_RC_FRACTION_LOST UINT32_C(1642)      /**< The target has too few digits after it, or no time of day. */
-#define ZVRT_RC_INVALID_DIGIT UINT32_C(1643)      /**< A position of a decimal field holds no digit. */
-#define ZVRT_RC_INVALID_SIGN UINT32_C(1644)       /**< The sign is not known, or the value is negative and the type unsigned. */
+#define ZVRT_RC_OUT_OF_RANGE UINT32_C(1640)  /**< A binary number or date type cannot hold the value. */
+#define ZVRT_RC_DIGITS_LOST UINT32_C(1641)   /**< The target has too few digits before the decimal point. */
+#define ZVRT_RC_FRACTION_LOST UINT32_C(1642) /**< The target has too few digits after it, or no time of day. */
+#define ZVRT_RC_INVALID_DIGIT UINT32_C(1643) /**< A position of a decimal field holds no digit. */
+#define ZVRT_RC_INVALID_SIGN \
+  UINT32_C(1644) /**< The sign is not known, or the value is negative and the type unsigned. */
 #define ZVRT_RC_NOT_IN_CODE_PAGE UINT32_C(1645)   /**< The target's code page has no such character. */
 #define ZVRT_RC_UNPAIRED_SURROGATE UINT32_C(1646) /**< Half of a surrogate pair stands alone. */
-#define ZVRT_RC_MALFORMED_UTF8 UINT32_C(1647)     /**< No valid UTF-8: stray, missing, overlong, surrogate, too large. */
-#define ZVRT_RC_MALFORMED_TEXT UINT32_C(1648)     /**< Bytes that the source's code page does not define. */
+#define ZVRT_RC_MALFORMED_UTF8 UINT32_C(1647) /**< No valid UTF-8: stray, missing, overlong, surrogate, too large. */
+#define ZVRT_RC_MALFORMED_TEXT UINT32_C(1648) /**< Bytes that the source's code page does not define. */
 #define ZVRT_RC_INVALID_CODE_POINT UINT32_C(1649) /**< A wide character above U+10FFFF. */
 #define ZVRT_RC_INVALID_NUMBER UINT32_C(1650)     /**< Text that is no number; an empty text is none. */
-#define ZVRT_RC_INVALID_LENGTH UINT32_C(1651)     /**< A negative length, half a unit, or a value longer than its slot. */
-#define ZVRT_RC_NULL_REFUSED UINT32_C(1652)       /**< A null, and the target can show none. */
-#define ZVRT_RC_INEXACT_FLOAT UINT32_C(1653)      /**< The float nearest to the value does not read back as it. */
-#define ZVRT_RC_NOT_FINITE UINT32_C(1654)         /**< Infinity or not-a-number, and the target has none. */
-#define ZVRT_RC_INVALID_VALUE UINT32_C(1655)      /**< A malformed VARNUM, boolean, structure or hexadecimal text; a zero
+#define ZVRT_RC_INVALID_LENGTH UINT32_C(1651) /**< A negative length, half a unit, or a value longer than its slot. */
+#define ZVRT_RC_NULL_REFUSED UINT32_C(1652)   /**< A null, and the target can show none. */
+#define ZVRT_RC_INEXACT_FLOAT UINT32_C(1653)  /**< The float nearest to the value does not read back as it. */
+#define ZVRT_RC_NOT_FINITE UINT32_C(1654)     /**< Infinity or not-a-number, and the target has none. */
+#define ZVRT_RC_INVALID_VALUE \
+  UINT32_C(1655)                              /**< A malformed VARNUM, boolean, structure or hexadecimal text; a zero
                                                        character for a terminated text. */
-#define ZVRT_RC_INVALID_TYPE UINT32_C(1656)       /**< A ZVRTType, ZVRTArray or ZVRTField that describes nothing. */
-#define ZVRT_RC_INVALID_PAIR UINT32_C(1657)       /**< No such conversion, or an option that does not fit it. */
-#define ZVRT_RC_INVALID_ARROW UINT32_C(1658)      /**< An Arrow structure that is malformed or of another type. */
-#define ZVRT_RC_NOT_TERMINATED UINT32_C(1659)     /**< A terminated text without its terminator. */
+#define ZVRT_RC_INVALID_TYPE UINT32_C(1656)   /**< A ZVRTType, ZVRTArray or ZVRTField that describes nothing. */
+#define ZVRT_RC_INVALID_PAIR UINT32_C(1657)   /**< No such conversion, or an option that does not fit it. */
+#define ZVRT_RC_INVALID_ARROW UINT32_C(1658)  /**< An Arrow structure that is malformed or of another type. */
+#define ZVRT_RC_NOT_TERMINATED UINT32_C(1659) /**< A terminated text without its terminator. */
 /** @} */
 
 /** The name of a status, such as "ZVRT_RC_TRUNCATED"; of the platform libraries' too; "unknown status" otherwise. Never
@@ -69,142 +71,147 @@ ZVRT_API const char* ZVRTStatusText(uint32_t status);
 /** @name Types
  * What one value is.
  *
- * Multi-byte values stand in the machine's own byte order unless ZVRT_TYPE_BIG_ENDIAN says otherwise; HEX_FLOAT is always
- * big endian. Values may stand at any alignment.
+ * Multi-byte values stand in the machine's own byte order unless ZVRT_TYPE_BIG_ENDIAN says otherwise; HEX_FLOAT is
+ * always big endian. Values may stand at any alignment.
  *
  * Lengths are bytes of the value, without prefix and terminator. A VARCHAR or WVARCHAR has at most 32767 of them. A
  * terminated text never fills its slot: its terminator always fits, or the status is ZVRT_RC_TRUNCATED.
  *
  * **Text** is Unicode between source and target. Every source is checked in full: UTF-8 has no overlong forms, no
- * surrogates and nothing above U+10FFFF; UTF-16 has pairs only; a code page has the bytes that it defines. A zero character
- * is a character like any other, except for a target with a terminator (ZVRT_RC_INVALID_VALUE). Low-values become blanks
- * before anything is trimmed; an all-blank text that is trimmed is empty.
+ * surrogates and nothing above U+10FFFF; UTF-16 has pairs only; a code page has the bytes that it defines. A zero
+ * character is a character like any other, except for a target with a terminator (ZVRT_RC_INVALID_VALUE). Low-values
+ * become blanks before anything is trimmed; an all-blank text that is trimmed is empty.
  *
- * **Numbers in text**, read: an optional sign, digits with at most one point among, before or after them, and an optional
- * exponent: e or E, an optional sign, digits. Nothing else, no blanks: trim them. All digits count, however many there
- * are. Written: a '-' below zero, at least one digit before the point, and where the scale is above 0 a point and as many
- * digits as the scale says; a negative scale adds zeros. A VARNUM is written without zeros at the end of its fraction. A
- * zero has no sign; it is written "0", or "0.00" where the scale is 2.
+ * **Numbers in text**, read: an optional sign, digits with at most one point among, before or after them, and an
+ * optional exponent: e or E, an optional sign, digits. Nothing else, no blanks: trim them. All digits count, however
+ * many there are. Written: a '-' below zero, at least one digit before the point, and where the scale is above 0 a
+ * point and as many digits as the scale says; a negative scale adds zeros. A VARNUM is written without zeros at the end
+ * of its fraction. A zero has no sign; it is written "0", or "0.00" where the scale is 2.
  *
- * **Floats in text**: the fewest digits that read back as the same float, of several the nearest. Up to 21 digits before
- * the point and up to 6 zeros after it they stand without an exponent (1e20 is 100000000000000000000, 1e-6 is 0.000001),
- * else as 1.5e+21 or 1e-7. A zero is "0", whatever its sign. Infinities and not-a-number are ZVRT_RC_NOT_FINITE.
+ * **Floats in text**: the fewest digits that read back as the same float, of several the nearest. Up to 21 digits
+ * before the point and up to 6 zeros after it they stand without an exponent (1e20 is 100000000000000000000, 1e-6 is
+ * 0.000001), else as 1.5e+21 or 1e-7. A zero is "0", whatever its sign. Infinities and not-a-number are
+ * ZVRT_RC_NOT_FINITE.
  *
  * **Precision**: a target refuses more digits than its precision. A PACKED or ZONED source does so as well
- * (ZVRT_RC_DIGITS_LOST): a digit other than 0 in the unused half-byte of an even precision is no part of the number. The
- * precision of other sources changes nothing.
+ * (ZVRT_RC_DIGITS_LOST): a digit other than 0 in the unused half-byte of an even precision is no part of the number.
+ * The precision of other sources changes nothing.
  *
- * **Signs** of PACKED and ZONED: C, A, E and F are positive, D and B negative. Written: C and D, with UNSIGNED F. ASCII ZONED:
- * 3 positive, 7 negative. Separate signs are '+' and '-', always written. A zero is written with the positive sign, and a negative
- * zero is read as zero, of an UNSIGNED type too.
+ * **Signs** of PACKED and ZONED: C, A, E and F are positive, D and B negative. Written: C and D, with UNSIGNED F. ASCII
+ * ZONED: 3 positive, 7 negative. Separate signs are '+' and '-', always written. A zero is written with the positive
+ * sign, and a negative zero is read as zero, of an UNSIGNED type too.
  *
  * **Dates** are days of the Gregorian calendar from 0001-01-01 to 9999-12-31. Members out of range give
  * ZVRT_RC_INVALID_YEAR to ZVRT_RC_INVALID_SECOND in the order of the structure, a fraction of a whole second or more
  * ZVRT_RC_INVALID_VALUE; DAYS and MICROS outside the years are ZVRT_RC_INVALID_YEAR.
  *
- * **Format models** name what stands where in a text, or in the digits of a PACKED, ZONED, INT, UINT or DECIMAL of scale
- * 0. Elements begin with a percent sign, in any case; every other character stands for itself. A model names a whole date
- * (year, and month and day or the day of the year), a time of day from the hour on, or both, and nothing twice; otherwise
- * ZVRT_RC_INVALID_FORMAT refuses the type. Reading is strict: full widths, literals as they are, nothing left over, else
- * ZVRT_RC_INVALID_DATETIME.
+ * **Format models** name what stands where in a text, or in the digits of a PACKED, ZONED, INT, UINT or DECIMAL of
+ * scale 0. Elements begin with a percent sign, in any case; every other character stands for itself. A model names a
+ * whole date (year, and month and day or the day of the year), a time of day from the hour on, or both, and nothing
+ * twice; otherwise ZVRT_RC_INVALID_FORMAT refuses the type. Reading is strict: full widths, literals as they are,
+ * nothing left over, else ZVRT_RC_INVALID_DATETIME.
  *
- * | Element             | Text                          | In digits | Is                                                |
- * |---------------------|-------------------------------|-----------|---------------------------------------------------|
- * | `%%YYYY`            | 4 digits                      | yes       | the year                                          |
- * | `%%YY`              | 2 digits                      | yes       | the year of `%%C`, or of 100 years from firstYear |
- * | `%%C`               | 1 digit                       | yes       | the century: 0 is 19xx, 1 is 20xx; goes with %YY  |
- * | `%%MM` `%%M`        | 2 digits; 1 or 2              | `%%MM`    | the month                                         |
- * | `%%MONTH` `%%MMM`   | the name; its first 3 letters | no        | the month in English, read in any case            |
- * | `%%DD` `%%D`        | 2 digits; 1 or 2              | `%%DD`    | the day                                           |
- * | `%%DDD`             | 3 digits                      | yes       | the day of the year, 001 to 366                   |
- * | `%%HH24`            | 2 digits                      | yes       | the hour, 00 to 23                                |
- * | `%%HH` with `%%PM`  | 2 digits; 2 letters           | no        | the hour, 01 to 12; AM or PM, read in any case    |
- * | `%%MI` `%%SS`       | 2 digits                      | yes       | the minute; the second                            |
- * | `%%F` to 9 times F  | 1 to 9 digits                 | yes       | the fraction of the second                        |
+ * | Element              | Text                      | In digits | Is                                               |
+ * |----------------------|---------------------------|-----------|--------------------------------------------------|
+ * | `%YYYY`              | 4 digits                  | yes       | the year                                         |
+ * | `%YY`                | 2 digits                  | yes       | the year of `%C`, or of 100 years from firstYear |
+ * | `%C`                 | 1 digit                   | yes       | the century, beside `%YY`: 0 is 19xx, 1 is 20xx  |
+ * | `%MM` `%M`           | 2 digits; 1 or 2          | `%MM`     | the month                                        |
+ * | `%MONTH` `%MMM`      | name; its first 3 letters | no        | the month in English, read in any case           |
+ * | `%DD` `%D`           | 2 digits; 1 or 2          | `%DD`     | the day                                          |
+ * | `%DDD`               | 3 digits                  | yes       | the day of the year, 001 to 366                  |
+ * | `%HH24`              | 2 digits                  | yes       | the hour, 00 to 23                               |
+ * | `%HH` with `%PM`     | 2 digits; 2 letters       | no        | the hour, 01 to 12; AM or PM, read in any case   |
+ * | `%MI` `%SS`          | 2 digits                  | yes       | the minute; the second                           |
+ * | `%F` to `%FFFFFFFFF` | 1 to 9 digits             | yes       | the fraction of the second                       |
  *
- * Text without a model opposite a date is in ISO form: 2024-02-29, 12:34:56, 2024-02-29 12:34:56.789000 with as many digits as the
- * date's fraction has. A year outside the window or the centuries is ZVRT_RC_INVALID_YEAR on the way out. In digits a
- * negative number or one of more digits than the model is ZVRT_RC_INVALID_DATETIME.
+ * Text without a model opposite a date is in ISO form: 2024-02-29, 12:34:56, 2024-02-29 12:34:56.789000 with as many
+ * digits as the date's fraction has. A year outside the window or the centuries is ZVRT_RC_INVALID_YEAR on the way out.
+ * In digits a negative number or one of more digits than the model is ZVRT_RC_INVALID_DATETIME.
  *
- * **Null forms**: of several, the first in the order blanks, zeros, low, high is written; all are read. Blanks are those of
- * the code page; with codePage 0 the byte 40 for PACKED, EBCDIC ZONED and HEX_FLOAT, else 20. Only values of at least one
- * byte are looked at: an empty text is no null. @{ */
+ * **Null forms**: of several, the first in the order blanks, zeros, low, high is written; all are read. Blanks are
+ * those of the code page; with codePage 0 the byte 40 for PACKED, EBCDIC ZONED and HEX_FLOAT, else 20. Only values of
+ * at least one byte are looked at: an empty text is no null. @{ */
 
 /** ZVRTType::kind. */
 enum {
   ZVRT_KIND_CHAR = 1,           /**< Narrow text; the length comes from lengths, else it is the slot's. */
-  ZVRT_KIND_VARCHAR = 2,      /**< 16-bit length prefix in native order, then narrow text. */
-  ZVRT_KIND_VARCHAR_SZ = 3,   /**< Narrow text and a zero byte. */
-  ZVRT_KIND_WCHAR = 4,        /**< Wide text (32-bit units); the length comes from lengths, else it is the slot's. */
-  ZVRT_KIND_WVARCHAR = 5,     /**< 16-bit length prefix, then wide text at byte 2. */
-  ZVRT_KIND_WVARCHAR_SZ = 6,  /**< Wide text and a zero character. */
-  ZVRT_KIND_UTF16 = 7,        /**< UTF-16 text, counted as ZVRT_KIND_CHAR is. */
-  ZVRT_KIND_UTF16_SZ = 8,     /**< UTF-16 text and a zero unit. */
-  ZVRT_KIND_BYTES = 9,        /**< Raw bytes, counted; to text and from text as two hexadecimal digits per
+  ZVRT_KIND_VARCHAR = 2,        /**< 16-bit length prefix in native order, then narrow text. */
+  ZVRT_KIND_VARCHAR_SZ = 3,     /**< Narrow text and a zero byte. */
+  ZVRT_KIND_WCHAR = 4,          /**< Wide text (32-bit units); the length comes from lengths, else it is the slot's. */
+  ZVRT_KIND_WVARCHAR = 5,       /**< 16-bit length prefix, then wide text at byte 2. */
+  ZVRT_KIND_WVARCHAR_SZ = 6,    /**< Wide text and a zero character. */
+  ZVRT_KIND_UTF16 = 7,          /**< UTF-16 text, counted as ZVRT_KIND_CHAR is. */
+  ZVRT_KIND_UTF16_SZ = 8,       /**< UTF-16 text and a zero unit. */
+  ZVRT_KIND_BYTES = 9,          /**< Raw bytes, counted; to text and from text as two hexadecimal digits per
                                      byte, written in capitals. */
-  ZVRT_KIND_BOOL = 10,        /**< One byte, 0 or 1; as a number 0 or 1, as text "false" or "true" (read: 0 and
+  ZVRT_KIND_BOOL = 10,          /**< One byte, 0 or 1; as a number 0 or 1, as text "false" or "true" (read: 0 and
                                      1 too). */
-  ZVRT_KIND_INT = 11,         /**< Signed integer of 1, 2, 4 or 8 bytes (two's complement). */
-  ZVRT_KIND_UINT = 12,        /**< Unsigned integer of 1, 2, 4 or 8 bytes. */
-  ZVRT_KIND_FLOAT = 13,       /**< IEEE 754 binary float of 4 or 8 bytes. */
-  ZVRT_KIND_HEX_FLOAT = 14,   /**< Hexadecimal float of 4 or 8 bytes, big endian. */
-  ZVRT_KIND_PACKED = 15,      /**< Packed decimal, 1 to 20 bytes: a sign in the last half-byte. */
-  ZVRT_KIND_ZONED = 16,       /**< Zoned decimal, 1 to 40 digits, a byte each, and one for a separate sign. */
-  ZVRT_KIND_VARNUM = 17,      /**< Base-100 number with a length byte: at most 22 bytes, 40 digits, 1e-130 to
+  ZVRT_KIND_INT = 11,           /**< Signed integer of 1, 2, 4 or 8 bytes (two's complement). */
+  ZVRT_KIND_UINT = 12,          /**< Unsigned integer of 1, 2, 4 or 8 bytes. */
+  ZVRT_KIND_FLOAT = 13,         /**< IEEE 754 binary float of 4 or 8 bytes. */
+  ZVRT_KIND_HEX_FLOAT = 14,     /**< Hexadecimal float of 4 or 8 bytes, big endian. */
+  ZVRT_KIND_PACKED = 15,        /**< Packed decimal, 1 to 20 bytes: a sign in the last half-byte. */
+  ZVRT_KIND_ZONED = 16,         /**< Zoned decimal, 1 to 40 digits, a byte each, and one for a separate sign. */
+  ZVRT_KIND_VARNUM = 17,        /**< Base-100 number with a length byte: at most 22 bytes, 40 digits, 1e-130 to
                                      1e126. */
-  ZVRT_KIND_DECIMAL = 18,     /**< 128-bit two's complement integer with a scale, as Arrow's decimal128; a
+  ZVRT_KIND_DECIMAL = 18,       /**< 128-bit two's complement integer with a scale, as Arrow's decimal128; a
                                      target has at most 38 digits. */
-  ZVRT_KIND_NUMERIC = 19,     /**< The call interface's numeric structure, ZVRTNumeric. A source's precision and
+  ZVRT_KIND_NUMERIC = 19,       /**< The call interface's numeric structure, ZVRTNumeric. A source's precision and
                                      scale stand in each value; a target gets those of the type (0: 38). */
-  ZVRT_KIND_TIMESTAMP = 20,   /**< ZVRTTS; its fraction has `scale` digits. */
-  ZVRT_KIND_DATE = 21,        /**< ZVRTDate. */
-  ZVRT_KIND_TIME = 22,        /**< ZVRTTime. */
+  ZVRT_KIND_TIMESTAMP = 20,     /**< ZVRTTS; its fraction has `scale` digits. */
+  ZVRT_KIND_DATE = 21,          /**< ZVRTDate. */
+  ZVRT_KIND_TIME = 22,          /**< ZVRTTime. */
   ZVRT_KIND_CLI_TIMESTAMP = 23, /**< The call interface's timestamp structure, ZVRTCliTimestamp: nanoseconds. */
-  ZVRT_KIND_CLI_DATE = 24,    /**< The call interface's date structure: as ZVRTDate. */
-  ZVRT_KIND_CLI_TIME = 25,    /**< The call interface's time structure: as ZVRTTime. */
-  ZVRT_KIND_DAYS = 26,        /**< 32-bit signed days since 1970-01-01. */
-  ZVRT_KIND_MICROS = 27       /**< 64-bit signed microseconds since 1970-01-01 00:00:00. */
+  ZVRT_KIND_CLI_DATE = 24,      /**< The call interface's date structure: as ZVRTDate. */
+  ZVRT_KIND_CLI_TIME = 25,      /**< The call interface's time structure: as ZVRTTime. */
+  ZVRT_KIND_DAYS = 26,          /**< 32-bit signed days since 1970-01-01. */
+  ZVRT_KIND_MICROS = 27         /**< 64-bit signed microseconds since 1970-01-01 00:00:00. */
 };
 
 /** ZVRTType::flags. A flag that has no meaning for the kind is refused; one that is for sources only changes nothing of a
  *  target, and the other way round, so that one type can describe a field for both ways. @{ */
-#define ZVRT_TYPE_BIG_ENDIAN UINT32_C(0x1)     /**< INT, UINT, FLOAT, DECIMAL, UTF16, DAYS, MICROS: most significant first. */
-#define ZVRT_TYPE_TRIM UINT32_C(0x2)           /**< Text sources: trailing blanks (of the page) are no part of the value. */
-#define ZVRT_TYPE_TRIM_LEFT UINT32_C(0x4)      /**< Text sources: leading blanks neither. */
-#define ZVRT_TYPE_TRIM_WIDE UINT32_C(0x8)      /**< With TRIM, TRIM_LEFT: U+3000 is a blank too. */
-#define ZVRT_TYPE_PAD UINT32_C(0x10)           /**< CHAR, WCHAR, UTF16, BYTES targets: blanks (BYTES: zeros) fill the slot. */
-#define ZVRT_TYPE_PAD_LEFT UINT32_C(0x20)      /**< With PAD: blanks come first, the value ends the slot. */
-#define ZVRT_TYPE_LOW_AS_BLANK UINT32_C(0x40)  /**< Counted text sources: a zero unit is read as a blank. */
-#define ZVRT_TYPE_NULL_BLANKS UINT32_C(0x80)   /**< A slot of blanks of the page is null; a null writes it. */
-#define ZVRT_TYPE_NULL_ZEROS UINT32_C(0x100)   /**< A value of zeros ('0' digits, packed or binary zero) is null; written too. */
-#define ZVRT_TYPE_NULL_LOW UINT32_C(0x200)     /**< A slot of bytes 00 is null; written too. */
-#define ZVRT_TYPE_NULL_HIGH UINT32_C(0x400)    /**< A slot of bytes FF is null; written too. */
-#define ZVRT_TYPE_UNSIGNED UINT32_C(0x800)     /**< PACKED: sign F is written, a negative value refused. ZONED: likewise. */
-#define ZVRT_TYPE_NO_SIGN UINT32_C(0x1000)     /**< PACKED: there is no sign digit; 2 digits per byte to the end. */
+#define ZVRT_TYPE_BIG_ENDIAN \
+  UINT32_C(0x1)                      /**< INT, UINT, FLOAT, DECIMAL, UTF16, DAYS, MICROS: most significant first. */
+#define ZVRT_TYPE_TRIM UINT32_C(0x2) /**< Text sources: trailing blanks (of the page) are no part of the value. */
+#define ZVRT_TYPE_TRIM_LEFT UINT32_C(0x4) /**< Text sources: leading blanks neither. */
+#define ZVRT_TYPE_TRIM_WIDE UINT32_C(0x8) /**< With TRIM, TRIM_LEFT: U+3000 is a blank too. */
+#define ZVRT_TYPE_PAD UINT32_C(0x10) /**< CHAR, WCHAR, UTF16, BYTES targets: blanks (BYTES: zeros) fill the slot. */
+#define ZVRT_TYPE_PAD_LEFT UINT32_C(0x20)     /**< With PAD: blanks come first, the value ends the slot. */
+#define ZVRT_TYPE_LOW_AS_BLANK UINT32_C(0x40) /**< Counted text sources: a zero unit is read as a blank. */
+#define ZVRT_TYPE_NULL_BLANKS UINT32_C(0x80)  /**< A slot of blanks of the page is null; a null writes it. */
+#define ZVRT_TYPE_NULL_ZEROS \
+  UINT32_C(0x100) /**< A value of zeros ('0' digits, packed or binary zero) is null; written too. */
+#define ZVRT_TYPE_NULL_LOW UINT32_C(0x200)  /**< A slot of bytes 00 is null; written too. */
+#define ZVRT_TYPE_NULL_HIGH UINT32_C(0x400) /**< A slot of bytes FF is null; written too. */
+#define ZVRT_TYPE_UNSIGNED UINT32_C(0x800) /**< PACKED: sign F is written, a negative value refused. ZONED: likewise. */
+#define ZVRT_TYPE_NO_SIGN UINT32_C(0x1000) /**< PACKED: there is no sign digit; 2 digits per byte to the end. */
 #define ZVRT_TYPE_SIGN_LEADING UINT32_C(0x2000)  /**< ZONED: the sign stands at the first digit or before it. */
 #define ZVRT_TYPE_SIGN_SEPARATE UINT32_C(0x4000) /**< ZONED: the sign is a '+' or '-' of its own. */
-#define ZVRT_TYPE_ASCII UINT32_C(0x8000)       /**< ZONED: digits 30..39, signs punched as p..y over them; else EBCDIC. */
+#define ZVRT_TYPE_ASCII UINT32_C(0x8000) /**< ZONED: digits 30..39, signs punched as p..y over them; else EBCDIC. */
 /** @} */
 
 /** What one value is. */
 typedef struct ZVRTType {
-  uint32_t size;          /**< sizeof(ZVRTType). */
-  uint32_t kind;          /**< ZVRT_KIND_... */
-  int32_t length;         /**< Bytes of a slot, prefix and terminator included; 0 for kinds of one size. A terminated
+  uint32_t size;  /**< sizeof(ZVRTType). */
+  uint32_t kind;  /**< ZVRT_KIND_... */
+  int32_t length; /**< Bytes of a slot, prefix and terminator included; 0 for kinds of one size. A terminated
                                source may have 0: it ends at its terminator. A counted source that is run with
                                lengths may have 0: they alone bound it. */
-  uint32_t flags;         /**< ZVRT_TYPE_... */
-  uint32_t codePage;      /**< Code page of narrow text, and of blanks as a null form; 0 is strict UTF-8. As FldDef::codePage.
+  uint32_t flags; /**< ZVRT_TYPE_... */
+  uint32_t
+      codePage; /**< Code page of narrow text, and of blanks as a null form; 0 is strict UTF-8. As FldDef::codePage.
                                Kinds without either ignore it. */
-  char codePageKind;      /**< As FldDef::codePageKind. */
-  uint8_t reserved[3];    /**< Zero. */
-  int16_t precision;      /**< Digits of a number; 0: all that the slot holds (INT, UINT: the whole binary range). */
-  int16_t scale;          /**< Numbers: digits after the decimal point, -127 to 127. TIMESTAMP: digits of the fraction, 1
+  char codePageKind;   /**< As FldDef::codePageKind. */
+  uint8_t reserved[3]; /**< Zero. */
+  int16_t precision;   /**< Digits of a number; 0: all that the slot holds (INT, UINT: the whole binary range). */
+  int16_t scale;       /**< Numbers: digits after the decimal point, -127 to 127. TIMESTAMP: digits of the fraction, 1
                                to 9, see ZVRT_SCALE_DEFAULT. Other kinds, and VARNUM without a precision: 0. A VARNUM
                                target with a precision holds no more than precision and scale say. */
-  int16_t firstYear;      /**< First of the 100 years that two-digit years of `model` stand for; 0: such a model is refused. */
-  int16_t reservedYear;   /**< Zero. */
-  const wchar_t* model;   /**< Null, or the format model of a date in text or in digits, NUL-terminated; copied. */
+  int16_t
+      firstYear; /**< First of the 100 years that two-digit years of `model` stand for; 0: such a model is refused. */
+  int16_t reservedYear; /**< Zero. */
+  const wchar_t* model; /**< Null, or the format model of a date in text or in digits, NUL-terminated; copied. */
 } ZVRTType;
 /** @} */
 
@@ -234,14 +241,15 @@ typedef struct ZVRTCliTimestamp {
  * Where the values of a column stand.
  *
  * A source's length is ZVRT_NULL_DATA for a null, ZVRT_TERMINATED for text that ends at its terminator, else bytes; any
- * other negative one is refused (ZVRT_RC_INVALID_LENGTH). A counted value needs it, or fills its slot; a terminated one is
- * measured where there is none; values with a prefix or of one size go by themselves.
+ * other negative one is refused (ZVRT_RC_INVALID_LENGTH). A counted value needs it, or fills its slot; a terminated one
+ * is measured where there is none; values with a prefix or of one size go by themselves.
  *
- * A target's length is written for every value that was converted, and with ZVRT_RC_TRUNCATED is what the value needs. Of
- * any other refused value slot, length and indicator stay as they were. A null writes the indicator, or where there are no indicators the
- * type's null form, and no length; without either it is ZVRT_RC_NULL_REFUSED. An entry of two bytes that is too
- * small for the needed bytes receives 32767. Nothing outside the slots is written; bytes of a slot after a value stay as
- * they were unless ZVRT_TYPE_PAD fills them. Slots that overlap, one another or the source, are not detected. @{ */
+ * A target's length is written for every value that was converted, and with ZVRT_RC_TRUNCATED is what the value needs.
+ * Of any other refused value slot, length and indicator stay as they were. A null writes the indicator, or where there
+ * are no indicators the type's null form, and no length; without either it is ZVRT_RC_NULL_REFUSED. An entry of two
+ * bytes that is too small for the needed bytes receives 32767. Nothing outside the slots is written; bytes of a slot
+ * after a value stay as they were unless ZVRT_TYPE_PAD fills them. Slots that overlap, one another or the source, are
+ * not detected. @{ */
 
 /** Lengths and indicators: the value of a null. */
 #define ZVRT_NULL_DATA (-1)
@@ -282,15 +290,16 @@ typedef struct ZVRTOutcome {
 
 /** Why one value, or a plan, was refused. */
 typedef struct ZVRTProblem {
-  uint32_t size;    /**< sizeof(ZVRTProblem), set by the caller. */
-  uint32_t status;  /**< 0: there is no problem. */
-  int32_t field;    /**< PlanCreate: 0 the source type, 1 the target type. Record plans: the field's index. Else -1. */
-  int32_t offset;   /**< Byte offset of the first offending unit from the slot's first byte; the end for a text that ends too
+  uint32_t size;   /**< sizeof(ZVRTProblem), set by the caller. */
+  uint32_t status; /**< 0: there is no problem. */
+  int32_t field;   /**< PlanCreate: 0 the source type, 1 the target type. Record plans: the field's index. Else -1. */
+  int32_t
+      offset; /**< Byte offset of the first offending unit from the slot's first byte; the end for a text that ends too
                          early; -1 where no single unit offends (too many digits, too little room). */
-  uint32_t unit;    /**< What stands there: the byte of a number, the lead byte of malformed UTF-8, the code unit or
+  uint32_t unit;   /**< What stands there: the byte of a number, the lead byte of malformed UTF-8, the code unit or
                          structure member, the code point of a text that is well-formed; 0 at the end. */
-  uint32_t needed;  /**< ZVRT_RC_TRUNCATED: bytes of the slot that would hold it; else 0. */
-  char text[112];   /**< One sentence, NUL-terminated, ASCII. */
+  uint32_t needed; /**< ZVRT_RC_TRUNCATED: bytes of the slot that would hold it; else 0. */
+  char text[112];  /**< One sentence, NUL-terminated, ASCII. */
 } ZVRTProblem;
 /** @} */
 
@@ -298,19 +307,24 @@ typedef struct ZVRTProblem {
 /** @name Plans @{ */
 
 /** Options of ZVRTPlanCreate(). Without one a plan is exact. An option that does not fit the pair is refused. @{ */
-#define ZVRT_PLAN_ROUND_HALF_EVEN UINT32_C(0x1) /**< Digits after the target's last one are rounded, ties to even; into exact
+#define ZVRT_PLAN_ROUND_HALF_EVEN \
+  UINT32_C(0x1) /**< Digits after the target's last one are rounded, ties to even; into exact
                                                      numbers and dates. A date without a time of day can be cut only. */
 #define ZVRT_PLAN_ROUND_HALF_AWAY UINT32_C(0x2) /**< ... ties away from zero. */
 #define ZVRT_PLAN_CUT_FRACTION UINT32_C(0x4)    /**< ... are cut; times of day too where the target has none. */
-#define ZVRT_PLAN_CUT_TEXT UINT32_C(0x8)        /**< Text and bytes (not numbers and dates in text) are cut to the slot at a
+#define ZVRT_PLAN_CUT_TEXT \
+  UINT32_C(0x8) /**< Text and bytes (not numbers and dates in text) are cut to the slot at a
                                                      whole character; status 1609 stays. */
-#define ZVRT_PLAN_SUBSTITUTE UINT32_C(0x10)     /**< A character that the target lacks, or a malformed one, becomes the
+#define ZVRT_PLAN_SUBSTITUTE \
+  UINT32_C(0x10) /**< A character that the target lacks, or a malformed one, becomes the
                                                      page's substitute (U+001A: the byte 1A, 3F in EBCDIC; U+FFFD in
                                                      Unicode). The status is 0. Of malformed UTF-8 each maximal part of a
                                                      sequence becomes one. */
-#define ZVRT_PLAN_EXACT_FLOAT UINT32_C(0x20)    /**< Into a FLOAT or HEX_FLOAT: refuse what does not read back as the value. */
-#define ZVRT_PLAN_SINGLE_FORM UINT32_C(0x40)    /**< Floats to text in the 17-digit form of ZVRTCnvDblToWVarcharSz(). */
-#define ZVRT_PLAN_AS_SINGLE_CALL UINT32_C(0x80) /**< Slot, length and status equal those of the single-value function; for
+#define ZVRT_PLAN_EXACT_FLOAT \
+  UINT32_C(0x20) /**< Into a FLOAT or HEX_FLOAT: refuse what does not read back as the value. */
+#define ZVRT_PLAN_SINGLE_FORM UINT32_C(0x40) /**< Floats to text in the 17-digit form of ZVRTCnvDblToWVarcharSz(). */
+#define ZVRT_PLAN_AS_SINGLE_CALL \
+  UINT32_C(0x80) /**< Slot, length and status equal those of the single-value function; for
                                                      the pairs of the table at ZVRTPlanCreate() only, no option beside it. */
 #define ZVRT_PLAN_ZONED_TIME_AS_UTC UINT32_C(0x100) /**< Arrow timestamps with a time zone are taken as UTC. */
 /** @} */
@@ -328,27 +342,32 @@ typedef struct ZVRTPlan ZVRTPlan;
  *
  * What becomes what, and what is refused beside malformed sources and ZVRT_RC_TRUNCATED:
  *
- * | From, to                     | The value                                         | Refused                              |
- * |------------------------------|---------------------------------------------------|--------------------------------------|
- * | text to text                 | the same characters                               | NOT_IN_CODE_PAGE, zero characters    |
- * | text to number               | the number that it is                             | INVALID_NUMBER; then as numbers      |
- * | number to text               | all digits of its scale                           |                                      |
- * | number to number             | the same value                                    | FRACTION_LOST, then OUT_OF_RANGE (INT, UINT, BOOL, VARNUM), INVALID_SIGN, DIGITS_LOST |
- * | exact number, text to float  | the nearest, ties to even; tiny ones become zero  | OUT_OF_RANGE; INEXACT_FLOAT (option) |
- * | float to exact number, text  | the shortest decimal that reads back, then as any | NOT_FINITE, FRACTION_LOST ...        |
- * | float to float               | the same value, or the nearest; -0 stays -0, not-a-number becomes the quiet one | OUT_OF_RANGE |
- * | float to HEX_FLOAT and back  | likewise; a zero is all bytes 0                   | OUT_OF_RANGE, NOT_FINITE             |
- * | BOOL to and from number      | 0 or 1                                            | OUT_OF_RANGE                         |
- * | BOOL to and from text        | "false" or "true"                                 | INVALID_VALUE                        |
- * | BYTES to BYTES               | the same bytes                                    |                                      |
- * | BYTES to and from text       | hexadecimal digits                                | INVALID_VALUE                        |
- * | date to timestamp            | midnight                                          |                                      |
- * | timestamp to date            | the date                                          | FRACTION_LOST: a time of day         |
- * | dates of the same parts      | the same time                                     | FRACTION_LOST, OUT_OF_RANGE (rounded beyond the last day), INVALID_YEAR |
+ * | From, to                    | The value                            | Refused                                   |
+ * |-----------------------------|--------------------------------------|-------------------------------------------|
+ * | text to text                | the same characters                  | NOT_IN_CODE_PAGE; a zero character        |
+ * | text to number              | the number that it is                | INVALID_NUMBER; then as numbers           |
+ * | number to text              | all digits of its scale              |                                           |
+ * | number to number            | the same value                       | as said below                             |
+ * | exact number, text to float | the nearest, ties to even            | OUT_OF_RANGE; INEXACT_FLOAT (option)      |
+ * | float to exact number, text | the shortest decimal that reads back | NOT_FINITE; then as numbers               |
+ * | float to float              | the same value, or the nearest       | OUT_OF_RANGE; INEXACT_FLOAT (option)      |
+ * | float to HEX_FLOAT          | the same value, or the nearest       | OUT_OF_RANGE, NOT_FINITE                  |
+ * | BOOL to and from number     | 0 or 1                               | OUT_OF_RANGE                              |
+ * | BOOL to and from text       | "false" or "true"                    | INVALID_VALUE                             |
+ * | BYTES to BYTES              | the same bytes                       |                                           |
+ * | BYTES to and from text      | hexadecimal digits                   | INVALID_VALUE                             |
+ * | date to timestamp           | midnight                             |                                           |
+ * | timestamp to date           | the date                             | FRACTION_LOST: a time of day              |
+ * | dates of the same parts     | the same time                        | FRACTION_LOST, OUT_OF_RANGE, INVALID_YEAR |
  *
- * There is no conversion between a date without and a time of day, a date and a number without a model, a boolean or bytes
- * and a date, bytes and a number (ZVRT_RC_INVALID_PAIR). A text is malformed before it is no number: of several faults of
- * a value the source's come first.
+ * Into an exact number the first of these that applies refuses: FRACTION_LOST, INVALID_SIGN (PACKED, ZONED), DIGITS_LOST
+ * (more than a precision says), OUT_OF_RANGE (INT, UINT, BOOL, VARNUM). Into a float what is too small becomes zero. Between FLOATs -0 stays -0 and not-a-number
+ * becomes the quiet one; a HEX_FLOAT that is zero has all bytes 0. Dates are OUT_OF_RANGE when they are rounded beyond the
+ * last day.
+ *
+ * There is no conversion between a date without and a time of day, a date and a number without a model, a boolean or
+ * bytes and a date, bytes and a number (ZVRT_RC_INVALID_PAIR). A text is malformed before it is no number: of several
+ * faults of a value the source's come first.
  *
  * VARNUM targets: digits after the twentieth pair count as a fraction, and so does a value below 1e-130.
  *
@@ -359,9 +378,9 @@ typedef struct ZVRTPlan ZVRTPlan;
  * @param options  ZVRT_PLAN_...; at most one of the three that round or cut a fraction.
  * @param plan     Receives the plan, else null. ZVRTPlanDestroy() frees it.
  * @param why      Receives the reason of a refusal; or null.
- * @return ZVRT_RC_OK; ZVRT_RC_INVALID_TYPE; ZVRT_RC_INVALID_FORMAT for a model; ZVRT_RC_INVALID_PAIR; ZVRT_RC_NO_CONVERTER
- *         for a code page; the environment library's status where conversions are not initialised; ZVRT_RC_NO_MEMORY;
- *         ZVRT_RC_ERROR for null arguments.
+ * @return ZVRT_RC_OK; ZVRT_RC_INVALID_TYPE; ZVRT_RC_INVALID_FORMAT for a model; ZVRT_RC_INVALID_PAIR;
+ *         ZVRT_RC_NO_CONVERTER for a code page; the environment library's status where conversions are not
+ *         initialised; ZVRT_RC_NO_MEMORY; ZVRT_RC_ERROR for null arguments.
  */
 ZVRT_API uint32_t ZVRTPlanCreate(const ZVRTType* from, const ZVRTType* to, uint32_t options, ZVRTPlan** plan,
                                  ZVRTProblem* why);
@@ -376,11 +395,12 @@ ZVRT_API uint32_t ZVRTPlanCreate(const ZVRTType* from, const ZVRTType* to, uint3
  * @param to       Where they go. `select` is not used. The stride is not 0 for more than one value.
  * @param count    Number of values, 0 or more.
  * @param outcome  Receives what was done, whatever is returned; or null.
- * @return ZVRT_RC_OK, also where values were refused: the outcome counts them. Otherwise the run did not reach the end, and
- *         values from `outcome->done` on are untouched: ZVRT_RC_NO_MEMORY, the statuses of the converter service and the
- *         environment library. Before the first value: ZVRT_RC_INVALID_TYPE for a ZVRTArray that describes nothing (an entry
- *         size other than 2, 4 and 8; entries of lengths of 2 bytes for slots above 32767; a counted source of length 0 without
- *         lengths); ZVRT_RC_INVALID_LENGTH for a negative count; ZVRT_RC_ERROR for null arguments.
+ * @return ZVRT_RC_OK, also where values were refused: the outcome counts them. Otherwise the run did not reach the
+ *         end, and values from `outcome->done` on are untouched: ZVRT_RC_NO_MEMORY, the statuses of the converter
+ *         service and the environment library. Before the first value: ZVRT_RC_INVALID_TYPE for a ZVRTArray that
+ *         describes nothing (an entry size other than 2, 4 and 8; entries of lengths of 2 bytes for slots above 32767;
+ *         a counted source of length 0 without lengths); ZVRT_RC_INVALID_LENGTH for a negative count; ZVRT_RC_ERROR
+ *         for null arguments.
  */
 ZVRT_API uint32_t ZVRTPlanRun(const ZVRTPlan* plan, const ZVRTArray* from, const ZVRTArray* to, int64_t count,
                               ZVRTOutcome* outcome);
@@ -392,8 +412,8 @@ ZVRT_API uint32_t ZVRTPlanRun(const ZVRTPlan* plan, const ZVRTArray* from, const
  *
  * @param plan   The plan.
  * @param value  The value's slot: for VARCHAR and WVARCHAR its prefix, else its first byte.
- * @param bytes  As an entry of lengths: the length of a counted value, ZVRT_TERMINATED, ZVRT_NULL_DATA. Of a value that says
- *               its own length it need only be 0 or more.
+ * @param bytes  As an entry of lengths: the length of a counted value, ZVRT_TERMINATED, ZVRT_NULL_DATA. Of a value
+ *               that says its own length it need only be 0 or more.
  * @param why    Receives the value's status (0: the plan converts it), the place and the reason.
  * @return ZVRT_RC_OK; where the value could not be examined ZVRT_RC_NO_MEMORY or the converter service's status;
  *         ZVRT_RC_ERROR for null arguments.
@@ -404,8 +424,8 @@ ZVRT_API uint32_t ZVRTPlanExplain(const ZVRTPlan* plan, const void* value, int64
 ZVRT_API void ZVRTPlanDestroy(ZVRTPlan* plan);
 
 /**
- * Checks values as the source of a plan would, without converting them: text is well-formed, numbers are numbers, dates are
- * dates. Text is checked as text unless it has a model.
+ * Checks values as the source of a plan would, without converting them: text is well-formed, numbers are numbers, dates
+ * are dates. Text is checked as text unless it has a model.
  *
  * Thread safety: any number of threads at once. Allocates nothing for values below 4 KiB on pages held in tables.
  *
@@ -421,8 +441,8 @@ ZVRT_API uint32_t ZVRTCheck(const ZVRTType* type, const ZVRTArray* values, int64
 /* ------------------------------------------------------------------------------------------------------------------ */
 /** @name Record plans and the Arrow C data interface
  * Records of many fields to the arrays of Arrow's C data interface and back. The interface's own structures ArrowSchema
- * and ArrowArray are declared by the caller (every reader of Arrow brings them). A column is null where the field is null
- * and where its value was refused; ZVRTOutcome counts both.
+ * and ArrowArray are declared by the caller (every reader of Arrow brings them). A column is null where the field is
+ * null and where its value was refused; ZVRTOutcome counts both.
  *
  * | Field                                                                | Column (Arrow format)                    |
  * |----------------------------------------------------------------------|------------------------------------------|
@@ -439,8 +459,8 @@ ZVRT_API uint32_t ZVRTCheck(const ZVRTType* type, const ZVRTArray* values, int64
  * | TIMESTAMP, CLI_TIMESTAMP, MICROS, a model of both                    | timestamp of microseconds, no zone (tsu:)|
  *
  * A negative scale adds zeros instead (precision - scale digits, scale 0) as long as 38 digits hold them; a scale above
- * the precision makes that the precision. More than 38 digits are declared as 38, and values that need more are refused.
- * In a record, a VARNUM may have a precision and a scale: those of its column. @{ */
+ * the precision makes that the precision. More than 38 digits are declared as 38, and values that need more are
+ * refused. In a record, a VARNUM may have a precision and a scale: those of its column. @{ */
 struct ArrowSchema; /* Arrow's C data interface */
 struct ArrowArray;
 
@@ -477,8 +497,8 @@ typedef struct ZVRTRecordPlan ZVRTRecordPlan;
  * @param plan         Receives the plan, else null. ZVRTRecordPlanDestroy() frees it.
  * @param why          Receives the reason of a refusal and its field; or null.
  * @return ZVRT_RC_OK; ZVRT_RC_INVALID_TYPE for a field that describes nothing or does not lie within the record;
- *         ZVRT_RC_INVALID_FORMAT for a model that is none; ZVRT_RC_INVALID_PAIR for a column that the field
- *         cannot have, or an option that is none here; ZVRT_RC_NO_CONVERTER; ZVRT_RC_NO_MEMORY; ZVRT_RC_ERROR for null
+ *         ZVRT_RC_INVALID_FORMAT for a model that is none; ZVRT_RC_INVALID_PAIR for a column that the field cannot
+ *         have, or an option that is none here; ZVRT_RC_NO_CONVERTER; ZVRT_RC_NO_MEMORY; ZVRT_RC_ERROR for null
  *         arguments.
  */
 ZVRT_API uint32_t ZVRTRecordPlanCreate(const ZVRTField* fields, int32_t count, int32_t recordBytes, uint32_t options,
@@ -506,8 +526,8 @@ ZVRT_API uint32_t ZVRTRecordSchema(const ZVRTRecordPlan* plan, struct ArrowSchem
  *                  own: records and plan may go away before. Not written unless ZVRT_RC_OK is returned.
  * @param perField  Receives the outcome of each field; or null.
  * @return ZVRT_RC_OK, also where values were refused: they are null; ZVRT_RC_OUT_OF_RANGE when a utf8 or binary column
- *         would exceed 2 GiB: pass fewer records; ZVRT_RC_NO_MEMORY, the converter service's statuses; ZVRT_RC_ERROR for
- *         null arguments or a negative count.
+ *         would exceed 2 GiB: pass fewer records; ZVRT_RC_NO_MEMORY, the converter service's statuses; ZVRT_RC_ERROR
+ *         for null arguments or a negative count.
  */
 ZVRT_API uint32_t ZVRTRecordsToArrow(const ZVRTRecordPlan* plan, const void* records, const int64_t* starts,
                                      int64_t count, struct ArrowArray* array, ZVRTOutcome* perField);
@@ -517,18 +537,18 @@ ZVRT_API uint32_t ZVRTRecordsToArrow(const ZVRTRecordPlan* plan, const void* rec
  *
  * Each field takes the column of its name (of equal names the first that is left), and no column may be left over.
  * Beside the plan's own, a column may have any type whose values the field can take: null, integers, floats, booleans,
- * utf8, large_utf8, string_view, binary of all four forms, decimals of 32 to 256 bits, dates, times and timestamps of any
- * unit, dictionaries of these. Counted texts and bytes are padded as ZVRT_TYPE_PAD says. A null becomes the field's
+ * utf8, large_utf8, string_view, binary of all four forms, decimals of 32 to 256 bits, dates, times and timestamps of
+ * any unit, dictionaries of these. Counted texts and bytes are padded as ZVRT_TYPE_PAD says. A null becomes the field's
  * indicator or null form, else it is refused. Bytes of the records that no field writes stay as they are.
  *
  * @param schema    Describes the array; neither is released, changed or kept.
  * @param array     A struct array; offsets, missing bitmaps and nulls of whole rows are honoured.
  * @param records   Receives array->length records of the plan's recordBytes.
  * @param perField  Receives the outcome of each field; or null.
- * @return ZVRT_RC_OK, also where values were refused: their fields are not written; ZVRT_RC_INVALID_ARROW for a malformed
- *         schema or array, columns that do not match, a time zone without ZVRT_PLAN_ZONED_TIME_AS_UTC: no record was
- *         written; ZVRT_RC_INVALID_PAIR for a column whose type the field cannot take, likewise; ZVRT_RC_NO_MEMORY, the
- *         converter service's statuses; ZVRT_RC_ERROR for null arguments.
+ * @return ZVRT_RC_OK, also where values were refused: their fields are not written; ZVRT_RC_INVALID_ARROW for a
+ *         malformed schema or array, columns that do not match, a time zone without ZVRT_PLAN_ZONED_TIME_AS_UTC: no
+ *         record was written; ZVRT_RC_INVALID_PAIR for a column whose type the field cannot take, likewise;
+ *         ZVRT_RC_NO_MEMORY, the converter service's statuses; ZVRT_RC_ERROR for null arguments.
  */
 ZVRT_API uint32_t ZVRTArrowToRecords(const ZVRTRecordPlan* plan, const struct ArrowSchema* schema,
                                      const struct ArrowArray* array, void* records, ZVRTOutcome* perField);

@@ -43,8 +43,8 @@ void write_integers(const Type& type, Block& block) {
   write_numbers(type, block, [&](std::int32_t i, const Decimal& number) {
     const bool negative = number.negative && !number.magnitude.is_zero();
     const std::uint64_t most = is_signed ? all / 2 + (negative ? 1 : 0) : negative ? 0 : all;
-    if (!number.magnitude.is_word() || number.magnitude.word() > most) return ZVRT_RC_OUT_OF_RANGE;
     if (type.declares_precision && !fits_digits(number.magnitude, type.precision)) return ZVRT_RC_DIGITS_LOST;
+    if (!number.magnitude.is_word() || number.magnitude.word() > most) return ZVRT_RC_OUT_OF_RANGE;
     const std::uint64_t word = number.magnitude.word();
     store_integer<Unsigned>(block.slot[i], negative ? ~word + 1 : word, swapped);
     return ZVRT_RC_OK;
@@ -116,8 +116,11 @@ void write_bool(const Type& type, Block& block) {
 
 Status fit(const Type& type, Decimal& number) {
   const Status status = rescale(number, type.scale, type.rounding);
+  if (status == ZVRT_RC_FRACTION_LOST) return status;
+  const bool negative = number.negative && !number.magnitude.is_zero();
+  if (negative && type.has(ZVRT_TYPE_UNSIGNED | ZVRT_TYPE_NO_SIGN)) return ZVRT_RC_INVALID_SIGN;
   const bool is_binary_range = type.kind == ZVRT_KIND_INT || type.kind == ZVRT_KIND_UINT || type.kind == ZVRT_KIND_BOOL;
-  return status == ZVRT_RC_DIGITS_LOST && is_binary_range ? ZVRT_RC_OUT_OF_RANGE : status;
+  return status == ZVRT_RC_DIGITS_LOST && is_binary_range && !type.declares_precision ? ZVRT_RC_OUT_OF_RANGE : status;
 }
 
 }  // namespace zvrt::columns

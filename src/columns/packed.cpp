@@ -116,7 +116,6 @@ void write_packed(const Type& type, Block& block) {
   write_numbers(type, block, [&](std::int32_t i, const Decimal& number) {
     if (!fits_digits(number.magnitude, type.precision)) return ZVRT_RC_DIGITS_LOST;
     const bool negative = number.negative && !number.magnitude.is_zero();
-    if (negative && (is_unsigned || !has_sign)) return ZVRT_RC_INVALID_SIGN;
     write_nibbles(block.slot[i], type.length, is_unsigned ? 0xF : negative ? 0xD : 0xC, has_sign, number);
     return ZVRT_RC_OK;
   });
