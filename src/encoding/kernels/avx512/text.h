@@ -8,6 +8,7 @@
 
 #include "encoding/text_kernels.h"
 #include "support/inlined.h"
+#include "support/read_ahead.h"
 #include "support/wraps.h"
 
 namespace zvrt::avx512 {
@@ -93,7 +94,6 @@ ZVRT_INLINED Vector in_words(Vector low, Vector high) {
 }
 
 ZVRT_INLINED std::size_t to_page_end(const char* at) {
-  constexpr std::size_t page_bytes = 4096;
   return page_bytes - reinterpret_cast<std::uintptr_t>(at) % page_bytes;
 }
 

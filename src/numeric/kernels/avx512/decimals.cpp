@@ -9,6 +9,7 @@
 
 #include "numeric/decimal/decimal_kernels.h"
 #include "numeric/kernels/decimal_vectors.h"
+#include "support/read_ahead.h"
 #include "support/wraps.h"
 
 namespace zvrt {
@@ -132,12 +133,10 @@ ZVRT_WRAPS Rendered render_packed_512(const std::uint8_t* field, std::int64_t by
 
 // A text's length is not known before it is read, and the next page need not be there: no load goes on into it. (The
 // sanitizers know no pages.)
-constexpr std::uint32_t page_bytes = 4096;
-
 template <class Unit>
 std::uint32_t units_in_page(const void* text) {
-  const auto into_page = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(text) % page_bytes);
-  return (page_bytes - into_page) / sizeof(Unit);
+  const std::uintptr_t into_page = reinterpret_cast<std::uintptr_t>(text) % page_bytes;
+  return static_cast<std::uint32_t>((page_bytes - into_page) / sizeof(Unit));
 }
 
 Mask zero_bytes(__m256i bytes) { return bits_of(_mm256_cmpeq_epi8(bytes, _mm256_setzero_si256())); }

@@ -9,6 +9,7 @@
 
 #include "numeric/decimal/decimal_kernels.h"
 #include "numeric/kernels/decimal_vectors.h"
+#include "support/read_ahead.h"
 #include "support/wraps.h"
 
 namespace zvrt {
@@ -190,11 +191,6 @@ ZVRT_WRAPS Rendered render_packed_41(const std::uint8_t* field, std::int64_t byt
 
 // A text's length is not known before it is read, and the next page need not be there: no load goes on into it. (The
 // sanitizers know no pages.)
-bool is_within_page(const void* text, std::uint32_t bytes) {
-  constexpr std::uint32_t page_bytes = 4096;
-  return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(text) % page_bytes) <= page_bytes - bytes;
-}
-
 __attribute__((no_sanitize("address", "thread"))) Block load_unchecked(const void* text, std::uint32_t offset) {
   return _mm_loadu_si128(reinterpret_cast<const Block*>(static_cast<const char*>(text) + offset));
 }
