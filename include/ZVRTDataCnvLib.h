@@ -35,10 +35,10 @@
 
 /** @name Version
  * Of this header, which is the library's. The file name of the shared library carries it as well. @{ */
-#define ZVRT_VERSION_MAJOR 1         /**< Changes with what a program compiled before cannot bear. */
-#define ZVRT_VERSION_MINOR 1         /**< Changes with additions. */
-#define ZVRT_VERSION_PATCH 0         /**< Changes with repairs. */
-#define ZVRT_VERSION_STRING "1.1.0"  /**< The three as text. */
+#define ZVRT_VERSION_MAJOR 1        /**< Changes with what a program compiled before cannot bear. */
+#define ZVRT_VERSION_MINOR 1        /**< Changes with additions. */
+#define ZVRT_VERSION_PATCH 0        /**< Changes with repairs. */
+#define ZVRT_VERSION_STRING "1.1.0" /**< The three as text. */
 #define ZVRT_VERSION (ZVRT_VERSION_MAJOR * 10000 + ZVRT_VERSION_MINOR * 100 + ZVRT_VERSION_PATCH) /**< To compare. */
 /** @} */
 
@@ -100,7 +100,7 @@ typedef struct DtFormatDesc {
 typedef struct FldDef {
   uint8_t reserved[32];         /**< Not read by this library. */
   uint32_t codePage;            /**< Code page of the narrow side; 0 is UTF-8. */
-  char codePageKind;            /**< Kind letter that qualifies codePage; see VerifyCodePageInfo(). */
+  char codePageKind;            /**< Vendor letter that qualifies codePage; see VerifyCodePageInfo(). */
   uint8_t reservedGap[3];       /**< Not read by this library. */
   const DtFormatDesc* dtFormat; /**< Date/time format; read only by the date/time functions. */
   uint8_t reservedEnd[24];      /**< Not read by this library. */
@@ -286,8 +286,8 @@ ZVRT_API int32_t ConvertTo8(char** position, int32_t room, uint32_t codePoint, u
  * library's status. @{ */
 
 /**
- * Recognises the pairs of kind letter and code page that mean UTF-8: '2' or 'C' with 1208, 'I' with 57372, 'O' with 870
- * to 873, 'S' with 190, 'T' with 63, 'Z' with 2. For these both values become 0; any other pair is left alone.
+ * Recognises the pairs of vendor letter and code page that mean UTF-8: '2' or 'C' with 1208, 'I' with 57372, 'O' with
+ * 870 to 873, 'S' with 190, 'T' with 63, 'Z' with 2. For these both values become 0; any other pair is left alone.
  */
 ZVRT_API void VerifyCodePageInfo(char* codePageKind, uint32_t* codePage);
 

@@ -43,7 +43,7 @@ OTHERS = {
     "Convert32To16": ("UTF-32, counted", "UTF-16"),
     "ConvertFrom8": ("one UTF-8 sequence", "its code point"),
     "ConvertTo8": ("one code point", "its UTF-8 sequence"),
-    "VerifyCodePageInfo": ("a code page and a kind letter", "to know whether they mean UTF-8"),
+    "VerifyCodePageInfo": ("a code page and a vendor letter", "to know whether they mean UTF-8"),
     "ZVRT_MultiByteToWideChar": ("narrow text in a code page, counted", "wide text, no terminator"),
     "ZVRT_WideCharToMultiByte": ("wide text, counted", "narrow text in a code page, no terminator"),
     "TrimSpaces": ("narrow text, terminated, in any code page", "it without blanks at its ends"),

@@ -7,15 +7,15 @@
  *  have, a surrogate and a value above U+10FFFF all give ZVRT_ICU_RC_INVALID_CHAR. Nothing is ever substituted, skipped
  *  or replaced by a similar character: what a page writes, it reads back as the same text.
  *
- *  How a number and a kind letter find their page:
+ *  How a number and a vendor letter find their page:
  *  - 0xFFFFFFFF, the process's own encoding, and 0 are UTF-8. 1200 is UTF-16 little-endian.
  *  - The Windows pages 874, 932, 936, 949, 950 and 1250 to 1258 are meant where such a number is given, although IBM
  *    uses it as well. 28591 to 28605 are ISO 8859-1 to -15; a few more Windows numbers stand in the service's own list.
  *  - Any other number is the page that ICU knows as "ibm-<number>", else as "windows-<number>", else as "cp<number>",
  *    where that is a page of tables or an encoding of Unicode. A few IBM pages that ICU has as parts of others are added.
- *  - Kind 'B' asks for IBM's page where both worlds use the number. Kind 'N' takes the page as usual but, where it is an
- *    EBCDIC one, exchanges its line feed and its new line: byte 15 is then U+000A, 25 is U+0085. Every other kind letter
- *    makes no difference.
+ *  - The letter 'B' asks for IBM's page where IBM and Windows use the number. 'N' takes the page as usual but, where it
+ *    is an EBCDIC one, exchanges its line feed and its new line: byte 15 is then U+000A, 25 is U+0085. Every other
+ *    letter makes no difference.
  *  - A number that none of this finds has no converter. docs/code-pages.md lists what the usual numbers find. */
 #ifndef ZVRT_ICU_LIB_H
 #define ZVRT_ICU_LIB_H

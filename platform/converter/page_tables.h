@@ -41,7 +41,7 @@ inline constexpr std::size_t form_count = 9;
 // Which bytes of a page are ASCII: not all of 20 to 7E, just those (some pages exchange control characters), all to 7F.
 enum class Ascii : std::uint32_t { no, printable, all };
 
-// What a kind letter asks for.
+// What a vendor letter asks for.
 enum class Style : std::uint32_t { usual, new_line, ibm };
 inline constexpr std::size_t style_count = 3;
 
