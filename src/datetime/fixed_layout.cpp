@@ -5,6 +5,7 @@
 #include "ZVRTDataCnvLib.h"
 #include "core/call.h"
 #include "datetime/padded_number.h"
+#include "datetime/records.h"
 
 namespace zvrt {
 
@@ -39,13 +40,13 @@ class FixedLayout {
 };
 
 template <class Unit>
-Status write_fixed(const ZVRTTS& ts, void* dst, std::int32_t capacity, std::uint32_t* length) {
+Status write_fixed(TimestampView ts, void* dst, std::int32_t capacity, std::uint32_t* length) {
   if (capacity < 1) return ZVRT_RC_ERROR;
   FixedLayout<Unit> text(static_cast<std::byte*>(dst), capacity);
-  const bool fits = text.template part<2>(ts.day, '/') && text.template part<2>(ts.month, '/') &&
-                    text.template part<4>(ts.year, ' ') && text.template part<2>(ts.hour, ':') &&
-                    text.template part<2>(ts.minute, ':') && text.template part<2>(ts.second, ':') &&
-                    text.template part<6>(static_cast<std::int32_t>(ts.fraction), '\0');
+  const bool fits = text.template part<2>(ts.day(), '/') && text.template part<2>(ts.month(), '/') &&
+                    text.template part<4>(ts.year(), ' ') && text.template part<2>(ts.hour(), ':') &&
+                    text.template part<2>(ts.minute(), ':') && text.template part<2>(ts.second(), ':') &&
+                    text.template part<6>(static_cast<std::int32_t>(ts.fraction()), '\0');
   if (!fits) return ZVRT_RC_ERROR;
   if (length != nullptr) *length = text.length();
   return ZVRT_RC_OK;
@@ -56,9 +57,9 @@ Status write_fixed(const ZVRTTS& ts, void* dst, std::int32_t capacity, std::uint
 }  // namespace zvrt
 
 uint32_t ZVRTGetStringFromTS(const ZVRTTS* ts, wchar_t* dst, int32_t dstChars, uint32_t* outLen) {
-  return zvrt::write_fixed<zvrt::Wide>(*ts, dst, dstChars, outLen);
+  return zvrt::write_fixed<zvrt::Wide>(zvrt::TimestampView(ts), dst, dstChars, outLen);
 }
 
 uint32_t ZVRTGetStringAFromTS(const ZVRTTS* ts, char* dst, int32_t dstSize, uint32_t* outLen) {
-  return zvrt::write_fixed<char>(*ts, dst, dstSize, outLen);
+  return zvrt::write_fixed<char>(zvrt::TimestampView(ts), dst, dstSize, outLen);
 }

@@ -200,5 +200,5 @@ class Formatter {
 
 uint32_t ZVRTTSToWVarcharSz(wchar_t* dst, int32_t dstChars, const FmtCode* model, const ZVRTTS* ts, DtKind kind,
                             uint32_t* outLen) {
-  return zvrt::format({reinterpret_cast<std::byte*>(dst), dstChars}, model, zvrt::TimestampView(*ts), kind, *outLen);
+  return zvrt::format({reinterpret_cast<std::byte*>(dst), dstChars}, model, zvrt::TimestampView(ts), kind, *outLen);
 }

@@ -15,9 +15,11 @@ namespace {
 constexpr std::size_t max_model_length = 32766;
 constexpr std::size_t usual_model = 127, usual_text = 511;
 
-// Tokenises the model and reads a date by `read`, which gets a field descriptor with the model.
+// Tokenises the model and reads a date by `read`, which gets a field descriptor with the model. The record may be at any
+// alignment.
 template <class Read>
-Status read_by_own_model(DateWithModel& date, Read read) {
+Status read_by_own_model(DateWithModel* record, Read read) {
+  const auto date = load<DateWithModel>(record);
   const std::size_t length = wcsnlen(date.modelText, max_model_length + 1);
   if (length > max_model_length) return ZVRT_RC_INVALID_FORMAT;
   Scratch<FmtCode, usual_model + 1> codes(length + 1);
@@ -32,7 +34,7 @@ Status read_by_own_model(DateWithModel& date, Read read) {
   field.dtFormat = &format;
   ZVRTTS ts;
   if (const Status status = read(ts, field); status != ZVRT_RC_OK) return status;
-  date.date = {ts.year, ts.month, ts.day};
+  store(record, 0, ZVRTDate{ts.year, ts.month, ts.day});  // its first member
   return ZVRT_RC_OK;
 }
 
@@ -41,14 +43,14 @@ Status read_by_own_model(DateWithModel& date, Read read) {
 }  // namespace zvrt
 
 uint32_t ZVRTDateCharToDate(const char* src, DateWithModel* date) {
-  return zvrt::read_by_own_model(*date, [src](ZVRTTS& ts, const FldDef& field) {
+  return zvrt::read_by_own_model(date, [src](ZVRTTS& ts, const FldDef& field) {
     uint32_t size = 0;
     return ZVRTCnvDateTimeSzToZVRTTS(src, nullptr, &ts, sizeof ts, &size, &field);
   });
 }
 
 uint32_t ZVRTUTF16DateCharToDate(const uint16_t* src, int32_t srcUnits, DateWithModel* date) {
-  return zvrt::read_by_own_model(*date, [src, srcUnits](ZVRTTS& ts, const FldDef& field) -> zvrt::Status {
+  return zvrt::read_by_own_model(date, [src, srcUnits](ZVRTTS& ts, const FldDef& field) -> zvrt::Status {
     // A character is one unit or two, so there is always capacity for the terminator.
     const auto units = static_cast<std::uint32_t>(std::max(srcUnits, 0));
     zvrt::Scratch<wchar_t, zvrt::usual_text + 1> wide(std::uint64_t{units} + 1);

@@ -295,7 +295,11 @@ class Parser {
 
 uint32_t ZVRTWVarcharSzToTS(const wchar_t* src, int32_t srcChars, const FmtCode* model, int32_t modelLen, ZVRTTS* ts,
                             [[maybe_unused]] DtKind kind) {
-  return zvrt::parse(src, srcChars, model, modelLen, *ts);
+  if (model == nullptr || modelLen <= 0) return ZVRT_RC_ERROR;
+  ZVRTTS parsed;
+  const zvrt::Status status = zvrt::parse(src, srcChars, model, modelLen, parsed);
+  zvrt::store(ts, 0, parsed);
+  return status;
 }
 
 uint32_t ZVRTGetNextCodePosInSourceW(const FmtCode** modelCursor, const wchar_t** textCursor, wchar_t* scratch) {

@@ -49,5 +49,48 @@ TEST(Validation, FindsTheFirstFieldOutOfRangeAmongThoseOfTheKind) {
   }
 }
 
+// A record as a caller may have it, in a row of bytes. The sanitizers report a read or a write that needs alignment.
+template <class Record>
+class Misaligned {
+ public:
+  explicit Misaligned(std::size_t offset, const Record& record = {}) : at_(bytes_ + offset) {
+    std::memcpy(at_, &record, sizeof record);
+  }
+  Record* get() { return static_cast<Record*>(at_); }
+  Record value() const {
+    Record record;
+    std::memcpy(&record, at_, sizeof record);
+    return record;
+  }
+
+ private:
+  alignas(16) unsigned char bytes_[sizeof(Record) + 16]{};
+  void* at_;
+};
+
+TEST(Records, AreReadAndWrittenAtAnyAlignment) {
+  const ZVRTTS noon = timestamp(2024, 2, 29, 12, 30, 59, 123456);
+  const Model model(L"%YYYY-%MM-%DD %HH24:%MI:%SS.%FFFFFF"), date_model(L"%DD.%MM.%YYYY");
+  ASSERT_EQ(model.status | date_model.status, 0U);
+  for (std::size_t offset = 0; offset < 8; ++offset) {
+    Misaligned<ZVRTTS> record(offset, noon), read(offset);
+    EXPECT_EQ(ZVRTValidateDateTime(record.get(), ZVRT_DT_TIMESTAMP), ZVRT_RC_OK);
+    wchar_t text[64] = {};
+    char narrow[64] = {};
+    std::uint32_t length = 0;
+    EXPECT_EQ(ZVRTTSToWVarcharSz(text, 64, model.codes.data(), record.get(), model.kind, &length), ZVRT_RC_OK);
+    EXPECT_EQ(ZVRTWVarcharSzToTS(text, 64, model.codes.data(), model.length(), read.get(), model.kind), ZVRT_RC_OK);
+    EXPECT_EQ(read.value(), noon) << testing::PrintToString(std::wstring(text));
+    EXPECT_EQ(ZVRTGetStringFromTS(record.get(), text, 64, &length), ZVRT_RC_OK);
+    EXPECT_EQ(std::wstring(text), L"29/02/2024 12:30:59:123456");
+    EXPECT_EQ(ZVRTGetStringAFromTS(record.get(), narrow, 64, &length), ZVRT_RC_OK);
+    EXPECT_EQ(std::string(narrow), "29/02/2024 12:30:59:123456");
+    Misaligned<DateWithModel> date(offset, {{}, date_model.text.c_str()});
+    EXPECT_EQ(ZVRTDateCharToDate("29.02.2024", date.get()), ZVRT_RC_OK);
+    EXPECT_EQ(date.value().date.day, 29);
+    EXPECT_EQ(date.value().date.year, 2024);
+  }
+}
+
 }  // namespace
 }  // namespace zvrt_test
