@@ -116,12 +116,12 @@ class LineReader {
 
   void free_line(const Cells& line, std::size_t first) {
     if (numbered_) first = first_code(line, std::max(first, indicator_at));
-    if (first == line.size() || is_comment(line, first)) return;
+    if (first == line.size() || line[first].c == '/' || is_comment(line, first, true)) return;
     add_code(part(line, first));
   }
 
   void fixed_line(const Cells& line, std::size_t first) {
-    if (first <= indicator_at && is_comment(line, first)) return;
+    if (first <= indicator_at && is_comment(line, first, false)) return;
     if (line.size() <= indicator_at) return;
     const char indicator = upper(line[indicator_at].c);
     const Cells text = part(line, indicator_at + 1, reading_ == Reading::wide ? line.size() : code_end);
@@ -140,15 +140,14 @@ class LineReader {
     const std::size_t start = first_code(text);
     if (start == text.size()) return;
     if (begins(text, start, ">>")) return directive(text, start);
-    if (is_comment(text, start)) return;
+    if (is_comment(text, start, true)) return;
     add_code(text);
   }
 
-  // A line that begins with an asterisk, in whatever column.
-  bool is_comment(const Cells& line, std::size_t first) {
-    if (line[first].c == '/' && (first == indicator_at || reading_ == Reading::free)) return true;
+  // A line that begins with an asterisk, in whatever column, unless it is where a picture is to come.
+  bool is_comment(const Cells& line, std::size_t first, bool in_text) {
     if (line[first].c != '*') return false;
-    if (!lines_.empty() && first > indicator_at && awaits_picture(lines_.back().code)) return false;
+    if (in_text && !lines_.empty() && awaits_picture(lines_.back().code)) return false;
     note_in(part(line, first));
     return true;
   }

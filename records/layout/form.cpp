@@ -56,9 +56,12 @@ class FormMaker {
     return true;
   }
 
+  // SYNC on an 01 entry is for every item of the record.
   void check_group(const Entry& entry, const Item& item) const {
     if (entry.picture)
       fail(entry.picture->place, item.name + " is a group and has a picture", "check the level numbers");
+    if (entry.synchronized && item.parent != nullptr)
+      fail(entry.place, item.name + " is a group and has SYNC", "write SYNC to its items, or to the 01 entry");
   }
 
   // The clause of the item itself, else of the nearest group around it.
@@ -88,6 +91,7 @@ class FormMaker {
       item.usage_word = "COMP-3";
     }
     settle_sign(entry, item);
+    settle_sync(item);
     item.length = length_of(entry, item);
   }
 
@@ -97,6 +101,7 @@ class FormMaker {
     item.usage_word = usage.word;
     item.is_signed = usage.is_signed;
     item.length = usage.bytes;
+    settle_sync(item);
     if (usage.usage == Usage::native || usage.usage == Usage::pointer || usage.usage == Usage::index)
       item.digits = usage.bytes == 1 ? 3 : usage.bytes == 2 ? 5 : usage.bytes == 4 ? 10 : usage.is_signed ? 19 : 20;
   }
@@ -107,6 +112,12 @@ class FormMaker {
     const bool dbcs = item.picture.category == Category::dbcs;
     item.usage = dbcs ? Usage::dbcs : Usage::national;
     item.usage_word = dbcs ? "DISPLAY-1" : "NATIONAL";
+  }
+
+  static void settle_sync(Item& item) {
+    const Item* root = &item;
+    while (root->parent != nullptr) root = root->parent;
+    item.synchronized = item.synchronized || root->synchronized;
   }
 
   // A group's clause is for the signed numbers in it. An item's own holds for edited pictures too, and makes a number
@@ -153,7 +164,7 @@ class FormMaker {
       case Usage::comp_x:
         if (category == Category::alphanumeric && is_size_of_bytes(item)) return item.picture.length;
         if (number && (item.usage == Usage::comp_x || item.usage_word == "COMP-N"))
-          return least_bytes(item.digits, item.is_signed);
+          return least_bytes(item.digits, false);
         if (number) return binary_bytes(item.digits, item.is_signed, sizes_);
         break;
       default: break;

@@ -93,7 +93,8 @@ class Placer {
     for (const auto& child : item.children) {
       if (child->is_renames()) continue;
       if (child->redefines != nullptr) {
-        greatest = std::max(greatest, place(*child, child->redefines->offset));
+        const std::size_t boundaries = place(*child, child->redefines->offset);
+        if (child->is_group()) greatest = std::max(greatest, boundaries);
       } else {
         const std::size_t over = end % boundary(*child);
         child->slack_before = over == 0 ? 0 : boundary(*child) - over;
