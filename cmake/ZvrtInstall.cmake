@@ -3,6 +3,7 @@
 # scripts/package.sh does in a build of its own, each becomes Debian packages; a plain install has no folder of Debian's.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
+include(ZvrtManPages)
 
 if(ZVRT_PACKAGES AND NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
   message(FATAL_ERROR "ZVRT_PACKAGES goes with CMAKE_INSTALL_PREFIX=/usr; scripts/package.sh sets both.")
@@ -142,13 +143,14 @@ zvrt_install_library(ZVRTDataCnvLib PACKAGE libzvrtdatacnvlib
   SUMMARY "exact, fast and safe conversion of database column values"
   DESCRIPTION "Text in six buffer kinds and any code page, integers, floating point, packed
 decimal, VARNUM, dates, times and timestamps under format models.")
-include(ZvrtManPages)
+zvrt_function_pages(ZVRTDataCnvLib libzvrtdatacnvlib_development)
 zvrt_install_library(ZVRTColumns PACKAGE libzvrtcolumns
   HEADERS include/ZVRTColumns.h
   DEPENDS ZVRTDataCnvLib
   SUMMARY "conversion of whole columns and records by plans"
   DESCRIPTION "One rule of conversion, made once and run over columns of values, exact to
 the last digit, with a status for each value that is refused.")
+zvrt_function_pages(ZVRTColumns libzvrtcolumns_development)
 
 if(ZVRT_PACKAGES)
   set(CPACK_GENERATOR DEB)

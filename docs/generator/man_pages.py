@@ -14,6 +14,8 @@ import sys
 import header
 import phrases
 
+OVERVIEWS = pathlib.Path(__file__).resolve().parent.parent / "man"
+
 
 def escaped(text: str) -> str:
     """Text that troff prints as it is."""
@@ -167,7 +169,10 @@ def page(of: header.Header, section: header.Section, function: header.Function, 
     siblings = [each.name for each in section.functions if each is not function][:6]
     others = [name for name in re.findall(r"\b(\w+)\(\)", function.comment.text + returns) if name in by_name]
     names = sorted({*siblings, *others} - {function.name})
-    lines += [".SH SEE ALSO", ",\n".join(f".BR {name} (3)" for name in [library, *names])]
+    if OVERVIEWS.joinpath(f"{library}.3").exists():
+        names.insert(0, library)
+    if names:
+        lines += [".SH SEE ALSO", ",\n".join(f".BR {name} (3)" for name in names)]
     return "\n".join(compact(lines)) + "\n"
 
 
