@@ -17,7 +17,7 @@ needed_demo=(g++ cmake make ninja-build pkg-config dpkg-dev file libicu-dev
   libcli11-dev libcsv-dev libfmt-dev libsqlite3-dev nlohmann-json3-dev unixodbc-dev python3:python3)
 useful_demo=()
 
-needed_test=("${needed_demo[@]}" libgtest-dev)
+needed_test=("${needed_demo[@]}" libgtest-dev libgmp-dev)
 useful_test=(gnucobol:cobc abigail-tools lintian locales clang libclang-rt-14-dev llvm doxygen man-db valgrind libc6-dbg)
 
 needed_lint=("${needed_test[@]}" clang clang-format:clang-format clang-tidy:clang-tidy shellcheck)
