@@ -18,10 +18,11 @@ Status fit(const Type& type, Decimal& number);
 // every value.
 template <class Store>
 void write_numbers(const Type& type, Block& block, Store store_number) {
+  const bool has_sign = !type.has(ZVRT_TYPE_UNSIGNED | ZVRT_TYPE_NO_SIGN);
   for_each(block, [&](std::int32_t i) {
     Decimal number = block.decimal[i];
     // Most numbers have the target's scale already.
-    const bool fits = number.scale == type.scale && number.tail == Tail::zero;
+    const bool fits = number.scale == type.scale && number.tail == Tail::zero && (has_sign || !number.negative);
     Status status = fits ? ZVRT_RC_OK : fit(type, number);
     if (status == ZVRT_RC_OK) status = store_number(i, number);
     if (status != ZVRT_RC_OK) [[unlikely]]
