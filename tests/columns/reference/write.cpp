@@ -40,8 +40,8 @@ bool fits_integer(const mpz_class& value, std::size_t size, bool is_signed) {
 
 Status write_integer(const ZVRTType& type, const mpz_class& value, std::string& slot) {
   const bool is_signed = type.kind != ZVRT_KIND_UINT;
-  if (!fits_integer(value, slot.size(), is_signed)) return ZVRT_RC_OUT_OF_RANGE;
   if (type.precision > 0 && count_digits(value) > type.precision) return ZVRT_RC_DIGITS_LOST;
+  if (!fits_integer(value, slot.size(), is_signed)) return ZVRT_RC_OUT_OF_RANGE;
   slot = integer_bytes(type, value, slot.size());
   return 0;
 }
@@ -59,8 +59,8 @@ Status write_packed(const ZVRTType& type, const mpz_class& value, std::string& s
   const std::size_t size = slot.size() * 2 - (has_sign ? 1 : 0);
   const std::optional<std::string> digits =
       fixed_digits(value, size, type.precision > 0 ? type.precision : static_cast<int>(size));
-  if (!digits) return ZVRT_RC_DIGITS_LOST;
   if (value < 0 && (is_unsigned || !has_sign)) return ZVRT_RC_INVALID_SIGN;
+  if (!digits) return ZVRT_RC_DIGITS_LOST;
   const std::string nibbles = *digits + (!has_sign ? "" : is_unsigned ? "?" : value < 0 ? "=" : "<");
   for (std::size_t i = 0; i < slot.size(); ++i) {
     slot[i] = static_cast<char>((nibbles[2 * i] - '0') << 4 | (nibbles[2 * i + 1] - '0'));
@@ -75,8 +75,8 @@ Status write_zoned(const ZVRTType& type, const mpz_class& value, std::string& sl
   const std::size_t size = slot.size() - (separate ? 1 : 0);
   const std::optional<std::string> digits =
       fixed_digits(value, size, type.precision > 0 ? type.precision : static_cast<int>(size));
-  if (!digits) return ZVRT_RC_DIGITS_LOST;
   if (value < 0 && is_unsigned) return ZVRT_RC_INVALID_SIGN;
+  if (!digits) return ZVRT_RC_DIGITS_LOST;
   std::string bytes;
   for (const char digit : *digits) bytes += static_cast<char>((ascii ? 0x30 : 0xF0) | (digit - '0'));
   const std::size_t at = leading ? 0 : bytes.size() - 1;
