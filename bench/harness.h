@@ -82,8 +82,11 @@ void run_and_report(bool every_time);
 
 // The families, each in its own source: they register their comparisons.
 void register_text();
+void register_counted();
+void register_transforms();
 void register_code_pages();
 void register_integers();
+void register_narrow_numbers();
 void register_floats();
 void register_timestamps();
 void register_decimals();

@@ -19,8 +19,11 @@ struct Family {
 
 constexpr Family families[] = {
     {"text", zvrt_bench::register_text},
+    {"counted", zvrt_bench::register_counted},
+    {"transforms", zvrt_bench::register_transforms},
     {"code_pages", zvrt_bench::register_code_pages},
     {"integers", zvrt_bench::register_integers},
+    {"narrow_numbers", zvrt_bench::register_narrow_numbers},
     {"floats", zvrt_bench::register_floats},
     {"timestamps", zvrt_bench::register_timestamps},
     {"decimals", zvrt_bench::register_decimals},

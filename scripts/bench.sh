@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Our time beside the fastest peer's, as ratios: scripts/bench.sh [--record] [family] [--benchmark_... flags]
 # With --record the rows go into docs/figures/bench-<level>.csv too, and without a family each runs in a process of its own.
-# Families: text, code_pages, integers, floats, timestamps, decimals; without one, all of them.
-# Peers are found by CMake; more of them with CMAKE_PREFIX_PATH in the environment. LEVEL=baseline, sse41 or avx2 in the
+# Families: text, counted, transforms, code_pages, integers, narrow_numbers, floats, timestamps, decimals; without one, all of them.
+# Peers are found by CMake; those that Debian lacks under the prefix ZVRT_BENCH_PEERS in the environment. LEVEL=baseline, sse41 or avx2 in the
 # environment is how fast we are on a lesser processor; simdutf is told to be on one, the other peers are not. Kernels of
 # ours for AVX2 there are none: that level differs in simdutf's.
 set -euo pipefail
@@ -24,10 +24,11 @@ case $level in
   *) export SIMDUTF_FORCE_IMPLEMENTATION=westmere ;;
 esac
 [ "$level" = avx512 ] || build="$build-$level"
-cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DZVRT_BUILD_BENCH=ON -DZVRT_HIGHEST_LEVEL="$level" >/dev/null
+cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DZVRT_BUILD_BENCH=ON \
+  -DZVRT_HIGHEST_LEVEL="$level" -DZVRT_BENCH_PEERS="${ZVRT_BENCH_PEERS:-}" >/dev/null
 cmake --build "$build" --target zvrt_bench >&2
 [ $record = yes ] || exec "$build/bench/zvrt_bench" "$@"
-families=(text code_pages integers floats timestamps decimals)
+families=(text counted transforms code_pages integers narrow_numbers floats timestamps decimals)
 if [ $# -gt 0 ] && [[ $1 != -* ]]; then
   families=("$1")
   shift
