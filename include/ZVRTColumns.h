@@ -371,6 +371,31 @@ typedef struct ZVRTPlan ZVRTPlan;
  *
  * VARNUM targets: digits after the twentieth pair count as a fraction, and so does a value below 1e-130.
  *
+ * **ZVRT_PLAN_AS_SINGLE_CALL** is for these pairs. Slot, status and length are those of the function, its quirks included;
+ * the length is written wherever the function writes its outLen, in the function's unit. ZVRT_RC_EMPTY_RESULT is no
+ * refusal. The types have no flags, precision or scale; a date's text has a model of the elements of
+ * ZVRTGetFormatCodes(). What a function would read beyond the slot is refused before: ZVRT_RC_NOT_TERMINATED,
+ * ZVRT_RC_INVALID_LENGTH.
+ *
+ * | From          | To                      | Function                                                        |
+ * |---------------|-------------------------|-----------------------------------------------------------------|
+ * | CHAR          | VARCHAR_SZ, WVARCHAR_SZ | ZVRTCnvCharToVarcharSz(), ZVRTCnvCharToWVarcharSz()             |
+ * | WCHAR         | VARCHAR_SZ, WVARCHAR_SZ | ZVRTCnvWCharToVarcharSz(), ZVRTCnvWCharToWVarcharSz()           |
+ * | VARCHAR       | VARCHAR_SZ, WVARCHAR_SZ | ZVRTCnvVarcharToVarcharSz(), ZVRTCnvVarcharToWVarcharSz()       |
+ * | WVARCHAR      | VARCHAR_SZ, WVARCHAR_SZ | ZVRTCnvWVarcharToVarcharSz(), ZVRTCnvWVarcharToWVarcharSz()     |
+ * | VARCHAR_SZ    | VARCHAR_SZ, WVARCHAR_SZ | ZVRTCnvVarcharSzToVarcharSz(), ZVRTCnvVarcharSzToWVarcharSz()   |
+ * | VARCHAR_SZ    | CHAR, WCHAR             | ZVRTCnvVarcharSzToChar(), ZVRTCnvVarcharSzToWChar()             |
+ * | VARCHAR_SZ    | VARCHAR, WVARCHAR       | ZVRTCnvVarcharSzToVarchar(), ZVRTCnvVarcharSzToWVarchar()       |
+ * | WVARCHAR_SZ   | VARCHAR_SZ, WVARCHAR_SZ | ZVRTCnvWVarcharSzToVarcharSz(), ZVRTCnvWVarcharSzToWVarcharSz() |
+ * | WVARCHAR_SZ   | CHAR, WCHAR             | ZVRTCnvWVarcharSzToChar(), ZVRTCnvWVarcharSzToWChar()           |
+ * | WVARCHAR_SZ   | VARCHAR, WVARCHAR       | ZVRTCnvWVarcharSzToVarchar(), ZVRTCnvWVarcharSzToWVarchar()     |
+ * | PACKED        | WVARCHAR_SZ             | ZVRTCnvDecPackedToWVarcharSz()                                  |
+ * | TIMESTAMP     | WVARCHAR_SZ, VARCHAR_SZ | ZVRTCnvZVRTTSToWVarcharSz(), ZVRTCnvZVRTTSToVarcharSz()         |
+ * | CHAR, VARCHAR | TIMESTAMP               | ZVRTCnvDateTimeCharToZVRTTS(), ZVRTCnvDateTimeVarcharToZVRTTS() |
+ * | VARCHAR_SZ    | TIMESTAMP               | ZVRTCnvDateTimeSzToZVRTTS()                                     |
+ * | WCHAR         | TIMESTAMP               | ZVRTCnvDateTimeWcharToZVRTTS()                                  |
+ * | WVARCHAR_SZ   | TIMESTAMP               | ZVRTCnvDateTimeWSzToZVRTTS()                                    |
+ *
  * Thread safety: plans may be made on several threads at once. Code pages must be initialised.
  *
  * @param from     What the values of the source are; copied, its model compiled.

@@ -114,8 +114,9 @@ void write_packed(const Type& type, Block& block) {
   const bool has_sign = !type.has(ZVRT_TYPE_NO_SIGN);
   const bool is_unsigned = type.has(ZVRT_TYPE_UNSIGNED);
   write_numbers(type, block, [&](std::int32_t i, const Decimal& number) {
-    if (!fits_digits(number.magnitude, type.precision)) return ZVRT_RC_DIGITS_LOST;
     const bool negative = number.negative && !number.magnitude.is_zero();
+    if (negative && (is_unsigned || !has_sign)) return ZVRT_RC_INVALID_SIGN;
+    if (!fits_digits(number.magnitude, type.precision)) return ZVRT_RC_DIGITS_LOST;
     write_nibbles(block.slot[i], type.length, is_unsigned ? 0xF : negative ? 0xD : 0xC, has_sign, number);
     return ZVRT_RC_OK;
   });

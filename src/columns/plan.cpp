@@ -230,6 +230,11 @@ std::unique_ptr<ZVRTPlan> make_plan(const ZVRTType& from, const ZVRTType& to, st
   std::unique_ptr<ZVRTPlan> plan(new (std::nothrow) ZVRTPlan);
   reason = {ZVRT_RC_NO_MEMORY, -1, "There is not enough memory for the plan."};
   if (plan == nullptr) return nullptr;
+  if ((options & ZVRT_PLAN_AS_SINGLE_CALL) != 0) {
+    if (options == ZVRT_PLAN_AS_SINGLE_CALL && open_single_call(from, to, *plan, reason)) return plan;
+    if (options != ZVRT_PLAN_AS_SINGLE_CALL) reason = {ZVRT_RC_INVALID_PAIR, -1, "No option goes with AS_SINGLE_CALL."};
+    return nullptr;
+  }
   if (open_side(from, Role::source, plan->from, reason) != ZVRT_RC_OK) return nullptr;
   if (open_side(to, Role::target, plan->to, reason) != ZVRT_RC_OK) return nullptr;
   const bool has_models =

@@ -8,6 +8,7 @@
 #include "columns/date_model.h"
 #include "columns/page.h"
 #include "columns/places.h"
+#include "columns/single_call.h"
 #include "columns/type.h"
 
 namespace zvrt::columns {
@@ -40,7 +41,8 @@ struct ZVRTPlan {
   std::uint32_t options = 0;
   zvrt::columns::Path path;
   zvrt::columns::Direct* direct = nullptr;  // null: the pair has none
-  bool is_check = false;                    // reads only
+  std::unique_ptr<zvrt::columns::SingleCall> single_call;
+  bool is_check = false;  // reads only
 };
 
 namespace zvrt::columns {

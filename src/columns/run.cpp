@@ -84,7 +84,8 @@ class Run {
   void report_block(bool is_plain) {
     Status all = ZVRT_RC_OK;
     for (std::int32_t i = 0; i < block_.count; ++i) all |= block_.status[i];
-    if (is_plain && all == ZVRT_RC_OK && !plan_.is_check) [[likely]] {
+    const bool is_usual = !plan_.is_check && plan_.single_call == nullptr;
+    if (is_plain && all == ZVRT_RC_OK && is_usual) [[likely]] {
       return report_good(rows_[0], block_.count, [this](std::int32_t i) { return block_.length[i]; });
     }
     for (std::int32_t i = 0; i < block_.count; ++i) report(i);
@@ -122,6 +123,7 @@ class Run {
       const std::int32_t i = block_.count++;
       rows_[i] = row;
       block_.status[i] = ZVRT_RC_OK;
+      block_.length[i] = -1;
       block_.slot[i] = to_.slot(row);
       const Content content = find_value(plan_.from.type, from_, row, block_.source[i], block_.status[i]);
       is_null_[i] = content == Content::null;
@@ -134,6 +136,7 @@ class Run {
     const std::int64_t row = rows_[i];
     if (is_null_[i]) block_.status[i] = pass_null(row, block_.slot[i]);
     const Status status = block_.status[i];
+    if (plan_.single_call != nullptr && !is_null_[i]) return report_single_call(i, row);
     if (to_.status.at != nullptr) store<Status>(to_.status.at + row * to_.status.stride, 0, status);
     if (status != ZVRT_RC_OK) [[unlikely]]
       return refuse(row, status, block_.length[i]);
@@ -141,6 +144,19 @@ class Run {
     tell_length(row, block_.length[i], 0);
     const Form form = plan_.to.type.form;
     if (block_.length[i] == 0 && (form == Form::text || form == Form::bytes)) ++outcome_.empty;
+  }
+
+  // A length is told whatever the status, where the function told one; an empty result is no refusal.
+  void report_single_call(std::int32_t i, std::int64_t row) {
+    const Status status = block_.status[i];
+    const std::int64_t length = block_.length[i];
+    if (to_.status.at != nullptr) store<Status>(to_.status.at + row * to_.status.stride, 0, status);
+    if (length >= 0) tell_length(row, length, status == ZVRT_RC_TRUNCATED ? length : 0);
+    if (status == ZVRT_RC_EMPTY_RESULT) {
+      ++outcome_.empty;
+    } else if (status != ZVRT_RC_OK) {
+      count_refused(row, status);
+    }
   }
 
   Status pass_null(std::int64_t row, std::byte* slot) {
@@ -162,6 +178,10 @@ class Run {
 
   void refuse(std::int64_t row, Status status, std::int64_t needed) {
     if (status == ZVRT_RC_TRUNCATED) tell_length(row, needed, needed);
+    count_refused(row, status);
+  }
+
+  void count_refused(std::int64_t row, Status status) {
     if (outcome_.refused++ > 0) return;
     outcome_.firstRefused = row;
     outcome_.firstStatus = status;

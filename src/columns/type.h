@@ -12,6 +12,7 @@
 namespace zvrt::columns {
 
 struct DateModel;
+struct SingleCall;
 
 // The canonical form that a kind is read into and written from.
 enum class Form : std::uint8_t { text, bytes, boolean, decimal, binary, moment };
@@ -37,7 +38,8 @@ struct Type {
   std::int32_t first_year = 0;
   Page page;  // of narrow text; also says what a blank is
   const DateModel* model = nullptr;
-  std::uint32_t options = 0;  // of the plan
+  const SingleCall* single_call = nullptr;  // of a target that is written by a function for single values
+  std::uint32_t options = 0;                // of the plan
   Rounding rounding = Rounding::exact;
 
   // Inlined, as kernels for other processors use it.

@@ -112,8 +112,9 @@ void read_zoned(const Type& type, Block& block) {
 void write_zoned(const Type& type, Block& block) {
   const Layout layout(type);
   write_numbers(type, block, [&](std::int32_t i, const Decimal& number) {
-    if (!fits_digits(number.magnitude, type.precision)) return ZVRT_RC_DIGITS_LOST;
     const bool negative = number.negative && !number.magnitude.is_zero();
+    if (negative && layout.is_unsigned) return ZVRT_RC_INVALID_SIGN;
+    if (!fits_digits(number.magnitude, type.precision)) return ZVRT_RC_DIGITS_LOST;
     write_field(layout, block.slot[i], number, negative);
     return ZVRT_RC_OK;
   });
