@@ -29,9 +29,16 @@ std::int32_t bytes_of(const Char* text) {
   return static_cast<std::int32_t>(std::char_traits<Char>::length(text) * sizeof(Char));
 }
 
+// The texts stay as long as what points into them.
 template <class Char>
-auto counted(const Set<const Char*>& texts) {
-  return rendered(texts, [](const Char* text) { return Counted<Char>{text, bytes_of(text)}; });
+Set<Counted<Char>> counted(const Set<const Char*>& texts) {
+  struct Fields {
+    Set<const Char*> texts;
+    std::vector<Counted<Char>> fields;
+  };
+  const auto all = std::make_shared<Fields>(Fields{texts, {}});
+  for (const Char* text : *texts) all->fields.push_back({text, bytes_of(text)});
+  return {all, &all->fields};
 }
 
 // The same texts, each after its 16-bit length.

@@ -218,7 +218,7 @@ std::u32string blank_text(std::size_t count) {
 // What each version does with a text that ends at a page: in place, and into a destination that ends at one.
 TEST(TextKernels, BlanksOfEveryLength) {
   Arena memory, target;
-  for (std::size_t count = 0; count <= 100; ++count) {
+  for (std::size_t count = 0; count <= 150; ++count) {
     for (int round = 0; round < 40; ++round) {
       const std::u32string text = blank_text(count);
       const std::u32string open = text.substr(0, text.find(U'\0'));
