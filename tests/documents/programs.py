@@ -20,7 +20,7 @@ def run(program: str, source: pathlib.Path, library: pathlib.Path, folder: str) 
     compiler = os.environ.get("CC", "cc")
     built = subprocess.run(
         [compiler, "-std=c11", "-Wall", "-Wextra", "-Werror", f"-I{source}/include", file, f"-L{library}",
-         "-lZVRTDataCnvLib", f"-Wl,-rpath,{library}", "-o", binary], text=True, capture_output=True)
+         "-lZVRTDataCnvLib", "-lZVRTColumns", f"-Wl,-rpath,{library}", "-o", binary], text=True, capture_output=True)
     if built.returncode != 0:
         return built.stderr
     done = subprocess.run([binary], text=True, capture_output=True, timeout=60)
