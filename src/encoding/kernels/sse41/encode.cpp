@@ -158,7 +158,7 @@ void store_pieces(char* dst, std::size_t count, const char* kept) {
 }
 
 // Up to sixteen bytes.
-void store_bytes(char* dst, std::size_t count, Block bytes) {
+void store_sixteen(char* dst, std::size_t count, Block bytes) {
   if (count < 4) return store_small(dst, count, bytes);
   alignas(block_bytes) char kept[block_bytes];
   store_block(kept, bytes);
@@ -269,7 +269,7 @@ ZVRT_INLINED Progress encode_prefix(const void* src, Source source, char* dst, s
       if (lengths.from_two != 0) {
         narrow(step, units, bytes, dst + written);
       } else {
-        store_bytes(dst + written, bytes, step.bytes);
+        store_sixteen(dst + written, bytes, step.bytes);
       }
     }
     written += bytes;

@@ -2,13 +2,12 @@
 // byte shuffles and stored in overlapping blocks. Whatever is longer, or does not fit, goes to the definitions.
 //
 // No inline function of a header is used that could be kept out of line: its one copy would serve older processors too.
-#include <smmintrin.h>
-
 #include <cstdint>
 #include <cstring>
 
 #include "numeric/decimal/decimal_kernels.h"
 #include "numeric/kernels/decimal_vectors.h"
+#include "simd/sse41.h"
 #include "support/read_ahead.h"
 #include "support/wraps.h"
 
@@ -16,35 +15,24 @@ namespace zvrt {
 
 namespace {
 
-using Block = __m128i;
+using namespace sse41;
 
-constexpr std::uint32_t block_bytes = 16;
 constexpr std::uint32_t header_bytes = varnum_header;
+constexpr std::uint32_t lanes = block_bytes;
 
 // Bytes 0 to 31.
-struct Bytes {
+struct TwoBlocks {
   Block low;
   Block high;
 };
 
-std::uint32_t min(std::uint32_t a, std::uint32_t b) { return a < b ? a : b; }
-std::uint32_t lowest(std::uint32_t bits) { return static_cast<std::uint32_t>(__builtin_ctz(bits)); }  // of at least one
-std::uint32_t highest(std::uint32_t bits) { return 31 - static_cast<std::uint32_t>(__builtin_clz(bits)); }
+Block all(const Bytes64& vector) { return load_block(vector.at); }
+using sse41::sign_bits;
+Mask sign_bits(const TwoBlocks& bytes) { return sse41::sign_bits(bytes.low) | sse41::sign_bits(bytes.high) << lanes; }
 
-Block all(const Bytes64& vector) { return _mm_load_si128(reinterpret_cast<const Block*>(vector.at)); }
-Block repeat(std::uint32_t byte) {
-  return _mm_shuffle_epi8(_mm_cvtsi32_si128(static_cast<int>(byte)), _mm_setzero_si128());
-}
-std::uint32_t bits_of(Block signs) { return static_cast<std::uint32_t>(_mm_movemask_epi8(signs)); }
-std::uint32_t bits_of(Block low, Block high) { return bits_of(low) | bits_of(high) << block_bytes; }
-
-// Shuffles that take the bytes from an index on, zeros where there are none; the index is one from -48 to 48.
-Block shift_by(std::int32_t index) {
-  return _mm_loadu_si128(reinterpret_cast<const Block*>(decimal_shifts.at + DecimalShifts::origin + index));
-}
-Block window(const Bytes& bytes, std::int32_t index) {
-  return _mm_or_si128(_mm_shuffle_epi8(bytes.low, shift_by(index)),
-                      _mm_shuffle_epi8(bytes.high, shift_by(index - static_cast<std::int32_t>(block_bytes))));
+// Sixteen bytes from an index on, -32 to 32; zeros where there are none.
+Block window(const TwoBlocks& bytes, std::int32_t index) {
+  return _mm_or_si128(shift_down(bytes.low, index), shift_down(bytes.high, index - 16));
 }
 
 template <class Value>
@@ -58,46 +46,16 @@ void put(void* at, std::uint32_t offset, Value value) {
   std::memcpy(static_cast<char*>(at) + offset, &value, sizeof value);
 }
 
-// 1 to 8 bytes, zeros behind them.
-std::uint64_t load_some(const void* at, std::uint32_t bytes) {
-  if (bytes >= 4) return get<std::uint32_t>(at) | std::uint64_t{get<std::uint32_t>(at, bytes - 4)} << (bytes - 4) * 8;
-  return get<std::uint8_t>(at) | std::uint64_t{get<std::uint8_t>(at, bytes / 2)} << bytes / 2 * 8 |
-         std::uint64_t{get<std::uint8_t>(at, bytes - 1)} << (bytes - 1) * 8;
-}
-
-// 1 to 16 bytes, zeros behind them.
-Block load_exactly(const void* at, std::uint32_t bytes) {
-  if (bytes <= 8) return _mm_cvtsi64_si128(static_cast<long long>(load_some(at, bytes)));
-  const auto upper = get<std::uint64_t>(at, bytes - 8) >> (block_bytes - bytes) * 8;
-  return _mm_insert_epi64(_mm_cvtsi64_si128(get<long long>(at)), static_cast<long long>(upper), 1);
-}
-
-// The first 1 to 16 bytes of a block.
-void store_exactly(void* at, std::uint32_t bytes, Block block) {
-  const auto front = static_cast<std::uint64_t>(_mm_cvtsi128_si64(block));
-  if (bytes >= 8) {
-    put(at, 0, front);
-    put(at, bytes - 8, _mm_cvtsi128_si64(_mm_shuffle_epi8(block, shift_by(static_cast<std::int32_t>(bytes) - 8))));
-  } else if (bytes >= 4) {
-    put(at, 0, static_cast<std::uint32_t>(front));
-    put(at, bytes - 4, static_cast<std::uint32_t>(front >> (bytes - 4) * 8));
-  } else {
-    put(at, 0, static_cast<std::uint8_t>(front));
-    put(at, bytes / 2, static_cast<std::uint8_t>(front >> bytes / 2 * 8));
-    put(at, bytes - 1, static_cast<std::uint8_t>(front >> (bytes - 1) * 8));
-  }
-}
-
 // Stores 1 to 16 characters as wide text: in fours, the last of which covers what others have stored.
-void store_block(void* dst, std::uint32_t count, Block characters) {
+void store_wide(void* dst, std::uint32_t count, Block characters) {
   if (count >= 4) {
     const std::uint32_t last = count - 4;
     const auto four = [&](std::uint32_t from) {
       const std::uint32_t index = min(from, last);
-      const Block shifted = _mm_shuffle_epi8(characters, shift_by(static_cast<std::int32_t>(index)));
+      const Block shifted = shift_down(characters, static_cast<std::int32_t>(index));
       _mm_storeu_si128(reinterpret_cast<Block*>(static_cast<char*>(dst) + index * 4), _mm_cvtepu8_epi32(shifted));
     };
-    for (std::uint32_t from = 0; from < block_bytes; from += 4) four(from);
+    for (std::uint32_t from = 0; from < lanes; from += 4) four(from);
   } else {
     const auto front = static_cast<std::uint32_t>(_mm_cvtsi128_si32(characters));
     const auto one = [&](std::uint32_t index) { put<Wide>(dst, index * 4, front >> index * 8 & 0xFF); };
@@ -113,7 +71,7 @@ void store_few(void* dst, std::uint32_t count, Block characters) {
   const std::uint32_t last = count - (count > 1 ? 2 : 1);
   for (std::uint32_t from = 0; from < 10; from += 2) {
     const std::uint32_t index = min(from, last);
-    const Block shifted = _mm_shuffle_epi8(characters, shift_by(static_cast<std::int32_t>(index)));
+    const Block shifted = shift_down(characters, static_cast<std::int32_t>(index));
     put(dst, index * 4, _mm_cvtsi128_si64(_mm_cvtepu8_epi32(shifted)));
   }
 }
@@ -135,34 +93,33 @@ Packed left_text(const void* text, std::uint8_t* field, std::int32_t size) {
 // Stores 1 to 32 characters as units, of which the first sixteen stand in `low`; `high` gives the others.
 template <class Unit, class High>
 void store_text(void* dst, std::uint32_t count, Block low, High high) {
-  char* const more = static_cast<char*>(dst) + block_bytes * sizeof(Unit);
+  char* const more = static_cast<char*>(dst) + lanes * sizeof(Unit);
   if constexpr (sizeof(Unit) == 1) {
-    store_exactly(dst, min(count, block_bytes), low);
-    if (count > block_bytes) store_exactly(more, count - block_bytes, high());
+    store_bytes(dst, min(count, lanes), low);
+    if (count > lanes) store_bytes(more, count - lanes, high());
   } else {
-    store_block(dst, min(count, block_bytes), low);
-    if (count > block_bytes) store_block(more, count - block_bytes, high());
+    store_wide(dst, min(count, lanes), low);
+    if (count > lanes) store_wide(more, count - lanes, high());
   }
 }
 
 template <class Unit>
 ZVRT_WRAPS Rendered render_packed_41(const std::uint8_t* field, std::int64_t bytes, void* dst, std::int32_t capacity) {
-  if (bytes < 1 || bytes > static_cast<std::int64_t>(block_bytes))
-    return left_packed<Unit>(field, bytes, dst, capacity);
+  if (bytes < 1 || bytes > static_cast<std::int64_t>(lanes)) return left_packed<Unit>(field, bytes, dst, capacity);
   const auto size = static_cast<std::uint32_t>(bytes);
-  const Block pairs = load_exactly(field, size);
+  const Block pairs = load_bytes(field, size);
   const Block upper = _mm_and_si128(_mm_srli_epi16(pairs, 4), all(decimal_vectors.low_halves));
   const Block lower = _mm_and_si128(pairs, all(decimal_vectors.low_halves));
-  const Bytes halves = {_mm_unpacklo_epi8(upper, lower), _mm_unpackhi_epi8(upper, lower)};
+  const TwoBlocks halves = {_mm_unpacklo_epi8(upper, lower), _mm_unpackhi_epi8(upper, lower)};
   // The sign's place ends the digits, the last leading zero at the latest.
   const std::uint32_t digits = 2 * size - 1;
   const std::uint32_t end = 1U << digits;
   const Block nines = all(decimal_vectors.nines);
   const Block nothing = _mm_setzero_si128();
   const std::uint32_t stop =
-      lowest(bits_of(_mm_cmpgt_epi8(halves.low, nines), _mm_cmpgt_epi8(halves.high, nines)) | end);
+      lowest_bit(sign_bits(TwoBlocks{_mm_cmpgt_epi8(halves.low, nines), _mm_cmpgt_epi8(halves.high, nines)}) | end);
   const std::uint32_t start =
-      lowest(bits_of(_mm_cmpgt_epi8(halves.low, nothing), _mm_cmpgt_epi8(halves.high, nothing)) | end);
+      lowest_bit(sign_bits(TwoBlocks{_mm_cmpgt_epi8(halves.low, nothing), _mm_cmpgt_epi8(halves.high, nothing)}) | end);
   // As arithmetic: compilers make a branch of a comparison, and signs cannot be foretold.
   const std::uint32_t negative = (((field[size - 1] & 0xFU) ^ 0xDU) - 1) >> 31;
   const std::uint32_t count = stop - start;
@@ -181,21 +138,19 @@ ZVRT_WRAPS Rendered render_packed_41(const std::uint8_t* field, std::int64_t byt
   if (sizeof(Unit) == 4 && size <= 5) {
     store_few(out, count, text);
   } else {
-    store_text<Unit>(out, count, text, [&] {
-      return _mm_add_epi8(window(halves, from + static_cast<std::int32_t>(block_bytes)), zeros);
-    });
+    store_text<Unit>(out, count, text,
+                     [&] { return _mm_add_epi8(window(halves, from + static_cast<std::int32_t>(lanes)), zeros); });
   }
   put(dst, length * static_cast<std::uint32_t>(sizeof(Unit)), Unit{0});
   return {length, stop < digits ? ZVRT_RC_ERROR : ZVRT_RC_OK};
 }
 
-// A text's length is not known before it is read, and the next page need not be there: no load goes on into it. (The
-// sanitizers know no pages.)
+// A block within the page of the text's start, which sanitizers would report beyond the text's end.
 __attribute__((no_sanitize("address", "thread"))) Block load_unchecked(const void* text, std::uint32_t offset) {
   return _mm_loadu_si128(reinterpret_cast<const Block*>(static_cast<const char*>(text) + offset));
 }
 
-// Sixteen characters as bytes, 0xFF for what is none.
+// Sixteen characters as bytes, FF for those above.
 template <class Unit>
 Block load_characters(const void* text) {
   if constexpr (sizeof(Unit) == 1) {
@@ -209,26 +164,26 @@ Block load_characters(const void* text) {
 
 // Loads a text into bytes, if it ends within 32 of them in this page, and returns its zero bytes.
 template <class Unit>
-std::uint32_t load_text(const void* text, Bytes& bytes) {
-  if (!is_within_page(text, 2 * block_bytes * sizeof(Unit))) return 0;
+std::uint32_t load_text(const void* text, TwoBlocks& bytes) {
+  if (!is_within_page(text, 2 * lanes * sizeof(Unit))) return 0;
   const Block nothing = _mm_setzero_si128();
   bytes.low = load_characters<Unit>(text);
   bytes.high = nothing;
-  const std::uint32_t ends = bits_of(_mm_cmpeq_epi8(bytes.low, nothing));
+  const std::uint32_t ends = sign_bits(_mm_cmpeq_epi8(bytes.low, nothing));
   if (ends != 0) return ends;
-  bytes.high = load_characters<Unit>(static_cast<const char*>(text) + block_bytes * sizeof(Unit));
-  return bits_of(_mm_cmpeq_epi8(bytes.high, nothing)) << block_bytes;
+  bytes.high = load_characters<Unit>(static_cast<const char*>(text) + lanes * sizeof(Unit));
+  return sign_bits(_mm_cmpeq_epi8(bytes.high, nothing)) << lanes;
 }
 
 template <class Unit>
 ZVRT_WRAPS Packed pack_text_41(const void* text, std::uint8_t* field, std::int32_t size) {
-  if (size < 1 || size > static_cast<std::int32_t>(block_bytes)) return left_text<Unit>(text, field, size);
-  Bytes bytes;
+  if (size < 1 || size > static_cast<std::int32_t>(lanes)) return left_text<Unit>(text, field, size);
+  TwoBlocks bytes;
   const std::uint32_t ends = load_text<Unit>(text, bytes);
   // Only bytes below 0x80 are sure to be whole characters.
   const std::uint32_t inside = ~ends & (ends - 1);
-  if (ends == 0 || (bits_of(bytes.low, bytes.high) & inside) != 0) return left_text<Unit>(text, field, size);
-  const std::uint32_t length = lowest(ends);
+  if (ends == 0 || (sign_bits(bytes) & inside) != 0) return left_text<Unit>(text, field, size);
+  const std::uint32_t length = lowest_bit(ends);
   const std::uint32_t negative = get<Unit>(text) == '-' ? 1 : 0;
   const std::uint32_t count = length - negative;
   const std::int32_t sign_at = 2 * size - 1;
@@ -240,32 +195,31 @@ ZVRT_WRAPS Packed pack_text_41(const void* text, std::uint8_t* field, std::int32
   const Block low_halves = all(decimal_vectors.low_halves);
   const Block weights = all(decimal_vectors.by_16_and_1);
   const Block low = _mm_maddubs_epi16(_mm_and_si128(window(bytes, from), low_halves), weights);
-  const Block high = _mm_maddubs_epi16(
-      _mm_and_si128(window(bytes, from + static_cast<std::int32_t>(block_bytes)), low_halves), weights);
-  const Block sign = _mm_shuffle_epi8(_mm_cvtsi32_si128(static_cast<int>(0xC + negative)), shift_by(1 - size));
-  store_exactly(field, static_cast<std::uint32_t>(size), _mm_add_epi8(_mm_packus_epi16(low, high), sign));
+  const Block high =
+      _mm_maddubs_epi16(_mm_and_si128(window(bytes, from + static_cast<std::int32_t>(lanes)), low_halves), weights);
+  const Block sign = shift_down(_mm_cvtsi32_si128(static_cast<int>(0xC + negative)), 1 - size);
+  store_bytes(field, static_cast<std::uint32_t>(size), _mm_add_epi8(_mm_packus_epi16(low, high), sign));
   return {count, static_cast<std::uint32_t>(size)};
 }
 
 // The bytes before `index` of one window and those behind it of the window one byte before.
-Block split_window(const Bytes& bytes, std::int32_t from, std::uint32_t index) {
-  const Block after_point = _mm_cmpgt_epi8(all(decimal_vectors.positions), repeat(index));
+Block split_window(const TwoBlocks& bytes, std::int32_t from, std::uint32_t index) {
+  const Block after_point = _mm_cmpgt_epi8(all(decimal_vectors.positions), repeat_of(index));
   return _mm_blendv_epi8(window(bytes, from), window(bytes, from - 1), after_point);
 }
 
 template <class Unit>
 ZVRT_WRAPS Rendered render_varnum_41(const std::uint8_t* value, void* dst, std::int32_t capacity) {
   const std::uint32_t count = value[0] - 1U;
-  if (count < 1 || count > block_bytes || value[1] < positive_exponent - 1)
-    return left_varnum<Unit>(value, dst, capacity);
-  const Block mantissa = load_exactly(value + header_bytes, count);
+  if (count < 1 || count > lanes || value[1] < positive_exponent - 1) return left_varnum<Unit>(value, dst, capacity);
+  const Block mantissa = load_bytes(value + header_bytes, count);
   const Block ones = all(decimal_vectors.ones);
   const Block digits = _mm_sub_epi8(mantissa, ones);
   const Block valid = _mm_cmpeq_epi8(digits, _mm_min_epu8(digits, all(decimal_vectors.ninety_nines)));
-  if ((~bits_of(valid) & ((1U << count) - 1)) != 0) return {0, ZVRT_RC_ERROR};
+  if ((~sign_bits(valid) & ((1U << count) - 1)) != 0) return {0, ZVRT_RC_ERROR};
   const VarnumText layout = lay_out(value);
   const auto length = static_cast<std::uint32_t>(layout.length);
-  if (layout.length >= capacity || length > 2 * block_bytes) return left_varnum<Unit>(value, dst, capacity);
+  if (layout.length >= capacity || length > 2 * lanes) return left_varnum<Unit>(value, dst, capacity);
 
   // Tens below, ones above: digit << 8 less ten times the tens there, and the tens once. Behind the mantissa are zeros.
   const Block zeros = all(decimal_vectors.zeros);
@@ -276,11 +230,11 @@ ZVRT_WRAPS Rendered render_varnum_41(const std::uint8_t* value, void* dst, std::
     return _mm_add_epi8(pairs, zeros);
   };
   const Block kept = _mm_subs_epu8(mantissa, ones);
-  const Bytes text = {characters(_mm_cvtepu8_epi16(kept)), characters(_mm_cvtepu8_epi16(_mm_srli_si128(kept, 8)))};
+  const TwoBlocks text = {characters(_mm_cvtepu8_epi16(kept)), characters(_mm_cvtepu8_epi16(_mm_srli_si128(kept, 8)))};
   // Without a fraction the point stands where the text ends.
   const auto point = static_cast<std::uint32_t>(layout.point);
   store_text<Unit>(dst, length, split_window(text, layout.skipped, point), [&] {
-    return split_window(text, layout.skipped + static_cast<std::int32_t>(block_bytes), point - block_bytes);
+    return split_window(text, layout.skipped + static_cast<std::int32_t>(lanes), point - lanes);
   });
   put(dst, point * static_cast<std::uint32_t>(sizeof(Unit)), Unit{'.'});
   put(dst, length * static_cast<std::uint32_t>(sizeof(Unit)), Unit{0});
@@ -289,52 +243,53 @@ ZVRT_WRAPS Rendered render_varnum_41(const std::uint8_t* value, void* dst, std::
 
 template <class Unit>
 ZVRT_WRAPS EncodedVarnum encode_varnum_41(const void* text, std::uint8_t* dst, std::int32_t capacity) {
-  Bytes bytes;
+  TwoBlocks bytes;
   const std::uint32_t ends = load_text<Unit>(text, bytes);
   if (ends == 0) return encode_varnum<Unit>(text, dst, capacity);
-  const std::uint32_t length = lowest(ends);
+  const std::uint32_t length = lowest_bit(ends);
   const std::uint32_t inside = ~ends & (ends - 1);
   const Block zeros = all(decimal_vectors.zeros);
   const Block nines = all(decimal_vectors.nines);
   const Block dots = all(decimal_vectors.points);
-  Bytes values = {_mm_sub_epi8(bytes.low, zeros), _mm_sub_epi8(bytes.high, zeros)};
-  const std::uint32_t digits = bits_of(_mm_cmpeq_epi8(values.low, _mm_min_epu8(values.low, nines)),
-                                       _mm_cmpeq_epi8(values.high, _mm_min_epu8(values.high, nines)));
-  const std::uint32_t points = bits_of(_mm_cmpeq_epi8(bytes.low, dots), _mm_cmpeq_epi8(bytes.high, dots)) & inside;
+  TwoBlocks values = {_mm_sub_epi8(bytes.low, zeros), _mm_sub_epi8(bytes.high, zeros)};
+  const std::uint32_t digits = sign_bits(TwoBlocks{_mm_cmpeq_epi8(values.low, _mm_min_epu8(values.low, nines)),
+                                                   _mm_cmpeq_epi8(values.high, _mm_min_epu8(values.high, nines))});
+  const std::uint32_t points =
+      sign_bits(TwoBlocks{_mm_cmpeq_epi8(bytes.low, dots), _mm_cmpeq_epi8(bytes.high, dots)}) & inside;
   const std::uint32_t nonzero =
-      ~bits_of(_mm_cmpeq_epi8(bytes.low, zeros), _mm_cmpeq_epi8(bytes.high, zeros)) & inside & ~points;
+      ~sign_bits(TwoBlocks{_mm_cmpeq_epi8(bytes.low, zeros), _mm_cmpeq_epi8(bytes.high, zeros)}) & inside & ~points;
   if (((digits & inside) | points) != inside || (points & (points - 1)) != 0) return {length, 0};
   if (nonzero == 0) return encode_varnum<Unit>(text, dst, capacity);
 
   // Positions among the digits: the point's is the number of digits before it.
-  const std::uint32_t point = lowest(points | (inside + 1));
+  const std::uint32_t point = lowest_bit(points | (inside + 1));
   const auto digit_at = [point](std::uint32_t index) { return index - (index > point ? 1 : 0); };
-  const std::uint32_t leading = digit_at(lowest(nonzero));
-  const std::uint32_t last = digit_at(highest(nonzero));
+  const std::uint32_t leading = digit_at(lowest_bit(nonzero));
+  const std::uint32_t last = digit_at(highest_bit(nonzero));
   // The pair of the first digit that is not zero goes behind the header, the point falls between two pairs: that digit
   // is the lower one of its pair when the digits from it to the point are an odd number.
   const std::uint32_t lower = (leading + point) % 2;
   const std::uint32_t shift = 2 * header_bytes + lower - leading;
-  if (last + shift >= 2 * block_bytes) return encode_varnum<Unit>(text, dst, capacity);
+  if (last + shift >= 2 * lanes) return encode_varnum<Unit>(text, dst, capacity);
   const std::uint32_t size = (last + shift) / 2 + 1;
   if (static_cast<std::int32_t>(size) > capacity) return {length, static_cast<std::int32_t>(size)};
 
-  const Block end = repeat(length);
+  const Block end = repeat_of(length);
   values.low = _mm_and_si128(values.low, _mm_cmpgt_epi8(end, all(decimal_vectors.positions)));
   values.high = _mm_and_si128(
       values.high, _mm_cmpgt_epi8(_mm_sub_epi8(end, all(decimal_vectors.sixteens)), all(decimal_vectors.positions)));
   // Digits behind the point move up over it.
   const auto compressed = [&](std::uint32_t part) {
     const std::int32_t from = static_cast<std::int32_t>(part) - static_cast<std::int32_t>(shift);
-    const Block straight = _mm_add_epi8(all(decimal_vectors.positions), repeat(static_cast<std::uint32_t>(from)));
-    const Block before = _mm_cmpgt_epi8(repeat(point), straight);
+    const Block straight = _mm_add_epi8(all(decimal_vectors.positions), repeat_of(static_cast<std::uint32_t>(from)));
+    const Block before = _mm_cmpgt_epi8(repeat_of(point), straight);
     return _mm_blendv_epi8(window(values, from + 1), window(values, from), before);
   };
   const Block weights = all(decimal_vectors.by_10_and_1);
   const Block pairs =
-      _mm_packus_epi16(_mm_maddubs_epi16(compressed(0), weights), _mm_maddubs_epi16(compressed(block_bytes), weights));
+      _mm_packus_epi16(_mm_maddubs_epi16(compressed(0), weights), _mm_maddubs_epi16(compressed(lanes), weights));
   const std::int32_t exponent = positive_exponent - 1 + static_cast<std::int32_t>(point + lower - leading) / 2;
-  store_exactly(dst, size, _mm_add_epi8(pairs, all(decimal_vectors.ones)));
+  store_bytes(dst, size, _mm_add_epi8(pairs, all(decimal_vectors.ones)));
   put(dst, 0, static_cast<std::uint16_t>((size - 1) | static_cast<std::uint32_t>(exponent) << 8));
   return {length, static_cast<std::int32_t>(size)};
 }

@@ -1,13 +1,11 @@
 // Integers by SSE4.1: sixteen digits at once. What has more of them, or too little to fill a block, is left to the
 // definition.
-#include <smmintrin.h>
-
 #include <cstddef>
 #include <cstdint>
 
 #include "numeric/integer/integers.h"
-#include "numeric/kernels/sse41/digits.h"
 #include "simd/sse2.h"
+#include "simd/sse41.h"
 #include "support/read_ahead.h"
 #include "support/wraps.h"
 
@@ -15,38 +13,23 @@ namespace zvrt {
 
 namespace {
 
+using namespace sse41;
+
 constexpr std::uint64_t ten_million = 10'000'000;
 constexpr std::uint64_t hundred_million = 100'000'000;
-
-__m128i load_vector(const void* at) { return _mm_loadu_si128(static_cast<const __m128i*>(at)); }
-
-std::int32_t min(std::int32_t a, std::int32_t b) { return a < b ? a : b; }
-
-// Windows on sixteen bytes for a shuffle, from sixteen of them earlier to 32 later; outside there is zero.
-struct Windows {
-  std::uint8_t before[16];
-  std::uint8_t bytes[48];
-};
-
-constexpr Windows windows = [] {
-  Windows all{};
-  for (std::uint8_t& byte : all.before) byte = 0x80;
-  for (unsigned at = 0; at < 48; ++at) all.bytes[at] = static_cast<std::uint8_t>(at < 16 ? at : 0x80);
-  return all;
-}();
 
 // ---- writing -------------------------------------------------------------------------------------------------------
 
 // The characters of a number below 10^8, zeros following them.
-__m128i eight_digits(std::uint64_t number) {
+Block eight_digits(std::uint64_t number) {
   const std::uint64_t upper = number / 10'000;
   const std::uint64_t quads = upper | (number - upper * 10'000) << 32;
-  const __m128i zeros = _mm_set_epi64x(0, 0x3030303030303030);
+  const Block zeros = _mm_set_epi64x(0, 0x3030303030303030);
   return _mm_or_si128(sse2::split_quads(_mm_cvtsi64_si128(static_cast<long long>(quads))), zeros);
 }
 
 // The characters of a number below 10^16.
-__m128i sixteen_digits(std::uint64_t number) {
+Block sixteen_digits(std::uint64_t number) {
   const std::uint64_t upper = number / hundred_million;
   return sse2::digit_characters(sse2::sixteen_digits(upper, number - upper * hundred_million));
 }
@@ -56,7 +39,7 @@ __m128i sixteen_digits(std::uint64_t number) {
 template <std::int32_t digits, std::int32_t max_lanes, std::int32_t piece>
 [[gnu::always_inline]] inline std::int32_t write_digits(std::uint64_t magnitude, bool negative, void* dst,
                                                         std::int32_t capacity) {
-  const __m128i characters = digits == 8 ? eight_digits(magnitude) : sixteen_digits(magnitude);
+  const Block characters = digits == 8 ? eight_digits(magnitude) : sixteen_digits(magnitude);
   const std::int32_t count = count_digits(magnitude);  // beside the digits, not waiting for them
   const std::int32_t sign = negative ? 1 : 0;
   const std::int32_t lanes = min(count + 1, capacity - sign);
@@ -64,14 +47,15 @@ template <std::int32_t digits, std::int32_t max_lanes, std::int32_t piece>
     return write_decimal(magnitude, negative, dst, capacity);
   store(dst, 0, Wide{'-'});  // stays if there is a sign
   auto* const out = static_cast<std::byte*>(dst) + sign * 4;
-  const std::uint8_t* const window = windows.bytes + digits - count;
-  for (std::int32_t at = 0; at < max_lanes; at += piece) {
-    const std::int32_t from = min(at, lanes - piece);
-    const __m128i bytes = _mm_cvtepu8_epi32(_mm_shuffle_epi8(characters, load_vector(window + from)));
+  const std::ptrdiff_t skipped = digits - std::ptrdiff_t{count};
+  const std::ptrdiff_t last = lanes - piece;
+  for (std::ptrdiff_t at = 0; at < max_lanes; at += piece) {
+    const std::ptrdiff_t from = min(at, last);
+    const Block bytes = _mm_cvtepu8_epi32(shift_down(characters, skipped + from));
     if constexpr (piece == 4) {
-      _mm_storeu_si128(reinterpret_cast<__m128i*>(out + from * 4), bytes);
+      _mm_storeu_si128(reinterpret_cast<Block*>(out + from * 4), bytes);
     } else {
-      _mm_storel_epi64(reinterpret_cast<__m128i*>(out + from * 4), bytes);
+      _mm_storel_epi64(reinterpret_cast<Block*>(out + from * 4), bytes);
     }
   }
   return count + sign;
@@ -79,15 +63,15 @@ template <std::int32_t digits, std::int32_t max_lanes, std::int32_t piece>
 
 // Writes the digits from `digits` - `count` on as bytes, and a zero, in pieces of two or eight that may overlap; there are
 // at least as many bytes to write as a piece has.
-template <std::int32_t digits, std::int32_t most, std::int32_t piece>
-[[gnu::always_inline]] inline void store_bytes(__m128i characters, std::int32_t count, char* out) {
-  const std::uint8_t* const window = windows.bytes + digits - count;
-  const std::int32_t last = count + 1 - piece;
-  for (std::int32_t at = 0; at < most; at += piece) {
-    const std::int32_t from = min(at, last);
-    const __m128i bytes = _mm_shuffle_epi8(characters, load_vector(window + from));
+template <std::int32_t digits, std::int32_t max_bytes, std::int32_t piece>
+[[gnu::always_inline]] inline void store_digits(Block characters, std::int32_t count, char* out) {
+  const std::ptrdiff_t skipped = digits - std::ptrdiff_t{count};
+  const std::ptrdiff_t last = std::ptrdiff_t{count} + 1 - piece;
+  for (std::ptrdiff_t at = 0; at < max_bytes; at += piece) {
+    const std::ptrdiff_t from = min(at, last);
+    const Block bytes = shift_down(characters, skipped + from);
     if constexpr (piece == 8) {
-      _mm_storel_epi64(reinterpret_cast<__m128i*>(out + from), bytes);
+      _mm_storel_epi64(reinterpret_cast<Block*>(out + from), bytes);
     } else {
       store(out + from, 0, static_cast<std::uint16_t>(_mm_cvtsi128_si32(bytes)));
     }
@@ -97,20 +81,20 @@ template <std::int32_t digits, std::int32_t most, std::int32_t piece>
 // ---- reading -------------------------------------------------------------------------------------------------------
 
 // Eight characters less zero, saturated, so that what is not a digit stays none.
-__m128i eight_characters(const std::byte* text) {
-  const __m128i zero = _mm_set1_epi32('0');
-  return _mm_packs_epi32(_mm_sub_epi32(load_vector(text), zero), _mm_sub_epi32(load_vector(text + 16), zero));
+Block eight_characters(const std::byte* text) {
+  const Block zero = _mm_set1_epi32('0');
+  return _mm_packs_epi32(_mm_sub_epi32(load_block(text), zero), _mm_sub_epi32(load_block(text + 16), zero));
 }
 
 // How many of sixteen bytes are digits before the first that is none.
-std::int32_t count_leading_digits(__m128i bytes) {
-  const __m128i others = _mm_cmpeq_epi8(_mm_max_epu8(bytes, _mm_set1_epi8(10)), bytes);
+std::int32_t count_leading_digits(Block bytes) {
+  const Block others = _mm_cmpeq_epi8(_mm_max_epu8(bytes, _mm_set1_epi8(10)), bytes);
   return __builtin_ctz(static_cast<unsigned>(_mm_movemask_epi8(others)) | 1U << 16);
 }
 
 // The number that the first so many digits make.
-std::uint64_t join_leading_digits(__m128i digits, std::int32_t count) {
-  return sse41::join_digits(_mm_shuffle_epi8(digits, load_vector(windows.before + count)));
+std::uint64_t join_leading_digits(Block digits, std::int32_t count) {
+  return join_digits(shift_down(digits, std::ptrdiff_t{static_cast<std::uint32_t>(count)} - 16));
 }
 
 Digits digits_up_to(const std::byte* text, std::uint64_t value, std::int32_t count) {
@@ -130,8 +114,8 @@ ZVRT_WRAPS std::uint64_t with_tail(std::uint64_t head, std::uint64_t tail, std::
 Digits read_on(const std::byte* text, std::uint64_t head) {
   if (!may_read_ahead(text + 64, 32)) [[unlikely]]
     return not_attempted;
-  const __m128i tail = eight_characters(text + 64);
-  const __m128i digits = _mm_packs_epi16(tail, tail);
+  const Block tail = eight_characters(text + 64);
+  const Block digits = _mm_packs_epi16(tail, tail);
   const std::int32_t count = count_leading_digits(digits);
   if (count >= 8) [[unlikely]]
     return not_attempted;
@@ -159,14 +143,14 @@ struct Sse41Kernel {
     dst[0] = '-';  // stays if there is a sign
     char* const out = dst + sign;
     if (magnitude < hundred_million) {
-      store_bytes<8, 10, 2>(eight_digits(magnitude), count, out);
+      store_digits<8, 10, 2>(eight_digits(magnitude), count, out);
     } else if (magnitude < hundred_million * hundred_million) {
-      store_bytes<16, 24, 8>(sixteen_digits(magnitude), count, out);
+      store_digits<16, 24, 8>(sixteen_digits(magnitude), count, out);
     } else {
       const std::uint64_t top = magnitude / (hundred_million * hundred_million);
-      store_bytes<8, 6, 2>(eight_digits(top), count - 16, out);
-      const __m128i low = sixteen_digits(magnitude - top * hundred_million * hundred_million);
-      _mm_storeu_si128(reinterpret_cast<__m128i*>(out + count - 16), low);
+      store_digits<8, 6, 2>(eight_digits(top), count - 16, out);
+      const Block low = sixteen_digits(magnitude - top * hundred_million * hundred_million);
+      _mm_storeu_si128(reinterpret_cast<Block*>(out + count - 16), low);
       out[count] = 0;
     }
     return count + sign;
@@ -176,14 +160,14 @@ struct Sse41Kernel {
   static Digits read_bytes(const char* text) {
     if (!may_read_ahead(text, 32)) [[unlikely]]
       return not_attempted;
-    const __m128i zero = _mm_set1_epi8('0');
+    const Block zero = _mm_set1_epi8('0');
     const auto ended = [text](std::uint64_t value, std::int32_t count) -> Digits {
       return {value, count, text[count] == 0 ? Reading::complete : Reading::invalid_character};
     };
-    const __m128i digits = _mm_sub_epi8(load_vector(text), zero);
+    const Block digits = _mm_sub_epi8(load_block(text), zero);
     const std::int32_t count = count_leading_digits(digits);
     if (count < 16) return ended(join_leading_digits(digits, count), count);
-    const __m128i more = _mm_sub_epi8(load_vector(text + 16), zero);
+    const Block more = _mm_sub_epi8(load_block(text + 16), zero);
     const std::int32_t following = count_leading_digits(more);
     if (following >= 8) return not_attempted;
     return ended(with_tail(join_leading_digits(digits, count), join_leading_digits(more, following), following),
@@ -195,7 +179,7 @@ struct Sse41Kernel {
     const auto* const text = static_cast<const std::byte*>(src);
     if (!may_read_ahead(text, 64)) [[unlikely]]
       return not_attempted;
-    const __m128i digits = _mm_packs_epi16(eight_characters(text), eight_characters(text + 32));
+    const Block digits = _mm_packs_epi16(eight_characters(text), eight_characters(text + 32));
     const std::int32_t count = count_leading_digits(digits);
     if (count < 16) return digits_up_to(text, join_leading_digits(digits, count), count);
     if constexpr (sizeof(Accumulator) == 8) {
