@@ -70,7 +70,9 @@ void step_text_to_bytes(const Type& /*from*/, const Type& /*to*/, Block& block) 
   for (std::int32_t i = 0; i < block.count; ++i) {
     if (block.is_refused(i)) continue;
     const Text text = block.text[i];
-    std::byte* const out = room_for(block, i, static_cast<std::size_t>(text.count / 2));
+    // A byte never stands after the digits that it is made of: a text in the arena makes room for its own bytes.
+    std::byte* const out =
+        text.is_own ? const_cast<std::byte*>(text.at) : room_for(block, i, static_cast<std::size_t>(text.count / 2));
     if (out == nullptr) return;
     Fault fault;
     if (!read_hex(text, out, fault)) {
