@@ -10,14 +10,18 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
 endif()
 
 
-set(ZVRT_LEVELS baseline sse41 avx512)
+set(ZVRT_LEVELS portable baseline sse41 avx512)
 set_property(CACHE ZVRT_HIGHEST_LEVEL PROPERTY STRINGS ${ZVRT_LEVELS})
 if(NOT ZVRT_HIGHEST_LEVEL IN_LIST ZVRT_LEVELS)
   list(JOIN ZVRT_LEVELS ", " levels)
   message(FATAL_ERROR "ZVRT_HIGHEST_LEVEL is \"${ZVRT_HIGHEST_LEVEL}\"; the levels are ${levels}.")
 endif()
 
+# Levels above `portable` are those of x86-64; other processors have none of their sources.
 function(zvrt_kernels target level)
+  if(NOT CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$")
+    return()
+  endif()
   set_source_files_properties(${ARGN} TARGET_DIRECTORY ${target} PROPERTIES COMPILE_OPTIONS "${ZVRT_FLAGS_${level}}")
   target_sources(${target} PRIVATE ${ARGN})
 endfunction()

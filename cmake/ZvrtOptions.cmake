@@ -39,10 +39,14 @@ endif()
 
 # Hardening, for builds that are optimised and not under a sanitizer: the library sits in other people's processes.
 if(NOT ZVRT_SANITIZE)
-  target_compile_options(zvrt_options INTERFACE -fstack-protector-strong -fstack-clash-protection -fcf-protection
+  target_compile_options(zvrt_options INTERFACE -fstack-protector-strong -fstack-clash-protection
     $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
   # The C runtime's start files are not marked for shadow stacks but keep to them; for indirect branches they do not.
-  target_link_options(zvrt_options INTERFACE LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack LINKER:-z,shstk)
+  target_link_options(zvrt_options INTERFACE LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)
+  if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$")
+    target_compile_options(zvrt_options INTERFACE -fcf-protection)
+    target_link_options(zvrt_options INTERFACE LINKER:-z,shstk)
+  endif()
 endif()
 
 # The same bytes from whatever folder it is built in.

@@ -45,8 +45,8 @@ Outcome encode(const Page& page, WideText source, ByteDestination destination) {
 
 }  // namespace
 
-const SingleByteKernels* const single_byte_kernels =
-    choose_version(Versions<const SingleByteKernels>{.baseline = &single_byte_baseline, .avx512 = &single_byte_avx512});
+const SingleByteKernels* const single_byte_kernels = choose_version(
+    Versions<const SingleByteKernels>{.baseline = &single_byte_baseline ZVRT_X86(, .avx512 = &single_byte_avx512)});
 
 constinit const Conversions single_byte_conversions = {decode, encode};
 

@@ -10,7 +10,7 @@ namespace zvrt::columns {
 namespace {
 
 const DirectKernels& kernels = *choose_version(
-    Versions<const DirectKernels>{.baseline = &direct_kernels_baseline, .avx512 = &direct_kernels_avx512});
+    Versions<const DirectKernels>{.baseline = &direct_kernels_baseline ZVRT_X86(, .avx512 = &direct_kernels_avx512)});
 
 // A field of up to 15 digits, its sign in the last half-byte, to a binary integer of the same scale.
 bool is_short_packed(const Type& type) {

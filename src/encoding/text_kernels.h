@@ -61,6 +61,7 @@ Progress encode_measured(const void* src, std::size_t count, char* dst, std::siz
   return encode(src, static_cast<std::size_t>(length_within(src, static_cast<std::int32_t>(count))), dst, capacity);
 }
 
+extern const TextKernels text_kernels_portable;
 extern const TextKernels text_kernels_baseline;
 extern const TextKernels text_kernels_sse41;
 extern const TextKernels text_kernels_avx512;

@@ -4,6 +4,7 @@ namespace zvrt {
 
 namespace {
 
+#if defined(__x86_64__)
 CpuLevel level_of_processor() {
   __builtin_cpu_init();
   const bool sse41 =
@@ -18,6 +19,9 @@ CpuLevel level_of_processor() {
                       __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512vbmi2");
   return avx512 ? CpuLevel::avx512 : CpuLevel::sse41;
 }
+#else
+CpuLevel level_of_processor() { return CpuLevel::portable; }
+#endif
 
 }  // namespace
 

@@ -27,9 +27,12 @@ struct Version {
 };
 
 inline std::vector<Version> versions() {
-  std::vector<Version> all{{"baseline", text_kernels_baseline}};
+  std::vector<Version> all{{"portable", text_kernels_portable}};
+#if defined(__x86_64__)
+  all.push_back({"baseline", text_kernels_baseline});
   if (cpu_level() >= CpuLevel::sse41) all.push_back({"sse41", text_kernels_sse41});
   if (cpu_level() >= CpuLevel::avx512) all.push_back({"avx512", text_kernels_avx512});
+#endif
   return all;
 }
 

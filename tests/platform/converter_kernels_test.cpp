@@ -24,7 +24,7 @@ struct Version {
 
 const Version versions[] = {
     {"baseline", zvrt::single_byte_baseline, zvrt::CpuLevel::baseline},
-    {"avx512", zvrt::single_byte_avx512, zvrt::CpuLevel::avx512},
+    ZVRT_X86({"avx512", zvrt::single_byte_avx512, zvrt::CpuLevel::avx512}),
 };
 
 // A page with its own characters: one window, two and more, undefined bytes, ASCII and EBCDIC.

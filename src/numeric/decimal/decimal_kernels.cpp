@@ -15,7 +15,8 @@ Rendered leave_varnum(const std::uint8_t*, void*, std::int32_t) { return not_ren
 const DecimalKernels decimal_kernels_baseline = {render_packed,       pack_text,    render_varnum, encode_varnum<char>,
                                                  encode_varnum<Wide>, leave_packed, leave_text,    leave_varnum};
 
-const DecimalKernels decimal_kernels = *choose_version(Versions<const DecimalKernels>{
-    .baseline = &decimal_kernels_baseline, .sse41 = &decimal_kernels_sse41, .avx512 = &decimal_kernels_avx512});
+const DecimalKernels decimal_kernels = *choose_version(
+    Versions<const DecimalKernels>{.baseline = &decimal_kernels_baseline ZVRT_X86(, .sse41 = &decimal_kernels_sse41,
+                                                                                  .avx512 = &decimal_kernels_avx512)});
 
 }  // namespace zvrt

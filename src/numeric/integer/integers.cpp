@@ -36,7 +36,7 @@ struct BaselineKernel {
 const IntegerConversions integers_baseline = conversions_by<BaselineKernel>;
 
 const IntegerConversions integers = *choose_version(Versions<const IntegerConversions>{
-    .baseline = &integers_baseline, .sse41 = &integers_sse41, .avx512 = &integers_avx512});
+    .baseline = &integers_baseline ZVRT_X86(, .sse41 = &integers_sse41, .avx512 = &integers_avx512)});
 
 Status terminate_full(void* dst, std::int32_t length, std::int32_t capacity) {
   return terminate<Wide>(TerminatorRule::wide, dst, length, capacity);

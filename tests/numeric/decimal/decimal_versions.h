@@ -22,8 +22,10 @@ struct Version {
 
 inline std::vector<Version> versions() {
   std::vector<Version> found;
+#if defined(__x86_64__)
   if (cpu_level() >= CpuLevel::sse41) found.push_back({"sse41", &decimal_kernels_sse41});
   if (cpu_level() >= CpuLevel::avx512) found.push_back({"avx512", &decimal_kernels_avx512});
+#endif
   return found;
 }
 

@@ -18,8 +18,10 @@ struct Version {
 
 inline std::vector<Version> versions() {
   std::vector<Version> all{{"plain", &zvrt::integers_baseline}};
+#if defined(__x86_64__)
   if (zvrt::cpu_level() >= zvrt::CpuLevel::sse41) all.push_back({"sse41", &zvrt::integers_sse41});
   if (zvrt::cpu_level() >= zvrt::CpuLevel::avx512) all.push_back({"avx512", &zvrt::integers_avx512});
+#endif
   return all;
 }
 

@@ -1,17 +1,12 @@
-// The text kernels for every processor: ASCII by SSE2, sixteen characters a step, and the other characters one by one.
+// The text kernels for every processor of x86-64: ASCII by SSE2, sixteen characters a step, and the other characters one by
+// one.
 #include <emmintrin.h>
 
 #include <algorithm>
 #include <cstdint>
-#include <cstring>
-#include <type_traits>
 
+#include "encoding/kernels/baseline/loops.h"
 #include "encoding/kernels/baseline/text.h"
-#include "encoding/text_kernels.h"
-#include "encoding/utf8.h"
-#include "support/read_ahead.h"
-#include "support/units.h"
-#include "support/wraps.h"
 
 namespace zvrt {
 
@@ -19,28 +14,6 @@ namespace {
 
 __m128i load_block(const void* at) { return _mm_loadu_si128(static_cast<const __m128i*>(at)); }
 void store_block(void* at, __m128i block) { _mm_storeu_si128(static_cast<__m128i*>(at), block); }
-
-// ---- Where a source ends ----
-
-// Text of a known count.
-struct Counted {
-  std::size_t count;
-
-  bool has(std::size_t read, std::size_t units) const { return count - read >= units; }
-  template <std::size_t bytes>
-  bool has_block(const char* /*at*/, std::size_t read) const {
-    return has(read, 16);
-  }
-};
-
-// Text up to a terminator, which ends what is ordinary and continues no character: what stands before it needs no count.
-struct Terminated {
-  static bool has(std::size_t /*read*/, std::size_t /*units*/) { return true; }
-  template <std::size_t bytes>
-  static bool has_block(const char* at, std::size_t /*read*/) {
-    return may_read_ahead(at, bytes);
-  }
-};
 
 // ---- UTF-8 to wide text ----
 
@@ -78,7 +51,7 @@ template <class Source>
 [[gnu::always_inline]] inline std::size_t widen_ascii(const char* src, Source source, std::size_t read, char* dst,
                                                       std::size_t capacity) {
   std::size_t done = 0;
-  for (; capacity - done >= 16 && source.template has_block<16>(src + done, read + done); done += 16) {
+  for (; capacity - done >= 16 && source.template has_block<16, 16>(src + done, read + done); done += 16) {
     const __m128i bytes = load_block(src + done);
     const std::size_t lead = ascii_lead(bytes);
     if (lead == 16) {
@@ -93,75 +66,7 @@ template <class Source>
   return done;
 }
 
-unsigned byte_at(const char* src, std::size_t index) { return static_cast<unsigned char>(src[index]); }
-// Whether a byte is a continuation byte, and its payload: exclusive-or with 80 leaves less than 40.
-unsigned payload_at(const char* src, std::size_t index) { return byte_at(src, index) ^ 0x80U; }
-
-unsigned replaced(unsigned value) { return value == replacement_character ? '?' : value; }
-
-// One character; returns its length, or 0 where it is not ordinary. Each length is a branch of its own, which the
-// processor predicts, so that the next character need not wait for it. A byte is read once those before it continue the
-// character.
-template <class Source, class Sink>
-[[gnu::always_inline]] inline std::size_t decode_one(const char* src, Source source, std::size_t read, Sink sink) {
-  const char* at = src + read;
-  const unsigned lead = byte_at(at, 0);
-  if (lead < 0x80) return sink(lead) ? 1 : 0;
-  if (lead < 0xC0 || !source.has(read, 2)) return 0;
-  const unsigned first = payload_at(at, 1);
-  if (first >= 0x40) return 0;
-  if (lead < 0xE0) return sink((lead & 0x1F) << 6 | first) ? 2 : 0;
-  if (!source.has(read, 3)) return 0;
-  const unsigned second = payload_at(at, 2);
-  if (second >= 0x40) return 0;
-  const unsigned three = first << 6 | second;
-  if (lead < 0xF0) return sink(replaced((lead & 0x0F) << 12 | three)) ? 3 : 0;
-  if (lead >= 0xF8 || !source.has(read, 4)) return 0;
-  const unsigned third = payload_at(at, 3);
-  if (third >= 0x40) return 0;
-  return sink(replaced((lead & 0x07) << 18 | three << 6 | third)) ? 4 : 0;
-}
-
-template <bool writes, class Source>
-[[gnu::always_inline]] inline Progress decode_prefix(const char* src, Source source, void* dst, std::size_t capacity) {
-  constexpr std::size_t stretch = 32;  // from one look for blocks of ASCII to the next
-  auto* out = static_cast<char*>(dst);
-  std::size_t read = 0;
-  std::size_t written = 0;
-  const auto put = [&](unsigned value) {
-    if (value == 0 || (writes && written == capacity)) return false;
-    if (writes) store<Wide>(out, written, value);
-    ++written;
-    return true;
-  };
-  while (source.has(read, 1)) {
-    if (writes) {
-      const std::size_t ascii = widen_ascii(src + read, source, read, out + written * 4, capacity - written);
-      read += ascii;
-      written += ascii;
-    }
-    for (const std::size_t stop = read + stretch; read < stop && source.has(read, 1);) {
-      const std::size_t length = decode_one(src, source, read, put);
-      if (length == 0) return {read, written};
-      read += length;
-    }
-  }
-  return {read, written};
-}
-
-Progress decode(const char* src, std::size_t count, void* dst, std::size_t capacity) {
-  return decode_prefix<true>(src, Counted{count}, dst, capacity);
-}
-Progress decode_terminated(const char* src, void* dst, std::size_t capacity) {
-  return decode_prefix<true>(src, Terminated{}, dst, capacity);
-}
-Progress count_decoded(const char* src, std::size_t count) {
-  return decode_prefix<false>(src, Counted{count}, nullptr, 0);
-}
-
 // ---- Wide text to UTF-8 ----
-
-constexpr Wide last_ordinary = 0x1FFFFF;
 
 // Sixteen characters as bytes, and which of them are zero; whether all to the first zero are ASCII.
 struct Narrowed {
@@ -210,84 +115,50 @@ std::size_t narrow_short_ascii(const char* src, char* dst, std::size_t capacity)
   return count;
 }
 
-char continuation(Wide value, unsigned shift) { return static_cast<char>(0x80U | (value >> shift & 0x3FU)); }
-
-// Writes an ordinary character where it fits; returns its length, or 0.
-std::size_t encode_one(Wide value, char* dst, std::size_t capacity) {
-  if (value < 0x80) {
-    if (value == 0 || capacity < 1) return 0;
-    dst[0] = static_cast<char>(value);
-    return 1;
+// ASCII of whole blocks.
+template <class Source>
+[[gnu::always_inline]] inline std::size_t narrow_ascii(const char* src, Source source, std::size_t read, char* dst,
+                                                       std::size_t capacity) {
+  std::size_t done = 0;
+  for (; capacity - done >= 16 && source.template has_block<16, 64>(src + done * 4, read + done); done += 16) {
+    const Narrowed block = narrow_sixteen(src + done * 4);
+    if (!block.ascii || block.zeros != 0) break;
+    store_block(dst + done, block.bytes);
   }
-  if (value < 0x800) {
-    if (capacity < 2) return 0;
-    dst[0] = static_cast<char>(0xC0U | value >> 6);
-    dst[1] = continuation(value, 0);
-    return 2;
-  }
-  if (value < 0x10000) {
-    if (capacity < 3) return 0;
-    dst[0] = static_cast<char>(0xE0U | value >> 12);
-    dst[1] = continuation(value, 6);
-    dst[2] = continuation(value, 0);
-    return 3;
-  }
-  if (value > last_ordinary || capacity < 4) return 0;
-  dst[0] = static_cast<char>(0xF0U | value >> 18);
-  dst[1] = continuation(value, 12);
-  dst[2] = continuation(value, 6);
-  dst[3] = continuation(value, 0);
-  return 4;
+  return done;
 }
 
-template <class Source>
-[[gnu::always_inline]] inline Progress encode_prefix(const void* src, Source source, char* dst, std::size_t capacity) {
-  constexpr std::size_t stretch = 16;
-  const auto* text = static_cast<const char*>(src);
-  std::size_t read = 0;
-  std::size_t written = 0;
-  while (source.has(read, 1)) {
-    while (capacity - written >= 16 && source.template has_block<64>(text + read * 4, read)) {
-      const Narrowed block = narrow_sixteen(text + read * 4);
-      if (!block.ascii || block.zeros != 0) break;
-      store_block(dst + written, block.bytes);
-      read += 16;
-      written += 16;
-    }
-    for (const std::size_t stop = read + stretch; read < stop && source.has(read, 1); ++read) {
-      const std::size_t length = encode_one(load<Wide>(text, read), dst + written, capacity - written);
-      if (length == 0) return {read, written};
-      written += length;
-    }
+// ---- The kernels ----
+
+struct Ascii {
+  template <class Source>
+  [[gnu::always_inline]] static std::size_t widen(const char* src, Source source, std::size_t read, char* dst,
+                                                  std::size_t capacity) {
+    return widen_ascii(src, source, read, dst, capacity);
   }
-  return {read, written};
+  template <class Source>
+  [[gnu::always_inline]] static std::size_t narrow(const char* src, Source source, std::size_t read, char* dst,
+                                                   std::size_t capacity) {
+    return narrow_ascii(src, source, read, dst, capacity);
+  }
+};
+
+Progress decode(const char* src, std::size_t count, void* dst, std::size_t capacity) {
+  return decode_prefix<Ascii, true>(src, Counted{count}, dst, capacity);
+}
+Progress decode_terminated(const char* src, void* dst, std::size_t capacity) {
+  return decode_prefix<Ascii, true>(src, Terminated{}, dst, capacity);
+}
+Progress count_decoded(const char* src, std::size_t count) {
+  return decode_prefix<Ascii, false>(src, Counted{count}, nullptr, 0);
 }
 
 Progress encode(const void* src, std::size_t count, char* dst, std::size_t capacity) {
-  return encode_prefix(src, Counted{count}, dst, capacity);
+  return encode_prefix<Ascii>(src, Counted{count}, dst, capacity);
 }
 Progress encode_terminated(const void* src, char* dst, std::size_t capacity) {
   const std::size_t ascii = narrow_short_ascii(static_cast<const char*>(src), dst, capacity);
-  return ascii != 0 ? Progress{ascii, ascii} : encode_prefix(src, Terminated{}, dst, capacity);
-}
-
-ZVRT_WRAPS Progress count_encoded(const void* src, std::size_t count) {
-  std::size_t read = 0;
-  std::size_t written = 0;
-  for (; read < count; ++read) {
-    const Wide value = load<Wide>(src, read);
-    if (value - 1 >= last_ordinary) break;
-    written += static_cast<std::size_t>(utf8_length(value));
-  }
-  return {read, written};
-}
-
-template <class Unit>
-Progress copy(const void* src, void* dst, std::size_t capacity) {
-  using Text = std::conditional_t<sizeof(Unit) == 1, const char*, const void*>;
-  const std::int32_t count = length_within(static_cast<Text>(src), static_cast<std::int32_t>(capacity));
-  copy_units<Unit>(dst, src, count);
-  return {static_cast<std::size_t>(count), static_cast<std::size_t>(count)};
+  return ascii != 0 ? Progress{ascii, ascii} : encode_prefix<Ascii>(src, Terminated{}, dst, capacity);
 }
 
 }  // namespace
