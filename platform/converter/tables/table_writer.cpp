@@ -11,7 +11,7 @@ namespace zvrt {
 namespace {
 
 constexpr std::size_t position_of(const std::string& pair) {
-  return static_cast<unsigned char>(pair[0]) << 8 | static_cast<unsigned char>(pair[1]);
+  return std::size_t{static_cast<unsigned char>(pair[0])} << 8 | static_cast<unsigned char>(pair[1]);
 }
 
 // The first byte lowest.
