@@ -10,7 +10,7 @@ namespace {
 // orders/customer-master.cpy is CUSTOMER-MASTER.
 std::string record_name(const std::string& file) {
   std::string name = file.substr(file.find_last_of("/\\") + 1);
-  if (const std::size_t dot = name.find('.', 1); dot != std::string::npos) name.resize(dot);
+  if (const std::size_t dot = name.rfind('.'); dot != 0 && dot != std::string::npos) name.resize(dot);
   for (char& c : name) {
     c = upper(c);
     if (!is_digit(c) && (c < 'A' || c > 'Z')) c = '-';
