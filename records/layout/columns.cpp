@@ -123,8 +123,18 @@ class ColumnMaker {
     return !item.is_renames() && (!item.is_filler() || item.notes.column) && indicator_items_.count(&item) == 0;
   }
 
+  // A table of nothing but FILLER may have more entries than can be counted.
+  bool is_worth_visiting(const Item& item) {
+    const auto [known, is_new] = worth_visiting_.try_emplace(&item, false);
+    if (!is_new) return known->second;
+    bool worth = item.varies() || (!item.is_group() && (is_column(item) || indicator_items_.count(&item) != 0));
+    for (const auto& child : item.children) worth = is_worth_visiting(*child) || worth;
+    return worth_visiting_[&item] = worth;
+  }
+
   void visit_occurrences(const Item& item, Around around) {
     const std::size_t start = around.moved;
+    if (!is_worth_visiting(item)) return;
     if (item.varies()) around.entries.push_back({add_table(item, around), 1});
     if (repeats(item)) around.subscripts.push_back(1);
     for (std::size_t k = 1; k <= item.occurs; ++k) {
@@ -180,6 +190,7 @@ class ColumnMaker {
     table.scope = around.scope;
     if (item.depends_on != nullptr) table.count_offset = count_offset(item, around);
     check_shift(item, table, around);
+    if (made_.tables.size() == most_columns) fail(item.place, "the record has more than 100000 tables", "");
     made_.tables.push_back(std::move(table));
     return made_.tables.size() - 1;
   }
@@ -278,6 +289,7 @@ class ColumnMaker {
   const ColumnOptions& options_;
   Columns made_;
   std::set<const Item*> chosen_;
+  std::unordered_map<const Item*, bool> worth_visiting_;
   std::set<const Item*> indicator_items_;
   std::map<std::pair<const Item*, std::vector<std::size_t>>, std::size_t> places_of_indicators_;
 };
