@@ -304,9 +304,8 @@ typedef struct ZVRTProblem {
 /** @} */
 
 /* ------------------------------------------------------------------------------------------------------------------ */
-/** @name Plans @{ */
-
-/** Options of ZVRTPlanCreate(). Without one a plan is exact. An option that does not fit the pair is refused. @{ */
+/** @name Options of plans
+ * For ZVRTPlanCreate(). Without one a plan is exact. An option that does not fit the pair is refused. @{ */
 #define ZVRT_PLAN_ROUND_HALF_EVEN \
   UINT32_C(0x1) /**< Digits after the target's last one are rounded, ties to even; into exact
                                                      numbers and dates. A date without a time of day can be cut only. */
@@ -328,6 +327,8 @@ typedef struct ZVRTProblem {
                                                      the pairs of the table at ZVRTPlanCreate() only, no option beside it. */
 #define ZVRT_PLAN_ZONED_TIME_AS_UTC UINT32_C(0x100) /**< Arrow timestamps with a time zone are taken as UTC. */
 /** @} */
+
+/** @name Plans @{ */
 
 /** Digits of the fraction that the scale 0 of a TIMESTAMP means. */
 #define ZVRT_SCALE_DEFAULT 6
@@ -535,6 +536,7 @@ ZVRT_API void ZVRTRecordPlanDestroy(ZVRTRecordPlan* plan);
 /**
  * The schema of the plan's columns: a struct (+s) with one nullable child per field.
  *
+ * @param plan    What ZVRTRecordPlanCreate() made.
  * @param schema  Receives the schema, which the caller releases, on any thread, through its own release member. Its
  *                children may be moved out before. Not written unless ZVRT_RC_OK is returned.
  * @return ZVRT_RC_OK; ZVRT_RC_NO_MEMORY; ZVRT_RC_ERROR for null arguments.
@@ -544,6 +546,7 @@ ZVRT_API uint32_t ZVRTRecordSchema(const ZVRTRecordPlan* plan, struct ArrowSchem
 /**
  * Converts records into an array of the plan's schema.
  *
+ * @param plan      What ZVRTRecordPlanCreate() made.
  * @param records   The first record; any alignment. Only fields and indicators are read.
  * @param starts    Byte offset of each record from `records`, or null: they are adjacent.
  * @param count     Number of records, 0 or more.
@@ -566,6 +569,7 @@ ZVRT_API uint32_t ZVRTRecordsToArrow(const ZVRTRecordPlan* plan, const void* rec
  * any unit, dictionaries of these. Counted texts and bytes are padded as ZVRT_TYPE_PAD says. A null becomes the field's
  * indicator or null form, else it is refused. Bytes of the records that no field writes stay as they are.
  *
+ * @param plan      What ZVRTRecordPlanCreate() made.
  * @param schema    Describes the array; neither is released, changed or kept.
  * @param array     A struct array; offsets, missing bitmaps and nulls of whole rows are honoured.
  * @param records   Receives array->length records of the plan's recordBytes.

@@ -24,6 +24,12 @@ done
 work=$(mktemp -d "${TMPDIR:-/var/tmp}/fresh-machine.XXXXXX")
 root=$work/root
 clean_up() {
+  if [ -n "${running:-}" ]; then
+    # In two steps: what has sessions of its own ends these, then the rest.
+    kill -TERM -- "-$running" 2>/dev/null || true
+    wait "$running" 2>/dev/null || true
+    kill -KILL -- "-$running" 2>/dev/null || true
+  fi
   if [ -n "${KEEP:-}" ]; then echo "Kept: $work"; else rm -rf --one-file-system "$work"; fi
 }
 trap clean_up EXIT
@@ -79,7 +85,7 @@ export root
 
 check_refusal() {
   local log=$work/refusal.log
-  ! in_root someone /home/someone/zvrt ./scripts/demo.sh >"$log" 2>&1 || { echo "it did not end with a failure"; return 1; }
+  if in_root someone /home/someone/zvrt ./scripts/demo.sh >"$log" 2>&1; then echo "it did not end with a failure"; return 1; fi
   if ! grep -q 'apt-get install .*g++' "$log" || ! grep -q administrator "$log"; then cat "$log"; return 1; fi
   grep 'apt-get' "$log"
 }
@@ -89,7 +95,7 @@ documented() {
   shift 2
   printf '#!/usr/bin/env bash\nin_root %s %s bash -s\n' "$user" "$folder" >"$shell"
   chmod +x "$shell"
-  python3 -B tests/documents/commands.py --fresh "$@" --shell "$shell" . README.md docs/guide.md
+  exec python3 -B tests/documents/commands.py --fresh "$@" --shell "$shell" . README.md docs/guide.md
 }
 check_root() { documented root /root/zvrt; }
 check_user() { documented someone /home/someone/zvrt --user; }
@@ -126,7 +132,13 @@ results=() status=0
 for check; do
   printf '\n== %s\n' "$check"
   start=$SECONDS
-  if "check_$check"; then result='ok    '; else result=FAILED status=1; fi
+  # Beside this shell, which hears a signal at once only while it waits, and as a group that can be ended.
+  set -m
+  "check_$check" &
+  running=$!
+  set +m
+  if wait "$running"; then result='ok    '; else result=FAILED status=1; fi
+  running=
   results+=("$(printf '%s %5d s  %s' "$result" $((SECONDS - start)) "$check")")
 done
 printf '\n'

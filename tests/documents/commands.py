@@ -20,10 +20,12 @@ library of this build is installed in the home folder, as after the document's o
     --build FOLDER     the build whose library is installed; not with --fresh
 """
 import argparse
+import contextlib
 import os
 import pathlib
 import re
 import shlex
+import signal
 import subprocess
 import sys
 import tempfile
@@ -105,7 +107,16 @@ def run(parts, shell, folder, environment) -> int:
     """Runs one document's commands and tells of each as it ends; the number of faults."""
     commands = [part for part in parts if isinstance(part, Command)]
     process = subprocess.Popen(shell, cwd=folder, env=environment, text=True, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                               errors="replace")
+                               errors="replace", start_new_session=True)
+    try:
+        return follow(process, parts, commands)
+    finally:
+        # Whatever ends this script ends what the commands have started.
+        with contextlib.suppress(ProcessLookupError):
+            os.killpg(process.pid, signal.SIGKILL)
+
+
+def follow(process, parts, commands) -> int:
     faults, printed, done, start = 0, [], 0, time.monotonic()
     process.stdin.write(script_of(parts))
     process.stdin.close()
@@ -128,6 +139,7 @@ def run(parts, shell, folder, environment) -> int:
 
 
 def main() -> int:
+    signal.signal(signal.SIGTERM, lambda number, frame: sys.exit(143))
     parser = argparse.ArgumentParser()
     parser.add_argument("--fresh", action="store_true")
     parser.add_argument("--user", action="store_true")
