@@ -3,6 +3,7 @@
 
 #include <gmpxx.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -83,7 +84,9 @@ inline float nearest_float(const Number& number) { return std::strtof(exponent_t
 inline Number parse_decimal(std::string text) {
   int exponent = 0;
   if (const std::size_t e = text.find('e'); e != std::string::npos) {
-    exponent = std::stoi(text.substr(e + 1));
+    // Nothing holds a number with so many digits before or after its point.
+    const double written = std::strtod(text.c_str() + e + 1, nullptr);
+    exponent = static_cast<int>(std::clamp(written, -20'000.0, 20'000.0));
     text.erase(e);
   }
   int scale = 0;
