@@ -4,12 +4,12 @@
 # scripts/instructions.sh | scripts/figures.py record instructions   keeps them in docs/figures/instructions.csv
 set -euo pipefail
 cd "$(dirname "$0")/.."
-cmake -S . -B build/bench -G Ninja -DCMAKE_BUILD_TYPE=Release -DZVRT_BUILD_BENCH=ON >/dev/null
-cmake --build build/bench --target zvrt_instructions >&2
+cmake -S . -B build/instructions -G Ninja -DCMAKE_BUILD_TYPE=Release -DZVRT_BUILD_BENCH=ON -DCMAKE_CXX_FLAGS=-DZVRT_READ_AHEAD_UNDER_VALGRIND >/dev/null
+cmake --build build/instructions --target zvrt_instructions >&2
 
 counts=$(mktemp -d)
 trap 'rm -rf "$counts"' EXIT
-valgrind --tool=callgrind --collect-atstart=no --callgrind-out-file="$counts/out" build/bench/bench/zvrt_instructions \
+valgrind --tool=callgrind --collect-atstart=no --callgrind-out-file="$counts/out" build/instructions/bench/zvrt_instructions \
   2>"$counts/log" || { cat "$counts/log" >&2; exit 1; }
 
 echo '| Function | Value | Instructions a call |'

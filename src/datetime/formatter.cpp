@@ -46,11 +46,11 @@ class Formatter {
   [[gnu::always_inline]] Status run(const FmtCode* entry) {
     Status status = ZVRT_RC_OK;
     do {
-      while (entry->code == FMT_LITERAL) [[likely]] {
-          if (!put_literal(entry->literal)) [[unlikely]]
-            return ZVRT_RC_TRUNCATED;
-          ++entry;
-        }
+      while (__builtin_expect(entry->code == FMT_LITERAL, true)) {
+        if (!put_literal(entry->literal)) [[unlikely]]
+          return ZVRT_RC_TRUNCATED;
+        ++entry;
+      }
       status = visit_code(entry->code, [&](auto code) { return write<code>(*entry); });
       ++entry;
     } while (status == ZVRT_RC_OK);

@@ -30,7 +30,7 @@ struct Packed {
 using PackText = Packed(const void* text, std::uint8_t* field, std::int32_t size);
 
 // The definitions; the kernels call them for what is outside their fast path.
-RenderPacked render_packed;
-PackText pack_text;
+Rendered render_packed(const std::uint8_t* field, std::int64_t bytes, void* dst, std::int32_t capacity);
+Packed pack_text(const void* text, std::uint8_t* field, std::int32_t size);
 
 }  // namespace zvrt

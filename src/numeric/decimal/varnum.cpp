@@ -135,8 +135,8 @@ EncodedVarnum encode_varnum(const void* text, std::uint8_t* dst, std::int32_t ca
   return {length, size};
 }
 
-template EncodeVarnum encode_varnum<char>;
-template EncodeVarnum encode_varnum<Wide>;
+template EncodedVarnum encode_varnum<char>(const void* text, std::uint8_t* dst, std::int32_t capacity);
+template EncodedVarnum encode_varnum<Wide>(const void* text, std::uint8_t* dst, std::int32_t capacity);
 
 Rendered render_varnum(const std::uint8_t* value, void* dst, std::int32_t capacity) {
   if (!is_well_formed(value)) return {0, ZVRT_RC_ERROR};

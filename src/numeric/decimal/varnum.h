@@ -47,8 +47,8 @@ struct EncodedVarnum {
 using EncodeVarnum = EncodedVarnum(const void* text, std::uint8_t* dst, std::int32_t capacity);
 
 // The definitions; the kernels call them for what is outside their fast path.
-RenderVarnum render_varnum;
+Rendered render_varnum(const std::uint8_t* value, void* dst, std::int32_t capacity);
 template <class Unit>
-EncodeVarnum encode_varnum;
+EncodedVarnum encode_varnum(const void* text, std::uint8_t* dst, std::int32_t capacity);
 
 }  // namespace zvrt

@@ -31,13 +31,6 @@ constexpr Bytes64 signed_zeros() {
   return vector;
 }
 
-constexpr DecimalShifts around_numbers() {
-  DecimalShifts shift_by{};
-  for (std::uint8_t& byte : shift_by.at) byte = 0x80;
-  for (unsigned i = 0; i < 16; ++i) shift_by.at[DecimalShifts::origin + i] = static_cast<std::uint8_t>(i);
-  return shift_by;
-}
-
 }  // namespace
 
 constexpr DecimalVectors decimal_vectors = {
@@ -59,7 +52,5 @@ constexpr DecimalVectors decimal_vectors = {
     .sixteens = repeat(16),
     .wide_bytes = repeat(0xFF, 4),
 };
-
-constexpr DecimalShifts decimal_shifts = around_numbers();
 
 }  // namespace zvrt

@@ -32,12 +32,4 @@ struct DecimalVectors {
 
 extern const DecimalVectors decimal_vectors;
 
-// At the origin 0 to 15, around them what a shuffle makes zeros of.
-struct DecimalShifts {
-  static constexpr std::int32_t origin = 48;
-  std::uint8_t at[origin + 64];
-};
-
-extern const DecimalShifts decimal_shifts;
-
 }  // namespace zvrt
