@@ -5,7 +5,7 @@
 #include "datetime/formatter.h"
 #include "datetime/parser.h"
 #include "datetime/records.h"
-#include "strings/convert.h"
+#include "strings/through_wide.h"
 #include "support/scratch.h"
 
 namespace zvrt {
@@ -47,7 +47,7 @@ Status write_through_wide(const Call& call) {
   std::uint32_t length = 0;
   const Status status = format(destination, format_of_field.model, ts, ZVRT_DT_TIMESTAMP, length);
   if (status != ZVRT_RC_OK) return status;
-  return convert<WVarcharSz, Into, options>({wide.get(), nullptr, call.dst, call.dstSize, call.outLen, call.fldDef});
+  return wide_to_destination<Into, options>(call, wide.get(), call.outLen);
 }
 
 // Kinds that are measured differently here than by the string conversions.
@@ -113,8 +113,7 @@ Status read_by_way_of_wide(const Call& call, Text<typename From::Unit> text, Wid
     // The string conversion takes the prefix as signed, and so rejects text that only an unsigned prefix can count.
     using Converted = std::conditional_t<std::is_same_v<From, UnsignedVarchar>, Varchar, From>;
     std::int32_t bytes = text.count;
-    const Status status =
-        convert<Converted, WVarcharSz>({call.src, &bytes, wide, text.count * 4 + 4, &chars, call.fldDef});
+    const Status status = source_to_wide<Converted>(call, &bytes, wide, text.count * 4 + 4, &chars);
     if (status != ZVRT_RC_OK) return status;
   }
   if (source.stores == Stores::once_converted) store_if_zero(call.srcLen, text.count);

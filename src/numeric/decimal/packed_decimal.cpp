@@ -7,7 +7,7 @@
 #include "core/termination.h"
 #include "encoding/code_page.h"
 #include "numeric/decimal/decimal_kernels.h"
-#include "numeric/narrow_forms.h"
+#include "strings/through_wide.h"
 #include "support/scratch.h"
 
 namespace zvrt {
@@ -102,7 +102,7 @@ Status unpack_narrow(const Call& call) {
   const auto capacity = static_cast<std::int32_t>(std::min<std::uint64_t>(units, INT32_MAX));
   const Rendered rendered = render(field, text.get(), capacity);
   report_length(call.srcLen, field, rendered.status);
-  return rendered.status == ZVRT_RC_OK ? encode_narrow(call, text.get()) : rendered.status;
+  return rendered.status == ZVRT_RC_OK ? complete_wide_to_destination<VarcharSz>(call, text.get()) : rendered.status;
 }
 
 // A field too small is left alone, and so is srcLen; outLen is the size needed.
@@ -128,11 +128,8 @@ Status pack_narrow(const Call& call) {
   Scratch<Wide, usual_text> text(static_cast<std::uint64_t>(units));
   if (text.get() == nullptr) return ZVRT_RC_NO_MEMORY;
   std::uint32_t characters = 0;
-  Call decoding = call;
-  decoding.dst = text.get();
-  decoding.dstSize = static_cast<std::int32_t>(std::min<std::int64_t>(units * 4, INT32_MAX));
-  decoding.outLen = &characters;
-  const Status status = convert<VarcharSz, WVarcharSz>(decoding);
+  const auto size = static_cast<std::int32_t>(std::min<std::int64_t>(units * 4, INT32_MAX));
+  const Status status = source_to_wide<VarcharSz>(call, call.srcLen, text.get(), size, &characters);
   return status == ZVRT_RC_OK ? pack(call, text.get(), nullptr) : status;
 }
 

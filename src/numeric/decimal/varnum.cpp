@@ -7,7 +7,7 @@
 #include "core/termination.h"
 #include "encoding/code_page.h"
 #include "numeric/decimal/decimal_kernels.h"
-#include "numeric/narrow_forms.h"
+#include "strings/through_wide.h"
 #include "support/wraps.h"
 
 namespace zvrt {
@@ -110,7 +110,7 @@ Status from_varnum_narrow(const Call& call) {
   Wide text[max_varnum_text_length + 1];
   const auto* value = static_cast<const std::uint8_t*>(call.src);
   const Rendered rendered = decimal_kernels.render_varnum(value, text, max_varnum_text_length + 1);
-  return rendered.status == ZVRT_RC_OK ? encode_narrow(call, text) : rendered.status;
+  return rendered.status == ZVRT_RC_OK ? complete_wide_to_destination<VarcharSz>(call, text) : rendered.status;
 }
 
 bool is_well_formed(const std::uint8_t* value) {

@@ -4,6 +4,7 @@
 #include "encoding/code_page.h"
 #include "numeric/integer/integer_format.h"
 #include "numeric/integer/integers.h"
+#include "strings/through_wide.h"
 
 using namespace zvrt;
 
@@ -25,9 +26,9 @@ Status in_bytes_if_ok(const Call& call) {
   return status;
 }
 
-// Wide text on to narrow text in the field's code page. The conversion ends the text itself where there is room.
-Status narrow(const Wide* text, void* dst, std::int32_t dstSize, std::uint32_t& bytes, const FldDef* fldDef) {
-  const Status status = ZVRTCnvWVarcharSzToVarcharSz(text, nullptr, dst, dstSize, &bytes, fldDef);
+// Wide text to narrow text in the field's code page, terminated if the capacity allows.
+Status narrow(const Call& call, const Wide* text, std::uint32_t& bytes) {
+  const Status status = wide_to_destination<VarcharSz>(call, text, &bytes);
   if (status != ZVRT_RC_OK) return status;
   return bytes > 0 ? ZVRT_RC_OK : ZVRT_RC_EMPTY_RESULT;
 }
@@ -40,7 +41,7 @@ Status render_narrow(const Call& call) {
   std::uint32_t characters = 0;
   render<Int>({call.src, call.srcLen, text, sizeof text, &characters, nullptr});  // never truncates
   std::uint32_t bytes = 0;
-  const Status status = narrow(text, call.dst, call.dstSize, bytes, call.fldDef);
+  const Status status = narrow(call, text, bytes);
   *call.outLen = bytes;
   return status;
 }

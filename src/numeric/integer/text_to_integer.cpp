@@ -5,6 +5,7 @@
 #include "core/call.h"
 #include "encoding/code_page.h"
 #include "numeric/integer/integers.h"
+#include "strings/through_wide.h"
 #include "support/wraps.h"
 
 using namespace zvrt;
@@ -28,7 +29,7 @@ Status parse_narrow(const Call& call) {
   Wide text[characters] = {};
   std::uint32_t length = 0;
   std::uint32_t size = 0;
-  Status status = ZVRTCnvVarcharSzToWVarcharSz(call.src, call.srcLen, text, sizeof text, &length, call.fldDef);
+  Status status = source_to_wide<VarcharSz>(call, call.srcLen, text, sizeof text, &length);
   if (status == ZVRT_RC_OK) status = conversion(text, nullptr, call.dst, call.dstSize, &size, nullptr);
   *call.outLen = size;
   return status;
