@@ -328,7 +328,8 @@ typedef struct ZVRTProblem {
 #define ZVRT_PLAN_ZONED_TIME_AS_UTC UINT32_C(0x100) /**< Arrow timestamps with a time zone are taken as UTC. */
 /** @} */
 
-/** @name Plans @{ */
+/** @name Plans
+ * Made once, run over any number of values. @{ */
 
 /** Digits of the fraction that the scale 0 of a TIMESTAMP means. */
 #define ZVRT_SCALE_DEFAULT 6
