@@ -148,6 +148,11 @@ constexpr IntegerConversions conversions_by = with_bytes<Kernel, std::uint32_t, 
                    std::uint64_t, std::int64_t>({}, {}, {}, {}, {}, {}, {}, {}),
     {}, {}, {});
 
+// The types with an entry for bytes, as conversions_by lists them.
+template <class Int>
+constexpr bool is_rendered_to_bytes =
+    std::is_same_v<Int, std::uint32_t> || std::is_same_v<Int, std::int32_t> || std::is_same_v<Int, std::uint64_t>;
+
 // The version for this processor.
 extern const IntegerConversions integers;
 
@@ -159,6 +164,7 @@ Status render(const Call& call) {
 // To narrow text in ASCII.
 template <class Int>
 Status render_bytes(const Call& call) {
+  static_assert(is_rendered_to_bytes<Int>, "conversions_by has no entry for this type");
   return integers.render_bytes[type_index<Int>](call.src, call.srcLen, call.dst, call.dstSize, call.outLen,
                                                 call.fldDef);
 }
