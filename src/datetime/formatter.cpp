@@ -1,3 +1,15 @@
+// A record to wide text, one pass over the tokenised model.
+//
+// at_ is where the next character goes, last_ the last address that a terminator may take; every element first checks
+// that it fits before last_. visit_code() turns an element's code into a compile-time constant, and write<code>() looks
+// up in the table of elements which field it writes and with how many digits.
+//
+// Each element belongs to a group (year, month ... AM/PM). awaited_ holds the groups that the kind of record still
+// requires; when it is empty the text is complete and the rest of the model is ignored. An element of a group that the
+// kind does not have writes nothing.
+//
+// The AM/PM designator may stand before the hour that decides it, so its two characters are reserved (designator_) and
+// written at the end. A second designator, a 24-hour element or no 12-hour element leaves blanks in a reserved place.
 #include "datetime/formatter.h"
 
 #include "datetime/day_period.h"

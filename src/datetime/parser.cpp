@@ -1,3 +1,20 @@
+// Wide text to a record, one pass over the text and the tokenised model together.
+//
+// The parser alternates two steps until the text, its character limit or the model ends:
+//
+// 1. Literals. The run of literals before the next element is compared with the text where it stands. If it differs
+//    there, the text is searched for its first occurrence, so that "on 5/3" matches the model "/%MM" at the slash. A
+//    run that is not found is an error, unless the model ends with it.
+// 2. An element. visit_code() turns its code into a compile-time constant; read<code>() looks up in the table of
+//    elements how that element is read. Digits are read as the element has: usually exactly its width, checked without
+//    a loop that depends on the text; otherwise a run of digits of at most the width, with one minus sign anywhere in
+//    it.
+//
+// An hour of the 12-hour clock and the AM/PM designator may come in either order: the first to arrive waits in
+// pending_hour_ or day_period_, and resolve_hour() combines them. An hour without a designator is taken as it is.
+//
+// Nothing is read after the terminator: each read stops at the first character that does not belong, and zero never
+// does.
 #include "datetime/parser.h"
 
 #include <algorithm>

@@ -1,5 +1,16 @@
-// The correctly rounded significant digits of doubles: an exact way for any count of them, and a fast one for the two
-// counts that columns are written with.
+// The correctly rounded significant digits of doubles.
+//
+// round_to_digits() computes 8 or 17 digits with integers of 128 bits:
+//
+// 1. value = fraction * 2^e. The decimal exponent follows from e by one multiplication (floor(e * log10(2))) and one
+//    comparison with the smallest double of the next decade, from a table.
+// 2. The fraction is multiplied by the power of ten that moves all wanted digits before the point. The table holds the
+//    leading 128 bits of each power, truncated, so the product of 192 bits is at most two units too small.
+// 3. The product is an integer of up to 57 bits, the digits, and a fraction of at least 70 bits, which decides the
+//    rounding unless it is within those two units of one half (ties go to even when the power is exact).
+// 4. In that rare case exact_decimal() takes over, by std::to_chars with a precision, which is exact.
+//
+// Any other count of digits goes through ExactDecimal at once.
 #pragma once
 
 #include <bit>

@@ -1,4 +1,17 @@
-// Text to doubles and singles, correctly rounded.
+// Text to doubles and singles, correctly rounded. Four ways, from the most frequent to the rarest:
+//
+// 1. A short decimal (at most 15 digits, no exponent) by a kernel, where the processor has one: significand /
+//    10^places, both exact doubles, so that the one division is correctly rounded (Clinger).
+// 2. scan() reads sign, digits, point and exponent of any text into significand * 10^exponent. If both are exact
+//    doubles, one multiplication or division as in 1.
+// 3. Up to 19 digits: the significand times the leading 128 bits of the power of ten, truncated (nearest_double()). The
+//    product is at most two units too small, so it decides the rounding unless it is that close to a tie: the idea of
+//    Eisel and Lemire. With more digits the first 19 and their successor bound the number: if both give the same
+//    double, it is that one.
+// 4. Otherwise std::from_chars over the first 770 digits and a sticky digit for the rest, which is exact.
+//
+// screen() decides whether a text with other characters after or inside its number is rejected, and tells a written
+// zero from a number that rounds to zero.
 #include <algorithm>
 #include <array>
 #include <bit>

@@ -1,7 +1,12 @@
-// The decimal conversions by AVX-512: a value of ordinary length is taken apart, moved to its place and put together in
-// one vector, without a branch on the number of digits. Whatever is longer, or does not fit, goes to the definitions.
+// The decimal conversions by AVX-512, for values and texts of up to 64 characters in one vector, without a branch on
+// the number of digits. Anything longer, or that does not fit, goes to the definitions.
 //
-// No inline function of a header is used that could be kept out of line: its one copy would serve older processors too.
+// The steps are those of the kernels by SSE4.1: half-bytes or pairs are split into digits, aligned, and joined again by
+// multiplications with weights. Byte permutations (VPERMB) align in one step across the whole vector, and masked loads
+// and stores take the place of overlapping pieces.
+//
+// Of headers only functions are used that are always inlined: an out-of-line copy would be linked into code for every
+// processor.
 #include <immintrin.h>
 
 #include <cstdint>

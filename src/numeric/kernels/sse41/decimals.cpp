@@ -1,7 +1,24 @@
-// The decimal conversions by SSE4.1, for values and texts of up to 32 characters: taken apart in two vectors, moved by
-// byte shuffles and stored in overlapping blocks. Whatever is longer, or does not fit, goes to the definitions.
+// The decimal conversions by SSE4.1, for values and texts of up to 32 characters, held in two vectors. Anything longer,
+// or that does not fit, goes to the definitions.
 //
-// No inline function of a header is used that could be kept out of line: its one copy would serve older processors too.
+// Packed decimal to text. Bytes [ab cd eS] are split into half-bytes [a b c d e S], the first byte lowest. Two masks
+// give the first half-byte that is not zero (start) and the first above 9, at the latest the sign (stop). A byte shift
+// by `start` brings the digits to the front, adding '0' makes them characters, and they are stored as overlapping
+// pieces.
+//
+// Text to packed decimal. The characters are shifted so that the terminator comes to the place of the sign; the low
+// half-bytes [a b c d e 0] are joined by PMADDUBSW with the weights 16 and 1 to [ab cd e0], and the sign is added to
+// the last byte.
+//
+// VARNUM to text. Each mantissa byte less 1 is a pair 0..99; its tens are pair * 6554 >> 16, its ones pair - 10 * tens.
+// A window skips a leading zero; the bytes after the point are taken from one place earlier, which opens the gap for
+// it.
+//
+// Text to VARNUM. The opposite: the digits after the point move over it, and are aligned so that the point falls
+// between two pairs; PMADDUBSW with the weights 10 and 1 makes pairs, plus 1 the mantissa.
+//
+// Of headers only functions are used that are always inlined: an out-of-line copy would be linked into code for every
+// processor.
 #include <cstdint>
 #include <cstring>
 
