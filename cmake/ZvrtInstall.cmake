@@ -151,6 +151,16 @@ zvrt_install_library(ZVRTColumns PACKAGE libzvrtcolumns
   DESCRIPTION "One rule of conversion, made once and run over columns of values, exact to
 the last digit, with a status for each value that is refused.")
 zvrt_function_pages(ZVRTColumns libzvrtcolumns_development)
+file(GLOB records_pages CONFIGURE_DEPENDS docs/man/zvrt-records.[0-9])
+if(TARGET zvrt-records)
+  zvrt_install_program(zvrt-records PACKAGE zvrt-records
+    MAN ${records_pages}
+    DEPENDS ZVRTDataCnvLib ZVRTColumns
+    SUMMARY "mainframe record files to tables and back"
+    DESCRIPTION "Reads and writes record files that a copybook describes, and tables in CSV,
+SQLite and databases with an ODBC driver; what is refused is told with its
+place and nothing is lost silently.")
+endif()
 
 if(ZVRT_PACKAGES)
   set(CPACK_GENERATOR DEB)
