@@ -12,7 +12,7 @@
 namespace zvrt {
 
 // Each kernel's own: functions of this file that are not inlined must not be shared among levels.
-namespace {
+namespace {  // NOLINT(cert-dcl59-cpp,google-build-namespaces)
 
 // A source, a destination, and how far a run has got in both.
 struct Texts {
