@@ -23,7 +23,7 @@
 namespace zvrt {
 
 // Each kernel's own: functions of this file that are not inlined must not be shared among levels.
-namespace {
+namespace {  // NOLINT(cert-dcl59-cpp,google-build-namespaces)
 
 // ---- Where a source ends ----
 
