@@ -29,7 +29,7 @@ class WideSink {
     return true;
   }
 
-  // Takes the ordinary leading part of a text at once; returns the bytes taken.
+  // Converts the leading part of a text that the kernel takes; returns the bytes taken.
   std::int64_t convert_prefix(const char* src, std::int64_t bytes) {
     const auto count = static_cast<std::size_t>(bytes);
     const bool counts = dst_ == nullptr || is_full();
@@ -133,7 +133,7 @@ class Utf8Sink {
     return static_cast<std::int64_t>(progress.read);
   }
 
-  // Takes the ordinary leading part of a text at once; returns the units taken.
+  // Converts the leading part of a text that the kernel takes; returns the units taken.
   std::int64_t convert_prefix(const void* src, std::int64_t units) {
     const auto count = static_cast<std::size_t>(units);
     if (dst_ != nullptr && needed_ < capacity_) {

@@ -10,8 +10,8 @@
 //    double, it is that one.
 // 4. Otherwise std::from_chars over the first 770 digits and a sticky digit for the rest, which is exact.
 //
-// screen() decides whether a text with other characters after or inside its number is rejected, and tells a written
-// zero from a number that rounds to zero.
+// screen() decides whether a text with other characters after or inside its number is rejected, and distinguishes a
+// written zero from a number that rounds to zero.
 #include <algorithm>
 #include <array>
 #include <bit>

@@ -16,7 +16,7 @@ struct Block {
 struct Bytes {
   static constexpr std::size_t unit = 1;
 
-  // Which lanes of a vector are among the first so many of a block.
+  // Which lanes of a vector are among the first `count` units of a block.
   static Mask lanes(std::size_t count, unsigned vector) { return first(count - min(count, vector * 64)); }
   static Vector load(const char* at, Mask lanes) { return _mm512_maskz_loadu_epi8(lanes, at); }
   static void store(char* at, Mask lanes, Vector units) { _mm512_mask_storeu_epi8(at, lanes, units); }
@@ -61,7 +61,7 @@ ZVRT_INLINED void store_lanes(const Block& block, std::size_t count, char* into)
   if (vectors > 3) Units::store(into + 192, Units::lanes(count, 3), block.d);
 }
 
-// Copies so many vectors at most. Returns false where the copy ends.
+// Copies at most `vectors` vectors. Returns false when the copy ends.
 template <class Units, unsigned vectors>
 ZVRT_INLINED bool copy_step(const char* src, char* dst, std::size_t capacity, std::size_t& done) {
   constexpr std::size_t step = vectors * 64 / Units::unit;

@@ -143,7 +143,7 @@ ZVRT_INLINED bool decode_step(const char* src, Bound bound, char* dst, std::size
   const __mmask64 lead_bytes = _mm512_cmpge_epi8_mask(bytes, _mm512_set1_epi8(first_lead));
   Mask leads = lead_bytes & inside;
   if ((leads & 1) == 0) return false;
-  // The last character may go on behind a block that is full.
+  // The last character may continue after a full block.
   std::size_t stop = text == step_bytes ? highest_bit(leads) : text;
   leads &= first(stop);
   const std::size_t complete = count_of(leads);
@@ -163,9 +163,9 @@ ZVRT_INLINED bool decode_step(const char* src, Bound bound, char* dst, std::size
   return stop != 0 && text >= readable && bound.goes_on(progress.read);
 }
 
-// Steps of 64 bytes while all of them are there and ordinary. They follow each other at distances that do not depend on
-// their characters, so that none waits for the one before; the last bytes of each are left to the next, as a character
-// has to be seen whole.
+// Steps of 64 bytes while all of them are there and well-formed. They follow each other at distances that do not depend
+// on their characters, so that none waits for the one before; the last bytes of each are left to the next, as a
+// character has to be seen whole.
 template <class Out, class Bound>
 ZVRT_INLINED bool decode_long(const char* src, Bound bound, char* dst, std::size_t capacity, Progress& progress) {
   constexpr std::size_t step = step_bytes;

@@ -19,7 +19,7 @@ struct FourthBytes {
 };
 constexpr FourthBytes fourth_bytes;
 
-// The units of the vector that begins `before` units behind `at`, of `readable` units there. A terminated text is
+// The vector of units that begins `before` units after `at`, where `readable` units may be read. A terminated text is
 // readable for the whole of a step but at the end of a page.
 template <class Bound>
 [[gnu::always_inline]] inline Vector load_units(const char* at, std::size_t readable, std::size_t before,
@@ -87,7 +87,7 @@ template <class Bound>
   return taken(characters, readable, bound, progress);
 }
 
-// 32 ordinary characters, sure of their room.
+// 32 well-formed characters that are known to fit.
 [[gnu::always_inline]] inline void store_half(Vector low, Vector high, bool long_forms, char* dst, std::size_t capacity,
                                               Progress& progress) {
   if (long_forms) {
@@ -98,7 +98,7 @@ template <class Bound>
   }
 }
 
-// Steps of 64 characters while all of them are there, ordinary and sure of their room.
+// Steps of 64 characters while all of them are there, well-formed and known to fit.
 template <class Bound>
 [[gnu::always_inline]] inline void encode_long(const char* src, Bound bound, char* dst, std::size_t capacity,
                                                Progress& progress) {

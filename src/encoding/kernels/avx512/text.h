@@ -97,7 +97,7 @@ ZVRT_INLINED std::size_t to_page_end(const char* at) {
   return page_bytes - reinterpret_cast<std::uintptr_t>(at) % page_bytes;
 }
 
-// Where a source ends: how many units may be read behind those read already, `limit` at most; none at the end.
+// Where a source ends: how many units may be read after those read already, at most `limit`; none at the end.
 struct Counted {
   static constexpr bool is_terminated = false;
   std::size_t count;
@@ -109,7 +109,7 @@ struct Counted {
   }
 };
 
-// How many units of a terminated text may be read behind those read already, `limit` at most: to the end of each page
+// How many units of a terminated text may be read after those read already, at most `limit`: to the end of each page
 // that the text reaches, and one unit beyond what is known to be no terminator.
 template <std::size_t unit>
 struct TerminatedUnits {

@@ -69,7 +69,7 @@ struct ToUtf8 {
     if (taken != in_low || block.count == in_low) return taken;
     return taken + store_forms<4>(expand(characters.high), block.count - in_low, dst, capacity, progress);
   }
-  // 64 units of ASCII, sure of their room.
+  // 64 units of ASCII that are known to fit.
   ZVRT_INLINED static bool store_long(const char* src, char* dst) {
     const Vector a = _mm512_loadu_si512(src);
     const Vector b = _mm512_loadu_si512(src + 64);
@@ -104,7 +104,7 @@ struct ToWide {
     progress.written += count;
     return count == found ? block.count : lowest_bit(_pdep_u64(Mask{1} << count, characters.lanes));
   }
-  // 64 units without surrogates, sure of their room.
+  // 64 units without surrogates that are known to fit.
   ZVRT_INLINED static bool store_long(const char* src, char* dst) {
     const Vector a = _mm512_loadu_si512(src);
     const Vector b = _mm512_loadu_si512(src + 64);
@@ -214,7 +214,7 @@ ZVRT_INLINED bool utf32_step(const char* src, Bound bound, char* dst, std::size_
   return bound.goes_on(progress.read);
 }
 
-// 64 wide characters that are a unit each, sure of their room.
+// 64 wide characters of one unit each that are known to fit.
 ZVRT_INLINED bool store_long_utf32(const char* src, char* dst) {
   const Vector low = in_words(_mm512_loadu_si512(src), _mm512_loadu_si512(src + 64));
   const Vector high = in_words(_mm512_loadu_si512(src + 128), _mm512_loadu_si512(src + 192));

@@ -5,10 +5,10 @@
 
 namespace zvrt::avx512 {
 
-// Stores the characters in some lanes as UTF-16 and returns the units. Above U+FFFF, with v = character - 10000, a lane of
-// 32 bits holds the pair as it stands in memory, the high surrogate in the lower half:
+// Stores the characters in some lanes as UTF-16 and returns the units. Above U+FFFF, with v = character - 10000, a lane
+// of 32 bits holds the pair as it stands in memory, the high surrogate in the lower half:
 //   [110111 v9..v0|110110 v19..v10]
-// and the upper halves of all other lanes are squeezed out.
+// and the upper halves of all other lanes are removed by compress.
 ZVRT_INLINED std::size_t store_utf16(char* dst, __mmask16 lanes, Vector characters) {
   const __mmask16 pairs = _mm512_mask_cmpgt_epu32_mask(lanes, characters, repeat32(0xFFFF));
   if (pairs == 0) {

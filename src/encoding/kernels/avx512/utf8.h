@@ -40,7 +40,7 @@ struct CountedBytes {
 };
 
 // The characters of a block, by their first bytes. A length is the distance to the next byte that is no continuation;
-// where it is what the lead byte asks for, the character is well-formed, and nothing stray lies behind it.
+// where it is what the lead byte asks for, the character is well-formed, and no continuation byte too many follows it.
 struct Characters {
   Vector bytes;
   Vector positions;
@@ -57,9 +57,7 @@ ZVRT_INLINED Characters locate(Vector bytes, __mmask64 leads) {
   return {bytes, positions, _mm512_min_epu8(_mm512_sub_epi8(next, positions), repeat8(15))};
 }
 
-// A character's bytes are gathered in a lane, the lead on top, and shifted down by what is not theirs. By its length in
-// bytes: that shift, the marks of its bytes, and the largest payload of its lead byte with all bits below. A length
-// that does not belong to a lead byte exceeds that; so does zero, less one.
+// Each lane holds one sequence, lead byte highest, then bytes of the next: [1110aaaa|10bbbbbb|10cccccc|xxxxxxxx]. Tables by the length in bytes give the right shift that drops x, the marker bits to XOR away and a limit. After the XOR, payload - 1 >= limit exactly if the lead byte does not announce that length or the code point is 0.
 template <class Lane, unsigned places>
 struct Forms {
   alignas(64) Lane shifts[places];
@@ -148,8 +146,8 @@ ZVRT_INLINED Vector expand(Vector characters) {
                                    0xEA);
 }
 
-// The same for characters of one or two bytes, in lanes of 16 bits. Masks are few in number on their way through the
-// processor: what can be chosen by vectors is.
+// The same for characters of one or two bytes, in lanes of 16 bits. Mask operations run on one or two ports only, so
+// the choice is made with vector operations.
 ZVRT_INLINED Vector expand_short_forms(Vector units) {
   const Vector upper = _mm512_slli_epi16(units, 8);
   // ((upper & 3F00) | leads) | 80C0

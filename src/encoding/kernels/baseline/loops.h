@@ -38,7 +38,8 @@ struct Counted {
   }
 };
 
-// Text up to a terminator, which ends what is ordinary and continues no character: what stands before it needs no count.
+// Text up to a terminator, which ends the fast path and continues no character, so that nothing before it needs a
+// count.
 struct Terminated {
   static bool has(std::size_t /*read*/, std::size_t /*units*/) { return true; }
   template <std::size_t units, std::size_t bytes>
@@ -55,8 +56,8 @@ inline unsigned payload_at(const char* src, std::size_t index) { return byte_at(
 
 inline unsigned replaced(unsigned value) { return value == replacement_character ? '?' : value; }
 
-// One character; returns its length, or 0 where it is not ordinary. Each length is a branch of its own, which the
-// processor predicts, so that the next character need not wait for it. A byte is read once those before it continue the
+// One character; returns its length, or 0 if it is not well-formed. Each length has its own branch, which the processor
+// predicts, so that the next character need not wait for it. A byte is read once those before it continue the
 // character.
 template <class Source, class Sink>
 [[gnu::always_inline]] inline std::size_t decode_one(const char* src, Source source, std::size_t read, Sink sink) {
@@ -111,7 +112,7 @@ constexpr Wide last_ordinary = 0x1FFFFF;
 
 inline char continuation(Wide value, unsigned shift) { return static_cast<char>(0x80U | (value >> shift & 0x3FU)); }
 
-// Writes an ordinary character where it fits; returns its length, or 0.
+// Writes a character of one to four bytes if it fits; returns its length, or 0.
 inline std::size_t encode_one(Wide value, char* dst, std::size_t capacity) {
   if (value < 0x80) {
     if (value == 0 || capacity < 1) return 0;

@@ -23,7 +23,7 @@ struct Texts {
   std::size_t read = 0;
   std::size_t written = 0;
 
-  // Whether so many units may be looked at together and their results fit.
+  // Whether `units` units may be read together and their results fit.
   template <std::size_t source_unit>
   bool has_block(std::size_t units) const {
     return count - read >= units && capacity - written >= units &&

@@ -6,7 +6,7 @@ namespace zvrt::sse41 {
 
 namespace {
 
-// Which bytes of a block end a character, up to the first that is not ordinary.
+// Which bytes of a block end a character, up to the first that is not well-formed.
 struct Characters {
   Mask ends;
   std::size_t stop;  // bytes they take
@@ -24,14 +24,13 @@ ZVRT_INLINED Characters locate(Block bytes) {
   const Mask four = at_least(bytes, 0xF0);
   const Mask continuations = sign_bits(bytes) ^ two;
   const Mask expected = two << 1 | three << 2 | four << 3;
-  // Leads of five bytes and more; and those without payload before a continuation byte without, as they may make a
-  // zero. (D0 80 does not, but is rare.)
+  // Lead bytes F8..FF; and C0, D0, E0 or F0 followed by 80, since such a sequence may encode U+0000. (D0 80 does not,
+  // but is rare.)
   const Block beyond = _mm_subs_epu8(bytes, repeat(0xF8 - 0x80));
   const Block empty = _mm_cmpeq_epi8(_mm_and_si128(bytes, repeat(0xCF)), repeat(0xC0));
   const Block next_empty = _mm_cmpeq_epi8(_mm_srli_si128(bytes, 1), repeat(0x80));
   const Mask malformed = sign_bits(_mm_or_si128(beyond, _mm_and_si128(empty, next_empty)));
-  // A fault lies behind the first byte of its character, also where that ends the block or the text, or is a stray
-  // byte: the block stops at the last character that starts before.
+  // Bit i of `faults` is set one byte after the lead of a malformed sequence; everything before that lead is converted.
   const Mask faults = ((expected ^ continuations) | malformed << 1) & span;
   const Mask starts = ~continuations & span & below(faults);
   // Before each start but the first a character ends.
@@ -92,7 +91,7 @@ Block gather_short(Block bytes, Block positions, Block indices) {
   return _mm_blendv_epi8(_mm_and_si128(raw, _mm_set1_epi16(0x7F)), joined, two);
 }
 
-// The indices of eight characters from `first` on, in pieces of so many that start at `last` at the latest.
+// The indices of eight characters from `first` on, in pieces of `piece` that start at `last` at the latest.
 template <unsigned piece, unsigned first = 0>
 Block short_indices(Block last) {
   static constexpr Bytes starts([](unsigned i) { return first + i / 2 / piece * piece; });

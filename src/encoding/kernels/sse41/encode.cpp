@@ -1,6 +1,5 @@
-// Wide text to UTF-8 by SSE4.1, in steps of sixteen characters: their bytes are put side by side in lanes, squeezed
-// together by byte shuffles and stored by pieces that overlap as far as they have to, so that their number costs hardly
-// a branch.
+// Wide text to UTF-8 by SSE4.1, in steps of sixteen characters: their bytes are expanded in lanes, compressed by byte
+// shuffles and stored in overlapping pieces, with hardly a branch on their number.
 #include "encoding/kernels/sse41/text.h"
 
 namespace zvrt::sse41 {
@@ -86,7 +85,7 @@ Block expand(Block values) {
   return _mm_blendv_epi8(values, _mm_or_si128(_mm_or_si128(low, high), marks), two);
 }
 
-// ---- Lanes squeezed together ----
+// ---- Lanes compressed ----
 
 // For four lanes of four bytes, by the lengths less one in two masks of four bits.
 struct QuadCompression {

@@ -35,7 +35,7 @@ struct Counted {
   ZVRT_INLINED Units units(const char* src, std::size_t read) const { return load_units(src + read * 4, count - read); }
 };
 
-// Text up to a terminator, which ends what is ordinary and continues no character.
+// Text up to a terminator, which ends the fast path and continues no character.
 struct Terminated {
   ZVRT_INLINED static bool goes_on(const char* src, std::size_t read) { return src[read] != 0; }
   ZVRT_INLINED static bool has_block(const char* src, std::size_t read) {

@@ -47,13 +47,14 @@ Mask bits_of(__m256i signs) { return static_cast<std::uint32_t>(_mm256_movemask_
 // Stores 16 of a text's characters, as far as they and its terminator lie in this part of it.
 ZVRT_WRAPS void store_part(char* dst, std::uint32_t part, std::uint32_t length, Vector characters) {
   const std::uint32_t from = part * 16;
-  // Of a part behind the terminator nothing is stored, at the start: the memory where it belongs need not be there, and
-  // is slow to find missing.
+  // A part after the terminator stores nothing, with an empty mask at the start of the text: its own address may be
+  // unmapped, which makes even an empty masked store slow.
   const std::uint32_t some = 0U - (length >= from ? 1U : 0U);
   _mm512_mask_storeu_epi32(dst + (from * 4 & some), first16((length + 1 - from) & some), characters);
 }
 
-// A packed field's half-bytes from the vector's start on, zeros behind them; which are above 9, which are not zero.
+// A packed field's half-bytes from the vector's start on, followed by zeros; which of them are above 9, which are not
+// zero.
 void split(const std::uint8_t* field, std::uint32_t size, Vector& digits, Mask& beyond, Mask& nonzero) {
   constexpr int both_masked = 0xA8;  // (a | b) & c
   if (size <= 16) {
@@ -93,7 +94,7 @@ void store_bytes(void* dst, std::uint32_t length, Vector text) {
 
 template <class Unit>
 ZVRT_WRAPS Rendered render_packed_512(const std::uint8_t* field, std::int64_t bytes, void* dst, std::int32_t capacity) {
-  // One byte less than the vector holds leaves its last position zero, whence a sign finds a zero to stand in for.
+  // With one byte less than the vector holds, its last position is zero, where a sign finds the zero that it replaces.
   if (bytes < 1 || bytes >= vector_bytes / 2) return left_packed<Unit>(field, bytes, dst, capacity);
   const auto size = static_cast<std::uint32_t>(bytes);
   const std::uint32_t digits = 2 * size - 1;
@@ -302,8 +303,8 @@ ZVRT_WRAPS EncodedVarnum encode_varnum_512(const void* text, std::uint8_t* dst, 
   const auto digit_at = [point](std::uint32_t index) { return index - (index > point ? 1 : 0); };
   const std::uint32_t leading = digit_at(lowest(nonzero));
   const std::uint32_t last = digit_at(highest(nonzero));
-  // The pair of the first digit that is not zero goes behind the header, the point falls between two pairs: that digit
-  // is the lower one of its pair when the digits from it to the point are an odd number.
+  // The pair of the first digit that is not zero follows the header, and the point falls between two pairs: that digit
+  // is the lower one of its pair if the number of digits from it to the point is odd.
   const std::uint32_t lower = (leading + point) % 2;
   const std::uint32_t shift = 2 * header_bytes + lower - leading;
   const Vector straight = positions(0 - shift);

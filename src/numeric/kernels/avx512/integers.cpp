@@ -21,8 +21,8 @@ struct Constants {
   alignas(32) std::uint16_t to_two_digits[16];
   alignas(32) std::uint32_t to_four_digits[8];
   alignas(32) std::uint32_t to_eight_digits[8];
-  // Moves the first of so many digits out of the 32-bit lanes of two vectors (127 is a zero byte) to the end of 32
-  // bytes, or 16 further on to the end of 16.
+  // Moves a given number of digits out of the 32-bit lanes of two vectors (127 is a zero byte) to the end of 32 bytes,
+  // or 16 further on to the end of 16.
   alignas(64) std::uint8_t to_the_right[128];
 
   // Writing.

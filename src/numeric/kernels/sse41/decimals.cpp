@@ -82,7 +82,7 @@ void store_wide(void* dst, std::uint32_t count, Block characters) {
   }
 }
 
-// Stores 1 to 10 characters in twos, without a branch on their number. A single one is stored with one character behind
+// Stores 1 to 10 characters in pairs, without a branch on their number. A single one is stored with one character after
 // it.
 void store_few(void* dst, std::uint32_t count, Block characters) {
   const std::uint32_t last = count - (count > 1 ? 2 : 1);
@@ -219,7 +219,7 @@ ZVRT_WRAPS Packed pack_text_41(const void* text, std::uint8_t* field, std::int32
   return {count, static_cast<std::uint32_t>(size)};
 }
 
-// The bytes before `index` of one window and those behind it of the window one byte before.
+// The bytes up to `index` of one window, and those after it of the window one byte before.
 Block split_window(const TwoBlocks& bytes, std::int32_t from, std::uint32_t index) {
   const Block after_point = _mm_cmpgt_epi8(all(decimal_vectors.positions), repeat_of(index));
   return _mm_blendv_epi8(window(bytes, from), window(bytes, from - 1), after_point);
@@ -283,8 +283,8 @@ ZVRT_WRAPS EncodedVarnum encode_varnum_41(const void* text, std::uint8_t* dst, s
   const auto digit_at = [point](std::uint32_t index) { return index - (index > point ? 1 : 0); };
   const std::uint32_t leading = digit_at(lowest_bit(nonzero));
   const std::uint32_t last = digit_at(highest_bit(nonzero));
-  // The pair of the first digit that is not zero goes behind the header, the point falls between two pairs: that digit
-  // is the lower one of its pair when the digits from it to the point are an odd number.
+  // The pair of the first digit that is not zero follows the header, and the point falls between two pairs: that digit
+  // is the lower one of its pair if the number of digits from it to the point is odd.
   const std::uint32_t lower = (leading + point) % 2;
   const std::uint32_t shift = 2 * header_bytes + lower - leading;
   if (last + shift >= 2 * lanes) return encode_varnum<Unit>(text, dst, capacity);
@@ -295,7 +295,7 @@ ZVRT_WRAPS EncodedVarnum encode_varnum_41(const void* text, std::uint8_t* dst, s
   values.low = _mm_and_si128(values.low, _mm_cmpgt_epi8(end, all(decimal_vectors.positions)));
   values.high = _mm_and_si128(
       values.high, _mm_cmpgt_epi8(_mm_sub_epi8(end, all(decimal_vectors.sixteens)), all(decimal_vectors.positions)));
-  // Digits behind the point move up over it.
+  // Digits after the point move up over it.
   const auto compressed = [&](std::uint32_t part) {
     const std::int32_t from = static_cast<std::int32_t>(part) - static_cast<std::int32_t>(shift);
     const Block straight = _mm_add_epi8(all(decimal_vectors.positions), repeat_of(static_cast<std::uint32_t>(from)));

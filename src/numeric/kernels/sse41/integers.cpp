@@ -34,8 +34,8 @@ Block sixteen_digits(std::uint64_t number) {
   return sse2::digit_characters(sse2::sixteen_digits(upper, number - upper * hundred_million));
 }
 
-// Writes a number of up to so many digits, with a zero following it `max_lanes` lanes, in pieces of two or four. The last ones may
-// overlap: none reaches beyond the lanes to store, and how many there are does not depend on the number of digits.
+// Writes a number of at most `digits` digits and a zero, at most `max_lanes` lanes, in pieces of two or four. The last
+// pieces may overlap: none reaches beyond the lanes to store, and their number does not depend on the number of digits.
 template <std::int32_t digits, std::int32_t max_lanes, std::int32_t piece>
 [[gnu::always_inline]] inline std::int32_t write_digits(std::uint64_t magnitude, bool negative, void* dst,
                                                         std::int32_t capacity) {
@@ -92,7 +92,7 @@ std::int32_t count_leading_digits(Block bytes) {
   return __builtin_ctz(static_cast<unsigned>(_mm_movemask_epi8(others)) | 1U << 16);
 }
 
-// The number that the first so many digits make.
+// The number that the first `count` digits make.
 std::uint64_t join_leading_digits(Block digits, std::int32_t count) {
   return join_digits(shift_down(digits, std::ptrdiff_t{static_cast<std::uint32_t>(count)} - 16));
 }
