@@ -1,5 +1,5 @@
-// Vectors of sixteen bytes by SSE4.1, for the kernels of that level. Everything is inlined, so that nothing compiled for this
-// level is left to link.
+// Vectors of sixteen bytes by SSE4.1, for the kernels of that level. Everything is inlined, so that nothing compiled for
+// this level is left to link.
 #pragma once
 
 #include <smmintrin.h>
