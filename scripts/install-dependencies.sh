@@ -31,7 +31,7 @@ useful_clients=(postgresql odbc-postgresql libsqliteodbc odbcinst unixodbc
 needed_bench=("${needed_test[@]}" libbenchmark-dev)
 useful_bench=(valgrind libabsl-dev libcob4-dev libdouble-conversion-dev libecpg-dev libfast-float-dev libmpdec-dev)
 
-needed_other_machines=("${needed_demo[@]}")
+needed_other_machines=("${needed_test[@]}" g++-aarch64-linux-gnu g++-s390x-linux-gnu qemu-user)
 useful_other_machines=()
 
 usage() { sed -n '2,9s/^# \{0,1\}//p' "$0" >&2; exit 2; }

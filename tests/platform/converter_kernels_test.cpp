@@ -22,10 +22,8 @@ struct Version {
   zvrt::CpuLevel level;
 };
 
-const Version versions[] = {
-    {"baseline", zvrt::single_byte_baseline, zvrt::CpuLevel::baseline},
-    ZVRT_X86({"avx512", zvrt::single_byte_avx512, zvrt::CpuLevel::avx512}),
-};
+const Version versions[] = {{"baseline", zvrt::single_byte_baseline, zvrt::CpuLevel::baseline},
+                            ZVRT_X86({"avx512", zvrt::single_byte_avx512, zvrt::CpuLevel::avx512}, )};
 
 // A page with its own characters: one window, two and more, undefined bytes, ASCII and EBCDIC.
 struct Page {

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <iconv.h>
 
+#include <bit>
 #include <map>
 #include <optional>
 #include <string>
@@ -81,10 +82,15 @@ const IconvPage iconv_pages[] = {
 
 class Iconv {
  public:
-  explicit Iconv(const char* page) : descriptor_(iconv_open("UTF-32LE", page)) {}
-  ~Iconv() { iconv_close(descriptor_); }
+  explicit Iconv(const char* page)
+      : descriptor_(iconv_open(std::endian::native == std::endian::little ? "UTF-32LE" : "UTF-32BE", page)) {}
+  ~Iconv() {
+    if (knows_page()) iconv_close(descriptor_);
+  }
   Iconv(const Iconv&) = delete;
   Iconv& operator=(const Iconv&) = delete;
+
+  bool knows_page() const { return descriptor_ != reinterpret_cast<iconv_t>(-1); }
 
   char32_t decode(unsigned char byte) const {
     char32_t character = 0;
@@ -108,6 +114,7 @@ TEST_F(ConverterPages, SingleBytesAgreeWithIconvBothWays) {
   for (const IconvPage& page : iconv_pages) {
     SCOPED_TRACE(page.iconv);
     const Iconv iconv(page.iconv);
+    if (!iconv.knows_page()) GTEST_SKIP() << "glibc's tables are not installed";
     void* const converter = find_converter(page.number);
     ASSERT_NE(converter, nullptr);
     for (unsigned byte = 0; byte < 256; ++byte) {
