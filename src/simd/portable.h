@@ -75,11 +75,23 @@ ZVRT_INLINED Block upper_half(const Block& bytes) {
 }
 ZVRT_INLINED std::uint8_t first_byte(const Block& bytes) { return bytes.at[0]; }
 
+// Eight digits as bytes, the first lowest: a number is split into halves in every lane at once, of eight, four and two
+// digits. A division by 100 or 10 is a multiplication and a shift, exact in these ranges.
+ZVRT_INLINED std::uint64_t eight_digits(std::uint64_t number) {
+  std::uint64_t lanes = number / 10000 | number % 10000 << 32;
+  const std::uint64_t hundreds = lanes * 10486 >> 20 & 0x0000007F0000007F;
+  lanes = hundreds | (lanes - hundreds * 100) << 16;
+  const std::uint64_t tens = lanes * 103 >> 10 & 0x000F000F000F000F;
+  return tens | (lanes - tens * 10) << 8;
+}
+
 ZVRT_INLINED Block sixteen_digits(std::uint64_t upper, std::uint64_t lower) {
   Block digits;
-  for (std::size_t i = 8; i-- > 0; upper /= 10, lower /= 10) {
-    digits.at[i] = static_cast<std::uint8_t>(upper % 10);
-    digits.at[i + 8] = static_cast<std::uint8_t>(lower % 10);
+  const std::uint64_t first = eight_digits(upper);
+  const std::uint64_t second = eight_digits(lower);
+  for (std::size_t i = 0; i < 8; ++i) {
+    digits.at[i] = static_cast<std::uint8_t>(first >> 8 * i);
+    digits.at[i + 8] = static_cast<std::uint8_t>(second >> 8 * i);
   }
   return digits;
 }
