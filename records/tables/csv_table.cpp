@@ -1,0 +1,314 @@
+// CSV files: libcsv reads, CsvFormat writes.
+//
+// The parser calls back for each cell and each row, in the file's order of columns. A cell goes straight to the block's
+// column that wants it; when a chunk of the file ends inside a row, the cells of that row are carried into the next block.
+#include <csv.h>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <exception>
+#include <filesystem>
+#include <map>
+#include <utility>
+
+#include "records/files/failure.h"
+#include "records/files/input_file.h"
+#include "records/files/output_file.h"
+#include "records/tables/csv_format.h"
+#include "records/tables/formats.h"
+
+namespace zvrt::records {
+namespace {
+
+constexpr std::size_t chunk_bytes = 1 << 17;
+constexpr std::size_t not_wanted = SIZE_MAX;
+constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
+
+// The library's parser, released also when a constructor gives up.
+struct Parser : csv_parser {
+  explicit Parser(unsigned char chosen) : csv_parser{} {
+    if (csv_init(this, chosen) != 0) throw Failure("out of memory");
+  }
+  Parser(const Parser&) = delete;
+  Parser& operator=(const Parser&) = delete;
+  ~Parser() { csv_free(this); }
+};
+
+unsigned char parser_options(const TableOptions& options) {
+  return static_cast<unsigned char>(CSV_STRICT | CSV_STRICT_FINI | (options.null_text ? 0 : CSV_EMPTY_IS_NULL));
+}
+
+class CsvReader final : public TableReader {
+ public:
+  CsvReader(const std::string& file, const std::vector<Column>& columns, const TableOptions& options)
+      : file_(file), null_(options.null_text), parser_(parser_options(options)), chunk_(chunk_bytes) {
+    csv_set_space_func(&parser_, [](unsigned char) { return 0; });
+    csv_set_delim(&parser_, static_cast<unsigned char>(options.delimiter));
+    pending_.columns.resize(columns.size());
+    complete_ = &pending_;
+    while (header_.empty() && !ended_) parse();
+    if (!header_done_) throw Failure(file_.name() + ": there is no header");
+    find_columns(columns);
+    distribute_first_rows();
+  }
+
+  bool has(std::size_t column) const override { return is_there_[column]; }
+  Progress progress() override { return {file_.offset(), file_.size()}; }
+
+  bool next(CellBlock& block) override {
+    std::swap(block, pending_);
+    pending_.clear();
+    pending_.columns.resize(block.columns.size());
+    complete_ = &block;
+    while (block.rows == 0 && !ended_) parse();
+    carry(block);
+    complete_ = &pending_;
+    block.first = rows_ + 1;
+    rows_ += block.rows;
+    return block.rows != 0;
+  }
+
+ private:
+  using Names = std::vector<std::string>;
+
+  void parse() {
+    const std::size_t count = file_.read(chunk_.data(), chunk_.size());
+    const std::size_t mark =
+        file_.offset() == count && std::string_view(chunk_.data(), count).starts_with(byte_order_mark)
+            ? byte_order_mark.size()
+            : 0;
+    ended_ = count < chunk_.size();
+    const std::size_t taken = csv_parse(&parser_, chunk_.data() + mark, count - mark, on_cell, on_row, this);
+    rethrow();
+    if (taken != count - mark) fail(file_.offset() - count + mark + taken);
+    if (ended_ && csv_fini(&parser_, on_cell, on_row, this) != 0) fail(file_.offset());
+    rethrow();
+  }
+
+  [[noreturn]] void fail(std::uint64_t offset) {
+    throw Failure(fmt::format("{}: row {}, byte {}: {}", file_.name(), rows_ + complete_->rows + 1, offset,
+                              csv_error(&parser_) == CSV_EPARSE ? "a quotation mark inside a cell, or text after one"
+                                                                : csv_strerror(csv_error(&parser_))));
+  }
+
+  // An exception cannot pass through the parser, which is C: it waits here.
+  void rethrow() {
+    if (failure_) std::rethrow_exception(std::exchange(failure_, nullptr));
+  }
+
+  static void on_cell(void* text, std::size_t size, void* self) {
+    auto& reader = *static_cast<CsvReader*>(self);
+    if (reader.failure_) return;
+    try {
+      reader.cell(static_cast<const char*>(text), size);
+    } catch (...) {
+      reader.failure_ = std::current_exception();
+    }
+  }
+  static void on_row(int /*end*/, void* self) {
+    auto& reader = *static_cast<CsvReader*>(self);
+    if (reader.failure_) return;
+    try {
+      reader.row();
+    } catch (...) {
+      reader.failure_ = std::current_exception();
+    }
+  }
+
+  void cell(const char* text, std::size_t size) {
+    if (!header_done_) {
+      header_.emplace_back(text == nullptr ? "" : std::string(text, size));
+      return;
+    }
+    if (wanted_.empty()) {  // rows of the first chunk, before it is known which columns are wanted
+      early_.push_back(text == nullptr ? std::nullopt : std::optional(std::string(text, size)));
+      return;
+    }
+    const std::size_t place = cells_++;
+    if (place >= wanted_.size() || wanted_[place] == not_wanted) return;
+    put(wanted_[place], text, size);
+  }
+
+  void put(std::size_t column, const char* text, std::size_t size) {
+    if (text == nullptr || (null_ && std::string_view(text, size) == *null_))
+      complete_->add_null(column);
+    else
+      complete_->add(column, {text, size});
+  }
+
+  void row() {
+    if (!header_done_) {
+      header_done_ = true;
+      return;
+    }
+    if (wanted_.empty()) {
+      early_rows_.push_back(early_.size());
+      return;
+    }
+    end_row();
+  }
+
+  void end_row() {
+    if (cells_ != wanted_.size())
+      throw Failure(fmt::format("{}: row {} has {} cells, the header has {}", file_.name(), rows_ + complete_->rows + 1,
+                                cells_, wanted_.size()));
+    for (const std::size_t column : lacking_) complete_->add_null(column);
+    cells_ = 0;
+    ++complete_->rows;
+  }
+
+  void find_columns(const std::vector<Column>& columns) {
+    std::map<std::string, std::size_t> places;
+    for (std::size_t i = 0; i < header_.size(); ++i)
+      if (!places.emplace(header_[i], i).second)
+        throw Failure(fmt::format("{}: the column '{}' stands twice", file_.name(), header_[i]));
+    wanted_.assign(header_.size(), not_wanted);
+    is_there_.assign(columns.size(), true);
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+      const auto found = places.find(columns[i].name);
+      if (found != places.end()) {
+        wanted_[found->second] = i;
+      } else if (columns[i].may_lack) {
+        is_there_[i] = false;
+        lacking_.push_back(i);
+      } else {
+        throw Failure(fmt::format("{}: there is no column '{}'", file_.name(), columns[i].name));
+      }
+    }
+  }
+
+  // The rows that came with the header.
+  void distribute_first_rows() {
+    std::size_t at = 0;
+    const auto give = [&](std::size_t end) {
+      for (; at < end; ++at) {
+        const std::size_t place = cells_++;
+        if (place < wanted_.size() && wanted_[place] != not_wanted)
+          put(wanted_[place], early_[at] ? early_[at]->data() : nullptr, early_[at] ? early_[at]->size() : 0);
+      }
+    };
+    for (const std::size_t end : early_rows_) {
+      give(end);
+      end_row();
+    }
+    give(early_.size());
+    early_.clear();
+    early_rows_.clear();
+  }
+
+  // Cells of a row that is not complete yet go to the next block.
+  void carry(CellBlock& block) {
+    for (std::size_t column = 0; column < block.columns.size(); ++column) {
+      CellBlock::Cells& cells = block.columns[column];
+      if (cells.starts.size() == block.rows) continue;
+      if (cells.lengths.back() == null_cell)
+        pending_.add_null(column);
+      else
+        pending_.add(column, {block.text.data() + cells.starts.back(), static_cast<std::size_t>(cells.lengths.back())});
+      cells.starts.pop_back();
+      cells.lengths.pop_back();
+    }
+  }
+
+  InputFile file_;
+  std::optional<std::string> null_;
+  Parser parser_;
+  std::vector<char> chunk_;
+  Names header_;
+  bool header_done_ = false;
+  std::vector<std::optional<std::string>> early_;
+  std::vector<std::size_t> early_rows_;
+  std::vector<std::size_t> wanted_;   // for each column of the file the one that it is for
+  std::vector<std::size_t> lacking_;  // columns that the file has not
+  std::vector<bool> is_there_;
+  CellBlock pending_;              // what was parsed beyond the current block
+  CellBlock* complete_ = nullptr;  // where cells go
+  std::size_t cells_ = 0;          // of the row that is being parsed
+  std::uint64_t rows_ = 0;
+  bool ended_ = false;
+  std::exception_ptr failure_;
+};
+
+// What a file that is appended to looks like: its header has to be ours, its last line may lack its end.
+struct Appended {
+  bool has_header = false;
+  bool ends_in_newline = true;
+  std::string newline = "\r\n";
+};
+
+Appended look_at(const std::string& file, const std::string& header) {
+  Appended found;
+  InputFile in(file);
+  std::string start(header.size() + byte_order_mark.size(), '\0');
+  start.resize(in.read(start.data(), start.size()));
+  if (start.empty()) return found;
+  if (start.starts_with(byte_order_mark)) start.erase(0, byte_order_mark.size());
+  const std::string_view names(header.data(), header.size() - 2);
+  const bool same = start.starts_with(names);
+  const std::string_view rest = same ? std::string_view(start).substr(names.size()) : std::string_view();
+  if (!same || !(rest.empty() || rest[0] == '\r' || rest[0] == '\n'))
+    throw Failure(fmt::format("{}: its header is not that of the rows to append, which is {}", file, names));
+  found.has_header = true;
+  if (!rest.empty() && rest[0] == '\n') found.newline = "\n";
+  std::vector<char> chunk(chunk_bytes);
+  char last = start.back();
+  for (std::size_t count = 1; (count = in.read(chunk.data(), chunk.size())) != 0;) last = chunk[count - 1];
+  found.ends_in_newline = last == '\n';
+  return found;
+}
+
+class CsvWriter final : public TableWriter {
+ public:
+  CsvWriter(const std::string& file, const std::vector<Column>& columns, const TableOptions& options, Existing existing)
+      : format_(options) {
+    std::string start;
+    format_.header(columns, start);
+    if (file == "-") {
+      out_ = std::make_unique<StandardOutput>();
+    } else {
+      Appended appended;
+      check_place(file, existing);
+      if (existing == Existing::append && std::filesystem::exists(file)) appended = look_at(file, start);
+      out_ = std::make_unique<RegularOutput>(file, existing);
+      if (appended.has_header) {
+        format_.set_newline(appended.newline);
+        start = appended.ends_in_newline ? "" : appended.newline;
+        out_->write(start);
+        return;
+      }
+    }
+    if (options.byte_order_mark) out_->write(byte_order_mark);
+    out_->write(start);
+  }
+
+  bool is_text() const override { return true; }
+  void format(const RowBlock& rows, std::string& text) const override { format_.rows(rows, text); }
+  void write_text(std::string_view text) override { out_->write(text); }
+  void write(const RowBlock& rows) override {
+    text_.clear();
+    format_.rows(rows, text_);
+    out_->write(text_);
+  }
+  void finish() override { out_->finish(); }
+  void commit() override { out_->commit(); }
+
+ private:
+  CsvFormat format_;
+  std::unique_ptr<OutputFile> out_;
+  std::string text_;
+};
+
+}  // namespace
+
+std::unique_ptr<TableReader> open_csv(const std::string& file, const std::vector<Column>& columns,
+                                      const TableOptions& options) {
+  return std::make_unique<CsvReader>(file, columns, options);
+}
+
+std::unique_ptr<TableWriter> make_csv(const std::string& file, const std::vector<Column>& columns,
+                                      const TableOptions& options, Existing existing) {
+  return std::make_unique<CsvWriter>(file, columns, options, existing);
+}
+
+}  // namespace zvrt::records

@@ -1,0 +1,22 @@
+// The kinds of tables, each in a file of its own.
+#ifndef ZVRT_RECORDS_TABLES_FORMATS_H
+#define ZVRT_RECORDS_TABLES_FORMATS_H
+
+#include "records/tables/table.h"
+
+namespace zvrt::records {
+
+std::unique_ptr<TableReader> open_csv(const std::string& file, const std::vector<Column>& columns,
+                                      const TableOptions& options);
+std::unique_ptr<TableWriter> make_csv(const std::string& file, const std::vector<Column>& columns,
+                                      const TableOptions& options, Existing existing);
+std::unique_ptr<TableReader> open_json_lines(const std::string& file, const std::vector<Column>& columns);
+std::unique_ptr<TableWriter> make_json_lines(const std::string& file, const std::vector<Column>& columns,
+                                             Existing existing);
+std::unique_ptr<TableReader> open_sqlite(const TableName& name, const std::vector<Column>& columns,
+                                         const TableOptions& options);
+std::unique_ptr<TableWriter> make_sqlite(const TableName& name, const std::vector<Column>& columns, Existing existing);
+
+}  // namespace zvrt::records
+
+#endif

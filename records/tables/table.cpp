@@ -1,0 +1,71 @@
+#include "records/tables/table.h"
+
+#include <algorithm>
+
+#include "records/files/failure.h"
+#include "records/tables/formats.h"
+
+namespace zvrt::records {
+namespace {
+
+bool ends_in(std::string_view text, std::string_view end) {
+  if (text.size() < end.size()) return false;
+  return std::equal(
+      end.begin(), end.end(), text.end() - static_cast<std::ptrdiff_t>(end.size()),
+      [](char wanted, char found) { return wanted == (found >= 'A' && found <= 'Z' ? found + 32 : found); });
+}
+
+}  // namespace
+
+void CellBlock::clear() {
+  text.clear();
+  for (Cells& cells : columns) {
+    cells.starts.clear();
+    cells.lengths.clear();
+  }
+  rows = 0;
+}
+
+void CellBlock::add(std::size_t column, std::string_view cell) {
+  if (cell.size() > 0x7FFFFFFF) throw Failure("a cell is longer than 2 GiB");
+  columns[column].starts.push_back(static_cast<std::int64_t>(text.size()));
+  columns[column].lengths.push_back(static_cast<std::int32_t>(cell.size()));
+  text.insert(text.end(), cell.begin(), cell.end());
+}
+
+void CellBlock::add_null(std::size_t column) {
+  columns[column].starts.push_back(static_cast<std::int64_t>(text.size()));
+  columns[column].lengths.push_back(null_cell);
+}
+
+CellColumn CellBlock::column(std::size_t index) const {
+  return {text.data(), 0, columns[index].starts.data(), columns[index].lengths.data()};
+}
+
+TableName::Kind TableName::kind() const {
+  if (file == "-" || ends_in(file, ".csv")) return Kind::csv;
+  if (ends_in(file, ".jsonl")) return Kind::json_lines;
+  return Kind::sqlite;
+}
+
+std::unique_ptr<TableReader> open_table(const TableName& name, const std::vector<Column>& columns,
+                                        const TableOptions& options) {
+  switch (name.kind()) {
+    case TableName::Kind::csv: return open_csv(name.file, columns, options);
+    case TableName::Kind::json_lines: return open_json_lines(name.file, columns);
+    case TableName::Kind::sqlite: break;
+  }
+  return open_sqlite(name, columns, options);
+}
+
+std::unique_ptr<TableWriter> make_table(const TableName& name, const std::vector<Column>& columns,
+                                        const TableOptions& options, Existing existing) {
+  switch (name.kind()) {
+    case TableName::Kind::csv: return make_csv(name.file, columns, options, existing);
+    case TableName::Kind::json_lines: return make_json_lines(name.file, columns, existing);
+    case TableName::Kind::sqlite: break;
+  }
+  return make_sqlite(name, columns, existing);
+}
+
+}  // namespace zvrt::records

@@ -1,0 +1,132 @@
+// Rows of a table, wherever the table is, a block at a time and column by column.
+//
+// Every cell is UTF-8 text or null: numbers are exact decimal text, so that no table makes binary fractions of them
+// unless a column is one (Column::Type::real). A column's cells stand where a start and a stride, or an array of starts,
+// say; that is how the conversion plans write and read them.
+#ifndef ZVRT_RECORDS_TABLES_TABLE_H
+#define ZVRT_RECORDS_TABLES_TABLE_H
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "records/files/file_roles.h"
+
+namespace zvrt::records {
+
+constexpr std::int32_t null_cell = -1;
+
+struct Column {
+  enum class Type {
+    text,
+    number,   // exact decimal text; JSON writes it as a number
+    integer,  // a number that always fits into 64 bits
+    real,     // a float whose shortest text reads back as it
+    bytes,    // hexadecimal digits; a BLOB in SQLite
+  };
+  std::string name;
+  Type type = Type::text;
+  bool may_lack = false;  // reading: a table without it has nulls there
+};
+
+struct CellColumn {
+  const char* data = nullptr;
+  std::int64_t stride = 0;
+  const std::int64_t* starts = nullptr;   // in place of the stride
+  const std::int32_t* lengths = nullptr;  // null_cell: a null
+
+  bool is_null(std::size_t row) const { return lengths[row] == null_cell; }
+  std::string_view at(std::size_t row) const {
+    const std::int64_t start = starts != nullptr ? starts[row] : static_cast<std::int64_t>(row) * stride;
+    return {data + start, static_cast<std::size_t>(lengths[row])};
+  }
+};
+
+struct RowBlock {
+  std::vector<CellColumn> columns;
+  std::vector<std::uint32_t> rows;  // those to write
+};
+
+class TableWriter {
+ public:
+  TableWriter() = default;
+  TableWriter(const TableWriter&) = delete;
+  TableWriter& operator=(const TableWriter&) = delete;
+  virtual ~TableWriter() = default;
+
+  // A table that is text (CSV, JSON lines): the rows as they stand in it. Any number of threads may ask at once.
+  virtual bool is_text() const { return false; }
+  virtual void format(const RowBlock& /*rows*/, std::string& /*text*/) const {}
+  // Rows of such a table that were formatted before.
+  virtual void write_text(std::string_view /*text*/) {}
+  virtual void write(const RowBlock& rows) = 0;
+  // Everything is on the disk but for commit(), after which the table stands in its place.
+  virtual void finish() = 0;
+  virtual void commit() = 0;
+};
+
+// Cells of some rows, in memory of their own.
+struct CellBlock {
+  struct Cells {
+    std::vector<std::int64_t> starts;
+    std::vector<std::int32_t> lengths;
+  };
+  std::vector<char> text;
+  std::vector<Cells> columns;
+  std::size_t rows = 0;
+  std::uint64_t first = 0;  // number of the first row, from 1
+
+  void clear();
+  void add(std::size_t column, std::string_view cell);
+  void add_null(std::size_t column);
+  CellColumn column(std::size_t index) const;
+};
+
+class TableReader {
+ public:
+  TableReader() = default;
+  TableReader(const TableReader&) = delete;
+  TableReader& operator=(const TableReader&) = delete;
+  virtual ~TableReader() = default;
+
+  // False after the last row; never a block without rows.
+  virtual bool next(CellBlock& block) = 0;
+  // Whether a column that may lack is there.
+  virtual bool has(std::size_t column) const = 0;
+  // How much of the table was read, for a progress line: a part of `total`, or nothing where that is not known.
+  struct Progress {
+    std::uint64_t done = 0;
+    std::optional<std::uint64_t> total;
+  };
+  virtual Progress progress() = 0;
+};
+
+struct TableOptions {
+  char delimiter = ',';
+  std::optional<std::string> null_text;  // CSV: a cell without quotes of this text is null; else an empty one
+  bool byte_order_mark = false;          // CSV: written; one that stands there is always skipped
+  std::string order_by;                  // SQLite, reading: a column
+};
+
+// What a file name says: `.csv` or `-`, `.jsonl`, else an SQLite database, in which `table` is looked for.
+struct TableName {
+  enum class Kind { csv, json_lines, sqlite };
+  std::string file;
+  std::string table;
+  Kind kind() const;
+};
+
+std::unique_ptr<TableReader> open_table(const TableName& name, const std::vector<Column>& columns,
+                                        const TableOptions& options);
+std::unique_ptr<TableWriter> make_table(const TableName& name, const std::vector<Column>& columns,
+                                        const TableOptions& options, Existing existing);
+// The statement that makes the table in SQLite.
+std::string create_statement(const std::string& table, const std::vector<Column>& columns);
+
+}  // namespace zvrt::records
+
+#endif
