@@ -34,7 +34,7 @@ char* CsvFormat::put(char* at, std::string_view cell) const {
   return at;
 }
 
-void CsvFormat::header(const std::vector<Column>& columns, std::string& text) const {
+void CsvFormat::header(const std::vector<TableColumn>& columns, std::string& text) const {
   for (std::size_t i = 0; i < columns.size(); ++i) {
     if (i != 0) text += delimiter_;
     std::string cell(2 * columns[i].name.size() + 2, '\0');

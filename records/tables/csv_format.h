@@ -11,7 +11,7 @@ class CsvFormat {
  public:
   explicit CsvFormat(const TableOptions& options);
 
-  void header(const std::vector<Column>& columns, std::string& text) const;
+  void header(const std::vector<TableColumn>& columns, std::string& text) const;
   void rows(const RowBlock& block, std::string& text) const;
   void set_newline(std::string newline) { newline_ = std::move(newline); }
 

@@ -41,7 +41,7 @@ unsigned char parser_options(const TableOptions& options) {
 
 class CsvReader final : public TableReader {
  public:
-  CsvReader(const std::string& file, const std::vector<Column>& columns, const TableOptions& options)
+  CsvReader(const std::string& file, const std::vector<TableColumn>& columns, const TableOptions& options)
       : file_(file), null_(options.null_text), parser_(parser_options(options)), chunk_(chunk_bytes) {
     csv_set_space_func(&parser_, [](unsigned char) { return 0; });
     csv_set_delim(&parser_, static_cast<unsigned char>(options.delimiter));
@@ -158,7 +158,7 @@ class CsvReader final : public TableReader {
     ++complete_->rows;
   }
 
-  void find_columns(const std::vector<Column>& columns) {
+  void find_columns(const std::vector<TableColumn>& columns) {
     std::map<std::string, std::size_t> places;
     for (std::size_t i = 0; i < header_.size(); ++i)
       if (!places.emplace(header_[i], i).second)
@@ -250,7 +250,7 @@ Appended look_at(const std::string& file, const std::string& header) {
   if (!same || !(rest.empty() || rest[0] == '\r' || rest[0] == '\n'))
     throw Failure(fmt::format("{}: its header is not that of the rows to append, which is {}", file, names));
   found.has_header = true;
-  if (!rest.empty() && rest[0] == '\n') found.newline = "\n";
+  if (!rest.empty() && rest[0] == '\n') found.newline.erase(0, 1);
   std::vector<char> chunk(chunk_bytes);
   char last = start.back();
   for (std::size_t count = 1; (count = in.read(chunk.data(), chunk.size())) != 0;) last = chunk[count - 1];
@@ -260,7 +260,8 @@ Appended look_at(const std::string& file, const std::string& header) {
 
 class CsvWriter final : public TableWriter {
  public:
-  CsvWriter(const std::string& file, const std::vector<Column>& columns, const TableOptions& options, Existing existing)
+  CsvWriter(const std::string& file, const std::vector<TableColumn>& columns, const TableOptions& options,
+            Existing existing)
       : format_(options) {
     std::string start;
     format_.header(columns, start);
@@ -273,8 +274,7 @@ class CsvWriter final : public TableWriter {
       out_ = std::make_unique<RegularOutput>(file, existing);
       if (appended.has_header) {
         format_.set_newline(appended.newline);
-        start = appended.ends_in_newline ? "" : appended.newline;
-        out_->write(start);
+        if (!appended.ends_in_newline) out_->write(appended.newline);
         return;
       }
     }
@@ -301,12 +301,12 @@ class CsvWriter final : public TableWriter {
 
 }  // namespace
 
-std::unique_ptr<TableReader> open_csv(const std::string& file, const std::vector<Column>& columns,
+std::unique_ptr<TableReader> open_csv(const std::string& file, const std::vector<TableColumn>& columns,
                                       const TableOptions& options) {
   return std::make_unique<CsvReader>(file, columns, options);
 }
 
-std::unique_ptr<TableWriter> make_csv(const std::string& file, const std::vector<Column>& columns,
+std::unique_ptr<TableWriter> make_csv(const std::string& file, const std::vector<TableColumn>& columns,
                                       const TableOptions& options, Existing existing) {
   return std::make_unique<CsvWriter>(file, columns, options, existing);
 }

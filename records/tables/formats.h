@@ -6,16 +6,17 @@
 
 namespace zvrt::records {
 
-std::unique_ptr<TableReader> open_csv(const std::string& file, const std::vector<Column>& columns,
+std::unique_ptr<TableReader> open_csv(const std::string& file, const std::vector<TableColumn>& columns,
                                       const TableOptions& options);
-std::unique_ptr<TableWriter> make_csv(const std::string& file, const std::vector<Column>& columns,
+std::unique_ptr<TableWriter> make_csv(const std::string& file, const std::vector<TableColumn>& columns,
                                       const TableOptions& options, Existing existing);
-std::unique_ptr<TableReader> open_json_lines(const std::string& file, const std::vector<Column>& columns);
-std::unique_ptr<TableWriter> make_json_lines(const std::string& file, const std::vector<Column>& columns,
+std::unique_ptr<TableReader> open_json_lines(const std::string& file, const std::vector<TableColumn>& columns);
+std::unique_ptr<TableWriter> make_json_lines(const std::string& file, const std::vector<TableColumn>& columns,
                                              Existing existing);
-std::unique_ptr<TableReader> open_sqlite(const TableName& name, const std::vector<Column>& columns,
+std::unique_ptr<TableReader> open_sqlite(const TableName& name, const std::vector<TableColumn>& columns,
                                          const TableOptions& options);
-std::unique_ptr<TableWriter> make_sqlite(const TableName& name, const std::vector<Column>& columns, Existing existing);
+std::unique_ptr<TableWriter> make_sqlite(const TableName& name, const std::vector<TableColumn>& columns,
+                                         Existing existing);
 
 }  // namespace zvrt::records
 

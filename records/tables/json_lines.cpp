@@ -19,7 +19,7 @@ constexpr std::size_t rows_in_block = 1000;
 // A value of an object goes to the column of its name; what is no value of a cell is an error.
 class ObjectCells final : public nlohmann::json_sax<nlohmann::json> {
  public:
-  explicit ObjectCells(const std::vector<Column>& columns) : cells_(columns.size()) {
+  explicit ObjectCells(const std::vector<TableColumn>& columns) : cells_(columns.size()) {
     for (std::size_t i = 0; i < columns.size(); ++i) places_.emplace(columns[i].name, i);
   }
   struct Value {
@@ -87,7 +87,7 @@ class ObjectCells final : public nlohmann::json_sax<nlohmann::json> {
 
 class JsonLinesReader final : public TableReader {
  public:
-  JsonLinesReader(const std::string& file, const std::vector<Column>& columns) : file_(file), cells_(columns) {}
+  JsonLinesReader(const std::string& file, const std::vector<TableColumn>& columns) : file_(file), cells_(columns) {}
 
   bool has(std::size_t /*column*/) const override { return true; }
   Progress progress() override { return {file_.offset(), file_.size()}; }
@@ -159,11 +159,11 @@ bool is_json_number(std::string_view text) {
 
 class JsonLinesWriter final : public TableWriter {
  public:
-  JsonLinesWriter(const std::string& file, const std::vector<Column>& columns, Existing existing)
+  JsonLinesWriter(const std::string& file, const std::vector<TableColumn>& columns, Existing existing)
       : out_(file, existing) {
-    for (const Column& column : columns) {
+    for (const TableColumn& column : columns) {
       names_.push_back(json_text(column.name) + ":");
-      is_number_.push_back(column.type != Column::Type::text && column.type != Column::Type::bytes);
+      is_number_.push_back(column.type != TableColumn::Type::text && column.type != TableColumn::Type::bytes);
     }
     if (out_.copied() != 0 && !ends_in_newline(file)) out_.write("\n");
   }
@@ -212,11 +212,11 @@ class JsonLinesWriter final : public TableWriter {
 
 }  // namespace
 
-std::unique_ptr<TableReader> open_json_lines(const std::string& file, const std::vector<Column>& columns) {
+std::unique_ptr<TableReader> open_json_lines(const std::string& file, const std::vector<TableColumn>& columns) {
   return std::make_unique<JsonLinesReader>(file, columns);
 }
 
-std::unique_ptr<TableWriter> make_json_lines(const std::string& file, const std::vector<Column>& columns,
+std::unique_ptr<TableWriter> make_json_lines(const std::string& file, const std::vector<TableColumn>& columns,
                                              Existing existing) {
   return std::make_unique<JsonLinesWriter>(file, columns, existing);
 }

@@ -75,9 +75,9 @@ std::string sql_name(std::string_view name) {
   return text += '"';
 }
 
-std::string joined(const std::vector<Column>& columns, const auto& part) {
+std::string joined(const std::vector<TableColumn>& columns, const auto& part) {
   std::string text;
-  for (const Column& column : columns) text.append(text.empty() ? "" : ", ").append(part(column));
+  for (const TableColumn& column : columns) text.append(text.empty() ? "" : ", ").append(part(column));
   return text;
 }
 
@@ -114,14 +114,14 @@ std::string hexadecimal(std::string_view bytes) {
 
 class SqliteReader final : public TableReader {
  public:
-  SqliteReader(const TableName& name, const std::vector<Column>& columns, const TableOptions& options)
+  SqliteReader(const TableName& name, const std::vector<TableColumn>& columns, const TableOptions& options)
       : name_(name), database_(name.file, SQLITE_OPEN_READWRITE, name.file) {
     // Opened for writing, so that what a killed run left is rolled back; nothing is written beside that.
     database_.run("PRAGMA query_only=1");
     if (!has_table(database_, name.table))
       throw Failure(fmt::format("{}: there is no table '{}'", name.file, name.table));
     std::string selected;
-    for (const Column& column : columns) {
+    for (const TableColumn& column : columns) {
       is_there_.push_back(has_column(database_, name.table, column.name));
       if (!is_there_.back() && !column.may_lack)
         throw Failure(fmt::format("{}: table {} has no column '{}'", name.file, name.table, column.name));
@@ -188,7 +188,7 @@ class SqliteReader final : public TableReader {
 
 class SqliteWriter final : public TableWriter {
  public:
-  SqliteWriter(const TableName& name, const std::vector<Column>& columns, Existing existing)
+  SqliteWriter(const TableName& name, const std::vector<TableColumn>& columns, Existing existing)
       : columns_(columns),
         made_(made_anew(name.file)),
         database_(made_ ? made_->temporary() : name.file, SQLITE_OPEN_READWRITE, name.file) {
@@ -203,12 +203,13 @@ class SqliteWriter final : public TableWriter {
                                 name.table));
     if (exists && existing == Existing::replace) database_.run("DROP TABLE " + sql_name(name.table));
     if (!exists || existing == Existing::replace) database_.run(create_statement(name.table, columns));
-    for (const Column& column : columns)
+    for (const TableColumn& column : columns)
       if (!has_column(database_, name.table, column.name))
         throw Failure(fmt::format("{}: table {} has no column '{}'", name.file, name.table, column.name));
-    insert_ = database_.prepare(fmt::format("INSERT INTO {} ({}) VALUES ({})", sql_name(name.table),
-                                            joined(columns, [](const Column& column) { return sql_name(column.name); }),
-                                            joined(columns, [](const Column&) { return std::string("?"); })));
+    insert_ =
+        database_.prepare(fmt::format("INSERT INTO {} ({}) VALUES ({})", sql_name(name.table),
+                                      joined(columns, [](const TableColumn& column) { return sql_name(column.name); }),
+                                      joined(columns, [](const TableColumn&) { return std::string("?"); })));
   }
 
   void write(const RowBlock& rows) override {
@@ -248,22 +249,22 @@ class SqliteWriter final : public TableWriter {
     if (cells.is_null(row)) return check(sqlite3_bind_null(insert, at));
     const std::string_view cell = cells.at(row);
     switch (columns_[column].type) {
-      case Column::Type::integer: {
+      case TableColumn::Type::integer: {
         std::int64_t value = 0;
         const auto read = std::from_chars(cell.data(), cell.data() + cell.size(), value);
         if (read.ec == std::errc{} && read.ptr == cell.data() + cell.size())
           return check(sqlite3_bind_int64(insert, at, value));
         break;
       }
-      case Column::Type::real: {
+      case TableColumn::Type::real: {
         double value = 0;
         const auto read = std::from_chars(cell.data(), cell.data() + cell.size(), value);
         if (read.ec == std::errc{} && std::isfinite(value)) return check(sqlite3_bind_double(insert, at, value));
         break;
       }
-      case Column::Type::bytes: return bind_bytes(at, cell);
-      case Column::Type::text:
-      case Column::Type::number: break;
+      case TableColumn::Type::bytes: return bind_bytes(at, cell);
+      case TableColumn::Type::text:
+      case TableColumn::Type::number: break;
     }
     check(sqlite3_bind_text64(insert, at, cell.data(), cell.size(), SQLITE_STATIC, SQLITE_UTF8));
   }
@@ -279,41 +280,42 @@ class SqliteWriter final : public TableWriter {
     if (result != SQLITE_OK) database_.fail();
   }
 
-  std::vector<Column> columns_;
+  std::vector<TableColumn> columns_;
   std::unique_ptr<Temporary> made_;
   Database database_;
   Statement insert_;
 };
 
-const char* affinity(Column::Type type) {
+const char* affinity(TableColumn::Type type) {
   switch (type) {
-    case Column::Type::integer: return "INTEGER";
-    case Column::Type::real: return "REAL";
-    case Column::Type::bytes: return "BLOB";
-    case Column::Type::text:
-    case Column::Type::number: break;
+    case TableColumn::Type::integer: return "INTEGER";
+    case TableColumn::Type::real: return "REAL";
+    case TableColumn::Type::bytes: return "BLOB";
+    case TableColumn::Type::text:
+    case TableColumn::Type::number: break;
   }
   return "TEXT";  // of a decimal too: a column of another kind would make a binary fraction of it
 }
 
 }  // namespace
 
-std::string create_statement(const std::string& table, const std::vector<Column>& columns) {
+std::string create_statement(const std::string& table, const std::vector<TableColumn>& columns) {
   return fmt::format("CREATE TABLE {} (\n  {}\n)", sql_name(table), [&] {
     std::string text;
-    for (const Column& column : columns)
+    for (const TableColumn& column : columns)
       text.append(text.empty() ? "" : ",\n  ").append(sql_name(column.name)).append(" ").append(affinity(column.type));
     return text;
   }());
 }
 
-std::unique_ptr<TableReader> open_sqlite(const TableName& name, const std::vector<Column>& columns,
+std::unique_ptr<TableReader> open_sqlite(const TableName& name, const std::vector<TableColumn>& columns,
                                          const TableOptions& options) {
   if (name.table.empty()) throw Failure(name.file + ": --table is needed for an SQLite database");
   return std::make_unique<SqliteReader>(name, columns, options);
 }
 
-std::unique_ptr<TableWriter> make_sqlite(const TableName& name, const std::vector<Column>& columns, Existing existing) {
+std::unique_ptr<TableWriter> make_sqlite(const TableName& name, const std::vector<TableColumn>& columns,
+                                         Existing existing) {
   if (name.table.empty()) throw Failure(name.file + ": --table is needed for an SQLite database");
   return std::make_unique<SqliteWriter>(name, columns, existing);
 }

@@ -48,7 +48,7 @@ TableName::Kind TableName::kind() const {
   return Kind::sqlite;
 }
 
-std::unique_ptr<TableReader> open_table(const TableName& name, const std::vector<Column>& columns,
+std::unique_ptr<TableReader> open_table(const TableName& name, const std::vector<TableColumn>& columns,
                                         const TableOptions& options) {
   switch (name.kind()) {
     case TableName::Kind::csv: return open_csv(name.file, columns, options);
@@ -58,7 +58,7 @@ std::unique_ptr<TableReader> open_table(const TableName& name, const std::vector
   return open_sqlite(name, columns, options);
 }
 
-std::unique_ptr<TableWriter> make_table(const TableName& name, const std::vector<Column>& columns,
+std::unique_ptr<TableWriter> make_table(const TableName& name, const std::vector<TableColumn>& columns,
                                         const TableOptions& options, Existing existing) {
   switch (name.kind()) {
     case TableName::Kind::csv: return make_csv(name.file, columns, options, existing);

@@ -1,7 +1,7 @@
 // Rows of a table, wherever the table is, a block at a time and column by column.
 //
 // Every cell is UTF-8 text or null: numbers are exact decimal text, so that no table makes binary fractions of them
-// unless a column is one (Column::Type::real). A column's cells stand where a start and a stride, or an array of starts,
+// unless a column is one (TableColumn::Type::real). A column's cells stand where a start and a stride, or an array of starts,
 // say; that is how the conversion plans write and read them.
 #ifndef ZVRT_RECORDS_TABLES_TABLE_H
 #define ZVRT_RECORDS_TABLES_TABLE_H
@@ -20,7 +20,7 @@ namespace zvrt::records {
 
 constexpr std::int32_t null_cell = -1;
 
-struct Column {
+struct TableColumn {
   enum class Type {
     text,
     number,   // exact decimal text; JSON writes it as a number
@@ -120,12 +120,12 @@ struct TableName {
   Kind kind() const;
 };
 
-std::unique_ptr<TableReader> open_table(const TableName& name, const std::vector<Column>& columns,
+std::unique_ptr<TableReader> open_table(const TableName& name, const std::vector<TableColumn>& columns,
                                         const TableOptions& options);
-std::unique_ptr<TableWriter> make_table(const TableName& name, const std::vector<Column>& columns,
+std::unique_ptr<TableWriter> make_table(const TableName& name, const std::vector<TableColumn>& columns,
                                         const TableOptions& options, Existing existing);
 // The statement that makes the table in SQLite.
-std::string create_statement(const std::string& table, const std::vector<Column>& columns);
+std::string create_statement(const std::string& table, const std::vector<TableColumn>& columns);
 
 }  // namespace zvrt::records
 

@@ -1,0 +1,34 @@
+// What a cell can run into beside the statuses of the conversion libraries.
+#ifndef ZVRT_RECORDS_CODEC_STATUS_H
+#define ZVRT_RECORDS_CODEC_STATUS_H
+
+#include <cstdint>
+#include <string>
+
+namespace zvrt::records {
+
+using Status = std::uint32_t;
+
+enum RecordStatus : Status {
+  rx_reads_as_null = 30001,
+  rx_low_value,
+  rx_broken_indicator,
+  rx_not_edited,
+  rx_count,
+  rx_not_there,
+  rx_cut_field,
+  rx_unknown_segment,
+  rx_damage,
+  rx_different,
+  rx_missing_row,
+  rx_surplus_row,
+  rx_two_meanings,
+  rx_bytes,
+};
+
+std::string name_of(Status status);
+std::string text_of(Status status);
+
+}  // namespace zvrt::records
+
+#endif

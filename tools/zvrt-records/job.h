@@ -1,0 +1,55 @@
+// What a run needs: the layout, a codec for each segment, the form of the record file.
+#ifndef ZVRT_TOOLS_ZVRT_RECORDS_JOB_H
+#define ZVRT_TOOLS_ZVRT_RECORDS_JOB_H
+
+#include <memory>
+#include <set>
+
+#include "arguments.h"
+#include "records/codec/record_codec.h"
+#include "records/formats/format.h"
+
+namespace zvrt::records {
+
+// Records of some values of a field, and their table; without segments one of all records.
+struct Segment {
+  std::string name;
+  std::string field;
+  std::set<std::string> values;
+  std::unique_ptr<RecordCodec> codec;
+  std::vector<TableColumn>
+      columns;                  // of the table: RECORD_NUMBER, the fields, RECORD_BYTES and what stands around them
+  std::size_t first_field = 0;  // in columns
+  TableName table;
+};
+
+struct Job {
+  const Arguments& arguments;
+  Layout layout;
+  CodecOptions codec;
+  FormatOptions format;
+  TableOptions table;
+  std::vector<Segment> segments;
+  std::uint64_t first = 1;
+  std::uint64_t count = ~std::uint64_t{0};
+  std::string rejects;  // where refusals are written
+
+  explicit Job(const Arguments& told);
+  bool has_segments() const { return !arguments.segments.empty(); }
+  Existing existing() const;
+
+ private:
+  void read_codec();
+  void read_segments();
+  void add_segment(const std::string& text, const RecordOptions& options);
+  void add_bytes_columns(Segment& segment) const;
+  void read_format();
+  void read_table();
+  void read_range();
+};
+
+Layout layout_of(const Arguments& arguments);
+
+}  // namespace zvrt::records
+
+#endif

@@ -1,0 +1,89 @@
+#include "merged_rows.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <charconv>
+
+#include "places.h"
+#include "records/files/failure.h"
+
+namespace zvrt::records {
+
+MergedRows::MergedRows(const Job& job, bool encodes)
+    : job_(job), encodes_(encodes), keeps_(job.arguments.keep_bytes), sources_(job.segments.size()) {
+  for (std::size_t s = 0; s < sources_.size(); ++s) {
+    sources_[s].segment = &job.segments[s];
+    sources_[s].reader = open_table(job.segments[s].table, job.segments[s].columns, job.table);
+    load(sources_[s]);
+  }
+}
+
+void MergedRows::load(Source& source) {
+  source.at = 0;
+  source.ended = !source.reader->next(source.block);
+  if (source.ended) return;
+  source.fields.clear();
+  const std::size_t count = source.segment->codec->fields().size();
+  for (std::size_t i = 0; i < count; ++i) source.fields.push_back(source.block.column(source.segment->first_field + i));
+  if (encodes_) encode(source);
+  find_number(source);
+}
+
+void MergedRows::encode(Source& source) const {
+  const std::size_t rows = source.block.rows;
+  const RecordCodec& codec = *source.segment->codec;
+  source.broken.assign(rows, 0);
+  if (!keeps_) return codec.encode(source.fields, rows, nullptr, source.encoded);
+  std::vector<std::string> bases(rows);
+  const CellColumn bytes = source.block.column(source.segment->first_field + codec.fields().size());
+  for (std::size_t row = 0; row < rows; ++row)
+    if (bytes.is_null(row) || !from_hexadecimal(bytes.at(row), bases[row])) source.broken[row] = 1;
+  codec.encode(source.fields, rows, &bases, source.encoded);
+}
+
+void MergedRows::find_number(Source& source) const {
+  if (!job_.has_segments()) {
+    source.number = source.block.first + source.at;
+    return;
+  }
+  const CellColumn numbers = source.block.column(0);
+  const std::string text(numbers.is_null(source.at) ? "" : numbers.at(source.at));
+  const auto read = std::from_chars(text.data(), text.data() + text.size(), source.number);
+  if (read.ec != std::errc{} || read.ptr != text.data() + text.size())
+    throw Failure(fmt::format("{}: RECORD_NUMBER '{}' of row {} is no number", source.segment->table.file, text,
+                              source.block.first + source.at));
+}
+
+MergedRows::Source* MergedRows::next() {
+  if (last_ != nullptr) {
+    const std::uint64_t before = last_->number;
+    if (++last_->at == last_->block.rows) load(*last_);
+    if (!last_->ended) find_number(*last_);
+    if (!last_->ended && last_->number < before)
+      throw Failure(
+          fmt::format("{}: RECORD_NUMBER {} stands after {}", last_->segment->table.file, last_->number, before));
+  }
+  last_ = nullptr;
+  for (Source& source : sources_)
+    if (!source.ended && (last_ == nullptr || source.number < last_->number)) last_ = &source;
+  return last_;
+}
+
+Surroundings MergedRows::surroundings(const Source& source) const {
+  Surroundings around;
+  for (std::size_t i = source.segment->first_field + source.segment->codec->fields().size();
+       i < source.segment->columns.size(); ++i) {
+    const CellColumn cells = source.block.column(i);
+    if (cells.is_null(source.at)) continue;
+    const std::string& name = source.segment->columns[i].name;
+    if (name == "BYTES_BEFORE") from_hexadecimal(cells.at(source.at), around.before);
+    if (name == "BYTES_AFTER") from_hexadecimal(cells.at(source.at), around.after);
+    if (name == "BLOCK_NUMBER")
+      std::from_chars(cells.at(source.at).data(), cells.at(source.at).data() + cells.at(source.at).size(),
+                      around.block);
+  }
+  return around;
+}
+
+}  // namespace zvrt::records

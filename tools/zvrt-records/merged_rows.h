@@ -1,0 +1,46 @@
+// The rows of all segments' tables in the order of their record numbers; of one table in its own order.
+#ifndef ZVRT_TOOLS_ZVRT_RECORDS_MERGED_ROWS_H
+#define ZVRT_TOOLS_ZVRT_RECORDS_MERGED_ROWS_H
+
+#include "job.h"
+#include "records/formats/record_reader.h"
+
+namespace zvrt::records {
+
+class MergedRows {
+ public:
+  struct Source {
+    const Segment* segment = nullptr;
+    std::unique_ptr<TableReader> reader;
+    CellBlock block;
+    std::vector<CellColumn> fields;    // of the block
+    EncodedRecords encoded;            // of the block, if records are made of it
+    std::vector<std::uint8_t> broken;  // rows whose RECORD_BYTES cannot be used
+    std::size_t at = 0;
+    std::uint64_t number = 0;  // of the row that is next
+    bool ended = false;
+  };
+
+  MergedRows(const Job& job, bool encodes);
+  // The source whose row is next, at its `at`; null after the last one. The row stays until the next call.
+  Source* next();
+  TableReader::Progress progress() { return sources_.front().reader->progress(); }
+  // What stood around the record of a source's row.
+  Surroundings surroundings(const Source& source) const;
+  bool has_surroundings() const { return keeps_; }
+
+ private:
+  void load(Source& source);
+  void find_number(Source& source) const;
+  void encode(Source& source) const;
+
+  const Job& job_;
+  bool encodes_;
+  bool keeps_;
+  std::vector<Source> sources_;
+  Source* last_ = nullptr;
+};
+
+}  // namespace zvrt::records
+
+#endif

@@ -1,0 +1,102 @@
+#include "places.h"
+
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "records/files/failure.h"
+
+namespace zvrt::records {
+namespace {
+
+int digit(char c) {
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  return c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
+}
+
+std::string default_rejects(const Arguments& arguments) {
+  if (arguments.records.front() != "-") return arguments.records.front() + ".rejects.csv";
+  if (arguments.table_file != "-") return arguments.table_file + ".rejects.csv";
+  return "zvrt-records.rejects.csv";
+}
+
+bool is_folder_of_tables(const Job& job) {
+  return job.has_segments() && job.segments.front().table.file != job.arguments.table_file;
+}
+
+void tell_table(const Job& job, FileRoles& roles, bool written) {
+  const std::string& file = job.arguments.table_file;
+  if (is_folder_of_tables(job)) {
+    if (written) roles.writes_into(file, "the folder of tables");
+    for (const Segment& segment : job.segments) {
+      if (!written) roles.reads(segment.table.file, "a table");
+      if (written && std::filesystem::is_directory(file)) roles.writes(segment.table.file, "a table", job.existing());
+    }
+  } else if (file == "-") {
+    roles.standard(written ? STDOUT_FILENO : STDIN_FILENO, written ? "standard output" : "standard input");
+  } else if (!written) {
+    roles.reads(file, "the table");
+  } else {  // a database is changed, not replaced
+    roles.writes(file, "the table",
+                 job.segments.front().table.kind() == TableName::Kind::sqlite ? Existing::append : job.existing());
+  }
+}
+
+}  // namespace
+
+std::string hexadecimal(std::string_view bytes) {
+  constexpr std::string_view digits = "0123456789ABCDEF";
+  std::string text;
+  text.reserve(2 * bytes.size());
+  for (const char byte : bytes) {
+    text += digits[static_cast<unsigned char>(byte) >> 4];
+    text += digits[static_cast<unsigned char>(byte) & 15];
+  }
+  return text;
+}
+
+bool from_hexadecimal(std::string_view text, std::string& bytes) {
+  if (text.size() % 2 != 0) return false;
+  bytes.resize(text.size() / 2);
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    const int high = digit(text[2 * i]);
+    const int low = digit(text[2 * i + 1]);
+    if (high < 0 || low < 0) return false;
+    bytes[i] = static_cast<char>(high << 4 | low);
+  }
+  return true;
+}
+
+MadeFolder::~MadeFolder() {
+  if (!path_.empty() && !kept_) rmdir(path_.c_str());
+}
+
+MadeFolder check_places(Job& job) {
+  const Arguments& arguments = job.arguments;
+  FileRoles roles;
+  roles.reads(arguments.layout, "the layout");
+  tell_table(job, roles, arguments.verb == Verb::import_records && !arguments.dry_run);
+  for (const std::string& file : arguments.records) {
+    const bool written = arguments.verb == Verb::export_table;
+    if (file == "-")
+      roles.standard(written ? STDOUT_FILENO : STDIN_FILENO, written ? "standard output" : "standard input");
+    else if (!written)
+      roles.reads(file, "the records");
+    else if (!arguments.dry_run)
+      roles.writes(file, "the records", job.existing());
+  }
+  if (job.rejects.empty()) job.rejects = free_name(default_rejects(arguments));
+  if (!arguments.dry_run)
+    roles.writes(job.rejects, "the rejects", arguments.rejects_told ? job.existing() : Existing::refuse);
+  roles.check();
+  if (arguments.verb != Verb::import_records || arguments.dry_run || !is_folder_of_tables(job) ||
+      std::filesystem::exists(arguments.table_file))
+    return MadeFolder();
+  std::error_code error;
+  std::filesystem::create_directory(arguments.table_file, error);
+  if (error) throw Failure(arguments.table_file + ": " + error.message());
+  return MadeFolder(arguments.table_file);
+}
+
+}  // namespace zvrt::records
