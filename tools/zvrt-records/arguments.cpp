@@ -13,12 +13,14 @@ void add_layout_options(CLI::App& verb, Arguments& a) {
   verb.add_option("--sync", a.sync, "boundary of SYNC items of 10 to 18 digits")
       ->check(CLI::IsMember({4, 8}))
       ->capture_default_str();
-  verb.add_option("--replacing", a.replacing, "OLD=NEW in the copybook's words, as :TAG:=CUST");
+  verb.add_option("--replacing", a.replacing, "OLD=NEW in the copybook's words, as :TAG:=CUST")
+      ->allow_extra_args(false);
 }
 
 void add_column_options(CLI::App& verb, Arguments& a) {
   verb.add_option("--record", a.record, "the 01 record, or meaning of a redefinition, to take");
-  verb.add_option("--segment", a.segments, "FIELD=VALUE[,VALUE...]:NAME: such records are NAME's, a table each");
+  verb.add_option("--segment", a.segments, "FIELD=VALUE[,VALUE...]:NAME: such records are NAME's, a table each")
+      ->allow_extra_args(false);
   verb.add_option("--redefines", a.redefines, "every meaning as columns of its own, or the first")
       ->check(CLI::IsMember({"all", "first"}))
       ->capture_default_str();
@@ -63,7 +65,8 @@ void add_value_options(CLI::App& verb, Arguments& a) {
       ->check(CLI::IsMember({"big", "little"}));
   verb.add_option("--float", a.floats, "form of COMP-1 and COMP-2; ibm for an EBCDIC page")
       ->check(CLI::IsMember({"ibm", "ieee"}));
-  verb.add_option("--null", a.nulls, "FIELD=blanks|zeros|low-values|high-values|TEXT: what stands for a null");
+  verb.add_option("--null", a.nulls, "FIELD=blanks|zeros|low-values|high-values|TEXT: what stands for a null")
+      ->allow_extra_args(false);
 }
 
 void add_run_options(CLI::App& verb, Arguments& a) {
@@ -71,7 +74,7 @@ void add_run_options(CLI::App& verb, Arguments& a) {
       {"skip", OnReject::skip}, {"keep", OnReject::keep}, {"stop", OnReject::stop}};
   verb.add_option("-t,--table", a.table, "the table in an SQLite database; with segments a prefix");
   verb.add_option("--range", a.range, "FIRST:COUNT: only these records or rows, from 1");
-  verb.add_option("--columns", a.columns, "only these columns")->delimiter(',');
+  verb.add_option("--columns", a.columns, "only these columns")->allow_extra_args(false)->delimiter(',');
   verb.add_option("--limit", a.limit, "no more than so many records or rows");
   verb.add_option("-r,--rejects", a.rejects, "file for what is refused (RECORDS.rejects.csv)");
   verb.add_option("--on-reject", a.on_reject, "a row with a refused cell: skip, keep (as null) or stop")

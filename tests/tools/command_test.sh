@@ -1,0 +1,91 @@
+#!/usr/bin/env bash
+# The command as people use it: the samples go there and come back, and every form of record file and table.
+set -uo pipefail
+tool=$1
+data=$2
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cd "$work" || exit 1
+failed=0
+fail() { echo "FAILED: $*"; failed=1; }
+expect() { # STATUS arguments...
+  local wanted=$1 got=0
+  shift
+  "$tool" "$@" >out 2>&1 || got=$?
+  [[ $got -eq $wanted ]] || { fail "zvrt-records $*: exit status $got, not $wanted"; cat out; }
+}
+
+# CSV to fixed EBCDIC, to SQLite, and back: every cell and every byte.
+for layout in strikes strikes-timestamps; do
+  copybook=$data/$layout.cpy
+  expect 0 export -l "$copybook" "$data/wildlife-strikes.csv" first.dat
+  expect 0 import -l "$copybook" first.dat table.db -t "$layout"
+  expect 0 verify -l "$copybook" "$data/wildlife-strikes.csv" first.dat
+  expect 0 verify -l "$copybook" table.db -t "$layout" first.dat
+  expect 0 export -l "$copybook" table.db -t "$layout" second.dat
+  cmp first.dat second.dat || fail "$layout: other bytes"
+  for form in V VB; do
+    expect 0 export -l "$copybook" --record-format $form table.db -t "$layout" v.dat
+    expect 0 import -l "$copybook" --record-format $form v.dat v.jsonl
+    expect 0 export -l "$copybook" v.jsonl third.dat
+    cmp first.dat third.dat || fail "$layout, $form: other bytes"
+    rm -f v.dat v.jsonl third.dat
+  done
+  rm -f first.dat second.dat
+done
+expect 1 export -l "$data/travellers.cpy" "$data/travellers.csv" travellers.dat --on-reject keep
+grep -q '^7,"NAME",0,.*,ZVRT_RC_TRUNCATED,' travellers.dat.rejects.csv || fail "a refusal is not told"
+expect 2 export -l "$data/travellers.cpy" "$data/travellers.csv" stopped.dat --on-reject stop
+
+# A table of variable length, shifted; kept bytes bring back what no column holds.
+cat >odo.cpy <<'END'
+01 ORDER-RECORD.
+   05 ITEM-COUNT PIC 9.
+   05 ITEM OCCURS 0 TO 3 DEPENDING ON ITEM-COUNT.
+      10 CODE PIC X(2).
+      10 PRICE PIC S9(3)V99 COMP-3.
+   05 FILLER PIC X(2).
+   05 TOTAL PIC ZZ9.99-.
+END
+printf '1aa\x12\x34\x5C??  1.50-0!! 12.00 ' >odo.dat
+options=(-l odo.cpy -c ascii --odo shift)
+expect 0 import "${options[@]}" odo.dat odo.csv
+[[ $(tail -n 2 odo.csv | tr -d '\r') == $'1,aa,123.45,,,,,-1.50\n0,,,,,,,12.00' ]] || fail "variable tables: $(cat odo.csv)"
+expect 0 import "${options[@]}" --keep-bytes odo.dat kept.csv
+expect 0 export "${options[@]}" --keep-bytes kept.csv again.dat
+cmp odo.dat again.dat || fail "kept bytes"
+sed 's/,-1.50,/,7.25,/' kept.csv >changed.csv
+expect 0 export "${options[@]}" --keep-bytes changed.csv changed.dat
+cmp changed.dat <(printf '1aa\x12\x34\x5C??  7.25 0!! 12.00 ') || fail "one changed cell"
+
+# Two segments in one file, a table each, and merged again.
+cat >seg.cpy <<'END'
+01 HEAD.
+   05 KIND PIC X.
+   05 NAME PIC X(5).
+01 LINE-ITEM.
+   05 KIND PIC X.
+   05 AMOUNT PIC 9(3).
+END
+printf 'Hfirst\nL001\nL002\nHother\nL003\n' >seg.dat
+options=(-l seg.cpy -c ascii --record-format D --segment KIND=H:HEAD --segment KIND=L:LINE-ITEM)
+expect 0 import "${options[@]}" seg.dat tables
+[[ $(tr -d '\r' <tables/LINE-ITEM.csv) == $'RECORD_NUMBER,KIND,AMOUNT\n2,L,1\n3,L,2\n5,L,3' ]] || fail "segments: $(cat tables/*)"
+expect 0 export "${options[@]}" tables seg-again.dat
+cmp seg.dat seg-again.dat || fail "segments are not merged again"
+expect 2 import "${options[@]}" seg.dat seg.db -t my_
+
+# Both meanings of an area; the second where the first cannot be read.
+printf '01 R.\n 05 N PIC 9(3).\n 05 T REDEFINES N PIC X(3).\n' >two.cpy
+printf '123abc' >two.dat
+expect 0 import -l two.cpy -c ascii two.dat two.csv
+[[ $(tr -d '\r' <two.csv) == $'N,T\n123,123\n,abc' ]] || fail "meanings: $(cat two.csv)"
+expect 0 export -l two.cpy -c ascii two.csv two-again.dat
+cmp two.dat two-again.dat || fail "meanings on the way back"
+
+expect 0 layout two.cpy
+expect 0 ddl two.cpy
+expect 2 layout absent.cpy
+expect 2 frobnicate
+expect 0 --help
+exit "$failed"
