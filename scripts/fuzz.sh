@@ -17,7 +17,8 @@ case $mode in
   *) seconds=$mode mode=run ;;
 esac
 shift
-command -v clang++ >/dev/null || { echo "skipped: clang++ is not installed"; exit 77; }
+links() { clang++ -fsanitize=fuzzer -x c++ - -o /dev/null <<<'extern "C" int LLVMFuzzerTestOneInput(const char*, unsigned long) { return 0; }'; }
+[ "$mode" = smoke ] || links 2>/dev/null || { echo "skipped: clang++ or its libFuzzer is not installed"; exit 77; }
 
 root=${BUILD_ROOT:-build}
 mkdir -p "$root/findings"
