@@ -129,8 +129,8 @@ Outcome encode_multi(const Page& page, WideText source, ByteDestination destinat
 
 ZVRT_WRAPS Decoded read_quadruple(const Page& page, const unsigned char* text, std::size_t available) {
   if (available < 4) return offending;
-  const std::uint32_t index =
-      gb18030::index_of(text[0] | text[1] << 8U | text[2] << 16U | static_cast<std::uint32_t>(text[3]) << 24U);
+  const std::uint32_t index = gb18030::index_of(std::uint32_t{text[0]} | std::uint32_t{text[1]} << 8 |
+                                                std::uint32_t{text[2]} << 16 | std::uint32_t{text[3]} << 24);
   if (index < gb18030::tabled) return decoded_unit(page, zvrt_shorts[page.quadruples + index], 4);
   const std::uint32_t supplementary = index - gb18030::first_supplementary;
   return {0x10000 + supplementary, supplementary < 0x100000 ? 4U : 0U};
