@@ -75,6 +75,7 @@ constexpr std::uint32_t exclusive[] = {
 const char* add(DateModel& model, const DateItem& item) {
   if (model.count == DateModel::max_items) return "The model is too long.";
   model.items[static_cast<std::size_t>(model.count++)] = item;
+  if (item.literal >= 0x80) model.is_ascii = false;
   if (item.element == literal) return nullptr;
   for (const std::uint32_t group : exclusive) {
     if ((group & bit(item.element)) != 0 && (group & model.elements) != 0) return "The model names something twice.";

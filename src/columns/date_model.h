@@ -49,6 +49,7 @@ struct DateModel {
   std::int32_t fraction_digits = 0;
   std::int64_t unit = 1;  // nanoseconds of the finest time of day that it shows
   std::int32_t first_year = 0;
+  bool is_ascii = true;  // its literals
 
   bool has(DateElement element) const { return (elements >> static_cast<unsigned>(element) & 1) != 0; }
 };

@@ -230,20 +230,23 @@ Status fit_moment(const Type& type, Moment& moment, Fields& fields) {
   return fields.year < first || fields.year >= first + years ? ZVRT_RC_INVALID_YEAR : ZVRT_RC_OK;
 }
 
-Wide* put_letters(Wide* at, std::string_view letters) {
-  return std::transform(letters.begin(), letters.end(), at, [](char c) { return static_cast<unsigned char>(c); });
+template <class Unit>
+Unit* put_letters(Unit* at, std::string_view letters) {
+  return std::transform(letters.begin(), letters.end(), at, [](char c) { return static_cast<Unit>(c); });
 }
 
-Wide* put_digits(Wide* at, std::uint32_t value, std::int32_t width) {
-  for (std::int32_t i = width - 1; i >= 0; --i, value /= 10) at[i] = '0' + value % 10;
+template <class Unit>
+Unit* put_digits(Unit* at, std::uint32_t value, std::int32_t width) {
+  for (std::int32_t i = width - 1; i >= 0; --i, value /= 10) at[i] = static_cast<Unit>("0123456789"[value % 10]);
   return at + width;
 }
 
-Wide* put_item(Wide* at, const DateItem& item, const Fields& fields, std::int64_t days) {
+template <class Unit>
+Unit* put_item(Unit* at, const DateItem& item, const Fields& fields, std::int64_t days) {
   const std::string_view name = month_names[fields.month - 1];
   const std::uint32_t number = number_of(item, fields, days);
   switch (item.element) {
-    case literal: *at = item.literal; return at + 1;
+    case literal: *at = static_cast<Unit>(item.literal); return at + 1;
     case month_name: return put_letters(at, name);
     case month_abbreviation: return put_letters(at, name.substr(0, item.width));
     case designator: return put_letters(at, fields.hour < 12 ? "AM" : "PM");
@@ -253,7 +256,21 @@ Wide* put_item(Wide* at, const DateItem& item, const Fields& fields, std::int64_
   }
 }
 
-constexpr std::size_t longest_item = 9;
+// False: the block ends before the value.
+template <class Unit>
+bool put_moment(const DateModel& model, Block& block, std::int32_t i, const Fields& fields, std::int64_t days) {
+  constexpr std::size_t longest_item = 9;
+  std::byte* const out = room_for(block, i, static_cast<std::size_t>(model.count) * longest_item * sizeof(Unit));
+  if (out == nullptr) return false;
+  Unit* const begin = reinterpret_cast<Unit*>(out);
+  Unit* at = begin;
+  for (std::int32_t k = 0; k < model.count; ++k) {
+    at = put_item(at, model.items[static_cast<std::size_t>(k)], fields, days);
+  }
+  block.arena->keep(out, static_cast<std::size_t>(at - begin) * sizeof(Unit));
+  block.text[i] = {out, at - begin, sizeof(Unit) == 1, true};
+  return true;
+}
 
 }  // namespace
 
@@ -280,15 +297,9 @@ void step_moment_to_text(const Type& /*from*/, const Type& to, Block& block) {
       block.refuse(i, status);
       continue;
     }
-    std::byte* const out = room_for(block, i, static_cast<std::size_t>(model.count) * longest_item * sizeof(Wide));
-    if (out == nullptr) return;
-    Wide* const begin = reinterpret_cast<Wide*>(out);
-    Wide* at = begin;
-    for (std::int32_t k = 0; k < model.count; ++k) {
-      at = put_item(at, model.items[static_cast<std::size_t>(k)], fields, moment.days);
-    }
-    block.arena->keep(out, static_cast<std::size_t>(at - begin) * sizeof(Wide));
-    block.text[i] = {out, at - begin, false, true};
+    const bool goes_on = model.is_ascii ? put_moment<char>(model, block, i, fields, moment.days)
+                                        : put_moment<Wide>(model, block, i, fields, moment.days);
+    if (!goes_on) return;
   }
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstddef>
 
 #include "ZVRTColumns.h"
@@ -93,6 +94,23 @@ std::int32_t count_digits(const Magnitude& magnitude) {
   return count;
 }
 
+constexpr auto digit_pairs = [] {
+  std::array<char, 200> pairs{};
+  for (std::size_t i = 0; i < 100; ++i) {
+    pairs[2 * i] = static_cast<char>('0' + i / 10);
+    pairs[2 * i + 1] = static_cast<char>('0' + i % 10);
+  }
+  return pairs;
+}();
+const char* pair(std::uint64_t value) { return digit_pairs.data() + 2 * value; }
+
+// None for 0. The logarithm is one too small at most.
+std::int32_t count_word_digits(std::uint64_t word) {
+  const std::int32_t bits = 64 - std::countl_zero(word | 1);
+  const std::int32_t estimate = bits * 1233 >> 12;
+  return estimate + (word >= word_power(estimate) ? 1 : 0);
+}
+
 // Exactly 19 digits, with leading zeros.
 void write_word(std::uint64_t word, char* digits) {
   for (std::int32_t i = word_digits - 1; i >= 0; --i) {
@@ -149,11 +167,16 @@ void strip_zeros(Decimal& number) {
 
 std::int32_t write_digits(const Magnitude& magnitude, char* digits) {
   if (magnitude.is_word()) {
-    char last[20];
-    std::int32_t at = 20;
-    for (std::uint64_t word = magnitude.word(); word != 0; word /= 10) last[--at] = static_cast<char>('0' + word % 10);
-    std::copy(last + at, last + 20, digits);
-    return 20 - at;
+    std::uint64_t word = magnitude.word();
+    const std::int32_t count = count_word_digits(word);
+    char* at = digits + count;
+    for (; word >= 100; word /= 100) at = std::copy_backward(pair(word % 100), pair(word % 100) + 2, at);
+    if (word >= 10) {
+      std::copy_backward(pair(word), pair(word) + 2, at);
+    } else if (word != 0) {
+      *--at = static_cast<char>('0' + word);
+    }
+    return count;
   }
   Magnitude rest = magnitude;
   const std::uint64_t bottom = divide(rest, word_power(word_digits));

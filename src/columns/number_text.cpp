@@ -147,9 +147,38 @@ Status scan_number(const Text& text, Sink& digits, Scanned& scanned, Fault& faul
   return NumberParser(at, text.count, digits).run(scanned, fault);
 }
 
+// The usual number: ASCII, a sign perhaps, at most 18 digits with a point perhaps. False for any other text.
+bool parse_short(const Text& text, Decimal& number) {
+  constexpr std::int64_t max_length = 20;
+  if (!text.is_ascii || text.count < 1 || text.count > max_length) return false;
+  const auto* at = reinterpret_cast<const unsigned char*>(text.at);
+  const unsigned char* const end = at + text.count;
+  const bool negative = *at == '-';
+  if (negative || *at == '+') ++at;
+  const unsigned char* const digits = at;
+  const unsigned char* point = end;
+  std::uint64_t value = 0;
+  for (; at != end; ++at) {
+    const std::uint32_t digit = static_cast<std::uint32_t>(*at) - '0';
+    if (digit <= 9) {
+      value = value * 10 + digit;
+    } else if (*at == '.' && point == end) {
+      point = at;
+    } else {
+      return false;
+    }
+  }
+  const std::int64_t count = end - digits - (point != end ? 1 : 0);
+  if (count < 1 || count > 18) return false;
+  const auto scale = static_cast<std::int32_t>(point != end ? end - point - 1 : 0);
+  number = {{value, 0}, value == 0 ? 0 : scale, negative, Tail::zero};
+  return true;
+}
+
 }  // namespace
 
 Status parse_number(const Text& text, Decimal& number, Fault& fault) {
+  if (parse_short(text, number)) return ZVRT_RC_OK;
   number = Decimal{};
   Digits digits;
   Scanned scanned{};
@@ -170,6 +199,11 @@ LongNumber parse_long_number(const Text& text) {
 }
 
 std::int32_t format_number(const Decimal& number, char* out) {
+  if (number.scale == 0 && !number.magnitude.is_zero()) {
+    *out = '-';
+    const std::int32_t sign = number.negative ? 1 : 0;
+    return sign + write_digits(number.magnitude, out + sign);
+  }
   char digits[max_digits];
   const std::int32_t count = write_digits(number.magnitude, digits);
   char* at = out;
@@ -204,11 +238,11 @@ void step_text_to_decimal(const Type& /*from*/, const Type& /*to*/, Block& block
 void step_decimal_to_text(const Type& /*from*/, const Type& /*to*/, Block& block) {
   for (std::int32_t i = 0; i < block.count; ++i) {
     if (block.is_refused(i)) continue;
-    char text[longest_number_text];
-    const std::int32_t length = format_number(block.decimal[i], text);
-    std::byte* const out = room_for(block, i, static_cast<std::size_t>(length));
+    const Decimal number = block.decimal[i];
+    std::byte* const out = room_for(block, i, longest_number_text);
     if (out == nullptr) return;
-    std::memcpy(out, text, static_cast<std::size_t>(length));
+    const std::int32_t length = format_number(number, reinterpret_cast<char*>(out));
+    block.arena->keep(out, static_cast<std::size_t>(length));
     block.text[i] = {out, length, true, true};
   }
 }

@@ -20,17 +20,20 @@ bool check_entries(void* at, std::int64_t stride, std::uint8_t bytes, Entries& e
 
 // Bytes up to the terminator, -1 where there is none within `limit`; a limit of 0 is none.
 std::int64_t find_end(const std::byte* at, std::int64_t limit, std::size_t unit) {
-  const std::int64_t units =
-      limit > 0 ? limit / static_cast<std::int64_t>(unit) : std::numeric_limits<std::int64_t>::max();
+  const auto* const text = reinterpret_cast<const char*>(at);
   if (unit == 1) {
-    const void* const end = limit > 0 ? std::memchr(at, 0, static_cast<std::size_t>(limit))
-                                      : std::strchr(reinterpret_cast<const char*>(at), 0);
+    const void* const end = limit > 0 ? std::memchr(at, 0, static_cast<std::size_t>(limit)) : std::strchr(text, 0);
     return end == nullptr ? -1 : static_cast<const std::byte*>(end) - at;
   }
+  if (unit == 4) {
+    if (limit == 0) return std::int64_t{length_of(static_cast<const void*>(at))} * 4;
+    const auto units = static_cast<std::int32_t>(limit / 4);
+    const std::int32_t found = length_within(static_cast<const void*>(at), units);
+    return found == units ? -1 : std::int64_t{found} * 4;
+  }
+  const std::int64_t units = limit > 0 ? limit / 2 : std::numeric_limits<std::int64_t>::max();
   for (std::int64_t k = 0; k < units; ++k) {
-    const std::uint32_t value =
-        unit == 2 ? load<std::uint16_t>(at, static_cast<std::size_t>(k)) : load<Wide>(at, static_cast<std::size_t>(k));
-    if (value == 0) return k * static_cast<std::int64_t>(unit);
+    if (load<std::uint16_t>(at, static_cast<std::size_t>(k)) == 0) return k * 2;
   }
   return -1;
 }

@@ -4,6 +4,7 @@
 
 #include "columns/text.h"
 #include "columns/utf_read.h"
+#include "encoding/text_kernels.h"
 
 namespace zvrt::columns {
 
@@ -93,10 +94,73 @@ bool decode_table(const Type& type, Block& block, std::int32_t i) {
   });
 }
 
+// Characters at once, without a branch per character: what they have in common, and whether one is none.
+struct Survey {
+  std::uint32_t all;        // bits that occur
+  std::int64_t utf8_bytes;  // of text that is well-formed
+  bool is_valid;
+};
+
+Survey survey(const std::byte* at, std::int64_t count) {
+  std::uint32_t all = 0;
+  std::uint32_t bad = 0;
+  std::uint32_t extra = 0;
+  for (std::int64_t k = 0; k < count; ++k) {
+    const auto c = load<Wide>(at, static_cast<std::size_t>(k));
+    all |= c;
+    bad |= static_cast<std::uint32_t>((c & 0xFFFFF800) == 0xD800) | static_cast<std::uint32_t>(c > 0x10FFFF);
+    extra += static_cast<std::uint32_t>(c > 0x7F) + static_cast<std::uint32_t>(c > 0x7FF) +
+             static_cast<std::uint32_t>(c > 0xFFFF);
+  }
+  return {all, count + extra, bad == 0};
+}
+
+// The transcoding kernels take overlong forms, surrogates and what lies above Unicode as well. Text without any of them
+// comes back with characters that are valid and take as many bytes as were read.
+bool decode_utf8_at_once(const Type& type, Block& block, std::int32_t i, bool& goes_on) {
+  const Value& value = block.source[i];
+  const auto count = static_cast<std::size_t>(value.bytes);
+  std::byte* const out = block.arena->take(count * sizeof(Wide));
+  if (out == nullptr) return false;
+  const Progress progress = text_kernels.decode(reinterpret_cast<const char*>(value.at), count, out, count);
+  const auto written = static_cast<std::int64_t>(progress.written);
+  const Survey found = survey(out, written);
+  const bool is_good = progress.read == count && found.is_valid && found.utf8_bytes == value.bytes;
+  block.arena->keep(out, is_good ? progress.written * sizeof(Wide) : 0);
+  if (!is_good) return false;
+  block.text[i] = {out, written, false, true};
+  goes_on = tidy_text(type, block, i);
+  return true;
+}
+
+bool decode_utf8(const Type& type, Block& block, std::int32_t i) {
+  bool goes_on = true;
+  if (decode_utf8_at_once(type, block, i, goes_on)) return goes_on;
+  return decode(type, block, i, ZVRT_RC_MALFORMED_UTF8, read_utf8);
+}
+
+// ASCII in four bytes each to one byte each.
+bool narrow_ascii(const Type& type, Block& block, std::int32_t i, std::int64_t count) {
+  std::byte* const out = room_for(block, i, static_cast<std::size_t>(count));
+  if (out == nullptr) return false;
+  const std::byte* const at = block.source[i].at;
+  for (std::int64_t k = 0; k < count; ++k) {
+    out[k] = static_cast<std::byte>(load<Wide>(at, static_cast<std::size_t>(k)));
+  }
+  block.text[i] = {out, count, true, true};
+  return tidy_text(type, block, i);
+}
+
 // Wide text stays where it is: it needs checking only.
 bool check_wide(const Type& type, Block& block, std::int32_t i) {
   const Value& value = block.source[i];
   const std::int64_t count = value.bytes / 4;
+  const Survey found = survey(value.at, count);
+  if (found.all < 0x80) return narrow_ascii(type, block, i, count);
+  if (found.is_valid) {
+    block.text[i] = {value.at, count, false, false};
+    return tidy_text(type, block, i);
+  }
   for (std::int64_t k = 0; k < count; ++k) {
     const Character character = read_utf32(value.at + k * 4, 4);
     if (character.is_valid) [[likely]]
@@ -106,8 +170,7 @@ bool check_wide(const Type& type, Block& block, std::int32_t i) {
     block.refuse(i, status, {.offset = k * 4, .unit = character.code});
     return true;
   }
-  block.text[i] = {value.at, count, false, false};
-  return tidy_text(type, block, i);
+  return true;
 }
 
 bool is_blank(const Type& type, std::uint32_t character) {
@@ -167,7 +230,7 @@ bool tidy_text(const Type& type, Block& block, std::int32_t i) {
 void read_utf8_text(const Type& type, Block& block) {
   read_each(block, [&](std::int32_t i) {
     const Value& value = block.source[i];
-    if (!is_ascii(value.at, value.bytes)) return decode(type, block, i, ZVRT_RC_MALFORMED_UTF8, read_utf8);
+    if (!is_ascii(value.at, value.bytes)) return decode_utf8(type, block, i);
     block.text[i] = {value.at, value.bytes, true, false};
     return tidy_text(type, block, i);
   });

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "columns/text.h"
+#include "encoding/text_kernels.h"
 
 namespace zvrt::columns {
 
@@ -171,6 +172,33 @@ std::int64_t find_zero(const Text& text) {
   return -1;
 }
 
+std::int64_t count_utf8(const Text& text) {
+  std::uint32_t extra = 0;
+  for (std::int64_t k = 0; k < text.count; ++k) {
+    const auto c = load<Wide>(text.at, static_cast<std::size_t>(k));
+    extra += static_cast<std::uint32_t>(c > 0x7F) + static_cast<std::uint32_t>(c > 0x7FF) +
+             static_cast<std::uint32_t>(c > 0xFFFF);
+  }
+  return text.count + extra;
+}
+
+// Straight into the slot, which holds all of it. The kernel stops before a zero character.
+void encode_utf8(const Text& text, std::byte* at, std::int64_t bytes) {
+  const Progress progress = text_kernels.encode(text.at, static_cast<std::size_t>(text.count),
+                                                reinterpret_cast<char*>(at), static_cast<std::size_t>(bytes));
+  at += progress.written;
+  for (std::size_t k = progress.read; k < static_cast<std::size_t>(text.count); ++k) {
+    at += put_utf8(at, load<Wide>(text.at, k));
+  }
+}
+
+// The kernel stops before a zero character.
+void widen_ascii(const Text& text, std::byte* to) {
+  const auto count = static_cast<std::size_t>(text.count);
+  const Progress progress = text_kernels.decode(reinterpret_cast<const char*>(text.at), count, to, count);
+  for (std::size_t k = progress.read; k < count; ++k) store<Wide>(to, k, static_cast<Wide>(text.at[k]));
+}
+
 }  // namespace
 
 bool refuse_zero(const Type& type, Block& block, std::int32_t i) {
@@ -208,9 +236,16 @@ void place_text(const Type& type, Block& block, std::int32_t i, const std::byte*
 
 void write_utf8_text(const Type& type, Block& block) {
   write_each(type, block, [&](std::int32_t i) {
-    Encoded encoded{block.text[i].at, block.text[i].count};
-    if (!block.text[i].is_ascii && !encode(block, i, encoded, put_utf8)) return;
-    place_text(type, block, i, encoded.at, encoded.bytes);
+    const Text& text = block.text[i];
+    if (text.is_ascii) return place_text(type, block, i, text.at, text.count);
+    const std::int64_t bytes = count_utf8(text);
+    const Room room = room_of(type, block.slot[i]);
+    if (bytes <= room.bytes && !type.has(ZVRT_TYPE_PAD_LEFT)) {
+      encode_utf8(text, room.at, bytes);
+      return close_slot(type, block, i, bytes);
+    }
+    Encoded encoded{};
+    if (encode(block, i, encoded, put_utf8)) place_text(type, block, i, encoded.at, encoded.bytes);
   });
 }
 
@@ -253,6 +288,11 @@ void write_utf16_text(const Type& type, Block& block) {
 void write_wide_text(const Type& type, Block& block) {
   write_each(type, block, [&](std::int32_t i) {
     const Text& text = block.text[i];
+    const Room room = room_of(type, block.slot[i]);
+    if (text.is_ascii && text.count * 4 <= room.bytes && !type.has(ZVRT_TYPE_PAD_LEFT)) {
+      widen_ascii(text, room.at);
+      return close_slot(type, block, i, text.count * 4);
+    }
     if (text.is_ascii) return place_ascii<Wide>(type, block, i, [](std::uint8_t c) { return Wide{c}; });
     place_text(type, block, i, text.at, text.count * 4);
   });
