@@ -70,6 +70,30 @@ void read_each(Block& block, Each each) {
   }
 }
 
+// Characters beyond ASCII by a page's tables; the mark of an undefined one is a bit that no character has.
+bool decode_wide_table(const Type& type, Block& block, std::int32_t i) {
+  const PageTables& tables = *type.page.tables;
+  const Value& value = block.source[i];
+  std::byte* const out = room_for(block, i, static_cast<std::size_t>(value.bytes) * sizeof(Wide));
+  if (out == nullptr) return false;
+  std::uint32_t all = 0;
+  for (std::int64_t k = 0; k < value.bytes; ++k) {
+    const std::uint32_t character = tables.character_of[static_cast<std::size_t>(value.at[k])];
+    all |= character;
+    store<Wide>(out, static_cast<std::size_t>(k), character);
+  }
+  if ((all & undefined_character) == 0) {
+    block.text[i] = {out, value.bytes, false, true};
+    return tidy_text(type, block, i);
+  }
+  block.arena->keep(out, 0);
+  return decode(type, block, i, ZVRT_RC_MALFORMED_TEXT, [&tables](const std::byte* at, std::int64_t) -> Character {
+    const std::uint32_t character = tables.character_of[static_cast<std::size_t>(*at)];
+    if (character == undefined_character) return {static_cast<std::uint32_t>(*at), 1, false};
+    return {character, 1, true};
+  });
+}
+
 // Of a page's tables: ASCII where all of it is.
 bool decode_table(const Type& type, Block& block, std::int32_t i) {
   const PageTables& tables = *type.page.tables;
@@ -87,32 +111,31 @@ bool decode_table(const Type& type, Block& block, std::int32_t i) {
     return tidy_text(type, block, i);
   }
   block.arena->keep(out, 0);
-  return decode(type, block, i, ZVRT_RC_MALFORMED_TEXT, [&tables](const std::byte* at, std::int64_t) -> Character {
-    const std::uint32_t character = tables.character_of[static_cast<std::size_t>(*at)];
-    if (character == undefined_character) return {static_cast<std::uint32_t>(*at), 1, false};
-    return {character, 1, true};
-  });
+  return decode_wide_table(type, block, i);
 }
 
-// Characters at once, without a branch per character: what they have in common, and whether one is none.
+bool is_wide_ascii(const std::byte* at, std::int64_t count) {
+  std::uint32_t all = 0;
+  for (std::int64_t k = 0; k < count; ++k) all |= load<Wide>(at, static_cast<std::size_t>(k));
+  return all < 0x80;
+}
+
+// Characters at once, without a branch per character: whether one is none, and what they are in UTF-8.
 struct Survey {
-  std::uint32_t all;        // bits that occur
   std::int64_t utf8_bytes;  // of text that is well-formed
   bool is_valid;
 };
 
 Survey survey(const std::byte* at, std::int64_t count) {
-  std::uint32_t all = 0;
   std::uint32_t bad = 0;
   std::uint32_t extra = 0;
   for (std::int64_t k = 0; k < count; ++k) {
     const auto c = load<Wide>(at, static_cast<std::size_t>(k));
-    all |= c;
     bad |= static_cast<std::uint32_t>((c & 0xFFFFF800) == 0xD800) | static_cast<std::uint32_t>(c > 0x10FFFF);
     extra += static_cast<std::uint32_t>(c > 0x7F) + static_cast<std::uint32_t>(c > 0x7FF) +
              static_cast<std::uint32_t>(c > 0xFFFF);
   }
-  return {all, count + extra, bad == 0};
+  return {count + extra, bad == 0};
 }
 
 // The transcoding kernels take overlong forms, surrogates and what lies above Unicode as well. Text without any of them
@@ -155,9 +178,8 @@ bool narrow_ascii(const Type& type, Block& block, std::int32_t i, std::int64_t c
 bool check_wide(const Type& type, Block& block, std::int32_t i) {
   const Value& value = block.source[i];
   const std::int64_t count = value.bytes / 4;
-  const Survey found = survey(value.at, count);
-  if (found.all < 0x80) return narrow_ascii(type, block, i, count);
-  if (found.is_valid) {
+  if (is_wide_ascii(value.at, count)) return narrow_ascii(type, block, i, count);
+  if (survey(value.at, count).is_valid) {
     block.text[i] = {value.at, count, false, false};
     return tidy_text(type, block, i);
   }

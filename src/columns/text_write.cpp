@@ -83,7 +83,7 @@ std::int64_t whole_characters(const Type& type, const std::byte* bytes, std::int
   if (unit == 1 && type.page.is_utf8()) {
     while (end > 0 && (static_cast<std::uint8_t>(bytes[end]) & 0xC0) == 0x80) --end;
   } else if (unit == 2 && end > 0) {
-    const std::uint16_t last = load<std::uint16_t>(bytes + end - 2);
+    const auto last = load<std::uint16_t>(bytes + end - 2);
     const std::uint32_t native = type.is_swapped() ? __builtin_bswap16(last) : last;
     if (native >= 0xD800 && native <= 0xDBFF) end -= 2;
   }
