@@ -122,12 +122,6 @@ bool is_zero_number(const Type& type, const Value& value) {
   if (type.kind == ZVRT_KIND_PACKED && !type.has(ZVRT_TYPE_NO_SIGN)) {
     return is_filled({value.at, last}, 0) && byte(last) >> 4 == 0 && (byte(last) & 0xF) > 9;
   }
-  if (type.kind == ZVRT_KIND_HEX_FLOAT) return is_filled({value.at + 1, last}, 0);
-  if (type.kind == ZVRT_KIND_FLOAT) {
-    const std::int64_t sign_byte = type.has(ZVRT_TYPE_BIG_ENDIAN) || std::endian::native == std::endian::big ? 0 : last;
-    const std::int64_t first = sign_byte == 0 ? 1 : 0;
-    return (byte(sign_byte) & 0x7F) == 0 && is_filled({value.at + first, last}, 0);
-  }
   if (type.kind != ZVRT_KIND_ZONED) return is_filled(value, 0);
   const bool leads = type.has(ZVRT_TYPE_SIGN_LEADING);
   const std::int64_t sign = leads ? 0 : last;
