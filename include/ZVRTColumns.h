@@ -130,8 +130,9 @@ ZVRT_API const char* ZVRTStatusText(uint32_t status);
  * In digits a negative number or one of more digits than the model is ZVRT_RC_INVALID_DATETIME.
  *
  * **Null forms**: of several, the first in the order blanks, zeros, low, high is written; all are read. Blanks are
- * those of the code page; with codePage 0 the byte 40 for PACKED, EBCDIC ZONED and HEX_FLOAT, else 20. Only values of
- * at least one byte are looked at: an empty text is no null. @{ */
+ * those of the code page; with codePage 0 the byte 40 for PACKED, EBCDIC ZONED and HEX_FLOAT, else 20. Zeros are digits 0
+ * in text, PACKED (any sign) and ZONED (any sign), else bytes 00. Only values of at least one byte are looked at: an empty
+ * text is no null. @{ */
 
 /** ZVRTType::kind. */
 enum {

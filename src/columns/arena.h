@@ -44,11 +44,6 @@ class Arena {
     large_ = new (memory) Large{large_};
     return static_cast<std::byte*>(memory) + sizeof(Large);
   }
-  // The first of the two that can be had; null for want of memory.
-  std::byte* take_beside(std::size_t bytes) {
-    std::byte* const room = take(bytes);
-    return room != nullptr ? room : take_large(bytes);
-  }
   // Good until it is asked for again; null for want of memory.
   std::byte* scratch(std::size_t bytes) { return bytes <= scratch_capacity ? scratch_ : take_large(bytes); }
 

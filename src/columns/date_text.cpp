@@ -232,12 +232,14 @@ Status fit_moment(const Type& type, Moment& moment, Fields& fields) {
 
 template <class Unit>
 Unit* put_letters(Unit* at, std::string_view letters) {
-  return std::transform(letters.begin(), letters.end(), at, [](char c) { return static_cast<Unit>(c); });
+  return std::transform(letters.begin(), letters.end(), at,
+                        [](char c) { return static_cast<Unit>(static_cast<unsigned char>(c)); });
 }
 
 template <class Unit>
 Unit* put_digits(Unit* at, std::uint32_t value, std::int32_t width) {
-  for (std::int32_t i = width - 1; i >= 0; --i, value /= 10) at[i] = static_cast<Unit>("0123456789"[value % 10]);
+  for (std::int32_t i = width - 1; i >= 0; --i, value /= 10)
+    at[i] = static_cast<Unit>('0' | static_cast<unsigned char>(value % 10));
   return at + width;
 }
 

@@ -116,15 +116,12 @@ std::int64_t count_fitting(const Encoding& encoding, std::int64_t characters, st
   return fits;
 }
 
-// The text as UTF-32 in the arena, where characters may be exchanged.
+// The text as UTF-32 in the arena, where characters may be exchanged. False: the block ends before the value.
 bool own_wide(Block& block, std::int32_t i) {
   Text& text = block.text[i];
   if (text.is_own && !text.is_ascii) return true;
-  std::byte* const out = block.arena->take_beside(static_cast<std::size_t>(text.count) * sizeof(Wide));
-  if (out == nullptr) {
-    block.failure = ZVRT_RC_NO_MEMORY;
-    return false;
-  }
+  std::byte* const out = room_for(block, i, static_cast<std::size_t>(text.count) * sizeof(Wide));
+  if (out == nullptr) return false;
   for (std::int64_t k = 0; k < text.count; ++k) store<Wide>(out, static_cast<std::size_t>(k), text[k]);
   text = {out, text.count, false, true};
   return true;
@@ -150,24 +147,29 @@ void place_encoded(const Type& type, Block& block, std::int32_t i, const Encodin
   block.length[i] = bytes;
 }
 
+// The whole text, into the scratch; into memory of its own only where it fits the slot but not the scratch.
+Status encode_text(Block& block, const Text& text, std::int64_t slot_room, Encoding& encoding, std::uint32_t& bytes) {
+  const auto near = static_cast<std::int64_t>(Arena::scratch_capacity);
+  encoding.room = static_cast<std::int32_t>(std::clamp<std::int64_t>(slot_room, 0, near));
+  encoding.out = block.arena->scratch(static_cast<std::size_t>(encoding.room));
+  const Status status = encoding.run(text.count, bytes);
+  if (status != ZVRT_ICU_RC_TRUNCATED || encoding.room == slot_room) return status;
+  encoding.room = static_cast<std::int32_t>(std::min<std::int64_t>(bytes, slot_room));
+  encoding.out = block.arena->scratch(static_cast<std::size_t>(encoding.room));
+  return encoding.out == nullptr ? ZVRT_RC_NO_MEMORY : encoding.run(text.count, bytes);
+}
+
 void write_value(const Type& type, Block& block, std::int32_t i, void* converter) {
   if (!own_wide(block, i)) return;
   Text& text = block.text[i];
   if (text.count > most_bytes) return block.refuse(i, ZVRT_RC_INVALID_LENGTH);
-  // No character takes more than four bytes and a shift on each side.
-  const std::int64_t most = std::min(room_of(type, block.slot[i]).bytes, text.count * 6 + 2);
-  const auto room = static_cast<std::int32_t>(std::max<std::int64_t>(most, 0));
-  std::byte* const out = block.arena->scratch(static_cast<std::size_t>(room));
-  if (out == nullptr) {
-    block.failure = ZVRT_RC_NO_MEMORY;
-    return;
-  }
-  const Encoding encoding{converter, text.at, out, room};
+  const std::int64_t slot_room = room_of(type, block.slot[i]).bytes;
+  Encoding encoding{converter, text.at, nullptr, 0};
   std::uint32_t bytes = 0;
-  Status status = encoding.run(text.count, bytes);
+  Status status = encode_text(block, text, slot_room, encoding, bytes);
   if (status == ZVRT_ICU_RC_INVALID_CHAR && (type.options & ZVRT_PLAN_SUBSTITUTE) != 0) {
     substitute(converter, text);
-    status = encoding.run(text.count, bytes);
+    status = encode_text(block, text, slot_room, encoding, bytes);
   }
   if (status == ZVRT_ICU_RC_INVALID_CHAR) {
     const std::int64_t k = find_missing(converter, text);
@@ -238,8 +240,11 @@ void write_service_text(const Type& type, Block& block) {
   void* const converter = converter_of(type, block);
   for (std::int32_t i = 0; i < block.count; ++i) {
     if (block.is_refused(i) || refuse_zero(type, block, i)) continue;
+    const std::byte* const given = block.text[i].at;
     write_value(type, block, i, converter);
-    if (block.failure != ZVRT_RC_OK) block.count = i;
+    if (block.failure != ZVRT_RC_OK) block.count = std::min(block.count, i);
+    // A copy that was made for this value makes room for the next one's.
+    if (i < block.count && block.text[i].at != given) block.arena->keep(block.text[i].at, 0);
   }
 }
 
