@@ -127,7 +127,12 @@ bool is_zero_number(const Type& type, const Value& value) {
   const std::int64_t sign = leads ? 0 : last;
   const auto zero = std::byte{static_cast<std::uint8_t>(type.has(ZVRT_TYPE_ASCII) ? 0x30 : 0xF0)};
   for (std::int64_t i = 0; i < value.bytes; ++i) {
-    if (i == sign && type.has(ZVRT_TYPE_SIGN_SEPARATE)) continue;
+    if (i == sign && type.has(ZVRT_TYPE_SIGN_SEPARATE)) {
+      const bool is_sign =
+          type.has(ZVRT_TYPE_ASCII) ? byte(i) == 0x2B || byte(i) == 0x2D : byte(i) == 0x4E || byte(i) == 0x60;
+      if (!is_sign) return false;
+      continue;
+    }
     const std::uint32_t zone = byte(i) & 0xF0;
     const bool is_signed_zero = type.has(ZVRT_TYPE_ASCII) ? zone == 0x30 || zone == 0x70 : zone >= 0xA0;
     if (i == sign ? (byte(i) & 0xF) != 0 || !is_signed_zero : value.at[i] != zero) return false;
