@@ -115,7 +115,7 @@ Status write_varnum(Number number, Rule rule, std::string& slot, std::optional<s
     if (power > 62) return ZVRT_RC_OUT_OF_RANGE;
     if (power < -65 && rule == Rule::exact) return ZVRT_RC_FRACTION_LOST;
     if (power < -65) {
-      number = {};
+      number = *rescaled(number, 130, rule);
       continue;
     }
     const bool negative = number.digits < 0;
