@@ -5,6 +5,7 @@
 #include <random>
 
 #include "encoding/transform_model.h"
+#include "support/byte_order.h"
 
 namespace zvrt_test {
 namespace {
@@ -167,8 +168,9 @@ TEST(Transforms, OddAddressesAndNegativeLengths) {
   for (const Transform& t : transforms) {
     EXPECT_EQ(t.convert("abcdefgh", -1, back, 8, &count), 0U) << t.name;
     EXPECT_EQ(count, 0U) << t.name;
-    EXPECT_EQ(t.convert("a\0\0\0\0\0\0\0", 1, back, 8, nullptr), 0U) << t.name;
-    EXPECT_EQ(t.convert("a\0\0\0\0\0\0\0", 1, back, -4, &count), 1609U) << t.name;
+    const std::string unit = integer_bytes('a', static_cast<std::size_t>(t.src_unit)) + std::string(8, '\0');
+    EXPECT_EQ(t.convert(unit.data(), 1, back, 8, nullptr), 0U) << t.name;
+    EXPECT_EQ(t.convert(unit.data(), 1, back, -4, &count), 1609U) << t.name;
   }
 }
 

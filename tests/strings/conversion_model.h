@@ -12,6 +12,7 @@
 
 #include "ZVRTDataCnvLib.h"
 #include "encoding/reference.h"
+#include "support/byte_order.h"
 #include "support/guarded_buffer.h"
 
 namespace zvrt_test {
@@ -62,9 +63,6 @@ const Member members[] = {
     {"WVarcharSzToVarcharSz", ZVRTCnvWVarcharSzToVarcharSz, Kind::wsz, Kind::sz, true, ok},
 };
 
-inline std::string prefix_of(std::size_t bytes) {
-  return {static_cast<char>(bytes & 0xFF), static_cast<char>(bytes >> 8)};
-}
 inline std::string wide(const CodePoints& text) {
   return {reinterpret_cast<const char*>(text.data()), text.size() * 4};
 }

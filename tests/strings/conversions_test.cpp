@@ -105,10 +105,9 @@ TEST(Conversions, LengthsThatTheCallerTellsWrong) {
       std::memset(out, 0x5A, sizeof out);
       std::uint32_t out_len = 4711;
       std::int32_t src_len = length;
-      char prefixed[8] = {
-          static_cast<char>(length & 0xFF), static_cast<char>(length >> 8 & 0xFF), 'a', 'b', 'c', 'd', 'e', 'f'};
+      const std::string prefixed = prefix_of(static_cast<std::uint16_t>(length)) + "abcdef";
       if (is_prefixed(member.from)) src_len = 0;
-      EXPECT_EQ(member.convert(given ? text : prefixed, &src_len, out, sizeof out, &out_len, nullptr), 30U)
+      EXPECT_EQ(member.convert(given ? text : prefixed.data(), &src_len, out, sizeof out, &out_len, nullptr), 30U)
           << member.name;
       const bool promised = member.composed && given && length > 0;
       EXPECT_EQ(out_len, promised ? 0U : 4711U) << member.name << ' ' << length;

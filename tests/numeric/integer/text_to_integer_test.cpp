@@ -8,6 +8,7 @@
 #include "ZVRTDataCnvLib.h"
 #include "numeric/integer/integer_cases.h"
 #include "numeric/integer/text_to_integer_model.h"
+#include "support/byte_order.h"
 #include "support/guarded_buffer.h"
 
 namespace {
@@ -91,7 +92,7 @@ void check_narrow(ZVRTConversion* parse, const NarrowCase& row, std::size_t widt
   EXPECT_EQ(src_len, row.wanted.src_len);
   EXPECT_EQ(!dst.untouched_from(0), row.wanted.writes);
   if (row.wanted.writes) {
-    EXPECT_EQ(std::memcmp(dst.as<>(), &row.wanted.value, width), 0);
+    EXPECT_EQ(dst.bytes(), integer_bytes(row.wanted.value, width));
   }
 }
 
