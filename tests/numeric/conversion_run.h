@@ -10,6 +10,7 @@
 #include <string>
 
 #include "ZVRTDataCnvLib.h"
+#include "support/byte_order.h"
 #include "support/guarded_buffer.h"
 
 namespace zvrt_test {
@@ -69,7 +70,7 @@ inline std::string wide_bounded(const std::string& text, std::size_t capacity) {
   std::string bytes;
   for (std::size_t i = 0; i < std::min(text.size() + 1, capacity); ++i) {
     const char unit = i < text.size() ? text[i] : '\0';
-    bytes += std::string{unit, '\0', '\0', '\0'};
+    bytes += integer_bytes(static_cast<unsigned char>(unit), 4);
   }
   return bytes;
 }
