@@ -23,6 +23,7 @@ consumers() {
   cmake -S "$source/tests/package/find_package" -B "$scratch/cpp" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
   cmake --build "$scratch/cpp" >/dev/null
   "$scratch/cpp/consumer"
+  "$scratch/cpp/columns_consumer"
   # A name that is Debian's belongs to a package.
   [ -z "$(find "$prefix" -path '*-linux-gnu*' -o -path '*/doc/*')" ] || { echo "folders of Debian's in a plain install"; return 1; }
 }
@@ -105,6 +106,7 @@ static() {
   cmake -S "$source/tests/package/find_package" -B "$scratch/cpp" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
   cmake --build "$scratch/cpp" >/dev/null
   "$scratch/cpp/consumer"
+  "$scratch/cpp/columns_consumer"
 }
 
 hardening() {
