@@ -10,7 +10,7 @@ cd "$(dirname "$0")/.."
 mistakes='-*,bugprone-argument-comment,bugprone-assert-side-effect,bugprone-bool-*,bugprone-dangling-handle,bugprone-infinite-loop'
 mistakes+=',bugprone-integer-division,bugprone-misplaced-operator-*,bugprone-misplaced-pointer-*,bugprone-move-*,bugprone-parent-virtual-call'
 mistakes+=',bugprone-sizeof-*,bugprone-string-*,bugprone-suspicious-*,bugprone-undefined-memory-manipulation,bugprone-unused-raii'
-mistakes+=',bugprone-use-after-move,misc-redundant-expression,misc-unused-*'
+mistakes+=',bugprone-use-after-move,misc-unused-*'
 mistakes+=',-misc-unused-parameters'
 
 build=build/lint
