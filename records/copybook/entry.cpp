@@ -77,7 +77,7 @@ class EntryReader {
 
   // SIGN and VALUE are names where a picture follows them.
   bool is_clause(const Token& token) const {
-    if (clauses().count(token.text) == 0 && !usage_of(token.text)) return false;
+    if (!clauses().contains(token.text) && !usage_of(token.text)) return false;
     const Token* after = in_.peek_after();
     return after == nullptr || !(after->is("PIC") || after->is("PICTURE")) || token.text == "IS";
   }

@@ -107,7 +107,10 @@ class ColumnMaker {
   std::vector<const Item*> taken(const std::vector<const Item*>& meanings) const {
     std::vector<const Item*> kept;
     for (const Item* meaning : meanings) {
-      if (chosen_.count(meaning) != 0) return std::vector<const Item*>(1, meaning);
+      if (chosen_.contains(meaning)) {
+        kept.assign(1, meaning);
+        break;
+      }
       if (has_column(*meaning) && (kept.empty() || !options_.first_meaning_only)) kept.push_back(meaning);
     }
     return kept;
@@ -120,14 +123,14 @@ class ColumnMaker {
   }
 
   bool is_column(const Item& item) const {
-    return !item.is_renames() && (!item.is_filler() || item.notes.column) && indicator_items_.count(&item) == 0;
+    return !item.is_renames() && (!item.is_filler() || item.notes.column) && !indicator_items_.contains(&item);
   }
 
   // A table of nothing but FILLER may have more entries than can be counted.
   bool is_worth_visiting(const Item& item) {
     const auto [known, is_new] = worth_visiting_.try_emplace(&item, false);
     if (!is_new) return known->second;
-    bool worth = item.varies() || (!item.is_group() && (is_column(item) || indicator_items_.count(&item) != 0));
+    bool worth = item.varies() || (!item.is_group() && (is_column(item) || indicator_items_.contains(&item)));
     for (const auto& child : item.children) worth = is_worth_visiting(*child) || worth;
     return worth_visiting_[&item] = worth;
   }
@@ -159,7 +162,7 @@ class ColumnMaker {
   }
 
   void add_column(const Item& item, const Around& around) {
-    const bool indicator = indicator_items_.count(&item) != 0;
+    const bool indicator = indicator_items_.contains(&item);
     if (!indicator && !is_column(item)) return;
     if (made_.list.size() == most_columns) fail(item.place, "the record has more than 100000 columns", "");
     Column column;
