@@ -12,12 +12,6 @@ namespace {
 const DirectKernels& kernels = *choose_version(
     Versions<const DirectKernels>{.baseline = &direct_kernels_baseline ZVRT_X86(, .avx512 = &direct_kernels_avx512)});
 
-// A field of up to 15 digits, its sign in the last half-byte, to a binary integer of the same scale.
-bool is_short_packed(const Type& type) {
-  return type.kind == ZVRT_KIND_PACKED && type.length <= 8 && !type.has(ZVRT_TYPE_NO_SIGN) &&
-         type.precision >= 2 * type.length - 1 && type.model == nullptr;
-}
-
 bool holds_all_digits(const Type& to, const Type& from) {
   return to.scale == from.scale && to.model == nullptr && !to.is_swapped() &&
          (!to.declares_precision || to.precision >= 2 * from.length - 1);
@@ -30,10 +24,6 @@ Direct* find_packed(const Type& from, const Type& to) {
   return nullptr;
 }
 
-bool is_plain_text(const Type& type, std::uint32_t flags) {
-  return type.form == Form::text && type.model == nullptr && (type.flags & ~flags) == 0;
-}
-
 Direct* find_text(const Type& from, const Type& to) {
   const bool known = is_plain_text(from, ZVRT_TYPE_TRIM | ZVRT_TYPE_LOW_AS_BLANK) && is_plain_text(to, ZVRT_TYPE_PAD) &&
                      from.extent != Extent::prefixed && from.unit == 1 && to.unit != 2;
@@ -44,15 +34,29 @@ Direct* find_text(const Type& from, const Type& to) {
     return into == PageKind::utf8 ? kernels.page_to_narrow : nullptr;
   }
   const bool is_tabled = to.unit == 1 && into == PageKind::table && to.page.tables->has_all_ascii;
+  if (from.page.is_utf8() && to.unit == 4) return kernels.utf8_to_wide;
   return from.page.is_utf8() && is_tabled && to.page.blank_bytes == 1 ? kernels.utf8_to_page : nullptr;
 }
 
 }  // namespace
 
+const DirectKernels& direct_kernels() { return kernels; }
+
+bool is_short_packed(const Type& type) {
+  return type.kind == ZVRT_KIND_PACKED && type.length <= 8 && !type.has(ZVRT_TYPE_NO_SIGN) &&
+         type.precision >= 2 * type.length - 1 && type.model == nullptr;
+}
+
+bool is_plain_text(const Type& type, std::uint32_t flags) {
+  return type.form == Form::text && type.model == nullptr && (type.flags & ~flags) == 0;
+}
+
 Direct* find_direct(const ZVRTPlan& plan) {
   const Type& from = plan.from.type;
   const Type& to = plan.to.type;
-  return from.form == Form::text ? find_text(from, to) : find_packed(from, to);
+  Direct* found = find_direct_transcoding(plan);
+  if (found == nullptr) found = from.form == Form::text ? find_text(from, to) : find_packed(from, to);
+  return found != nullptr ? found : find_direct_number(plan);
 }
 
 bool suits_direct(const ZVRTPlan& plan, const Places& from, const Places& to) {

@@ -37,10 +37,38 @@ struct DirectKernels {
   Direct* page_to_narrow;  // a page's bytes to ASCII
   Direct* page_to_wide;    // ... to wide characters
   Direct* utf8_to_page;    // ASCII to a page's bytes
+  Direct* utf8_to_wide;    // ... to wide characters
+  Direct* wide_to_utf8;    // ASCII, from texts without flags; null: the level has none
 };
 
 extern const DirectKernels direct_kernels_baseline;
 extern const DirectKernels direct_kernels_avx512;
+
+// Those of this machine.
+const DirectKernels& direct_kernels();
+
+// Kernels in plain code over the shared transcoding kernels; null where the pair has none.
+Direct* find_direct_transcoding(const ZVRTPlan& plan);
+Direct* find_direct_number(const ZVRTPlan& plan);
+
+// Text that has a kernel's form: of these flags at most, its values' lengths given, ended by zeros or the slot's.
+bool is_plain_text(const Type& type, std::uint32_t flags);
+
+// A field of up to 15 digits, its sign in the last half-byte.
+bool is_short_packed(const Type& type);
+
+// The rows after the first ones.
+inline Rows rows_after(const Rows& rows, std::int32_t done, Entries& lengths) {
+  lengths = *rows.source_lengths;
+  if (lengths.at != nullptr) lengths.at += done * lengths.stride;
+  return {rows.source + done * rows.source_stride,
+          rows.source_stride,
+          &lengths,
+          rows.target + done * rows.target_stride,
+          rows.target_stride,
+          rows.count - done,
+          rows.lengths + done};
+}
 
 // The kernel of a pair, or null.
 Direct* find_direct(const ZVRTPlan& plan);

@@ -28,7 +28,7 @@ struct Pair {
   const char* name;
   ZVRTType from;
   ZVRTType to;
-  Direct* DirectKernels::*kernel;
+  Direct* DirectKernels::*kernel;                  // null: the plan's own, which uses the machine's level
   std::function<std::string(std::int32_t)> value;  // of a slot's length
 };
 
@@ -101,6 +101,111 @@ std::vector<Pair> pairs() {
   return all;
 }
 
+// The bytes of one value, cut or filled with zeros to its slot.
+template <class Unit>
+std::string slot_of(const std::vector<Unit>& units, std::int32_t length) {
+  std::string slot(reinterpret_cast<const char*>(units.data()), units.size() * sizeof(Unit));
+  slot.resize(static_cast<std::size_t>(length));
+  return slot;
+}
+
+// Characters of one alphabet, or where `rarity` says so of all of Unicode and beyond, with zeros among them.
+template <class Unit>
+std::function<std::string(std::int32_t)> unicode_value(std::uint32_t rarity) {
+  return [rarity](std::int32_t length) {
+    std::vector<Unit> units;
+    const std::uint32_t count = below(static_cast<std::size_t>(length) / sizeof(Unit) + 2);
+    const bool is_odd = below(rarity) == 0;
+    while (units.size() < count) {
+      static constexpr std::uint32_t borders[] = {0,      0x7F,   0x80,   0x7FF,   0x800,    0xD7FF,   0xD800,
+                                                  0xDFFF, 0xE000, 0xFFFF, 0x10000, 0x10FFFF, 0x110000, 0xFFFFFFFF};
+      if constexpr (sizeof(Unit) == 4) {
+        units.push_back(is_odd && below(9) == 0 ? borders[below(std::size(borders))] : 'a' + below(26));
+      } else {
+        static constexpr const char* characters[] = {"\xC3\xA9",         "\xE0\xA4\x85",     "\xE2\x82\xAC",
+                                                     "\xF0\x9F\x98\x80", "\xED\xA0\x80",     "\xC0\x80",
+                                                     "\xE0\x80\x80",     "\xF4\x90\x80\x80", "\xFF"};
+        const std::size_t known = below(rarity) == 0 ? std::size(characters) : 1;
+        const std::string next =
+            is_odd && below(4) == 0 ? characters[below(known)] : std::string(1, static_cast<char>('a' + below(26)));
+        for (const char c : next) units.push_back(static_cast<Unit>(c));
+      }
+    }
+    return slot_of(units, length);
+  };
+}
+
+// Numbers as people write them, and now and then something that is none.
+template <class Unit>
+std::function<std::string(std::int32_t)> number_text(std::uint32_t rarity) {
+  return [rarity](std::int32_t length) {
+    std::string text(below(3) == 0 ? "-" : below(9) == 0 ? "+" : "");
+    for (std::uint32_t left = below(below(4) == 0 ? 25 : 12); left > 0; --left)
+      text += static_cast<char>('0' + below(10));
+    if (below(4) == 0) text.insert(below(text.size() + 1), ".");
+    if (below(rarity) == 0) text.insert(below(text.size() + 1), 1, "e -+x\0"[below(6)]);
+    return slot_of(std::vector<Unit>(text.begin(), text.end()), length);
+  };
+}
+
+// Integers of any size; doubles of few digits and of many.
+std::function<std::string(std::int32_t)> integer_value() {
+  return [](std::int32_t length) {
+    const std::uint64_t bits = (std::uint64_t{numbers()} << 32 | numbers()) >> below(64);
+    const std::uint64_t value = below(2) == 0 ? bits : ~bits;
+    return std::string(reinterpret_cast<const char*>(&value), static_cast<std::size_t>(length));
+  };
+}
+std::string double_value(std::int32_t /*length*/) {
+  static constexpr double units[] = {1, 10, 100, 1e3, 1e6, 1e7, 1e-9, 3};
+  const std::uint64_t bits = std::uint64_t{numbers()} << 32 | numbers();
+  double value = static_cast<double>(static_cast<std::int64_t>(bits) >> below(64)) / units[below(std::size(units))];
+  if (below(8) == 0) std::memcpy(&value, &bits, sizeof value);
+  return {reinterpret_cast<const char*>(&value), sizeof value};
+}
+
+void add_numbers(std::vector<Pair>& all) {
+  for (const std::int32_t length : {2, 3, 7, 12, 22, 50}) {
+    for (const ZVRTType& text :
+         {type(ZVRT_KIND_WVARCHAR_SZ, length * 4), type(ZVRT_KIND_WVARCHAR, length * 4 + 2),
+          type(ZVRT_KIND_WCHAR, length * 4), type(ZVRT_KIND_VARCHAR_SZ, length), type(ZVRT_KIND_CHAR, length)}) {
+      for (const std::int32_t bytes : {2, 4, 8}) {
+        all.push_back({"integer to text", type(ZVRT_KIND_INT, bytes), text, nullptr, integer_value()});
+      }
+      all.push_back({"unsigned to text", type(ZVRT_KIND_UINT, 8), text, nullptr, integer_value()});
+      all.push_back({"double to text", type(ZVRT_KIND_FLOAT, 8), text, nullptr, double_value});
+      all.push_back({"packed to text", packed(length % 8 + 1), text, nullptr, packed_value(60)});
+      if (text.kind == ZVRT_KIND_WVARCHAR) continue;
+      const auto value = text.kind == ZVRT_KIND_WVARCHAR_SZ || text.kind == ZVRT_KIND_WCHAR ? number_text<char32_t>(20)
+                                                                                            : number_text<char>(20);
+      for (const std::int32_t bytes : {2, 4, 8}) {
+        all.push_back({"text to integer", text, type(ZVRT_KIND_INT, bytes), nullptr, value});
+      }
+      all.push_back({"text to unsigned", text, type(ZVRT_KIND_UINT, 8), nullptr, value});
+      all.push_back({"text to double", text, type(ZVRT_KIND_FLOAT, 8), nullptr, value});
+    }
+  }
+}
+
+void add_unicode(std::vector<Pair>& all) {
+  for (const std::int32_t length : {1, 4, 16, 17, 33, 64, 100, 150}) {
+    for (const std::uint32_t rarity : {1U, 2U, 60U}) {
+      for (const std::uint32_t narrow : {ZVRT_KIND_CHAR, ZVRT_KIND_VARCHAR_SZ, ZVRT_KIND_VARCHAR}) {
+        for (const std::uint32_t wide : {ZVRT_KIND_WCHAR, ZVRT_KIND_WVARCHAR_SZ, ZVRT_KIND_WVARCHAR}) {
+          const ZVRTType bytes = type(narrow, length + 2);
+          const ZVRTType units = type(wide, length * 4 + (wide == ZVRT_KIND_WVARCHAR ? 2 : 0));
+          if (narrow != ZVRT_KIND_VARCHAR) {
+            all.push_back({"UTF-8 to wide", bytes, units, nullptr, unicode_value<char>(rarity)});
+          }
+          if (wide != ZVRT_KIND_WVARCHAR) {
+            all.push_back({"wide to UTF-8", units, bytes, nullptr, unicode_value<char32_t>(rarity)});
+          }
+        }
+      }
+    }
+  }
+}
+
 // What a run leaves.
 struct Result {
   std::string slots, lengths, indicators, statuses;
@@ -169,7 +274,7 @@ Result run(const ZVRTPlan* plan, const Pair& pair, const Column& column, bool by
 }
 
 void compare(const Pair& pair, ZVRTPlan* plan, const DirectKernels& kernels) {
-  plan->direct = kernels.*pair.kernel;
+  if (pair.kernel != nullptr) plan->direct = kernels.*pair.kernel;
   for (int round = 0; round < 6; ++round) {
     const Column column = column_of(pair);
     const bool backwards = below(2) == 0;
@@ -185,7 +290,10 @@ void compare(const Pair& pair, ZVRTPlan* plan, const DirectKernels& kernels) {
 
 TEST(Direct, EqualsBlocks) {
   ASSERT_EQ(ZVRTInitDataConversion(), ZVRT_RC_OK);
-  for (const Pair& pair : pairs()) {
+  std::vector<Pair> all = pairs();
+  add_numbers(all);
+  add_unicode(all);
+  for (const Pair& pair : all) {
     Plan plan;
     ASSERT_EQ(make(pair.from, pair.to, 0, plan), ZVRT_RC_OK) << pair.name;
     ASSERT_NE(plan->direct, nullptr) << pair.name << " has no kernel";

@@ -254,6 +254,54 @@ std::int32_t convert_text(const ZVRTPlan& plan, const Rows& rows) {
   return convert_by_length<Unit, from_page, into_page, 64>(plan, rows, place);
 }
 
+// --- wide ASCII to bytes: sixteen characters a step, [a000|b000|...] to [ab...] (VPMOVDB) ---
+
+ZVRT_INLINED Vector load_wide(const std::byte* at, std::int32_t first_unit, __mmask16 lanes) {
+  return _mm512_maskz_loadu_epi32(lanes, at + first_unit * 4);
+}
+ZVRT_INLINED __mmask16 lanes_of(std::int32_t units) { return static_cast<__mmask16>(first(units < 16 ? units : 16)); }
+
+// The characters of a text of at most `units`, all of them ASCII; -1 where a block has to look at it.
+ZVRT_INLINED std::int32_t measure_ascii(const std::byte* at, std::int32_t units, bool is_terminated, bool takes_zeros) {
+  for (std::int32_t k = 0; k < units; k += 16) {
+    const __mmask16 inside = lanes_of(units - k);
+    const Vector part = load_wide(at, k, inside);
+    const auto zeros = static_cast<__mmask16>(_mm512_testn_epi32_mask(part, part) & inside);
+    const __mmask16 others = _mm512_cmpgt_epu32_mask(part, _mm512_set1_epi32(0x7F));
+    if (is_terminated && zeros != 0) {
+      const auto end = static_cast<std::int32_t>(_tzcnt_u32(zeros));
+      return (others & first(end)) == 0 ? k + end : -1;
+    }
+    if (others != 0 || (zeros != 0 && !takes_zeros)) return -1;
+  }
+  return is_terminated ? -1 : units;
+}
+
+std::int32_t convert_wide_text(const ZVRTPlan& plan, const Rows& rows) {
+  const Type& from = plan.from.type;
+  const TextSlot place = text_slot(plan.to.type);
+  const bool is_terminated = from.extent == Extent::terminated;
+  const bool gives_lengths = rows.source_lengths->at != nullptr && !is_terminated;
+  for (std::int32_t i = 0; i < rows.count; ++i) {
+    const std::byte* const at = rows.source + i * rows.source_stride;
+    const std::int64_t bytes = gives_lengths ? rows.source_lengths->load(i) : from.length;
+    if (bytes < 0 || bytes > from.length || (!is_terminated && bytes % 4 != 0)) return i;
+    const auto units = static_cast<std::int32_t>(bytes / 4);
+    const std::int32_t count = measure_ascii(at, units, is_terminated, !place.is_terminated);
+    if (count < 0 || count > place.capacity) return i;
+    std::byte* const slot = rows.target + i * rows.target_stride;
+    std::byte* const text = slot + place.offset;
+    for (std::int32_t k = 0; k < count; k += 16) {
+      const __mmask16 lanes = lanes_of(count - k);
+      _mm_mask_storeu_epi8(text + k, lanes, _mm512_cvtepi32_epi8(load_wide(at, k, lanes)));
+    }
+    if (place.is_terminated) text[count] = std::byte{0};
+    if (place.is_prefixed) store(slot, 0, static_cast<std::uint16_t>(count));
+    rows.lengths[i] = count;
+  }
+  return rows.count;
+}
+
 }  // namespace
 
 const DirectKernels direct_kernels_avx512{
@@ -262,6 +310,8 @@ const DirectKernels direct_kernels_avx512{
     .page_to_narrow = convert_text<std::uint8_t, true, false>,
     .page_to_wide = convert_text<Wide, true, false>,
     .utf8_to_page = convert_text<std::uint8_t, false, true>,
+    .utf8_to_wide = convert_text<Wide, false, false>,
+    .wide_to_utf8 = convert_wide_text,
 };
 
 }  // namespace zvrt::columns
