@@ -100,6 +100,7 @@ int parse_arguments(int argc, char** argv, Arguments& a, bool& ends) {
   CLI::App& reads = *app.add_subcommand("import", "record files to a table");
   CLI::App& writes = *app.add_subcommand("export", "a table to a record file");
   CLI::App& verify = *app.add_subcommand("verify", "compare a table with a record file, cell by cell");
+  CLI::App& looks = *app.add_subcommand("inspect", "what a record file looks like, and its first records");
   CLI::App& layout = *app.add_subcommand("layout", "every item of a copybook: level, picture, usage, offset, length");
   CLI::App& ddl = *app.add_subcommand("ddl", "the CREATE TABLE of what import makes");
   for (CLI::App* const verb : {&reads, &writes, &verify}) {
@@ -120,6 +121,13 @@ int parse_arguments(int argc, char** argv, Arguments& a, bool& ends) {
   }
   reads.add_flag("--append", a.append, "append to the table if it exists")->excludes(reads.get_option("--replace"));
   reads.add_flag("--bom", a.bom, "begin a CSV file with a byte order mark");
+  looks.add_option("-l,--layout", a.layout, "the copybook");
+  looks.add_option("files", files, "RECORDS")->required()->expected(1, 1);
+  looks.add_option("--limit", a.limit, "records shown; 3 if not told")->check(CLI::Range(1, 1000));
+  add_format_options(looks, a);
+  add_layout_options(looks, a);
+  add_column_options(looks, a);
+  add_value_options(looks, a);
   layout.add_option("copybook", a.layout, "the copybook")->required();
   layout.add_flag("--json", a.json, "an object a line");
   add_layout_options(layout, a);
@@ -134,14 +142,17 @@ int parse_arguments(int argc, char** argv, Arguments& a, bool& ends) {
     return app.exit(error) == 0 ? 0 : 2;
   }
   ends = false;
-  const std::map<std::string, Verb> verbs{{"import", Verb::import_records},
-                                          {"export", Verb::export_table},
-                                          {"verify", Verb::verify},
-                                          {"layout", Verb::layout},
-                                          {"ddl", Verb::ddl}};
+  const std::map<std::string, Verb> verbs{{"import", Verb::import_records}, {"export", Verb::export_table},
+                                          {"verify", Verb::verify},         {"inspect", Verb::inspect},
+                                          {"layout", Verb::layout},         {"ddl", Verb::ddl}};
   const CLI::App* const used = app.get_subcommands().front();
   a.verb = verbs.at(used->get_name());
   if (files.empty()) return 0;
+  a.format_told = used->count("--record-format") != 0;
+  if (a.verb == Verb::inspect) {
+    a.records = files;
+    return 0;
+  }
   a.rejects_told = used->count("--rejects") != 0;
   a.null_text_told = used->count("--null-text") != 0;
   if (a.verb == Verb::import_records) {

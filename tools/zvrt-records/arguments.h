@@ -14,7 +14,7 @@
 
 namespace zvrt::records {
 
-enum class Verb { import_records, export_table, verify, layout, ddl };
+enum class Verb { import_records, export_table, verify, inspect, layout, ddl };
 enum class OnReject { skip, keep, stop };
 
 struct Arguments {
@@ -28,6 +28,7 @@ struct Arguments {
   std::string code_page;
   std::string newline;
   std::string format = "F";
+  bool format_told = false;
   std::string rdw_order = "big";
   std::string rdw_includes = "yes";
   int rdw_adjust = 0;
