@@ -88,4 +88,11 @@ expect 0 ddl two.cpy
 expect 2 layout absent.cpy
 expect 2 frobnicate
 expect 0 --help
+
+# The manual page names every option that the verbs take, and no other.
+for verb in import export verify layout ddl; do
+  "$tool" "$verb" --help
+done | sed -n 's/^  \(-[a-z],\)\?\(--[a-z-]*\).*/\2/p' | { cat; echo --version; } | sort -u >taken
+sed 's/\\-/-/g' "$data/../../docs/man/zvrt-records.1" | grep -o -e '--[a-z][a-z-]*' | sort -u >documented
+diff taken documented || fail "the manual page has other options than the command"
 exit "$failed"
