@@ -60,7 +60,7 @@ class EntryReader {
     const std::string& text = token.text;
     if (token.kind != Token::Kind::word || text.size() > 2 || !std::all_of(text.begin(), text.end(), is_digit))
       return std::nullopt;
-    const unsigned level = static_cast<unsigned>(std::stoul(text));
+    const auto level = static_cast<unsigned>(std::stoul(text));
     const bool known = (level >= 1 && level <= 49) || level == 66 || level == 77 || level == 78 || level == 88;
     return known ? std::optional(level) : std::nullopt;
   }
