@@ -56,7 +56,8 @@ Direct* find_direct(const ZVRTPlan& plan) {
   const Type& to = plan.to.type;
   Direct* found = find_direct_transcoding(plan);
   if (found == nullptr) found = from.form == Form::text ? find_text(from, to) : find_packed(from, to);
-  return found != nullptr ? found : find_direct_number(plan);
+  if (found == nullptr) found = find_direct_number(plan);
+  return found != nullptr ? found : find_direct_date(plan);
 }
 
 bool suits_direct(const ZVRTPlan& plan, const Places& from, const Places& to) {

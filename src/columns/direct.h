@@ -50,6 +50,7 @@ const DirectKernels& direct_kernels();
 // Kernels in plain code over the shared transcoding kernels; null where the pair has none.
 Direct* find_direct_transcoding(const ZVRTPlan& plan);
 Direct* find_direct_number(const ZVRTPlan& plan);
+Direct* find_direct_date(const ZVRTPlan& plan);
 
 // Text that has a kernel's form: of these flags at most, its values' lengths given, ended by zeros or the slot's.
 bool is_plain_text(const Type& type, std::uint32_t flags);

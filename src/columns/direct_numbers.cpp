@@ -18,6 +18,7 @@
 #include <type_traits>
 
 #include "columns/direct.h"
+#include "support/wraps.h"
 
 namespace zvrt::columns {
 
@@ -168,7 +169,7 @@ std::int32_t write_packed_as_text(const ZVRTPlan& plan, const Rows& rows) {
 
 // False for a text that a block has to look at.
 template <class Unit, bool takes_point>
-bool parse_short(const std::byte* at, std::int64_t units, bool is_terminated, Short& number) {
+ZVRT_WRAPS bool parse_short(const std::byte* at, std::int64_t units, bool is_terminated, Short& number) {
   constexpr std::int64_t max_digits_read = 18;
   const auto unit = [&](std::int64_t k) -> std::uint32_t {
     return k < units ? static_cast<std::uint32_t>(load<Unit>(at, static_cast<std::size_t>(k))) : 0;
@@ -201,7 +202,7 @@ bool parse_short(const std::byte* at, std::int64_t units, bool is_terminated, Sh
 template <class Int>
 struct IntegerTarget {
   static constexpr bool takes_point = false;
-  static bool write(const Short& number, std::byte* slot) {
+  ZVRT_WRAPS static bool write(const Short& number, std::byte* slot) {
     constexpr auto most = static_cast<std::uint64_t>(std::numeric_limits<Int>::max());
     if (number.magnitude > most) return false;
     if (std::is_unsigned_v<Int> && number.negative && number.magnitude != 0) return false;

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstring>
 #include <functional>
 #include <random>
@@ -206,6 +207,47 @@ void add_unicode(std::vector<Pair>& all) {
   }
 }
 
+// Mostly timestamps; some members, or characters, are of no date.
+std::string record_value(std::int32_t length) {
+  std::uint16_t members[6] = {static_cast<std::uint16_t>(1 + below(9999)), static_cast<std::uint16_t>(1 + below(12)),
+                              static_cast<std::uint16_t>(1 + below(30)),   static_cast<std::uint16_t>(below(24)),
+                              static_cast<std::uint16_t>(below(60)),       static_cast<std::uint16_t>(below(60))};
+  if (below(20) == 0) members[below(6)] = static_cast<std::uint16_t>(below(4) == 0 ? below(65536) : below(70));
+  const std::uint32_t fraction = below(1000) + (below(30) == 0 ? 0 : below(2) * 999'000);
+  std::string record(reinterpret_cast<const char*>(members), sizeof members);
+  record.append(reinterpret_cast<const char*>(&fraction), sizeof fraction);
+  record.resize(static_cast<std::size_t>(length), '\x55');
+  return record;
+}
+template <class Unit>
+std::string date_text(std::int32_t length) {
+  char text[40];
+  const int count =
+      std::snprintf(text, sizeof text, "%04u-%02u-%02u %02u:%02u:%02u.%03u%s", below(10000), below(13), 1 + below(30),
+                    below(24), below(60), below(60), below(1000), below(3) != 0 ? "250" : "");
+  std::vector<Unit> units(text, text + count);
+  if (below(20) == 0) units[below(units.size())] = static_cast<Unit>(below(2) == 0 ? below(128) : below(1U << 31));
+  return slot_of(units, length);
+}
+
+void add_dates(std::vector<Pair>& all) {
+  const std::int32_t record_bytes = static_cast<std::int32_t>(sizeof(ZVRTTS));
+  for (const std::int16_t digits : {std::int16_t{3}, std::int16_t{6}}) {
+    const ZVRTType record = type(ZVRT_KIND_TIMESTAMP, record_bytes, 0, 0, digits);
+    for (const std::int32_t length : {19, 22, 23, 26, 27, 40}) {
+      for (const std::uint32_t kind : {ZVRT_KIND_CHAR, ZVRT_KIND_VARCHAR_SZ, ZVRT_KIND_VARCHAR}) {
+        all.push_back({"timestamp to text", record, type(kind, length), nullptr, record_value});
+        if (kind == ZVRT_KIND_VARCHAR) continue;
+        all.push_back({"text to timestamp", type(kind, length), record, nullptr, date_text<char>});
+      }
+      for (const std::uint32_t kind : {ZVRT_KIND_WCHAR, ZVRT_KIND_WVARCHAR_SZ}) {
+        all.push_back({"timestamp to wide", record, type(kind, length * 4), nullptr, record_value});
+        all.push_back({"wide to timestamp", type(kind, length * 4), record, nullptr, date_text<char32_t>});
+      }
+    }
+  }
+}
+
 // What a run leaves.
 struct Result {
   std::string slots, lengths, indicators, statuses;
@@ -293,6 +335,7 @@ TEST(Direct, EqualsBlocks) {
   std::vector<Pair> all = pairs();
   add_numbers(all);
   add_unicode(all);
+  add_dates(all);
   for (const Pair& pair : all) {
     Plan plan;
     ASSERT_EQ(make(pair.from, pair.to, 0, plan), ZVRT_RC_OK) << pair.name;

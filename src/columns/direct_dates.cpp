@@ -1,0 +1,222 @@
+// Direct kernels between timestamp records and text by a model of digits of fixed widths, such as the ISO form.
+//
+// Each character of such a text lies in a range: '0' to '9' for a digit, one character for a literal. So a text is read
+// by one subtraction and one comparison per character, and written as the literals with digits put between them. Neither
+// needs days since 1970. Everything else goes through a block.
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include "columns/direct.h"
+#include "columns/moments.h"
+#include "support/wraps.h"
+
+namespace zvrt::columns {
+
+namespace {
+
+constexpr std::int32_t longest_date = 64;  // characters
+constexpr std::int32_t part_count = 7;     // year, month, day, hour, minute, second, fraction
+
+// Where the parts stand in a text.
+struct Layout {
+  std::array<std::int32_t, part_count> at{-1, -1, -1, -1, -1, -1, -1};
+  std::int32_t count = 0;
+  std::int32_t fraction_digits = 0;
+  std::array<std::uint8_t, longest_date> least{};  // the first character of the range
+  std::array<std::uint8_t, longest_date> span{};   // how far it goes
+};
+
+std::int32_t part_of(DateElement element) {
+  switch (element) {
+    case DateElement::year: return 0;
+    case DateElement::month: return 1;
+    case DateElement::day: return 2;
+    case DateElement::hour_24: return 3;
+    case DateElement::minute: return 4;
+    case DateElement::second: return 5;
+    case DateElement::fraction: return 6;
+    default: return -1;
+  }
+}
+
+// False for a model of other elements, or without some of the first six.
+bool lay_out(const DateModel& model, Layout& layout) {
+  for (std::int32_t i = 0; i < model.count; ++i) {
+    const DateItem& item = model.items[static_cast<std::size_t>(i)];
+    const bool is_literal = item.element == DateElement::literal;
+    const std::int32_t part = part_of(item.element);
+    const std::int32_t width = is_literal ? 1 : item.width;
+    if (layout.count + width > longest_date || (is_literal ? item.literal >= 0x80 : part < 0)) return false;
+    if (!is_literal) layout.at[static_cast<std::size_t>(part)] = layout.count;
+    for (std::int32_t k = 0; k < width; ++k, ++layout.count) {
+      const auto place = static_cast<std::size_t>(layout.count);
+      layout.least[place] = is_literal ? static_cast<std::uint8_t>(item.literal) : '0';
+      layout.span[place] = is_literal ? 0 : 9;
+    }
+  }
+  layout.fraction_digits = model.fraction_digits;
+  return std::all_of(layout.at.begin(), layout.at.end() - 1, [](std::int32_t at) { return at >= 0; });
+}
+
+std::uint32_t power_of(std::int32_t digits) {
+  std::uint32_t power = 1;
+  for (; digits > 0; --digits) power *= 10;
+  return power;
+}
+
+// --- a record: six members of two bytes, the fraction in four ---
+
+Fields load_record(const std::byte* at, std::uint32_t& fraction) {
+  Fields fields;
+  fields.year = load<std::int16_t>(at, 0);
+  fields.month = load<std::uint16_t>(at, 1);
+  fields.day = load<std::uint16_t>(at, 2);
+  fields.hour = load<std::uint16_t>(at, 3);
+  fields.minute = load<std::uint16_t>(at, 4);
+  fields.second = load<std::uint16_t>(at, 5);
+  fraction = load<std::uint32_t>(at, 3);
+  return fields;
+}
+
+void store_record(const Fields& fields, std::uint32_t fraction, std::byte* at, std::int32_t length) {
+  std::memset(at, 0, static_cast<std::size_t>(length));
+  store(at, 0, static_cast<std::uint16_t>(fields.year));
+  store(at, 1, static_cast<std::uint16_t>(fields.month));
+  store(at, 2, static_cast<std::uint16_t>(fields.day));
+  store(at, 3, static_cast<std::uint16_t>(fields.hour));
+  store(at, 4, static_cast<std::uint16_t>(fields.minute));
+  store(at, 5, static_cast<std::uint16_t>(fields.second));
+  store(at, 3, fraction);
+}
+
+// --- to text ---
+
+template <class Unit>
+void put_pair(Unit* text, std::int32_t at, std::uint32_t value) {
+  text[at] = static_cast<Unit>('0' + value / 10);
+  text[at + 1] = static_cast<Unit>('0' + value % 10);
+}
+
+template <class Unit>
+void put_parts(const Layout& layout, const Fields& fields, std::uint32_t fraction, Unit* text) {
+  const auto year = static_cast<std::uint32_t>(fields.year);
+  put_pair(text, layout.at[0], year / 100);
+  put_pair(text, layout.at[0] + 2, year % 100);
+  put_pair(text, layout.at[1], fields.month);
+  put_pair(text, layout.at[2], fields.day);
+  put_pair(text, layout.at[3], fields.hour);
+  put_pair(text, layout.at[4], fields.minute);
+  put_pair(text, layout.at[5], fields.second);
+  for (std::int32_t k = layout.fraction_digits - 1; k >= 0; --k, fraction /= 10) {
+    text[layout.at[6] + k] = static_cast<Unit>('0' + fraction % 10);
+  }
+}
+
+template <class Unit>
+std::int32_t write_records_as_text(const ZVRTPlan& plan, const Rows& rows) {
+  const TextSlot place = text_slot(plan.to.type);
+  Layout layout;
+  lay_out(*plan.to.type.model, layout);
+  const auto bytes = static_cast<std::size_t>(layout.count) * sizeof(Unit);
+  if (bytes > static_cast<std::size_t>(place.capacity)) return 0;
+  std::array<Unit, longest_date + 1> text{};
+  std::copy_n(layout.least.begin(), layout.count, text.begin());
+  const std::int32_t digits = plan.from.type.date_digits;
+  const std::uint32_t most = power_of(digits);
+  const std::uint32_t unit = power_of(layout.fraction_digits - digits);
+  for (std::int32_t i = 0; i < rows.count; ++i) {
+    std::uint32_t fraction = 0;
+    const Fields fields = load_record(rows.source + i * rows.source_stride, fraction);
+    if (fraction >= most || check_fields(fields) != ZVRT_RC_OK) return i;
+    put_parts(layout, fields, fraction * unit, text.data());
+    std::byte* const slot = rows.target + i * rows.target_stride;
+    std::memcpy(slot + place.offset, text.data(), bytes + (place.is_terminated ? sizeof(Unit) : 0));
+    if (place.is_prefixed) store(slot, 0, static_cast<std::uint16_t>(bytes));
+    rows.lengths[i] = static_cast<std::int64_t>(bytes);
+  }
+  return rows.count;
+}
+
+// --- from text ---
+
+// What each character is above the first one of its range; false where one lies outside.
+template <class Unit>
+ZVRT_WRAPS bool read_ranges(const Layout& layout, const std::byte* at, std::uint8_t* found) {
+  Unit high = 0;
+  std::uint8_t bad = 0;
+  for (std::size_t k = 0; k < static_cast<std::size_t>(layout.count); ++k) {
+    const auto unit = load<Unit>(at, k);
+    high |= unit;
+    found[k] = static_cast<std::uint8_t>(unit - layout.least[k]);
+    bad |= static_cast<std::uint8_t>(found[k] > layout.span[k]);
+  }
+  return bad == 0 && high < 0x80;
+}
+
+Fields join_parts(const Layout& layout, const std::uint8_t* digits, std::uint32_t& fraction) {
+  const auto pair = [digits](std::int32_t at) -> std::uint32_t { return digits[at] * 10U + digits[at + 1]; };
+  Fields fields;
+  fields.year = static_cast<std::int32_t>(pair(layout.at[0]) * 100 + pair(layout.at[0] + 2));
+  fields.month = pair(layout.at[1]);
+  fields.day = pair(layout.at[2]);
+  fields.hour = pair(layout.at[3]);
+  fields.minute = pair(layout.at[4]);
+  fields.second = pair(layout.at[5]);
+  fraction = 0;
+  for (std::int32_t k = 0; k < layout.fraction_digits; ++k) fraction = fraction * 10 + digits[layout.at[6] + k];
+  return fields;
+}
+
+template <class Unit>
+std::int32_t read_records_from_text(const ZVRTPlan& plan, const Rows& rows) {
+  const Type& from = plan.from.type;
+  Layout layout;
+  lay_out(*from.model, layout);
+  const std::int64_t bytes = std::int64_t{layout.count} * std::int64_t{sizeof(Unit)};
+  const bool is_terminated = from.extent == Extent::terminated;
+  const bool gives_lengths = rows.source_lengths->at != nullptr && !is_terminated;
+  if (bytes + (is_terminated ? std::int64_t{sizeof(Unit)} : 0) > from.length) return 0;
+  const std::uint32_t unit = power_of(plan.to.type.date_digits - layout.fraction_digits);
+  for (std::int32_t i = 0; i < rows.count; ++i) {
+    const std::byte* const at = rows.source + i * rows.source_stride;
+    if (is_terminated ? load<Unit>(at + bytes) != 0
+                      : (gives_lengths ? rows.source_lengths->load(i) : from.length) != bytes)
+      return i;
+    std::uint8_t found[longest_date];
+    if (!read_ranges<Unit>(layout, at, found)) return i;
+    std::uint32_t fraction = 0;
+    const Fields fields = join_parts(layout, found, fraction);
+    if (check_fields(fields) != ZVRT_RC_OK) return i;
+    store_record(fields, fraction * unit, rows.target + i * rows.target_stride, plan.to.type.length);
+  }
+  return rows.count;
+}
+
+// --- which ---
+
+bool is_record(const Type& type) {
+  return (type.kind == ZVRT_KIND_TIMESTAMP || type.kind == ZVRT_KIND_CLI_TIMESTAMP) && type.flags == 0 &&
+         type.parts == Parts::both;
+}
+
+bool is_date_text(const Type& type) {
+  Layout layout;
+  return type.form == Form::text && type.flags == 0 && type.model != nullptr &&
+         (type.unit == 4 || (type.unit == 1 && type.page.is_utf8())) && lay_out(*type.model, layout);
+}
+
+}  // namespace
+
+Direct* find_direct_date(const ZVRTPlan& plan) {
+  const Type& from = plan.from.type;
+  const Type& to = plan.to.type;
+  if (is_record(from) && is_date_text(to) && to.model->fraction_digits >= from.date_digits) {
+    return to.unit == 4 ? write_records_as_text<Wide> : write_records_as_text<char>;
+  }
+  const bool is_read = is_date_text(from) && is_record(to) && from.extent != Extent::prefixed;
+  if (!is_read || from.model->fraction_digits > to.date_digits) return nullptr;
+  return from.unit == 4 ? read_records_from_text<Wide> : read_records_from_text<std::uint8_t>;
+}
+
+}  // namespace zvrt::columns
