@@ -158,7 +158,7 @@ if(TARGET zvrt-records)
     DEPENDS ZVRTDataCnvLib ZVRTColumns
     SUMMARY "mainframe record files to tables and back"
     DESCRIPTION "Reads and writes record files that a copybook describes, and tables in CSV,
-SQLite and databases with an ODBC driver; what is refused is told with its
+JSON lines and SQLite; what is refused is told with its
 place and nothing is lost silently.")
 endif()
 

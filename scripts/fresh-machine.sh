@@ -95,7 +95,7 @@ documented() {
   shift 2
   printf '#!/usr/bin/env bash\nin_root %s %s bash -s\n' "$user" "$folder" >"$shell"
   chmod +x "$shell"
-  exec python3 -B tests/documents/commands.py --fresh "$@" --shell "$shell" . README.md docs/guide.md
+  exec python3 -B tests/documents/commands.py --fresh "$@" --shell "$shell" . README.md docs/guide.md docs/records.md
 }
 check_root() { documented root /root/zvrt; }
 check_user() { documented someone /home/someone/zvrt --user; }

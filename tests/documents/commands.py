@@ -163,7 +163,7 @@ def main() -> int:
         subprocess.run("scripts/files.sh | tar -cT - | tar -x --no-same-owner -C " + shlex.quote(str(tree)), cwd=source,
                        shell=True, check=True)
         subprocess.run(["cmake", "--install", options.build, "--prefix", prefix], check=True, stdout=subprocess.DEVNULL)
-        environment = dict(os.environ, HOME=str(home), PKG_CONFIG_PATH=f"{prefix}/lib/pkgconfig",
+        environment = dict(os.environ, HOME=str(home), PATH=f"{prefix}/bin:{os.environ['PATH']}", PKG_CONFIG_PATH=f"{prefix}/lib/pkgconfig",
                            CMAKE_PREFIX_PATH=str(prefix), LD_LIBRARY_PATH=f"{prefix}/lib", MANPATH=f"{prefix}/share/man")
         return 1 if sum(run(parts, shell, tree, environment) for parts in documents.values()) else 0
 

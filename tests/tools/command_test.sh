@@ -83,6 +83,12 @@ expect 0 import -l two.cpy -c ascii two.dat two.csv
 expect 0 export -l two.cpy -c ascii two.csv two-again.dat
 cmp two.dat two-again.dat || fail "meanings on the way back"
 
+# A dry run needs no table and leaves none.
+for table in dry.csv dry.jsonl dry.db; do
+  expect 0 import -l two.cpy -c ascii --dry-run two.dat "$table" -t T
+  [[ ! -e $table ]] || fail "a dry run made $table"
+done
+
 expect 0 layout two.cpy
 expect 0 ddl two.cpy
 expect 2 layout absent.cpy

@@ -76,7 +76,8 @@ MadeFolder check_places(Job& job) {
   const Arguments& arguments = job.arguments;
   FileRoles roles;
   roles.reads(arguments.layout, "the layout");
-  tell_table(job, roles, arguments.verb == Verb::import_records && !arguments.dry_run);
+  const bool makes_table = arguments.verb == Verb::import_records;
+  if (!makes_table || !arguments.dry_run) tell_table(job, roles, makes_table);
   for (const std::string& file : arguments.records) {
     const bool written = arguments.verb == Verb::export_table;
     if (file == "-")
