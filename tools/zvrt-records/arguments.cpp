@@ -124,6 +124,8 @@ int parse_arguments(int argc, char** argv, Arguments& a, bool& ends) {
   looks.add_option("-l,--layout", a.layout, "the copybook");
   looks.add_option("files", files, "RECORDS")->required()->expected(1, 1);
   looks.add_option("--limit", a.limit, "records shown; 3 if not told")->check(CLI::Range(1, 1000));
+  looks.add_option("--html", a.html, "also a page of it, in this file")->needs(looks.get_option("--layout"));
+  looks.add_flag("--replace", a.replace, "replace what exists");
   add_format_options(looks, a);
   add_layout_options(looks, a);
   add_column_options(looks, a);

@@ -64,6 +64,7 @@ struct Arguments {
   std::string null_text;
   bool null_text_told = false;
   bool bom = false;
+  std::string html;
 };
 
 // Reads the command line. A number: the program ends with it, since help was asked for or the line is wrong.

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 
+#include "inspect_page.h"
 #include "look.h"
 #include "places.h"
 #include "records/files/failure.h"
@@ -178,17 +179,38 @@ void print(const std::string& text) {
   out.finish();
 }
 
+// Before anything is read: the page replaces neither what it is about nor, unasked, anything else.
+void check_page(const Arguments& arguments) {
+  if (arguments.html.empty()) return;
+  FileRoles roles;
+  roles.reads(arguments.layout, "the layout");
+  roles.reads(arguments.records.front(), "the records");
+  roles.writes(arguments.html, "the page", arguments.replace ? Existing::replace : Existing::refuse);
+  roles.check();
+}
+
+void write_page(const Arguments& arguments, const std::string& page) {
+  RegularOutput out(arguments.html, arguments.replace ? Existing::replace : Existing::refuse);
+  out.write(page);
+  out.finish();
+  out.commit();
+}
+
 }  // namespace
 
 int inspect_records(const Arguments& told) {
   Arguments arguments = told;
   const Findings found = findings_of(arguments);
   const std::string words = take_findings(found, arguments);
-  print(text_of_findings(arguments.records.front(), found) + (words.empty() ? "" : fmt::format("taken:{}\n", words)));
+  const std::string report =
+      text_of_findings(arguments.records.front(), found) + (words.empty() ? "" : fmt::format("taken:{}\n", words));
+  print(report);
   if (arguments.layout.empty()) return 0;
   const Job job(arguments);
+  check_page(arguments);
   const Look look = look_at(job, looked_at_records, arguments.limit == 0 ? 3 : arguments.limit);
   print(fit_of(job, found) + "\n" + text_of_look(job, look));
+  if (!arguments.html.empty()) write_page(arguments, inspection_page(job, report + fit_of(job, found), look));
   return look.refused_records == 0 && look.unknown == 0 && look.damages.empty() ? 0 : 1;
 }
 

@@ -44,8 +44,9 @@ class Looker {
     for (std::size_t i = 0; i < decoded.fields.size(); ++i)
       for (std::size_t row = 0; row < rows.size(); ++row) {
         FieldTally& tally = look.tallies[s][i];
-        if (decoded.fields[i].status[row] != ZVRT_RC_OK)
-          ++tally.refused;
+        const Status status = decoded.fields[i].status[row];
+        if (status != ZVRT_RC_OK)
+          ++tally.refused, ++tally.statuses[status];
         else
           ++(decoded.fields[i].lengths[row] == null_cell ? tally.nulls : tally.values);
       }
@@ -58,6 +59,11 @@ class Looker {
     record.bytes.assign(block.bytes.data() + block.starts[row], static_cast<std::size_t>(block.lengths[row]));
     const auto [s, at] = segment_of_[row];
     if (s == no_index) return record;
+    const Columns& columns = job_.segments[s].codec->columns();
+    record.moved = !columns.tables.empty();
+    record.form = record.bytes;
+    if (record.moved)
+      record.form.assign(decoded[s].records + static_cast<std::int64_t>(at) * decoded[s].stride, columns.length);
     record.segment = job_.segments[s].name;
     const auto& fields = job_.segments[s].codec->fields();
     for (std::size_t i = 0; i < fields.size(); ++i) {

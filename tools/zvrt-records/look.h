@@ -2,6 +2,8 @@
 #ifndef ZVRT_TOOLS_ZVRT_RECORDS_LOOK_H
 #define ZVRT_TOOLS_ZVRT_RECORDS_LOOK_H
 
+#include <map>
+
 #include "job.h"
 #include "records/formats/record_reader.h"
 
@@ -20,6 +22,8 @@ struct SeenRecord {
   std::uint64_t number = 0;
   std::uint64_t offset = 0;  // in the file
   std::string bytes;
+  std::string form;    // the record with its tables at their greatest size
+  bool moved = false;  // they are not, and form lacks what no field holds
   std::string segment;
   std::vector<SeenField> fields;
 };
@@ -28,6 +32,7 @@ struct FieldTally {
   std::uint64_t values = 0;
   std::uint64_t nulls = 0;
   std::uint64_t refused = 0;
+  std::map<Status, std::uint64_t> statuses;  // of the refused
 };
 
 struct Look {
