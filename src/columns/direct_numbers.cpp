@@ -18,6 +18,7 @@
 #include <type_traits>
 
 #include "columns/direct.h"
+#include "numeric/integer/integers.h"
 #include "support/wraps.h"
 
 namespace zvrt::columns {
@@ -142,11 +143,47 @@ std::int32_t write_numbers_as_text(const ZVRTPlan& plan, const Rows& rows) {
   return rows.count;
 }
 
+// Terminated wide text with room for the longest of the values is what the kernels for single values write, but for
+// zero, which they leave out.
+bool suits_kernel(const TextSlot& place, std::int32_t longest) {
+  return place.is_terminated && place.capacity >= longest * std::int32_t{sizeof(Wide)};
+}
+template <class Int>
+std::int64_t put_by_kernel(const TextSlot& place, const std::byte* at, std::byte* slot) {
+  if (load<Int>(at) == 0) {
+    store<Wide>(slot, 0, '0');
+    store<Wide>(slot, 1, 0);
+    return sizeof(Wide);
+  }
+  std::uint32_t length = 0;
+  const std::int32_t room = place.capacity + std::int32_t{sizeof(Wide)};
+  integers.render[type_index<Int>](at, nullptr, slot, room, &length, nullptr);
+  return std::int64_t{length} * std::int64_t{sizeof(Wide)};
+}
+
+template <class Int>
+std::int32_t write_integers_as_wide(const ZVRTPlan& plan, const Rows& rows) {
+  constexpr std::int32_t longest_integer = std::numeric_limits<Int>::digits10 + 2;
+  const TextSlot place = text_slot(plan.to.type);
+  if (!suits_kernel(place, longest_integer)) return write_numbers_as_text<Wide, IntegerSource<Int>>(plan, rows);
+  for (std::int32_t i = 0; i < rows.count; ++i) {
+    rows.lengths[i] =
+        put_by_kernel<Int>(place, rows.source + i * rows.source_stride, rows.target + i * rows.target_stride);
+  }
+  return rows.count;
+}
+
+template <class Unit, class Int>
+constexpr Direct* write_integers = sizeof(Unit) == sizeof(Wide) ? write_integers_as_wide<Int>
+                                                                : write_numbers_as_text<Unit, IntegerSource<Int>>;
+
 // Fields become integers some at a time.
 template <class Unit>
 std::int32_t write_packed_as_text(const ZVRTPlan& plan, const Rows& rows) {
   constexpr std::int32_t most = 64;
   const TextSlot place = text_slot(plan.to.type);
+  const bool by_kernel =
+      sizeof(Unit) == sizeof(Wide) && plan.from.type.scale == 0 && suits_kernel(place, 2 * plan.from.type.length);
   for (std::int32_t done = 0; done < rows.count;) {
     std::int64_t values[most];
     Entries lengths;
@@ -157,6 +194,10 @@ std::int32_t write_packed_as_text(const ZVRTPlan& plan, const Rows& rows) {
     const std::int32_t read = direct_kernels().packed_to_int64(plan, part);
     for (std::int32_t i = 0; i < read; ++i, ++done) {
       std::byte* const slot = rows.target + done * rows.target_stride;
+      if (by_kernel) {
+        rows.lengths[done] = put_by_kernel<std::int64_t>(place, reinterpret_cast<const std::byte*>(values + i), slot);
+        continue;
+      }
       rows.lengths[done] = put_number<Unit>(place, slot, short_of(values[i], plan.from.type.scale));
       if (rows.lengths[done] < 0) return done;
     }
@@ -248,11 +289,9 @@ Direct* find_to_text(const Type& from) {
   if (from.kind == ZVRT_KIND_PACKED) return write_packed_as_text<Unit>;
   if (from.kind == ZVRT_KIND_FLOAT) return write_numbers_as_text<Unit, DoubleSource>;
   switch (from.length) {
-    case 2: return is_signed ? write_numbers_as_text<Unit, IntegerSource<std::int16_t>> : nullptr;
-    case 4: return is_signed ? write_numbers_as_text<Unit, IntegerSource<std::int32_t>> : nullptr;
-    case 8:
-      return is_signed ? write_numbers_as_text<Unit, IntegerSource<std::int64_t>>
-                       : write_numbers_as_text<Unit, IntegerSource<std::uint64_t>>;
+    case 2: return is_signed ? write_integers<Unit, std::int16_t> : nullptr;
+    case 4: return is_signed ? write_integers<Unit, std::int32_t> : nullptr;
+    case 8: return is_signed ? write_integers<Unit, std::int64_t> : write_integers<Unit, std::uint64_t>;
     default: return nullptr;
   }
 }

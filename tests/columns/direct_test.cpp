@@ -175,6 +175,9 @@ void add_numbers(std::vector<Pair>& all) {
       }
       all.push_back({"unsigned to text", type(ZVRT_KIND_UINT, 8), text, nullptr, integer_value()});
       all.push_back({"double to text", type(ZVRT_KIND_FLOAT, 8), text, nullptr, double_value});
+      ZVRTType whole = packed(length % 8 + 1);
+      whole.scale = 0;
+      all.push_back({"whole packed to text", whole, text, nullptr, packed_value(60)});
       all.push_back({"packed to text", packed(length % 8 + 1), text, nullptr, packed_value(60)});
       if (text.kind == ZVRT_KIND_WVARCHAR) continue;
       const auto value = text.kind == ZVRT_KIND_WVARCHAR_SZ || text.kind == ZVRT_KIND_WCHAR ? number_text<char32_t>(20)
