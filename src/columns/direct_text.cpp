@@ -1,4 +1,4 @@
-// Direct kernels between UTF-8 and wide text, by the transcoding kernels.
+// Direct kernels between narrow and wide text: UTF-8 by the transcoding kernels, pages by their tables.
 //
 // The transcoding kernels are lenient: they take overlong forms, surrogates and what lies above Unicode. What they may be
 // given is looked at first, without a branch per character:
@@ -103,13 +103,58 @@ bool encode_row(const ZVRTPlan& plan, const TextSlot& place, const Rows& rows, s
   return true;
 }
 
+// A page's bytes to wide characters by its table; the mark of an undefined one is a bit that no character has.
+bool decode_page_row(const ZVRTPlan& plan, const TextSlot& place, const Rows& rows, std::int32_t i) {
+  const std::byte* const at = rows.source + i * rows.source_stride;
+  const std::int64_t length = find_length(plan.from.type, rows, at, i, longest_text);
+  if (length < 0 || length * std::int64_t{sizeof(Wide)} > place.capacity) return false;
+  const PageTables& tables = *plan.from.type.page.tables;
+  Wide text[longest_text];
+  std::uint32_t all = 0;
+  bool has_zero = false;
+  for (std::int64_t k = 0; k < length; ++k) {
+    text[k] = tables.character_of[static_cast<std::size_t>(at[k])];
+    all |= text[k];
+    has_zero |= text[k] == 0;
+  }
+  if ((all & undefined_character) != 0 || (has_zero && place.is_terminated)) return false;
+  std::byte* const slot = rows.target + i * rows.target_stride;
+  const std::size_t bytes = static_cast<std::size_t>(length) * sizeof(Wide);
+  std::memcpy(slot + place.offset, text, bytes);
+  close_text<Wide>(place, slot, bytes);
+  rows.lengths[i] = static_cast<std::int64_t>(bytes);
+  return true;
+}
+
+bool encode_page_row(const ZVRTPlan& plan, const TextSlot& place, const Rows& rows, std::int32_t i) {
+  const std::byte* const at = rows.source + i * rows.source_stride;
+  const std::int64_t length = find_length(plan.from.type, rows, at, i, longest_text * 4);
+  const std::int64_t count = length / std::int64_t{sizeof(Wide)};
+  if (length < 0 || count > place.capacity) return false;
+  const PageTables& tables = *plan.to.type.page.tables;
+  std::uint8_t text[longest_text];
+  bool is_known = true;
+  bool has_zero = false;
+  for (std::int64_t k = 0; k < count; ++k) {
+    const auto character = load<Wide>(at, static_cast<std::size_t>(k));
+    is_known &= tables.find_code(character, text[k]);
+    has_zero |= character == 0;
+  }
+  if (!is_known || (has_zero && place.is_terminated)) return false;
+  std::byte* const slot = rows.target + i * rows.target_stride;
+  std::memcpy(slot + place.offset, text, static_cast<std::size_t>(count));
+  close_text<char>(place, slot, static_cast<std::size_t>(count));
+  rows.lengths[i] = count;
+  return true;
+}
+
 // Rows of ASCII at once, where this machine has a kernel for them; a row of other text is followed by others like it, so some are converted one by one.
 template <Direct* DirectKernels::*ascii,
           bool (*convert_row)(const ZVRTPlan&, const TextSlot&, const Rows&, std::int32_t)>
 std::int32_t convert(const ZVRTPlan& plan, const Rows& rows) {
   constexpr std::int32_t row_by_row = 32;
   const TextSlot place = text_slot(plan.to.type);
-  Direct* const at_once = direct_kernels().*ascii;
+  Direct* const at_once = ascii != nullptr ? direct_kernels().*ascii : nullptr;
   std::int32_t done = 0;
   while (done < rows.count) {
     Entries lengths;
@@ -134,6 +179,10 @@ Direct* find_direct_transcoding(const ZVRTPlan& plan) {
   if (from.unit == 4 && to.unit == 1 && to.page.how == PageKind::utf8) {
     return convert<&DirectKernels::wide_to_utf8, encode_row>;
   }
+  if (from.unit == 1 && from.page.how == PageKind::table && to.unit == 4) {
+    return convert<&DirectKernels::page_to_wide, decode_page_row>;
+  }
+  if (from.unit == 4 && to.unit == 1 && to.page.how == PageKind::table) return convert<nullptr, encode_page_row>;
   return nullptr;
 }
 

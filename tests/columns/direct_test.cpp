@@ -201,7 +201,12 @@ void add_unicode(std::vector<Pair>& all) {
           if (narrow != ZVRT_KIND_VARCHAR) {
             all.push_back({"UTF-8 to wide", bytes, units, nullptr, unicode_value<char>(rarity)});
           }
+          const ZVRTType page = with_page(bytes, 37);
+          if (narrow != ZVRT_KIND_VARCHAR) {
+            all.push_back({"any page to wide", page, units, nullptr, unicode_value<char>(rarity)});
+          }
           if (wide != ZVRT_KIND_WVARCHAR) {
+            all.push_back({"wide to page", units, page, nullptr, unicode_value<char32_t>(rarity)});
             all.push_back({"wide to UTF-8", units, bytes, nullptr, unicode_value<char32_t>(rarity)});
           }
         }
