@@ -133,12 +133,21 @@ bool encode_page_row(const ZVRTPlan& plan, const TextSlot& place, const Rows& ro
   if (length < 0 || count > place.capacity) return false;
   const PageTables& tables = *plan.to.type.page.tables;
   std::uint8_t text[longest_text];
-  bool is_known = true;
+  std::uint32_t all = 0;
   bool has_zero = false;
   for (std::int64_t k = 0; k < count; ++k) {
     const auto character = load<Wide>(at, static_cast<std::size_t>(k));
-    is_known &= tables.find_code(character, text[k]);
+    all |= character;
     has_zero |= character == 0;
+  }
+  bool is_known = true;
+  if (all < 0x80 && tables.has_all_ascii) {
+    for (std::int64_t k = 0; k < count; ++k)
+      text[k] = tables.code_of_ascii[load<Wide>(at, static_cast<std::size_t>(k))];
+  } else {
+    for (std::int64_t k = 0; k < count; ++k) {
+      is_known &= tables.find_code(load<Wide>(at, static_cast<std::size_t>(k)), text[k]);
+    }
   }
   if (!is_known || (has_zero && place.is_terminated)) return false;
   std::byte* const slot = rows.target + i * rows.target_stride;
