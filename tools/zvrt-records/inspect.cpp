@@ -198,8 +198,8 @@ void write_page(const Arguments& arguments, const std::string& page) {
 
 }  // namespace
 
-int inspect_records(const Arguments& told) {
-  Arguments arguments = told;
+int inspect_records(const Arguments& told_arguments) {
+  Arguments arguments = told_arguments;
   const Findings found = findings_of(arguments);
   const std::string words = take_findings(found, arguments);
   const std::string report =
