@@ -16,7 +16,7 @@ std::unique_ptr<TableWriter> make_json_lines(const std::string& file, const std:
 std::unique_ptr<TableReader> open_sqlite(const TableName& name, const std::vector<TableColumn>& columns,
                                          const TableOptions& options);
 std::unique_ptr<TableWriter> make_sqlite(const TableName& name, const std::vector<TableColumn>& columns,
-                                         Existing existing);
+                                         Existing existing, const TableWriter* beside);
 
 }  // namespace zvrt::records
 

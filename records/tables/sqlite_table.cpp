@@ -186,17 +186,60 @@ class SqliteReader final : public TableReader {
   bool ended_ = false;
 };
 
-class SqliteWriter final : public TableWriter {
+}  // namespace
+
+// The database that tables are written into, in one transaction; the last of its writers ends it.
+class SqliteTarget {
  public:
-  SqliteWriter(const TableName& name, const std::vector<TableColumn>& columns, Existing existing)
-      : columns_(columns),
-        made_(made_anew(name.file)),
-        database_(made_ ? made_->temporary() : name.file, SQLITE_OPEN_READWRITE, name.file) {
+  explicit SqliteTarget(const std::string& file)
+      : made_(made_anew(file)), database_(made_ ? made_->temporary() : file, SQLITE_OPEN_READWRITE, file) {
     if (made_) {
       for (const char* const pragma : {"journal_mode=OFF", "synchronous=OFF", "locking_mode=EXCLUSIVE"})
         database_.run(fmt::format("PRAGMA {}", pragma));
     }
     database_.run("BEGIN IMMEDIATE");
+  }
+
+  const Database& database() const { return database_; }
+  void add_writer() { ++writers_; }
+
+  // Of a new database all is done here but for its name.
+  void finish() {
+    if (++finished_ != writers_ || !made_) return;
+    database_.run("COMMIT");
+    database_.close();
+    made_->synchronise();
+  }
+
+  void commit() {
+    if (++committed_ != writers_) return;
+    if (made_)
+      made_->rename();
+    else
+      database_.run("COMMIT");
+  }
+
+ private:
+  static std::unique_ptr<Temporary> made_anew(const std::string& file) {
+    check_place(file, Existing::append);
+    return std::filesystem::exists(file) ? nullptr : std::make_unique<Temporary>(file, Existing::refuse);
+  }
+
+  std::unique_ptr<Temporary> made_;
+  Database database_;
+  int writers_ = 0;
+  int finished_ = 0;
+  int committed_ = 0;
+};
+
+namespace {
+
+class SqliteWriter final : public TableWriter {
+ public:
+  SqliteWriter(const TableName& name, const std::vector<TableColumn>& columns, Existing existing,
+               std::shared_ptr<SqliteTarget> target)
+      : columns_(columns), target_(std::move(target)), database_(target_->database()) {
+    target_->add_writer();
     const bool exists = has_table(database_, name.table);
     if (exists && existing == Existing::refuse)
       throw Failure(fmt::format("{}: table {} exists already; --replace replaces it, --append adds to it", name.file,
@@ -221,28 +264,14 @@ class SqliteWriter final : public TableWriter {
     }
   }
 
-  // Of a new database all is done here but for its name.
   void finish() override {
     insert_.reset();
-    if (!made_) return;
-    database_.run("COMMIT");
-    database_.close();
-    made_->synchronise();
+    target_->finish();
   }
-
-  void commit() override {
-    if (made_)
-      made_->rename();
-    else
-      database_.run("COMMIT");
-  }
+  void commit() override { target_->commit(); }
+  std::shared_ptr<SqliteTarget> database() const override { return target_; }
 
  private:
-  static std::unique_ptr<Temporary> made_anew(const std::string& file) {
-    check_place(file, Existing::append);
-    return std::filesystem::exists(file) ? nullptr : std::make_unique<Temporary>(file, Existing::refuse);
-  }
-
   void bind(std::size_t column, const CellColumn& cells, std::size_t row) {
     sqlite3_stmt* const insert = insert_.get();
     const int at = static_cast<int>(column) + 1;
@@ -281,8 +310,8 @@ class SqliteWriter final : public TableWriter {
   }
 
   std::vector<TableColumn> columns_;
-  std::unique_ptr<Temporary> made_;
-  Database database_;
+  std::shared_ptr<SqliteTarget> target_;
+  const Database& database_;
   Statement insert_;
 };
 
@@ -315,9 +344,10 @@ std::unique_ptr<TableReader> open_sqlite(const TableName& name, const std::vecto
 }
 
 std::unique_ptr<TableWriter> make_sqlite(const TableName& name, const std::vector<TableColumn>& columns,
-                                         Existing existing) {
+                                         Existing existing, const TableWriter* beside) {
   if (name.table.empty()) throw Failure(name.file + ": --table is needed for an SQLite database");
-  return std::make_unique<SqliteWriter>(name, columns, existing);
+  auto target = beside != nullptr ? beside->database() : std::make_shared<SqliteTarget>(name.file);
+  return std::make_unique<SqliteWriter>(name, columns, existing, std::move(target));
 }
 
 }  // namespace zvrt::records

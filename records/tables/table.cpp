@@ -59,13 +59,13 @@ std::unique_ptr<TableReader> open_table(const TableName& name, const std::vector
 }
 
 std::unique_ptr<TableWriter> make_table(const TableName& name, const std::vector<TableColumn>& columns,
-                                        const TableOptions& options, Existing existing) {
+                                        const TableOptions& options, Existing existing, const TableWriter* beside) {
   switch (name.kind()) {
     case TableName::Kind::csv: return make_csv(name.file, columns, options, existing);
     case TableName::Kind::json_lines: return make_json_lines(name.file, columns, existing);
     case TableName::Kind::sqlite: break;
   }
-  return make_sqlite(name, columns, existing);
+  return make_sqlite(name, columns, existing, beside);
 }
 
 }  // namespace zvrt::records

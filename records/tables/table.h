@@ -51,6 +51,8 @@ struct RowBlock {
   std::vector<std::uint32_t> rows;  // those to write
 };
 
+class SqliteTarget;
+
 class TableWriter {
  public:
   TableWriter() = default;
@@ -67,6 +69,8 @@ class TableWriter {
   // Everything is on the disk but for commit(), after which the table stands in its place.
   virtual void finish() = 0;
   virtual void commit() = 0;
+  // What further tables of the same database share: one transaction, so that all of them come or none.
+  virtual std::shared_ptr<SqliteTarget> database() const { return nullptr; }
 };
 
 // Cells of some rows, in memory of their own.
@@ -123,7 +127,8 @@ struct TableName {
 std::unique_ptr<TableReader> open_table(const TableName& name, const std::vector<TableColumn>& columns,
                                         const TableOptions& options);
 std::unique_ptr<TableWriter> make_table(const TableName& name, const std::vector<TableColumn>& columns,
-                                        const TableOptions& options, Existing existing);
+                                        const TableOptions& options, Existing existing,
+                                        const TableWriter* beside = nullptr);
 // The statement that makes the table in SQLite.
 std::string create_statement(const std::string& table, const std::vector<TableColumn>& columns);
 

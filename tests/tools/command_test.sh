@@ -73,7 +73,18 @@ expect 0 import "${options[@]}" seg.dat tables
 [[ $(tr -d '\r' <tables/LINE-ITEM.csv) == $'RECORD_NUMBER,KIND,AMOUNT\n2,L,1\n3,L,2\n5,L,3' ]] || fail "segments: $(cat tables/*)"
 expect 0 export "${options[@]}" tables seg-again.dat
 cmp seg.dat seg-again.dat || fail "segments are not merged again"
-expect 2 import "${options[@]}" seg.dat seg.db -t my_
+
+# The same in one database: its tables come together or not at all.
+expect 0 import "${options[@]}" seg.dat seg.db -t my_
+expect 0 export "${options[@]}" seg.db -t my_ seg-third.dat
+cmp seg.dat seg-third.dat || fail "segments of a database are not merged again"
+expect 0 import "${options[@]}" seg.dat seg.db -t my_ --append
+expect 0 import "${options[@]}" seg.dat seg.db -t my_ --replace
+expect 0 verify "${options[@]}" seg.db -t my_ seg.dat
+expect 0 import -l seg.cpy -c ascii --record-format D --record HEAD seg.dat taken.db -t x_LINE-ITEM
+cp taken.db before.db
+expect 2 import "${options[@]}" seg.dat taken.db -t x_
+cmp taken.db before.db || fail "one table of two came"
 
 # Both meanings of an area; the second where the first cannot be read.
 printf '01 R.\n 05 N PIC 9(3).\n 05 T REDEFINES N PIC X(3).\n' >two.cpy

@@ -21,10 +21,9 @@ class Import {
       : job_(job), journal_(journal), router_(job), reader_(job.arguments.records, job.format) {
     decoded_.resize(job.segments.size());
     if (job.arguments.dry_run) return;
-    if (job.segments.size() > 1 && job.segments.front().table.kind() == TableName::Kind::sqlite)
-      throw Failure("segments are imported into a folder of CSV files, not into a database");
     for (const Segment& segment : job.segments)
-      tables_.push_back(make_table(segment.table, segment.columns, job.table, job.existing()));
+      tables_.push_back(make_table(segment.table, segment.columns, job.table, job.existing(),
+                                   tables_.empty() ? nullptr : tables_.front().get()));
   }
 
   void run() {
