@@ -34,7 +34,7 @@ Encoded write(const Page& page, CodeTrie<std::uint16_t> code_of, WideText rest) 
   if (page.composition_count != 0 && rest.count > 1)
     if (const Code code = composition(page, rest[0], rest[1]); code != 0) return {code, 2, 2};
   const Code code = code_of[rest[0]];
-  return {code, code != code_of.none ? length_of(code) : 0};
+  return {code, code != CodeTrie<std::uint16_t>::none ? length_of(code) : 0};
 }
 
 Outcome encode(const Page& page, WideText source, ByteDestination destination) {

@@ -50,7 +50,8 @@ std::string EditedPicture::edit(const std::string& digits, bool negative) const 
   const bool stars = symbols_.find('*') != std::string::npos;
   std::size_t length = 0;
   for (const char symbol : symbols_) length += symbol == 'C' || symbol == 'D' ? 2 : symbol == 'V' ? 0 : 1;
-  if (zero && (blank_when_zero_ || suppresses_all) && !stars) return std::string(length, ' ');
+  if (zero && (blank_when_zero_ || suppresses_all) && !stars)
+    return std::string(length, ' ');  // NOLINT(modernize-return-braced-init-list): braces would make two characters
   const char float_shown = floating_ == '-'   ? (negative ? '-' : ' ')
                            : floating_ == '+' ? (negative ? '-' : '+')
                                               : floating_;

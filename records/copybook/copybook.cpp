@@ -44,7 +44,7 @@ Entries read_entries(std::string_view text, const std::string& file, SourceForma
       if (!first_error) first_error = error;
     }
   }
-  throw *first_error;
+  throw CopybookError(*first_error);
 }
 
 }  // namespace zvrt::records

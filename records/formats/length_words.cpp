@@ -47,7 +47,7 @@ class WordFramer final : public Framer {
       return lost(bytes, count, last,
                   fmt::format("a length word says {} bytes, and {} are left", *length, count - overhead_));
     }
-    const Frame found{Frame::Kind::record, overhead_, *length};
+    Frame found{Frame::Kind::record, overhead_, *length};
     if (count - total < overhead_) return last ? found : Frame{};
     if (word(bytes + total)) return found;
     // This word or the next one is wrong: this one, if a chain begins before the place it leads to.

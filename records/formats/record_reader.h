@@ -69,7 +69,7 @@ class RecordReader {
   void add_record(RecordBlock& block, const Frame& frame);
   void add_damage(RecordBlock& block, const Frame& frame);
   void end_file(RecordBlock& block);
-  void finish(RecordBlock& block);
+  static void finish(RecordBlock& block);
 
   std::vector<std::string> files_;
   FormatOptions options_;

@@ -165,6 +165,7 @@ void strip_zeros(Decimal& number) {
   for (Magnitude next = number.magnitude; divide(next, 10) == 0; number.magnitude = next) --number.scale;
 }
 
+// NOLINTNEXTLINE(misc-no-recursion): a magnitude has three words at most
 std::int32_t write_digits(const Magnitude& magnitude, char* digits) {
   if (magnitude.is_word()) {
     std::uint64_t word = magnitude.word();

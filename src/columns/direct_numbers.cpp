@@ -125,6 +125,7 @@ struct DoubleSource {
 
  private:
   static bool find(double magnitude, double power, std::int32_t scale, Short& number) {
+    // NOLINTNEXTLINE(bugprone-incorrect-roundings): a wrong digit shows in the division below
     const auto digits = static_cast<std::int64_t>(magnitude * power + 0.5);
     number = {static_cast<std::uint64_t>(digits), scale, false};
     return static_cast<double>(digits) / power == magnitude;

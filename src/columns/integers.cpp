@@ -37,7 +37,7 @@ void read_integers(const Type& type, Block& block) {
 
 template <class Unsigned>
 void write_integers(const Type& type, Block& block) {
-  constexpr std::uint64_t all = static_cast<Unsigned>(~Unsigned{0});
+  constexpr std::uint64_t all{static_cast<Unsigned>(~Unsigned{0})};
   const bool is_signed = type.kind == ZVRT_KIND_INT;
   const bool swapped = type.is_swapped();
   write_numbers(type, block, [&](std::int32_t i, const Decimal& number) {

@@ -18,9 +18,11 @@ std::vector<Mapping> learn_sequences(const IcuPage& icu, const std::string& befo
   std::vector<Mapping> mappings;
   for (int value = 0; value < 256; ++value) {
     const std::string bytes(1, static_cast<char>(value));
-    const auto [answer, text] = icu.meaning(before + bytes + after);
+    std::string sequence = before;
+    sequence.append(bytes).append(after);
+    const auto [answer, text] = icu.meaning(sequence);
     if (answer != Answer::text || text.empty()) continue;
-    mappings.push_back({bytes, text, icu.writes(text, before + bytes + after)});
+    mappings.push_back({bytes, text, icu.writes(text, sequence)});
   }
   return mappings;
 }
@@ -30,6 +32,7 @@ void append_pairs(std::vector<Mapping>& pairs, char lead, const std::vector<Mapp
 }
 
 // The first bytes tell how long a character is: what is incomplete goes on, up to two bytes of prefix and a pair.
+// NOLINTNEXTLINE(misc-no-recursion): three levels at most
 void learn_pairs(const IcuPage& icu, LearnedPage& page, const std::string& prefix) {
   for (int value = 0; value < 256; ++value) {
     const auto byte = static_cast<char>(value);

@@ -65,7 +65,7 @@ class TableWriter {
   template <class Unit>
   std::vector<std::uint16_t> index_of(UnitPool<Unit>& pool, const std::map<std::uint32_t, Unit>& units, Unit absent,
                                       std::size_t limit);
-  std::uint16_t unit_of(const std::u32string& text, std::vector<std::uint32_t>& extras);
+  static std::uint16_t unit_of(const std::u32string& text, std::vector<std::uint32_t>& extras);
   void lay_out_single_bytes(Page& page, const LearnedPage& learned);
   void lay_out_pairs(Page& page, const LearnedPage& learned);
   void lay_out_quadruples(Page& page, const LearnedPage& learned);

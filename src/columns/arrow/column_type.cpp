@@ -44,7 +44,7 @@ Digits digits_of(const ZVRTType& field) {
   return digits;
 }
 
-void set_format(ColumnType& column, const char* format) { std::strcpy(column.format, format); }
+void set_format(ColumnType& column, const char* format) { std::memcpy(column.format, format, std::strlen(format) + 1); }
 
 Status cells(ColumnType& column, const char* format, const ZVRTType& cell, std::int32_t width) {
   column.form = Form::cells;
