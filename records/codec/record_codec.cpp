@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <charconv>
 #include <cstring>
-#include <ranges>
 
 #include "records/files/failure.h"
 
@@ -45,8 +44,9 @@ RecordCodec::RecordCodec(Columns columns, const CodecOptions& codec, const Recor
     counts_.push_back(std::make_unique<Field>(count, codec));
   }
   // Later meanings first, so that the first one's zeros stand in the end.
-  for (const auto& field : std::ranges::reverse_view(fields_))
-    empty_.replace(field->column().offset, field->length(), field->empty());
+  // NOLINTNEXTLINE(modernize-loop-convert): clang 14 does not know the library's reversed views
+  for (auto field = fields_.rbegin(); field != fields_.rend(); ++field)
+    empty_.replace((*field)->column().offset, (*field)->length(), (*field)->empty());
   for (const Column& indicator : columns_.indicators) empty_[indicator.offset] = indicates_value;
 }
 
