@@ -30,7 +30,7 @@ if [ -z "$work" ]; then
 fi
 cp examples/data/{wildlife-strikes.csv,strikes.cpy,strikes-kinds.cpy} "$work"
 cd "$work"
-PATH=$build/tools/zvrt-records:$PATH
+PATH=$build/bin:$PATH
 
 # The command as one would type it, then its report, or the report's head alone.
 show() {
