@@ -105,8 +105,9 @@ def robustness_table() -> str:
         text += f"| sweep: {row['domain']} | {number(row['cases'])} cases | {row['failures']} failures |\n"
     for row in coverage:
         text += f"| coverage of `src/` | {number(row['all'])} {row['kind']} | {number(row['reached'])} reached |\n"
-    mutants, killed = (sum(int(row[column]) for row in mutation) for column in ("mutants", "killed"))
-    text += f"| mutants of `src/` | {mutants} | {killed} killed, {100 * killed / mutants:.1f} % |\n"
+    for row in mutation:
+        mutants, killed = int(row["mutants"]), int(row["killed"])
+        text += f"| mutants of {row['sample']} | {mutants} | {killed} killed, {100 * killed / mutants:.1f} % |\n"
     return text
 
 

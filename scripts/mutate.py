@@ -1,12 +1,14 @@
 #!/usr/bin/env python3
-"""Changes one operator, constant or branch of src/ at a time and runs the tests: is there a test for each?
+"""Changes one operator, constant or branch of src/ or platform/ at a time and runs the tests: is there a test for each?
 
-    scripts/mutate.py [--count 300] [--seed 1] [--jobs 2] [--only PART_OF_PATH]
+    scripts/mutate.py [--count 300] [--seed 1] [--jobs 2] [--only PATTERN]
 
-Prints each mutant that no test notices with its place, and the totals. The sample is decided by the seed. A mutant that
-does not compile, or compiles to the same library, is none and another takes its place. Works on copies of what is committed.
+Prints each mutant that no test notices with its place, and the totals. The sample is decided by the seed; with --only,
+it is taken from the files whose paths begin with the regular expression. A mutant that does not compile, or compiles to the
+same libraries, is none and another takes its place. Works on copies of what is committed.
 """
 import argparse
+import glob
 import hashlib
 import os
 import random
@@ -57,7 +59,7 @@ def snapshot():
     """The tree as it is committed, so that one may go on working in it."""
     listed = subprocess.run(["git", "ls-tree", "-r", "-z", "--name-only", "HEAD"], cwd=ROOT, capture_output=True, check=True)
     commit = subprocess.run(["git", "rev-parse", "HEAD"], cwd=ROOT, capture_output=True, text=True, check=True).stdout.strip()
-    return commit, [name for name in listed.stdout.decode().split("\0") if re.fullmatch(r"src/.*\.(cpp|h)", name)]
+    return commit, [name for name in listed.stdout.decode().split("\0") if re.fullmatch(r"(src|platform)/.*\.(cpp|h)", name)]
 
 
 def lines_of(commit, path):
@@ -101,14 +103,18 @@ class Worker:
         return self.run(["ninja", "-C", self.build, "-j1"], 1200)
 
     def fingerprint(self):
-        with open(os.path.join(self.build, "lib", "libZVRTDataCnvLib.so"), "rb") as library:
-            return hashlib.sha256(library.read()).digest()
+        """Of all shared libraries: the two public ones and the three of the platform."""
+        digest = hashlib.sha256()
+        for path in sorted(glob.glob(os.path.join(self.build, "lib", "**", "*.so"), recursive=True)):
+            with open(path, "rb") as library:
+                digest.update(library.read())
+        return digest.digest()
 
     def tests(self):
         for folder, _, names in os.walk(os.path.join(self.build, "tests")):
             for name in names:
                 path = os.path.join(folder, name)
-                if name.endswith("_test") and "platform" not in folder and os.access(path, os.X_OK):
+                if name.endswith("_test") and os.access(path, os.X_OK):
                     yield os.path.relpath(path, self.build)
 
     def passes(self, test, seconds):
@@ -116,7 +122,8 @@ class Worker:
 
     def order_for(self, path):
         """The family's own tests first, the short ones first among them."""
-        family, stem = path.split("/")[1], os.path.basename(path).split(".")[0]
+        library, family = path.split("/")[:2]
+        family, stem = family if library == "src" else library, os.path.basename(path).split(".")[0]
         return sorted(self.seconds, key=lambda test: (stem not in test, f"/{family}/" not in test, self.seconds[test]))
 
     def judge(self, mutant):
@@ -150,7 +157,7 @@ def main():
     options = parser.parse_args()
 
     commit, paths = snapshot()
-    lines = {path: lines_of(commit, path) for path in paths if options.only in path}
+    lines = {path: lines_of(commit, path) for path in paths if re.match(options.only, path)}
     everything = [mutant for path in lines for mutant in mutants_of(path, lines[path])]
     random.Random(options.seed).shuffle(everything)
     print(f"{len(everything)} places to change", flush=True)
