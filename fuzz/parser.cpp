@@ -1,6 +1,6 @@
 // The parser against its rules followed step by step, on text that its model wrote, changed, and on any text.
 #include "datetime/parser_model.h"
-#include "models.h"
+#include "input.h"
 
 namespace {
 
@@ -19,7 +19,7 @@ void zvrt_fuzz::check(Input input) {
   static Comparison comparison;
   const std::uint32_t way = input.below(4);
   const std::int32_t fewer = input.between(0, 255);
-  Model model(model_text(input, 12));
+  Model model(any_model(input, 12));
   std::wstring text;
   if (way < 3) text = written(model, valid_timestamp(input));
   for (std::uint32_t changes = input.below(4); changes > 0 && !text.empty(); --changes) {

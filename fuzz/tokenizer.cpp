@@ -1,7 +1,8 @@
 // The tokenizer: an element is the longest that the letters begin, and the entries tell the text they came from.
 #include <cwctype>
 
-#include "models.h"
+#include "datetime/models.h"
+#include "input.h"
 
 namespace {
 
@@ -30,7 +31,7 @@ std::wstring longest_element(const std::wstring& text, std::size_t at) {
 void zvrt_fuzz::check(Input input) {
   std::wstring text;
   if (input.flag()) {
-    text = model_text(input, 30);
+    text = any_model(input, 30);
   } else {
     for (const char character : input.text_over("%%%%YMDHSFPmondthiyI24-: \xFF")) {
       text += character == '\xFF' ? L'\u017F' : static_cast<wchar_t>(character);

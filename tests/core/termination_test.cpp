@@ -2,49 +2,62 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
 #include "core/kinds.h"
 
 namespace zvrt {
 namespace {
 
-// What each rule makes of text that fills the room exactly; all else is common to them.
-struct ExactlyFull {
-  const char* name;
+// What each rule leaves of "abc" in 4, 3 and 2 units, and of "" in none: 0 is the terminator, ! a truncation.
+// clang-format off
+const struct {
   TerminatorRule rule;
-  bool last_gives_way;
-  Status status;
-  bool terminates;
+  std::string shorter, exact, longer, empty;
+} rules[] = {
+    {TerminatorRule::wide,          "abc0", "ab0!", "ab!", "!"},
+    {TerminatorRule::narrow,        "abc0", "abc",  "ab!", ""},
+    {TerminatorRule::narrow_strict, "abc0", "abc!", "ab!", "!"},
+    {TerminatorRule::fixed,         "abc",  "abc",  "ab!", ""},
 };
+// clang-format on
 
-constexpr ExactlyFull rules[] = {
-    {"wide", TerminatorRule::wide, true, 1609, true},
-    {"narrow", TerminatorRule::narrow, false, 0, true},
-    {"narrow_strict", TerminatorRule::narrow_strict, false, 1609, true},
-    {"fixed", TerminatorRule::fixed, false, 0, false},
-};
+std::string terminated(TerminatorRule rule, const std::string& text, std::size_t capacity) {
+  std::string destination = text.substr(0, capacity);
+  destination.resize(capacity, '?');
+  const Status status = terminate<char>(rule, destination.data(), static_cast<std::int64_t>(text.size()),
+                                        static_cast<std::int32_t>(capacity));
+  std::string shown = destination.substr(0, destination.find('?'));
+  for (char& unit : shown) unit = unit == 0 ? '0' : unit;
+  EXPECT_TRUE(status == ZVRT_RC_OK || status == ZVRT_RC_TRUNCATED);
+  return shown + (status == ZVRT_RC_TRUNCATED ? "!" : "");
+}
 
-TEST(Termination, EveryRuleOverAllSmallLengthsAndRooms) {
-  for (const ExactlyFull& row : rules) {
+TEST(Termination, EndsADestinationByItsRule) {
+  for (const auto& row : rules) {
+    EXPECT_EQ(terminated(row.rule, "abc", 4), row.shorter);
+    EXPECT_EQ(terminated(row.rule, "abc", 3), row.exact);
+    EXPECT_EQ(terminated(row.rule, "abc", 2), row.longer);
+    EXPECT_EQ(terminated(row.rule, "", 0), row.empty);
+  }
+}
+
+// Nothing but whether a text is shorter than the destination, as long or longer makes a difference.
+TEST(Termination, IsTheSameForEveryLength) {
+  for (const auto& row : rules) {
     for (std::int32_t length = 0; length <= 8; ++length) {
       for (std::int32_t capacity = 0; capacity <= 8; ++capacity) {
-        SCOPED_TRACE(testing::Message() << row.name << " length " << length << " room " << capacity);
-        const Termination ending = termination(row.rule, length, capacity);
-        if (length < capacity) {
-          EXPECT_EQ(ending.status, 0U);
-          EXPECT_EQ(ending.terminator, row.terminates ? length : -1);
-        } else if (length > capacity) {
-          EXPECT_EQ(ending.status, 1609U);
-          EXPECT_EQ(ending.terminator, -1);
-        } else {
-          EXPECT_EQ(ending.status, row.status);
-          EXPECT_EQ(ending.terminator, row.last_gives_way && capacity > 0 ? capacity - 1 : -1);
-        }
+        const auto [terminator, status] = termination(row.rule, length, capacity);
+        const Termination alike = termination(row.rule, 3, 3 + (capacity > length) - (capacity < length));
+        EXPECT_EQ(status, alike.status) << length << " into " << capacity;
+        EXPECT_EQ(terminator, alike.terminator == no_terminator ? no_terminator : alike.terminator - 3 + length);
       }
     }
   }
 }
 
-TEST(Kinds, RoomAndReportedLengths) {
+TEST(Kinds, CapacitiesAndReportedLengths) {
   char bytes[64] = {};
   Call call{};
   call.dst = bytes;
@@ -57,16 +70,16 @@ TEST(Kinds, RoomAndReportedLengths) {
   EXPECT_EQ(capacities(-1), (std::vector<std::int32_t>{0, 0, 0, 0}));
   EXPECT_EQ(capacities(INT32_MIN), (std::vector<std::int32_t>{0, 0, 0, 0}));
 
-  // Behind a prefix there is never more than a signed one can tell.
+  // After a prefix there is never more than a signed prefix can count.
   struct {
     std::int32_t size, narrow, wide;
-  } const behind_prefix[] = {{2, 0, 0}, {9, 7, 1}, {32769, 32767, 8191}, {INT32_MAX, 32767, 8191}};
-  for (const auto& row : behind_prefix) {
+  } const after_prefix[] = {{2, 0, 0}, {9, 7, 1}, {32769, 32767, 8191}, {INT32_MAX, 32767, 8191}};
+  for (const auto& row : after_prefix) {
     call.dstSize = row.size;
     EXPECT_EQ(Varchar::destination(call).capacity, row.narrow) << row.size;
     EXPECT_EQ(WVarchar::destination(call).capacity, row.wide) << row.size;
   }
-  EXPECT_EQ(bytes_of<WChar>(std::int64_t{1} << 31), 0xFFFFFFFFU) << "a length beyond 32 bits is told as the most";
+  EXPECT_EQ(bytes_of<WChar>(std::int64_t{1} << 31), 0xFFFFFFFFU) << "saturated";
 }
 
 }  // namespace

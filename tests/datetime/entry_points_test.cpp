@@ -1,79 +1,23 @@
 // The 19 conversions against what they are made of: the formatter, the parser, the validation and the conversions of
 // text, each called as a caller would, and the order in which arguments are refused.
-#include <functional>
-
-#include "datetime/models.h"
-#include "support/guarded_buffer.h"
+#include "datetime/conversion_reference.h"
 
 namespace zvrt_test {
 namespace {
 
-constexpr std::uint32_t unset = 4711;
 const ZVRTTS good = timestamp(2024, 3, 5, 7, 8, 9, 1234);
 
-std::string narrow(const std::wstring& text) { return {text.begin(), text.end()}; }
 std::string wide(const std::wstring& text) {
   return {reinterpret_cast<const char*>(text.c_str()), text.size() * sizeof(wchar_t)};
 }
 
-// ---- records to text
-
-struct Writer {
-  const char* name;
-  ZVRTConversion* write;
-  ZVRTConversion* from_wide;  // null: the formatter's own text
-  std::uint32_t no_memory;
-};
-const Writer writers[] = {
-    {"WVarcharSz", ZVRTCnvZVRTTSToWVarcharSz, nullptr, 0},
-    {"Wchar", ZVRTCnvZVRTTSToWchar, ZVRTCnvWVarcharSzToWChar, ZVRT_RC_NO_MEMORY},
-    {"WVarchar", ZVRTCnvZVRTTSToWVarchar, ZVRTCnvWVarcharSzToWVarchar, ZVRT_RC_NO_MEMORY},
-    {"Char", ZVRTCnvZVRTTSToChar, ZVRTCnvWVarcharSzToChar, ZVRT_RC_ERROR},
-    {"Varchar", ZVRTCnvZVRTTSToVarchar, ZVRTCnvWVarcharSzToVarchar, ZVRT_RC_ERROR},
-    {"VarcharSz", ZVRTCnvZVRTTSToVarcharSz, ZVRTCnvWVarcharSzToVarcharSz, ZVRT_RC_ERROR},
-};
-
-struct Reported {
-  std::uint32_t status;
-  std::uint32_t length;
-  std::string bytes;
-  bool operator==(const Reported&) const = default;
-};
-void PrintTo(const Reported& reported, std::ostream* out) {
-  *out << reported.status << ", length " << reported.length << ", " << testing::PrintToString(reported.bytes);
-}
+// ---- Records to text
 
 Reported call(ZVRTConversion* conversion, const void* src, std::size_t size, const FldDef* field) {
-  GuardedBuffer dst(size);
-  std::uint32_t length = unset;
-  std::int32_t source_length = 0;  // to be left alone
-  const std::uint32_t status =
-      conversion(src, &source_length, dst.as<>(), static_cast<std::int32_t>(size), &length, field);
-  EXPECT_TRUE(dst.untouched_from(size));
-  return {status, length, dst.bytes()};
-}
-
-Reported expected_text(const Writer& writer, const ZVRTTS& ts, std::size_t size, const Model& model, FldDef* field) {
-  GuardedBuffer dst(size);
-  const Reported nothing{ZVRT_RC_ERROR, unset, dst.bytes()};
-  const bool prefix_does_not_fit = writer.from_wide == ZVRTCnvWVarcharSzToWVarchar && size < 2;
-  if (prefix_does_not_fit) return {ZVRT_RC_TRUNCATED, unset, dst.bytes()};
-  std::uint32_t status = ZVRTValidateDateTime(&ts, ZVRT_DT_TIMESTAMP);
-  if (status != ZVRT_RC_OK) return {status, unset, dst.bytes()};
-  if (writer.from_wide == nullptr) {
-    std::uint32_t length = unset;
-    status = ZVRTTSToWVarcharSz(dst.as<wchar_t>(), static_cast<std::int32_t>(size / 4), model.codes.data(), &ts,
-                                ZVRT_DT_TIMESTAMP, &length);
-    return {status, length, dst.bytes()};
-  }
-  std::vector<wchar_t> wide(model.text.size() * 16 + 1);
-  std::uint32_t length = unset;
-  status = ZVRTTSToWVarcharSz(wide.data(), static_cast<std::int32_t>(wide.size()), model.codes.data(), &ts,
-                              ZVRT_DT_TIMESTAMP, &length);
-  if (status != ZVRT_RC_OK) return {status, unset, dst.bytes()};
-  length = unset;
-  status = writer.from_wide(wide.data(), nullptr, dst.as<>(), static_cast<std::int32_t>(size), &length, field);
-  return {status, length, dst.bytes()};
+  std::int32_t source_length = 0;
+  const Reported reported = run(conversion, src, &source_length, size, field);
+  EXPECT_EQ(source_length, 0) << "a record has no length";
+  return reported;
 }
 
 TEST(RecordsToText, AreTheFormattersTextInEveryKindAtEveryCapacity) {
@@ -145,66 +89,7 @@ TEST(RecordsToText, ModelLengthsWithoutATemporary) {
   }
 }
 
-// ---- text to records
-
-struct Reader {
-  const char* name;
-  ZVRTConversion* read;
-  std::size_t record;
-  std::function<std::string(const std::wstring&)> source;  // the buffer of a text
-  std::function<std::int32_t(std::size_t)> given;          // the length that the caller tells, of so many characters
-  std::function<std::int32_t(std::size_t, std::uint32_t)> stored;  // where 0 was told
-};
-
-std::string prefixed(const std::string& bytes) {
-  const auto size = static_cast<std::uint16_t>(bytes.size());
-  return std::string(reinterpret_cast<const char*>(&size), 2) + bytes;
-}
-std::string terminated(const std::string& bytes, std::size_t zeros) { return bytes + std::string(zeros, '\0'); }
-
-const auto told_zero = [](std::size_t) { return 0; };
-const auto told_length = [](std::size_t length) { return static_cast<std::int32_t>(length); };
-const auto as_told = [](std::size_t length, std::uint32_t) { return static_cast<std::int32_t>(length); };
-const auto units_of_1 = as_told;
-const auto units_of_4 = [](std::size_t length, std::uint32_t) { return static_cast<std::int32_t>(length) * 4; };
-const auto on_success = [](std::size_t length, std::uint32_t status) {
-  return status == ZVRT_RC_OK ? static_cast<std::int32_t>(length) : 0;
-};
-const auto never = [](std::size_t, std::uint32_t) { return 0; };
-
-const Reader readers[] = {
-    {"Char", ZVRTCnvDateTimeCharToZVRTTS, 24, narrow, told_length, as_told},
-    {"Varchar", ZVRTCnvDateTimeVarcharToZVRTTS, 24, [](auto& text) { return prefixed(narrow(text)); }, told_zero,
-     units_of_1},
-    {"VarcharSz", ZVRTCnvDateTimeSzToZVRTTS, 24, [](auto& text) { return terminated(narrow(text), 1); }, told_zero,
-     on_success},
-    {"WChar", ZVRTCnvDateTimeWcharToZVRTTS, 24, wide, told_length, as_told},
-    {"WVarchar", ZVRTCnvDateTimeWVarcharToZVRTTS, 24, [](auto& text) { return prefixed(wide(text)); }, told_zero,
-     units_of_4},
-    {"WVarcharSz", ZVRTCnvDateTimeWSzToZVRTTS, 24, [](auto& text) { return terminated(wide(text), 4); }, told_zero,
-     units_of_4},
-    {"date", ZVRTCnvDateTimeWSzToZVRTDate, 16, [](auto& text) { return terminated(wide(text), 4); }, told_zero,
-     units_of_4},
-    {"time", ZVRTCnvDateTimeWSzToZVRTTime, 16, [](auto& text) { return terminated(wide(text), 4); }, told_zero, never},
-};
-bool is_date(const Reader& reader) { return reader.read == ZVRTCnvDateTimeWSzToZVRTDate; }
-
-// What a reader makes of a text that is not empty.
-std::uint32_t expected_record(const Reader& reader, const Model& model, const std::wstring& text, std::string& record) {
-  const bool is_timestamp = reader.record == 24;
-  ZVRTTS ts;
-  std::uint32_t status = ZVRTWVarcharSzToTS(text.c_str(), static_cast<std::int32_t>(text.size()), model.codes.data(),
-                                            model.length(), &ts, 3);
-  const bool blank = text.find_first_not_of(L' ') == std::wstring::npos;
-  if (status != ZVRT_RC_OK) return is_timestamp && blank ? ZVRT_RC_BLANK_TEXT : status;
-  const std::size_t two_digits = model.text.find(L"%YY"), four_digits = model.text.find(L"%YYYY");
-  const DtKind timestamp_kind = two_digits < four_digits ? ZVRT_DT_TIMESTAMP_YY : ZVRT_DT_TIMESTAMP;
-  status = ZVRTValidateDateTime(&ts, is_timestamp ? timestamp_kind : is_date(reader) ? ZVRT_DT_DATE : ZVRT_DT_TIME);
-  if (status != ZVRT_RC_OK) return status;
-  const auto* bytes = reinterpret_cast<const char*>(&ts);
-  record = is_timestamp ? std::string(bytes, 24) : terminated(std::string(bytes + (is_date(reader) ? 0 : 6), 6), 10);
-  return ZVRT_RC_OK;
-}
+// ---- Text to records
 
 TEST(TextToRecords, IsParsedValidatedAndWrittenOnlyThen) {
   const std::wstring long_text = L"2024-03-05" + std::wstring(1100, L'x');
@@ -231,23 +116,19 @@ TEST(TextToRecords, IsParsedValidatedAndWrittenOnlyThen) {
     for (const auto& row : rows) {
       const Model model(row.model);
       Field field(model);
-      std::string record(reader.record, static_cast<char>(GuardedBuffer::mark));
-      const std::uint32_t expected = expected_record(reader, model, row.text, record);
+      SCOPED_TRACE(std::string(reader.name) + " " + testing::PrintToString(row.model) + " " +
+                   testing::PrintToString(row.text));
+      const Reported expected = expected_record(reader, model, row.text);
       const std::string bytes = reader.source(row.text);
-      GuardedBuffer src(bytes.data(), bytes.size()), dst(reader.record);
-      std::int32_t length = reader.given(row.text.size());
-      std::uint32_t out_length = unset;
-      const auto name = std::string(reader.name) + " " + narrow(row.model) + " " + narrow(row.text);
-      EXPECT_EQ(expected, reader.read(src.as<>(), &length, dst.as<>(), static_cast<std::int32_t>(reader.record),
-                                      &out_length, &field))
-          << name;
-      EXPECT_EQ(reader.record, out_length) << name;
-      EXPECT_EQ(record, dst.bytes()) << name;
-      EXPECT_EQ(reader.stored(row.text.size(), expected), length) << name;
-      if (reader.given(1) != 0) continue;
+      GuardedBuffer src(bytes.data(), bytes.size());
+      const std::int32_t given = reader.is_given() ? static_cast<std::int32_t>(row.text.size()) : 0;
+      std::int32_t length = given;
+      EXPECT_EQ(expected, run(reader.read, src.as<>(), &length, reader.record_size(), &field));
+      EXPECT_EQ(given != 0 ? given : reader.stored(row.text.size(), expected.status), length);
+      if (reader.is_given()) continue;
       length = 17;
-      EXPECT_EQ(expected, reader.read(src.as<>(), &length, dst.as<>(), 24, &out_length, &field)) << name;
-      EXPECT_EQ(17, length) << name;
+      EXPECT_EQ(expected, run(reader.read, src.as<>(), &length, reader.record_size(), &field));
+      EXPECT_EQ(17, length);
     }
   }
 }
@@ -256,9 +137,9 @@ TEST(TextToRecords, RefusesEmptySourcesAndSmallDestinations) {
   const Model model(L"%YYYY-%MM-%DD");
   Field field(model);
   for (const Reader& reader : readers) {
-    const auto size = static_cast<std::int32_t>(reader.record);
-    const std::string empty = terminated(reader.source(L""), 4);
-    GuardedBuffer dst(reader.record);
+    const auto size = static_cast<std::int32_t>(reader.record_size());
+    const std::string empty = reader.source(L"") + std::string(4, '\0');
+    GuardedBuffer dst(reader.record_size());
     for (const std::int32_t given : {0, -1, INT32_MIN}) {
       std::int32_t length = given;
       std::uint32_t out_length = unset;
@@ -271,7 +152,7 @@ TEST(TextToRecords, RefusesEmptySourcesAndSmallDestinations) {
     for (const std::int32_t small : {size - 1, 0, -1, INT32_MIN}) {
       out_length = unset;
       EXPECT_EQ(ZVRT_RC_TRUNCATED, reader.read(empty.data(), nullptr, dst.as<>(), small, &out_length, &field));
-      EXPECT_EQ(reader.record, out_length) << reader.name;
+      EXPECT_EQ(reader.record_size(), out_length) << reader.name;
     }
     EXPECT_TRUE(dst.untouched_from(0)) << reader.name;
   }
@@ -283,7 +164,7 @@ TEST(TextToRecords, PrefixesAreReadAsEachKindReadsThem) {
   ZVRTTS ts;
   std::int32_t length = 0;
   std::uint32_t out_length = unset;
-  std::string text = terminated("", 2 + 65536);
+  std::string text(2 + 65536, '\0');
   const auto read_varchar = [&](std::uint16_t prefix, ZVRTConversion* read) {
     std::memcpy(text.data(), &prefix, 2);
     out_length = unset;

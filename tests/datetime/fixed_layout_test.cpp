@@ -56,7 +56,7 @@ void compare(const ZVRTTS& ts, Write write) {
 TEST(FixedLayout, DoesAsThePrintAtEveryCapacity) {
   Random random(6);
   for (int i = 0; i < 300; ++i) {
-    const ZVRTTS ts = i == 0 ? timestamp(2024, 3, 5, 7, 8, 9, 1234) : random.any_timestamp();
+    const ZVRTTS ts = i == 0 ? timestamp(2024, 3, 5, 7, 8, 9, 1234) : any_timestamp(random);
     ASSERT_NO_FATAL_FAILURE(compare<wchar_t>(ts, ZVRTGetStringFromTS));
     ASSERT_NO_FATAL_FAILURE(compare<char>(ts, ZVRTGetStringAFromTS));
   }

@@ -33,6 +33,7 @@ inline Formatted formatted(const FmtCode* codes, const ZVRTTS& ts, DtKind kind, 
   std::size_t end = 0;
   while (end < capacity && text[end] != untouched_place) ++end;
   EXPECT_EQ(length, status == ZVRT_RC_OK ? end - 1 : 4711U);
+  EXPECT_TRUE(status != ZVRT_RC_OK || text[end - 1] == 0) << "no terminator";
   EXPECT_TRUE(status != ZVRT_RC_OK || destination.untouched_from(end * sizeof(wchar_t))) << "after the terminator";
   return {status, std::wstring(text, status == ZVRT_RC_OK ? end - 1 : end)};
 }

@@ -198,8 +198,8 @@ TEST(Formatter, TakesAnUnknownCodeForALiteral) {
 TEST(Formatter, HoldsItsLawAtEveryCapacity) {
   Random random(2);
   for (int i = 0; i < 1000; ++i) {
-    const Model model(random.model_text(10));
-    const ZVRTTS ts = random.one_in(2) ? random.any_timestamp() : random.valid_timestamp();
+    const Model model(any_model(random, 10));
+    const ZVRTTS ts = random.one_in(2) ? any_timestamp(random) : valid_timestamp(random);
     for (DtKind kind = ZVRT_DT_DATE; kind <= ZVRT_DT_TIMESTAMP; ++kind) {
       const std::size_t needed = formatted(model.codes.data(), ts, kind).text.size() + 1;
       for (std::size_t capacity = 0; capacity <= needed + 3; ++capacity) {

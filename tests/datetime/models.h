@@ -68,6 +68,7 @@ inline const wchar_t* const element_letters[] = {L"YYYY", L"YY",   L"MONTH", L"M
                                                  L"D",    L"HH24", L"HH",    L"MI",  L"SS", L"FFFFFF", L"FFFFF",
                                                  L"FFFF", L"FFF",  L"FF",    L"F",   L"PM"};
 
+// What the generators below choose by: `below` and `of`, as a fuzzer's input has them too.
 class Random {
  public:
   explicit Random(std::uint32_t seed) : engine_(seed) {}
@@ -78,48 +79,68 @@ class Random {
     return choices[below(count)];
   }
 
-  // Literals come from an alphabet small enough for runs of them to be found in the wrong place.
-  std::wstring model_text(std::uint32_t most_parts) {
-    constexpr wchar_t literals[] = {L'-', L'/', L':', L' ', L'.', L'1', L'a', L'A', L'\u00E9'};
-    std::wstring text;
-    for (std::uint32_t parts = below(most_parts + 1); parts > 0; --parts) {
-      if (one_in(2)) {
-        text += L'%';
-        text += of(element_letters);
-        if (one_in(4)) text += L'-';
-      } else {
-        text += of(literals);
-      }
-    }
-    return text;
-  }
-
-  ZVRTTS valid_timestamp() {
-    return timestamp(between(1, 9999), between(1, 12), between(1, 28), between(0, 23), between(0, 59), between(0, 59),
-                     one_in(2) ? below(1000000) : below(10));
-  }
-  // Any field may hold anything.
-  ZVRTTS any_timestamp() {
-    ZVRTTS ts = valid_timestamp();
-    const int extremes[] = {0, 1, -1, 12, 13, 100, 9999, 10000, 32767, -32768, 65535};
-    for (int i = 0; i < 3; ++i) {
-      const int value = of(extremes);
-      switch (below(7)) {
-        case 0: ts.year = static_cast<std::int16_t>(value); break;
-        case 1: ts.month = static_cast<std::uint16_t>(value); break;
-        case 2: ts.day = static_cast<std::uint16_t>(value); break;
-        case 3: ts.hour = static_cast<std::uint16_t>(value); break;
-        case 4: ts.minute = static_cast<std::uint16_t>(value); break;
-        case 5: ts.second = static_cast<std::uint16_t>(value); break;
-        default: ts.fraction = one_in(2) ? 0x80000000U : static_cast<std::uint32_t>(engine_());
-      }
-    }
-    return ts;
-  }
-
  private:
-  int between(int low, int high) { return low + static_cast<int>(below(static_cast<std::uint32_t>(high - low + 1))); }
   std::mt19937 engine_;
 };
+
+// Literals come from an alphabet small enough for runs of them to be found in the wrong place.
+template <class Choices>
+std::wstring any_model(Choices& choices, std::uint32_t max_parts) {
+  constexpr wchar_t literals[] = {L'-', L'/', L':', L' ', L'.', L'1', L'a', L'A', L'\u00E9'};
+  std::wstring text;
+  for (std::uint32_t parts = choices.below(max_parts + 1); parts > 0; --parts) {
+    if (choices.below(2) == 0) {
+      text += L'%';
+      text += choices.of(element_letters);
+      if (choices.below(4) == 0) text += L'-';
+    } else {
+      text += choices.of(literals);
+    }
+  }
+  return text;
+}
+
+// Entries that no text produces, as a descriptor from outside may hold them.
+template <class Choices>
+void disturb(Choices& choices, std::vector<FmtCode>& codes) {
+  constexpr std::uint32_t hostile[] = {FMT_SKIP, 22, 0xFFFFFFFF, FMT_LITERAL, FMT_PM, FMT_HH24};
+  constexpr std::uint32_t literals[] = {0, 'x', 0x80000030, 0xFFFFFFFF};
+  constexpr std::uint32_t widths[] = {0, 1, 3, 5, 9, 40};
+  for (FmtCode& entry : codes) {
+    if (entry.code == FMT_END) break;
+    const std::uint32_t change = choices.below(9);
+    if (change == 1) entry.code = choices.of(hostile);
+    if (change == 2) entry.literal = choices.of(literals);
+    if (change == 3) entry.len = choices.of(widths);
+  }
+}
+
+template <class Choices>
+ZVRTTS valid_timestamp(Choices& choices) {
+  const auto between = [&choices](int low, int high) {
+    return low + static_cast<int>(choices.below(static_cast<std::uint32_t>(high - low + 1)));
+  };
+  const int year = between(1, 9999), month = between(1, 12), day = between(1, 28);
+  const int hour = between(0, 23), minute = between(0, 59), second = between(0, 59);
+  const std::uint32_t thousands = choices.below(2) == 0 ? 0 : choices.below(1000);
+  return timestamp(year, month, day, hour, minute, second, thousands * 1000 + choices.below(1000));
+}
+
+// Any field may hold anything.
+template <class Choices>
+ZVRTTS any_timestamp(Choices& choices) {
+  ZVRTTS ts = valid_timestamp(choices);
+  constexpr int extremes[] = {0, 1, -1, 12, 13, 100, 9999, 10000, 32767, -32768, 65535};
+  for (int i = 0; i < 3; ++i) {
+    const int value = choices.of(extremes);
+    std::uint16_t* const fields[] = {&ts.month, &ts.day, &ts.hour, &ts.minute, &ts.second};
+    switch (const std::uint32_t field = choices.below(7)) {
+      case 5: ts.year = static_cast<std::int16_t>(value); break;
+      case 6: ts.fraction = choices.below(2) == 0 ? 0x80000000U : 0U - choices.below(65536); break;
+      default: *fields[field] = static_cast<std::uint16_t>(value);
+    }
+  }
+  return ts;
+}
 
 }  // namespace zvrt_test

@@ -1,73 +1,99 @@
-// The tokenizer: which entries a text becomes, and that nothing of it is lost.
+// The tokenizer, a line per rule: which entries a model's text becomes, and which kind of record it implies.
 #include "datetime/models.h"
 #include "support/guarded_buffer.h"
 
 namespace zvrt_test {
 namespace {
 
-const wchar_t* letters_of(std::uint32_t code) {
-  const wchar_t* const letters[] = {L"",   L"YYYY", L"YY", L"MONTH",  L"MMM",   L"MM",   L"M",   L"DD", L"D", L"HH24",
-                                    L"HH", L"MI",   L"SS", L"FFFFFF", L"FFFFF", L"FFFF", L"FFF", L"FF", L"F", L"PM"};
-  return letters[code];
-}
+constexpr DtKind none = 0, date = ZVRT_DT_DATE, time_of_day = ZVRT_DT_TIME, both = ZVRT_DT_TIMESTAMP;
 
-std::wstring text_of(const std::vector<FmtCode>& codes) {
+// The elements, and the kind of record that each implies.
+const struct {
+  const wchar_t* letters;
+  std::uint32_t code;
+  DtKind kind;
+} elements[] = {
+    {L"YYYY", FMT_YYYY, date},     {L"YY", FMT_YY, date},        {L"MONTH", FMT_MONTH, date},
+    {L"MMM", FMT_MMM, date},       {L"MM", FMT_MM, date},        {L"M", FMT_M, none},
+    {L"DD", FMT_DD, date},         {L"D", FMT_D, none},          {L"HH24", FMT_HH24, time_of_day},
+    {L"HH", FMT_HH, time_of_day},  {L"MI", FMT_MI, time_of_day}, {L"SS", FMT_SS, time_of_day},
+    {L"FFFFFF", FMT_FFFFFF, both}, {L"FFFFF", FMT_FFFFF, both},  {L"FFFF", FMT_FFFF, both},
+    {L"FFF", FMT_FFF, both},       {L"FF", FMT_FF, both},        {L"F", FMT_F, both},
+    {L"PM", FMT_PM, none},
+};
+
+// The text that the entries stand for, each element within brackets.
+std::wstring shown(const std::vector<FmtCode>& codes) {
   std::wstring text;
   for (const FmtCode* entry = codes.data(); entry->code != FMT_END; ++entry) {
-    if (entry->code == FMT_LITERAL) {
-      text += static_cast<wchar_t>(entry->literal);
-    } else {
-      EXPECT_EQ(text.size(), entry->pos);
-      EXPECT_EQ(std::wcslen(letters_of(entry->code)), entry->len);
-      text += std::wstring(L"%") + letters_of(entry->code);
+    if (entry->code == FMT_LITERAL) text += static_cast<wchar_t>(entry->literal);
+    for (const auto& element : elements) {
+      if (element.code == entry->code) text += std::wstring(L"[") + element.letters + L"]";
     }
   }
   return text;
 }
 
-TEST(Tokenizer, EntriesTellTheTextTheyCameFrom) {
-  Random random(1);
-  for (int i = 0; i < 20000; ++i) {
-    const std::wstring text = random.model_text(12);
-    ASSERT_EQ(text, text_of(Model(text).codes));
-    std::wstring lower = text;
-    for (wchar_t& character : lower) character = character >= L'A' && character <= L'Z' ? character + 32 : character;
-    const Model model(text), folded(lower);
-    for (std::size_t k = 0; model.codes[k].code != FMT_END; ++k) {
-      ASSERT_EQ(model.codes[k].code, folded.codes[k].code);
-      ASSERT_EQ(model.codes[k].pos, folded.codes[k].pos);
-    }
+// clang-format off
+const struct {
+  const wchar_t* text;
+  const wchar_t* entries;
+} rules[] = {
+    // An element follows a percent sign, in any case; anything else is a literal
+    {L"",                  L""},
+    {L"ABC",               L"ABC"},
+    {L"DD",                L"DD"},
+    {L"%YYYY-%MM-%DD",     L"[YYYY]-[MM]-[DD]"},
+    {L"%hh24:%Mi:%sS",     L"[HH24]:[MI]:[SS]"},
+    {L"%Month %pm",        L"[MONTH] [PM]"},
+    {L"\u20AC%DD",         L"\u20AC[DD]"},
+    // ... the longest that the letters begin
+    {L"%MMMM",             L"[MMM]M"},
+    {L"%MONTHS",           L"[MONTH]S"},
+    {L"%MON",              L"[M]ON"},
+    {L"%MIN",              L"[MI]N"},
+    {L"%YYY",              L"[YY]Y"},
+    {L"%YYYYY",            L"[YYYY]Y"},
+    {L"%HH12",             L"[HH]12"},
+    {L"%HH2",              L"[HH]2"},
+    {L"%HH\x12\x14",       L"[HH]\x12\x14"},
+    {L"%DDD",              L"[DD]D"},
+    {L"%D-",               L"[D]-"},
+    {L"%FFFFFFF",          L"[FFFFFF]F"},
+    {L"%F\u0130%m",        L"[F]\u0130[M]"},  // only letters of ASCII are alike in both cases
+};
+// clang-format on
+
+TEST(Tokenizer, FollowsItsRules) {
+  for (const auto& row : rules) {
+    const Model model(row.text);
+    EXPECT_EQ(model.status, ZVRT_RC_OK);
+    EXPECT_EQ(shown(model.codes), row.entries);
   }
 }
 
-TEST(Tokenizer, TakesTheLongestElement) {
-  const struct {
-    const wchar_t* text;
-    std::vector<std::uint32_t> codes;  // a literal by its character, an element by its code
-  } rows[] = {
-      {L"", {}},
-      {L"ABC", {'A', 'B', 'C'}},
-      {L"%MMMM", {FMT_MMM, 'M'}},
-      {L"%MONTHS", {FMT_MONTH, 'S'}},
-      {L"%MON", {FMT_M, 'O', 'N'}},
-      {L"%MIN", {FMT_MI, 'N'}},
-      {L"%YYY", {FMT_YY, 'Y'}},
-      {L"%HH12", {FMT_HH, '1', '2'}},
-      {L"%HH2", {FMT_HH, '2'}},
-      {L"%HH\x12\x14", {FMT_HH, 0x12, 0x14}},
-      {L"%DDD", {FMT_DD, 'D'}},
-      {L"%D-", {FMT_D, '-'}},
-      {L"%FFFFFFF", {FMT_FFFFFF, 'F'}},
-      {L"%F\u0130%m", {FMT_F, 0x130, FMT_M}},
-  };
-  for (const auto& row : rows) {
-    const Model model(row.text);
-    ASSERT_EQ(ZVRT_RC_OK, model.status);
-    std::vector<std::uint32_t> found;
-    for (const FmtCode* entry = model.codes.data(); entry->code != FMT_END; ++entry) {
-      found.push_back(entry->code == FMT_LITERAL ? entry->literal : entry->code);
-    }
-    EXPECT_EQ(row.codes, found) << std::string(row.text, row.text + std::wcslen(row.text));
+std::wstring lower(std::wstring text) {
+  for (wchar_t& character : text) character = character >= L'A' && character <= L'Z' ? character + 32 : character;
+  return text;
+}
+
+// The text once more from positions and lengths.
+std::wstring text_of(const std::vector<FmtCode>& codes, const std::wstring& original) {
+  std::wstring text;
+  for (const FmtCode* entry = codes.data(); entry->code != FMT_END; ++entry) {
+    if (entry->code == FMT_LITERAL) text += static_cast<wchar_t>(entry->literal);
+    if (entry->code != FMT_LITERAL) text += original.substr(entry->pos, entry->len + 1U);
+  }
+  return text;
+}
+
+TEST(Tokenizer, LosesNothingOfAText) {
+  Random random(1);
+  for (int i = 0; i < 20000; ++i) {
+    const std::wstring text = any_model(random, 12);
+    const Model model(text);
+    ASSERT_EQ(text, text_of(model.codes, text));
+    ASSERT_EQ(lower(shown(Model(lower(text)).codes)), lower(shown(model.codes)));
   }
 }
 
@@ -82,23 +108,18 @@ TEST(Tokenizer, RefusesUnknownLettersAndKeepsWhatCameBefore) {
   }
 }
 
-TEST(Tokenizer, KindGrowsByWhatTheElementsDescribe) {
-  for (const wchar_t* element : element_letters) {
-    const std::wstring letters(element);
-    const bool describes_nothing = letters == L"M" || letters == L"D" || letters == L"PM";
-    const bool fraction = letters[0] == L'F', date = letters.find_first_of(L"YD") == 0 || letters[0] == L'M';
+TEST(Tokenizer, AddsTheKindsThatTheElementsImply) {
+  for (const auto& element : elements) {
     for (DtKind before = 0; before <= 5; ++before) {
-      const bool has_date =
-          before == ZVRT_DT_DATE || before == ZVRT_DT_TIMESTAMP || fraction || (date && letters != L"MI");
-      const bool has_time =
-          before == ZVRT_DT_TIME || before == ZVRT_DT_TIMESTAMP || fraction || !date || letters == L"MI";
-      const DtKind expected = describes_nothing ? before : (has_date ? 1 : 0) + (has_time ? 2 : 0);
-      EXPECT_EQ(expected, Model(L"%" + letters, before).kind) << std::string(letters.begin(), letters.end()) << before;
+      const DtKind kept = before <= both ? before : none;  // other kinds add nothing
+      EXPECT_EQ(Model(std::wstring(L"%") + element.letters, before).kind,
+                element.kind == none ? before : kept | element.kind)
+          << element.code << ' ' << before;
     }
   }
 }
 
-TEST(Tokenizer, ReadsNothingBehindTheText) {
+TEST(Tokenizer, ReadsNothingAfterTheText) {
   for (const std::wstring text : {L"%F", L"%FFFFF", L"%HH", L"%MONT", L"%MMM", L"-", L"%"}) {
     const GuardedBuffer guarded(text.c_str(), (text.size() + 1) * sizeof(wchar_t));
     std::vector<FmtCode> codes(text.size() + 1);
