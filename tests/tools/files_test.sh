@@ -48,7 +48,7 @@ run() { # VERB WAY TARGET
 for verb in import export; do
   target=out.csv
   [[ $verb == export ]] && target=out.dat
-  for way in done replace refused stopped full report; do
+  for way in "done" replace refused stopped full report; do
     for kind in nothing file folder pipe link dangling; do
       before "$kind" "$target"
       rm -f rejects
@@ -59,7 +59,7 @@ for verb in import export; do
       may_write=no
       [[ $kind == nothing || ($way == replace && ($kind == file || $kind == link)) ]] && may_write=yes
       wanted=2
-      [[ $may_write == yes && ($way == done || $way == replace) ]] && wanted=0
+      [[ $may_write == yes && ($way == "done" || $way == replace) ]] && wanted=0
       [[ $may_write == yes && $way == refused ]] && wanted=1
       [[ $got -eq $wanted ]] || fail "$verb, $way over $kind: exit status $got, not $wanted: $(cat out)"
       if [[ $wanted -eq 2 ]]; then
