@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 #include "support/inlined.h"
 #include "support/read_ahead.h"
@@ -16,12 +17,18 @@ namespace zvrt::avx512 {
 using Vector = __m512i;
 using Mask = std::uint64_t;
 
-ZVRT_INLINED std::size_t min(std::size_t a, std::size_t b) { return a < b ? a : b; }
+template <class Number>
+ZVRT_INLINED Number min(Number a, std::type_identity_t<Number> b) {
+  return a < b ? a : b;
+}
 
-// The lowest `count` bits, for a count of 64 at most.
+// The lowest `count` bits, all of them from 64, 16 or 32 on. A count in 32 bits is below 256, as BZHI looks at its lowest
+// byte; so is one for 64 bits.
 ZVRT_INLINED Mask first(std::size_t count) { return _bzhi_u64(~Mask{0}, static_cast<unsigned>(count)); }
 ZVRT_INLINED __mmask16 first16(std::size_t count) { return static_cast<__mmask16>(first(min(count, 16))); }
 ZVRT_INLINED __mmask32 first32(std::size_t count) { return static_cast<__mmask32>(first(min(count, 32))); }
+ZVRT_INLINED __mmask16 first16(std::uint32_t count) { return static_cast<__mmask16>(_bzhi_u32(0xFFFF, count)); }
+ZVRT_INLINED __mmask32 first32(std::uint32_t count) { return _bzhi_u32(~0U, count); }
 
 ZVRT_INLINED std::size_t lowest_bit(Mask bits) { return _tzcnt_u64(bits); }  // 64 if there is none
 ZVRT_INLINED std::size_t highest_bit(Mask bits) { return 63 - _lzcnt_u64(bits); }

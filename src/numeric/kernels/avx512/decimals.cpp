@@ -7,13 +7,12 @@
 //
 // Of headers only functions are used that are always inlined: an out-of-line copy would be linked into code for every
 // processor.
-#include <immintrin.h>
-
 #include <cstdint>
 #include <cstring>
 
 #include "numeric/decimal/decimal_kernels.h"
 #include "numeric/kernels/decimal_vectors.h"
+#include "simd/avx512.h"
 #include "support/read_ahead.h"
 #include "support/wraps.h"
 
@@ -21,25 +20,18 @@ namespace zvrt {
 
 namespace {
 
-using Vector = __m512i;
-using Mask = std::uint64_t;
+using namespace avx512;
 
 constexpr std::uint32_t vector_bytes = 64;
 constexpr std::uint32_t header_bytes = varnum_header;
 
-std::uint32_t min(std::uint32_t a, std::uint32_t b) { return a < b ? a : b; }
-
-// The lowest `count` bits, all of them from 64 on.
-Mask first(std::uint32_t count) { return _bzhi_u64(~Mask{0}, count); }
-__mmask32 first32(std::uint32_t count) { return _bzhi_u32(~0U, count); }
-__mmask16 first16(std::uint32_t count) { return static_cast<__mmask16>(_bzhi_u32(0xFFFF, count)); }
 Mask bit(std::uint32_t index) { return Mask{1} << index; }
-std::uint32_t lowest(Mask bits) { return static_cast<std::uint32_t>(_tzcnt_u64(bits)); }  // 64 where there is none
-std::uint32_t highest(Mask bits) { return 63 - static_cast<std::uint32_t>(_lzcnt_u64(bits)); }
+std::uint32_t lowest(Mask bits) { return static_cast<std::uint32_t>(lowest_bit(bits)); }
+std::uint32_t highest(Mask bits) { return static_cast<std::uint32_t>(highest_bit(bits)); }
 
 Vector all(const Bytes64& vector) { return _mm512_load_si512(vector.at); }
 __m256i half(const Bytes64& vector) { return _mm256_load_si256(reinterpret_cast<const __m256i*>(vector.at)); }
-Vector repeat(std::uint32_t byte) { return _mm512_set1_epi8(static_cast<char>(byte)); }
+Vector repeat(std::uint32_t byte) { return repeat8(static_cast<std::uint8_t>(byte)); }
 // Every byte's position and an offset.
 Vector positions(std::uint32_t offset) { return _mm512_add_epi8(all(decimal_vectors.positions), repeat(offset)); }
 Mask bits_of(__m256i signs) { return static_cast<std::uint32_t>(_mm256_movemask_epi8(signs)); }
@@ -53,24 +45,26 @@ ZVRT_WRAPS void store_part(char* dst, std::uint32_t part, std::uint32_t length, 
   _mm512_mask_storeu_epi32(dst + (from * 4 & some), first16((length + 1 - from) & some), characters);
 }
 
-// A packed field's half-bytes from the vector's start on, followed by zeros; which of them are above 9, which are not
-// zero.
-void split(const std::uint8_t* field, std::uint32_t size, Vector& digits, Mask& beyond, Mask& nonzero) {
+// A packed field's half-bytes from the vector's start on, followed by zeros: [ab cd eS] -> [a b c d e S 0 0 ...].
+struct Halves {
+  Vector digits;
+  Mask above_nine;
+  Mask nonzero;
+};
+
+Halves split(const std::uint8_t* field, std::uint32_t size) {
   constexpr int both_masked = 0xA8;  // (a | b) & c
   if (size <= 16) {
     const __m256i pairs = _mm256_cvtepu8_epi16(_mm_maskz_loadu_epi8(first16(size), field));
     const __m256i halves = _mm256_ternarylogic_epi32(_mm256_srli_epi16(pairs, 4), _mm256_slli_epi16(pairs, 8),
                                                      half(decimal_vectors.low_halves), both_masked);
-    beyond = bits_of(_mm256_cmpgt_epi8(halves, half(decimal_vectors.nines)));
-    nonzero = bits_of(_mm256_cmpgt_epi8(halves, _mm256_setzero_si256()));
-    digits = _mm512_zextsi256_si512(halves);
-  } else {
-    const Vector pairs = _mm512_cvtepu8_epi16(_mm256_maskz_loadu_epi8(first32(size), field));
-    digits = _mm512_ternarylogic_epi32(_mm512_srli_epi16(pairs, 4), _mm512_slli_epi16(pairs, 8),
-                                       all(decimal_vectors.low_halves), both_masked);
-    beyond = _mm512_cmpgt_epu8_mask(digits, all(decimal_vectors.nines));
-    nonzero = _mm512_test_epi8_mask(digits, digits);
+    return {_mm512_zextsi256_si512(halves), bits_of(_mm256_cmpgt_epi8(halves, half(decimal_vectors.nines))),
+            bits_of(_mm256_cmpgt_epi8(halves, _mm256_setzero_si256()))};
   }
+  const Vector pairs = _mm512_cvtepu8_epi16(_mm256_maskz_loadu_epi8(first32(size), field));
+  const Vector halves = _mm512_ternarylogic_epi32(_mm512_srli_epi16(pairs, 4), _mm512_slli_epi16(pairs, 8),
+                                                  all(decimal_vectors.low_halves), both_masked);
+  return {halves, _mm512_cmpgt_epu8_mask(halves, all(decimal_vectors.nines)), _mm512_test_epi8_mask(halves, halves)};
 }
 
 // Values that the kernels leave alone: wide text goes to the definitions, bytes to the caller.
@@ -98,14 +92,11 @@ ZVRT_WRAPS Rendered render_packed_512(const std::uint8_t* field, std::int64_t by
   if (bytes < 1 || bytes >= vector_bytes / 2) return left_packed<Unit>(field, bytes, dst, capacity);
   const auto size = static_cast<std::uint32_t>(bytes);
   const std::uint32_t digits = 2 * size - 1;
-  Vector halves;
-  Mask beyond;
-  Mask nonzero;
-  split(field, size, halves, beyond, nonzero);
+  const Halves halves = split(field, size);
   // The sign's place ends the digits, the last leading zero at the latest.
   const Mask end = bit(digits);
-  const std::uint32_t stop = lowest(beyond | end);
-  const std::uint32_t start = lowest(nonzero | end);
+  const std::uint32_t stop = lowest(halves.above_nine | end);
+  const std::uint32_t start = lowest(halves.nonzero | end);
   const std::uint32_t negative = (field[size - 1] & 0xF) == 0xD ? 1 : 0;
   const std::uint32_t length = stop - start + negative;
   if (length == 0) return {0, ZVRT_RC_EMPTY_RESULT};
@@ -113,7 +104,7 @@ ZVRT_WRAPS Rendered render_packed_512(const std::uint8_t* field, std::int64_t by
 
   if constexpr (sizeof(Unit) == 1) {
     if (stop < digits) return not_rendered;
-    const Vector moved = _mm512_permutexvar_epi8(positions(start - negative), halves);
+    const Vector moved = _mm512_permutexvar_epi8(positions(start - negative), halves.digits);
     const Vector text = _mm512_maskz_add_epi8(first(length), moved, all(decimal_vectors.zeros));
     store_bytes(dst, length, _mm512_mask_mov_epi8(text, negative, repeat('-')));
     return {length, ZVRT_RC_OK};
@@ -123,7 +114,7 @@ ZVRT_WRAPS Rendered render_packed_512(const std::uint8_t* field, std::int64_t by
   const Vector offset = _mm512_set1_epi32(static_cast<int>((start - negative) & 0xFF));
   const auto part = [&](std::uint32_t index, Vector zeros) {
     const Vector lanes = all(decimal_vectors.digit_lanes[index]);
-    const Vector shifted = _mm512_permutexvar_epi8(_mm512_add_epi8(lanes, offset), halves);
+    const Vector shifted = _mm512_permutexvar_epi8(_mm512_add_epi8(lanes, offset), halves.digits);
     const __mmask16 there = first16(length - min(length, index * 16));
     store_part(out, index, length, _mm512_maskz_add_epi32(there, shifted, zeros));
   };
@@ -154,7 +145,7 @@ __attribute__((no_sanitize("address", "thread"))) Vector load_sixteen(const void
   return _mm512_maskz_loadu_epi32(first16(readable - min(readable, index)), at);
 }
 
-// Of wide characters the bytes, 0xFF for what is none.
+// Wide characters as bytes, 0xFF for those above.
 __m256i load_narrowed(const void* text, std::uint32_t index, std::uint32_t readable) {
   return _mm256_set_m128i(_mm512_cvtusepi32_epi8(load_sixteen(text, index + 16, readable)),
                           _mm512_cvtusepi32_epi8(load_sixteen(text, index, readable)));
@@ -169,7 +160,7 @@ __attribute__((no_sanitize("address", "thread"))) Vector load_whole(const void* 
   return _mm512_maskz_loadu_epi8(first(min(readable, vector_bytes)), text);
 }
 
-// Loads a text into bytes and returns which of them are zero: of the lower half, or if there is none, of all. Behind
+// Loads a text into bytes and returns which of them are zero: of the lower half, or if there is none, of all. After
 // the lowest there may be anything.
 template <class Unit>
 Mask load_text(const void* text, Vector& bytes) {
@@ -254,22 +245,28 @@ ZVRT_WRAPS Rendered render_varnum_512(const std::uint8_t* value, void* dst, std:
   return {length, ZVRT_RC_OK};
 }
 
-// The values of a text's digits; of the characters before its end, which are digits, points, and not the digit 0.
-void classify(const Vector& bytes, Mask inside, Vector& values, Mask& digits, Mask& points, Mask& nonzero) {
+// A text's characters before its end: the values of its digits; which are digits, points, and not the digit 0.
+struct Classes {
+  Vector values;
+  Mask digits;
+  Mask points;
+  Mask nonzero;
+};
+
+Classes classify(Vector bytes, Mask inside) {
   if (inside <= first(32)) {
     const __m256i text = _mm512_castsi512_si256(bytes);
     const __m256i zeros = half(decimal_vectors.zeros);
     const __m256i low = _mm256_sub_epi8(text, zeros);
-    digits = bits_of(_mm256_cmpeq_epi8(low, _mm256_min_epu8(low, half(decimal_vectors.nines)))) & inside;
-    points = bits_of(_mm256_cmpeq_epi8(text, half(decimal_vectors.points))) & inside;
-    nonzero = ~bits_of(_mm256_cmpeq_epi8(text, zeros)) & inside;
-    values = _mm512_castsi256_si512(low);
-  } else {
-    values = _mm512_sub_epi8(bytes, all(decimal_vectors.zeros));
-    digits = _mm512_cmple_epu8_mask(values, all(decimal_vectors.nines)) & inside;
-    points = _mm512_cmpeq_epi8_mask(bytes, all(decimal_vectors.points)) & inside;
-    nonzero = _mm512_test_epi8_mask(values, values) & inside;
+    return {_mm512_castsi256_si512(low),
+            bits_of(_mm256_cmpeq_epi8(low, _mm256_min_epu8(low, half(decimal_vectors.nines)))) & inside,
+            bits_of(_mm256_cmpeq_epi8(text, half(decimal_vectors.points))) & inside,
+            ~bits_of(_mm256_cmpeq_epi8(text, zeros)) & inside};
   }
+  const Vector values = _mm512_sub_epi8(bytes, all(decimal_vectors.zeros));
+  return {values, _mm512_cmple_epu8_mask(values, all(decimal_vectors.nines)) & inside,
+          _mm512_cmpeq_epi8_mask(bytes, all(decimal_vectors.points)) & inside,
+          _mm512_test_epi8_mask(values, values) & inside};
 }
 
 EncodedVarnum zero_varnum(std::uint32_t length, std::uint8_t* dst, std::int32_t capacity) {
@@ -289,13 +286,9 @@ ZVRT_WRAPS EncodedVarnum encode_varnum_512(const void* text, std::uint8_t* dst, 
   const std::uint32_t length = lowest(ends);
   if (length > max_length) return encode_varnum<Unit>(text, dst, capacity);
   const Mask inside = ~ends & (ends - 1);
-  Vector values;
-  Mask digits;
-  Mask points;
-  Mask nonzero;
-  classify(bytes, inside, values, digits, points, nonzero);
+  const auto [values, digits, points, not_zero] = classify(bytes, inside);
   if ((digits | points) != inside || (points & (points - 1)) != 0) return {length, 0};
-  nonzero &= ~points;
+  const Mask nonzero = not_zero & ~points;
   if (nonzero == 0) return zero_varnum(length, dst, capacity);
 
   // Positions among the digits: the point's is the number of digits before it.
