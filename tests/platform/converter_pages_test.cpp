@@ -172,6 +172,49 @@ TEST_F(ConverterPages, SequencesOfFourBytesReadAsByIcu) {
                               {static_cast<char>(a), static_cast<char>(b), static_cast<char>(c), static_cast<char>(d)});
 }
 
+// The encodings of Unicode read their own forms only: nullopt is an invalid sequence. UTF-8 is found under 1208, CESU-8
+// under 9400, UTF-16 and UTF-32 of the highest byte first under 1201 and 12001.
+TEST_F(ConverterPages, EncodingsOfUnicodeReadTheirOwnFormsOnly) {
+  using namespace std::string_literals;
+  const struct {
+    std::uint32_t page;
+    std::string bytes;
+    std::optional<std::u32string> text;
+  } rows[] = {
+      {1208, "\xED\x9F\xBF", U"\uD7FF"},
+      {1208, "\xED\xA0\x80", std::nullopt},  // the first surrogate
+      {1208, "\xED\xBF\xBF", std::nullopt},  // the last one
+      {1208, "\xEE\x80\x80", U"\uE000"},
+      {1208, "\xF0\x9F\x98\x80", U"\U0001F600"},
+      {1208, "\xED\xA0\xBD\xED\xB8\x80", std::nullopt},  // the same by surrogates
+      {1208, "\xF4\x8F\xBF\xBF", U"\U0010FFFF"},
+      {1208, "\xF4\x90\x80\x80", std::nullopt},  // U+110000
+      {1208, "\xC1\xBF", std::nullopt},          // overlong
+      {1208, "\xE0\x9F\xBF", std::nullopt},
+      {1208, "\xF0\x8F\xBF\xBF", std::nullopt},
+      {9400, "\xED\xA0\xBD\xED\xB8\x80", U"\U0001F600"},
+      {9400, "\xF0\x9F\x98\x80", std::nullopt},  // UTF-8's form
+      {9400, "\xED\xA0\xBD", std::nullopt},      // the first half alone
+      {9400, "\xED\xA0\xBDxxx", std::nullopt},
+      {9400, "\xED\xB8\x80", std::nullopt},  // the second half alone
+      {9400, "\xED\xB8\x80\xED\xA0\xBD", std::nullopt},
+      {1201, "\xD8\x3D\xDE\x00"s, U"\U0001F600"},
+      {1201, "\xD8\x3D", std::nullopt},
+      {1201, "\xDE\x00\xD8\x3D"s, std::nullopt},
+      {12001, "\x00\x01\xF6\x00"s, U"\U0001F600"},
+      {12001, "\x00\x00\xD8\x3D"s, std::nullopt},
+      {12001, "\x00\x11\x00\x00"s, std::nullopt},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(std::to_string(row.page) + " " + testing::PrintToString(row.bytes));
+    void* const converter = find_converter(row.page);
+    ASSERT_NE(converter, nullptr);
+    const auto [status, count, text] = decode(converter, row.bytes);
+    EXPECT_EQ(status, row.text ? 0 : ZVRT_ICU_RC_INVALID_CHAR);
+    EXPECT_EQ(text, row.text.value_or(U""));
+  }
+}
+
 TEST_F(ConverterPages, EveryCharacterIsWrittenAsByIcuOrRefused) {
   for (const IcuPage& page : icu_pages) {
     SCOPED_TRACE(page.icu);
