@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <cstring>
 #include <cwchar>
 
@@ -13,6 +14,8 @@ namespace zvrt::records {
 namespace {
 
 constexpr std::size_t number_slot = 176;  // the longest number as text: a VARNUM of 10^-130 with 40 digits
+constexpr std::size_t signs_slot = 4;     // beside a number's digits: sign, zero, point
+constexpr std::size_t integer_slot = 20;  // the digits of 64 bits
 constexpr std::size_t float_slot = 128;
 constexpr std::size_t date_slot = 64;
 
@@ -126,6 +129,7 @@ void Field::make_number(const CodecOptions& options) {
       return;
     case Usage::packed:
     case Usage::unsigned_packed:
+      fit_slot();
       reads_.kind = ZVRT_KIND_PACKED;
       reads_.flags = item.usage == Usage::packed ? has_no_sign : ZVRT_TYPE_NO_SIGN;
       reads_.precision = precision;
@@ -133,6 +137,7 @@ void Field::make_number(const CodecOptions& options) {
       return;
     case Usage::national:
     case Usage::display:
+      fit_slot();
       reads_.kind = ZVRT_KIND_ZONED;
       reads_.flags = has_no_sign | (options.page.ebcdic ? 0 : ZVRT_TYPE_ASCII);
       if (item.sign_leading) reads_.flags |= ZVRT_TYPE_SIGN_LEADING;
@@ -154,11 +159,19 @@ void Field::make_number(const CodecOptions& options) {
     if (item.length >= 8) table_column_.type = TableColumn::Type::number;
     return;
   }
+  fit_slot();
   if (item.length == 8 && !item.is_signed) table_column_.type = TableColumn::Type::number;
   reads_.kind = item.is_signed ? ZVRT_KIND_INT : ZVRT_KIND_UINT;
   reads_.flags = big_endian ? ZVRT_TYPE_BIG_ENDIAN : 0;
   writes_ = reads_;
   if (!whole_range) writes_.precision = precision;
+}
+
+// The slot of a number by what its bytes can hold: small slots keep a block of records in the processor's cache.
+void Field::fit_slot() {
+  const Item& item = *column_.item;
+  const std::size_t digits = std::max(2 * item.length, integer_slot);
+  text_.length = static_cast<std::int32_t>(digits + static_cast<std::size_t>(std::abs(item.scale)) + signs_slot);
 }
 
 // A date stands in text or digits by the model of its note; in the table by another one.
@@ -228,6 +241,8 @@ void Field::decode_plan(const FieldBytes& bytes, const std::uint8_t* chosen, Dec
     for (std::size_t i = 0; i < count; ++i) {
       if (chosen != nullptr && chosen[i] == 0) continue;
       cells.status[i] = single_->read(bytes.at(i), text);
+      if (text.size() > cells.slot) cells.status[i] = ZVRT_RC_TRUNCATED;
+      if (cells.status[i] != ZVRT_RC_OK) text.clear();
       cells.lengths[i] = static_cast<std::int32_t>(text.size());
       std::memcpy(cells.slots.data() + i * cells.slot, text.data(), text.size());
     }

@@ -61,6 +61,8 @@ class Field {
   const Column& column() const { return column_; }
   const TableColumn& table_column() const { return table_column_; }
   std::size_t length() const { return column_.item->length; }
+  // Bytes that a cell takes while it is being made.
+  std::size_t slot() const { return static_cast<std::size_t>(text_.length); }
   bool has_null_form() const { return !null_form_.empty(); }
 
   // `present`: one byte a record, 0 where the record does not have the field; or null.
@@ -77,6 +79,7 @@ class Field {
   void make_types(const CodecOptions& options);
   void make_text(const CodecOptions& options);
   void make_number(const CodecOptions& options);
+  void fit_slot();
   void make_date();
   void make_null(const CodecOptions& options);
   void decode_plan(const FieldBytes& bytes, const std::uint8_t* chosen, DecodedCells& cells) const;

@@ -9,18 +9,18 @@ namespace zvrt::records {
 
 class CsvFormat {
  public:
-  explicit CsvFormat(const TableOptions& options);
+  CsvFormat(const std::vector<TableColumn>& columns, const TableOptions& options);
 
-  void header(const std::vector<TableColumn>& columns, std::string& text) const;
-  void rows(const RowBlock& block, std::string& text) const;
+  void header(TextBuffer& text) const;
+  void rows(const RowBlock& block, TextBuffer& text) const;
   void set_newline(std::string newline) { newline_ = std::move(newline); }
 
  private:
   // Both write at `at`, where there is room for the longest form, and return the end.
   char* put(char* at, std::string_view cell) const;
   char* put_row(char* at, const RowBlock& block, std::size_t row) const;
-  bool needs_quotes(std::string_view cell) const;
 
+  std::vector<std::string> names_;
   char delimiter_;
   std::string null_;
   bool empty_is_null_;

@@ -262,15 +262,16 @@ class CsvWriter final : public TableWriter {
  public:
   CsvWriter(const std::string& file, const std::vector<TableColumn>& columns, const TableOptions& options,
             Existing existing)
-      : format_(options) {
-    std::string start;
-    format_.header(columns, start);
+      : format_(columns, options) {
+    TextBuffer start;
+    format_.header(start);
     if (file == "-") {
       out_ = std::make_unique<StandardOutput>();
     } else {
       Appended appended;
       check_place(file, existing);
-      if (existing == Existing::append && std::filesystem::exists(file)) appended = look_at(file, start);
+      if (existing == Existing::append && std::filesystem::exists(file))
+        appended = look_at(file, std::string(start.text()));
       out_ = std::make_unique<RegularOutput>(file, existing);
       if (appended.has_header) {
         format_.set_newline(appended.newline);
@@ -279,16 +280,16 @@ class CsvWriter final : public TableWriter {
       }
     }
     if (options.byte_order_mark) out_->write(byte_order_mark);
-    out_->write(start);
+    out_->write(start.text());
   }
 
   bool is_text() const override { return true; }
-  void format(const RowBlock& rows, std::string& text) const override { format_.rows(rows, text); }
+  void format(const RowBlock& rows, TextBuffer& text) const override { format_.rows(rows, text); }
   void write_text(std::string_view text) override { out_->write(text); }
   void write(const RowBlock& rows) override {
     text_.clear();
     format_.rows(rows, text_);
-    out_->write(text_);
+    out_->write(text_.text());
   }
   void finish() override { out_->finish(); }
   void commit() override { out_->commit(); }
@@ -296,7 +297,7 @@ class CsvWriter final : public TableWriter {
  private:
   CsvFormat format_;
   std::unique_ptr<OutputFile> out_;
-  std::string text_;
+  TextBuffer text_;
 };
 
 }  // namespace

@@ -171,14 +171,14 @@ class JsonLinesWriter final : public TableWriter {
   bool is_text() const override { return true; }
   void write_text(std::string_view text) override { out_.write(text); }
   void write(const RowBlock& rows) override {
-    std::string text;
+    TextBuffer text;
     format(rows, text);
-    out_.write(text);
+    out_.write(text.text());
   }
   void finish() override { out_.finish(); }
   void commit() override { out_.commit(); }
 
-  void format(const RowBlock& rows, std::string& text) const override {
+  void format(const RowBlock& rows, TextBuffer& text) const override {
     for (const std::uint32_t row : rows.rows) {
       text += '{';
       for (std::size_t i = 0; i < rows.columns.size(); ++i) {

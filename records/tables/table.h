@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "records/files/file_roles.h"
+#include "records/tables/text_buffer.h"
 
 namespace zvrt::records {
 
@@ -62,7 +63,7 @@ class TableWriter {
 
   // A table that is text (CSV, JSON lines): the rows as they stand in it. Any number of threads may ask at once.
   virtual bool is_text() const { return false; }
-  virtual void format(const RowBlock& /*rows*/, std::string& /*text*/) const {}
+  virtual void format(const RowBlock& /*rows*/, TextBuffer& /*text*/) const {}
   // Rows of such a table that were formatted before.
   virtual void write_text(std::string_view /*text*/) {}
   virtual void write(const RowBlock& rows) = 0;

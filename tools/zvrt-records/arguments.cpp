@@ -1,10 +1,14 @@
 #include "arguments.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <map>
+#include <thread>
 
 namespace zvrt::records {
 namespace {
+
+constexpr unsigned most_by_default = 8;  // one writer is not faster than so many
 
 void add_layout_options(CLI::App& verb, Arguments& a) {
   verb.add_option("--binary-size", a.binary_size, "bytes of binary items by their digits")
@@ -89,6 +93,11 @@ void add_run_options(CLI::App& verb, Arguments& a) {
 
 }  // namespace
 
+unsigned threads_of(const Arguments& arguments) {
+  return arguments.threads != 0 ? arguments.threads
+                                : std::clamp(std::thread::hardware_concurrency(), 1U, most_by_default);
+}
+
 int parse_arguments(int argc, char** argv, Arguments& a, bool& ends) {
   CLI::App app("Mainframe record files to tables and back, as a copybook lays them out.", "zvrt-records");
   app.footer(
@@ -117,6 +126,8 @@ int parse_arguments(int argc, char** argv, Arguments& a, bool& ends) {
   verify.add_option("files", files, "TABLE RECORDS...")->required()->expected(2, -1);
   for (CLI::App* const verb : {&reads, &writes}) {
     verb->add_flag("--replace", a.replace, "replace what exists");
+    verb->add_option("--threads", a.threads, "how many work; one for each processor, 8 at most, if not told")
+        ->check(CLI::Range(1U, 256U));
     verb->add_flag("--dry-run", a.dry_run, "say what would come of it, and write nothing");
   }
   reads.add_flag("--append", a.append, "append to the table if it exists")->excludes(reads.get_option("--replace"));

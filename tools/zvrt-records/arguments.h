@@ -65,7 +65,11 @@ struct Arguments {
   bool null_text_told = false;
   bool bom = false;
   std::string html;
+  unsigned threads = 0;  // 0: as many as there are processors
 };
+
+// As many threads as told; else one for each processor that the process may use, 8 at most.
+unsigned threads_of(const Arguments& arguments);
 
 // Reads the command line. A number: the program ends with it, since help was asked for or the line is wrong.
 int parse_arguments(int argc, char** argv, Arguments& arguments, bool& ends);

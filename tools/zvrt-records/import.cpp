@@ -1,15 +1,12 @@
-// Records to a table: a block of records is split by segment, decoded column by column and written.
+// Records to tables: blocks of records are read, converted by as many threads as there are, and written in their order.
 #include <fmt/format.h>
 #include <sys/stat.h>
 
-#include <filesystem>
-
-#include "journal.h"
+#include "conversion.h"
+#include "in_order.h"
 #include "places.h"
 #include "records/files/failure.h"
 #include "records/files/interruption.h"
-#include "records/formats/record_reader.h"
-#include "routing.h"
 #include "runs.h"
 
 namespace zvrt::records {
@@ -18,23 +15,17 @@ namespace {
 class Import {
  public:
   Import(const Job& job, Journal& journal)
-      : job_(job), journal_(journal), router_(job), reader_(job.arguments.records, job.format) {
-    decoded_.resize(job.segments.size());
-    if (job.arguments.dry_run) return;
-    for (const Segment& segment : job.segments)
-      tables_.push_back(make_table(segment.table, segment.columns, job.table, job.existing(),
-                                   tables_.empty() ? nullptr : tables_.front().get()));
-  }
+      : job_(job),
+        journal_(journal),
+        reader_(job.arguments.records, job.format),
+        tables_(make_tables(job)),
+        conversion_(job, tables_) {}
 
   void run() {
-    RecordBlock block;
-    while (journal_.read < last() && reader_.next(block)) {
-      for (const Damage& damage : block.damages) refuse_damage(damage);
-      take(block);
-      if (journal_.stops()) throw Failure("stopped at a refusal");
-      journal_.progress({reader_.bytes_read(), reader_.total_bytes()});
-      check_interruption();
-    }
+    InOrder<BlockOfImport>({[this](BlockOfImport& block) { return read(block); },
+                            [this](BlockOfImport& block) { conversion_.convert(block); },
+                            [this](const BlockOfImport& block) { deliver(block); }})
+        .run(threads_of(job_.arguments));
     journal_.bytes = reader_.bytes_read();
     for (const auto& table : tables_) table->finish();
     if (longer_ != 0)
@@ -46,134 +37,41 @@ class Import {
   }
 
  private:
-  std::uint64_t last() const {
-    return job_.count > ~std::uint64_t{0} - job_.first ? ~std::uint64_t{0} : job_.first - 1 + job_.count;
+  static Tables make_tables(const Job& job) {
+    Tables tables;
+    if (job.arguments.dry_run) return tables;
+    for (const Segment& segment : job.segments)
+      tables.push_back(make_table(segment.table, segment.columns, job.table, job.existing(),
+                                  tables.empty() ? nullptr : tables.front().get()));
+    return tables;
   }
 
-  void refuse_damage(const Damage& damage) {
-    ++journal_.left_out;
-    journal_.refuse({damage.record, "", damage.offset, damage.first, rx_damage,
-                     fmt::format("{}, byte {}: {}; {} bytes", damage.file, damage.offset, damage.why, damage.bytes)});
+  bool read(BlockOfImport& block) {
+    check_interruption();
+    if (next_ > job_.last() || !reader_.next(block.records)) return false;
+    next_ = block.records.first + block.records.count();
+    block.bytes_read = reader_.bytes_read();
+    return true;
   }
 
-  void take(const RecordBlock& block) {
-    journal_.read += block.count();
-    const Routed routed = router_.route(block);
-    for (const std::size_t row : routed.unknown) {
-      if (!in_range(block.first + row)) continue;
-      ++journal_.left_out;
-      journal_.refuse({block.first + row,
-                       job_.segments.front().field,
-                       0,
-                       {block.bytes.data() + block.starts[row], static_cast<std::size_t>(block.lengths[row])},
-                       rx_unknown_segment,
-                       text_of(rx_unknown_segment)});
-    }
-    for (std::size_t s = 0; s < job_.segments.size(); ++s)
-      if (!routed.rows[s].empty()) take_segment(s, block, routed.rows[s]);
-  }
-
-  bool in_range(std::uint64_t number) const { return number >= job_.first && number <= last(); }
-
-  void take_segment(std::size_t s, const RecordBlock& block, const std::vector<std::size_t>& rows) {
-    const RecordCodec& codec = *job_.segments[s].codec;
-    std::vector<std::int64_t> starts;
-    std::vector<std::int32_t> lengths;
-    for (const std::size_t row : rows) {
-      starts.push_back(block.starts[row]);
-      lengths.push_back(block.lengths[row]);
-      if (static_cast<std::size_t>(lengths.back()) > codec.length()) ++longer_;
-    }
-    const bool all = rows.size() == block.count();
-    DecodedRecords& decoded = decoded_[s];
-    codec.decode({block.bytes.data(), all ? block.stride : 0, starts.data(), lengths.data(), rows.size()}, decoded);
-    refuse_null_texts(decoded, rows.size());
-    count(s, decoded, block, rows);
-    RowBlock out;
-    for (std::size_t row = 0; row < rows.size(); ++row) {
-      if (!in_range(block.first + rows[row])) continue;
-      const bool left_out = decoded.refused[row] != 0 && job_.arguments.on_reject != OnReject::keep;
-      if (left_out)
-        ++journal_.left_out;
-      else
-        out.rows.push_back(static_cast<std::uint32_t>(row)), ++journal_.carried;
-    }
-    if (tables_.empty()) return;
-    const CellBlock extras = extras_of(s, block, rows);
-    for (std::size_t i = 0; i < job_.segments[s].first_field; ++i) out.columns.push_back(extras.column(i));
-    for (const DecodedCells& cells : decoded.fields) out.columns.push_back(cells.cells());
-    for (std::size_t i = job_.segments[s].first_field; i < extras.columns.size(); ++i)
-      out.columns.push_back(extras.column(i));
-    tables_[s]->write(out);
-  }
-
-  // A text that stands for a null in the CSV file cannot be a value there.
-  void refuse_null_texts(DecodedRecords& decoded, std::size_t count) const {
-    if (!job_.table.null_text) return;
-    for (DecodedCells& cells : decoded.fields)
-      for (std::size_t row = 0; row < count; ++row)
-        if (cells.lengths[row] != null_cell && cells.cells().at(row) == *job_.table.null_text) {
-          cells.status[row] = rx_reads_as_null;
-          cells.lengths[row] = null_cell;
-          decoded.refused[row] = 1;
-        }
-  }
-
-  void count(std::size_t s, const DecodedRecords& decoded, const RecordBlock& block,
-             const std::vector<std::size_t>& rows) {
-    const auto& fields = job_.segments[s].codec->fields();
-    for (std::size_t i = 0; i < fields.size(); ++i) {
-      const DecodedCells& cells = decoded.fields[i];
-      FieldCounts& counts = journal_.field(s, i);
-      for (std::size_t row = 0; row < rows.size(); ++row) {
-        const std::uint64_t number = block.first + rows[row];
-        if (!in_range(number)) continue;
-        if (cells.status[row] != ZVRT_RC_OK) {
-          ++counts.refused[cells.status[row]];
-          const char* const at = decoded.records + static_cast<std::int64_t>(row) * decoded.stride +
-                                 static_cast<std::int64_t>(fields[i]->column().offset);
-          const std::string_view bytes(at, fields[i]->length());
-          journal_.refuse({number, fields[i]->column().field, fields[i]->column().offset, bytes, cells.status[row],
-                           fields[i]->explain_decode(bytes, cells.status[row])});
-        } else if (cells.lengths[row] != null_cell) {
-          ++counts.converted;
-        } else if (!decoded.unreadable[i].empty() && decoded.unreadable[i][row] != 0) {
-          ++counts.unreadable;
-        } else {
-          ++counts.nulls;
-        }
-      }
-    }
-  }
-
-  // RECORD_NUMBER, RECORD_BYTES and what stands around the record.
-  CellBlock extras_of(std::size_t s, const RecordBlock& block, const std::vector<std::size_t>& rows) const {
-    const Segment& segment = job_.segments[s];
-    CellBlock extras;
-    std::vector<std::string> names;
-    for (std::size_t i = 0; i < segment.columns.size(); ++i)
-      if (i < segment.first_field || i >= segment.first_field + segment.codec->fields().size())
-        names.push_back(segment.columns[i].name);
-    extras.columns.resize(names.size());
-    for (const std::size_t row : rows)
-      for (std::size_t i = 0; i < names.size(); ++i) {
-        if (names[i] == "RECORD_NUMBER") extras.add(i, std::to_string(block.first + row));
-        if (names[i] == "RECORD_BYTES")
-          extras.add(
-              i, hexadecimal({block.bytes.data() + block.starts[row], static_cast<std::size_t>(block.lengths[row])}));
-        if (names[i] == "BYTES_BEFORE") extras.add(i, hexadecimal(block.surroundings[row].before));
-        if (names[i] == "BYTES_AFTER") extras.add(i, hexadecimal(block.surroundings[row].after));
-        if (names[i] == "BLOCK_NUMBER") extras.add(i, std::to_string(block.surroundings[row].block));
-      }
-    return extras;
+  void deliver(const BlockOfImport& block) {
+    journal_.add(block.findings);
+    longer_ += block.longer;
+    if (!tables_.empty())
+      for (std::size_t s = 0; s < block.texts.size(); ++s)
+        if (!block.texts[s].empty()) tables_[s]->write_text(block.texts[s].text());
+    for (std::size_t i = 0; i < block.used; ++i) tables_[block.batches[i]->segment]->write(block.batches[i]->rows);
+    if (journal_.stops()) throw Failure("stopped at a refusal");
+    journal_.progress({block.bytes_read, reader_.total_bytes()});
+    check_interruption();
   }
 
   const Job& job_;
   Journal& journal_;
-  Router router_;
   RecordReader reader_;
-  std::vector<std::unique_ptr<TableWriter>> tables_;
-  std::vector<DecodedRecords> decoded_;
+  Tables tables_;
+  Conversion conversion_;
+  std::uint64_t next_ = 1;  // number of the record that is read next
   std::uint64_t longer_ = 0;
 };
 

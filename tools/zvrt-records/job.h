@@ -37,6 +37,8 @@ struct Job {
   explicit Job(const Arguments& told);
   bool has_segments() const { return !arguments.segments.empty(); }
   Existing existing() const;
+  std::uint64_t last() const { return count > ~std::uint64_t{0} - first ? ~std::uint64_t{0} : first - 1 + count; }
+  bool in_range(std::uint64_t number) const { return number >= first && number <= last(); }
 
  private:
   void read_codec();

@@ -32,6 +32,11 @@ std::string grouped(std::uint64_t value) {
   return text;
 }
 
+std::string line_of(const Refusal& refusal) {
+  return fmt::format("{},{},{},{},{},{}\r\n", refusal.record, csv_cell(refusal.field), refusal.offset,
+                     hexadecimal(refusal.bytes), name_of(refusal.status), csv_cell(refusal.text));
+}
+
 std::string refusals_of(const FieldCounts& counts) {
   std::string text;
   for (const auto& [status, count] : counts.refused) text += fmt::format("  {} {}", grouped(count), name_of(status));
@@ -44,16 +49,47 @@ Journal::Journal(const Job& job) : job_(job), visible_(isatty(STDERR_FILENO) == 
   for (const Segment& segment : job.segments) fields_.emplace_back(segment.codec->fields().size());
 }
 
+void Findings::begin(const Job& job) {
+  read = carried = left_out = refusals = 0;
+  rejects.clear();
+  fields.assign(job.segments.size(), {});
+  for (std::size_t s = 0; s < fields.size(); ++s) fields[s].resize(job.segments[s].codec->fields().size());
+}
+
+void Findings::refuse(const Refusal& refusal) {
+  ++refusals;
+  rejects += line_of(refusal);
+}
+
+void Journal::add(const Findings& findings) {
+  read += findings.read;
+  carried += findings.carried;
+  left_out += findings.left_out;
+  refusals += findings.refusals;
+  for (std::size_t s = 0; s < fields_.size(); ++s)
+    for (std::size_t i = 0; i < fields_[s].size(); ++i) {
+      const FieldCounts& found = findings.fields[s][i];
+      fields_[s][i].converted += found.converted;
+      fields_[s][i].nulls += found.nulls;
+      fields_[s][i].unreadable += found.unreadable;
+      for (const auto& [status, count] : found.refused) fields_[s][i].refused[status] += count;
+    }
+  if (!findings.rejects.empty()) write_rejects(findings.rejects.text());
+}
+
 void Journal::refuse(const Refusal& refusal) {
   ++refusals;
+  write_rejects(line_of(refusal));
+}
+
+void Journal::write_rejects(std::string_view lines) {
   if (job_.arguments.dry_run) return;
   if (!rejects_) {
     rejects_ =
         std::make_unique<RegularOutput>(job_.rejects, job_.arguments.rejects_told ? job_.existing() : Existing::refuse);
     rejects_->write("record,field,offset,bytes,status,text\r\n");
   }
-  rejects_->write(fmt::format("{},{},{},{},{},{}\r\n", refusal.record, csv_cell(refusal.field), refusal.offset,
-                              hexadecimal(refusal.bytes), name_of(refusal.status), csv_cell(refusal.text)));
+  rejects_->write(lines);
 }
 
 bool Journal::stops() const {

@@ -27,12 +27,26 @@ struct Refusal {
   std::string text;
 };
 
+// What became of the cells of a block, put together in any thread.
+struct Findings {
+  std::vector<std::vector<FieldCounts>> fields;  // of each segment
+  std::uint64_t read = 0;
+  std::uint64_t carried = 0;
+  std::uint64_t left_out = 0;
+  std::uint64_t refusals = 0;
+  TextBuffer rejects;  // their lines in the reject file
+
+  void begin(const Job& job);
+  void refuse(const Refusal& refusal);
+};
+
 class Journal {
  public:
   explicit Journal(const Job& job);
 
   FieldCounts& field(std::size_t segment, std::size_t index) { return fields_[segment][index]; }
   void refuse(const Refusal& refusal);
+  void add(const Findings& findings);
   // Whether the run has to end: `--on-reject stop`, or more refusals than are allowed.
   bool stops() const;
   void progress(const TableReader::Progress& now);
@@ -50,6 +64,7 @@ class Journal {
   std::uint64_t bytes = 0;
 
  private:
+  void write_rejects(std::string_view lines);
   std::string as_text(const std::string& what) const;
   std::string as_json(const std::string& what) const;
   double seconds() const;

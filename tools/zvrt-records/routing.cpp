@@ -14,10 +14,10 @@ std::size_t Router::segment_of(std::string_view record) const {
   return no_index;
 }
 
-Routed Router::route(const RecordBlock& block) const {
+Routed Router::route(const RecordBlock& block, std::size_t begin, std::size_t end) const {
   Routed routed;
   routed.rows.resize(job_.segments.size());
-  for (std::size_t row = 0; row < block.count(); ++row) {
+  for (std::size_t row = begin; row < end; ++row) {
     const std::size_t segment =
         job_.has_segments()
             ? segment_of({block.bytes.data() + block.starts[row], static_cast<std::size_t>(block.lengths[row])})

@@ -15,7 +15,9 @@ struct Routed {
 class Router {
  public:
   explicit Router(const Job& job) : job_(job) {}
-  Routed route(const RecordBlock& block) const;
+  Routed route(const RecordBlock& block) const { return route(block, 0, block.count()); }
+  // Of the rows from `begin` to `end` only.
+  Routed route(const RecordBlock& block, std::size_t begin, std::size_t end) const;
 
  private:
   std::size_t segment_of(std::string_view record) const;
