@@ -1,4 +1,5 @@
-// The eight exported transforms. Each is a source loop that decodes and a sink that encodes, counts and bounds.
+// Six of the exported transforms: those of UTF-8. Each is a source loop that decodes and a sink that encodes, counts and
+// bounds.
 #include "encoding/transforms.h"
 
 #include <algorithm>
@@ -162,8 +163,8 @@ class Utf8Sink {
   Status status_ = ZVRT_RC_OK;
 };
 
-// Ordinary text goes through the sink's kernel; what that leaves is decoded one sequence at a time. A kernel looks at all
-// it is given, `readable` bytes at most; a sequence is looked at no further than it is well-formed.
+// Well-formed text goes through the sink's kernel; what that leaves is decoded one sequence at a time. A kernel looks at
+// all it is given, `readable` bytes at most; a sequence is looked at no further than it is well-formed.
 template <class Sink>
 TranscodeResult decode_text(const char* src, std::int64_t bytes, std::int64_t readable, Sink& sink) {
   for (std::int64_t used = 0; used < bytes;) {
@@ -201,66 +202,6 @@ std::size_t size(std::int32_t units) { return static_cast<std::size_t>(units); }
 template <class Unit>
 bool is_complete(const Progress& progress, const Unit* src, std::int32_t units) {
   return progress.read == size(units) || load<Unit>(src, progress.read) == 0;
-}
-
-// What the two transforms between UTF-16 and UTF-32 share: they stop where the destination is full, count what they
-// have written, and close the text where everything was converted and room is left.
-template <class Unit>
-struct StoppingSink {
-  void* dst;
-  std::int64_t capacity;
-  std::int64_t count = 0;
-
-  bool has_capacity(std::int32_t units) const { return dst == nullptr || capacity - count >= units; }
-  void* position() const { return static_cast<std::byte*>(dst) + static_cast<std::size_t>(count) * sizeof(Unit); }
-  // Takes the well-formed part of a text after `used` units at once, as far as there is room; returns the units taken.
-  template <class Kernel>
-  std::int64_t convert_prefix(Kernel kernel, const void* src, std::int64_t units, std::int64_t used) {
-    constexpr std::int64_t source_unit = 6 - std::int64_t{sizeof(Unit)};  // 2 bytes to 4, or 4 to 2
-    if (dst == nullptr || count >= capacity || used >= units) return 0;
-    const Progress progress =
-        kernel(static_cast<const std::byte*>(src) + used * source_unit, static_cast<std::size_t>(units - used),
-               position(), static_cast<std::size_t>(capacity - count));
-    count += static_cast<std::int64_t>(progress.written);
-    return static_cast<std::int64_t>(progress.read);
-  }
-  Status terminate() const {
-    if (dst != nullptr && count < capacity) store<Unit>(dst, static_cast<std::size_t>(count), Unit{0});
-    return ZVRT_RC_OK;
-  }
-};
-
-[[gnu::noinline]] Status convert_utf16(const void* src, std::int64_t used, std::int64_t units,
-                                       StoppingSink<Wide>& sink) {
-  while (used < units) {
-    used += sink.convert_prefix(text_kernels.utf16_to_utf32, src, units, used);
-    if (used == units) break;
-    const void* at = static_cast<const std::byte*>(src) + used * 2;
-    const Utf16Sequence sequence = decode_utf16(at, units - used);
-    if (!sequence.valid) return ZVRT_RC_INVALID_CHAR;
-    if (sequence.code_point == 0) break;
-    if (!sink.has_capacity(1)) return ZVRT_RC_TRUNCATED;
-    if (sink.dst != nullptr) store<Wide>(sink.position(), 0, sequence.code_point);
-    ++sink.count;
-    used += sequence.length;
-  }
-  return sink.terminate();
-}
-
-[[gnu::noinline]] Status convert_utf32(const void* src, std::int64_t used, std::int64_t units,
-                                       StoppingSink<std::uint16_t>& sink) {
-  for (; used < units; ++used) {
-    used += sink.convert_prefix(text_kernels.utf32_to_utf16, src, units, used);
-    if (used == units) break;
-    const auto code_point = load<Wide>(src, static_cast<std::size_t>(used));
-    if (code_point == 0) break;
-    if (is_surrogate(code_point) || code_point > last_code_point) return ZVRT_RC_INVALID_CHAR;
-    const std::int32_t length = utf16_length(code_point);
-    if (!sink.has_capacity(length)) return ZVRT_RC_TRUNCATED;
-    if (sink.dst != nullptr) encode_utf16(code_point, sink.position());
-    sink.count += length;
-  }
-  return sink.terminate();
 }
 
 }  // namespace
@@ -373,22 +314,6 @@ uint32_t Convert16To8(char* dst, int32_t dstBytes, const uint16_t* src, int32_t 
     used += sequence.length;
   }
   return zvrt::report(sink.result(), count);
-}
-
-uint32_t Convert16To32(const uint16_t* src, int32_t srcUnits, wchar_t* dst, int32_t dstUnits, uint32_t* count) {
-  zvrt::StoppingSink<zvrt::Wide> sink{dst, dstUnits};
-  const std::int64_t read = sink.convert_prefix(zvrt::text_kernels.utf16_to_utf32, src, srcUnits, 0);
-  const zvrt::Status status = read == srcUnits ? sink.terminate() : zvrt::convert_utf16(src, read, srcUnits, sink);
-  if (count != nullptr) *count = static_cast<uint32_t>(sink.count);
-  return status;
-}
-
-uint32_t Convert32To16(const wchar_t* src, int32_t srcUnits, uint16_t* dst, int32_t dstUnits, uint32_t* count) {
-  zvrt::StoppingSink<uint16_t> sink{dst, dstUnits};
-  const std::int64_t read = sink.convert_prefix(zvrt::text_kernels.utf32_to_utf16, src, srcUnits, 0);
-  const zvrt::Status status = read == srcUnits ? sink.terminate() : zvrt::convert_utf32(src, read, srcUnits, sink);
-  if (count != nullptr) *count = static_cast<uint32_t>(sink.count);
-  return status;
 }
 
 int32_t ConvertFrom8(uint32_t* codePoint, const char** position, int32_t remaining, uint32_t* status,
