@@ -47,6 +47,7 @@ Status write_through_wide(const Call& call) {
   std::uint32_t length = 0;
   const Status status = format(destination, format_of_field.model, ts, ZVRT_DT_TIMESTAMP, length);
   if (status != ZVRT_RC_OK) return status;
+  // Not by its length: the text ends at its first zero, which may be a literal of the model.
   return wide_to_destination<Into, options>(call, wide.get(), call.outLen);
 }
 

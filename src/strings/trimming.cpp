@@ -5,6 +5,7 @@
 #include "ZVRTDataCnvLib.h"
 #include "core/call.h"
 #include "encoding/text_kernels.h"
+#include "strings/through_wide.h"
 #include "support/scratch.h"
 #include "support/units.h"
 
@@ -64,7 +65,9 @@ Status trim_transcoded(char* text, std::int32_t* len, std::uint8_t leading, std:
   if (wide.get() == nullptr) return ZVRT_RC_NO_MEMORY;
   const auto wide_bytes = static_cast<std::int32_t>(std::min<std::int64_t>(capacity * 4, INT32_MAX));
   std::uint32_t length = 0;
-  if (const Status status = ZVRTCnvVarcharSzToWVarcharSz(text, len, wide.get(), wide_bytes, &length, &field);
+  const auto narrow_capacity = static_cast<std::int32_t>(std::min<std::int64_t>(capacity, INT32_MAX));
+  const Call in_place{text, len, text, narrow_capacity, nullptr, &field};
+  if (const Status status = source_to_wide<VarcharSz>(in_place, len, wide.get(), wide_bytes, &length);
       status != ZVRT_RC_OK) {
     return status;
   }
@@ -74,8 +77,7 @@ Status trim_transcoded(char* text, std::int32_t* len, std::uint8_t leading, std:
     return ZVRT_RC_OK;
   }
   std::uint32_t bytes = 0;
-  const auto narrow_capacity = static_cast<std::int32_t>(std::min<std::int64_t>(capacity, INT32_MAX));
-  const Status status = ZVRTCnvWVarcharSzToVarcharSz(wide.get(), nullptr, text, narrow_capacity, &bytes, &field);
+  const Status status = wide_to_destination<VarcharSz>(in_place, wide.get(), &bytes);
   if (status == ZVRT_RC_OK) *len = static_cast<std::int32_t>(bytes);
   return status;
 }
@@ -111,7 +113,8 @@ uint32_t InitializeCharBufferWithSpaces(void* buf, int32_t size, const FldDef* f
   constexpr zvrt::Wide text[] = {zvrt::blank, 0};
   char encoded = 0;
   uint32_t bytes = 0;
-  const zvrt::Status status = ZVRTCnvWVarcharSzToChar(text, nullptr, &encoded, 1, &bytes, fldDef);
+  const zvrt::Status status =
+      zvrt::wide_to_destination<zvrt::Char>({text, nullptr, &encoded, 1, nullptr, fldDef}, text, &bytes);
   if (status == ZVRT_RC_OK && size > 0) std::memset(buf, encoded, static_cast<std::size_t>(size));
   return status;
 }

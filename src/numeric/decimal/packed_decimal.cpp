@@ -55,9 +55,10 @@ unsigned half_byte(const std::uint8_t* field, std::int64_t index) {
 
 bool has_length(const Call& call) { return call.srcLen != nullptr && *call.srcLen != 0; }
 
+Field given_field(const Call& call) { return {static_cast<const std::uint8_t*>(call.src), std::max(*call.srcLen, 0)}; }
+
 Field field_of(const Call& call) {
-  const auto* src = static_cast<const std::uint8_t*>(call.src);
-  return has_length(call) ? Field{src, std::max(*call.srcLen, 0)} : find_field(src);
+  return has_length(call) ? given_field(call) : find_field(static_cast<const std::uint8_t*>(call.src));
 }
 
 Rendered render(const Field& field, void* dst, std::int32_t capacity) {
@@ -81,7 +82,7 @@ void report_length(std::int32_t* srcLen, const Field& field, Status status) {
 Status unpack(const Call& call) {
   const std::int32_t capacity = units_in<Wide>(call.dstSize);
   if (!has_length(call)) return unpack_found(call.src, call.srcLen, call.dst, capacity, call.outLen);
-  const Rendered text = render(field_of(call), call.dst, capacity);
+  const Rendered text = render(given_field(call), call.dst, capacity);
   *call.outLen = static_cast<std::uint32_t>(text.length);
   return text.status;
 }
