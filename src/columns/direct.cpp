@@ -51,7 +51,7 @@ bool is_plain_text(const Type& type, std::uint32_t flags) {
   return type.form == Form::text && type.model == nullptr && (type.flags & ~flags) == 0;
 }
 
-Direct* find_direct(const ZVRTPlan& plan) {
+Direct* find_direct(ZVRTPlan& plan) {
   const Type& from = plan.from.type;
   const Type& to = plan.to.type;
   Direct* found = find_direct_transcoding(plan);

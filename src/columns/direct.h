@@ -26,6 +26,10 @@ struct Rows {
   std::int64_t* lengths;  // receives the bytes of each text
 };
 
+// Readers and writers of short_numbers.h: of at most `short_rows` rows they convert leading ones and return how many.
+using ReadShort = std::int32_t(const ZVRTPlan& plan, const Rows& rows, ShortNumbers& numbers);
+using WriteShort = std::int32_t(const ZVRTPlan& plan, const Rows& rows, const ShortNumbers& numbers);
+
 constexpr std::int32_t direct_rows = 256;  // at most, a call
 
 // Texts of more bytes are left to blocks.
@@ -49,7 +53,7 @@ const DirectKernels& direct_kernels();
 
 // Kernels in plain code over the shared transcoding kernels; null where the pair has none.
 Direct* find_direct_transcoding(const ZVRTPlan& plan);
-Direct* find_direct_number(const ZVRTPlan& plan);
+Direct* find_direct_number(ZVRTPlan& plan);
 Direct* find_direct_date(const ZVRTPlan& plan);
 
 // Text that has a kernel's form: of these flags at most, its values' lengths given, ended by zeros or the slot's.
@@ -72,7 +76,7 @@ inline Rows rows_after(const Rows& rows, std::int32_t done, Entries& lengths) {
 }
 
 // The kernel of a pair, or null.
-Direct* find_direct(const ZVRTPlan& plan);
+Direct* find_direct(ZVRTPlan& plan);
 
 // Whether a run's places are such that its plan's kernel may take them.
 bool suits_direct(const ZVRTPlan& plan, const Places& from, const Places& to);

@@ -17,6 +17,7 @@ using Step = void(const Type& from, const Type& to, Block& block);
 // A direct kernel (direct.h): converts leading rows and returns how many.
 struct Rows;
 using Direct = std::int32_t(const ZVRTPlan& plan, const Rows& rows);
+struct ShortNumbers;
 
 // What a value, or a run of values, passes through. A null step passes the canonical form on as it is.
 struct Path {
@@ -41,6 +42,10 @@ struct ZVRTPlan {
   std::uint32_t options = 0;
   zvrt::columns::Path path;
   zvrt::columns::Direct* direct = nullptr;  // null: the pair has none
+  // Of the kernel that goes by short numbers (short_numbers.h).
+  std::int32_t (*read_short)(const ZVRTPlan&, const zvrt::columns::Rows&, zvrt::columns::ShortNumbers&) = nullptr;
+  std::int32_t (*write_short)(const ZVRTPlan&, const zvrt::columns::Rows&,
+                              const zvrt::columns::ShortNumbers&) = nullptr;
   std::unique_ptr<zvrt::columns::SingleCall> single_call;
   bool is_check = false;  // reads only
 };

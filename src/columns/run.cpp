@@ -49,7 +49,7 @@ class Run {
                     to_.stride,      static_cast<std::int32_t>(std::min<std::int64_t>(count - row, direct_rows)),
                     lengths};
     const std::int32_t done = plan_.direct(plan_, rows);
-    const bool varies = plan_.to.type.form == Form::text;
+    const bool varies = plan_.to.type.form == Form::text || plan_.to.type.extent == Extent::varnum;
     report_good(row, done, [&](std::int32_t i) { return varies ? lengths[i] : plan_.to.type.length; });
     outcome_.done += done;
     return done > 0;
@@ -62,6 +62,12 @@ class Run {
     const auto store_all = [&](auto zero) {
       using Entry = decltype(zero);
       std::byte* at = entries.at + row * entries.stride;
+      if (entries.stride == sizeof(Entry)) {
+        for (std::int32_t i = 0; i < count; ++i) {
+          store(at, static_cast<std::size_t>(i), static_cast<Entry>(value_of(i)));
+        }
+        return;
+      }
       for (std::int32_t i = 0; i < count; ++i, at += entries.stride) store(at, 0, static_cast<Entry>(value_of(i)));
     };
     switch (entries.bytes) {
@@ -75,7 +81,9 @@ class Run {
   template <class LengthOf>
   void report_good(std::int64_t row, std::int32_t count, LengthOf length_of) {
     const bool may_be_empty = plan_.to.type.form == Form::text || plan_.to.type.form == Form::bytes;
-    for (std::int32_t i = 0; may_be_empty && i < count; ++i) outcome_.empty += length_of(i) == 0 ? 1 : 0;
+    std::int64_t empty = 0;
+    for (std::int32_t i = 0; may_be_empty && i < count; ++i) empty += static_cast<std::int64_t>(length_of(i) == 0);
+    outcome_.empty += empty;
     store_entries(to_.lengths, row, count, length_of);
     if (!to_.is_one_array) store_entries(to_.indicators, row, count, [](std::int32_t) -> std::int64_t { return 0; });
     store_entries(to_.status, row, count, [](std::int32_t) -> std::int64_t { return ZVRT_RC_OK; });
