@@ -1,6 +1,10 @@
 // Initialisation, termination and the two bridges over a platform that fails where told.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <string>
+#include <vector>
+
 #include "ZVRTDataCnvLib.h"
 #include "fakes/failing_platform.h"
 
@@ -17,72 +21,12 @@ const Calls teardown = {"ZVRTGetAncBlk", "ZVRTGetThreadBlock", "ZVRT_ICU_Term", 
 struct Bridge {
   const char* name;
   decltype(&ZVRT_MultiByteToWideChar) convert;
-  std::uint32_t given;  // what the fake converter tells of 10 source bytes and a destination of 22
+  std::uint32_t given;  // what the fake converter reports of 10 source bytes and a destination of 22
 };
 
 const Bridge bridges[] = {{"ZVRT_IcuMultibyteToWide", ZVRT_MultiByteToWideChar, 10 * 1000 + 5},
                           {"ZVRT_IcuWideToMultibyte", ZVRT_WideCharToMultiByte, 2 * 1000 + 22}};
-constexpr std::uint32_t not_reported = 77;
-
-// What the platform is to be asked in turn, given what it answers, and what comes of it.
-class Model {
- public:
-  explicit Model(std::map<std::size_t, std::uint32_t> failures) : failures_(std::move(failures)) {}
-
-  std::uint32_t initialise() {
-    Calls to_end;
-    for (const std::string& operation : users > 0 ? Calls{"LockedIncrement"} : first_initialisation) {
-      // A service whose start failed may have got half way: it is ended as well.
-      if (operation == "ZVRT_ICU_Init") to_end.push_back("ZVRT_ICU_Term");
-      if (const std::uint32_t status = ask(operation); status != 0) {
-        // What fails while unwinding changes nothing.
-        for (; !to_end.empty(); to_end.pop_back()) ask(to_end.back());
-        return status;
-      }
-      if (operation == "MutexCreate") to_end.push_back("MutexDestroy");
-      if (operation == "ZVRTCreateEnvAncBlk") to_end.push_back("ZVRTTermEnvAncBlk");
-    }
-    ++users;
-    return 0;
-  }
-
-  std::uint32_t terminate() {
-    if (const std::uint32_t status = ask("MutexLock"); status != 0) return status;
-    --users;
-    const std::uint32_t unlocked = ask("MutexUnLock");
-    if (users != 0) return 0;
-    if (unlocked != 0) {
-      ask("MutexUnLock");
-      return unlocked;
-    }
-    for (const std::string& operation : teardown) {
-      const std::uint32_t status = ask(operation);
-      if (status != 0 && operation != "ZVRTTermEnvAncBlk") return status;
-    }
-    return 0;
-  }
-
-  std::uint32_t convert(const Bridge& bridge, std::uint32_t& reported) {
-    for (const char* operation : {"ZVRTGetAncBlk", "ZVRTGetThreadBlock"}) {
-      if (const std::uint32_t status = ask(operation); status != 0) return status;
-    }
-    if (ask("ZVRT_GetICUConverterInfo") != 0) return ZVRT_RC_NO_CONVERTER;
-    reported = bridge.given;
-    return ask(bridge.name);
-  }
-
-  Calls calls;
-  std::int32_t users = 0;
-
- private:
-  std::uint32_t ask(const std::string& operation) {
-    const auto failure = failures_.find(calls.size());
-    calls.push_back(operation);
-    return failure == failures_.end() ? 0 : failure->second;
-  }
-
-  std::map<std::size_t, std::uint32_t> failures_;
-};
+constexpr std::uint32_t not_reported = 77, failure = 4711;
 
 class Lifecycle : public testing::Test {
  protected:
@@ -125,38 +69,97 @@ TEST_F(Lifecycle, OnlyTheFirstAndTheLastUserDoTheWork) {
   EXPECT_EQ(*count, 0);
 }
 
-// A process with two users, both bridges, and a third user once they are gone; any two calls of the platform fail.
-TEST_F(Lifecycle, EveryPairOfCallsFails) {
-  constexpr std::size_t longest = 50;
-  std::size_t last = 0;
-  for (std::size_t first = 0; first < longest; ++first) {
-    for (std::size_t second = first; second < longest; ++second) {
-      SCOPED_TRACE(::testing::Message() << "calls " << first << " and " << second);
+// What a failing call of the platform leads to: the calls that still follow it, the status, and the change of the count.
+// clang-format off
+struct Failure {
+  const char* call;
+  Calls after;
+  std::uint32_t status = failure;
+  std::int32_t users = 0;
+};
+const Failure first_initialisations[] = {
+    {"MutexCreate",         {}},
+    {"ZVRTCreateEnvAncBlk", {"MutexDestroy"}},
+    {"ZVRTGetAncBlk",       {"ZVRTTermEnvAncBlk", "MutexDestroy"}},
+    {"ZVRTGetThreadBlock",  {"ZVRTTermEnvAncBlk", "MutexDestroy"}},
+    // A service whose start failed may be partly started: it is ended as well
+    {"ZVRT_ICU_Init",       {"ZVRT_ICU_Term", "ZVRTTermEnvAncBlk", "MutexDestroy"}},
+    {"LockedIncrement",     {"ZVRT_ICU_Term", "ZVRTTermEnvAncBlk", "MutexDestroy"}},
+};
+const Failure last_terminations[] = {
+    {"MutexLock",           {}},
+    // The mutex may still be held: nothing is torn down, but unlocking is tried again
+    {"MutexUnLock",         {"MutexUnLock"}, failure, -1},
+    {"ZVRTGetAncBlk",       {}, failure, -1},
+    {"ZVRTGetThreadBlock",  {}, failure, -1},
+    {"ZVRT_ICU_Term",       {}, failure, -1},
+    {"ZVRTTermEnvAncBlk",   {"MutexDestroy"}, ZVRT_RC_OK, -1},
+    {"MutexDestroy",        {}, failure, -1},
+};
+const Failure bridge_calls[] = {
+    {"ZVRTGetAncBlk",            {}},
+    {"ZVRTGetThreadBlock",       {}},
+    {"ZVRT_GetICUConverterInfo", {}, ZVRT_RC_NO_CONVERTER},
+};
+// clang-format on
+
+TEST_F(Lifecycle, AFailureLeadsToItsCalls) {
+  const auto expect = [this](const Failure& row, auto call) {
+    SCOPED_TRACE(row.call);
+    const std::int32_t users = *count;
+    platform.calls.clear();
+    platform.failing = {{row.call, failure}};
+    EXPECT_EQ(call(), row.status);
+    const Calls calls = taken();
+    const auto failed = std::find(calls.begin(), calls.end(), row.call);
+    ASSERT_NE(failed, calls.end());
+    EXPECT_EQ(Calls(failed + 1, calls.end()), row.after);
+    EXPECT_EQ(*count, users + row.users);
+    // What fails after it changes nothing.
+    if (row.status == failure && !row.after.empty()) {
       SetUp();
-      platform.failures = {{first, 4711}, {second, 4712}};
-      Model model(platform.failures);
-      const auto initialise = [&] { EXPECT_EQ(ZVRTInitDataConversion(), model.initialise()); };
-      const auto terminate = [&] { EXPECT_EQ(ZVRTTermDataConversion(), model.terminate()); };
-      initialise();
-      initialise();
-      for (const Bridge& bridge : bridges) {
-        std::uint32_t reported = not_reported, expected = not_reported;
-        EXPECT_EQ(bridge.convert(&field, "0123456789", 10, nullptr, 22, &reported), model.convert(bridge, expected));
-        EXPECT_EQ(reported, expected);
-      }
-      terminate();
-      terminate();
-      initialise();
-      terminate();
-      ASSERT_EQ(platform.calls, model.calls);
-      ASSERT_EQ(*count, model.users);
-      last = std::max(last, platform.calls.size());
+      while (*count < users) ASSERT_EQ(ZVRTInitDataConversion(), 0U);
+      platform.calls.clear();
+      platform.failing = {{row.call, failure}};
+      for (const std::string& later : row.after) platform.failing.try_emplace(later, 4712);
+      EXPECT_EQ(call(), failure);
+      EXPECT_EQ(taken(), calls);
     }
+    platform.failing.clear();
+    SetUp();
+  };
+  for (const Failure& row : first_initialisations) expect(row, ZVRTInitDataConversion);
+  for (const Failure& row : last_terminations) {
+    ASSERT_EQ(ZVRTInitDataConversion(), 0U);
+    expect(row, ZVRTTermDataConversion);
   }
-  EXPECT_LT(last, longest) << "calls that never failed";
+  for (const Bridge& bridge : bridges) {
+    std::uint32_t reported = not_reported;
+    const auto convert = [&] { return bridge.convert(&field, "0123456789", 10, nullptr, 22, &reported); };
+    for (const Failure& row : bridge_calls) expect(row, convert);
+    EXPECT_EQ(reported, not_reported);
+    expect({bridge.name, {}}, convert);
+    EXPECT_EQ(reported, bridge.given);
+  }
 }
 
-TEST_F(Lifecycle, ATerminationTooManyLeavesTheCountLow) {
+// Only the counted parts of the others are left to fail.
+TEST_F(Lifecycle, FailuresOfFurtherUsers) {
+  ASSERT_EQ(ZVRTInitDataConversion(), 0U);
+  platform.failing = {{"LockedIncrement", failure}};
+  EXPECT_EQ(ZVRTInitDataConversion(), failure);
+  EXPECT_EQ(*count, 1);
+  platform.failing.clear();
+  ASSERT_EQ(ZVRTInitDataConversion(), 0U);
+  platform.failing = {{"MutexUnLock", failure}};
+  EXPECT_EQ(ZVRTTermDataConversion(), 0U) << "not the last one";
+  EXPECT_EQ(*count, 1);
+  platform.failing = {{"MutexLock", failure}};
+  EXPECT_EQ(ZVRTTermDataConversion(), failure);
+  EXPECT_EQ(*count, 1);
+}
+
+TEST_F(Lifecycle, AnUnmatchedTerminationLeavesTheCountLow) {
   EXPECT_EQ(ZVRTTermDataConversion(), 0U);
   EXPECT_EQ(taken(), counted_termination);
   EXPECT_EQ(*count, -1);
