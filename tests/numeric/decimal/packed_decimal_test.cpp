@@ -1,3 +1,5 @@
+// Packed decimal, a line per rule. Then every field of one and two bytes, and random ones of every length, against their
+// hexadecimal digits.
 #include <gtest/gtest.h>
 
 #include <random>
@@ -8,6 +10,99 @@
 namespace {
 
 using namespace zvrt_test;
+
+std::string bytes_of(const std::string& hex) {
+  std::string bytes;
+  for (std::size_t i = 0; i < hex.size(); i += 3) bytes += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
+  return bytes;
+}
+
+// clang-format off
+const struct {
+  const char* field;
+  std::string text;
+  std::uint32_t status = ZVRT_RC_OK;
+} unpackings[] = {
+    // Two digits a byte, the last half-byte is the sign: D is negative, anything else positive
+    {"12 3C",          "123"},
+    {"12 3D",          "-123"},
+    {"12 3F",          "123"},
+    {"12 30",          "123"},
+    {"12 3A",          "123"},
+    {"9C",             "9"},
+    // Leading zeros are left out, all of them: zero has no text, a negative zero is a sign alone
+    {"00 12 3C",       "123"},
+    {"00 02 3D",       "-23"},
+    {"00 0C",          "",     ZVRT_RC_EMPTY_RESULT},
+    {"0C",             "",     ZVRT_RC_EMPTY_RESULT},
+    {"00 0D",          "-"},
+    // A half-byte above 9 among the digits ends the text
+    {"12 A4 5C",       "12",   ZVRT_RC_ERROR},
+    {"01 B3 4D",       "-1",   ZVRT_RC_ERROR},
+    {"A1 2C",          "",     ZVRT_RC_EMPTY_RESULT},
+    // The longest that other systems have: 31 digits
+    {"12 34 56 78 90 12 34 56 78 90 12 34 56 78 90 1C", "1234567890123456789012345678901"},
+};
+
+// A source without a length: leading zero bytes are skipped, and the value ends with the first sign C, D or F.
+const struct {
+  const char* source;
+  std::string text;
+  std::int32_t bytes;
+} searches[] = {
+    {"12 3C 45 6C",    "123",   2},
+    {"12 3F 45 6C",    "123",   2},
+    {"12 3A 45 6D",    "-123",  4},  // A is no sign: the value goes on, but its text ends
+    {"00 00 12 3D 4C", "-123",  2},
+    {"9C 12",          "9",     1},
+};
+
+const struct {
+  std::u32string text;
+  std::int32_t size;
+  const char* field;      // "" where it is too small
+  std::uint32_t needed = 0;
+} packings[] = {
+    // Right-aligned, with C or D
+    {U"123",    2, "12 3C"},
+    {U"-123",   2, "12 3D"},
+    {U"123",    4, "00 00 12 3C"},
+    {U"12",     2, "01 2C"},
+    {U"",       1, "0C"},
+    {U"-",      1, "0D"},
+    // Leading zeros need no place
+    {U"0007",   1, "7C"},
+    {U"1234",   2, "",     3},
+    {U"12345",  2, "",     3},
+    // The low four bits of any character are its digit
+    {U"1A3",    2, "11 3C"},
+    {U"1-2",    2, "1D 2C"},
+    {U"\u0669", 1, "9C"},
+};
+// clang-format on
+
+TEST(PackedDecimal, FollowsItsRules) {
+  for (const auto& row : unpackings) {
+    const std::string field = bytes_of(row.field);
+    const auto bytes = static_cast<std::int32_t>(field.size());
+    const Outcome outcome{row.status, static_cast<std::uint32_t>(row.text.size()), bytes,
+                          row.text.empty() ? "" : wide_bounded(row.text, 40)};
+    EXPECT_EQ(run(ZVRTCnvDecPackedToWVarcharSz, field.data(), bytes, 160), outcome) << row.field;
+  }
+  for (const auto& row : searches) {
+    const std::string source = bytes_of(row.source) + std::string(44, '\x1C');
+    const Outcome outcome = run(ZVRTCnvDecPackedToWVarcharSz, source.data(), 0, 160);
+    EXPECT_EQ(outcome.srcLen, row.bytes) << row.source;
+    EXPECT_EQ(outcome.written, wide_bounded(row.text, 40)) << row.source;
+  }
+  for (const auto& row : packings) {
+    const bool fits = row.needed == 0;
+    const Outcome outcome = run(ZVRTCnvWVarcharSzToDecPacked, row.text.c_str(), 0, row.size);
+    EXPECT_EQ(outcome.status, fits ? ZVRT_RC_OK : ZVRT_RC_TRUNCATED);
+    EXPECT_EQ(outcome.outLen, fits ? static_cast<std::uint32_t>(row.size) : row.needed);
+    EXPECT_EQ(outcome.written, bytes_of(row.field)) << testing::PrintToString(row.text);
+  }
+}
 
 // Fields of mostly digits, as random as that leaves room for.
 std::string random_field(std::mt19937& random, std::size_t bytes) {
@@ -35,36 +130,6 @@ TEST(PackedToWide, EveryFieldOfOneAndTwoBytes) {
       const std::string byte = field.substr(1);
       ASSERT_EQ(run(ZVRTCnvDecPackedToWVarcharSz, byte.data(), 1, 16), expected(byte, 1, 16)) << hex(byte);
     }
-  }
-}
-
-// The same for so many fields that the reference has to be quicker: it peels the digits off a number.
-TEST(PackedToWide, EveryFieldOfThreeBytes) {
-  for (std::uint32_t value = 0; value < 1U << 24; ++value) {
-    const unsigned char field[] = {static_cast<unsigned char>(value >> 16), static_cast<unsigned char>(value >> 8),
-                                   static_cast<unsigned char>(value)};
-    wchar_t text[8] = {};
-    std::uint32_t length = (value & 0xF) == 0xD ? 1 : 0;
-    if (length == 1) text[0] = L'-';
-    std::uint32_t status = ZVRT_RC_OK;
-    bool leading = true;
-    for (std::uint32_t shift = 24; shift > 4;) {
-      shift -= 4;
-      const std::uint32_t digit = value >> shift & 0xF;
-      if (digit > 9) {
-        status = ZVRT_RC_ERROR;
-        break;
-      }
-      leading = leading && digit == 0;
-      if (!leading) text[length++] = static_cast<wchar_t>(L'0' + digit);
-    }
-    if (length == 0) status = ZVRT_RC_EMPTY_RESULT;
-    wchar_t rendered[8] = {};
-    std::int32_t bytes = 3;
-    std::uint32_t given = not_reported;
-    ASSERT_EQ(ZVRTCnvDecPackedToWVarcharSz(field, &bytes, rendered, 32, &given, nullptr), status) << value;
-    ASSERT_EQ(given, length) << value;
-    ASSERT_EQ(std::wstring_view(rendered, 8), std::wstring_view(text, 8)) << value;
   }
 }
 
