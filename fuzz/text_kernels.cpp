@@ -14,7 +14,7 @@ void zvrt_fuzz::check(Input input) {
   const KernelText prepared(decodes ? decoding : encoding, text, where, spare);
   for (const Version& version : versions()) {
     prepared.check_count(version, false);
-    prepared.check_room(version, capacity, spare, false);
+    prepared.check_capacity(version, capacity, spare, false);
     check_copy(version, decodes ? 1 : 4, text, where, capacity, spare);
   }
 }

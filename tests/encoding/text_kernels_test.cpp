@@ -24,7 +24,7 @@ std::string character(std::int32_t length) {
   return form_of(1 + below(ends[length - 1] - 1), length);
 }
 
-// What leaves the kernels: zeros in every length, long forms, stray, missing and cut continuation bytes; and what only
+// What leaves the kernels: zeros in every length, long forms, invalid, missing and cut continuation bytes; and what only
 // looks as if it did.
 const std::vector<std::string>& oddities() {
   static const std::vector<std::string> all{std::string(1, '\0'),
@@ -110,48 +110,30 @@ std::string utf16_text(std::size_t units, unsigned script, std::uint32_t rarity)
 
 constexpr unsigned scripts = 5;
 constexpr std::size_t longest = 200;
-constexpr std::size_t ample = 300;  // so that no step of a kernel has to look after its room
+constexpr std::size_t ample = 300;  // so that no step of a kernel has to look at the capacity
 
-void check(const Direction& direction, const std::string& text, bool all_ordinary) {
+void check(const Direction& direction, const std::string& text, bool all_well_formed) {
   const std::size_t where = below(60);
   SCOPED_TRACE(::testing::Message() << "text of " << text.size() << " bytes at " << where << ": "
                                     << ::testing::PrintToString(text));
   const KernelText prepared(direction, text, where, below(5));
   for (const Version& version : versions()) {
-    ASSERT_NO_FATAL_FAILURE(prepared.check_count(version, all_ordinary));
+    ASSERT_NO_FATAL_FAILURE(prepared.check_count(version, all_well_formed));
     const std::size_t skip = prepared.needed() > 20 ? 1 + below(prepared.needed() / 4) : 1;
     for (std::size_t capacity = below(skip); capacity <= prepared.needed() + 1; capacity += skip) {
-      ASSERT_NO_FATAL_FAILURE(prepared.check_room(version, capacity, below(4), all_ordinary));
+      ASSERT_NO_FATAL_FAILURE(prepared.check_capacity(version, capacity, below(4), all_well_formed));
     }
-    ASSERT_NO_FATAL_FAILURE(prepared.check_room(version, prepared.needed() + ample, below(4), all_ordinary));
+    ASSERT_NO_FATAL_FAILURE(prepared.check_capacity(version, prepared.needed() + ample, below(4), all_well_formed));
   }
 }
 
-TEST(TextRuns, DecodingEqualsTheDefinition) {
-  for (std::size_t bytes = 0; bytes <= longest; ++bytes) {
-    for (unsigned script = 0; script < scripts; ++script) {
-      for (const std::uint32_t rarity : {0U, 4U, 60U}) {
-        ASSERT_NO_FATAL_FAILURE(check(decoding, narrow_text(bytes, script, rarity), false));
-      }
-    }
-  }
-}
-
-TEST(TextRuns, EncodingEqualsTheDefinition) {
+TEST(TextKernels, EqualTheDefinition) {
   for (std::size_t units = 0; units <= longest; ++units) {
     for (unsigned script = 0; script < scripts; ++script) {
       for (const std::uint32_t rarity : {0U, 4U, 60U}) {
-        ASSERT_NO_FATAL_FAILURE(check(encoding, wide_text(units, script, rarity), rarity == 0));
-      }
-    }
-  }
-}
-
-TEST(TextRuns, Utf16EqualsTheDefinition) {
-  for (std::size_t units = 0; units <= longest; ++units) {
-    for (unsigned script = 0; script < scripts; ++script) {
-      for (const std::uint32_t rarity : {0U, 4U, 60U}) {
+        ASSERT_NO_FATAL_FAILURE(check(decoding, narrow_text(units, script, rarity), false));
         ASSERT_NO_FATAL_FAILURE(check(utf8_to_utf16, narrow_text(units, script, rarity), false));
+        ASSERT_NO_FATAL_FAILURE(check(encoding, wide_text(units, script, rarity), rarity == 0));
         ASSERT_NO_FATAL_FAILURE(check(utf32_to_utf16, wide_text(units, script, rarity), false));
         const std::string text = utf16_text(units, script, rarity);
         ASSERT_NO_FATAL_FAILURE(check(utf16_to_utf8, text, false));
@@ -162,7 +144,7 @@ TEST(TextRuns, Utf16EqualsTheDefinition) {
 }
 
 // Every oddity at every place between two characters.
-TEST(TextRuns, EveryStoppingPlace) {
+TEST(TextKernels, EveryStoppingPlace) {
   for (unsigned script = 0; script < scripts; ++script) {
     std::string before;
     while (before.size() < longest) {
@@ -174,8 +156,8 @@ TEST(TextRuns, EveryStoppingPlace) {
   }
 }
 
-// Ordinary text without overlong forms is not left to the scalar loop.
-TEST(TextRuns, OrdinaryTextIsTakenWhole) {
+// Nothing of a well-formed text without overlong forms is left to the scalar loop.
+TEST(TextKernels, TakeWellFormedTextCompletely) {
   static constexpr std::uint32_t first[] = {1, 0x80, 0x1000, 0x10000};
   static constexpr std::uint32_t end[] = {0x80, 0x800, 0xD800, 0x110000};
   for (unsigned script = 0; script < scripts; ++script) {
@@ -183,17 +165,17 @@ TEST(TextRuns, OrdinaryTextIsTakenWhole) {
     for (std::size_t characters = 0; characters <= longest; ++characters) {
       ASSERT_NO_FATAL_FAILURE(check(decoding, text, true));
       ASSERT_NO_FATAL_FAILURE(check(utf8_to_utf16, text, true));
-      const std::string utf16 = utf8_as_utf16(text).written;
+      const std::string utf16 = utf8_to_utf16.definition(text).written;
       ASSERT_NO_FATAL_FAILURE(check(utf16_to_utf8, utf16, true));
       ASSERT_NO_FATAL_FAILURE(check(utf16_to_utf32, utf16, true));
-      ASSERT_NO_FATAL_FAILURE(check(utf32_to_utf16, decoded(text).written, true));
+      ASSERT_NO_FATAL_FAILURE(check(utf32_to_utf16, decoding.definition(text).written, true));
       const unsigned length = script < 4 ? script : below(4);
       text += form_of(first[length] + below(end[length] - first[length]), static_cast<std::int32_t>(length) + 1);
     }
   }
 }
 
-TEST(TextRuns, CopiesEndAtTheTerminatorOrTheRoom) {
+TEST(TextKernels, CopiesEndAtTheTerminatorOrTheCapacity) {
   for (std::size_t count = 0; count <= longest; ++count) {
     const std::string narrow = narrow_text(count, below(scripts), 20);
     const std::string wide = wide_text(count, below(scripts), 20);

@@ -63,7 +63,7 @@ class Arena {
     std::memset(at - margin, mark, bytes + margin);
     return at;
   }
-  // True when all that was marked still is, but for so many bytes at `dst`.
+  // True when all that was marked still is, but for `bytes` bytes at `dst`.
   bool untouched_around(const char* dst, std::size_t bytes) {
     const auto is_mark = [](char byte) { return byte == mark; };
     return std::all_of(dst - margin, dst, is_mark) &&
@@ -81,93 +81,60 @@ class Arena {
   char* begin_;
 };
 
-// What the scalar definition makes of the leading ordinary characters of a text: for each number of them, the source
-// units read and the destination bytes written.
-struct Ordinary {
+// What the scalar definition makes of a text's leading well-formed characters: for each number of them, the source units
+// read and the destination bytes written.
+struct Definition {
   std::vector<std::size_t> read{0};
   std::string written;
   std::vector<std::size_t> ends{0};
 };
 
-inline Ordinary decoded(const std::string& text) {
-  Ordinary result;
-  for (std::size_t used = 0; used < text.size();) {
-    const auto remaining = static_cast<std::int64_t>(text.size() - used);
-    const Utf8Sequence sequence = decode_utf8(text.data() + used, remaining);
-    if (sequence.kind != Utf8::character || sequence.code_point == 0) break;
-    used += static_cast<std::size_t>(sequence.length);
-    result.written.append(reinterpret_cast<const char*>(&sequence.code_point), 4);
+// A text's next character and its units; no units where a kernel is to stop.
+struct Next {
+  std::uint32_t code_point;
+  std::size_t units;
+};
+
+inline Next next_of_utf8(const std::string& text, std::size_t used) {
+  const Utf8Sequence sequence = decode_utf8(text.data() + used, static_cast<std::int64_t>(text.size() - used));
+  return {sequence.code_point, sequence.kind == Utf8::character ? static_cast<std::size_t>(sequence.length) : 0};
+}
+inline Next next_of_utf16(const std::string& text, std::size_t used) {
+  const Utf16Sequence sequence =
+      decode_utf16(text.data() + used * 2, static_cast<std::int64_t>(text.size() / 2 - used));
+  return {sequence.code_point, sequence.valid ? static_cast<std::size_t>(sequence.length) : 0};
+}
+inline Next next_of_utf32(const std::string& text, std::size_t used) { return {load<Wide>(text.data(), used), 1}; }
+inline Next next_scalar_value(const std::string& text, std::size_t used) {
+  const auto unit = load<Wide>(text.data(), used);
+  return {unit, is_surrogate(unit) ? std::size_t{0} : 1};
+}
+
+// A character's bytes; none where it has none.
+inline std::string as_utf8(std::uint32_t code_point) {
+  if (code_point >= utf8_limit) return "";
+  std::string form(static_cast<std::size_t>(utf8_length(code_point)), '\0');
+  encode_utf8(code_point, utf8_length(code_point), form.data());
+  return form;
+}
+inline std::string as_utf16(std::uint32_t code_point) {
+  if (code_point > last_code_point) return "";
+  std::string form(2 * static_cast<std::size_t>(utf16_length(code_point)), '\0');
+  encode_utf16(code_point, form.data());
+  return form;
+}
+inline std::string as_utf32(std::uint32_t code_point) { return {reinterpret_cast<const char*>(&code_point), 4}; }
+
+template <std::size_t unit, Next next(const std::string&, std::size_t), std::string form(std::uint32_t)>
+Definition converted(const std::string& text) {
+  Definition result;
+  for (std::size_t used = 0; (used + 1) * unit <= text.size();) {
+    const auto [code_point, units] = next(text, used);
+    if (units == 0 || code_point == 0 || form(code_point).empty()) break;
+    used += units;
+    result.written += form(code_point);
     result.read.push_back(used);
     result.ends.push_back(result.written.size());
-  }
-  return result;
-}
-
-inline Ordinary encoded(const std::string& text) {
-  Ordinary result;
-  for (std::size_t used = 0; used * 4 + 4 <= text.size(); ++used) {
-    const Wide unit = load<Wide>(text.data(), used);
-    if (unit == 0 || unit >= utf8_limit) break;
-    const std::int32_t length = utf8_length(unit);
-    char form[6];
-    encode_utf8(unit, length, form);
-    result.written.append(form, static_cast<std::size_t>(length));
-    result.read.push_back(used + 1);
-    result.ends.push_back(result.written.size());
-  }
-  return result;
-}
-
-// The same for the conversions that have UTF-16 on one side.
-inline void append(Ordinary& result, std::size_t used, std::uint32_t code_point, bool as_utf16) {
-  char form[6];
-  const std::int32_t length = as_utf16 ? 2 * utf16_length(code_point) : utf8_length(code_point);
-  if (as_utf16) {
-    encode_utf16(code_point, form);
-  } else {
-    encode_utf8(code_point, length, form);
-  }
-  result.written.append(form, static_cast<std::size_t>(length));
-  result.read.push_back(used);
-  result.ends.push_back(result.written.size());
-}
-
-inline Ordinary utf8_as_utf16(const std::string& text) {
-  Ordinary result;
-  for (std::size_t used = 0; used < text.size();) {
-    const Utf8Sequence sequence = decode_utf8(text.data() + used, static_cast<std::int64_t>(text.size() - used));
-    if (sequence.kind != Utf8::character || sequence.code_point == 0 || sequence.code_point > last_code_point) break;
-    used += static_cast<std::size_t>(sequence.length);
-    append(result, used, sequence.code_point, true);
-  }
-  return result;
-}
-
-inline Ordinary utf32_as_utf16(const std::string& text) {
-  Ordinary result;
-  for (std::size_t used = 0; used * 4 + 4 <= text.size(); ++used) {
-    const Wide unit = load<Wide>(text.data(), used);
-    if (unit == 0 || unit > last_code_point || is_surrogate(unit)) break;
-    append(result, used + 1, unit, true);
-  }
-  return result;
-}
-
-template <bool to_wide>
-Ordinary utf16_decoded(const std::string& text) {
-  Ordinary result;
-  for (std::size_t used = 0; used * 2 + 2 <= text.size();) {
-    const Utf16Sequence sequence =
-        decode_utf16(text.data() + used * 2, static_cast<std::int64_t>(text.size() / 2 - used));
-    if (!sequence.valid || sequence.code_point == 0) break;
-    used += static_cast<std::size_t>(sequence.length);
-    if constexpr (to_wide) {
-      result.written.append(reinterpret_cast<const char*>(&sequence.code_point), 4);
-      result.read.push_back(used);
-      result.ends.push_back(result.written.size());
-    } else {
-      append(result, used, sequence.code_point, false);
-    }
   }
   return result;
 }
@@ -187,7 +154,7 @@ struct Direction {
 
   std::size_t source_unit;
   std::size_t written_unit;
-  Ordinary (*definition)(const std::string&);
+  Definition (*definition)(const std::string&);
   Counted within;
   Counted counted = nullptr;
   Progress (*terminated)(const TextKernels&, const char*, char*, std::size_t) = nullptr;
@@ -208,70 +175,62 @@ Progress call_count(const TextKernels& kernels, const char* src, std::size_t cou
 }
 
 using K = TextKernels;
-inline constexpr Direction decoding{1,
-                                    4,
-                                    decoded,
-                                    call_counted<&K::decode_within>,
-                                    call_counted<&K::decode>,
-                                    call_terminated<&K::decode_terminated>,
-                                    call_count<&K::count_decoded>};
-inline constexpr Direction encoding{4,
-                                    1,
-                                    encoded,
-                                    call_counted<&K::encode_within>,
-                                    call_counted<&K::encode>,
-                                    call_terminated<&K::encode_terminated>,
-                                    call_count<&K::count_encoded>};
-inline constexpr Direction utf8_to_utf16{1, 2, utf8_as_utf16, call_counted<&K::utf8_to_utf16>};
-inline constexpr Direction utf16_to_utf8{2, 1, utf16_decoded<false>, call_counted<&K::utf16_to_utf8>};
-inline constexpr Direction utf16_to_utf32{2, 4, utf16_decoded<true>, call_counted<&K::utf16_to_utf32>};
-inline constexpr Direction utf32_to_utf16{4, 2, utf32_as_utf16, call_counted<&K::utf32_to_utf16>};
+// clang-format off
+inline constexpr Direction decoding{1, 4, converted<1, next_of_utf8, as_utf32>, call_counted<&K::decode_within>,
+    call_counted<&K::decode>, call_terminated<&K::decode_terminated>, call_count<&K::count_decoded>};
+inline constexpr Direction encoding{4, 1, converted<4, next_of_utf32, as_utf8>, call_counted<&K::encode_within>,
+    call_counted<&K::encode>, call_terminated<&K::encode_terminated>, call_count<&K::count_encoded>};
+inline constexpr Direction utf8_to_utf16{1, 2, converted<1, next_of_utf8, as_utf16>, call_counted<&K::utf8_to_utf16>};
+inline constexpr Direction utf16_to_utf8{2, 1, converted<2, next_of_utf16, as_utf8>, call_counted<&K::utf16_to_utf8>};
+inline constexpr Direction utf16_to_utf32{2, 4, converted<2, next_of_utf16, as_utf32>, call_counted<&K::utf16_to_utf32>};
+inline constexpr Direction utf32_to_utf16{4, 2, converted<4, next_scalar_value, as_utf16>, call_counted<&K::utf32_to_utf16>};
+// clang-format on
 
-// A text in memory, counted and, up to its first zero, terminated, with so many bytes behind the terminator; and what the
-// definition makes of both.
+// A text in memory, counted and, up to its first zero, terminated, with more bytes after the terminator; and what the definition
+// makes of both.
 class KernelText {
  public:
-  KernelText(const Direction& direction, const std::string& text, std::size_t where, std::size_t behind)
+  KernelText(const Direction& direction, const std::string& text, std::size_t where, std::size_t bytes_after)
       : direction_(direction), expected_(direction.definition(text)), count_(text.size() / direction.source_unit) {
     const std::string open = up_to_zero(text, direction.source_unit);
     open_ = direction.definition(open);
     counted_ = memory().counted.put(text, where);
     terminated_ =
-        memory().terminated.put(open + std::string(direction.source_unit, '\0') + std::string(behind, 'k'), where);
+        memory().terminated.put(open + std::string(direction.source_unit, '\0') + std::string(bytes_after, 'k'), where);
   }
 
   std::size_t needed() const { return expected_.written.size() / direction_.written_unit; }
 
-  // `whole` for a text of which a kernel is to leave nothing.
-  void check_count(const Version& version, bool whole) const {
+  // `complete` for a text of which a kernel is to leave nothing.
+  void check_count(const Version& version, bool complete) const {
     if (direction_.count == nullptr) return;
     const Progress progress = direction_.count(version.kernels, counted_, count_);
     ASSERT_TRUE(is_progress(expected_, progress, nullptr)) << version.name << ", count";
-    if (whole) {
+    if (complete) {
       ASSERT_EQ(progress.read, count_) << version.name << ", count";
     }
   }
 
-  // Into this room; `spare` bytes behind it let wide text stand at any alignment.
-  void check_room(const Version& version, std::size_t capacity, std::size_t spare, bool whole) const {
+  // Into this capacity; `spare` bytes after it let wide text stand at any alignment.
+  void check_capacity(const Version& version, std::size_t capacity, std::size_t spare, bool complete) const {
     const std::size_t bytes = capacity * direction_.written_unit + spare;
     char* dst = memory().target.marked(bytes);
-    const auto check = [&](const char* how, const Ordinary& text, Progress progress, bool takes_all) {
+    const auto check = [&](const char* how, const Definition& text, Progress progress, bool takes_all) {
       ASSERT_TRUE(progress.written <= capacity && is_progress(text, progress, dst))
-          << version.name << ", " << how << ", room " << capacity;
+          << version.name << ", " << how << ", capacity " << capacity;
       if (takes_all && capacity >= needed()) {
-        ASSERT_EQ(progress.read, count_) << version.name << ", " << how << ", room " << capacity;
+        ASSERT_EQ(progress.read, count_) << version.name << ", " << how << ", capacity " << capacity;
       }
       memory().target.marked(bytes);
     };
     ASSERT_NO_FATAL_FAILURE(
-        check("within", expected_, direction_.within(version.kernels, counted_, count_, dst, capacity), whole));
+        check("within", expected_, direction_.within(version.kernels, counted_, count_, dst, capacity), complete));
     // A count that reaches beyond the terminator, and beyond the memory.
     ASSERT_NO_FATAL_FAILURE(
         check("beyond", open_, direction_.within(version.kernels, terminated_, count_ + 1000, dst, capacity), false));
     if (direction_.counted == nullptr) return;
     ASSERT_NO_FATAL_FAILURE(
-        check("counted", expected_, direction_.counted(version.kernels, counted_, count_, dst, capacity), whole));
+        check("counted", expected_, direction_.counted(version.kernels, counted_, count_, dst, capacity), complete));
     ASSERT_NO_FATAL_FAILURE(
         check("terminated", open_, direction_.terminated(version.kernels, terminated_, dst, capacity), false));
   }
@@ -285,8 +244,8 @@ class KernelText {
     return all;
   }
 
-  // A run is right when it is some number of whole characters, and the bytes in the destination are theirs.
-  ::testing::AssertionResult is_progress(const Ordinary& text, const Progress& progress, const char* dst) const {
+  // Right is any number of complete characters, with their bytes in the destination.
+  ::testing::AssertionResult is_progress(const Definition& text, const Progress& progress, const char* dst) const {
     const auto read = std::find(text.read.begin(), text.read.end(), progress.read);
     if (read == text.read.end()) return ::testing::AssertionFailure() << "no character ends at " << progress.read;
     const std::size_t bytes = text.ends[static_cast<std::size_t>(read - text.read.begin())];
@@ -300,13 +259,13 @@ class KernelText {
   }
 
   Direction direction_;
-  Ordinary expected_, open_;
+  Definition expected_, open_;
   std::size_t count_;
   const char* counted_;
   const char* terminated_;
 };
 
-// A copy reads no further than it has room, even where no terminator follows.
+// A copy reads no more units than the destination has, even where no terminator follows.
 inline void check_copy(const Version& version, std::size_t unit, const std::string& text, std::size_t where,
                        std::size_t capacity, std::size_t spare) {
   static Arena source, target;
@@ -317,10 +276,11 @@ inline void check_copy(const Version& version, std::size_t unit, const std::stri
   const auto copy = unit == 1 ? version.kernels.copy : version.kernels.copy_wide;
   const Progress progress = copy(src, dst, capacity);
   const std::size_t expected = std::min(open.size(), capacity * unit);
-  ASSERT_EQ(progress.read, expected / unit) << version.name << ", unit " << unit << ", room " << capacity;
+  ASSERT_EQ(progress.read, expected / unit) << version.name << ", unit " << unit << ", capacity " << capacity;
   ASSERT_EQ(progress.written, progress.read) << version.name;
-  ASSERT_EQ(std::memcmp(dst, open.data(), expected), 0) << version.name << ", unit " << unit << ", room " << capacity;
-  ASSERT_TRUE(target.untouched_around(dst, expected)) << version.name << ", unit " << unit << ", room " << capacity;
+  ASSERT_EQ(std::memcmp(dst, open.data(), expected), 0)
+      << version.name << ", unit " << unit << ", capacity " << capacity;
+  ASSERT_TRUE(target.untouched_around(dst, expected)) << version.name << ", unit " << unit << ", capacity " << capacity;
 }
 
 }  // namespace zvrt_test
