@@ -201,8 +201,8 @@ typedef struct ZVRTType {
                                lengths may have 0: they alone bound it. */
   uint32_t flags; /**< ZVRT_TYPE_... */
   uint32_t
-      codePage; /**< Code page of narrow text, and of blanks as a null form; 0 is strict UTF-8. As FldDef::codePage.
-                               Kinds without either ignore it. */
+      codePage; /**< Code page of narrow text, and of blanks as a null form. 0, 1208 and 65001 are strict UTF-8, with
+                               any letter; others as FldDef::codePage. Kinds without either ignore it. */
   char codePageKind;   /**< As FldDef::codePageKind. */
   uint8_t reserved[3]; /**< Zero. */
   int16_t precision;   /**< Digits of a number; 0: all that the slot holds (INT, UINT: the whole binary range). */
@@ -296,9 +296,10 @@ typedef struct ZVRTProblem {
   int32_t field;   /**< PlanCreate: 0 the source type, 1 the target type. Record plans: the field's index. Else -1. */
   int32_t
       offset; /**< Byte offset of the first offending unit from the slot's first byte; the end for a text that ends too
-                         early; -1 where no single unit offends (too many digits, too little room). */
+                         early; the first byte of a date's element that is out of range; -1 where no single unit
+                         offends (too many digits for the target, too little room, a length out of range). */
   uint32_t unit;   /**< What stands there: the byte of a number, the lead byte of malformed UTF-8, the code unit or
-                         structure member, the code point of a text that is well-formed; 0 at the end. */
+                         structure member, a prefix, the code point of a text that is well-formed; 0 at the end. */
   uint32_t needed; /**< ZVRT_RC_TRUNCATED: bytes of the slot that would hold it; else 0. */
   char text[112];  /**< One sentence, NUL-terminated, ASCII. */
 } ZVRTProblem;
@@ -442,7 +443,8 @@ ZVRT_API uint32_t ZVRTPlanRun(const ZVRTPlan* plan, const ZVRTArray* from, const
  * @param value  The value's slot: for VARCHAR and WVARCHAR its prefix, else its first byte.
  * @param bytes  As an entry of lengths: the length of a counted value, ZVRT_TERMINATED, ZVRT_NULL_DATA. Of a value
  *               that says its own length it need only be 0 or more.
- * @param why    Receives the value's status (0: the plan converts it), the place and the reason.
+ * @param why    Receives the value's status (0: the plan converts it), the place and the reason. Of a null, which may
+ *               stand in the slot itself, the status is that of a target without an indicator.
  * @return ZVRT_RC_OK; where the value could not be examined ZVRT_RC_NO_MEMORY or the converter service's status;
  *         ZVRT_RC_ERROR for null arguments.
  */

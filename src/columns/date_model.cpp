@@ -156,6 +156,18 @@ Status compile_model(const wchar_t* text, const Type& type, DateModel& model, co
   return reason == nullptr ? ZVRT_RC_OK : ZVRT_RC_INVALID_FORMAT;
 }
 
+bool is_about(DateElement element, Status status) {
+  switch (status) {
+    case ZVRT_RC_INVALID_YEAR: return element == year || element == year_of_century;
+    case ZVRT_RC_INVALID_MONTH: return element == month || element == bare_month;
+    case ZVRT_RC_INVALID_DAY: return element == day || element == bare_day || element == day_of_year;
+    case ZVRT_RC_INVALID_HOUR: return element == hour_24 || element == hour_12;
+    case ZVRT_RC_INVALID_MINUTE: return element == minute;
+    case ZVRT_RC_INVALID_SECOND: return element == second;
+    default: return false;
+  }
+}
+
 void make_iso_model(Parts parts, std::int32_t fraction_digits, DateModel& model) {
   model = DateModel{};
   if (parts != Parts::time) parse(L"%YYYY-%MM-%DD", model);

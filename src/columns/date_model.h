@@ -57,6 +57,9 @@ struct DateModel {
 // Compiles a model's text for a type. A sentence in `reason` says what is wrong with one that is refused.
 Status compile_model(const wchar_t* text, const Type& type, DateModel& model, const char*& reason);
 
+// Whether a status that refuses a part of a date is about the element.
+bool is_about(DateElement element, Status status);
+
 // The model of the ISO form, for text opposite a type with these parts: 2024-02-29 12:34:56.789.
 void make_iso_model(Parts parts, std::int32_t fraction_digits, DateModel& model);
 

@@ -24,12 +24,12 @@ std::uint32_t fold(std::uint32_t character) {
   return character >= 'A' && character <= 'Z' ? character | 0x20 : character;
 }
 
-bool has_letters(const Text& text, std::int64_t at, std::string_view letters) {
-  if (text.count - at < static_cast<std::int64_t>(letters.size())) return false;
-  for (std::size_t i = 0; i < letters.size(); ++i) {
-    if (fold(text[at + static_cast<std::int64_t>(i)]) != fold(static_cast<unsigned char>(letters[i]))) return false;
-  }
-  return true;
+// Leading letters that stand there, in any case.
+std::int64_t count_letters(const Text& text, std::int64_t at, std::string_view letters) {
+  const auto size = std::min(text.count - at, static_cast<std::int64_t>(letters.size()));
+  std::int64_t i = 0;
+  while (i < size && fold(text[at + i]) == fold(static_cast<unsigned char>(letters[static_cast<std::size_t>(i)]))) ++i;
+  return i;
 }
 
 // What the elements of a value say, before it is a date: the year of a century and the day of a year need others.
@@ -95,19 +95,6 @@ Status complete(const DateModel& model, DateParts& parts, Moment& moment) {
   return ZVRT_RC_OK;
 }
 
-// Which element a status of complete() is about.
-bool is_about(DateElement element, Status status) {
-  switch (status) {
-    case ZVRT_RC_INVALID_YEAR: return element == year || element == year_of_century;
-    case ZVRT_RC_INVALID_MONTH: return element == month || element == bare_month;
-    case ZVRT_RC_INVALID_DAY: return element == day || element == bare_day || element == day_of_year;
-    case ZVRT_RC_INVALID_HOUR: return element == hour_24 || element == hour_12;
-    case ZVRT_RC_INVALID_MINUTE: return element == minute;
-    case ZVRT_RC_INVALID_SECOND: return element == second;
-    default: return false;
-  }
-}
-
 class DateReader {
  public:
   DateReader(const DateModel& model, const Text& text) : model_(model), text_(text) {}
@@ -169,22 +156,32 @@ class DateReader {
     return status;
   }
 
-  Status read_month(std::size_t letters) {
-    for (std::size_t month = 0; month < month_names.size(); ++month) {
-      const std::string_view name = month_names[month].substr(0, letters);
-      if (!has_letters(text_, position_, name)) continue;
-      parts_.fields.month = static_cast<std::uint32_t>(month) + 1;
-      position_ += static_cast<std::int64_t>(name.size());
-      return ZVRT_RC_OK;
+  // Goes behind the name that stands there, or to the first letter that is in none.
+  template <class Names>
+  std::size_t read_name(const Names& names, std::size_t letters) {
+    std::int64_t longest = 0;
+    std::size_t found = names.size();
+    for (std::size_t i = 0; i < names.size() && found == names.size(); ++i) {
+      const std::string_view name = names[i].substr(0, letters);
+      const std::int64_t count = count_letters(text_, position_, name);
+      longest = std::max(longest, count);
+      if (count == static_cast<std::int64_t>(name.size())) found = i;
     }
-    return ZVRT_RC_INVALID_DATETIME;
+    position_ += longest;
+    return found;
+  }
+
+  Status read_month(std::size_t letters) {
+    const std::size_t month = read_name(month_names, letters);
+    parts_.fields.month = static_cast<std::uint32_t>(month) + 1;
+    return month < month_names.size() ? ZVRT_RC_OK : ZVRT_RC_INVALID_DATETIME;
   }
 
   Status read_designator() {
-    parts_.is_afternoon = has_letters(text_, position_, "PM");
-    if (!parts_.is_afternoon && !has_letters(text_, position_, "AM")) return ZVRT_RC_INVALID_DATETIME;
-    position_ += 2;
-    return ZVRT_RC_OK;
+    constexpr std::array<std::string_view, 2> designators = {"AM", "PM"};
+    const std::size_t found = read_name(designators, 2);
+    parts_.is_afternoon = found == 1;
+    return found < designators.size() ? ZVRT_RC_OK : ZVRT_RC_INVALID_DATETIME;
   }
 
   const DateModel& model_;
@@ -306,12 +303,13 @@ void step_moment_to_text(const Type& /*from*/, const Type& to, Block& block) {
 }
 
 void step_decimal_to_moment(const Type& from, const Type& /*to*/, Block& block) {
+  constexpr Fault in_digits{.character = 0};  // which one, the status says
   const DateModel& model = *from.model;
   for_each(block, [&](std::int32_t i) {
     const Decimal number = block.decimal[i];
     const bool negative = number.negative && !number.magnitude.is_zero();
     if (negative || !fits_digits(number.magnitude, model.digits))
-      return block.refuse(i, ZVRT_RC_INVALID_DATETIME, {.offset = 0});
+      return block.refuse(i, ZVRT_RC_INVALID_DATETIME, in_digits);
     DateParts parts;
     std::uint64_t rest = number.magnitude.word();
     Status status = ZVRT_RC_OK;
@@ -323,7 +321,7 @@ void step_decimal_to_moment(const Type& from, const Type& /*to*/, Block& block) 
     }
     Moment moment{};
     status = complete(model, parts, moment);
-    if (status != ZVRT_RC_OK) return block.refuse(i, status, {.offset = 0});
+    if (status != ZVRT_RC_OK) return block.refuse(i, status, in_digits);
     block.moment[i] = moment;
   });
 }

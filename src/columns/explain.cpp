@@ -71,6 +71,52 @@ std::int64_t find_in_service_text(const Type& type, const Value& value, std::int
   return value.bytes;
 }
 
+// Where the digits of a packed or zoned field stand.
+struct DigitPlaces {
+  bool is_packed;
+  std::int32_t count;
+  std::int32_t first;  // byte of the first digit
+  std::int32_t sign;   // byte
+
+  explicit DigitPlaces(const Type& type) : is_packed(type.kind == ZVRT_KIND_PACKED) {
+    const bool leads = type.has(ZVRT_TYPE_SIGN_LEADING);
+    const std::int32_t separate = type.has(ZVRT_TYPE_SIGN_SEPARATE) ? 1 : 0;
+    count = is_packed ? 2 * type.length - (type.has(ZVRT_TYPE_NO_SIGN) ? 0 : 1) : type.length - separate;
+    first = leads ? separate : 0;
+    sign = leads ? 0 : type.length - 1;
+  }
+  std::int32_t byte_of(std::int32_t digit) const { return first + (is_packed ? digit / 2 : digit); }
+  // The first digit that is not 0.
+  std::int32_t find_first(const std::byte* at) const {
+    const auto value = [&](std::int32_t digit) {
+      const auto byte = static_cast<std::uint32_t>(at[byte_of(digit)]);
+      return is_packed && digit % 2 == 0 ? byte >> 4 : byte & 0xF;
+    };
+    std::int32_t digit = 0;
+    while (digit < count && value(digit) == 0) ++digit;
+    return digit;
+  }
+};
+
+// Of a date in digits: the byte where the element begins that is refused, the first digit of too many, or the sign.
+std::int64_t find_in_digits(const Type& type, const Value& value, Status status) {
+  if (type.kind != ZVRT_KIND_PACKED && type.kind != ZVRT_KIND_ZONED) return -1;
+  const DigitPlaces digits(type);
+  const DateModel& model = *type.model;
+  if (status == ZVRT_RC_INVALID_DATETIME) {
+    const std::int32_t first = digits.find_first(value.at);
+    const bool is_long = first < digits.count - model.digits;
+    return is_long ? digits.byte_of(first) : digits.sign;
+  }
+  std::int32_t digit = digits.count - model.digits;
+  for (std::int32_t i = 0; i < model.count; ++i) {
+    const DateItem& item = model.items[static_cast<std::size_t>(i)];
+    if (is_about(item.element, status)) return digits.byte_of(std::max(digit, 0));
+    digit += item.width;
+  }
+  return -1;
+}
+
 // The byte that a fault is about, from the value's first one; -1 where it is about the whole.
 std::int64_t find_offset(const Type& type, const Value& value, const Fault& fault) {
   if (fault.offset >= 0) return fault.offset;
@@ -98,6 +144,20 @@ std::uint32_t needed_bytes(const Type& type, std::int64_t length) {
   return static_cast<std::uint32_t>(std::min<std::int64_t>(length + overhead(type), UINT32_MAX));
 }
 
+// Puts place and unit of a fault into a problem that has its status.
+void locate(const ZVRTPlan& plan, const Value& value, const Fault& fault, ZVRTProblem& problem) {
+  const Type& from = plan.from.type;
+  // A date's text that is written anew has characters of its own.
+  if (problem.status == ZVRT_RC_NOT_IN_CODE_PAGE && plan.path.second_step != nullptr) return;
+  if (from.form == Form::decimal && fault.character >= 0) {
+    problem.offset = static_cast<std::int32_t>(find_in_digits(from, value, problem.status));
+    if (problem.offset >= 0) problem.unit = static_cast<std::uint32_t>(value.at[problem.offset]);
+    return;
+  }
+  problem.offset = static_cast<std::int32_t>(find_offset(from, value, fault));
+  problem.unit = problem.offset >= 0 ? fault.unit : 0;
+}
+
 // Runs the value through the plan's path into a slot of our own.
 Status convert_value(const ZVRTPlan& plan, const Value& value, ZVRTProblem& problem) {
   Arena arena;
@@ -115,19 +175,32 @@ Status convert_value(const ZVRTPlan& plan, const Value& value, ZVRTProblem& prob
   if (block.failure != ZVRT_RC_OK) return block.failure;
   problem.status = block.status[0];
   if (problem.status == ZVRT_RC_TRUNCATED) problem.needed = needed_bytes(plan.to.type, block.length[0]);
-  problem.offset = static_cast<std::int32_t>(find_offset(plan.from.type, value, fault));
-  problem.unit = problem.offset >= 0 ? fault.unit : 0;
+  locate(plan, value, fault, problem);
   return ZVRT_RC_OK;
+}
+
+// Into a slot without an indicator.
+Status status_of_null(const ZVRTPlan& plan) { return plan.to.type.has_null_form() ? ZVRT_RC_OK : ZVRT_RC_NULL_REFUSED; }
+
+// A length that stands in the slot is the unit that offends.
+void locate_length(const Type& type, const std::byte* slot, std::int64_t given, ZVRTProblem& problem) {
+  if (given < 0 && given != ZVRT_TERMINATED) return;
+  if (type.extent == Extent::prefixed) problem.unit = load<std::uint16_t>(slot);
+  if (type.extent == Extent::varnum) problem.unit = static_cast<std::uint32_t>(*slot);
+  if (type.extent == Extent::prefixed || type.extent == Extent::varnum) problem.offset = 0;
 }
 
 Status explain(const ZVRTPlan& plan, const std::byte* slot, std::int64_t bytes, ZVRTProblem& problem) {
   const Type& from = plan.from.type;
   Value value{slot, 0};
   if (bytes == ZVRT_NULL_DATA) {
-    problem.status = plan.to.type.has_null_form() ? ZVRT_RC_OK : ZVRT_RC_NULL_REFUSED;
+    problem.status = status_of_null(plan);
     return ZVRT_RC_OK;
   }
-  const Content content = measure(from, slot, bytes, value, problem.status);
+  Content content = measure(from, slot, bytes, value, problem.status);
+  if (content == Content::refused) locate_length(from, slot, bytes, problem);
+  if (content == Content::value) content = find_null_form(from, value);
+  if (content == Content::null) problem.status = status_of_null(plan);
   if (content != Content::value) return ZVRT_RC_OK;
   const Status status = convert_value(plan, value, problem);
   // The value's text comes after its prefix.

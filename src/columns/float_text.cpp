@@ -65,7 +65,7 @@ void step_binary_to_text(const Type& from, const Type& to, Block& block) {
     if (block.is_refused(i)) continue;
     const Binary value = block.binary[i];
     if (value.what != Binary::Class::finite) {
-      block.refuse(i, ZVRT_RC_NOT_FINITE, {.offset = 0});
+      block.refuse(i, ZVRT_RC_NOT_FINITE);
       continue;
     }
     char text[max_float_text];

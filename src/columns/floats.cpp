@@ -225,7 +225,7 @@ void write_floats(const Type& type, Block& block) {
 // Refuses what is no number; whether it did.
 bool refuse_special(Block& block, std::int32_t i) {
   if (block.binary[i].what == Binary::Class::finite) return false;
-  block.refuse(i, ZVRT_RC_NOT_FINITE, {.offset = 0});
+  block.refuse(i, ZVRT_RC_NOT_FINITE);
   return true;
 }
 

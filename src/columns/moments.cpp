@@ -235,7 +235,10 @@ void write_record(const Type& type, Block& block) {
 void read_since_1970(const Type& type, Block& block) {
   for_each(block, [&](std::int32_t i) {
     const Moment moment = since_1970(type, block.source[i].at);
-    if (moment.days < first_day || moment.days > last_day) return block.refuse(i, ZVRT_RC_INVALID_YEAR, {.offset = 0});
+    if (moment.days < first_day || moment.days > last_day) {
+      const auto first = static_cast<std::uint32_t>(*block.source[i].at);
+      return block.refuse(i, ZVRT_RC_INVALID_YEAR, {.offset = 0, .unit = first});
+    }
     block.moment[i] = moment;
   });
 }

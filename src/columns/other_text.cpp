@@ -1,6 +1,8 @@
 // Booleans and raw bytes as text, both ways.
+#include <algorithm>
 #include <array>
 #include <cstring>
+#include <string_view>
 
 #include "columns/arena.h"
 #include "columns/numbers.h"
@@ -9,12 +11,28 @@ namespace zvrt::columns {
 
 namespace {
 
-bool is_word(const Text& text, std::string_view word) {
-  if (text.count != static_cast<std::int64_t>(word.size())) return false;
-  for (std::size_t k = 0; k < word.size(); ++k) {
-    if (text[static_cast<std::int64_t>(k)] != static_cast<unsigned char>(word[k])) return false;
+// Leading characters that text and word share.
+std::int64_t count_common(const Text& text, std::string_view word) {
+  const auto size = std::min(text.count, static_cast<std::int64_t>(word.size()));
+  std::int64_t k = 0;
+  while (k < size && text[k] == static_cast<unsigned char>(word[static_cast<std::size_t>(k)])) ++k;
+  return k;
+}
+
+// The words of a boolean; the true ones come first.
+constexpr std::array<std::string_view, 4> words = {"true", "1", "false", "0"};
+constexpr std::size_t true_words = 2;
+
+// The word that the text is, else where it stops to be one.
+std::size_t find_word(const Text& text, Fault& fault) {
+  std::int64_t longest = 0;
+  for (std::size_t i = 0; i < words.size(); ++i) {
+    const std::int64_t common = count_common(text, words[i]);
+    if (common == text.count && common == static_cast<std::int64_t>(words[i].size())) return i;
+    longest = std::max(longest, common);
   }
-  return true;
+  fault = {.character = longest, .unit = longest < text.count ? text[longest] : 0};
+  return words.size();
 }
 
 // ASCII that lives as long as the program.
@@ -29,7 +47,7 @@ std::uint32_t hex_value(std::uint32_t character) {
   return letter >= 'a' && letter <= 'f' ? letter - 'a' + 10 : 16;
 }
 
-// Two digits per byte.
+// Two digits per byte; one alone ends too early.
 bool read_hex(const Text& text, std::byte* out, Fault& fault) {
   for (std::int64_t k = 0; k + 1 < text.count; k += 2) {
     const std::uint32_t high = hex_value(text[k]);
@@ -42,7 +60,9 @@ bool read_hex(const Text& text, std::byte* out, Fault& fault) {
     out[k / 2] = static_cast<std::byte>(high << 4 | low);
   }
   if (text.count % 2 == 0) return true;
-  fault = {.character = text.count - 1, .unit = text[text.count - 1]};
+  const std::int64_t last = text.count - 1;
+  fault = {.character = text.count, .unit = 0};
+  if (hex_value(text[last]) > 15) fault = {.character = last, .unit = text[last]};
   return false;
 }
 
@@ -51,11 +71,10 @@ bool read_hex(const Text& text, std::byte* out, Fault& fault) {
 void step_text_to_bool(const Type& /*from*/, const Type& /*to*/, Block& block) {
   for_each(block, [&](std::int32_t i) {
     const Text text = block.text[i];
-    const bool is_true = is_word(text, "true") || is_word(text, "1");
-    if (!is_true && !is_word(text, "false") && !is_word(text, "0")) {
-      return block.refuse(i, ZVRT_RC_INVALID_VALUE, {.character = 0, .unit = text.count > 0 ? text[0] : 0});
-    }
-    block.decimal[i] = {{is_true ? 1U : 0U, 0}, 0, false, Tail::zero};
+    Fault fault;
+    const std::size_t word = find_word(text, fault);
+    if (word == words.size()) return block.refuse(i, ZVRT_RC_INVALID_VALUE, fault);
+    block.decimal[i] = {{word < true_words ? 1U : 0U, 0}, 0, false, Tail::zero};
   });
 }
 

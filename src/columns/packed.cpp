@@ -33,11 +33,11 @@ std::uint64_t join_digits(std::uint64_t word) {
   return (word & UINT32_MAX) + 100000000 * (word >> 32);
 }
 
-// The first half-byte that is no digit, where there is one.
-Fault find_digit_fault(const std::byte* at, std::int32_t nibbles) {
+// The first half-byte above `most`: no digit at all, or of too many digits the first that is one.
+Fault find_above(std::uint32_t most, const std::byte* at, std::int32_t nibbles) {
   for (std::int32_t i = 0; i < nibbles; ++i) {
     const auto byte = static_cast<std::uint32_t>(at[i / 2]);
-    if ((i % 2 == 0 ? byte >> 4 : byte & 0xF) > 9) return {.offset = i / 2, .unit = byte};
+    if ((i % 2 == 0 ? byte >> 4 : byte & 0xF) > most) return {.offset = i / 2, .unit = byte};
   }
   return {};
 }
@@ -98,13 +98,13 @@ void read_packed(const Type& type, Block& block) {
     const std::byte* const at = block.source[i].at;
     Decimal number{{}, type.scale, false, Tail::zero};
     if (!read_digits(at, nibbles, number.magnitude)) {
-      return block.refuse(i, ZVRT_RC_INVALID_DIGIT, find_digit_fault(at, nibbles));
+      return block.refuse(i, ZVRT_RC_INVALID_DIGIT, find_above(9, at, nibbles));
     }
     const auto last = static_cast<std::uint32_t>(at[type.length - 1]);
     const Status status = has_sign ? read_sign(type, last & 0xF, number) : ZVRT_RC_OK;
     if (status != ZVRT_RC_OK) return block.refuse(i, status, {.offset = type.length - 1, .unit = last});
     if (type.precision < nibbles && !fits_digits(number.magnitude, type.precision)) {
-      return block.refuse(i, ZVRT_RC_DIGITS_LOST, {.offset = 0, .unit = static_cast<std::uint32_t>(at[0])});
+      return block.refuse(i, ZVRT_RC_DIGITS_LOST, find_above(0, at, nibbles));
     }
     block.decimal[i] = number;
   });

@@ -78,6 +78,11 @@ void learn_ascii(PageTables& tables) {
   }
 }
 
+// Every name of UTF-8: the text is the same, whoever reads it.
+bool is_utf8_page(std::uint32_t number, char kind) {
+  return number == 0 || number == 1208 || number == 65001 || number == UINT32_MAX || is_utf8_pair(kind, number);
+}
+
 }  // namespace
 
 bool PageTables::add_code(std::uint32_t character, std::uint8_t code) {
@@ -93,7 +98,7 @@ bool PageTables::add_code(std::uint32_t character, std::uint8_t code) {
 Status find_page(std::uint32_t number, char kind, Page& page, void** found) {
   page = Page{};
   void* converter = nullptr;
-  if (number == 0 || is_utf8_pair(kind, number)) return ZVRT_RC_OK;
+  if (is_utf8_page(number, kind)) return ZVRT_RC_OK;
   page.field = field_of(number, kind);
   page.how = PageKind::service;
   if (const Status status = find_converter(page.field, converter); status != ZVRT_RC_OK) return status;

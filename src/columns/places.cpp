@@ -156,11 +156,6 @@ bool is_null_form(const Type& type, const Value& value) {
   return is_repeated(value, blank.bytes, blank.length);
 }
 
-// What a slot's own nulls leave.
-Content find_null_form(const Type& type, const Value& value) {
-  return type.has_null_form() && is_null_form(type, value) ? Content::null : Content::value;
-}
-
 void fill_units(std::byte* slot, std::int64_t bytes, const Unit& unit) {
   for (std::int64_t i = 0; i + unit.length <= bytes; i += unit.length) {
     std::memcpy(slot + i, unit.bytes, static_cast<std::size_t>(unit.length));
@@ -244,6 +239,10 @@ Content measure(const Type& type, const std::byte* slot, std::int64_t given, Val
   }
   return given == ZVRT_TERMINATED ? measure_terminated(type, slot, value, status)
                                   : measure_counted(type, slot, given, value, status);
+}
+
+Content find_null_form(const Type& type, const Value& value) {
+  return type.has_null_form() && is_null_form(type, value) ? Content::null : Content::value;
 }
 
 Content find_value(const Type& type, const Places& places, std::int64_t row, Value& value, Status& status) {

@@ -58,6 +58,9 @@ constexpr std::int64_t not_given = INT64_MIN;
 // The value in a slot, its length `given` as an entry of lengths gives it.
 Content measure(const Type& type, const std::byte* slot, std::int64_t given, Value& value, Status& status);
 
+// What a measured value is where its type has forms of nulls.
+Content find_null_form(const Type& type, const Value& value);
+
 // A null into a slot of the type that has a form for it.
 void write_null_form(const Type& type, std::byte* slot);
 

@@ -36,7 +36,10 @@ bool parse(const Value& value, Parsed& parsed, Fault& fault) {
   parsed.negative = byte_at(value, 1) < zero_exponent;
   const bool has_end = parsed.negative && byte_at(value, bytes - 1) == negative_end;
   parsed.count = bytes - varnum_header - (has_end ? 1 : 0);
-  if (parsed.count == 0) return false;
+  if (parsed.count == 0) {
+    fault = {.offset = varnum_header, .unit = byte_at(value, varnum_header)};
+    return false;
+  }
   for (std::int32_t i = varnum_header; i < varnum_header + parsed.count; ++i) {
     const std::uint32_t byte = byte_at(value, i);
     if (parsed.negative ? byte >= 2 && byte <= 101 : byte >= 1 && byte <= 100) continue;

@@ -102,7 +102,8 @@ void read_zoned(const Type& type, Block& block) {
     const Status status = read_field(layout, at, number, fault);
     if (status != ZVRT_RC_OK) return block.refuse(i, status, fault);
     if (type.precision < layout.digits && !fits_digits(number.magnitude, type.precision)) {
-      const std::int32_t first = layout.first_digit;
+      std::int32_t first = layout.first_digit;
+      while ((byte_at(at, first) & 0xF) == 0) ++first;
       return block.refuse(i, ZVRT_RC_DIGITS_LOST, {.offset = first, .unit = byte_at(at, first)});
     }
     block.decimal[i] = number;

@@ -92,6 +92,22 @@ std::u32string any_date(const ZVRTType& type, Random& random) {
   return text;
 }
 
+// Mostly the value's own length, now and then one that is wrong or leaves it to a terminator.
+void add_length(const ZVRTType& type, Given& given, std::size_t bytes, Random& random) {
+  const std::size_t unit = zvrt_reference::unit_of(type.kind);
+  const auto size = static_cast<std::int64_t>(given.slot.size());
+  given.length = one_in(4, random) ? size : static_cast<std::int64_t>(std::min(bytes, given.slot.size()));
+  if (one_in(12, random)) *given.length = static_cast<std::int64_t>(random() % (given.slot.size() + 1));
+  if (one_in(16, random)) given.length = any_of<std::int64_t>({-2, -4, -100, INT16_MIN}, random);
+  if (type.length > 0 && one_in(16, random)) *given.length = size + 1 + static_cast<std::int64_t>(random() % 5);
+  if (!one_in(6, random)) return;
+  given.length = ZVRT_TERMINATED;
+  // Nothing but the terminator bounds a source without a length.
+  const bool has_end = zvrt_reference::terminator_at(given.slot, unit) < given.slot.size();
+  if (type.length == 0 && !has_end && (is_text(type.kind) || type.kind == ZVRT_KIND_BYTES))
+    given.slot += std::string(unit, '\0');
+}
+
 Given any_text_value(const ZVRTType& type, Random& random) {
   const std::size_t unit = zvrt_reference::unit_of(type.kind);
   const bool terminated =
@@ -243,6 +259,7 @@ ZVRTType any_type_of(std::uint32_t kind, Random& random) {
     const auto unit = static_cast<int>(zvrt_reference::unit_of(kind));
     const bool prefixed = kind == ZVRT_KIND_VARCHAR || kind == ZVRT_KIND_WVARCHAR;
     type.length = unit * (1 + below(40, random)) + (prefixed ? 2 : 0);
+    if (!prefixed && one_in(16, random)) type.length = 0;
     if (unit == 1) type.codePage = any_of<std::uint32_t>({0, 0, 37, 37, 1252, 1208, 874}, random);
     maybe(3, ZVRT_TYPE_TRIM);
     maybe(6, ZVRT_TYPE_TRIM | ZVRT_TYPE_TRIM_LEFT);
@@ -254,7 +271,7 @@ ZVRTType any_type_of(std::uint32_t kind, Random& random) {
   }
   switch (kind) {
     case ZVRT_KIND_BYTES:
-      type.length = 1 + below(40, random);
+      type.length = one_in(16, random) ? 0 : 1 + below(40, random);
       maybe(3, ZVRT_TYPE_PAD);
       return type;
     case ZVRT_KIND_INT:
@@ -294,7 +311,8 @@ ZVRTType any_type(Random& random) {
 
 Given any_value(const ZVRTType& type, Random& random) {
   if (is_text(type.kind)) return any_text_value(type, random);
-  const std::size_t size = zvrt_reference::slot_bytes(type);
+  const std::size_t size =
+      type.kind == ZVRT_KIND_BYTES && type.length == 0 ? 1 + random() % 40 : zvrt_reference::slot_bytes(type);
   Given given;
   given.slot = random_bytes(size, random);
   if (one_in(8, random)) return given;
@@ -347,9 +365,18 @@ Given any_value(const ZVRTType& type, Random& random) {
 std::vector<Given> any_values(const ZVRTType& type, Random& random) {
   std::vector<Given> values;
   const bool has_nulls = one_in(4, random);
+  // A counted source without a length is bound by the lengths alone.
+  const bool is_counted = type.kind == ZVRT_KIND_CHAR || type.kind == ZVRT_KIND_WCHAR || type.kind == ZVRT_KIND_UTF16 ||
+                          type.kind == ZVRT_KIND_BYTES;
+  const bool has_lengths = (is_counted && type.length == 0) || one_in(3, random);
   for (int count = 1 + below(one_in(4, random) ? 100 : 8, random); count > 0; --count) {
     values.push_back(any_value(type, random));
-    values.back().null = has_nulls && one_in(4, random);
+    Given& value = values.back();
+    value.null = has_nulls && one_in(4, random);
+    if (!has_lengths) continue;
+    std::size_t bytes = value.slot.size();
+    if (one_in(2, random)) bytes = bytes / 2 / zvrt_reference::unit_of(type.kind) * zvrt_reference::unit_of(type.kind);
+    add_length(type, value, bytes, random);
   }
   return values;
 }

@@ -7,6 +7,7 @@
 #include <optional>
 #include <sstream>
 
+#include "columns/reference/fault.h"
 #include "columns/reference/write.h"
 #include "support/guarded_buffer.h"
 
@@ -105,7 +106,15 @@ class Comparison {
     const std::uint32_t status =
         ZVRTPlanRun(plan, &source_, &target_, static_cast<std::int64_t>(values_.size()), &outcome);
     if (status != 0) return "the run returned " + std::to_string(status);
-    return compare(outcome);
+    std::string difference = compare(outcome);
+    if (difference.empty()) difference = compare_check();
+    // Every refused value has its reason, and some of the others have none.
+    for (std::size_t row = 0; row < values_.size() && difference.empty(); ++row) {
+      if (results_[row].status == 0 && random_() % 8 != 0) continue;
+      difference = find_wrong_reason(plan, from_, to_, options_, values_[row]);
+      if (!difference.empty()) difference = tell_value(row) + difference;
+    }
+    return difference;
   }
 
  private:
@@ -121,6 +130,7 @@ class Comparison {
         std::any_of(values_.begin(), values_.end(), [](const Given& v) { return v.length.has_value(); });
     const bool has_nulls = std::any_of(values_.begin(), values_.end(), [](const Given& v) { return v.null; });
     const bool is_one = has_lengths && has_nulls && random_() % 2 == 0;
+    const bool has_indicators = !is_one || random_() % 2 == 0;
     if (has_lengths) {
       from_lengths_ = std::make_unique<Entries>(entry_size(random_), values_.size(), random_);
       for (std::size_t row = 0; row < values_.size(); ++row) {
@@ -128,9 +138,9 @@ class Comparison {
       }
       set(*from_lengths_, source_.lengths, source_.lengthBytes, source_.lengthStride);
     }
-    if (is_one) {
+    if (is_one && has_indicators) {
       set(*from_lengths_, source_.indicators, source_.indicatorBytes, source_.indicatorStride);
-    } else if (has_nulls) {
+    } else if (has_nulls && !is_one) {
       from_indicators_ = std::make_unique<Entries>(entry_size(random_), values_.size(), random_);
       for (std::size_t row = 0; row < values_.size(); ++row) {
         const std::int64_t shown = values_[row].null ? -1 - static_cast<std::int64_t>(random_() % 3) : 0;
@@ -204,16 +214,47 @@ class Comparison {
       if (to_indicators_ && result.indicator) {
         to_indicators_->put(indicator_image_, row, fit_entry(*result.indicator, to_indicators_->bytes));
       }
-      count(row, result);
+      count(row, result, expected_);
     }
   }
 
-  void count(std::size_t row, const Result& result) {
-    if (result.null) ++expected_.nulls;
-    if (result.status == 0 && result.empty) ++expected_.empty;
-    if (result.status == 0 || expected_.refused++ > 0) return;
-    expected_.firstRefused = static_cast<std::int64_t>(row);
-    expected_.firstStatus = result.status;
+  static void count(std::size_t row, const Result& result, ZVRTOutcome& outcome) {
+    if (result.null) ++outcome.nulls;
+    if (result.status == 0 && result.empty) ++outcome.empty;
+    if (result.status == 0 || outcome.refused++ > 0) return;
+    outcome.firstRefused = static_cast<std::int64_t>(row);
+    outcome.firstStatus = result.status;
+  }
+
+  std::string tell_value(std::size_t row) const {
+    const std::optional<std::int64_t> length = values_[row].length;
+    return "value " + hexadecimal(values_[row].slot) + (length ? " of " + std::to_string(*length) + " bytes: " : ": ");
+  }
+
+  // ZVRTCheck() of the same column.
+  std::string compare_check() {
+    const Entries statuses(4, values_.size(), random_);
+    ZVRTArray column = source_;
+    column.status = statuses.memory->as<std::uint32_t>();
+    column.statusStride = static_cast<std::int64_t>(statuses.stride);
+    std::string expected_statuses = statuses.memory->bytes();
+    ZVRTOutcome expected{}, outcome{};
+    expected.size = outcome.size = sizeof outcome;
+    expected.done = static_cast<std::int64_t>(values_.size());
+    expected.firstRefused = -1;
+    for (std::size_t row = 0; row < values_.size(); ++row) {
+      if (!is_selected(row)) continue;
+      const Result result = zvrt_reference::check(from_, values_[row]);
+      statuses.put(expected_statuses, row, result.status);
+      count(row, result, expected);
+    }
+    const std::uint32_t status = ZVRTCheck(&from_, &column, expected.done, &outcome);
+    if (status != 0) return "the check returned " + std::to_string(status);
+    if (statuses.memory->bytes() != expected_statuses) {
+      return tell_value(0) + "check: statuses " + hexadecimal(statuses.memory->bytes()) + " for " +
+             hexadecimal(expected_statuses);
+    }
+    return compare_outcomes(outcome, expected);
   }
 
   std::string compare(const ZVRTOutcome& outcome) const {
@@ -224,9 +265,7 @@ class Comparison {
       std::memcpy(&status, statuses_->memory->as<char>() + row * statuses_->stride, 4);
       std::memcpy(&expected, status_image_.data() + row * statuses_->stride, 4);
       if (status == expected && slots.compare(at, size, slots_, at, size) == 0) continue;
-      const std::optional<std::int64_t> length = values_[row].length;
-      return "value " + hexadecimal(values_[row].slot) + (length ? " of " + std::to_string(*length) + " bytes" : "") +
-             ": status " + std::to_string(status) + " for " + std::to_string(expected) + ", slot " +
+      return tell_value(row) + "status " + std::to_string(status) + " for " + std::to_string(expected) + ", slot " +
              hexadecimal(slots.substr(at, size)) + " for " + hexadecimal(slots_.substr(at, size));
     }
     if (slots != slots_) return "bytes between the slots";
@@ -238,7 +277,11 @@ class Comparison {
     if (to_indicators_ && to_indicators_->memory->bytes() != indicator_image_) {
       return "indicators " + hexadecimal(to_indicators_->memory->bytes()) + " for " + hexadecimal(indicator_image_);
     }
-    if (std::memcmp(&outcome, &expected_, sizeof outcome) == 0) return {};
+    return compare_outcomes(outcome, expected_);
+  }
+
+  static std::string compare_outcomes(const ZVRTOutcome& outcome, const ZVRTOutcome& expected) {
+    if (std::memcmp(&outcome, &expected, sizeof outcome) == 0) return {};
     std::ostringstream text;
     const auto tell = [&text](const ZVRTOutcome& o) {
       text << " done " << o.done << " refused " << o.refused << " first " << o.firstRefused << " with " << o.firstStatus
@@ -247,7 +290,7 @@ class Comparison {
     text << "outcome";
     tell(outcome);
     text << " for";
-    tell(expected_);
+    tell(expected);
     return text.str();
   }
 

@@ -46,28 +46,41 @@ std::u32string lower(std::u32string text) {
 // What a text says, by element.
 using Parts = std::map<Item, std::int64_t>;
 
+// Characters of the best of some words that stand there; false when none stands there in full.
+bool read_word(const std::u32string& rest, const std::vector<std::u32string>& words, std::size_t& at,
+               std::size_t& chosen) {
+  std::size_t most = 0;
+  for (chosen = 0; chosen < words.size(); ++chosen) {
+    const std::u32string& word = words[chosen];
+    std::size_t same = 0;
+    while (same < word.size() && lower(rest.substr(0, same + 1)) == lower(word.substr(0, same + 1))) ++same;
+    most = std::max(most, same);
+    if (same == word.size()) break;
+  }
+  at += most;
+  return chosen < words.size();
+}
+
 // Reads one item where the text goes on; false when it does not stand there.
 bool read_item(const Item& item, const std::u32string& text, std::size_t& at, Parts& parts) {
   const std::u32string rest = text.substr(at);
   if (item.size() == 1) {
-    ++at;
-    return !rest.empty() && rest[0] == static_cast<char32_t>(item[0]);
+    const bool found = !rest.empty() && rest[0] == static_cast<char32_t>(item[0]);
+    at += found ? 1 : 0;
+    return found;
   }
+  std::size_t chosen = 0;
   if (item == L"%MONTH" || item == L"%MMM") {
-    for (int month = 0; month < 12; ++month) {
-      const std::u32string name = std::u32string(months[month]).substr(0, item == L"%MMM" ? 3 : std::u32string::npos);
-      if (lower(rest.substr(0, name.size())) != lower(name)) continue;
-      parts[L"%MM"] = month + 1;
-      at += name.size();
-      return true;
-    }
-    return false;
+    std::vector<std::u32string> names(std::begin(months), std::end(months));
+    for (std::u32string& name : names) name = name.substr(0, item == L"%MMM" ? 3 : std::u32string::npos);
+    const bool found = read_word(rest, names, at, chosen);
+    parts[L"%MM"] = static_cast<std::int64_t>(chosen) + 1;
+    return found;
   }
   if (item == L"%PM") {
-    const std::u32string word = lower(rest.substr(0, 2));
-    parts[item] = word == U"pm" ? 1 : 0;
-    at += 2;
-    return word == U"pm" || word == U"am";
+    const bool found = read_word(rest, {U"AM", U"PM"}, at, chosen);
+    parts[item] = static_cast<std::int64_t>(chosen);
+    return found;
   }
   const bool bare = item == L"%M" || item == L"%D";
   std::size_t count = 0;
@@ -123,16 +136,37 @@ std::size_t digits_of(const std::wstring& model) {
   return count;
 }
 
-std::uint32_t read_date(const ZVRTType& type, const std::wstring& model, const std::u32string& text, Value& value) {
+std::uint32_t read_date(const ZVRTType& type, const std::wstring& model, const std::u32string& text, Value& value,
+                        std::size_t* stopped) {
   Parts parts;
-  std::size_t at = 0;
+  std::map<Item, std::size_t> starts;
+  std::size_t at = 0, ignored = 0;
+  std::size_t& stop = stopped != nullptr ? *stopped : ignored;
   for (const Item& item : split(model)) {
-    if (!read_item(item, text, at, parts)) return ZVRT_RC_INVALID_DATETIME;
+    const std::size_t start = at;
+    starts.try_emplace(item, start);
+    if (!read_item(item, text, at, parts)) {
+      stop = at;
+      return ZVRT_RC_INVALID_DATETIME;
+    }
+    stop = start;
     if (item == L"%HH" && (parts[item] < 1 || parts[item] > 12)) return ZVRT_RC_INVALID_HOUR;
   }
   value = {};
   value.form = Form::moment;
-  return at == text.size() ? complete(type, parts, value) : ZVRT_RC_INVALID_DATETIME;
+  stop = at;
+  if (at != text.size()) return ZVRT_RC_INVALID_DATETIME;
+  const std::uint32_t status = complete(type, parts, value);
+  static const std::multimap<std::uint32_t, Item> about = {
+      {ZVRT_RC_INVALID_YEAR, L"%YYYY"}, {ZVRT_RC_INVALID_YEAR, L"%YY"},   {ZVRT_RC_INVALID_MONTH, L"%MM"},
+      {ZVRT_RC_INVALID_MONTH, L"%M"},   {ZVRT_RC_INVALID_DAY, L"%DD"},    {ZVRT_RC_INVALID_DAY, L"%D"},
+      {ZVRT_RC_INVALID_DAY, L"%DDD"},   {ZVRT_RC_INVALID_HOUR, L"%HH24"}, {ZVRT_RC_INVALID_MINUTE, L"%MI"},
+      {ZVRT_RC_INVALID_SECOND, L"%SS"}};
+  const auto [first, last] = about.equal_range(status);
+  for (auto each = first; each != last; ++each) {
+    if (starts.contains(each->second)) stop = starts[each->second];
+  }
+  return status;
 }
 
 std::uint32_t round_moment(Value& value, std::int64_t unit, Rule rule, bool has_date, bool has_time) {

@@ -9,8 +9,10 @@
 
 namespace zvrt_reference {
 
-// Strictly: every element in full, every literal in its place, nothing left over.
-std::uint32_t read_date(const ZVRTType& type, const std::wstring& model, const std::u32string& text, Value& value);
+// Strictly: every element in full, every literal in its place, nothing left over. `stopped` receives the first character
+// that cannot stand where it does, or of an element that is out of range the first one.
+std::uint32_t read_date(const ZVRTType& type, const std::wstring& model, const std::u32string& text, Value& value,
+                        std::size_t* stopped = nullptr);
 // By the model's finest unit and the rule. The text is written even where a fraction of the second has more digits.
 std::uint32_t write_date(const ZVRTType& type, const std::wstring& model, Rule rule, Value value, std::u32string& text);
 

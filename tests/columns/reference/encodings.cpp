@@ -81,6 +81,10 @@ Step utf32_step(const std::string& bytes, std::size_t at) {
 
 bool is_utf8(const ZVRTType& type) { return type.codePage == 0 || type.codePage == 1208 || type.codePage == 65001; }
 
+bool is_terminated(std::uint32_t kind) {
+  return kind == ZVRT_KIND_VARCHAR_SZ || kind == ZVRT_KIND_WVARCHAR_SZ || kind == ZVRT_KIND_UTF16_SZ;
+}
+
 Read decode(const ZVRTType& type, const std::string& bytes, bool substitutes) {
   Read result;
   result.value.form = Form::text;
@@ -97,39 +101,11 @@ Read decode(const ZVRTType& type, const std::string& bytes, bool substitutes) {
     const Step step = unit_of(type.kind) == 1   ? utf8_step(bytes, at)
                       : unit_of(type.kind) == 2 ? utf16_step(type, bytes, at)
                                                 : utf32_step(bytes, at);
-    const bool is_page = unit_of(type.kind) == 1 && type.codePage != 0;
-    if (step.status != 0 && !substitutes) return {is_page ? ZVRT_RC_MALFORMED_TEXT : step.status};
+    if (step.status != 0 && !substitutes) return {step.status};
     result.value.text += step.character;
-    at += step.status != 0 && is_page ? 1 : step.taken;
+    at += step.taken;
   }
   return result;
-}
-
-// The bytes of the text itself: behind its prefix, before its terminator, or as many as there are said to be.
-std::uint32_t find_text(const ZVRTType& type, const std::string& slot, std::optional<std::int64_t> length,
-                        std::string& bytes) {
-  const std::size_t unit = unit_of(type.kind);
-  const bool prefixed = type.kind == ZVRT_KIND_VARCHAR || type.kind == ZVRT_KIND_WVARCHAR;
-  const bool terminated = type.kind == ZVRT_KIND_VARCHAR_SZ || type.kind == ZVRT_KIND_WVARCHAR_SZ ||
-                          type.kind == ZVRT_KIND_UTF16_SZ || length == ZVRT_TERMINATED;
-  if (prefixed) {
-    std::uint16_t count;
-    std::memcpy(&count, slot.data(), 2);
-    if (count > slot.size() - 2 || count % unit != 0) return ZVRT_RC_INVALID_LENGTH;
-    bytes = slot.substr(2, count);
-    return 0;
-  }
-  if (terminated) {
-    const std::size_t end = terminator_at(slot, unit);
-    bytes = slot.substr(0, end);
-    return end < slot.size() ? 0 : ZVRT_RC_NOT_TERMINATED;
-  }
-  const std::int64_t count = length.value_or(static_cast<std::int64_t>(slot.size()));
-  if (count < 0 || static_cast<std::size_t>(count) > slot.size() || static_cast<std::size_t>(count) % unit != 0) {
-    return ZVRT_RC_INVALID_LENGTH;
-  }
-  bytes = slot.substr(0, static_cast<std::size_t>(count));
-  return 0;
 }
 
 std::string encode_character(const ZVRTType& type, char32_t c, bool& known) {
@@ -175,6 +151,30 @@ std::size_t terminator_at(const std::string& bytes, std::size_t unit) {
 std::string blank_of(const ZVRTType& type) {
   bool known = false;
   return encode_character(type, U' ', known);
+}
+
+std::uint32_t find_text(const ZVRTType& type, const std::string& slot, std::optional<std::int64_t> length,
+                        std::string& bytes) {
+  const std::size_t unit = unit_of(type.kind);
+  if (length && *length < 0 && *length != ZVRT_TERMINATED) return ZVRT_RC_INVALID_LENGTH;
+  if (type.kind == ZVRT_KIND_VARCHAR || type.kind == ZVRT_KIND_WVARCHAR) {
+    std::uint16_t count;
+    std::memcpy(&count, slot.data(), 2);
+    if (count > slot.size() - 2 || count % unit != 0) return ZVRT_RC_INVALID_LENGTH;
+    bytes = slot.substr(2, count);
+    return 0;
+  }
+  if (length == ZVRT_TERMINATED || (is_terminated(type.kind) && !length)) {
+    const std::size_t end = terminator_at(slot, unit);
+    bytes = slot.substr(0, end);
+    return end < slot.size() ? 0 : ZVRT_RC_NOT_TERMINATED;
+  }
+  const std::int64_t count = length.value_or(static_cast<std::int64_t>(slot.size()));
+  if (static_cast<std::size_t>(count) > slot.size() || static_cast<std::size_t>(count) % unit != 0) {
+    return ZVRT_RC_INVALID_LENGTH;
+  }
+  bytes = slot.substr(0, static_cast<std::size_t>(count));
+  return 0;
 }
 
 Read read_text(const ZVRTType& type, const std::string& slot, std::optional<std::int64_t> length, bool substitutes) {

@@ -11,6 +11,10 @@ namespace zvrt_reference {
 Read read_text(const ZVRTType& type, const std::string& slot, std::optional<std::int64_t> length,
                bool substitutes = false);
 
+// The bytes of the text itself: after its prefix, before its terminator, or as many as there are said to be.
+std::uint32_t find_text(const ZVRTType& type, const std::string& slot, std::optional<std::int64_t> length,
+                        std::string& bytes);
+
 struct Encoded {
   std::uint32_t status = 0;
   std::string bytes{};

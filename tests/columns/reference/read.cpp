@@ -221,12 +221,12 @@ std::int64_t power_of_ten(int exponent) { return power(10, exponent).get_si(); }
 }  // namespace
 
 Read read(const ZVRTType& type, const std::string& slot, std::optional<std::int64_t> length) {
+  if (length && *length < 0 && *length != ZVRT_TERMINATED) return {ZVRT_RC_INVALID_LENGTH};
   switch (type.kind) {
     case ZVRT_KIND_BYTES: {
       Read result;
       result.value.form = Form::bytes;
-      result.value.bytes =
-          slot.substr(0, static_cast<std::size_t>(length.value_or(static_cast<std::int64_t>(slot.size()))));
+      result.status = find_text(type, slot, length, result.value.bytes);
       return result;
     }
     case ZVRT_KIND_BOOL: {

@@ -5,6 +5,7 @@
 
 #include "dates.h"
 #include "encodings.h"
+#include "fault.h"
 #include "value.h"
 #include "write.h"
 
@@ -173,7 +174,9 @@ bool is_zeros(const ZVRTType& type, const std::string& slot) {
 bool is_null(const ZVRTType& type, const Given& given) {
   const auto has = [&](std::uint32_t flag) { return (type.flags & flag) != 0; };
   std::string slot = given.slot;
-  if (given.length && *given.length >= 0) slot.resize(std::min(slot.size(), static_cast<std::size_t>(*given.length)));
+  if (given.length && *given.length < 0 && *given.length != ZVRT_TERMINATED) return false;
+  const bool is_counted = is_text(type.kind) || type.kind == ZVRT_KIND_BYTES;
+  if (is_counted && find_text(type, given.slot, given.length, slot) != 0) return false;
   if (slot.empty()) return false;
   return (has(ZVRT_TYPE_NULL_LOW) && is_repeated(slot, std::string(1, '\0'))) ||
          (has(ZVRT_TYPE_NULL_HIGH) && is_repeated(slot, "\xFF")) ||
@@ -220,7 +223,33 @@ bool has_declared_digits(const ZVRTType& type, const Value& value) {
   return !number || count_digits(number->digits) <= type.precision;
 }
 
+// A date's number or text, by the type's own model.
+Status read_model(const ZVRTType& type, const Value& value) {
+  ZVRTType target{};
+  target.kind = ZVRT_KIND_CLI_TIMESTAMP;
+  Value date;
+  return turn_date(type, target, 0, value, date);
+}
+
 }  // namespace
+
+Result check(const ZVRTType& type, const Given& given) {
+  Result result;
+  const Read source =
+      is_text(type.kind) ? read_text(type, given.slot, given.length) : read(type, given.slot, given.length);
+  result.status = source.status;
+  if (given.null || is_null(type, given)) {
+    result.status = 0;
+    result.null = true;
+    return result;
+  }
+  if (result.status == 0 && !has_declared_digits(type, source.value)) result.status = ZVRT_RC_DIGITS_LOST;
+  if (result.status == 0 && type.model != nullptr) result.status = read_model(type, source.value);
+  const bool has_text = is_text(type.kind) && type.model == nullptr;
+  result.empty = result.status == 0 && ((has_text && source.value.text.empty()) ||
+                                        (type.kind == ZVRT_KIND_BYTES && source.value.bytes.empty()));
+  return result;
+}
 
 Result convert(const ZVRTType& from, const ZVRTType& to, std::uint32_t options, const Given& given, std::string before,
                bool shows_null) {
