@@ -1,5 +1,6 @@
 #include "columns/date_model.h"
 
+#include <bit>
 #include <string_view>
 
 namespace zvrt::columns {
@@ -27,7 +28,7 @@ constexpr std::int64_t second_unit = 1'000'000'000;
 
 bool begins_with(const wchar_t* text, std::string_view letters) {
   for (std::size_t i = 0; i < letters.size(); ++i) {
-    const auto character = static_cast<std::uint32_t>(text[i]);
+    const auto character = std::bit_cast<std::uint32_t>(text[i]);
     const std::uint32_t letter = static_cast<unsigned char>(letters[i]);
     const bool is_same =
         letter >= 'A' ? (character | 0x20) == (letter | 0x20) && character < 0x80 : character == letter;

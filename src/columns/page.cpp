@@ -97,8 +97,11 @@ bool PageTables::add_code(std::uint32_t character, std::uint8_t code) {
 
 Status find_page(std::uint32_t number, char kind, Page& page, void** found) {
   page = Page{};
+  return is_utf8_page(number, kind) ? ZVRT_RC_OK : find_service_page(number, kind, page, found);
+}
+
+Status find_service_page(std::uint32_t number, char kind, Page& page, void** found) {
   void* converter = nullptr;
-  if (is_utf8_page(number, kind)) return ZVRT_RC_OK;
   page.field = field_of(number, kind);
   page.how = PageKind::service;
   if (const Status status = find_converter(page.field, converter); status != ZVRT_RC_OK) return status;

@@ -53,6 +53,9 @@ struct Page {
 // Finds a page as the service has it; `found` receives its converter, unless null.
 Status find_page(std::uint32_t number, char kind, Page& page, void** found);
 
+// As find_page(), UTF-8 by the service's own numbers too.
+Status find_service_page(std::uint32_t number, char kind, Page& page, void** found);
+
 // Finds out what a code page is. The tables, if it has any, are the caller's to keep.
 Status open_page(std::uint32_t number, char kind, Page& page, std::unique_ptr<PageTables>& tables);
 

@@ -8,6 +8,7 @@
 #include "columns/places.h"
 #include "columns/plan.h"
 #include "datetime/tokenizer.h"
+#include "encoding/code_page.h"
 
 namespace zvrt::columns {
 
@@ -113,7 +114,9 @@ bool open_type(const ZVRTType& given, Role role, Type& type, Reason& reason) {
   if (!is_plain(given)) return false;
   reason.status = check_type(without_model, role, type, reason.sentence);
   if (reason.status != ZVRT_RC_OK || !type.is_narrow()) return reason.status == ZVRT_RC_OK;
-  reason.status = find_page(given.codePage, given.codePageKind, type.page, nullptr);
+  // The functions know other names of UTF-8 than plans do.
+  const bool by_service = given.codePage != 0 && !is_utf8_pair(given.codePageKind, given.codePage);
+  if (by_service) reason.status = find_service_page(given.codePage, given.codePageKind, type.page, nullptr);
   reason.sentence = "The code page has no converter, or conversions are not initialised.";
   return reason.status == ZVRT_RC_OK;
 }
