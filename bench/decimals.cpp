@@ -93,7 +93,7 @@ constexpr cob_field_attr display_attributes{COB_TYPE_NUMERIC_DISPLAY, most_digit
                                             COB_FLAG_HAVE_SIGN | COB_FLAG_SIGN_SEPARATE | COB_FLAG_SIGN_LEADING,
                                             nullptr};
 
-// A number in digits, all of the field's, behind its sign.
+// A number in digits, all of the field's, after its sign.
 template <std::size_t bytes>
 using Display = std::array<unsigned char, most_digits<bytes> + 1>;
 

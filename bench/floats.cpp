@@ -27,7 +27,7 @@
 namespace zvrt_bench {
 namespace {
 
-// Digits behind the point of the scientific form.
+// Digits after the point of the scientific form.
 template <class Float>
 constexpr int precision = std::is_same_v<Float, double> ? 16 : 7;
 

@@ -17,7 +17,7 @@
 
 namespace zvrt_bench {
 
-// The room that every contender has for one value's result; no value of any set needs as much.
+// The bytes that every contender has for one value's result; no value of any set needs as much.
 inline constexpr std::size_t output_size = 64 * 1024;
 alignas(64) inline std::array<std::byte, output_size> result_area;
 

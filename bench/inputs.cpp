@@ -51,7 +51,7 @@ const Words& words_of(Script script) {
 
 bool is_continuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
 
-// The longest run of whole characters within `bytes` bytes, at least one character.
+// The longest run of complete characters within `bytes` bytes, at least one character.
 std::string_view cut_to_bytes(std::string_view text, std::size_t bytes) {
   std::size_t end = std::min(bytes, text.size());
   while (end > 0 && end < text.size() && is_continuation(text[end])) --end;

@@ -19,7 +19,7 @@ inline constexpr std::size_t large_set_size = 60'000;
 
 template <class Value>
 using Set = std::shared_ptr<const std::vector<Value>>;
-using NarrowTexts = Set<const char*>;  // NUL-terminated, one behind the other
+using NarrowTexts = Set<const char*>;  // NUL-terminated, one after the other
 using WideTexts = Set<const wchar_t*>;
 using Random = std::mt19937_64;
 
@@ -42,7 +42,7 @@ auto rendered(const Set<Value>& values, Render render) {
   return std::make_shared<const std::vector<decltype(render(values->front()))>>(std::move(forms));
 }
 
-// Texts, packed one behind the other.
+// Texts, packed one after the other.
 template <class Char>
 Set<const Char*> packed(const std::vector<std::basic_string<Char>>& texts) {
   struct Pool {

@@ -12,7 +12,7 @@ namespace {
 
 constexpr int repetitions = 1000;
 
-// Collects over so many calls and leaves the count under the call's name.
+// Collects over `repetitions` calls and leaves the count under the call's name.
 template <class Call>
 void count(const std::string& name, const Call& call) {
   call();  // symbols are bound and caches filled

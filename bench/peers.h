@@ -12,7 +12,7 @@ namespace zvrt_bench {
 inline wchar_t* wide(std::byte* output) { return reinterpret_cast<wchar_t*>(output); }
 inline char* narrow(std::byte* output) { return reinterpret_cast<char*>(output); }
 
-// Ends the text and tells its length in bytes.
+// Terminates the text; its length in bytes.
 inline std::size_t terminated(wchar_t* text, std::size_t length) {
   text[length] = L'\0';
   return length * sizeof(wchar_t);

@@ -133,7 +133,7 @@ BrokenDown broken_down(const ZVRTTS& ts) {
   return {time, ts.fraction};
 }
 
-// A point and six digits behind text of `length` characters; its new length.
+// A point and six digits after text of `length` characters; its new length.
 template <class Char>
 std::size_t append_fraction(Char* text, std::size_t length, std::uint32_t fraction) {
   text[length] = '.';

@@ -1,4 +1,4 @@
-// Code pages through the bridges: as ICU reads and writes the whole text, there and back, and into every room the
+// Code pages through the bridges: as ICU reads and writes the whole text, there and back, and into every capacity the
 // beginning of what goes into a larger one.
 #include <gtest/gtest.h>
 
@@ -34,7 +34,7 @@ Converted convert(decltype(&ZVRT_MultiByteToWideChar) bridge, const FldDef& fiel
   return converted;
 }
 
-// The beginning of what there is room for, and the same count. Text that was cut while it was shifted is closed.
+// What fits of the beginning, and the same count. Text that is truncated in the shifted state is closed.
 void expect_beginning(Converted part, const Converted& whole, std::size_t used, std::size_t unit) {
   const std::size_t capacity = part.bytes.size() / unit * unit;
   const std::size_t same = static_cast<std::size_t>(

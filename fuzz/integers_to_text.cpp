@@ -1,4 +1,4 @@
-// Integers of every type by every version against std::to_string, into any room, and back.
+// Integers of every type by every version against std::to_string, into any capacity, and back.
 #include "input.h"
 #include "numeric/integer/integer_versions.h"
 

@@ -13,7 +13,7 @@ void check_field(const std::string& bytes, bool given, std::int32_t size) {
     ASSERT_EQ(run(ZVRTCnvDecPackedToWVarcharSz, source.put(bytes), length, size), expected(bytes, length, size));
     return;
   }
-  // The value ends within the source, so that nothing behind it may be read.
+  // The value ends within the source, so that nothing after it may be read.
   const std::optional<std::string> value = found(bytes + std::string(100, '\x1C'));
   const std::size_t zeros = std::min(bytes.find_first_not_of('\0'), bytes.size());
   std::string kept = (bytes + std::string(100, '\x1C')).substr(0, value ? zeros + value->size() : 44);

@@ -21,7 +21,7 @@ void check_reading(const void* src, const std::string& text) {
 
 void zvrt_fuzz::check(Input input) {
   static Source source;
-  // Digits are more than a half; the rest is what numbers are made of, and one stray.
+  // Digits are more than a half; the rest is what numbers are made of, and one invalid character.
   const bool plain = input.flag();
   const std::string text = input.text_over(plain ? "01234567899000.e-" : "0123456789.eE+-x1234567895000000");
   const void* const src = source.put(wide_bytes(widen(text)));

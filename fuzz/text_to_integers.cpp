@@ -39,7 +39,7 @@ void zvrt_fuzz::check(Input input) {
   } else {
     text = widened(input.text_over("0123456789019-"));
   }
-  // Digits stand behind the terminator, and the memory ends where they end.
+  // Digits follow the terminator, and the memory ends where they end.
   const void* const src = source.put(wide_bytes(text) + std::string(behind, '1'));
   check_text<std::uint8_t>(src, text);
   check_text<std::int16_t>(src, text);

@@ -1,4 +1,4 @@
-// The tokenizer: an element is the longest that the letters begin, and the entries tell the text they came from.
+// The tokenizer: an element is the longest that the letters begin, and the entries give the text back.
 #include <cwctype>
 
 #include "datetime/models.h"

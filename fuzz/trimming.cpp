@@ -40,7 +40,7 @@ void zvrt_fuzz::check(Input input) {
   for (const char character : input.text_over(std::string_view("    ab\t\0\xA0", 9)))
     text += static_cast<unsigned char>(character);
   const std::int32_t length = static_cast<std::int32_t>(text.size()) - skew;
-  const std::u32string buffer = text + U'#';  // room for a terminator
+  const std::u32string buffer = text + U'#';  // the place of a terminator
   const auto with_flags = [=](auto trim) {
     return [=](auto* at, std::int32_t* len) { return trim(at, len, leading, trailing); };
   };

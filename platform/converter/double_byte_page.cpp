@@ -1,5 +1,17 @@
-// Pages in which the first byte of a character tells how long it is: of one and two bytes, of longer codes after a
-// prefix, and GB18030. They share the loops; a page with longer codes has them in units of 32 bits.
+// Pages in which the first byte of a character determines its length: of one and two bytes, of longer codes after a prefix,
+// and GB18030. They share the loops; a page with longer codes has them in units of 32 bits.
+//
+// Reading. A character is looked up by its first byte [s] in a table of 256 units; if that is undefined, by its first two
+// bytes [l|t] in a trie; if that is undefined too, by what the page has besides: a prefix and a pair [p|l|t], [p|q|l|t],
+// or GB18030's four bytes, whose values count through the characters in order.
+//
+// Writing. A trie gives the code of a character, its bytes from the lowest on: [s|0] or [l|t]. The loop is
+// software-pipelined by one character: the next code is loaded before the current one is stored. Its inner loop handles as
+// many characters as fit at the longest code each, so that only a character without a code ends it; it is entered again
+// with the capacity that is left.
+//
+// Both begin with blocks of ASCII. What the loops leave, at the end of the destination or before an invalid character, is
+// converted one character at a time, which also counts what a complete destination would need.
 #include <bit>
 
 #include "forms.h"
@@ -31,9 +43,7 @@ struct Progress {
   std::size_t bytes;
 };
 
-// Writes leading characters as far as both sides reach, and stops before one that the page does not have. A character
-// is written once the next one is known to be written too. As many go at once as fit if all of them are long, which
-// leaves nothing but the page to stop at; then again with the room that is left.
+// Writes leading characters as far as both sides reach, and stops before one that the page does not have.
 template <class Unit>
 Progress write_run(const Page& page, CodeTrie<Unit> code_of, WideText source, ByteDestination destination) {
   constexpr std::size_t longest = sizeof(Unit);

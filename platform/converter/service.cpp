@@ -46,7 +46,7 @@ const zvrt::Conversions* const conversions[zvrt::form_count] = {
 
 const zvrt::Conversions& conversions_of(const Page& page) { return *conversions[static_cast<std::size_t>(page.form)]; }
 
-// What the kernels of a single-byte page convert whole takes no frame besides theirs; anything else goes through the
+// What the kernels of a single-byte page convert completely takes no frame besides theirs; anything else goes through the
 // page, from its start.
 zvrt::Outcome decode(const Page& page, zvrt::Bytes source, zvrt::WideDestination destination) {
   if (page.form == Form::single_byte && source.size() <= destination.count &&

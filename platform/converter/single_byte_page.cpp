@@ -1,4 +1,9 @@
-// A page of one byte per character: whole texts by kernels, what they leave by single characters.
+// A page of one byte per character: texts by kernels, what they leave by single characters.
+//
+// A kernel converts a leading part and stops before a byte that is undefined or a character without a code. Reading is then
+// over: what follows is looked at only for such bytes, as the count needed is that of the bytes. Writing goes on, since the
+// kernel by AVX-512 knows two windows of 256 characters, and others are in the page's trie: a few characters are written by
+// the trie, then the kernel is tried again.
 #include "forms.h"
 #include "page_data.h"
 #include "single_byte_kernels.h"

@@ -1,4 +1,9 @@
 // A page of two sets, one byte and two bytes per character, with shifts between them: the mixed EBCDIC pages.
+//
+// A text begins with single bytes. After the shift 0E a character is a pair, after 0F a byte again: [s s 0E l t l t 0F s].
+// Reading keeps that state, and takes shifts that change nothing. Writing inserts a shift where the length of the codes
+// changes, and a closing 0F where the text ends in pairs. So does the beginning that fits into a small destination: a pair
+// is stored only if its closing shift fits as well, hence what is written is always a complete text.
 #include "forms.h"
 #include "page_data.h"
 

@@ -58,7 +58,7 @@ inline constexpr std::size_t ascii_block = 16;
 std::size_t widen_all_ascii_blocks(Ascii ascii, Bytes source, WideDestination destination);
 std::size_t narrow_all_ascii_blocks(Ascii ascii, WideText source, ByteDestination destination);
 
-// Copies leading whole blocks of ASCII, as far as both sides reach, and says how many characters: 0 is always allowed.
+// Copies leading blocks of ASCII, as far as both sides reach, and returns the characters: 0 is always allowed.
 inline std::size_t widen_ascii_blocks(Ascii ascii, Bytes source, WideDestination destination) {
   return source.size() < ascii_block ? 0 : widen_all_ascii_blocks(ascii, source, destination);
 }
@@ -76,7 +76,7 @@ struct Decoded {
 };
 inline constexpr Decoded offending{0, 0};
 
-// The characters of a Decoded that is two: writes those that there is room for, from the place `made`.
+// The characters of a Decoded that is two: writes those that fit, from index `made` on.
 void put_two(char32_t character, WideDestination destination, std::size_t made);
 
 // One character written, its bytes in order from the lowest; a length of 0 is a character that the page does not have.

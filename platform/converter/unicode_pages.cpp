@@ -1,4 +1,8 @@
 // The encodings of Unicode as they are defined: shortest forms only, no lone surrogates, nothing above U+10FFFF.
+//
+// Each is a function that reads one character and one that writes one, in the loops that all pages share; UTF-8 and CESU-8
+// begin with blocks of ASCII. UTF-16 and UTF-32 have their units in either byte order; without a given order a text is
+// written with a mark, and read by the mark that it begins with.
 #include <bit>
 
 #include "forms.h"

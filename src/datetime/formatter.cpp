@@ -48,7 +48,7 @@ void put_name(std::byte* at, const Wide* name, std::size_t length) {
   store(at + last * sizeof(Wide), 0, load<Four>(name + last));
 }
 
-// One pass over a model. Between two entries there is always room for the terminator.
+// One pass over a model. Between two entries there is always a place for the terminator.
 class Formatter {
  public:
   Formatter(std::byte* begin, std::int32_t capacity, TimestampView ts, std::uint8_t groups)
@@ -76,7 +76,7 @@ class Formatter {
  private:
   static constexpr std::ptrdiff_t unit = sizeof(Wide);
 
-  // The characters written so far stay even if they leave no room for a terminator.
+  // The characters written so far stay even if they leave no place for a terminator.
   bool advance(std::ptrdiff_t count) {
     at_ += count * unit;
     return at_ <= last_;

@@ -35,13 +35,13 @@ struct TextKernels {
   Progress (*utf16_to_utf8)(const void* src, std::size_t count, char* dst, std::size_t capacity);
   Progress (*utf16_to_utf32)(const void* src, std::size_t count, void* dst, std::size_t capacity);
   Progress (*utf32_to_utf16)(const void* src, std::size_t count, void* dst, std::size_t capacity);
-  // What the two would write with room for all of it.
+  // What the two would write into an unlimited destination.
   Progress (*count_decoded)(const char* src, std::size_t count);
   Progress (*count_encoded)(const void* src, std::size_t count);
-  // Terminated text as it is, up to its terminator or to the end of the room, whichever comes first.
+  // Terminated text as it is, up to its terminator or to the capacity, whichever comes first.
   Progress (*copy)(const void* src, void* dst, std::size_t capacity);
   Progress (*copy_wide)(const void* src, void* dst, std::size_t capacity);
-  // Wide text of a count, into as much room: a zero ends it, and what is left of the count is filled with zeros.
+  // Wide text of a count, into as many units: a zero ends it, and what is left of the count is filled with zeros.
   void (*copy_counted)(const void* src, void* dst, std::size_t count);
   // Drops the blanks and tabs of a wide text in place, up to its terminator or its count. The character after those kept
   // may be changed: the caller's terminator goes there.

@@ -78,7 +78,7 @@ class Utf16Sink {
     return true;
   }
 
-  // Takes the well-formed leading part of a text at once, as far as there is room; returns the bytes taken.
+  // Converts the leading part of a text that the kernel takes, as far as it fits; returns the bytes taken.
   std::int64_t convert_prefix(const char* src, std::int64_t bytes) {
     if (dst_ == nullptr || needed_ >= capacity_) return 0;
     const Progress progress = text_kernels.utf8_to_utf16(
@@ -124,7 +124,7 @@ class Utf8Sink {
     needed_ += length;
   }
 
-  // The same of UTF-16, as far as there is room.
+  // The same of UTF-16, as far as it fits.
   std::int64_t take_utf16(const void* src, std::int64_t units) {
     if (dst_ == nullptr || needed_ >= capacity_) return 0;
     const Progress progress = text_kernels.utf16_to_utf8(src, static_cast<std::size_t>(units), dst_ + needed_,

@@ -1,5 +1,5 @@
 // The two exported transforms between UTF-16 and UTF-32. They stop where the destination is full, which the transforms of
-// UTF-8 do not, and terminate the text where all of it was converted and room is left.
+// UTF-8 do not, and terminate the text where all of it was converted and a unit is left for it.
 #include <cstddef>
 #include <cstdint>
 

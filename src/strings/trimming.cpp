@@ -35,7 +35,7 @@ std::int32_t trailing_blanks(const void* text, std::int32_t length) {
   return static_cast<std::int32_t>(text_kernels.trailing_blanks(text, static_cast<std::size_t>(length)));
 }
 
-// Blanks at both ends of `length` units; returns the length left. Needs one more unit of room for the terminator.
+// Blanks at both ends of `length` units; returns the length left. Needs one more unit for the terminator.
 template <class Unit, Closes closes>
 std::int32_t trim_ends(Unit* text, std::int32_t length, std::uint8_t leading, std::uint8_t trailing) {
   length = std::max(length, 0);

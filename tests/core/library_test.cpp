@@ -1,4 +1,4 @@
-// Initialisation, termination and the two bridges over a platform that fails where told.
+// Initialisation, termination and the two bridges over a platform that fails where asked.
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -84,7 +84,7 @@ TEST(RecordsToText, ModelLengthsWithoutATemporary) {
       Field field(model.codes.data(), length);
       EXPECT_EQ(writer.no_memory, call(writer.write, &invalid, 40, &field).status) << writer.name << ' ' << length;
     }
-    Field field(model.codes.data(), 0);  // room for the terminator alone
+    Field field(model.codes.data(), 0);  // capacity for the terminator alone
     EXPECT_EQ(ZVRT_RC_TRUNCATED, call(writer.write, &good, 40, &field).status) << writer.name;
   }
 }

@@ -17,7 +17,7 @@ struct Formatted {
 
 inline constexpr wchar_t untouched_place = static_cast<wchar_t>(0xA5A5A5A5);
 
-// The whole destination, and the length that was reported; 4711 where none was.
+// The destination, and the length that was reported; 4711 where none was.
 inline std::uint32_t format(const FmtCode* codes, const ZVRTTS& ts, DtKind kind, GuardedBuffer& destination,
                             std::uint32_t& length) {
   length = 4711;

@@ -16,7 +16,7 @@ TEST(NarrowText, AServiceThatTellsWhatItWroteIsNotAskedAgain) {
   FldDef field{};
   field.codePage = 37;
   field.codePageKind = 'k';
-  constexpr std::size_t converts = 3;  // behind the two blocks and the converter
+  constexpr std::size_t converts = 3;  // after the two blocks and the converter
   for (const std::uint32_t reported : {1U, 2U, 3U}) {
     platform.reset();
     platform.failures[converts] = ZVRT_RC_TRUNCATED;

@@ -67,7 +67,7 @@ inline std::string encode(std::uint32_t value) {
   return static_cast<char>(mark + value) + tail;
 }
 
-// What a transform is to leave behind.
+// What a transform is to report and write.
 struct Outcome {
   std::string bytes;  // the destination's bytes, a closing zero included
   std::uint32_t count = 0;

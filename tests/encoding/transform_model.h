@@ -38,7 +38,7 @@ CodePoints values(const std::string& bytes) {
   return list;
 }
 
-// A null destination is told as a capacity below 0.
+// A capacity below 0 stands for a null destination.
 constexpr int null_destination = -1;
 
 inline Outcome reference_8_to_32(const std::string& src, int capacity) {
@@ -219,7 +219,7 @@ inline const Transform& transform(const std::string& name) {
 // Source and destination flush against pages that cannot be touched, whatever their alignment then is.
 class Bench {
  public:
-  // `absent` units more are told than there are: a text that ends before them is not looked at behind its end.
+  // The count given is `absent` units larger than the text: nothing after its terminator is read.
   testing::AssertionResult agrees(const Transform& t, const std::string& src, int capacity, int absent = 0) {
     unsigned char* const from = source_.tail(src.size());
     std::memcpy(from, src.data(), src.size());

@@ -1,4 +1,4 @@
-// Stand-ins for the platform libraries: they record the order of calls and fail where told.
+// Stand-ins for the platform libraries: they record the order of calls and fail where asked.
 #pragma once
 
 #include <cstdint>

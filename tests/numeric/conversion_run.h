@@ -1,4 +1,4 @@
-// Runs a conversion into guarded memory and keeps everything it told, for comparison with what a reference expects.
+// Runs a conversion into guarded memory and keeps everything it reported, for comparison with what a reference expects.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -49,7 +49,7 @@ inline GuardedBuffer& destination(std::size_t size) {
   return *buffer;
 }
 
-// `size` is the room that is there, `dstSize` what the conversion is told.
+// The destination has `dstSize` bytes, none if that is negative.
 inline Outcome run(ZVRTConversion conversion, const void* src, std::int32_t srcLen, std::int32_t dstSize,
                    const FldDef* fldDef = nullptr) {
   const std::size_t size = dstSize > 0 ? static_cast<std::size_t>(dstSize) : 0;

@@ -1,4 +1,4 @@
-// The converter service, started for a test and ended behind it; conversions into guarded memory, checked for what they
+// The converter service, started for a test and ended after it; conversions into guarded memory, checked for what they
 // leave alone.
 #pragma once
 
@@ -47,7 +47,7 @@ template <class Text>
 struct Result {
   std::uint32_t status;
   std::uint32_t count;
-  Text written;  // of a complete or an offending text `count` units, of a truncated one as many as there is room for
+  Text written;  // of a complete or an offending text `count` units, of a truncated one as many as fit
 
   bool operator==(const Result&) const = default;
 };

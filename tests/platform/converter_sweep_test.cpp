@@ -1,4 +1,4 @@
-// Every page that the service knows, whole: what it writes it reads back as the same, into every capacity; what it
+// Every page that the service knows, completely: what it writes it reads back as the same, into every capacity; what it
 // reads is all that ICU's page of that number defines. The short form, which runs with the other tests, takes a part
 // of the characters; with ZVRT_FULL_SWEEP=1, as scripts/sweeps.sh runs it, all.
 #include <gtest/gtest.h>
@@ -44,7 +44,7 @@ std::string named(std::uint32_t number, char kind) {
   return std::to_string(number) + (kind != '\0' ? std::string(" kind ") + kind : "");
 }
 
-// What stands in each smaller capacity is the beginning of nothing but whole characters: here none, or a byte order
+// What stands in each smaller capacity is the beginning of nothing but complete characters: here none, or a byte order
 // mark's worth of none.
 void expect_refused_or_whole(void* converter, char32_t character, const std::string& bytes) {
   for (std::size_t capacity = 0; capacity < bytes.size(); ++capacity) {

@@ -47,7 +47,7 @@ const Row rows[] = {
 
 class ConverterTruncation : public zvrt_test::ConverterService {};
 
-// The longest run of whole characters of the first `limit` whose text fits.
+// The longest run of complete characters of the first `limit` whose text fits.
 std::string longest_fitting(const IcuReference& icu, const std::u32string& text, std::size_t limit,
                             std::size_t capacity) {
   for (std::size_t characters = limit; characters > 0; --characters) {
@@ -57,7 +57,7 @@ std::string longest_fitting(const IcuReference& icu, const std::u32string& text,
   return "";
 }
 
-// Writes into `capacity` bytes and compares status, count, bytes and what lies behind them. The source stands unaligned.
+// Writes into `capacity` bytes and compares status, count, bytes and what follows them. The source is unaligned.
 void expect_written(void* converter, const std::u32string& text, std::size_t capacity, std::uint32_t status,
                     std::size_t count, const std::string& bytes) {
   GuardedBuffer source(text.data(), text.size() * 4);

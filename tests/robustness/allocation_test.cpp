@@ -1,5 +1,5 @@
 // Every allocation that the library can make fails in turn, once and from then on: the status and what is left of the
-// buffers are as told, and nothing stays allocated.
+// buffers are as documented, and nothing stays allocated.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -148,7 +148,7 @@ TEST(Allocations, EveryTemporaryFailsInTurn) {
   }
 }
 
-// A source whose temporary would have more bytes than can be told is refused as one that could not be had.
+// A source whose temporary would have more bytes than 32 bits count is refused like one that could not be allocated.
 TEST(Allocations, SourcesTooLongToAskFor) {
   const Model model(L"%YYYY");
   Field field(model);
@@ -191,7 +191,7 @@ TEST(Allocations, NoneForStringsOfAnyLength) {
   }
 }
 
-// No value of ordinary size costs an allocation.
+// No value of usual size costs an allocation.
 TEST(Allocations, NoneOnOrdinaryValues) {
   ASSERT_EQ(ZVRTInitDataConversion(), ZVRT_RC_OK);
   for (const OrdinaryCall& ordinary : ordinary_calls()) {

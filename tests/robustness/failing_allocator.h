@@ -1,4 +1,4 @@
-// The process's allocator, which fails where it is told to and knows what is still allocated.
+// The process's allocator, which fails where it is asked to and knows what is still allocated.
 #pragma once
 
 #include <cstddef>
@@ -7,7 +7,7 @@ namespace zvrt_test {
 
 enum class Fails { never, once, from_then_on };
 
-// While one of these lives, the allocations of its thread are counted, and fail as told, the nth being the first to.
+// While one of these lives, the allocations of its thread are counted, and fail as asked, the nth being the first to.
 class WatchedAllocations {
  public:
   explicit WatchedAllocations(Fails fails = Fails::never, std::size_t nth = 0);

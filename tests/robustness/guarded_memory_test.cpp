@@ -26,7 +26,7 @@ struct Observed {
   std::string bytes;
 };
 
-// The source stands so many bytes before the guard page, the destination flush against it; all around is the mark.
+// The source ends some bytes before the guard page, the destination flush against it; all around is the mark.
 Observed observe(const CallOnBuffers& row, std::size_t size, std::size_t behind, unsigned char mark,
                  bool without_length) {
   static GuardedBuffer source(2 * largest), destination(2 * largest);

@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::size_t threads = 8;
 
-// What every exported function does with one call's arguments, told as bytes: status, lengths and destinations. Each
+// What every exported function does with one call's arguments, as bytes: status, lengths and destinations. Each
 // thread begins elsewhere in the list.
 std::string all_functions(std::size_t start) {
   static const std::vector<CallOnBuffers> calls = calls_on_buffers();

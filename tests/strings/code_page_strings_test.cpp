@@ -40,7 +40,7 @@ Written write(ZVRTConversion* convert, const FldDef& descriptor, const std::u32s
   return {status, out_len, buffer.bytes().substr(0, used)};
 }
 
-// A prefix tells the whole characters that fitted, in pages of one byte and of several, shifts included.
+// A prefix counts the complete characters that fitted, in pages of one byte and of several, shifts included.
 TEST_F(CodePageStrings, APrefixTellsTheBytesThatAreThere) {
   const FldDef ebcdic = field(37), shift_jis = field(932), gb = field(54936);
   struct {

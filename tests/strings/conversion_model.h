@@ -1,4 +1,4 @@
-// The 21 conversions as their documentation tells them: a row a member, and a plain model of what a call leaves in
+// The 21 conversions as documented: one row per member, and a reference for what a call leaves in
 // every byte of its destination.
 #pragma once
 
@@ -24,7 +24,7 @@ constexpr bool is_prefixed(Kind kind) { return kind == Kind::varchar || kind == 
 // What becomes of text that fills the destination exactly.
 enum class Full { no_terminator_needed, terminator_missing_ok, terminator_missing_1609, last_replaced_1609 };
 
-// One row a member: how it differs from its siblings, as its documentation tells it.
+// How a member differs from its siblings.
 struct Member {
   const char* name;
   ZVRTConversion* convert;
@@ -33,7 +33,7 @@ struct Member {
   Full full;
   bool counts_copied = false;  // lengths are those of what was copied
   bool out_in_bytes = false;
-  bool zero_ends_field = false;  // the rest of a wide field behind a zero character becomes zeros
+  bool zero_ends_field = false;  // the rest of a wide field after a zero character becomes zeros
   bool composed = false;
 };
 
@@ -67,7 +67,7 @@ inline std::string wide(const CodePoints& text) {
   return {reinterpret_cast<const char*>(text.data()), text.size() * 4};
 }
 
-// A source: its buffer, its length as the caller tells it, and its units.
+// A source: its buffer, its length as the caller gives it, and its units.
 struct Source {
   std::string buffer;
   std::optional<std::int32_t> given;

@@ -1,4 +1,4 @@
-// Trimming as its rules tell it, on a list of units.
+// A reference for trimming: its rules on a list of units.
 #pragma once
 
 #include <algorithm>
@@ -7,7 +7,7 @@
 
 namespace zvrt_test {
 
-// Trimming as its rules tell it, on a list of units with room for one more.
+// A buffer of one unit more than its text has, for the terminator.
 struct Trimmed {
   std::u32string buffer;
   std::int32_t length;
@@ -30,7 +30,7 @@ inline Trimmed trimmed(std::u32string buffer, std::int32_t length, int leading, 
   return {buffer, length};
 }
 
-// Every blank and tab among the first characters of a text taken out, and the text ended behind them.
+// Without the blanks and tabs among its first `length` characters, terminated after what is left.
 inline Trimmed without_blanks_and_tabs(std::u32string buffer, std::int32_t length) {
   std::u32string kept;
   for (std::int32_t i = 0; i < length && buffer[static_cast<std::size_t>(i)] != 0; ++i) {

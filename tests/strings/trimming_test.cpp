@@ -9,14 +9,14 @@
 namespace zvrt_test {
 namespace {
 
-// Every text of up to five units over a small alphabet, every length told, every pair of flags.
+// Every text of up to five units over a small alphabet, every length given, every pair of flags.
 TEST(Trimming, EverySmallText) {
   const char32_t alphabet[] = {U' ', U'a', U'\t', 0};
   GuardedBuffer narrow(6), wide(24);
   for (unsigned code = 0; code < 1024; ++code) {
     std::u32string text;
     for (unsigned i = 0, rest = code; i < 5; ++i, rest /= 4) text += alphabet[rest % 4];
-    text += U'#';  // the room for a terminator
+    text += U'#';  // the place of a terminator
     for (std::int32_t length = -1; length <= 5; ++length) {
       for (const int flags : {0, 1, 2, 3, 4, 8}) {
         const auto leading = static_cast<std::uint8_t>(flags == 4 ? 2 : flags & 1);

@@ -98,7 +98,7 @@ class Calls {
   void add(const char* function, const char* words, std::function<std::uint32_t()> call) {
     calls_.push_back({function, words, std::move(call)});
   }
-  // Not part of the ordinary work, but on any buffers.
+  // Not measured, but made on any buffers.
   void convert_there(const char* function, ZVRTConversion* conversion, const char* words, const Source& source,
                      std::int32_t source_length = 0, std::int32_t room_given = capacity,
                      const std::shared_ptr<Field>& field = nullptr) {
@@ -323,7 +323,7 @@ void add_other_strings(Calls& calls) {
   calls.convert_there(NAMED(ZVRTCnvWVarcharSzToWVarcharSzOut), name.words, characters);
 }
 
-// The length is that of the source in units; the destination's unit is told.
+// The length is that of the source in units; the destination's unit is the last number.
 void add_transforms(Calls& calls) {
   static constexpr char16_t text[] = u"Élodie 😀";
   const Source bytes = open(narrow("Élodie 😀"), 1), characters = open(wide(L"Élodie 😀"), 4);

@@ -34,7 +34,7 @@ struct CallOnBuffers {
   std::string value;
   std::string source;  // the bytes to be found at src, all that the call may read
   std::int32_t length;
-  std::optional<std::int32_t> size;  // of dst, for a function that is not told it
+  std::optional<std::int32_t> size;  // of dst, for a function that is not given it
   std::size_t unit;                  // sizes of dst are multiples of it
   std::function<std::uint32_t(Buffers&)> call;
 };

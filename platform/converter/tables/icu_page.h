@@ -19,7 +19,7 @@ class IcuPage {
   UConverterType type() const { return ucnv_getType(converter_.get()); }
   int longest_character() const { return ucnv_getMaxCharSize(converter_.get()); }
 
-  // What these bytes mean as a whole text. An incomplete text is the beginning of others.
+  // What these bytes mean as a complete text. An incomplete text is the beginning of others.
   enum class Answer { text, undefined, incomplete };
   struct Meaning {
     Answer answer;

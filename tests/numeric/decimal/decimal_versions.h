@@ -1,4 +1,4 @@
-// Every version of the decimal kernels beside the definitions, into every room up to a guard page.
+// Every version of the decimal kernels beside the definitions, into every capacity up to a guard page.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -29,7 +29,7 @@ inline std::vector<Version> versions() {
   return found;
 }
 
-// What a kernel told and what it left in memory.
+// What a kernel returned and what it left in memory.
 struct Result {
   std::int64_t first;
   std::int64_t second;
@@ -45,7 +45,7 @@ inline Result reported(const EncodedVarnum& value) { return {value.length, value
 constexpr std::size_t destination_bytes = 4 * 200;
 constexpr std::int32_t capacities[] = {0, 1, 2, 5, 15, 16, 17, 31, 32, 33, 47, 48, 63, 64, 65, 128, 200};
 
-// Runs a kernel with every room, in units of `unit` bytes; the destination ends where the room does.
+// Runs a kernel with every capacity, in units of `unit` bytes; the destination ends at the guard page.
 template <std::size_t unit, class Kernel, class Reference>
 void compare(const char* name, Kernel kernel, Reference reference, const std::string& source) {
   static GuardedBuffer dst(destination_bytes);
@@ -125,7 +125,7 @@ inline void check_packed(const Version& version, const std::string& field) {
   check_packed_bytes(version, field);
 }
 
-// Wide text with its terminator, as bytes; more may stand behind it.
+// Wide text with its terminator, as bytes; more may follow.
 inline void check_text(const Version& version, const std::string& wide_text) {
   const auto over = [](PackText* pack) {
     return
@@ -144,7 +144,7 @@ inline void check_varnum(const Version& version, const std::string& value) {
   compare_bytes<RenderVarnum*>(version.name, version.kernels->render_varnum_bytes, render_varnum, value);
 }
 
-// Of both widths, terminated; more may stand behind them.
+// Of both widths, terminated; more may follow.
 inline void check_varnum_text(const Version& version, const std::string& narrow, const std::string& wide) {
   const auto over = [](EncodeVarnum* encode) {
     return [=](void* src, char* dst, std::int32_t capacity) {

@@ -104,7 +104,7 @@ TEST(PackedDecimal, FollowsItsRules) {
   }
 }
 
-// Fields of mostly digits, as random as that leaves room for.
+// Fields of mostly digits, random otherwise.
 std::string random_field(std::mt19937& random, std::size_t bytes) {
   std::string field(bytes, '\0');
   const bool tame = random() % 4 != 0;
@@ -152,7 +152,7 @@ TEST(PackedToWide, EveryLengthAndCapacity) {
   }
 }
 
-TEST(PackedToWide, FindsValuesAndReadsNothingBehindThem) {
+TEST(PackedToWide, FindsValuesAndReadsNothingAfterThem) {
   std::mt19937 random(2);
   for (std::size_t zeros = 0; zeros <= 44; ++zeros) {
     for (std::size_t bytes = 1; bytes <= 44; ++bytes) {
@@ -214,7 +214,7 @@ TEST(WideToPacked, EveryLengthSizeAndAlignment) {
       const std::u32string text = random_text(random, length);
       const bool negative = text.starts_with(U'-');
       const auto count = static_cast<std::int32_t>(text.size() - (negative ? 1 : 0));
-      // A byte behind the text keeps it off its alignment, up against the end of the memory without one.
+      // A byte after the text keeps it off its alignment, up against the end of the memory without one.
       const std::string bytes = wide_bytes(text) + std::string(round % 4, 'x');
       GuardedBuffer source(bytes.data(), bytes.size());
       std::int32_t needed = 1;

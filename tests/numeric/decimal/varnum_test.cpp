@@ -19,7 +19,7 @@ Outcome encode(const std::string& text, std::int32_t srcLen, std::int32_t dstSiz
   GuardedBuffer wide_source(wide.data(), wide.size());
   const Outcome outcome = run(ZVRTCnvVarcharSz_UnsignedToOraVarnum, narrow_source.as<>(), srcLen, dstSize);
   EXPECT_EQ(run(ZVRTCnvWVarcharSz_UnsignedToOraVarnum, wide_source.as<>(), srcLen, dstSize), outcome) << text;
-  // The same text off its alignment, with another character behind it.
+  // The same text off its alignment, with another character after it.
   const std::string shifted = "x" + wide + "123";
   EXPECT_EQ(run(ZVRTCnvWVarcharSz_UnsignedToOraVarnum, shifted.data() + 1, srcLen, dstSize), outcome) << text;
   return outcome;

@@ -1,4 +1,4 @@
-// What integer conversions are held against: values worth trying, and the told rules in their plainest form.
+// What integer conversions are held against: values worth trying, and the documented rules in their simplest form.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -128,7 +128,7 @@ inline std::uint64_t number_of(const std::string& digits) {
   return number;
 }
 
-// Wide text, terminated, that ends so many bytes before the guard page, with digits behind it.
+// Wide text, terminated, that ends `bytes_behind` bytes before the guard page, with digits after it.
 class GuardedText {
  public:
   GuardedText(const std::u32string& text, std::size_t bytes_behind)

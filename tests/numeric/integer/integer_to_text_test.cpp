@@ -12,7 +12,7 @@ namespace {
 
 using namespace zvrt_test;
 
-// The members of one type; the `...Out` form tells bytes always, or only when the status is ZVRT_RC_OK.
+// The members of one type; the `...Out` form reports bytes always, or only when the status is ZVRT_RC_OK.
 enum class Reports { always, if_ok };
 
 template <class Int>
@@ -138,7 +138,7 @@ TEST_F(IntegerToCodePage, NarrowMembersWriteTheFieldsCodePage) {
   EXPECT_EQ(length, 3);
 }
 
-TEST_F(IntegerToCodePage, AnUnknownCodePageIsTold) {
+TEST_F(IntegerToCodePage, AnUnknownCodePageIsReported) {
   const FldDef unknown = field_of(123456789, 'X');
   const std::uint64_t value = 12;
   GuardedBuffer dst(8);

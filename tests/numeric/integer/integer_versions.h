@@ -1,4 +1,4 @@
-// Every version of the integer conversions beside the told rules.
+// Every version of the integer conversions beside the documented rules.
 #pragma once
 
 #include <string>

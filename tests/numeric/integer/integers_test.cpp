@@ -1,4 +1,4 @@
-// Every version of the integer conversions against the told rules.
+// Every version of the integer conversions against the documented rules.
 #include "numeric/integer/integers.h"
 
 #include <gtest/gtest.h>

@@ -66,7 +66,7 @@ TEST(TextToInteger, WideMembers) {
   check_member<std::int8_t>(ZVRTCnvWVarcharSzToTinyInt);
 }
 
-// What a narrow member leaves behind; a `dst` it does not write keeps the mark.
+// What a narrow member reports and writes; a `dst` that it does not write keeps the mark.
 struct Outcome {
   std::uint32_t status;
   std::uint32_t out_len;

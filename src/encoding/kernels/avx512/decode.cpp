@@ -165,7 +165,7 @@ ZVRT_INLINED bool decode_step(const char* src, Bound bound, char* dst, std::size
 
 // Steps of 64 bytes while all of them are there and well-formed. They follow each other at distances that do not depend
 // on their characters, so that none waits for the one before; the last bytes of each are left to the next, as a
-// character has to be seen whole.
+// character has to be complete.
 template <class Out, class Bound>
 ZVRT_INLINED bool decode_long(const char* src, Bound bound, char* dst, std::size_t capacity, Progress& progress) {
   constexpr std::size_t step = step_bytes;

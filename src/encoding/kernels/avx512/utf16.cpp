@@ -123,7 +123,7 @@ struct ToWide {
   ZVRT_INLINED static Vector upper(Vector words) { return _mm512_cvtepu16_epi32(_mm512_extracti64x4_epi64(words, 1)); }
 };
 
-// At most 32 units. Returns false where the text, the room or what is well-formed ends.
+// At most 32 units. Returns false where the text, the capacity or what is well-formed ends.
 template <class Into, class Bound>
 ZVRT_INLINED bool utf16_step(const char* src, Bound bound, char* dst, std::size_t capacity, Progress& progress) {
   const std::size_t readable = bound.readable(src, progress.read, step);
@@ -135,7 +135,7 @@ ZVRT_INLINED bool utf16_step(const char* src, Bound bound, char* dst, std::size_
     return bound.goes_on(progress.read) && progress.written < capacity;
   }
   progress.read += taken;
-  // A pair that the step cuts is seen whole by the next one, unless it is all there was.
+  // A pair that the step cuts is complete in the next one, unless it is all there was.
   return taken == block.count && block.is_cut && taken != 0 && progress.written < capacity;
 }
 

@@ -30,7 +30,7 @@ ZVRT_INLINED std::size_t store_utf16(char* dst, __mmask16 lanes, Vector characte
 // 32 units of UTF-16, up to the first that is zero or begins or is a broken pair.
 struct Utf16Block {
   Vector units;
-  std::size_t count;  // units that are whole characters
+  std::size_t count;  // units that are complete characters
   __mmask32 highs;    // high surrogates among them, each before its low one
   bool is_cut;        // by the end of what could be read, not by what stands there
 };

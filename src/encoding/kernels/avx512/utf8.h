@@ -157,7 +157,7 @@ ZVRT_INLINED Vector expand_short_forms(Vector units) {
   return _mm512_ternarylogic_epi32(longer, pairs, upper, 0xCA);  // longer ? pairs : upper
 }
 
-// Stores the bytes of some characters, of which each has `lane` bytes of the vector, as far as whole characters fit;
+// Stores the bytes of some characters, of which each has `lane` bytes of the vector, as far as complete characters fit;
 // returns how many did.
 template <std::size_t lane>
 ZVRT_INLINED std::size_t store_forms(Vector bytes, std::size_t characters, char* dst, std::size_t capacity,

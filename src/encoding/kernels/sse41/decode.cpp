@@ -37,7 +37,7 @@ ZVRT_INLINED Characters locate(Block bytes) {
   return {starts >> 1, highest_bit(starts | 1), (three & span) == 0};
 }
 
-// Keeps as many characters as there is room for.
+// Keeps as many characters as fit.
 void clip(Characters& characters, std::size_t capacity) {
   while (count_of(characters.ends) > capacity) characters.ends ^= Mask{1} << highest_bit(characters.ends);
   characters.stop = characters.ends == 0 ? 0 : highest_bit(characters.ends) + 1;

@@ -188,7 +188,7 @@ ZVRT_WRAPS Packed pack_text_512(const void* text, std::uint8_t* field, std::int3
   const std::uint32_t count = length - negative;
   const auto sign_at = 2 * static_cast<std::uint32_t>(size) - 1;
   if (ends == 0 || count > sign_at || (sizeof(Unit) == 1 && length == 0)) return left_text<Unit>(text, field, size);
-  // Only bytes below 0x80 are sure to be whole characters.
+  // Only bytes below 0x80 are sure to be complete characters.
   const Mask high = ends <= first(32) ? bits_of(_mm512_castsi512_si256(bytes)) : _mm512_movepi8_mask(bytes);
   if ((high & ~ends & (ends - 1)) != 0) return left_text<Unit>(text, field, size);
   const Mask digits = first(count) << (sign_at - count);

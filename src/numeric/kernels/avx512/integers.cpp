@@ -98,7 +98,7 @@ __m128i eight_bytes(const Constants& all, std::uint64_t number) {
   return _mm512_cvtepi64_epi8(eight_digits(all, number));
 }
 
-// A mask of the lanes to store: the text and its terminator, as far as there is room.
+// A mask of the lanes to store: the text and its terminator, as far as they fit.
 std::uint32_t stored_lanes(std::int32_t length, std::int32_t capacity) {
   return _bzhi_u32(~0U, static_cast<std::uint32_t>(length < capacity ? length + 1 : capacity));
 }

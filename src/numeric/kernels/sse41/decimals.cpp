@@ -197,7 +197,7 @@ ZVRT_WRAPS Packed pack_text_41(const void* text, std::uint8_t* field, std::int32
   if (size < 1 || size > static_cast<std::int32_t>(lanes)) return left_text<Unit>(text, field, size);
   TwoBlocks bytes;
   const std::uint32_t ends = load_text<Unit>(text, bytes);
-  // Only bytes below 0x80 are sure to be whole characters.
+  // Only bytes below 0x80 are sure to be complete characters.
   const std::uint32_t inside = ~ends & (ends - 1);
   if (ends == 0 || (sign_bits(bytes) & inside) != 0) return left_text<Unit>(text, field, size);
   const std::uint32_t length = lowest_bit(ends);
