@@ -22,46 +22,52 @@ constexpr bool is_wide(Kind kind) { return kind == Kind::wchars || kind == Kind:
 constexpr bool is_prefixed(Kind kind) { return kind == Kind::varchar || kind == Kind::wvarchar; }
 
 // What becomes of text that fills the destination exactly.
-enum class Full { no_terminator_needed, terminator_missing_ok, terminator_missing_1609, last_replaced_1609 };
+enum class Full { is_complete, lacks_terminator, loses_last_character };
 
 // How a member differs from its siblings.
+struct Departures {
+  bool accepts_empty = false;
+  bool counts_copied = false;    // lengths are those of what was copied
+  bool out_in_bytes = false;     // of wide terminated text, whose length is in characters elsewhere
+  bool zero_ends_field = false;  // the rest of a wide field after a zero character becomes zeros
+  bool reports_empty = false;    // a field too short for one character is refused after outLen is set to 0
+};
 struct Member {
   const char* name;
   ZVRTConversion* convert;
   Kind from, into;
-  bool accepts_empty;
   Full full;
-  bool counts_copied = false;  // lengths are those of what was copied
-  bool out_in_bytes = false;
-  bool zero_ends_field = false;  // the rest of a wide field after a zero character becomes zeros
-  bool composed = false;
+  Departures departures = {};
 };
 
-constexpr Full ok = Full::terminator_missing_ok, strict = Full::terminator_missing_1609,
-               last = Full::last_replaced_1609, field = Full::no_terminator_needed;
+constexpr Departures accepts_empty{.accepts_empty = true}, counts_copied{.counts_copied = true},
+    accepts_and_counts{.accepts_empty = true, .counts_copied = true};
+constexpr Full complete = Full::is_complete, lacks = Full::lacks_terminator, loses = Full::loses_last_character;
+// clang-format off
 const Member members[] = {
-    {"CharToVarcharSz", ZVRTCnvCharToVarcharSz, Kind::chars, Kind::sz, false, strict, true},
-    {"CharToWVarcharSz", ZVRTCnvCharToWVarcharSz, Kind::chars, Kind::wsz, false, last},
-    {"WCharToVarcharSz", ZVRTCnvWCharToVarcharSz, Kind::wchars, Kind::sz, false, ok, false, false, false, true},
-    {"WCharToWVarcharSz", ZVRTCnvWCharToWVarcharSz, Kind::wchars, Kind::wsz, false, last, false, false, true},
-    {"VarcharToVarcharSz", ZVRTCnvVarcharToVarcharSz, Kind::varchar, Kind::sz, false, ok},
-    {"VarcharToWVarcharSz", ZVRTCnvVarcharToWVarcharSz, Kind::varchar, Kind::wsz, false, last},
-    {"WVarcharToVarcharSz", ZVRTCnvWVarcharToVarcharSz, Kind::wvarchar, Kind::sz, false, ok, false, false, false, true},
-    {"WVarcharToWVarcharSz", ZVRTCnvWVarcharToWVarcharSz, Kind::wvarchar, Kind::wsz, false, last},
-    {"VarcharSzToVarcharSz", ZVRTCnvVarcharSzToVarcharSz, Kind::sz, Kind::sz, true, strict, true},
-    {"VarcharSzToWVarcharSz", ZVRTCnvVarcharSzToWVarcharSz, Kind::sz, Kind::wsz, false, last},
-    {"WVarcharSzToWVarcharSz", ZVRTCnvWVarcharSzToWVarcharSz, Kind::wsz, Kind::wsz, false, last},
-    {"WVarcharSzToWVarcharSzOut", ZVRTCnvWVarcharSzToWVarcharSzOut, Kind::wsz, Kind::wsz, false, last, false, true},
-    {"VarcharSzToChar", ZVRTCnvVarcharSzToChar, Kind::sz, Kind::chars, true, field, true},
-    {"WVarcharSzToChar", ZVRTCnvWVarcharSzToChar, Kind::wsz, Kind::chars, true, field},
-    {"VarcharSzToWChar", ZVRTCnvVarcharSzToWChar, Kind::sz, Kind::wchars, false, field},
-    {"WVarcharSzToWChar", ZVRTCnvWVarcharSzToWChar, Kind::wsz, Kind::wchars, false, field},
-    {"VarcharSzToVarchar", ZVRTCnvVarcharSzToVarchar, Kind::sz, Kind::varchar, true, field},
-    {"WVarcharSzToVarchar", ZVRTCnvWVarcharSzToVarchar, Kind::wsz, Kind::varchar, true, field},
-    {"VarcharSzToWVarchar", ZVRTCnvVarcharSzToWVarchar, Kind::sz, Kind::wvarchar, true, field},
-    {"WVarcharSzToWVarchar", ZVRTCnvWVarcharSzToWVarchar, Kind::wsz, Kind::wvarchar, false, field},
-    {"WVarcharSzToVarcharSz", ZVRTCnvWVarcharSzToVarcharSz, Kind::wsz, Kind::sz, true, ok},
+    {"CharToVarcharSz",           ZVRTCnvCharToVarcharSz,           Kind::chars,    Kind::sz,       lacks, counts_copied},
+    {"CharToWVarcharSz",          ZVRTCnvCharToWVarcharSz,          Kind::chars,    Kind::wsz,      loses},
+    {"WCharToVarcharSz",          ZVRTCnvWCharToVarcharSz,          Kind::wchars,   Kind::sz,       complete, {.reports_empty = true}},
+    {"WCharToWVarcharSz",         ZVRTCnvWCharToWVarcharSz,         Kind::wchars,   Kind::wsz,      loses, {.zero_ends_field = true}},
+    {"VarcharToVarcharSz",        ZVRTCnvVarcharToVarcharSz,        Kind::varchar,  Kind::sz,       complete},
+    {"VarcharToWVarcharSz",       ZVRTCnvVarcharToWVarcharSz,       Kind::varchar,  Kind::wsz,      loses},
+    {"WVarcharToVarcharSz",       ZVRTCnvWVarcharToVarcharSz,       Kind::wvarchar, Kind::sz,       complete},
+    {"WVarcharToWVarcharSz",      ZVRTCnvWVarcharToWVarcharSz,      Kind::wvarchar, Kind::wsz,      loses},
+    {"VarcharSzToVarcharSz",      ZVRTCnvVarcharSzToVarcharSz,      Kind::sz,       Kind::sz,       lacks, accepts_and_counts},
+    {"VarcharSzToWVarcharSz",     ZVRTCnvVarcharSzToWVarcharSz,     Kind::sz,       Kind::wsz,      loses},
+    {"WVarcharSzToWVarcharSz",    ZVRTCnvWVarcharSzToWVarcharSz,    Kind::wsz,      Kind::wsz,      loses},
+    {"WVarcharSzToWVarcharSzOut", ZVRTCnvWVarcharSzToWVarcharSzOut, Kind::wsz,      Kind::wsz,      loses, {.out_in_bytes = true}},
+    {"VarcharSzToChar",           ZVRTCnvVarcharSzToChar,           Kind::sz,       Kind::chars,    complete, accepts_and_counts},
+    {"WVarcharSzToChar",          ZVRTCnvWVarcharSzToChar,          Kind::wsz,      Kind::chars,    complete, accepts_empty},
+    {"VarcharSzToWChar",          ZVRTCnvVarcharSzToWChar,          Kind::sz,       Kind::wchars,   complete},
+    {"WVarcharSzToWChar",         ZVRTCnvWVarcharSzToWChar,         Kind::wsz,      Kind::wchars,   complete},
+    {"VarcharSzToVarchar",        ZVRTCnvVarcharSzToVarchar,        Kind::sz,       Kind::varchar,  complete, accepts_empty},
+    {"WVarcharSzToVarchar",       ZVRTCnvWVarcharSzToVarchar,       Kind::wsz,      Kind::varchar,  complete, accepts_empty},
+    {"VarcharSzToWVarchar",       ZVRTCnvVarcharSzToWVarchar,       Kind::sz,       Kind::wvarchar, complete, accepts_empty},
+    {"WVarcharSzToWVarchar",      ZVRTCnvWVarcharSzToWVarchar,      Kind::wsz,      Kind::wvarchar, complete},
+    {"WVarcharSzToVarcharSz",     ZVRTCnvWVarcharSzToVarcharSz,     Kind::wsz,      Kind::sz,       complete, accepts_empty},
 };
+// clang-format on
 
 inline std::string wide(const CodePoints& text) {
   return {reinterpret_cast<const char*>(text.data()), text.size() * 4};
@@ -106,11 +112,10 @@ struct Step {
 inline Step step_of(const Member& member, std::vector<std::uint32_t> units, std::size_t capacity) {
   Step step;
   const auto until_zero = [&units] { units.erase(std::find(units.begin(), units.end(), 0U), units.end()); };
-  if (member.composed) until_zero();
   if (is_wide(member.from) == is_wide(member.into)) {
     step.needed = units.size();
-    if (member.counts_copied) step.needed = std::min(units.size(), capacity + 1);
-    if (member.zero_ends_field) {
+    if (member.departures.counts_copied) step.needed = std::min(units.size(), capacity + 1);
+    if (member.departures.zero_ends_field) {
       const std::size_t length = units.size();
       until_zero();
       units.resize(length, 0);
@@ -148,7 +153,7 @@ inline Expected model(const Member& member, const Source& source, std::int32_t d
   Expected expected;
   expected.src_len = source.given.value_or(0);
   const bool carries_length = member.from != Kind::chars && member.from != Kind::wchars;
-  if (source.units.empty() && !member.accepts_empty) return {30, {}, expected.src_len, ""};
+  if (source.units.empty() && !member.departures.accepts_empty) return {30, {}, expected.src_len, ""};
   if (is_prefixed(member.into) && dst_size < 2) return {1609, {}, expected.src_len, ""};
   const std::size_t unit = is_wide(member.into) ? 4 : 1;
   const std::size_t header = is_prefixed(member.into) ? 2 : 0;
@@ -163,20 +168,20 @@ inline Expected model(const Member& member, const Source& source, std::int32_t d
     if (step.needed > capacity) {
       expected.status = 1609;
     } else if (step.needed == capacity) {
-      expected.status = member.full == strict || member.full == last ? 1609 : 0;
-      if (member.full == last && capacity > 0) content.back() = 0;
-    } else if (member.full != field) {
+      expected.status = member.full == complete ? 0 : 1609;
+      if (member.full == loses && capacity > 0) content.back() = 0;
+    } else if (member.into == Kind::sz || member.into == Kind::wsz) {
       content.push_back(0);
     }
   }
   const std::string bytes = unit == 4 ? wide(content) : std::string(content.begin(), content.end());
   expected.written = (header > 0 ? prefix_of(step.there.size() * unit) : "") + bytes;
 
-  const std::size_t given = member.counts_copied ? std::min(step.needed, capacity) : step.needed;
-  const bool counts_characters = member.into == Kind::wsz && !member.out_in_bytes;
+  const std::size_t given = member.departures.counts_copied ? std::min(step.needed, capacity) : step.needed;
+  const bool counts_characters = member.into == Kind::wsz && !member.departures.out_in_bytes;
   expected.out_len = static_cast<std::uint32_t>(counts_characters ? given : given * unit + header);
   if (carries_length && expected.src_len == 0) {
-    const std::size_t n = member.counts_copied && copies ? given : source.units.size();
+    const std::size_t n = member.departures.counts_copied && copies ? given : source.units.size();
     expected.src_len =
         static_cast<std::int32_t>(n * (is_wide(member.from) ? 4 : 1) + (is_prefixed(member.from) ? 2 : 0));
   }
