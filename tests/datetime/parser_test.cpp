@@ -51,6 +51,10 @@ const struct {
     {L"%YY-%MM",         L"24-03",         "year 24, month 3"},
     // Months by name, in any case
     {L"%MONTH",          L"March",         "month 3"},
+    {L"%MONTH",          L"January",       "month 1"},
+    {L"%MONTH",          L"May",           "month 5"},
+    {L"%MMM",            L"Feb",           "month 2"},
+    {L"%MMM",            L"Dec",           "month 12"},
     {L"%MONTH",          L"mARCH",         "month 3"},
     {L"%MONTH",          L"Mar",           "does not match"},
     {L"%MONTH%DD",       L"September05",   "month 9, day 5"},
