@@ -150,6 +150,7 @@ decimal, VARNUM, dates, times and timestamps under format models.")
 zvrt_function_pages(ZVRTDataCnvLib libzvrtdatacnvlib_development)
 zvrt_install_library(ZVRTColumns PACKAGE libzvrtcolumns
   HEADERS include/ZVRTColumns.h
+  MAN docs/man/ZVRTColumns.3
   DEPENDS ZVRTDataCnvLib
   SUMMARY "conversion of whole columns and records by plans"
   DESCRIPTION "One rule of conversion, made once and run over columns of values, exact to

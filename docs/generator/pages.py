@@ -74,9 +74,11 @@ def statuses_page(of: header.Header, given: dict[str, list[str]], page: str) -> 
     return section.sub(lambda match: match[1] + givers(of, given, "platform"), page)
 
 
-def unnamed_platform_statuses(source: pathlib.Path, page: str) -> list[str]:
-    """Statuses of the platform's header that the page does not list with their number."""
-    defined = re.findall(r"#define (ZVRT_\w+_RC_\w+) (\d+)u", (source / "include/ZVRTPlatformStatus.h").read_text())
+def unnamed_statuses(source: pathlib.Path, page: str) -> list[str]:
+    """Statuses of the other two headers that the page does not list with their number."""
+    platform, columns = ((source / f"include/{name}.h").read_text() for name in ("ZVRTPlatformStatus", "ZVRTColumns"))
+    defined = re.findall(r"#define (ZVRT_\w+_RC_\w+) (\d+)u", platform)
+    defined += re.findall(r"#define (ZVRT_RC_\w+)[\s\\]+UINT32_C\((\d+)\)", columns)
     return [name for name, number in defined if not re.search(rf"(?m)^\| {number}\b[^|]*\| `{name}` \|", page)]
 
 
@@ -87,7 +89,7 @@ def main() -> int:
         print(f"statuses.csv does not have {', '.join(missing)}: build the target record_interface")
         return 1
     functions, statuses = source / "docs/functions.md", source / "docs/statuses.md"
-    if unnamed := unnamed_platform_statuses(source, statuses.read_text()):
+    if unnamed := unnamed_statuses(source, statuses.read_text()):
         print(f"{statuses} does not list {', '.join(unnamed)}")
         return 1
     wanted = {functions: functions_page(of, given), statuses: statuses_page(of, given, statuses.read_text())}

@@ -24,9 +24,9 @@ int main(int count, char** arguments) {
     ++differences;
     std::printf("seed %llu: %s\n", static_cast<unsigned long long>(seed), difference.c_str());
   }
-  std::printf("%llu values compared, seeds %llu to %llu, %llu differences\n", static_cast<unsigned long long>(compared),
-              static_cast<unsigned long long>(first_seed), static_cast<unsigned long long>(seed - 1),
-              static_cast<unsigned long long>(differences));
+  std::printf("plans, part %llu: %llu cases, %llu failures, seeds to %llu\n",
+              static_cast<unsigned long long>(first_seed), static_cast<unsigned long long>(compared),
+              static_cast<unsigned long long>(differences), static_cast<unsigned long long>(seed - 1));
   ZVRTTermDataConversion();
   return differences == 0 ? 0 : 1;
 }
