@@ -50,14 +50,14 @@ const zvrt::Conversions& conversions_of(const Page& page) { return *conversions[
 // page, from its start.
 zvrt::Outcome decode(const Page& page, zvrt::Bytes source, zvrt::WideDestination destination) {
   if (page.form == Form::single_byte && source.size() <= destination.count &&
-      zvrt::single_byte_kernels->read(page, source.data(), source.size(), destination.data) == source.size())
+      zvrt::single_byte_kernels.read(page, source.data(), source.size(), destination.data) == source.size())
     return {0, source.size()};
   return conversions_of(page).decode(page, source, destination);
 }
 
 zvrt::Outcome encode(const Page& page, zvrt::WideText source, zvrt::ByteDestination destination) {
   if (page.form == Form::single_byte && source.count <= destination.size() &&
-      zvrt::single_byte_kernels->write(page, source.data, source.count, destination.data()) == source.count)
+      zvrt::single_byte_kernels.write(page, source.data, source.count, destination.data()) == source.count)
     return {0, source.count};
   return conversions_of(page).encode(page, source, destination);
 }

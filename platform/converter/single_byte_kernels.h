@@ -19,8 +19,8 @@ struct SingleByteKernels {
 extern const SingleByteKernels single_byte_baseline;
 extern const SingleByteKernels single_byte_avx512;
 
-// The best ones for this processor.
-extern const SingleByteKernels* const single_byte_kernels;
+// The version for this machine, chosen when the library is loaded.
+extern const SingleByteKernels single_byte_kernels;
 
 }  // namespace zvrt
 

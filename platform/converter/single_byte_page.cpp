@@ -15,7 +15,7 @@ namespace {
 
 Outcome decode(const Page& page, Bytes source, WideDestination destination) {
   const std::size_t end = std::min(source.size(), destination.count);
-  const std::size_t written = single_byte_kernels->read(page, source.data(), end, destination.data);
+  const std::size_t written = single_byte_kernels.read(page, source.data(), end, destination.data);
   const SingleByteTables& tables = zvrt_singles[page.single_byte];
   for (const unsigned char byte : source.subspan(written))
     if (tables.character_of[byte] == undefined_byte) return rejected(written);
@@ -30,7 +30,7 @@ std::size_t write_run(const Page& page, WideText source, ByteDestination destina
   const std::size_t end = std::min(source.count, destination.size());
   std::size_t done = 0;
   while (done < end) {
-    done += single_byte_kernels->write(page, source.data + done * wide_size, end - done, destination.data() + done);
+    done += single_byte_kernels.write(page, source.data + done * wide_size, end - done, destination.data() + done);
     for (const std::size_t stop = std::min(done + singly, end); done < stop; ++done) {
       const Code code = code_of[source[done]];
       if (code > 0xFF) return done;
@@ -50,7 +50,7 @@ Outcome encode(const Page& page, WideText source, ByteDestination destination) {
 
 }  // namespace
 
-const SingleByteKernels* const single_byte_kernels = choose_version(
+const SingleByteKernels single_byte_kernels = *choose_version(
     Versions<const SingleByteKernels>{.baseline = &single_byte_baseline ZVRT_X86(, .avx512 = &single_byte_avx512)});
 
 constinit const Conversions single_byte_conversions = {decode, encode};

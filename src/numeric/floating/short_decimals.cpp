@@ -4,7 +4,9 @@
 
 namespace zvrt {
 
-const ShortDecimalReader read_short_decimal =
-    ZVRT_X86(cpu_level() >= CpuLevel::sse41 ? read_short_decimal_sse41 :) nullptr;
+const ShortDecimalKernels short_decimals_baseline = {[](const void*) { return ShortDecimal{0, 0}; }};
+
+const ShortDecimalKernels short_decimals = *choose_version(Versions<const ShortDecimalKernels>{
+    .baseline = &short_decimals_baseline ZVRT_X86(, .sse41 = &short_decimals_sse41)});
 
 }  // namespace zvrt

@@ -12,10 +12,15 @@ struct ShortDecimal {
   std::int64_t places;
 };
 
-// Reads no page that the text does not reach. Null on processors without this kernel.
-using ShortDecimalReader = ShortDecimal (*)(const void* text);
-extern const ShortDecimalReader read_short_decimal;
+// Read no page that the text does not reach.
+struct ShortDecimalKernels {
+  ShortDecimal (*read)(const void* text);
+};
 
-ShortDecimal read_short_decimal_sse41(const void* text);
+extern const ShortDecimalKernels short_decimals_baseline;  // leaves every text
+extern const ShortDecimalKernels short_decimals_sse41;
+
+// The version for this machine, chosen when the library is loaded.
+extern const ShortDecimalKernels short_decimals;
 
 }  // namespace zvrt

@@ -284,10 +284,9 @@ Status read(const Call& call) {
     *call.outLen = size;
     return ZVRT_RC_OK;
   };
-  if (read_short_decimal != nullptr) {  // in which no number is outside either type's range
-    const ShortDecimal short_decimal = read_short_decimal(call.src);
-    if (short_decimal.significand != 0) return accept(static_cast<Float>(short_decimal_value(short_decimal)));
-  }
+  // No short decimal is outside either type's range.
+  const ShortDecimal short_decimal = short_decimals.read(call.src);
+  if (short_decimal.significand != 0) return accept(static_cast<Float>(short_decimal_value(short_decimal)));
   const double value = read_double(call.src);
   const auto result = static_cast<Float>(value);
   const bool underflows = result == 0 && value != 0;

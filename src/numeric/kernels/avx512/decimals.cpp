@@ -87,7 +87,8 @@ void store_bytes(void* dst, std::uint32_t length, Vector text) {
 }
 
 template <class Unit>
-ZVRT_WRAPS Rendered render_packed_512(const std::uint8_t* field, std::int64_t bytes, void* dst, std::int32_t capacity) {
+ZVRT_WRAPS Rendered render_packed_avx512(const std::uint8_t* field, std::int64_t bytes, void* dst,
+                                         std::int32_t capacity) {
   // With one byte less than the vector holds, its last position is zero, where a sign finds the zero that it replaces.
   if (bytes < 1 || bytes >= vector_bytes / 2) return left_packed<Unit>(field, bytes, dst, capacity);
   const auto size = static_cast<std::uint32_t>(bytes);
@@ -177,7 +178,7 @@ Mask load_text(const void* text, Vector& bytes) {
 }
 
 template <class Unit>
-ZVRT_WRAPS Packed pack_text_512(const void* text, std::uint8_t* field, std::int32_t size) {
+ZVRT_WRAPS Packed pack_text_avx512(const void* text, std::uint8_t* field, std::int32_t size) {
   if (size < 1 || size > static_cast<std::int32_t>(vector_bytes / 2)) return left_text<Unit>(text, field, size);
   Vector bytes;
   const Mask ends = load_text<Unit>(text, bytes);
@@ -204,7 +205,7 @@ ZVRT_WRAPS Packed pack_text_512(const void* text, std::uint8_t* field, std::int3
 }
 
 template <class Unit>
-ZVRT_WRAPS Rendered render_varnum_512(const std::uint8_t* value, void* dst, std::int32_t capacity) {
+ZVRT_WRAPS Rendered render_varnum_avx512(const std::uint8_t* value, void* dst, std::int32_t capacity) {
   const std::uint32_t count = value[0] - 1U;
   if (count < 1 || count > Base100::max_digits || value[1] < 0x80) return left_varnum<Unit>(value, dst, capacity);
   const __mmask32 mantissa = first32(count);
@@ -278,7 +279,7 @@ EncodedVarnum zero_varnum(std::uint32_t length, std::uint8_t* dst, std::int32_t 
 }
 
 template <class Unit>
-ZVRT_WRAPS EncodedVarnum encode_varnum_512(const void* text, std::uint8_t* dst, std::int32_t capacity) {
+ZVRT_WRAPS EncodedVarnum encode_varnum_avx512(const void* text, std::uint8_t* dst, std::int32_t capacity) {
   // Room for the header's two pairs and a zero that completes the first one.
   constexpr std::uint32_t max_length = vector_bytes - 2 * header_bytes - 1;
   Vector bytes;
@@ -320,7 +321,7 @@ ZVRT_WRAPS EncodedVarnum encode_varnum_512(const void* text, std::uint8_t* dst, 
 }  // namespace
 
 const DecimalKernels decimal_kernels_avx512 = {
-    render_packed_512<Wide>, pack_text_512<Wide>,     render_varnum_512<Wide>, encode_varnum_512<char>,
-    encode_varnum_512<Wide>, render_packed_512<char>, pack_text_512<char>,     render_varnum_512<char>};
+    render_packed_avx512<Wide>, pack_text_avx512<Wide>,     render_varnum_avx512<Wide>, encode_varnum_avx512<char>,
+    encode_varnum_avx512<Wide>, render_packed_avx512<char>, pack_text_avx512<char>,     render_varnum_avx512<char>};
 
 }  // namespace zvrt

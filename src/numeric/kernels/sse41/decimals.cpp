@@ -121,7 +121,8 @@ void store_text(void* dst, std::uint32_t count, Block low, High high) {
 }
 
 template <class Unit>
-ZVRT_WRAPS Rendered render_packed_41(const std::uint8_t* field, std::int64_t bytes, void* dst, std::int32_t capacity) {
+ZVRT_WRAPS Rendered render_packed_sse41(const std::uint8_t* field, std::int64_t bytes, void* dst,
+                                        std::int32_t capacity) {
   if (bytes < 1 || bytes > static_cast<std::int64_t>(lanes)) return left_packed<Unit>(field, bytes, dst, capacity);
   const auto size = static_cast<std::uint32_t>(bytes);
   const Block pairs = load_bytes(field, size);
@@ -193,7 +194,7 @@ std::uint32_t load_text(const void* text, TwoBlocks& bytes) {
 }
 
 template <class Unit>
-ZVRT_WRAPS Packed pack_text_41(const void* text, std::uint8_t* field, std::int32_t size) {
+ZVRT_WRAPS Packed pack_text_sse41(const void* text, std::uint8_t* field, std::int32_t size) {
   if (size < 1 || size > static_cast<std::int32_t>(lanes)) return left_text<Unit>(text, field, size);
   TwoBlocks bytes;
   const std::uint32_t ends = load_text<Unit>(text, bytes);
@@ -226,7 +227,7 @@ Block split_window(const TwoBlocks& bytes, std::int32_t from, std::uint32_t inde
 }
 
 template <class Unit>
-ZVRT_WRAPS Rendered render_varnum_41(const std::uint8_t* value, void* dst, std::int32_t capacity) {
+ZVRT_WRAPS Rendered render_varnum_sse41(const std::uint8_t* value, void* dst, std::int32_t capacity) {
   const std::uint32_t count = value[0] - 1U;
   if (count < 1 || count > lanes || value[1] < positive_exponent - 1) return left_varnum<Unit>(value, dst, capacity);
   const Block mantissa = load_bytes(value + header_bytes, count);
@@ -259,7 +260,7 @@ ZVRT_WRAPS Rendered render_varnum_41(const std::uint8_t* value, void* dst, std::
 }
 
 template <class Unit>
-ZVRT_WRAPS EncodedVarnum encode_varnum_41(const void* text, std::uint8_t* dst, std::int32_t capacity) {
+ZVRT_WRAPS EncodedVarnum encode_varnum_sse41(const void* text, std::uint8_t* dst, std::int32_t capacity) {
   TwoBlocks bytes;
   const std::uint32_t ends = load_text<Unit>(text, bytes);
   if (ends == 0) return encode_varnum<Unit>(text, dst, capacity);
@@ -313,8 +314,8 @@ ZVRT_WRAPS EncodedVarnum encode_varnum_41(const void* text, std::uint8_t* dst, s
 
 }  // namespace
 
-const DecimalKernels decimal_kernels_sse41 = {render_packed_41<Wide>, pack_text_41<Wide>,     render_varnum_41<Wide>,
-                                              encode_varnum_41<char>, encode_varnum_41<Wide>, render_packed_41<char>,
-                                              pack_text_41<char>,     render_varnum_41<char>};
+const DecimalKernels decimal_kernels_sse41 = {
+    render_packed_sse41<Wide>, pack_text_sse41<Wide>,     render_varnum_sse41<Wide>, encode_varnum_sse41<char>,
+    encode_varnum_sse41<Wide>, render_packed_sse41<char>, pack_text_sse41<char>,     render_varnum_sse41<char>};
 
 }  // namespace zvrt

@@ -1,5 +1,5 @@
-// Plain numbers by SSE4.1: sixteen characters are classified at once as bytes, and one shuffle puts the digits side by
-// side.
+// Short decimals by SSE4.1: sixteen characters are classified at once as bytes, and one shuffle aligns the digits to the
+// right, those before the point by one place more: [1 2 . 3 4 0 ...] -> [0 ... 0 1 2 3 4].
 #include <cstdint>
 
 #include "numeric/floating/short_decimals.h"
@@ -17,9 +17,7 @@ using namespace sse41;
 constexpr std::uint32_t lanes = block_bytes;
 constexpr Bytes positions([](unsigned i) { return i; });
 
-}  // namespace
-
-ZVRT_WRAPS ShortDecimal read_short_decimal_sse41(const void* text) {
+ZVRT_WRAPS ShortDecimal read(const void* text) {
   constexpr ShortDecimal none{0, 0};
   if (!may_read_ahead(text, lanes * sizeof(Wide))) [[unlikely]]
     return none;
@@ -52,5 +50,9 @@ ZVRT_WRAPS ShortDecimal read_short_decimal_sse41(const void* text) {
   const auto significand = static_cast<std::int64_t>(join_digits(joined));
   return {negative ? -significand : significand, point == 0 ? 0 : static_cast<std::int64_t>(after_point)};
 }
+
+}  // namespace
+
+const ShortDecimalKernels short_decimals_sse41 = {read};
 
 }  // namespace zvrt
