@@ -45,10 +45,10 @@ Bytes copy_block(char* to, const char* from) {
 template <class Word>
 Bytes copy_words(char* to, const char* from, std::size_t size) {
   std::array<Word, sizeof(Bytes) / sizeof(Word)> words{};
-  std::memcpy(&words[0], from, sizeof(Word));
-  std::memcpy(&words[1], from + size - sizeof(Word), sizeof(Word));
-  std::memcpy(to, &words[0], sizeof(Word));
-  std::memcpy(to + size - sizeof(Word), &words[1], sizeof(Word));
+  std::memcpy(words.data(), from, sizeof(Word));
+  std::memcpy(words.data() + 1, from + size - sizeof(Word), sizeof(Word));
+  std::memcpy(to, words.data(), sizeof(Word));
+  std::memcpy(to + size - sizeof(Word), words.data() + 1, sizeof(Word));
   Bytes bytes;
   std::memcpy(&bytes, words.data(), sizeof bytes);
   return bytes;
