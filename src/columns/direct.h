@@ -42,8 +42,15 @@ struct DirectKernels {
   Direct* page_to_wide;    // ... to wide characters
   Direct* utf8_to_page;    // ASCII to a page's bytes
   Direct* utf8_to_wide;    // ... to wide characters
-  Direct* wide_to_utf8;    // ASCII, from texts without flags; null: the level has none
+  Direct* wide_to_page;    // ASCII, from texts without flags; null: the level has none
 };
+
+// Well-formed text of all of Unicode, without flags.
+struct TranscodingKernels {
+  Direct* utf8_to_wide;
+  Direct* wide_to_utf8;
+};
+extern const TranscodingKernels transcoding_kernels_avx512;
 
 extern const DirectKernels direct_kernels_baseline;
 extern const DirectKernels direct_kernels_avx512;

@@ -12,6 +12,7 @@
 
 #include "columns/direct.h"
 #include "encoding/text_kernels.h"
+#include "support/cpu.h"
 
 namespace zvrt::columns {
 
@@ -157,13 +158,24 @@ bool encode_page_row(const ZVRTPlan& plan, const TextSlot& place, const Rows& ro
   return true;
 }
 
-// Rows of ASCII at once, where this machine has a kernel for them; a row of other text is followed by others like it, so some are converted one by one.
-template <Direct* DirectKernels::*ascii,
-          bool (*convert_row)(const ZVRTPlan&, const TextSlot&, const Rows&, std::int32_t)>
+const TranscodingKernels* const transcoding_kernels =
+    choose_version(Versions<const TranscodingKernels>{ZVRT_X86(.avx512 = &transcoding_kernels_avx512)});
+
+Direct* utf8_to_wide_at_once() {
+  return transcoding_kernels != nullptr ? transcoding_kernels->utf8_to_wide : direct_kernels().utf8_to_wide;
+}
+Direct* wide_to_utf8_at_once() { return transcoding_kernels != nullptr ? transcoding_kernels->wide_to_utf8 : nullptr; }
+Direct* none_at_once() { return nullptr; }
+Direct* page_to_wide_at_once() { return direct_kernels().page_to_wide; }
+Direct* wide_to_page_at_once() { return direct_kernels().wide_to_page; }
+
+// Rows that this machine has a kernel for at once; a row that it leaves is followed by others like it, so some are
+// converted one by one.
+template <Direct* (*find_at_once)(), bool (*convert_row)(const ZVRTPlan&, const TextSlot&, const Rows&, std::int32_t)>
 std::int32_t convert(const ZVRTPlan& plan, const Rows& rows) {
   constexpr std::int32_t row_by_row = 32;
   const TextSlot place = text_slot(plan.to.type);
-  Direct* const at_once = ascii != nullptr ? direct_kernels().*ascii : nullptr;
+  Direct* const at_once = find_at_once();
   std::int32_t done = 0;
   while (done < rows.count) {
     Entries lengths;
@@ -184,15 +196,16 @@ Direct* find_direct_transcoding(const ZVRTPlan& plan) {
   const bool known =
       is_plain_text(from, 0) && is_plain_text(to, 0) && from.extent != Extent::prefixed && !from.is_swapped();
   if (!known) return nullptr;
-  if (from.page.is_utf8() && from.unit == 1 && to.unit == 4) return convert<&DirectKernels::utf8_to_wide, decode_row>;
+  if (from.page.is_utf8() && from.unit == 1 && to.unit == 4) return convert<utf8_to_wide_at_once, decode_row>;
   if (from.unit == 4 && to.unit == 1 && to.page.how == PageKind::utf8) {
-    return convert<&DirectKernels::wide_to_utf8, encode_row>;
+    return convert<wide_to_utf8_at_once, encode_row>;
   }
   if (from.unit == 1 && from.page.how == PageKind::table && to.unit == 4) {
-    return convert<&DirectKernels::page_to_wide, decode_page_row>;
+    return convert<page_to_wide_at_once, decode_page_row>;
   }
-  if (from.unit == 4 && to.unit == 1 && to.page.how == PageKind::table) return convert<nullptr, encode_page_row>;
-  return nullptr;
+  if (from.unit != 4 || to.unit != 1 || to.page.how != PageKind::table) return nullptr;
+  return to.page.tables->has_all_ascii ? convert<wide_to_page_at_once, encode_page_row>
+                                       : convert<none_at_once, encode_page_row>;
 }
 
 }  // namespace zvrt::columns

@@ -178,12 +178,12 @@ ZVRT_INLINED void store_text(const TextSlot& place, Vector /*blanks*/, Vector un
   const Vector text = _mm512_maskz_mov_epi8(first(count), units);
   const auto part = [&](auto quarter, int index) {
     const auto lanes = static_cast<__mmask16>(stored >> index * 16);
-    if (index > 0 && lanes == 0) return;
     _mm512_mask_storeu_epi32(slot + place.offset + index * 64, lanes, _mm512_cvtepu8_epi32(quarter));
   };
+  // Lengths up to 32 differ too often to be worth a branch each.
   part(_mm512_castsi512_si128(text), 0);
   part(_mm512_extracti32x4_epi32(text, 1), 1);
-  if constexpr (width > 16) {
+  if (width > 16 && stored >> 32 != 0) {
     part(_mm512_extracti32x4_epi32(text, 2), 2);
     part(_mm512_extracti32x4_epi32(text, 3), 3);
   }
@@ -254,7 +254,7 @@ std::int32_t convert_text(const ZVRTPlan& plan, const Rows& rows) {
   return convert_by_length<Unit, from_page, into_page, 64>(plan, rows, place);
 }
 
-// --- wide ASCII to bytes: sixteen characters a step, [a000|b000|...] to [ab...] (VPMOVDB) ---
+// --- wide ASCII to a page: sixteen characters a step, [a000|b000|...] to [ab...] (VPMOVDB) and by its table ---
 
 ZVRT_INLINED Vector load_wide(const std::byte* at, std::int32_t first_unit, __mmask16 lanes) {
   return _mm512_maskz_loadu_epi32(lanes, at + first_unit * 4);
@@ -282,6 +282,7 @@ std::int32_t convert_wide_text(const ZVRTPlan& plan, const Rows& rows) {
   const TextSlot place = text_slot(plan.to.type);
   const bool is_terminated = from.extent == Extent::terminated;
   const bool gives_lengths = rows.source_lengths->at != nullptr && !is_terminated;
+  const Table table = Table::load(plan.to.type.page.tables->code_of_ascii.data(), 128);
   for (std::int32_t i = 0; i < rows.count; ++i) {
     const std::byte* const at = rows.source + i * rows.source_stride;
     const std::int64_t bytes = gives_lengths ? rows.source_lengths->load(i) : from.length;
@@ -293,7 +294,8 @@ std::int32_t convert_wide_text(const ZVRTPlan& plan, const Rows& rows) {
     std::byte* const text = slot + place.offset;
     for (std::int32_t k = 0; k < count; k += 16) {
       const __mmask16 lanes = lanes_of(count - k);
-      _mm_mask_storeu_epi8(text + k, lanes, _mm512_cvtepi32_epi8(load_wide(at, k, lanes)));
+      const Vector ascii = _mm512_zextsi128_si512(_mm512_cvtepi32_epi8(load_wide(at, k, lanes)));
+      _mm_mask_storeu_epi8(text + k, lanes, _mm512_castsi512_si128(table.low(ascii)));
     }
     if (place.is_terminated) text[count] = std::byte{0};
     if (place.is_prefixed) store(slot, 0, static_cast<std::uint16_t>(count));
@@ -311,7 +313,7 @@ const DirectKernels direct_kernels_avx512{
     .page_to_wide = convert_text<Wide, true, false>,
     .utf8_to_page = convert_text<std::uint8_t, false, true>,
     .utf8_to_wide = convert_text<Wide, false, false>,
-    .wide_to_utf8 = convert_wide_text,
+    .wide_to_page = convert_wide_text,
 };
 
 }  // namespace zvrt::columns

@@ -142,7 +142,7 @@ const DirectKernels direct_kernels_baseline{
     .page_to_wide = convert_text<Wide, true, false>,
     .utf8_to_page = convert_text<std::uint8_t, false, true>,
     .utf8_to_wide = convert_text<Wide, false, false>,
-    .wide_to_utf8 = nullptr,
+    .wide_to_page = nullptr,
 };
 
 }  // namespace zvrt::columns
