@@ -12,7 +12,10 @@
 //
 // Both begin with blocks of ASCII. What the loops leave, at the end of the destination or before an invalid character, is
 // converted one character at a time, which also counts what a complete destination would need.
-#include <bit>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
 
 #include "forms.h"
 #include "gb18030_codes.h"

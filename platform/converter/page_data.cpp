@@ -1,5 +1,8 @@
 #include "page_data.h"
 
+#include <cstddef>
+#include <cstdint>
+
 namespace zvrt {
 
 void put_two(char32_t character, WideDestination destination, std::size_t made) {

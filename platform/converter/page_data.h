@@ -2,6 +2,9 @@
 #ifndef ZVRT_CONVERTER_PAGE_DATA_H
 #define ZVRT_CONVERTER_PAGE_DATA_H
 
+#include <cstddef>
+#include <cstdint>
+
 #include "page_tables.h"
 #include "text.h"
 

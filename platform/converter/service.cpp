@@ -1,7 +1,10 @@
 // The exported operations. A converter is a Page of the read-only tables: found by two look-ups, the same one for every
 // thread, never released. The service holds nothing but whether it is started, so there is no lock that a fork could
 // leave held.
+#include <algorithm>
 #include <atomic>
+#include <cstddef>
+#include <cstdint>
 #include <limits>
 
 #include "ZVRTEnvLib.h"

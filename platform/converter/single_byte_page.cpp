@@ -4,6 +4,10 @@
 // over: what follows is looked at only for such bytes, as the count needed is that of the bytes. Writing goes on, since the
 // kernel by AVX-512 knows two windows of 256 characters, and others are in the page's trie: a few characters are written by
 // the trie, then the kernel is tried again.
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+
 #include "forms.h"
 #include "page_data.h"
 #include "single_byte_kernels.h"

@@ -4,6 +4,10 @@
 // Reading keeps that state, and takes shifts that change nothing. Writing inserts a shift where the length of the codes
 // changes, and a closing 0F where the text ends in pairs. So does the beginning that fits into a small destination: a pair
 // is stored only if its closing shift fits as well, hence what is written is always a complete text.
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+
 #include "forms.h"
 #include "page_data.h"
 

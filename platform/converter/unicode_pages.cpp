@@ -4,6 +4,8 @@
 // begin with blocks of ASCII. UTF-16 and UTF-32 have their units in either byte order; without a given order a text is
 // written with a mark, and read by the mark that it begins with.
 #include <bit>
+#include <cstddef>
+#include <cstdint>
 
 #include "forms.h"
 #include "page_data.h"

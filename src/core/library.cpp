@@ -1,4 +1,6 @@
 // Initialisation and termination of the converter service, counted for the process.
+#include <cstdint>
+
 #include "ZVRTDataCnvLib.h"
 #include "ZVRTEnvLib.h"
 #include "ZVRTICULib.h"

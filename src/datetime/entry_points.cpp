@@ -1,5 +1,9 @@
 // The 19 date and time conversions: one line each, over drivers to text and from text.
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
 
 #include "ZVRTDataCnvLib.h"
 #include "datetime/formatter.h"

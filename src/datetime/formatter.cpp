@@ -12,6 +12,10 @@
 // written at the end. A second designator, a 24-hour element or no 12-hour element leaves blanks in a reserved place.
 #include "datetime/formatter.h"
 
+#include <algorithm>
+#include <array>
+#include <cstddef>
+
 #include "datetime/day_period.h"
 #include "datetime/elements.h"
 #include "datetime/padded_number.h"

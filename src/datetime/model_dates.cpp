@@ -1,5 +1,7 @@
 // Dates with their format model given as text beside them.
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <cwchar>
 
 #include "ZVRTDataCnvLib.h"

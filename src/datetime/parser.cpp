@@ -19,6 +19,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
+#include <string_view>
 
 #include "datetime/day_period.h"
 #include "datetime/elements.h"

@@ -1,8 +1,6 @@
 // A format model's text to its tokenised form.
 #pragma once
 
-#include <cstdint>
-
 #include "ZVRTDataCnvLib.h"
 #include "core/call.h"
 

@@ -1,6 +1,8 @@
 // Whether a field's narrow text is UTF-8.
 #pragma once
 
+#include <cstdint>
+
 #include "core/call.h"
 
 namespace zvrt {

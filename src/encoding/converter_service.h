@@ -1,6 +1,8 @@
 // Text through the converter service, for narrow text in a code page other than UTF-8.
 #pragma once
 
+#include <cstdint>
+
 #include "ZVRTEnvLib.h"
 #include "ZVRTICULib.h"
 #include "core/call.h"

@@ -1,6 +1,8 @@
 #include "encoding/narrow_text.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 
 #include "encoding/converter_service.h"
 

@@ -1,6 +1,8 @@
 // Narrow text in whatever encoding a field names: UTF-8 by the library's own transforms, anything else by the service.
 #pragma once
 
+#include <cstddef>
+
 #include "core/kinds.h"
 #include "encoding/code_page.h"
 #include "encoding/transforms.h"

@@ -1,6 +1,8 @@
 // Trimming and blank filling, in place on the caller's buffer.
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "ZVRTDataCnvLib.h"
 #include "core/call.h"

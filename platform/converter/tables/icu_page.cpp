@@ -3,6 +3,8 @@
 #include <unicode/utf16.h>
 
 #include <array>
+#include <cstddef>
+#include <cstdint>
 
 namespace zvrt {
 

@@ -1,5 +1,6 @@
 #include "learned_page.h"
 
+#include <cstdint>
 #include <stdexcept>
 
 #include "../gb18030_codes.h"

@@ -4,9 +4,11 @@
 #include <unicode/udata.h>
 #include <unicode/uversion.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <exception>
 #include <map>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>

@@ -1,6 +1,9 @@
 #include "table_writer.h"
 
+#include <algorithm>
 #include <bit>
+#include <cstddef>
+#include <cstdint>
 #include <fstream>
 #include <string>
 

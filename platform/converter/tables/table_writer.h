@@ -2,11 +2,13 @@
 #ifndef ZVRT_CONVERTER_TABLE_WRITER_H
 #define ZVRT_CONVERTER_TABLE_WRITER_H
 
-#include <algorithm>
 #include <array>
+#include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <map>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 #include "learned_page.h"

@@ -1,5 +1,7 @@
 #include "numeric/decimal/decimal_kernels.h"
 
+#include <cstdint>
+
 #include "support/cpu.h"
 
 namespace zvrt {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <type_traits>
 
 #include "ZVRTDataCnvLib.h"
 #include "core/termination.h"

@@ -1,5 +1,7 @@
 #include "numeric/floating/float_text.h"
 
+#include <cstddef>
+
 namespace zvrt {
 
 namespace {

@@ -1,5 +1,6 @@
 // Doubles and singles to scientific text with a fixed count of digits, and a double with any count.
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 
 #include "ZVRTDataCnvLib.h"

@@ -1,4 +1,7 @@
 // The 21 conversions of integers to text, one line each over one driver.
+#include <cstddef>
+#include <cstdint>
+
 #include "ZVRTDataCnvLib.h"
 #include "core/call.h"
 #include "encoding/code_page.h"

@@ -7,6 +7,8 @@
 //
 // The other way, a page's characters lie in U+0000 to U+00FF but for one other window of 256, which the table names. Both
 // are looked up, the character's upper bits choose, and a code of 0 means none, but for U+0000.
+#include <cstddef>
+
 #include "page_data.h"
 #include "simd/avx512.h"
 #include "single_byte_kernels.h"

@@ -1,4 +1,7 @@
 #include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
 
 #include "page_data.h"
 #include "single_byte_kernels.h"

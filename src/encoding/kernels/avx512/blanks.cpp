@@ -1,5 +1,8 @@
 // Blanks of wide text by AVX-512, sixteen characters a step: dropped, counted at both ends; and the copy that stops at a
 // zero. A step's characters are loaded before anything is stored, so that a text may be changed in place.
+#include <cstddef>
+#include <cstdint>
+
 #include "encoding/kernels/avx512/text.h"
 #include "support/read_ahead.h"
 

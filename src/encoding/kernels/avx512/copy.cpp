@@ -1,4 +1,6 @@
 // Copies of terminated text by AVX-512, the end found on the way.
+#include <cstddef>
+
 #include "encoding/kernels/avx512/text.h"
 #include "encoding/text_kernels.h"
 #include "support/read_ahead.h"

@@ -1,4 +1,5 @@
 // Wide text to UTF-8 by AVX-512, in masked steps as in decode.cpp.
+#include <cstddef>
 #include <cstdint>
 
 #include "encoding/kernels/avx512/utf8.h"

@@ -3,6 +3,7 @@
 // destination waits for them.
 #include "encoding/kernels/avx512/utf16.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <type_traits>
 

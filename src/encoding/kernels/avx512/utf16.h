@@ -1,6 +1,8 @@
 // UTF-16 in vectors: pairs of surrogates from characters and back.
 #pragma once
 
+#include <cstddef>
+
 #include "encoding/kernels/avx512/text.h"
 
 namespace zvrt::avx512 {

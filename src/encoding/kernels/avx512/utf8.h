@@ -2,6 +2,9 @@
 // characters, for those that encode it.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+
 #include "encoding/kernels/avx512/text.h"
 
 namespace zvrt::avx512 {

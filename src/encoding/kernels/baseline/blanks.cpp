@@ -1,5 +1,8 @@
 // Blanks of wide text one character at a time, without a branch on what a character is where that can be.
+
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 
 #include "encoding/kernels/baseline/text.h"
 #include "support/units.h"

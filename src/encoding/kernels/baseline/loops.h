@@ -9,9 +9,7 @@
 // Both convert leading characters 01 to 7F, whole steps only, possibly none, and return their number.
 #pragma once
 
-#include <algorithm>
 #include <cstdint>
-#include <cstring>
 #include <type_traits>
 
 #include "encoding/text_kernels.h"

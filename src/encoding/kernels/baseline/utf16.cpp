@@ -4,6 +4,8 @@
 
 #include <emmintrin.h>
 
+#include <cstddef>
+
 #include "encoding/kernels/baseline/text.h"
 
 namespace zvrt::baseline {

@@ -1,6 +1,7 @@
 // Between UTF-16 and the other two one character at a time, and the loop that tries a step of several before.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "encoding/text_kernels.h"

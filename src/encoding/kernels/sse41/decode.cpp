@@ -1,5 +1,8 @@
 // UTF-8 to wide text by SSE4.1: the characters of sixteen bytes are found by their ends, gathered by byte shuffles and
 // stored by pieces that overlap as far as they have to, so that their number costs hardly a branch.
+#include <cstddef>
+#include <cstdint>
+
 #include "encoding/kernels/sse41/text.h"
 
 namespace zvrt::sse41 {

@@ -1,5 +1,8 @@
 // Wide text to UTF-8 by SSE4.1, in steps of sixteen characters: their bytes are expanded in lanes, compressed by byte
 // shuffles and stored in overlapping pieces, with hardly a branch on their number.
+#include <cstddef>
+#include <cstdint>
+
 #include "encoding/kernels/sse41/text.h"
 
 namespace zvrt::sse41 {

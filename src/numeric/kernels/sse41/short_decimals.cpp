@@ -1,5 +1,6 @@
 // Short decimals by SSE4.1: sixteen characters are classified at once as bytes, and one shuffle aligns the digits to the
 // right, those before the point by one place more: [1 2 . 3 4 0 ...] -> [0 ... 0 1 2 3 4].
+#include <cstddef>
 #include <cstdint>
 
 #include "numeric/floating/short_decimals.h"
