@@ -119,7 +119,7 @@ void check_columns(const Layout& layout) {
 
 void zvrt_fuzz::check(Input input) {
   LayoutOptions options;
-  if (input.flag()) options.replacing = {{"A", "B-A"}, {":T:", ""}};
+  if (input.flag()) options.copybook.replacing = {{"A", "B-A"}, {":T:", ""}};
   options.binary_sizes = static_cast<BinarySizes>(input.below(3));
   options.sync_boundary = input.flag() ? 8 : 4;
   const std::string text = copybook(input);

@@ -1,13 +1,39 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 
 #include "ZVRTColumns.h"
 #include "records/codec/codec_options.h"
+#include "records/codec/field.h"
 #include "records/files/failure.h"
 
 namespace zvrt::records {
+namespace {
+
+// Whether 4040 is one ideographic blank.
+bool is_page_of_pairs(std::uint32_t number, char kind) {
+  ZVRTType page{};
+  page.size = sizeof page;
+  page.kind = ZVRT_KIND_CHAR;
+  page.length = 2;
+  page.codePage = number;
+  page.codePageKind = kind;
+  ZVRTType text = page;
+  text.length = 8;
+  text.codePage = 0;
+  text.codePageKind = '\0';
+  std::array<char, 8> blank{};
+  std::int32_t written = 0;
+  ZVRTPlan* made = nullptr;
+  if (ZVRTPlanCreate(&page, &text, 0, &made, nullptr) != ZVRT_RC_OK) return false;
+  const Plan plan(made);
+  return convert_one(*plan, "\x40\x40", nullptr, blank.data(), &written) == ZVRT_RC_OK &&
+         std::string_view(blank.data(), static_cast<std::size_t>(written)) == "\xE3\x80\x80";
+}
+
+}  // namespace
 
 std::optional<std::uint32_t> code_page_number(std::string_view name) {
   struct Prefix {
@@ -35,13 +61,20 @@ std::optional<std::uint32_t> code_page_number(std::string_view name) {
   return base + number;
 }
 
+// A page is known by the bytes of its blank. Pages of two bytes per character alone have 4040 or 2020 for it, which is no
+// U+0020: they are known by what their 4040 means.
 CodePage code_page(std::uint32_t number, char kind) {
-  CodePage page{number, kind, false, ' '};
+  CodePage page{number, kind, false, ' ', 1};
   FldDef field{};
   field.codePage = number;
   field.codePageKind = kind;
   const std::uint32_t status = InitializeCharBufferWithSpaces(&page.blank, 1, &field);
-  if (status != ZVRT_RC_OK) throw Failure(fmt::format("code page {}: {}", number, ZVRTStatusText(status)));
+  if (status != ZVRT_RC_OK && !is_page_of_pairs(number, kind))
+    throw Failure(fmt::format("code page {} cannot be used: it is not known, or has no blank of one byte", number));
+  if (status != ZVRT_RC_OK) {
+    page.blank = '\x40';
+    page.unit = 2;
+  }
   page.ebcdic = page.blank == '\x40';
   return page;
 }

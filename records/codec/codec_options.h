@@ -14,7 +14,8 @@ struct CodePage {
   std::uint32_t number = 37;
   char kind = '\0';     // as FldDef::codePageKind
   bool ebcdic = true;   // zoned digits are F0 to F9
-  char blank = '\x40';  // of one byte
+  char blank = '\x40';  // each byte of a blank
+  unsigned unit = 1;    // 2: every character has two bytes, as in page 300
 };
 
 enum class Trim { right, both, none };

@@ -23,7 +23,11 @@ EditedPicture::EditedPicture(const Picture& picture, bool blank_when_zero)
       scale_(static_cast<std::size_t>(std::max(picture.scale, 0))),
       signed_(picture.is_signed),
       blank_when_zero_(blank_when_zero) {
-  for (const PictureRun& run : picture.runs) symbols_.append(run.count, run.symbol);
+  for (const PictureRun& run : picture.runs)
+    if (run.symbol == 'S')
+      signed_ = false;  // the sign is no part of what is edited
+    else
+      symbols_.append(run.count, run.symbol);
   for (const char symbol : {'$', '+', '-'})
     if (std::count(symbols_.begin(), symbols_.end(), symbol) > 1) floating_ = symbol;
 }
@@ -133,8 +137,60 @@ std::optional<std::string> EditedPicture::number(std::string_view shown) const {
   number.append(digits, first, digits.size() - scale_ - first);
   if (scale_ != 0) number.append(1, '.').append(digits, digits.size() - scale_);
   const auto again = this->shown(number);
-  if (!again || *again != shown) return std::nullopt;
-  return number;
+  return again && shows_the_same(*again, shown) ? number : loose_number(shown);
+}
+
+// Compilers differ in whether insertion characters among suppressed zeros are shown: "  1" or " /1" by Z/Z. A fixed sign
+// of what is not negative may be + or blank.
+bool EditedPicture::shows_the_same(std::string_view one, std::string_view other) const {
+  if (one.size() != other.size()) return false;
+  std::size_t place = 0;
+  for (const char symbol : symbols_) {
+    if (symbol == 'V') continue;
+    const std::size_t count = symbol == 'C' || symbol == 'D' ? 2 : 1;
+    const bool inserted = is_insertion(symbol) && other[place] == symbol && one[place] == ' ';
+    const bool positive =
+        (symbol == '+' || symbol == '-') && one[place] != '-' && other[place] != '-' && symbol != floating_;
+    if (!inserted && !positive && one.substr(place, count) != other.substr(place, count)) return false;
+    place += count;
+  }
+  return true;
+}
+
+// A number that stands in its place as other programs write it: blanks around it, digits and at most one point, commas
+// between digits, one sign. It has to fit the picture.
+std::optional<std::string> EditedPicture::loose_number(std::string_view shown) const {
+  const auto trim = [&] {
+    while (shown.starts_with(' ')) shown.remove_prefix(1);
+    while (shown.ends_with(' ')) shown.remove_suffix(1);
+  };
+  trim();
+  const bool before = shown.starts_with('+') || shown.starts_with('-');
+  bool negative = shown.starts_with('-');
+  if (before) shown.remove_prefix(1);
+  for (const std::string_view sign : {"+", "-", "CR", "DB"})
+    if (!before && shown.ends_with(sign)) {
+      negative = sign != "+";
+      shown.remove_suffix(sign.size());
+      break;
+    }
+  trim();
+  std::string number(negative ? 1 : 0, '-');
+  for (std::size_t i = 0; i < shown.size(); ++i) {
+    const bool between = i > 0 && i + 1 < shown.size() && is_digit(shown[i - 1]) && is_digit(shown[i + 1]);
+    if (shown[i] == ',' && between && number.find('.') == std::string::npos) continue;
+    number += shown[i];
+  }
+  const bool has_point = symbols_.find('.') != std::string::npos;
+  if (scale_ != 0 && !has_point) return std::nullopt;  // nothing shows where the fraction begins
+  bool below_zero = false;
+  const auto digits = digits_of(number, below_zero);
+  if (!digits || (negative && !signed_) || number.find_first_of("+-", 1) != std::string::npos) return std::nullopt;
+  std::string plain = *digits;
+  if (scale_ != 0) plain.insert(plain.size() - scale_, 1, '.');
+  plain.erase(0, std::min(plain.find_first_not_of('0'), plain.size() - (scale_ != 0 ? scale_ + 1 : 1)));
+  if (plain.starts_with('.')) plain.insert(0, 1, '0');
+  return (negative ? "-" : "") + plain;
 }
 
 }  // namespace zvrt::records

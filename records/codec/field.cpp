@@ -49,6 +49,20 @@ Plan make_plan(const ZVRTType& from, const ZVRTType& to, const std::string& fiel
   return Plan(plan);
 }
 
+Status convert_one(const ZVRTPlan& plan, const char* from, const std::int32_t* length, char* to,
+                   std::int32_t* written) {
+  Status status = ZVRT_RC_OK;
+  ZVRTArray source = array_of(from, 0);
+  source.lengths = const_cast<std::int32_t*>(length);
+  source.lengthBytes = length == nullptr ? 0 : sizeof *length;
+  ZVRTArray target = array_of(to, 0);
+  target.lengths = written;
+  target.lengthBytes = written == nullptr ? 0 : sizeof *written;
+  target.status = &status;
+  const Status result = ZVRTPlanRun(&plan, &source, &target, 1, nullptr);
+  return result != ZVRT_RC_OK ? result : status;
+}
+
 Field::Field(const Column& column, const CodecOptions& options) : column_(column) {
   table_column_.name = column.name;
   make_types(options);
@@ -60,8 +74,10 @@ Field::Field(const Column& column, const CodecOptions& options) : column_(column
   }
   const bool is_number =
       table_column_.type != TableColumn::Type::text && table_column_.type != TableColumn::Type::bytes;
-  empty_ = is_number ? encoded("0") : std::string(length(), options.page.blank);
-  if (empty_.empty()) empty_.assign(length(), options.page.blank);
+  blanks_ =
+      column_.item->usage == Usage::national ? repeated('\0', ' ') : repeated(options.page.blank, options.page.blank);
+  empty_ = is_number ? encoded("0") : blanks_;
+  if (empty_.empty()) empty_ = blanks_;
   make_null(options);
 }
 
@@ -90,6 +106,12 @@ void Field::make_types(const CodecOptions& options) {
 void Field::make_text(const CodecOptions& options) {
   const Item& item = *column_.item;
   const bool wide = item.usage == Usage::national;
+  refuses_low_ = options.low_values == LowValues::refuse;
+  if (item.usage == Usage::dbcs || (options.page.unit == 2 && !wide)) {
+    single_ = make_graphic(column_, options);
+    text_.length = reads_.length * 3 + 1;
+    return;
+  }
   reads_.kind = wide ? ZVRT_KIND_UTF16 : ZVRT_KIND_CHAR;
   if (wide) {
     reads_.flags = ZVRT_TYPE_BIG_ENDIAN;
@@ -102,7 +124,6 @@ void Field::make_text(const CodecOptions& options) {
   if (options.trim != Trim::none) reads_.flags |= ZVRT_TYPE_TRIM;
   if (options.trim == Trim::both || (item.justified && options.trim != Trim::none)) reads_.flags |= ZVRT_TYPE_TRIM_LEFT;
   if (options.low_values == LowValues::blank) reads_.flags |= ZVRT_TYPE_LOW_AS_BLANK;
-  refuses_low_ = options.low_values == LowValues::refuse;
   text_.length = reads_.length * (options.page.number == 65001 ? 1 : 3);
 }
 
@@ -135,7 +156,7 @@ void Field::make_number(const CodecOptions& options) {
       reads_.precision = precision;
       writes_ = reads_;
       return;
-    case Usage::national:
+    case Usage::national: single_ = make_national_number(column_); return;
     case Usage::display:
       fit_slot();
       reads_.kind = ZVRT_KIND_ZONED;
@@ -196,6 +217,21 @@ std::string Field::encoded(std::string_view text) const {
   return status[0] == ZVRT_RC_OK ? bytes : std::string();
 }
 
+std::string Field::repeated(char first, char second) const {
+  std::string bytes(length(), first);
+  for (std::size_t i = 1; i < bytes.size(); i += 2) bytes[i] = second;
+  return bytes;
+}
+
+// A character of zeros: of two bytes in national and graphic items.
+bool Field::holds_low_value(const char* bytes) const {
+  const Usage usage = column_.item->usage;
+  const std::size_t unit = usage == Usage::national || usage == Usage::dbcs ? 2 : 1;
+  for (std::size_t i = 0; i + unit <= length(); i += unit)
+    if (bytes[i] == 0 && bytes[i + unit - 1] == 0) return true;
+  return false;
+}
+
 void Field::make_null(const CodecOptions& options) {
   const ItemNotes& notes = column_.item->notes;
   std::string word = notes.null_form ? notes.null_form->value : "";
@@ -203,7 +239,7 @@ void Field::make_null(const CodecOptions& options) {
     if (const auto found = options.nulls.find(name); found != options.nulls.end()) word = found->second;
   if (word.empty()) return;
   if (word == "blanks")
-    null_form_.assign(length(), options.page.blank);
+    null_form_ = blanks_;
   else if (word == "low-values")
     null_form_.assign(length(), '\0');
   else if (word == "high-values")
@@ -224,7 +260,7 @@ void Field::decode(const FieldBytes& bytes, const std::uint8_t* present, Decoded
     if (chosen[i] == 0) continue;
     if (!null_form_.empty() && std::memcmp(bytes.at(i), null_form_.data(), null_form_.size()) == 0)
       chosen[i] = 0;
-    else if (refuses_low_ && std::memchr(bytes.at(i), 0, length()) != nullptr)
+    else if (refuses_low_ && holds_low_value(bytes.at(i)))
       cells.status[i] = rx_low_value, chosen[i] = 0;
   }
   std::vector<Status> refused = cells.status;

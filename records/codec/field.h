@@ -53,6 +53,8 @@ struct DestroyPlan {
 using Plan = std::unique_ptr<ZVRTPlan, DestroyPlan>;
 // Throws a Failure that names the field.
 Plan make_plan(const ZVRTType& from, const ZVRTType& to, const std::string& field);
+// One value: `length` is the source's, or null where it fills its slot; `written` receives the target's, or is null.
+Status convert_one(const ZVRTPlan& plan, const char* from, const std::int32_t* length, char* to, std::int32_t* written);
 
 class Field {
  public:
@@ -86,6 +88,8 @@ class Field {
   void encode_plan(const CellColumn& cells, const std::uint8_t* chosen, const FieldBytes& bytes,
                    std::vector<Status>& status) const;
   std::string encoded(std::string_view text) const;
+  std::string repeated(char first, char second) const;
+  bool holds_low_value(const char* bytes) const;
 
   Column column_;
   TableColumn table_column_;
@@ -98,11 +102,14 @@ class Field {
   Plan encode_;
   std::unique_ptr<SingleValue> single_;
   std::string null_form_;
+  std::string blanks_;
   std::string empty_;
   bool refuses_low_ = false;
 };
 
 std::unique_ptr<SingleValue> make_edited(const Column& column, const CodecOptions& options);
+std::unique_ptr<SingleValue> make_graphic(const Column& column, const CodecOptions& options);
+std::unique_ptr<SingleValue> make_national_number(const Column& column);
 std::unique_ptr<SingleValue> make_odd_binary(const Column& column, bool big_endian, bool whole_range);
 
 }  // namespace zvrt::records

@@ -10,60 +10,109 @@ namespace {
 
 __extension__ using Wide = unsigned __int128;
 
+// S before an edited picture is a sign over a digit, as in a number, or a character of its own.
+class EditedSign {
+ public:
+  EditedSign(const Item& item, bool ebcdic)
+      : there_(!item.picture.runs.empty() && item.picture.runs.front().symbol == 'S'),
+        separate_(item.sign_separate),
+        leading_(item.sign_leading),
+        ebcdic_(ebcdic) {}
+
+  bool is_separate() const { return there_ && separate_; }
+  bool is_leading() const { return leading_; }
+  bool is_over_digit() const { return there_ && !separate_; }
+  bool is_there() const { return there_; }
+
+  // Makes a signed digit a plain one: EBCDIC [zone|digit] with zone C positive, D negative; ASCII p to y negative.
+  bool take(std::string& bytes) const {
+    char& byte = leading_ ? bytes.front() : bytes.back();
+    const auto code = static_cast<unsigned char>(byte);
+    const unsigned zone = code >> 4;
+    const bool negative = ebcdic_ ? zone == 0xD : zone == 0x7;
+    if ((code & 15U) <= 9 && (negative || (ebcdic_ && zone == 0xC)))
+      byte = static_cast<char>((ebcdic_ ? 0xF0U : 0x30U) | (code & 15U));
+    return negative;
+  }
+
+  void put(char* bytes, std::size_t length, bool negative) const {
+    char& byte = bytes[leading_ ? 0 : length - 1];
+    const unsigned digit = static_cast<unsigned char>(byte) & 15U;
+    const unsigned zone = ebcdic_ ? (negative ? 0xD0U : 0xC0U) : (negative ? 0x70U : 0x30U);
+    byte = static_cast<char>(zone | digit);
+  }
+
+ private:
+  bool there_;
+  bool separate_;
+  bool leading_;
+  bool ebcdic_;
+};
+
 class EditedValue final : public SingleValue {
  public:
   EditedValue(const Column& column, const CodecOptions& options)
-      : picture_(column.item->picture, column.item->blank_when_zero), length_(column.item->length) {
+      : picture_(column.item->picture, column.item->blank_when_zero),
+        sign_(*column.item, options.page.ebcdic && column.item->usage != Usage::national),
+        length_(column.item->length),
+        characters_(length_) {
     ZVRTType record{};
     record.size = sizeof record;
     record.kind = ZVRT_KIND_CHAR;
     record.length = static_cast<std::int32_t>(length_);
-    record.codePage = options.page.number;
-    record.codePageKind = options.page.kind;
     ZVRTType text = record;
-    text.codePage = 0;
-    text.codePageKind = '\0';
     text.length = record.length * 4;
+    if (column.item->usage == Usage::national) {
+      record.kind = ZVRT_KIND_UTF16;
+      record.flags = ZVRT_TYPE_BIG_ENDIAN;
+      characters_ = length_ / 2;
+    } else {
+      record.codePage = options.page.number;
+      record.codePageKind = options.page.kind;
+    }
     to_text_ = make_plan(record, text, column.field);
-    text.length = record.length;
+    text.length = static_cast<std::int32_t>(characters_);
     from_text_ = make_plan(text, record, column.field);
   }
 
   Status read(const char* bytes, std::string& text) const override {
+    std::string coded(bytes, length_);
+    bool negative = sign_.is_over_digit() && sign_.take(coded);
     std::string shown(length_ * 4, '\0');
     std::int32_t size = 0;
-    if (const Status status = run(*to_text_, bytes, shown.data(), size); status != ZVRT_RC_OK) return status;
-    const auto number = picture_.number(std::string_view(shown).substr(0, static_cast<std::size_t>(size)));
+    if (const Status status = convert_one(*to_text_, coded.data(), nullptr, shown.data(), &size); status != ZVRT_RC_OK)
+      return status;
+    shown.resize(static_cast<std::size_t>(size));
+    if (sign_.is_separate() && !shown.empty()) {
+      const char sign = sign_.is_leading() ? shown.front() : shown.back();
+      if (sign != '+' && sign != '-') return ZVRT_RC_INVALID_SIGN;
+      negative = sign == '-';
+      shown.erase(sign_.is_leading() ? 0 : shown.size() - 1, 1);
+    }
+    const auto number = picture_.number(shown);
     if (!number) return rx_not_edited;
-    text = *number;
+    const bool zero = number->find_first_of("123456789") == std::string::npos;
+    text.assign(negative && !zero ? 1 : 0, '-').append(*number);
     return ZVRT_RC_OK;
   }
 
   Status write(std::string_view text, char* bytes) const override {
-    const auto shown = picture_.shown(text);
-    if (!shown || shown->size() != length_) return rx_not_edited;
-    std::int32_t size = 0;
-    return run(*from_text_, shown->data(), bytes, size);
+    const bool negative = sign_.is_there() && text.starts_with('-');
+    if (negative) text.remove_prefix(1);
+    auto shown = picture_.shown(text);
+    if (!shown) return rx_not_edited;
+    if (sign_.is_separate()) shown->insert(sign_.is_leading() ? 0 : shown->size(), 1, negative ? '-' : '+');
+    if (shown->size() != characters_) return rx_not_edited;
+    const Status status = convert_one(*from_text_, shown->data(), nullptr, bytes, nullptr);
+    if (status == ZVRT_RC_OK && sign_.is_over_digit()) sign_.put(bytes, length_, negative);
+    return status;
   }
 
  private:
-  static Status run(const ZVRTPlan& plan, const char* from, char* to, std::int32_t& size) {
-    Status status = ZVRT_RC_OK;
-    ZVRTArray source{};
-    source.size = sizeof source;
-    source.data = const_cast<char*>(from);
-    ZVRTArray target{};
-    target.size = sizeof target;
-    target.data = to;
-    target.lengths = &size;
-    target.lengthBytes = sizeof size;
-    target.status = &status;
-    const Status result = ZVRTPlanRun(&plan, &source, &target, 1, nullptr);
-    return result != ZVRT_RC_OK ? result : status;
-  }
-
   EditedPicture picture_;
+  EditedSign sign_;
   std::size_t length_;
+  std::size_t characters_;
   Plan to_text_;
   Plan from_text_;
 };

@@ -6,40 +6,34 @@
 namespace zvrt::records {
 namespace {
 
-Entries read_as(Reading reading, std::string_view text, const std::string& file,
-                const std::vector<Replacement>& replacing) {
-  std::vector<LogicalLine> lines = logical_lines(text, reading, file);
-  for (LogicalLine& line : lines) replace_words(line.code, replacing);
-  return entries_of(tokens_of(lines, file), file);
+// The places of errors tell their file by a number until here.
+[[noreturn]] void fail_in_its_file(const CopybookError& error, const std::vector<std::string>& files) {
+  throw CopybookError(files[error.place.source], error.place, error.message, error.hint);
 }
 
-// Most lines of the fixed form have one of its marks in column 7; of the free form they hardly do.
-bool looks_free(std::string_view text) {
-  std::size_t fitting = 0;
-  std::size_t others = 0;
-  while (!text.empty()) {
-    const std::size_t end = std::min(text.find('\n'), text.size());
-    const std::string_view line = text.substr(0, end);
-    if (line.size() > 6 && line.substr(0, 6).find('\t') == std::string_view::npos)
-      ++(std::string_view(" */-Dd\t$>").find(line[6]) != std::string_view::npos ? fitting : others);
-    text.remove_prefix(std::min(end + 1, text.size()));
+Entries read_as(Reading reading, std::string_view text, const std::string& file, const CopybookOptions& options) {
+  CopyContext context{options.find_copy ? &options.find_copy : nullptr, reading, {file}};
+  try {
+    Entries entries = entries_of(tokens_with_copies(text, options.replacing, context), file);
+    entries.files = std::move(context.files);
+    return entries;
+  } catch (const CopybookError& error) {
+    fail_in_its_file(error, context.files);
   }
-  return others > fitting;
 }
 
 }  // namespace
 
-Entries read_entries(std::string_view text, const std::string& file, SourceFormat format,
-                     const std::vector<Replacement>& replacing) {
-  if (format != SourceFormat::automatic)
-    return read_as(format == SourceFormat::free ? Reading::free : Reading::fixed, text, file, replacing);
+Entries read_entries(std::string_view text, const std::string& file, const CopybookOptions& options) {
+  if (options.format != SourceFormat::automatic)
+    return read_as(options.format == SourceFormat::free ? Reading::free : Reading::fixed, text, file, options);
   const bool free_first = looks_free(text);
   const std::array readings = free_first ? std::array{Reading::free, Reading::fixed, Reading::shifted, Reading::wide}
                                          : std::array{Reading::fixed, Reading::shifted, Reading::wide, Reading::free};
   std::optional<CopybookError> first_error;
   for (const Reading reading : readings) {
     try {
-      return read_as(reading, text, file, replacing);
+      return read_as(reading, text, file, options);
     } catch (const CopybookError& error) {
       if (!first_error) first_error = error;
     }

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "records/copybook/copying.h"
 #include "records/copybook/entry.h"
 #include "records/copybook/replacing.h"
 
@@ -17,9 +18,14 @@ enum class SourceFormat {
   free,
 };
 
+struct CopybookOptions {
+  SourceFormat format = SourceFormat::automatic;
+  std::vector<Replacement> replacing;
+  FindCopy find_copy;  // empty: no other copybook is ever found
+};
+
 // Throws a CopybookError: of the form that its lines look like, where no form fits.
-Entries read_entries(std::string_view text, const std::string& file, SourceFormat format,
-                     const std::vector<Replacement>& replacing);
+Entries read_entries(std::string_view text, const std::string& file, const CopybookOptions& options);
 
 }  // namespace zvrt::records
 

@@ -311,7 +311,7 @@ class EntryReader {
   void take_notes() {
     for (; in_.at_note(); in_.next_note()) {
       const Token& note = in_.note();
-      if (std::optional<Note>* slot = slot_of(note.text)) {
+      if (std::optional<Note>* slot = made_.note_slot(note.text)) {
         if (*slot) in_.fail(note.place, "'" + note.text + "' is given twice", "");
         *slot = Note{note.value, note.place};
       } else {
@@ -319,19 +319,6 @@ class EntryReader {
                  "options are column, null, indicator, date, table-date, number; page and newline of a file");
       }
     }
-  }
-
-  std::optional<Note>* slot_of(const std::string& key) {
-    if (key == "page") return &made_.notes.page;
-    if (key == "newline") return &made_.notes.newline;
-    if (made_.list.empty()) return nullptr;
-    ItemNotes& notes = made_.list.back().notes;
-    if (key == "column") return &notes.column;
-    if (key == "null") return &notes.null_form;
-    if (key == "indicator") return &notes.indicator;
-    if (key == "date") return &notes.date;
-    if (key == "table-date") return &notes.table_date;
-    return key == "number" ? &notes.number : nullptr;
   }
 
   TokenReader in_;
@@ -343,6 +330,19 @@ class EntryReader {
 };
 
 }  // namespace
+
+std::optional<Note>* Entries::note_slot(const std::string& key) {
+  if (key == "page") return &notes.page;
+  if (key == "newline") return &notes.newline;
+  if (list.empty()) return nullptr;
+  ItemNotes& item = list.back().notes;
+  if (key == "column") return &item.column;
+  if (key == "null") return &item.null_form;
+  if (key == "indicator") return &item.indicator;
+  if (key == "date") return &item.date;
+  if (key == "table-date") return &item.table_date;
+  return key == "number" ? &item.number : nullptr;
+}
 
 Entries entries_of(const std::vector<Token>& tokens, const std::string& file) {
   return EntryReader(tokens, file).run();

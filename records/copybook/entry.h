@@ -116,6 +116,10 @@ struct Entry {
 struct Entries {
   std::vector<Entry> list;
   FileNotes notes;
+  std::vector<std::string> files;  // Place::source is an index into them
+
+  // Where the note of a key belongs: to the file or to the last entry; null if it has no such note.
+  std::optional<Note>* note_slot(const std::string& key);
 };
 
 Entries entries_of(const std::vector<Token>& tokens, const std::string& file);

@@ -12,6 +12,7 @@ namespace zvrt::records {
 struct Place {
   std::size_t line = 0;
   std::size_t column = 0;
+  std::size_t source = 0;  // of the files that a copybook is made of; 0: the copybook itself
 };
 
 // what() is one line: `file:line:column: message` and, where there is one, `; hint`.

@@ -12,15 +12,22 @@ bool in_word(char c) {
 
 bool joins_words(char c) { return in_word(c) && c != '-'; }
 
-// Whether `from` stands at `at`, and as much of a word as it has to be.
-bool fits(const Cells& code, std::size_t at, const std::string& from) {
-  if (from.empty() || code.size() - at < from.size()) return false;
-  for (std::size_t k = 0; k < from.size(); ++k)
-    if (upper(code[at + k].c) != upper(from[k])) return false;
-  const std::size_t end = at + from.size();
+// Where `from` ends that stands at `at`, and is as much of a word as it has to be; else 0.
+std::size_t end_of(const Cells& code, std::size_t at, const Replacement& replacement) {
+  const std::string& from = replacement.from;
+  if (from.empty()) return 0;
+  std::size_t end = at;
+  for (const char c : from) {
+    if (end == code.size() || (is_blank(c) ? !is_blank(code[end].c) : upper(code[end].c) != upper(c))) return 0;
+    ++end;
+    while (is_blank(c) && end < code.size() && is_blank(code[end].c)) ++end;
+  }
   const bool starts_word = at == 0 || !in_word(code[at - 1].c);
   const bool ends_word = end == code.size() || !in_word(code[end].c);
-  return (starts_word || !joins_words(from.front())) && (ends_word || !joins_words(from.back()));
+  using Part = Replacement::Part;
+  if (replacement.part == Part::leading) return starts_word ? end : 0;
+  if (replacement.part == Part::trailing) return ends_word ? end : 0;
+  return (starts_word || !joins_words(from.front())) && (ends_word || !joins_words(from.back())) ? end : 0;
 }
 
 }  // namespace
@@ -38,15 +45,18 @@ void replace_words(Cells& code, const std::vector<Replacement>& replacements) {
       ++at;
       continue;
     }
-    const auto found = std::find_if(replacements.begin(), replacements.end(),
-                                    [&](const Replacement& replacement) { return fits(code, at, replacement.from); });
+    std::size_t end = 0;
+    const auto found = std::find_if(replacements.begin(), replacements.end(), [&](const Replacement& replacement) {
+      end = end_of(code, at, replacement);
+      return end != 0;
+    });
     if (found == replacements.end()) {
       made.push_back(cell);
       ++at;
       continue;
     }
-    for (const char c : found->to) made.push_back({c, cell.line, cell.column});
-    at += found->from.size();
+    for (const char c : found->to) made.push_back({c, cell.line, cell.column, cell.source});
+    at = end;
   }
   code = std::move(made);
 }

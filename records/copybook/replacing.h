@@ -8,7 +8,7 @@
 //   -OLD=-NEW      NAME-OLD     ->  NAME-NEW       at their end alone
 //   X-5=X(7)       PIC X-5      ->  PIC X(7)
 //
-// Upper and lower case are one. Literals stay as they are.
+// Upper and lower case are one, and so are any number of blanks in a row. Literals stay as they are.
 #ifndef ZVRT_RECORDS_COPYBOOK_REPLACING_H
 #define ZVRT_RECORDS_COPYBOOK_REPLACING_H
 
@@ -20,8 +20,10 @@
 namespace zvrt::records {
 
 struct Replacement {
+  enum class Part { by_form, leading, trailing };  // the last two: the beginning or the end of words
   std::string from;
   std::string to;
+  Part part = Part::by_form;
 };
 
 // Each place is replaced once, by the first of `replacements` that fits; what comes of it is not looked at again.

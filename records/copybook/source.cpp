@@ -237,6 +237,19 @@ class LineReader {
 
 }  // namespace
 
+bool looks_free(std::string_view text) {
+  std::size_t fitting = 0;
+  std::size_t others = 0;
+  while (!text.empty()) {
+    const std::size_t end = std::min(text.find('\n'), text.size());
+    const std::string_view line = text.substr(0, end);
+    if (line.size() > 6 && line.substr(0, 6).find('\t') == std::string_view::npos)
+      ++(std::string_view(" */-Dd\t$>").find(line[6]) != std::string_view::npos ? fitting : others);
+    text.remove_prefix(std::min(end + 1, text.size()));
+  }
+  return others > fitting;
+}
+
 // Control characters count as blanks: carriage return, form feed, the end mark of old editors.
 bool is_blank(char c) { return c == ' ' || (c >= '\0' && c < ' '); }
 bool is_digit(char c) { return c >= '0' && c <= '9'; }

@@ -34,8 +34,9 @@ struct Cell {
   char c = 0;
   std::uint32_t line = 0;
   std::uint32_t column = 0;
+  std::uint32_t source = 0;  // as of Place
 
-  Place place() const { return {line, column}; }
+  Place place() const { return {line, column, source}; }
 };
 using Cells = std::vector<Cell>;
 
@@ -46,6 +47,9 @@ struct LogicalLine {
 
 // Throws a CopybookError where a line cannot be of this form.
 std::vector<LogicalLine> logical_lines(std::string_view text, Reading reading, const std::string& file);
+
+// Most lines of the fixed form have one of its marks in column 7; of the free form they hardly do.
+bool looks_free(std::string_view text);
 
 bool is_blank(char c);
 bool is_digit(char c);

@@ -217,7 +217,7 @@ class ColumnMaker {
     const auto cannot = [&](const std::string& why) {
       if (!made_.cannot_shift)
         made_.cannot_shift =
-            CopybookError(layout_.file, item.place, why, "--odo max takes every table at its greatest size");
+            CopybookError(layout_.files[item.place.source], item.place, why, "--odo max takes every table at its greatest size");
     };
     if (item.depends_on == nullptr)
       return cannot(item.depends_on_name + ", on which " + item.name + " depends, is not in the record");
@@ -285,7 +285,7 @@ class ColumnMaker {
   }
 
   [[noreturn]] void fail(Place place, const std::string& message, const std::string& hint) const {
-    throw CopybookError(layout_.file, place, message, hint);
+    throw CopybookError(layout_.files[place.source], place, message, hint);
   }
 
   const Layout& layout_;

@@ -8,18 +8,19 @@ namespace {
 
 // Bytes of a binary item whose size goes by its digits in steps of one byte: the least that hold its range.
 std::size_t least_bytes(int digits, bool is_signed) {
-  static constexpr std::array with_sign{2, 4, 6, 9, 11, 14, 16, 18};
-  static constexpr std::array without_sign{2, 4, 7, 9, 12, 14, 16, 19};
+  static constexpr std::array with_sign{2, 4, 6, 9, 11, 14, 16, 18, 21, 23, 26, 28, 31, 33, 35, 38};
+  static constexpr std::array without_sign{2, 4, 7, 9, 12, 14, 16, 19, 21, 24, 26, 28, 31, 33, 36, 38};
   const auto& most = is_signed ? with_sign : without_sign;
   for (std::size_t k = 0; k < most.size(); ++k)
     if (digits <= most[k]) return k + 1;
   return 16;
 }
 
+// More than 18 digits need more than 8 bytes: as few as hold them and a sign.
 std::size_t binary_bytes(int digits, bool is_signed, BinarySizes sizes) {
   if (sizes == BinarySizes::b1_to_8) return least_bytes(digits, is_signed);
   if (sizes == BinarySizes::b1_2_4_8 && digits <= 2) return 1;
-  return digits <= 4 ? 2 : digits <= 9 ? 4 : digits <= 18 ? 8 : 16;
+  return digits <= 4 ? 2 : digits <= 9 ? 4 : digits <= 18 ? 8 : least_bytes(digits, true);
 }
 
 bool is_text(Category category) {

@@ -10,17 +10,22 @@
 namespace zvrt::records {
 
 Layout parse_layout(std::string_view text, const std::string& file, const LayoutOptions& options) {
-  Entries entries = read_entries(text, file, options.format, options.replacing);
-  Tree tree = tree_of(entries, file);
-  settle_forms(tree, file, options.binary_sizes);
-  settle_places(tree, file, options.sync_boundary);
-  return {file, std::move(tree.records), std::move(entries.notes)};
+  Entries entries = read_entries(text, file, options.copybook);
+  try {
+    Tree tree = tree_of(entries, file);
+    settle_forms(tree, file, options.binary_sizes);
+    settle_places(tree, file, options.sync_boundary);
+    return {file, std::move(entries.files), std::move(tree.records), std::move(entries.notes)};
+  } catch (const CopybookError& error) {
+    throw CopybookError(entries.files[error.place.source], error.place, error.message, error.hint);
+  }
 }
 
-Layout read_layout(const std::string& path, const LayoutOptions& options) {
+Layout read_layout(const std::string& path, LayoutOptions options, std::vector<std::string> folders) {
   std::ifstream file(path, std::ios::binary);
   std::ostringstream text;
-  if (!file || !(text << file.rdbuf())) throw CopybookError(path, {0, 0}, "the copybook cannot be read");
+  if (!file || !(text << file.rdbuf())) throw CopybookError(path, {0, 0, 0}, "the copybook cannot be read");
+  if (!options.copybook.find_copy) options.copybook.find_copy = copies_in(std::move(folders));
   return parse_layout(text.str(), path, options);
 }
 

@@ -97,26 +97,27 @@ struct Record {
 };
 
 struct Layout {
-  std::string file;  // as given
+  std::string file;                // as given
+  std::vector<std::string> files;  // and those that it copies: Place::source is an index into them
   std::vector<Record> records;
   FileNotes notes;
 };
 
 enum class BinarySizes {
-  b2_4_8,    // 1-4 digits 2 bytes, 5-9 digits 4, 10-18 digits 8, more 16
+  b2_4_8,    // 1-4 digits 2 bytes, 5-9 digits 4, 10-18 digits 8, more as few as hold the digits and a sign
   b1_2_4_8,  // the same, but 1-2 digits 1 byte
   b1_to_8,   // as few bytes as the digits need
 };
 
 struct LayoutOptions {
-  SourceFormat format = SourceFormat::automatic;
+  CopybookOptions copybook;
   BinarySizes binary_sizes = BinarySizes::b2_4_8;
   unsigned sync_boundary = 4;  // of binary items of 10 to 18 digits: 4 or 8
-  std::vector<Replacement> replacing;
 };
 
-// Both throw a CopybookError; `file` names the text in messages, and a record without 01 after its last part.
-Layout read_layout(const std::string& path, const LayoutOptions& options = {});
+// Both throw a CopybookError; `file` names the text in messages, and a record without 01 after its last part. Copybooks
+// that the file asks for are looked for beside it and in `folders`, unless the options say how they are found.
+Layout read_layout(const std::string& path, LayoutOptions options = {}, std::vector<std::string> folders = {});
 Layout parse_layout(std::string_view text, const std::string& file, const LayoutOptions& options = {});
 
 }  // namespace zvrt::records

@@ -17,6 +17,8 @@ void add_layout_options(CLI::App& verb, Arguments& a) {
   verb.add_option("--sync", a.sync, "boundary of SYNC items of 10 to 18 digits")
       ->check(CLI::IsMember({4, 8}))
       ->capture_default_str();
+  verb.add_option("-I,--include", a.folders, "a folder of copybooks that COPY names, beside the layout's own")
+      ->allow_extra_args(false);
   verb.add_option("--replacing", a.replacing, "OLD=NEW in the copybook's words, as :TAG:=CUST")
       ->allow_extra_args(false);
 }

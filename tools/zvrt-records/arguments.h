@@ -49,6 +49,7 @@ struct Arguments {
   std::string native;
   std::string floats;
   std::vector<std::string> replacing;
+  std::vector<std::string> folders;
   bool keep_bytes = false;
   std::string range;
   std::vector<std::string> columns;

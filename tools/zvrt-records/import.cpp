@@ -1,8 +1,8 @@
 // Records to tables: blocks of records are read, converted by as many threads as there are, and written in their order.
 #include <fmt/format.h>
-#include <sys/stat.h>
 
 #include "conversion.h"
+#include "fit.h"
 #include "in_order.h"
 #include "places.h"
 #include "records/files/failure.h"
@@ -75,22 +75,6 @@ class Import {
   std::uint64_t longer_ = 0;
 };
 
-// A size that the record length does not divide tells that the layout does not fit.
-void check_fit(const Job& job, Journal& journal) {
-  if (job.format.format != RecordFormat::fixed || job.format.length_of) return;
-  const std::size_t step = job.format.record_length + job.format.record_header;
-  for (const std::string& file : job.arguments.records) {
-    struct stat found {};
-    if (file == "-" || stat(file.c_str(), &found) != 0 || !S_ISREG(found.st_mode)) continue;
-    const std::size_t around = job.format.skip_header + job.format.skip_trailer;
-    const auto size = static_cast<std::size_t>(found.st_size);
-    if (size >= around && (size - around) % step != 0)
-      journal.warn(
-          fmt::format("{}: {} bytes are no multiple of the record's {}; the layout or --record-format may not fit",
-                      file, size - around, step));
-  }
-}
-
 }  // namespace
 
 int import_records(const Arguments& arguments) {
@@ -98,7 +82,7 @@ int import_records(const Arguments& arguments) {
   const MadeFolder folder = check_places(job);
   Journal journal(job);
   try {
-    check_fit(job, journal);
+    for (const std::string& warning : fit_warnings(job)) journal.warn(warning);
     Import import(job, journal);
     import.run();
     journal.keep_rejects();

@@ -6,11 +6,11 @@
 
 #include <algorithm>
 
+#include "fit.h"
 #include "inspect_page.h"
 #include "look.h"
 #include "places.h"
 #include "records/files/failure.h"
-#include "records/files/input_file.h"
 #include "records/files/output_file.h"
 #include "records/inspect/inspect.h"
 #include "runs.h"
@@ -24,27 +24,10 @@ constexpr std::size_t shown_bytes = 16;
 constexpr std::size_t shown_lengths = 12;
 
 Findings findings_of(const Arguments& arguments) {
-  InputFile file(arguments.records.front());
-  if (!file.size()) throw Failure(file.name() + ": inspect reads a file twice, and so no pipe or device");
-  const std::uint64_t around = arguments.skip_header + arguments.skip_trailer;
-  if (*file.size() < around) throw Failure(file.name() + ": is shorter than its header and trailer");
-  std::string bytes(arguments.skip_header + std::min<std::uint64_t>(*file.size() - around, looked_at_bytes), '\0');
-  bytes.resize(file.read(bytes.data(), bytes.size()));
-  if (bytes.size() < arguments.skip_header) throw Failure(file.name() + ": became shorter meanwhile");
-  return inspect(std::string_view(bytes).substr(arguments.skip_header), *file.size() - around, arguments.record_header);
-}
-
-std::string span_of(const Lengths& lengths) {
-  return lengths.shortest == lengths.longest
-             ? fmt::format("{} records of {} bytes", lengths.records, lengths.longest)
-             : fmt::format("{} records of {} to {} bytes", lengths.records, lengths.shortest, lengths.longest);
-}
-
-std::string words_of(const Chain& chain) {
-  std::string text = chain.format == RecordFormat::variable_blocked ? "--record-format VB" : "--record-format V";
-  if (!chain.words.big_endian) text += " --rdw-order little";
-  if (!chain.words.include_themselves) text += " --rdw-includes-itself no";
-  return text;
+  const std::string& file = arguments.records.front();
+  const auto found = findings_of(arguments, file, looked_at_bytes);
+  if (!found) throw Failure(file + ": inspect reads a file twice, and so no pipe or device");
+  return *found;
 }
 
 std::string text_of_findings(const std::string& name, const Findings& found) {

@@ -7,6 +7,7 @@
 #include <filesystem>
 
 #include "records/files/failure.h"
+#include "routing.h"
 
 namespace zvrt::records {
 namespace {
@@ -41,9 +42,9 @@ Layout layout_of(const Arguments& arguments) {
   options.sync_boundary = arguments.sync;
   for (const std::string& text : arguments.replacing) {
     const auto [from, to] = split(text, "replacing");
-    options.replacing.push_back({from, to});
+    options.copybook.replacing.push_back({from, to, Replacement::Part::by_form});
   }
-  return read_layout(arguments.layout, options);
+  return read_layout(arguments.layout, options, arguments.folders);
 }
 
 Job::Job(const Arguments& told) : arguments(told), layout(layout_of(told)) {
@@ -145,14 +146,10 @@ void Job::read_segments() {
       if (length <= 0 || length > (1 << 24)) return OwnLength{0, "the length field holds no length"};
       return OwnLength{static_cast<std::size_t>(length), ""};
     };
-  } else if (options.shift && !leading.columns().tables.empty()) {
-    format.length_of = [&leading](const char* bytes, std::size_t available) -> std::optional<OwnLength> {
-      OwnLength length;
-      const auto bytes_of = leading.own_length(bytes, available, length.why);
-      if (!bytes_of) return std::nullopt;
-      length.bytes = *bytes_of;
-      return length;
-    };
+  } else if (options.shift && std::any_of(segments.begin(), segments.end(), [](const Segment& segment) {
+               return !segment.codec->columns().tables.empty();
+             })) {
+    format.length_of = length_by_tables();
   }
 }
 
@@ -168,12 +165,17 @@ void Job::add_segment(const std::string& text, const RecordOptions& options) {
     if (colon == std::string::npos) throw Failure(fmt::format("--segment '{}': there is no :NAME", text));
     segment.field = upper(field);
     segment.name = rest.substr(colon + 1);
+    if (segment.name.empty()) throw Failure(fmt::format("--segment '{}': there is no name after the colon", text));
+    std::vector<std::string> values;
     for (std::size_t at = 0; at <= colon;) {
       const std::size_t end = std::min(rest.find(',', at), colon);
-      segment.values.insert(rest.substr(at, end - at));
+      values.push_back(rest.substr(at, end - at));
       at = end + 1;
     }
+    if (add_values(segment.name, segment.field, values)) return;
     wanted.record = upper(segment.name);
+    segment.selector = selector_of(text, segment.field, wanted);
+    for (const std::string& value : values) segment.values.insert(segment_value(*segment.selector, value));
     if (segment.table.kind() == TableName::Kind::sqlite && !std::filesystem::is_directory(arguments.table_file) &&
         !arguments.table.empty())
       segment.table.table = arguments.table + segment.name;
@@ -185,9 +187,41 @@ void Job::add_segment(const std::string& text, const RecordOptions& options) {
   segment.codec = std::make_unique<RecordCodec>(columns_of(layout, wanted), codec, options, arguments.columns);
   for (const auto& field : segment.codec->fields()) segment.columns.push_back(field->table_column());
   if (arguments.keep_bytes) add_bytes_columns(segment);
-  if (!text.empty() && segment.codec->find(segment.field) == no_index)
-    throw Failure(fmt::format("--segment '{}': {} has no field '{}'", text, segment.name, segment.field));
   segments.push_back(std::move(segment));
+}
+
+// A name told before gets more values; its table stays one.
+bool Job::add_values(const std::string& name, const std::string& field, const std::vector<std::string>& values) {
+  for (Segment& segment : segments) {
+    if (upper(segment.name) != upper(name)) continue;
+    if (segment.field != field)
+      throw Failure(
+          fmt::format("--segment: {} is told by {} and by {}; one field tells it", name, segment.field, field));
+    for (const std::string& value : values) segment.values.insert(segment_value(*segment.selector, value));
+    return true;
+  }
+  return false;
+}
+
+// The field is the segment's own, or one of another 01 record of the same area.
+std::unique_ptr<Field> Job::selector_of(const std::string& option, const std::string& field,
+                                        const ColumnOptions& wanted) const {
+  for (const ColumnOptions& where : {wanted, ColumnOptions{}})
+    for (const Column& column : columns_of(layout, where).list)
+      if (column.name == field || column.item->name == field) return std::make_unique<Field>(column, codec);
+  throw Failure(fmt::format("--segment '{}': there is no field '{}'", option, field));
+}
+
+// By the tables of the segment that the record's first bytes tell; of the first one where they tell none.
+LengthOfRecord Job::length_by_tables() const {
+  return [this](const char* bytes, std::size_t available) -> std::optional<OwnLength> {
+    const std::size_t found = segment_of(segments, {bytes, available});
+    OwnLength length;
+    const auto bytes_of = segments[found == no_index ? 0 : found].codec->own_length(bytes, available, length.why);
+    if (!bytes_of) return std::nullopt;
+    length.bytes = *bytes_of;
+    return length;
+  };
 }
 
 // Beside the record's bytes, what the form of the file lets stand around them.

@@ -16,6 +16,7 @@ struct Segment {
   std::string name;
   std::string field;
   std::set<std::string> values;
+  std::unique_ptr<Field> selector;  // reads `field`; null without segments
   std::unique_ptr<RecordCodec> codec;
   std::vector<TableColumn>
       columns;                  // of the table: RECORD_NUMBER, the fields, RECORD_BYTES and what stands around them
@@ -44,6 +45,10 @@ struct Job {
   void read_codec();
   void read_segments();
   void add_segment(const std::string& text, const RecordOptions& options);
+  bool add_values(const std::string& name, const std::string& field, const std::vector<std::string>& values);
+  std::unique_ptr<Field> selector_of(const std::string& option, const std::string& field,
+                                     const ColumnOptions& wanted) const;
+  LengthOfRecord length_by_tables() const;
   void add_bytes_columns(Segment& segment) const;
   void read_format();
   void read_table();

@@ -12,6 +12,13 @@ struct Routed {
   std::vector<std::size_t> unknown;
 };
 
+// One form for each number: no leading zeros, none at the end of a fraction, no sign of zero.
+std::string plain_number(std::string_view text);
+// A value as --segment gives it or as the field holds it: 01 and 1 are one number.
+std::string segment_value(const Field& field, std::string_view value);
+// The segment that a record belongs to, or no_index.
+std::size_t segment_of(const std::vector<Segment>& segments, std::string_view record);
+
 class Router {
  public:
   explicit Router(const Job& job) : job_(job) {}
@@ -20,7 +27,6 @@ class Router {
   Routed route(const RecordBlock& block, std::size_t begin, std::size_t end) const;
 
  private:
-  std::size_t segment_of(std::string_view record) const;
   const Job& job_;
 };
 

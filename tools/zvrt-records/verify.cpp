@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <charconv>
 
+#include "fit.h"
 #include "journal.h"
 #include "merged_rows.h"
 #include "places.h"
@@ -11,22 +12,6 @@
 
 namespace zvrt::records {
 namespace {
-
-// One form for each number: no leading zeros, none at the end of a fraction, no sign of zero.
-std::string plain_number(std::string_view text) {
-  const bool negative = text.starts_with('-');
-  if (negative || text.starts_with('+')) text.remove_prefix(1);
-  std::string digits(text);
-  if (digits.find_first_not_of("0123456789.") != std::string::npos) return std::string(negative ? 1 : 0, '-') + digits;
-  if (digits.find('.') != std::string::npos) {
-    digits.erase(digits.find_last_not_of('0') + 1);
-    if (digits.back() == '.') digits.pop_back();
-  }
-  digits.erase(0, std::min(digits.find_first_not_of('0'), digits.size()));
-  if (digits.empty()) return "0";
-  if (digits.front() == '.') digits.insert(0, 1, '0');
-  return std::string(negative ? 1 : 0, '-') + digits;
-}
 
 bool equal(const Field& field, std::string_view one, std::string_view other) {
   if (one == other) return true;
@@ -137,6 +122,7 @@ int verify_table(const Arguments& arguments) {
   const MadeFolder folder = check_places(job);
   Journal journal(job);
   try {
+    for (const std::string& warning : fit_warnings(job)) journal.warn(warning);
     Comparison(job, journal).run();
   } catch (...) {
     journal.keep_rejects();

@@ -180,7 +180,7 @@ TEST(Copybook, ReplacesWordsAndPartsOfWords) {
       "       01 :TAG:-R.\n         05 :tag:-A PIC X(LEN).\n         05 OLD-B PIC X VALUE ':TAG:'.\n         05 C-OLD "
       "PIC X.\n";
   LayoutOptions options;
-  options.replacing = {{":TAG:", "CUST"}, {"OLD-", "NEW-"}, {"LEN", "7"}, {"-OLD", ""}};
+  options.copybook.replacing = {{":TAG:", "CUST"}, {"OLD-", "NEW-"}, {"LEN", "7"}, {"-OLD", ""}};
   EXPECT_EQ(summary(parse_layout(text, "f", options)), "CUST-R 0+9: CUST-A 0+7, NEW-B 7+1, C 8+1");
 }
 
