@@ -89,6 +89,8 @@ class StatementReader {
   const std::string& file_;
 };
 
+// Copies within copies are read in turn, no deeper than `deepest`.
+// NOLINTBEGIN(misc-no-recursion)
 class Copier {
  public:
   explicit Copier(CopyContext& context) : context_(context) {}
@@ -196,6 +198,7 @@ class Copier {
 
   CopyContext& context_;
 };
+// NOLINTEND(misc-no-recursion)
 
 std::optional<CopiedText> read_file(const std::filesystem::path& path) {
   std::error_code error;

@@ -129,7 +129,7 @@ void RecordReader::add_record(RecordBlock& block, const Frame& frame) {
   const char* const start = block.bytes.data() + place_;
   Surroundings around{std::move(before_), std::string(start + frame.before + frame.length, frame.after), block_number_};
   before_.clear();
-  around.before.append(start, options_.record_header);
+  around.before.append(start, std::min(options_.record_header, frame.before));  // a line may be shorter
   block.surroundings.push_back(std::move(around));
 }
 

@@ -19,7 +19,8 @@ void RecordWriter::write(std::string_view record, const Surroundings* around) {
   // What is not known of the bytes before a record are zeros.
   const std::size_t wanted = (first_ ? options_.skip_header : 0) + options_.record_header;
   std::string head = around != nullptr ? around->before : std::string();
-  if (head.size() < wanted) head.insert(0, wanted - head.size(), '\0');
+  const bool is_line = around != nullptr && options_.format == RecordFormat::lines;  // it may have been shorter
+  if (head.size() < wanted && !is_line) head.insert(0, wanted - head.size(), '\0');
   first_ = false;
   trailer_written_ = around != nullptr && around->after.size() >= options_.skip_trailer;
   switch (options_.format) {

@@ -29,7 +29,7 @@ bool is_ebcdic_text(unsigned c) {
   return row == 0xF;
 }
 
-void find_coding(std::string_view bytes, Findings& found) {
+void find_coding(std::string_view bytes, FileFindings& found) {
   std::array<std::uint64_t, 256> counts{};
   for (std::size_t i = 0; i < bytes.size(); ++i) ++counts[at(bytes, i)];
   std::uint64_t ebcdic = 0;
@@ -99,7 +99,7 @@ class ChainWalk {
   std::size_t header_;
 };
 
-void find_chains(std::string_view bytes, std::size_t header, Findings& found) {
+void find_chains(std::string_view bytes, std::size_t header, FileFindings& found) {
   const ChainWalk walk(bytes, found.whole, header);
   for (const bool big_endian : {true, false})
     for (const bool include : {true, false}) {
@@ -118,7 +118,7 @@ void find_chains(std::string_view bytes, std::size_t header, Findings& found) {
   });
 }
 
-void find_lines(std::string_view bytes, Findings& found) {
+void find_lines(std::string_view bytes, FileFindings& found) {
   if (found.coding == Coding::unknown) return;
   const bool ebcdic = found.coding == Coding::ebcdic;
   Lengths lines;
@@ -148,7 +148,7 @@ double likeness_of(std::string_view bytes, std::size_t length) {
 
 // The right length leaves fewer bytes unlike than others do, and so do its multiples: the shortest that comes near to the
 // best is it. Lengths of which less than three records are there say nothing.
-void find_lengths(std::string_view bytes, Findings& found) {
+void find_lengths(std::string_view bytes, FileFindings& found) {
   for (std::size_t length = 2; length <= longest_record && length <= found.size; ++length)
     if (found.size % length == 0) found.lengths.push_back({length, likeness_of(bytes, length)});
   double best = 1;
@@ -172,8 +172,8 @@ void Lengths::add(std::size_t length) {
   ++records;
 }
 
-Findings inspect(std::string_view bytes, std::uint64_t size, std::size_t record_header) {
-  Findings found;
+FileFindings inspect(std::string_view bytes, std::uint64_t size, std::size_t record_header) {
+  FileFindings found;
   found.size = size;
   found.whole = bytes.size() == size;
   if (bytes.empty()) return found;
@@ -184,7 +184,7 @@ Findings inspect(std::string_view bytes, std::uint64_t size, std::size_t record_
   return found;
 }
 
-RecordFormat likely_format(const Findings& findings) {
+RecordFormat likely_format(const FileFindings& findings) {
   if (!findings.chains.empty()) return findings.chains.front().format;
   return findings.lines.records != 0 ? RecordFormat::lines : RecordFormat::fixed;
 }

@@ -44,7 +44,7 @@ struct FixedLength {
   double likeness = 0;  // share of bytes that look like the one `length` after them
 };
 
-struct Findings {
+struct FileFindings {
   std::uint64_t size = 0;  // of all records, bytes before and after them not counted
   bool whole = false;      // all of them were looked at
   double ebcdic = 0;       // share of letters, digits and blanks
@@ -57,10 +57,10 @@ struct Findings {
 };
 
 // `bytes`: the first of `size` bytes of records. `record_header`: bytes before each record and its length word.
-Findings inspect(std::string_view bytes, std::uint64_t size, std::size_t record_header = 0);
+FileFindings inspect(std::string_view bytes, std::uint64_t size, std::size_t record_header = 0);
 
 // The form that the findings speak for; F where nothing speaks for another.
-RecordFormat likely_format(const Findings& findings);
+RecordFormat likely_format(const FileFindings& findings);
 
 }  // namespace zvrt::records
 

@@ -117,8 +117,8 @@ class TreeMaker {
     try {
       return parse_picture(clause.text);
     } catch (const PictureFault& fault) {
-      fail({clause.place.line, clause.place.column + fault.at}, "picture " + clause.text + ": " + fault.message,
-           fault.hint);
+      fail({clause.place.line, clause.place.column + fault.at, clause.place.source},
+           "picture " + clause.text + ": " + fault.message, fault.hint);
     }
   }
 

@@ -86,6 +86,37 @@ cp taken.db before.db
 expect 2 import "${options[@]}" seg.dat taken.db -t x_
 cmp taken.db before.db || fail "one table of two came"
 
+# Types that are numbers; a name told twice; a field of another 01 record.
+printf '01 HEAD.\n 05 KIND PIC 9(2).\n 05 NAME PIC X(3).\n01 LINE-ITEM.\n 05 FILLER PIC 99.\n 05 AMOUNT PIC 9(3).\n' >num.cpy
+printf '01abc02123030070xyz' >num.dat
+truncate -s 15 num.dat
+expect 0 import -l num.cpy -c ascii --segment KIND=01:HEAD --segment KIND=2:LINE-ITEM --segment KIND=03:LINE-ITEM num.dat num
+[[ $(tr -d '\r' <num/LINE-ITEM.csv) == $'RECORD_NUMBER,AMOUNT\n2,123\n3,7' ]] || fail "numbered segments: $(cat num/*)"
+
+# What a copybook asks for stands beside it or in a folder that is told.
+mkdir -p shelf
+printf '01 R.\n COPY PARTS REPLACING ==:T:== BY ==CUST==.\n' >whole.cpy
+printf ' 05 :T:-A PIC X(3).\n 05 :T:-B PIC 9.\n' >shelf/Parts.cbl
+expect 2 layout whole.cpy
+grep -q '^zvrt-records: whole.cpy:2:2: the copybook PARTS is not found; ' out || fail "a missing copybook: $(cat out)"
+expect 0 layout -I shelf whole.cpy
+grep -q 'CUST-B  9 ' out || fail "copied: $(cat out)"
+
+# A file that does not look as it is said to is told before the run, with what it looks like.
+printf '01 R.\n 05 A PIC X(4).\n 05 B PIC X(6).\n' >fit.cpy
+for k in 1 2 3 4 5 6; do printf '\0\16\0\0some text%d' "$k"; done >fit.v
+for k in 1 2 3 4 5 6; do printf 'some text%d\n' "$k"; done >fit.txt
+expect 1 import -l fit.cpy -c ascii --low-values keep --dry-run --replace fit.v fit.csv
+grep -q 'no multiple of the record.s 10; .*--record-format V' out || fail "length words: $(cat out)"
+expect 1 import -l fit.cpy -c ascii --dry-run fit.txt fit.csv
+grep -q 'no multiple of the record.s 10; .*--record-format D' out || fail "lines: $(cat out)"
+expect 0 import -l fit.cpy --record-format V --dry-run fit.v fit.csv
+grep -q 'looks like ASCII, and page 37 is EBCDIC' out || fail "page: $(cat out)"
+expect 1 import -l fit.cpy -c ascii --record-format VB --dry-run fit.v fit.csv
+grep -q 'do not chain from the file.s beginning; .*--record-format V' out || fail "blocks: $(cat out)"
+expect 0 import -l fit.cpy -c ascii --record-format V --dry-run fit.v fit.csv
+grep -q looks out && fail "a fitting file: $(cat out)"
+
 # Both meanings of an area; the second where the first cannot be read.
 printf '01 R.\n 05 N PIC 9(3).\n 05 T REDEFINES N PIC X(3).\n' >two.cpy
 printf '123abc' >two.dat
@@ -109,7 +140,7 @@ expect 0 --help
 # The manual page names every option that the verbs take, and no other.
 for verb in import export verify inspect layout ddl; do
   "$tool" "$verb" --help
-done | sed -n 's/^  \(-[a-z],\)\?\(--[a-z-]*\).*/\2/p' | { cat; echo --version; } | sort -u >taken
+done | sed -n 's/^  \(-[a-zA-Z],\)\?\(--[a-z-]*\).*/\2/p' | { cat; echo --version; } | sort -u >taken
 sed 's/\\-/-/g' "$data/../../docs/man/zvrt-records.1" | grep -o -e '--[a-z][a-z-]*' | sort -u >documented
 diff taken documented || fail "the manual page has other options than the command"
 exit "$failed"

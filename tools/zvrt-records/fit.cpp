@@ -16,7 +16,7 @@ constexpr double clear_share = 0.4;
 constexpr double clear_ratio = 3;
 
 // What other form the file seems to have; empty if none.
-std::string likeness_of(const Findings& found) {
+std::string likeness_of(const FileFindings& found) {
   if (!found.chains.empty() && found.chains.front().records.records >= chained_records)
     return fmt::format("it looks like {} with length words: {}", span_of(found.chains.front().records),
                        words_of(found.chains.front()));
@@ -28,7 +28,7 @@ std::string likeness_of(const Findings& found) {
 
 std::string with(const std::string& likeness) { return likeness.empty() ? "" : "; " + likeness; }
 
-std::string warning_of_fixed(const Job& job, const Findings& found) {
+std::string warning_of_fixed(const Job& job, const FileFindings& found) {
   if (job.format.length_of) return {};
   const std::size_t step = job.format.record_length + job.format.record_header;
   const std::string likeness = likeness_of(found);
@@ -39,7 +39,7 @@ std::string warning_of_fixed(const Job& job, const Findings& found) {
   return chained ? "records of fixed length are expected" + with(likeness) : "";
 }
 
-std::string warning_of_words(const Job& job, const Findings& found) {
+std::string warning_of_words(const Job& job, const FileFindings& found) {
   const LengthWords& words = job.format.words;
   if (words.adjust != 0) return {};
   const bool fits = std::any_of(found.chains.begin(), found.chains.end(), [&](const Chain& chain) {
@@ -52,7 +52,7 @@ std::string warning_of_words(const Job& job, const Findings& found) {
          (likeness.empty() ? ": it is damaged, or of another form" : with(likeness));
 }
 
-std::string warning_of_form(const Job& job, const Findings& found) {
+std::string warning_of_form(const Job& job, const FileFindings& found) {
   switch (job.format.format) {
     case RecordFormat::fixed: return warning_of_fixed(job, found);
     case RecordFormat::variable:
@@ -70,7 +70,7 @@ bool has_characters(const Job& job) {
   return false;
 }
 
-std::string warning_of_page(const Job& job, const Findings& found) {
+std::string warning_of_page(const Job& job, const FileFindings& found) {
   const double told = job.codec.page.ebcdic ? found.ebcdic : found.ascii;
   const double other = job.codec.page.ebcdic ? found.ascii : found.ebcdic;
   if (!has_characters(job) || other < clear_share || other < clear_ratio * told) return {};
@@ -84,7 +84,7 @@ std::string warning_of_page(const Job& job, const Findings& found) {
 
 }  // namespace
 
-std::optional<Findings> findings_of(const Arguments& arguments, const std::string& file, std::size_t most) {
+std::optional<FileFindings> findings_of(const Arguments& arguments, const std::string& file, std::size_t most) {
   InputFile input(file);
   if (!input.size()) return std::nullopt;
   const std::uint64_t around = arguments.skip_header + arguments.skip_trailer;

@@ -13,7 +13,7 @@
 namespace zvrt::records {
 
 // Of the first `most` bytes after the file's header; nothing for a pipe or a device.
-std::optional<Findings> findings_of(const Arguments& arguments, const std::string& file, std::size_t most);
+std::optional<FileFindings> findings_of(const Arguments& arguments, const std::string& file, std::size_t most);
 // The options that say this form: --record-format V --rdw-order little.
 std::string words_of(const Chain& chain);
 std::string span_of(const Lengths& lengths);

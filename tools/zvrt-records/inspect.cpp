@@ -23,14 +23,14 @@ constexpr std::uint64_t looked_at_records = 10000;
 constexpr std::size_t shown_bytes = 16;
 constexpr std::size_t shown_lengths = 12;
 
-Findings findings_of(const Arguments& arguments) {
+FileFindings findings_of(const Arguments& arguments) {
   const std::string& file = arguments.records.front();
   const auto found = findings_of(arguments, file, looked_at_bytes);
   if (!found) throw Failure(file + ": inspect reads a file twice, and so no pipe or device");
   return *found;
 }
 
-std::string text_of_findings(const std::string& name, const Findings& found) {
+std::string text_of_findings(const std::string& name, const FileFindings& found) {
   std::string text = fmt::format("{}: {} bytes{}\n", name, found.size,
                                  found.whole ? "" : fmt::format(", the first {} looked at", looked_at_bytes));
   text += fmt::format("text: {:.0f} % of the bytes are EBCDIC letters, digits and blanks, {:.0f} % ASCII: {}\n",
@@ -55,7 +55,7 @@ std::string text_of_findings(const std::string& name, const Findings& found) {
 }
 
 // What the findings say where neither the command line nor the layout does; the words that say it, too.
-std::string take_findings(const Findings& found, Arguments& a) {
+std::string take_findings(const FileFindings& found, Arguments& a) {
   std::string words;
   if (!a.format_told) {
     const RecordFormat format = likely_format(found);
@@ -73,7 +73,7 @@ std::string take_findings(const Findings& found, Arguments& a) {
   return words;
 }
 
-std::string fit_of(const Job& job, const Findings& found) {
+std::string fit_of(const Job& job, const FileFindings& found) {
   std::size_t least = ~std::size_t{0};
   for (const Segment& segment : job.segments)
     for (const Record* const record : segment.codec->columns().records) least = std::min(least, record->min_length);
@@ -183,7 +183,7 @@ void write_page(const Arguments& arguments, const std::string& page) {
 
 int inspect_records(const Arguments& told_arguments) {
   Arguments arguments = told_arguments;
-  const Findings found = findings_of(arguments);
+  const FileFindings found = findings_of(arguments);
   const std::string words = take_findings(found, arguments);
   const std::string report =
       text_of_findings(arguments.records.front(), found) + (words.empty() ? "" : fmt::format("taken:{}\n", words));

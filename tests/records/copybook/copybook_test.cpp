@@ -1,6 +1,8 @@
 // Copybooks as they come, and what is said of those that cannot be read.
 #include <gtest/gtest.h>
 
+#include <map>
+
 #include "records/layout/summary.h"
 
 namespace {
@@ -182,6 +184,63 @@ TEST(Copybook, ReplacesWordsAndPartsOfWords) {
   LayoutOptions options;
   options.copybook.replacing = {{":TAG:", "CUST"}, {"OLD-", "NEW-"}, {"LEN", "7"}, {"-OLD", ""}};
   EXPECT_EQ(summary(parse_layout(text, "f", options)), "CUST-R 0+9: CUST-A 0+7, NEW-B 7+1, C 8+1");
+}
+
+// The copybooks that others may ask for, by name.
+std::optional<CopiedText> shelf(const std::string& name, const std::string& library, const std::string& asking) {
+  static const std::map<std::string, std::string> texts{
+      {"NAMES", "           05 :T:-NAME PIC X(4).\n           05 IN-SIZE PIC 9(2).\n"},
+      {"NESTED", "           05 A PIC X.\n           COPY NAMES REPLACING ==:T:== BY ==N==.\n"},
+      {"FREE", "05 A PIC X. *> free\n05 B PIC X.\n"},
+      {"ROUND", "           COPY ROUND.\n"},
+      {"BROKEN", "\n           05 A PIC X(.\n"},
+      {"OTHERS/NAMES", "           05 OTHER PIC X.\n"},
+  };
+  EXPECT_FALSE(asking.empty());
+  const auto found = texts.find(library.empty() ? name : library + "/" + name);
+  if (found == texts.end()) return std::nullopt;
+  return CopiedText{found->first + ".cpy", found->second};
+}
+
+struct Copying {
+  const char* text;
+  const char* layout;
+};
+
+constexpr Copying copying[] = {
+    {"01 R. COPY NAMES.", "R 0+6: :T:-NAME 0+4, IN-SIZE 4+2"},
+    {"01 R.\n COPY NAMES REPLACING ==:T:== BY ==CUST==\n LEADING ==IN== BY ==OUT==.\n 05 B PIC X.",
+     "R 0+7: CUST-NAME 0+4, OUT-SIZE 4+2, B 6+1"},
+    {"01 R.\n COPY NAMES REPLACING TRAILING ==NAME== BY ==N== IN-SIZE BY SIZE-OF.", "R 0+6: :T:-N 0+4, SIZE-OF 4+2"},
+    {"01 R.\n COPY NAMES REPLACING ==PIC  X(4)== BY ==PIC X(9)==.", "R 0+11: :T:-NAME 0+9, IN-SIZE 9+2"},
+    {"01 R.\n COPY NAMES OF OTHERS SUPPRESS.", "R 0+1: OTHER 0+1"},
+    {"01 R.\n COPY 'NESTED'.", "R 0+7: A 0+1, N-NAME 1+4, IN-SIZE 5+2"},
+    {"01 R.\n COPY FREE.", "R 0+2: A 0+1, B 1+1"},
+    {"01 R.\n 05 A PIC X(LEN).\n REPLACE ==LEN== BY ==3==.\n 05 B PIC X(LEN).\n REPLACE OFF.\n 05 C PIC X(LEN).",
+     "f:2:19: picture X(LEN): a count from 1 to 134217727 and ')' are missing"},
+    {"01 R.\n REPLACE ==LEN== BY ==3==.\n 05 B PIC X(LEN).\n REPLACE ==LEN== BY ==4==.\n 05 C PIC X(LEN).",
+     "R 0+7: B 0+3, C 3+4"},
+    {"01 R.\n COPY ABSENT.",
+     "f:2:9: the copybook ABSENT is not found; it stands beside this one, or in a folder given by -I"},
+    {"01 R.\n COPY NAMES", "f:2:9: the COPY statement is not complete; it ends with a period"},
+    {"01 R.\n COPY ROUND.", "ROUND.cpy:1:12: copybooks ask for each other without end"},
+    {"01 R.\n COPY BROKEN.", "BROKEN.cpy:2:22: picture X(: a count from 1 to 134217727 and ')' are missing"},
+};
+
+TEST(Copybook, TakesTheCopybooksThatItAsksFor) {
+  LayoutOptions options;
+  options.copybook.find_copy = shelf;
+  for (const Copying& each : copying) {
+    std::string text = std::string("        ") + each.text + "\n";
+    for (std::size_t at = 0; (at = text.find("\n ", at)) != std::string::npos; ++at) text.insert(at + 1, 7, ' ');
+    std::string found;
+    try {
+      found = summary(parse_layout(text, "f", options));
+    } catch (const CopybookError& error) {
+      found = error.what();
+    }
+    EXPECT_EQ(found, each.layout) << each.text;
+  }
 }
 
 TEST(Copybook, SizesAndBoundariesAreOptions) {

@@ -52,7 +52,7 @@ TEST(Inspect, LengthWordsOfEveryKindAreToldFromTheOthers) {
       for (const bool blocked : {true, false})
         for (const bool blocks_count : {true, false}) {
           const Made made = chained({big, include, 0}, blocked, blocks_count);
-          const Findings found = inspect(made.bytes, made.bytes.size());
+          const FileFindings found = inspect(made.bytes, made.bytes.size());
           ASSERT_FALSE(found.chains.empty());
           const Chain& best = found.chains.front();
           EXPECT_EQ(likely_format(found), blocked ? RecordFormat::variable_blocked : RecordFormat::variable);
@@ -73,7 +73,7 @@ TEST(Inspect, AChainHasToEndWhereTheFileDoes) {
     const std::string bytes = made.bytes.substr(0, made.bytes.size() - cut);
     EXPECT_TRUE(inspect(bytes, bytes.size()).chains.empty()) << cut;
     // Unless only the first bytes were looked at.
-    const Findings first = inspect(bytes, made.bytes.size());
+    const FileFindings first = inspect(bytes, made.bytes.size());
     ASSERT_FALSE(first.chains.empty()) << cut;
     EXPECT_EQ(first.chains.front().records.records, made.records - 1) << cut;
     EXPECT_FALSE(first.whole);
@@ -83,7 +83,7 @@ TEST(Inspect, AChainHasToEndWhereTheFileDoes) {
 TEST(Inspect, BytesBeforeEachRecordAreLeftOut) {
   const Made made = chained({}, false, true, 5);
   EXPECT_TRUE(inspect(made.bytes, made.bytes.size()).chains.empty());
-  const Findings found = inspect(made.bytes, made.bytes.size(), 5);
+  const FileFindings found = inspect(made.bytes, made.bytes.size(), 5);
   ASSERT_FALSE(found.chains.empty());
   EXPECT_EQ(found.chains.front().records.records, made.records);
 }
@@ -94,7 +94,7 @@ TEST(Inspect, FixedRecordsShowTheirLengthAndPage) {
       std::mt19937 random(12);
       std::string bytes;
       for (int i = 0; i < 60; ++i) bytes += record(random, length, ebcdic);
-      const Findings found = inspect(bytes, bytes.size());
+      const FileFindings found = inspect(bytes, bytes.size());
       EXPECT_EQ(found.coding, ebcdic ? Coding::ebcdic : Coding::ascii);
       EXPECT_GT(ebcdic ? found.ebcdic : found.ascii, 0.8);
       EXPECT_EQ(found.likely_length, length);
@@ -119,7 +119,7 @@ TEST(Inspect, LinesAreTextWithEnds) {
     std::mt19937 random(13);
     std::string bytes;
     for (std::size_t i = 0; i < 40; ++i) bytes += record(random, 10 + i, each.ebcdic, each.packed) + each.end;
-    const Findings found = inspect(bytes, bytes.size());
+    const FileFindings found = inspect(bytes, bytes.size());
     EXPECT_EQ(likely_format(found) == RecordFormat::lines, each.lines) << each.end;
     if (!each.lines) continue;
     EXPECT_EQ(found.lines.records, 40U);
@@ -134,13 +134,13 @@ TEST(Inspect, BytesOfAnyValueAreNothing) {
   for (std::size_t size = 0; size < 400; ++size) {
     std::string bytes(size, '\0');
     for (char& byte : bytes) byte = static_cast<char>(random() % 256);
-    const Findings found = inspect(bytes, size);
+    const FileFindings found = inspect(bytes, size);
     EXPECT_EQ(found.size, size);
     for (const Chain& chain : found.chains) EXPECT_LE(chain.records.records * 4, size);
   }
   std::string bytes(100000, '\0');
   for (char& byte : bytes) byte = static_cast<char>(random() % 256);
-  const Findings found = inspect(bytes, bytes.size());
+  const FileFindings found = inspect(bytes, bytes.size());
   EXPECT_EQ(found.coding, Coding::unknown);
   EXPECT_TRUE(found.chains.empty());
   EXPECT_EQ(found.lines.records, 0U);

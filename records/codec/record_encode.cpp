@@ -1,0 +1,170 @@
+// Cells to records: which cells changed, which meaning of an area is written, and what a record is made of.
+#include <algorithm>
+
+#include "records/codec/record_codec.h"
+
+namespace zvrt::records {
+namespace {
+
+bool same_cell(const CellColumn& one, const CellColumn& other, std::size_t row) {
+  if (one.is_null(row) || other.is_null(row)) return one.is_null(row) && other.is_null(row);
+  return one.at(row) == other.at(row);
+}
+
+}  // namespace
+
+void RecordCodec::find_changes(const std::vector<CellColumn>& cells, const DecodedRecords& old, std::size_t count,
+                               Masks& changed) const {
+  for (std::size_t i = 0; i < fields_.size(); ++i)
+    for (std::size_t row = 0; row < count; ++row)
+      changed[i][row] = same_cell(cells[i], old.fields[i].cells(), row) ? 0 : 1;
+}
+
+// Of an area the first meaning is written that is not null; from given bytes, the one that changed.
+void RecordCodec::choose_meanings(const std::vector<CellColumn>& cells, std::size_t count, const Masks& changed,
+                                  Masks& chosen, EncodedRecords& encoded) const {
+  for (std::size_t at = 0; at < columns_.areas.size(); ++at) {
+    std::vector<std::vector<std::size_t>> parts(columns_.areas[at].meanings.size());
+    for (std::size_t i = 0; i < fields_.size(); ++i)
+      for (const MeaningOfArea& meaning : fields_[i]->column().meanings)
+        if (meaning.area == at) parts[meaning.meaning].push_back(i);
+    for (std::size_t row = 0; row < count; ++row) {
+      std::size_t taken = no_index;
+      for (std::size_t m = 0; m < parts.size(); ++m) {
+        const bool is_told = std::any_of(parts[m].begin(), parts[m].end(), [&](std::size_t i) {
+          return changed.empty() ? !cells[i].is_null(row) : changed[i][row] != 0;
+        });
+        if (!is_told) continue;
+        if (taken == no_index) taken = m;
+        if (taken != m && !changed.empty()) encoded.status[parts[m].front()][row] = rx_two_meanings;
+      }
+      if (taken == no_index) taken = 0;
+      for (std::size_t m = 0; m < parts.size(); ++m)
+        for (const std::size_t i : parts[m])
+          if (m != taken) chosen[i][row] = 0;
+    }
+  }
+}
+
+const Record& RecordCodec::record_of(std::size_t row, const Masks& chosen) const {
+  if (columns_.records.size() > 1)
+    for (std::size_t i = 0; i < fields_.size(); ++i) {
+      const auto& meanings = fields_[i]->column().meanings;
+      if (!meanings.empty() && meanings[0].area == 0 && chosen[i][row] != 0) {
+        const Item* const root = columns_.areas[0].meanings[meanings[0].meaning];
+        for (const Record* record : columns_.records)
+          if (record->root.get() == root) return *record;
+      }
+    }
+  return *columns_.records.front();
+}
+
+// Nulls that no bytes can say, at a record's end: the record ends before them.
+std::size_t RecordCodec::cut_nulls(const std::vector<CellColumn>& cells, std::size_t row, std::size_t length,
+                                   EncodedRecords& encoded) const {
+  std::size_t end = 0;
+  for (std::size_t i = 0; i < fields_.size(); ++i)
+    if (!cells[i].is_null(row) || encoded.status[i][row] != ZVRT_RC_NULL_REFUSED)
+      end = std::max(end, fields_[i]->column().offset + fields_[i]->length());
+  bool cut = false;
+  for (std::size_t i = 0; i < fields_.size(); ++i) {
+    Status& status = encoded.status[i][row];
+    if (status != ZVRT_RC_NULL_REFUSED || fields_[i]->column().offset < end) continue;
+    status = ZVRT_RC_OK;
+    cut = true;
+  }
+  return cut ? std::min(end, length) : length;
+}
+
+std::string RecordCodec::compose(const std::vector<CellColumn>& cells, std::size_t row, const char* form,
+                                 const std::string* base, const Masks& chosen, EncodedRecords& encoded) const {
+  Slide slide(columns_, options_.shift);
+  const VariableTable* const wrong =
+      slide.take([&](const VariableTable& table, std::size_t) -> std::optional<std::size_t> {
+        return count_of(static_cast<std::size_t>(&table - columns_.tables.data()), form + table.count_offset);
+      });
+  if (wrong != nullptr) {
+    const std::size_t count = find(wrong->item->depends_on->name);
+    encoded.status[count == no_index ? 0 : count][row] = rx_count;
+  }
+  bool moved = false;  // a count changed, and with it the places of what follows
+  for (const VariableTable& table : columns_.tables)
+    if (const std::size_t count = find(table.item->depends_on->name); count != no_index)
+      moved = moved || chosen[count][row] != 0;
+  std::string record;
+  const bool keeps = base != nullptr && !(moved && options_.shift);
+  if (keeps) {
+    record = *base;
+  } else {
+    std::size_t length = columns_.length;
+    if (options_.lengths_vary || options_.shift) length = slide.length_of(record_of(row, chosen));
+    if (!options_.shift) record.assign(form, std::min(length, columns_.length));
+    record.resize(length, blank_);
+    if (options_.may_be_short && columns_.tables.empty()) record.resize(cut_nulls(cells, row, length, encoded));
+    if (!options_.lengths_vary && !options_.shift && options_.record_length > record.size())
+      record.resize(options_.record_length, blank_);
+  }
+  for (std::size_t i = 0; i < fields_.size(); ++i) {
+    const Column& column = fields_[i]->column();
+    const auto offset = slide.offset_of(column);
+    if (!offset) {
+      encoded.status[i][row] = cells[i].is_null(row) ? Status{ZVRT_RC_OK} : Status{rx_not_there};
+      continue;
+    }
+    const bool written = keeps ? chosen[i][row] != 0 : options_.shift && (base != nullptr || chosen[i][row] != 0);
+    if (!written) continue;
+    if (keeps && record.size() < *offset + fields_[i]->length()) record.resize(*offset + fields_[i]->length(), blank_);
+    if (*offset + fields_[i]->length() <= record.size())
+      record.replace(*offset, fields_[i]->length(), form + column.offset, fields_[i]->length());
+    if (column.indicator != no_index)
+      if (const auto at = slide.offset_of(columns_.indicators[column.indicator]); at && *at < record.size())
+        record[*at] = form[columns_.indicators[column.indicator].offset];
+  }
+  return record;
+}
+
+void RecordCodec::encode(const std::vector<CellColumn>& cells, std::size_t count, const std::vector<std::string>* bases,
+                         EncodedRecords& encoded) const {
+  std::vector<char> form(count * columns_.length);
+  for (std::size_t row = 0; row < count; ++row)
+    std::copy(empty_.begin(), empty_.end(), form.begin() + static_cast<std::ptrdiff_t>(row * columns_.length));
+  encoded.status.assign(fields_.size(), std::vector<Status>(count, ZVRT_RC_OK));
+  Masks chosen(fields_.size(), std::vector<std::uint8_t>(count, 1));
+  Masks changed;
+  if (bases != nullptr) {
+    std::vector<char> bytes;
+    std::vector<std::int64_t> starts;
+    std::vector<std::int32_t> lengths;
+    for (const std::string& base : *bases) {
+      starts.push_back(static_cast<std::int64_t>(bytes.size()));
+      lengths.push_back(static_cast<std::int32_t>(base.size()));
+      bytes.insert(bytes.end(), base.begin(), base.end());
+    }
+    DecodedRecords old;
+    decode({bytes.data(), 0, starts.data(), lengths.data(), count}, old);
+    form.assign(old.form.begin(), old.form.end());
+    find_changes(cells, old, count, chosen);
+    changed = chosen;
+  }
+  std::vector<std::vector<Status>> conflicts;
+  choose_meanings(cells, count, changed, chosen, encoded);
+  conflicts = encoded.status;
+  for (std::size_t i = 0; i < fields_.size(); ++i) {
+    const FieldBytes bytes{form.data() + fields_[i]->column().offset, static_cast<std::int64_t>(columns_.length),
+                           count};
+    fields_[i]->encode(cells[i], chosen[i].data(), bytes, encoded.status[i]);
+    for (std::size_t row = 0; row < count; ++row)
+      if (conflicts[i][row] != ZVRT_RC_OK) encoded.status[i][row] = conflicts[i][row];
+  }
+  encoded.records.resize(count);
+  encoded.refused.assign(count, 0);
+  for (std::size_t row = 0; row < count; ++row) {
+    char* const at = form.data() + row * columns_.length;
+    write_indicators(cells, row, chosen, at);
+    encoded.records[row] = compose(cells, row, at, bases != nullptr ? &(*bases)[row] : nullptr, chosen, encoded);
+    for (const auto& status : encoded.status)
+      if (status[row] != ZVRT_RC_OK) encoded.refused[row] = 1;
+  }
+}
+
+}  // namespace zvrt::records
