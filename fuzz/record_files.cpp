@@ -16,13 +16,14 @@ void require(bool condition) {
   if (!condition) std::abort();
 }
 
-constexpr const char* copybooks[] = {
-    "01 R.\n 05 A PIC X(2).\n 05 B PIC S9(3) COMP-3.\n 05 C REDEFINES B PIC 9(2).\n",
-    "01 R.\n 05 N PIC 9.\n 05 T OCCURS 0 TO 4 DEPENDING ON N.\n 10 A PIC S99.\n 10 B PIC X.\n 05 Z PIC 9(4) COMP.\n",
+constexpr const char* plain = "01 R.\n 05 A PIC X(2).\n 05 B PIC S9(3) COMP-3.\n 05 C REDEFINES B PIC 9(2).\n";
+constexpr const char* table =
+    "01 R.\n 05 N PIC 9.\n 05 T OCCURS 0 TO 4 DEPENDING ON N.\n 10 A PIC S99.\n 10 B PIC X.\n 05 Z PIC 9(4) COMP.\n";
+constexpr const char* tables_in_a_table =
     "01 R.\n 05 N PIC 9.\n 05 O OCCURS 2.\n 10 M PIC 9.\n 10 T PIC X(2) OCCURS 0 TO 3 DEPENDING ON M.\n 05 E PIC "
-    "Z9.9-.\n",
-    "01 R.\n 05 G PIC G(2) DISPLAY-1.\n 05 N PIC N(2).\n 05 F COMP-1.\n 05 X PIC X(3).\n",
-};
+    "Z9.9-.\n";
+constexpr const char* wide = "01 R.\n 05 G PIC G(2) DISPLAY-1.\n 05 N PIC N(2).\n 05 F COMP-1.\n 05 X PIC X(3).\n";
+constexpr const char* copybooks[] = {plain, table, tables_in_a_table, wide};
 
 class Collected final : public OutputFile {
  public:

@@ -39,7 +39,8 @@ void CellBlock::add_null(std::size_t column) {
 }
 
 CellColumn CellBlock::column(std::size_t index) const {
-  return {text.data(), 0, columns[index].starts.data(), columns[index].lengths.data()};
+  // Empty cells alone are no bytes, but a place all the same.
+  return {text.empty() ? "" : text.data(), 0, columns[index].starts.data(), columns[index].lengths.data()};
 }
 
 TableName::Kind TableName::kind() const {

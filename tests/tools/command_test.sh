@@ -125,6 +125,12 @@ expect 0 import -l two.cpy -c ascii two.dat two.csv
 expect 0 export -l two.cpy -c ascii two.csv two-again.dat
 cmp two.dat two-again.dat || fail "meanings on the way back"
 
+# A table of empty cells alone.
+printf '01 R.\n 05 A PIC X(3).\n' >one.cpy
+printf 'A\r\n""\r\n' >empty.csv
+expect 0 export -l one.cpy -c ascii empty.csv empty.dat
+cmp empty.dat <(printf '   ') || fail "empty cells"
+
 # A dry run needs no table and leaves none.
 for table in dry.csv dry.jsonl dry.db; do
   expect 0 import -l two.cpy -c ascii --dry-run two.dat "$table" -t T

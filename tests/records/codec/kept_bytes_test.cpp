@@ -14,7 +14,7 @@ namespace {
 
 using zvrt_records_test::hex;
 
-constexpr std::size_t copybooks = 400;
+constexpr std::size_t copybooks = 150;
 constexpr std::size_t records_each = 8;
 constexpr std::size_t most_fields = 3000;
 
@@ -134,6 +134,7 @@ class KeptBytes : public testing::Test {
     for (int k = 0; k < 10; ++k) expect_one_field_changed(codec, form, records);
   }
 
+  zvrt_records_test::Library library_;
   std::mt19937 random_{7};
   std::size_t tried_ = 0;
   std::size_t changed_ = 0;

@@ -10,6 +10,15 @@ namespace zvrt_records_test {
 
 using namespace zvrt::records;
 
+// The conversions work between these two calls.
+class Library {
+ public:
+  Library() { ZVRTInitDataConversion(); }
+  Library(const Library&) = delete;
+  Library& operator=(const Library&) = delete;
+  ~Library() { ZVRTTermDataConversion(); }
+};
+
 inline std::string hex(std::string_view bytes) {
   constexpr std::string_view digits = "0123456789ABCDEF";
   std::string text;

@@ -96,6 +96,7 @@ constexpr Row rows[] = {
 };
 
 TEST(Values, AreReadAndWritten) {
+  const zvrt_records_test::Library library;
   for (const Row& row : rows) {
     SCOPED_TRACE(std::string(row.clauses) + ", page " + std::to_string(row.page) + ", " + row.bytes);
     const OneField field(row.clauses, options_of(row.page));
@@ -130,12 +131,14 @@ constexpr Refused refused[] = {
 };
 
 TEST(Values, ThatDoNotFitAreRefused) {
+  const zvrt_records_test::Library library;
   for (const Refused& row : refused)
     EXPECT_EQ(OneField(row.clauses, options_of(row.page)).written(row.text), row.status)
         << row.clauses << " " << row.text;
 }
 
 TEST(Values, GraphicItemsNeedAPageWithDoubleByteCharacters) {
+  const zvrt_records_test::Library library;
   EXPECT_THROW(OneField("PIC G(2) DISPLAY-1", options_of(37)), Failure);
   EXPECT_THROW(options_of(99999), Failure);
 }

@@ -154,7 +154,7 @@ TEST(Copybook, SaysWhatIsWrongAndWhere) {
       {"       01 R.\n         05 A PIC X OCCURS 1 TO 5.\n",
        "2:21: a table of variable length needs DEPENDING ON; or write its greatest size alone"},
       {"       01 R.\n           COPY OTHER.\n         05 A PIC X.\n",
-       "2:12: another copybook belongs here; put the text of that copybook in its place"},
+       "2:12: the copybook OTHER is not found; it stands beside this one, or in a folder given by -I"},
       {"       01 R.\n         05 A PIC X FROBNICATE.\n", "2:21: 'FROBNICATE' is not understood here; of entry A"},
       {"       01 R.\n         05 A PIC X VALUE 'Y.\n",
        "2:27: the literal has no end; a line that continues it has - in column 7"},
