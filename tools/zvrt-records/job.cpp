@@ -127,7 +127,7 @@ void Job::read_segments() {
   const RecordCodec& leading = *segments.front().codec;
   for (const Segment& segment : segments) {
     const Columns& columns = segment.codec->columns();
-    if (options.shift && columns.cannot_shift) throw *columns.cannot_shift;
+    if (options.shift && columns.cannot_shift) throw CopybookError(*columns.cannot_shift);
     format.record_length = std::max(format.record_length, segment.codec->length());
   }
   if (variable) return;
