@@ -87,7 +87,7 @@ static_assert(sizeof(InBlock<Text>) == sizeof(Decimal));
 
 struct Block {
   std::int32_t count;
-  Status failure;  // why the run cannot go on after these values, or ZVRT_RC_OK
+  Status failure;  // why the run cannot go on after these values, or ZVRT_RC_OK; of a reader with a count of 0 only
   Arena* arena;
 
   Status status[block_size];  // ZVRT_RC_OK, or why the value was refused

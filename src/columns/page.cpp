@@ -23,46 +23,52 @@ Meaning decode_bytes(void* converter, const std::uint8_t* bytes, std::int32_t le
   return meaning;
 }
 
-bool begins_pair(void* converter, std::uint8_t lead) {
-  for (std::uint32_t trail = 0; trail < 256; ++trail) {
+Status begins_pair(void* converter, std::uint8_t lead, bool& begins) {
+  begins = false;
+  for (std::uint32_t trail = 0; trail < 256 && !begins; ++trail) {
     const std::uint8_t pair[2] = {lead, static_cast<std::uint8_t>(trail)};
     const Meaning meaning = decode_bytes(converter, pair, 2);
-    if (meaning.status != ZVRT_ICU_RC_INVALID_CHAR) return true;
+    if (is_service_failure(meaning.status)) return meaning.status;
+    begins = meaning.status != ZVRT_ICU_RC_INVALID_CHAR;
   }
-  return false;
+  return ZVRT_RC_OK;
 }
 
-enum class Learnt : std::uint8_t { tables, several_bytes };
-
 // Asks for every byte. A byte that is no character may begin one, or shift; then the page is none of single bytes.
-Learnt learn(void* converter, PageTables& tables) {
+Status learn(void* converter, PageTables& tables, bool& is_single) {
   bool has_any = false;
+  is_single = false;
   for (std::uint32_t byte = 0; byte < 256; ++byte) {
     const auto code = static_cast<std::uint8_t>(byte);
     const Meaning meaning = decode_bytes(converter, &code, 1);
+    if (is_service_failure(meaning.status)) return meaning.status;
     if (meaning.status == ZVRT_RC_OK && meaning.count == 1 && meaning.character <= 0xFFFF) {
       tables.character_of[byte] = meaning.character;
       has_any = true;
-    } else if (meaning.status == ZVRT_ICU_RC_INVALID_CHAR && !begins_pair(converter, code)) {
-      tables.character_of[byte] = undefined_character;
-    } else {
-      return Learnt::several_bytes;
+      continue;
     }
+    bool begins = meaning.status != ZVRT_ICU_RC_INVALID_CHAR;
+    const Status status = begins ? ZVRT_RC_OK : begins_pair(converter, code, begins);
+    if (status != ZVRT_RC_OK || begins) return status;
+    tables.character_of[byte] = undefined_character;
   }
-  return has_any ? Learnt::tables : Learnt::several_bytes;
+  is_single = has_any;
+  return ZVRT_RC_OK;
 }
 
 // The way back, as the service goes it: of two bytes with one meaning it writes one.
-bool learn_codes(void* converter, PageTables& tables) {
+Status learn_codes(void* converter, PageTables& tables, bool& is_single) {
   for (const std::uint32_t character : tables.character_of) {
     if (character == undefined_character) continue;
     std::uint8_t code = 0;
     std::uint32_t bytes = 0;
     const Status status = ZVRT_IcuWideToMultibyte(converter, &character, 1, &code, 1, &bytes);
+    if (is_service_failure(status)) return status;
     if (status != ZVRT_RC_OK || bytes != 1) continue;
-    if (tables.character_of[code] != character || !tables.add_code(character, code)) return false;
+    is_single = tables.character_of[code] == character && tables.add_code(character, code);
+    if (!is_single) break;
   }
-  return true;
+  return ZVRT_RC_OK;
 }
 
 void learn_ascii(PageTables& tables) {
@@ -78,12 +84,24 @@ void learn_ascii(PageTables& tables) {
   }
 }
 
+// A character's bytes; 0 where the page lacks it.
+Status encode_one(void* converter, std::uint32_t character, std::array<std::byte, 4>& bytes, std::uint8_t& count) {
+  std::uint32_t needed = 0;
+  const Status status = ZVRT_IcuWideToMultibyte(converter, &character, 1, bytes.data(), 4, &needed);
+  count = static_cast<std::uint8_t>(status == ZVRT_RC_OK && needed <= 4 ? needed : 0);
+  return is_service_failure(status) ? status : ZVRT_RC_OK;
+}
+
 // Every name of UTF-8: the text is the same, whoever reads it.
 bool is_utf8_page(std::uint32_t number, char kind) {
   return number == 0 || number == 1208 || number == 65001 || number == UINT32_MAX || is_utf8_pair(kind, number);
 }
 
 }  // namespace
+
+bool is_service_failure(Status status) {
+  return status != ZVRT_RC_OK && status != ZVRT_ICU_RC_INVALID_CHAR && status != ZVRT_ICU_RC_TRUNCATED;
+}
 
 bool PageTables::add_code(std::uint32_t character, std::uint8_t code) {
   std::uint8_t& row = row_of[character >> 8];
@@ -105,12 +123,9 @@ Status find_service_page(std::uint32_t number, char kind, Page& page, void** fou
   page.field = field_of(number, kind);
   page.how = PageKind::service;
   if (const Status status = find_converter(page.field, converter); status != ZVRT_RC_OK) return status;
-  constexpr std::uint32_t blank = 0x20;
-  constexpr std::uint32_t zero = '0';
-  std::uint32_t bytes = 0;
-  const Status status = ZVRT_IcuWideToMultibyte(converter, &blank, 1, page.blank.data(), 4, &bytes);
-  page.blank_bytes = static_cast<std::uint8_t>(status == ZVRT_RC_OK && bytes <= 4 ? bytes : 0);
-  ZVRT_IcuWideToMultibyte(converter, &zero, 1, &page.zero, 1, &bytes);
+  Status status = encode_one(converter, 0x20, page.blank, page.blank_bytes);
+  if (status == ZVRT_RC_OK) status = encode_one(converter, '0', page.zero, page.zero_bytes);
+  if (status != ZVRT_RC_OK) return status;
   if (found != nullptr) *found = converter;
   return ZVRT_RC_OK;
 }
@@ -121,7 +136,10 @@ Status open_page(std::uint32_t number, char kind, Page& page, std::unique_ptr<Pa
   if (status != ZVRT_RC_OK || page.is_utf8()) return status;
   std::unique_ptr<PageTables> learnt(new (std::nothrow) PageTables);
   if (learnt == nullptr) return ZVRT_RC_NO_MEMORY;
-  if (learn(converter, *learnt) != Learnt::tables || !learn_codes(converter, *learnt)) return ZVRT_RC_OK;
+  bool is_single = false;
+  Status learning = learn(converter, *learnt, is_single);
+  if (learning == ZVRT_RC_OK && is_single) learning = learn_codes(converter, *learnt, is_single);
+  if (learning != ZVRT_RC_OK || !is_single) return learning;
   learn_ascii(*learnt);
   page.how = PageKind::table;
   page.tables = learnt.get();

@@ -37,13 +37,17 @@ struct PageTables {
   bool add_code(std::uint32_t character, std::uint8_t code);
 };
 
+// A status of the service that says nothing of the text: it is gone, or lacks memory.
+bool is_service_failure(Status status);
+
 enum class PageKind : std::uint8_t { utf8, table, service };
 
 struct Page {
   PageKind how = PageKind::utf8;
   std::uint8_t blank_bytes = 1;
   std::array<std::byte, 4> blank{std::byte{0x20}};
-  std::byte zero{0x30};  // the digit
+  std::uint8_t zero_bytes = 1;
+  std::array<std::byte, 4> zero{std::byte{0x30}};  // the digit
   const PageTables* tables = nullptr;
   FldDef field{};  // names the page to the service
 

@@ -111,7 +111,9 @@ Unit zero_of(const Type& type) {
   if (type.unit > 1) return wide_unit(type, '0');
   Unit unit{{std::byte{'0'}}, 1};
   if (type.page.how == PageKind::table) unit.bytes[0] = static_cast<std::byte>(type.page.tables->code_of_ascii['0']);
-  if (type.page.how == PageKind::service) unit.bytes[0] = type.page.zero;
+  if (type.page.how != PageKind::service) return unit;
+  unit.length = std::max<std::int64_t>(type.page.zero_bytes, 1);
+  std::memcpy(unit.bytes, type.page.zero.data(), 4);
   return unit;
 }
 

@@ -37,16 +37,16 @@ Status decode_all(void* converter, const Value& value, std::byte* out, std::size
 }
 
 // Character by character, U+FFFD where there is none.
-std::int64_t decode_substituting(void* converter, const Value& value, std::byte* out) {
+Status decode_substituting(void* converter, const Value& value, std::byte* out, std::uint32_t& count) {
   ServiceWalk walk(converter, value);
-  std::size_t count = 0;
+  count = 0;
   while (walk.next()) {
     const std::uint32_t made = walk.is_valid() ? walk.count() : 1;
     for (std::uint32_t k = 0; k < made; ++k) {
       store<Wide>(out, count++, walk.is_valid() ? walk.character(k) : replacement_character);
     }
   }
-  return static_cast<std::int64_t>(count);
+  return walk.failure();
 }
 
 // False: the block ends before the value.
@@ -61,16 +61,19 @@ bool read_value(const Type& type, Block& block, std::int32_t i, void* converter)
   std::byte* const out = room_for(block, i, room * sizeof(Wide));
   if (out == nullptr) return false;
   std::uint32_t count = 0;
-  const Status status = decode_all(converter, value, out, room, count);
+  Status status = decode_all(converter, value, out, room, count);
   if (status == ZVRT_ICU_RC_INVALID_CHAR && (type.options & ZVRT_PLAN_SUBSTITUTE) != 0) {
-    count = static_cast<std::uint32_t>(decode_substituting(converter, value, out));
-  } else if (status == ZVRT_ICU_RC_INVALID_CHAR) {
+    status = decode_substituting(converter, value, out, count);
+  }
+  if (status == ZVRT_ICU_RC_INVALID_CHAR) {
     const std::int64_t offset = block.fault != nullptr ? find_malformed(converter, value) : -1;
     const std::uint32_t unit = offset >= 0 && offset < value.bytes ? static_cast<std::uint32_t>(value.at[offset]) : 0;
     block.refuse(i, ZVRT_RC_MALFORMED_TEXT, {.offset = offset, .unit = unit});
     return true;
-  } else if (status != ZVRT_RC_OK) {
-    block.failure = status;
+  }
+  if (status != ZVRT_RC_OK) {
+    // The values before it are as good as ever; the run comes again with this one.
+    if (i == 0) block.failure = status;
     block.count = i;
     return false;
   }
@@ -91,29 +94,31 @@ struct Encoding {
   }
 };
 
-bool is_in_page(void* converter, std::uint32_t character) {
+// ZVRT_ICU_RC_INVALID_CHAR where the page lacks the character.
+Status find_in_page(void* converter, std::uint32_t character) {
   std::array<std::byte, 8> bytes;
   std::uint32_t count = 0;
-  return ZVRT_IcuWideToMultibyte(converter, &character, 1, bytes.data(), 8, &count) == ZVRT_RC_OK;
+  return ZVRT_IcuWideToMultibyte(converter, &character, 1, bytes.data(), 8, &count);
 }
 
 // The first character that the page lacks; the text's length if there is none.
 std::int64_t find_missing(void* converter, const Text& text) {
   std::int64_t k = 0;
-  while (k < text.count && is_in_page(converter, text[k])) ++k;
+  while (k < text.count && find_in_page(converter, text[k]) == ZVRT_RC_OK) ++k;
   return k;
 }
 
 // The most characters whose bytes, the closing shift among them, fit.
-std::int64_t count_fitting(const Encoding& encoding, std::int64_t characters, std::int64_t room) {
-  std::int64_t fits = 0;
+Status count_fitting(const Encoding& encoding, std::int64_t characters, std::int64_t room, std::int64_t& fits) {
+  fits = 0;
   for (std::int64_t too_many = characters; fits + 1 < too_many;) {
     const std::int64_t tried = fits + (too_many - fits) / 2;
     std::uint32_t bytes = 0;
     const Status status = encoding.run(tried, bytes);
+    if (is_service_failure(status)) return status;
     (status == ZVRT_RC_OK && bytes <= room ? fits : too_many) = tried;
   }
-  return fits;
+  return ZVRT_RC_OK;
 }
 
 // The text as UTF-32 in the arena, where characters may be exchanged. False: the block ends before the value.
@@ -127,11 +132,14 @@ bool own_wide(Block& block, std::int32_t i) {
   return true;
 }
 
-void substitute(void* converter, Text& text) {
+Status substitute(void* converter, Text& text) {
   auto* const characters = const_cast<std::byte*>(text.at);  // NOLINT(cppcoreguidelines-pro-type-const-cast)
   for (std::int64_t k = 0; k < text.count; ++k) {
-    if (!is_in_page(converter, text[k])) store<Wide>(characters, static_cast<std::size_t>(k), substitute_character);
+    const Status status = find_in_page(converter, text[k]);
+    if (is_service_failure(status)) return status;
+    if (status != ZVRT_RC_OK) store<Wide>(characters, static_cast<std::size_t>(k), substitute_character);
   }
+  return ZVRT_RC_OK;
 }
 
 void place_encoded(const Type& type, Block& block, std::int32_t i, const Encoding& encoding, std::uint32_t bytes) {
@@ -140,8 +148,10 @@ void place_encoded(const Type& type, Block& block, std::int32_t i, const Encodin
     return place_text(type, block, i, encoding.out, bytes);
   }
   std::uint32_t written = 0;
-  const std::int64_t fits = count_fitting(encoding, block.text[i].count, room.bytes);
-  if (fits > 0) encoding.run(fits, written);
+  std::int64_t fits = 0;
+  block.failure = count_fitting(encoding, block.text[i].count, room.bytes, fits);
+  if (block.failure == ZVRT_RC_OK && fits > 0) block.failure = encoding.run(fits, written);
+  if (block.failure != ZVRT_RC_OK) return;
   place_text(type, block, i, encoding.out, written);
   block.refuse(i, ZVRT_RC_TRUNCATED);
   block.length[i] = bytes;
@@ -168,8 +178,8 @@ void write_value(const Type& type, Block& block, std::int32_t i, void* converter
   std::uint32_t bytes = 0;
   Status status = encode_text(block, text, slot_room, encoding, bytes);
   if (status == ZVRT_ICU_RC_INVALID_CHAR && (type.options & ZVRT_PLAN_SUBSTITUTE) != 0) {
-    substitute(converter, text);
-    status = encode_text(block, text, slot_room, encoding, bytes);
+    status = substitute(converter, text);
+    if (status == ZVRT_RC_OK) status = encode_text(block, text, slot_room, encoding, bytes);
   }
   if (status == ZVRT_ICU_RC_INVALID_CHAR) {
     const std::int64_t k = find_missing(converter, text);
@@ -194,22 +204,25 @@ bool ServiceWalk::next() {
     is_shifted_ = value_.at[at_] == shift_out;
     ++at_;
   }
-  if (at_ >= value_.bytes) return false;
+  if (at_ >= value_.bytes || failure_ != ZVRT_RC_OK) return false;
   const std::int64_t left = value_.bytes - at_;
   is_valid_ = true;
   for (length_ = 1; length_ <= std::min<std::int64_t>(left, longest_character); ++length_) {
     if (read(length_)) return true;
+    if (failure_ != ZVRT_RC_OK) return false;
   }
   is_valid_ = false;
   length_ = is_shifted_ ? std::min<std::int64_t>(left, 2) : 1;
   return true;
 }
 
-bool ServiceWalk::is_shift(std::byte byte) const {
+bool ServiceWalk::is_shift(std::byte byte) {
   if (byte != shift_out && byte != shift_in) return false;
   std::uint32_t character = 0;
   std::uint32_t count = 0;
-  return ZVRT_IcuMultibyteToWide(converter_, &byte, 1, &character, 1, &count) == ZVRT_RC_OK && count == 0;
+  const Status status = ZVRT_IcuMultibyteToWide(converter_, &byte, 1, &character, 1, &count);
+  if (is_service_failure(status)) failure_ = status;
+  return status == ZVRT_RC_OK && count == 0;
 }
 
 bool ServiceWalk::read(std::int64_t length) {
@@ -218,6 +231,7 @@ bool ServiceWalk::read(std::int64_t length) {
   std::memcpy(bytes.data() + prefix, value_.at + at_, static_cast<std::size_t>(length));
   const auto total = static_cast<std::int32_t>(prefix + length);
   const Status status = ZVRT_IcuMultibyteToWide(converter_, bytes.data(), total, characters_, most, &count_);
+  if (is_service_failure(status)) failure_ = status;
   return status == ZVRT_RC_OK && count_ > 0;
 }
 

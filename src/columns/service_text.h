@@ -9,8 +9,9 @@ class ServiceWalk {
  public:
   ServiceWalk(void* converter, const Value& value);
 
-  // To the next character, or to bytes that are none. False at the end.
+  // To the next character, or to bytes that are none. False at the end, and where the service fails.
   bool next();
+  Status failure() const { return failure_; }
   bool is_valid() const { return is_valid_; }
   std::int64_t offset() const { return at_; }
   // What the bytes stand for; nearly always one character.
@@ -20,7 +21,7 @@ class ServiceWalk {
  private:
   static constexpr std::int32_t most = 4;
 
-  bool is_shift(std::byte byte) const;
+  bool is_shift(std::byte byte);
   bool read(std::int64_t length);
 
   void* converter_;
@@ -29,6 +30,7 @@ class ServiceWalk {
   std::int64_t length_ = 0;
   std::uint32_t characters_[most] = {};
   std::uint32_t count_ = 0;
+  Status failure_ = ZVRT_RC_OK;
   bool is_shifted_ = false;
   bool is_valid_ = true;
 };
