@@ -7,25 +7,15 @@
 #include <array>
 #include <cstring>
 
+#include "columns/date_layout.h"
 #include "columns/direct.h"
 #include "columns/moments.h"
+#include "support/cpu.h"
 #include "support/wraps.h"
 
 namespace zvrt::columns {
 
 namespace {
-
-constexpr std::int32_t longest_date = 64;  // characters
-constexpr std::int32_t part_count = 7;     // year, month, day, hour, minute, second, fraction
-
-// Where the parts stand in a text.
-struct Layout {
-  std::array<std::int32_t, part_count> at{-1, -1, -1, -1, -1, -1, -1};
-  std::int32_t count = 0;
-  std::int32_t fraction_digits = 0;
-  std::array<std::uint8_t, longest_date> least{};  // the first character of the range
-  std::array<std::uint8_t, longest_date> span{};   // how far it goes
-};
 
 std::int32_t part_of(DateElement element) {
   switch (element) {
@@ -40,30 +30,8 @@ std::int32_t part_of(DateElement element) {
   }
 }
 
-// False for a model of other elements, or without some of the first six.
-bool lay_out(const DateModel& model, Layout& layout) {
-  for (std::int32_t i = 0; i < model.count; ++i) {
-    const DateItem& item = model.items[static_cast<std::size_t>(i)];
-    const bool is_literal = item.element == DateElement::literal;
-    const std::int32_t part = part_of(item.element);
-    const std::int32_t width = is_literal ? 1 : item.width;
-    if (layout.count + width > longest_date || (is_literal ? item.literal >= 0x80 : part < 0)) return false;
-    if (!is_literal) layout.at[static_cast<std::size_t>(part)] = layout.count;
-    for (std::int32_t k = 0; k < width; ++k, ++layout.count) {
-      const auto place = static_cast<std::size_t>(layout.count);
-      layout.least[place] = is_literal ? static_cast<std::uint8_t>(item.literal) : '0';
-      layout.span[place] = is_literal ? 0 : 9;
-    }
-  }
-  layout.fraction_digits = model.fraction_digits;
-  return std::all_of(layout.at.begin(), layout.at.end() - 1, [](std::int32_t at) { return at >= 0; });
-}
-
-std::uint32_t power_of(std::int32_t digits) {
-  std::uint32_t power = 1;
-  for (; digits > 0; --digits) power *= 10;
-  return power;
-}
+const DateKernels& kernels = *choose_version(
+    Versions<const DateKernels>{.baseline = &date_kernels_portable ZVRT_X86(, .avx512 = &date_kernels_avx512)});
 
 // --- a record: six members of two bytes, the fraction in four ---
 
@@ -206,17 +174,62 @@ bool is_date_text(const Type& type) {
          (type.unit == 4 || (type.unit == 1 && type.page.is_utf8())) && lay_out(*type.model, layout);
 }
 
+std::int32_t write_text(const ZVRTPlan& plan, const Rows& rows) {
+  return plan.to.type.unit == 4 ? write_records_as_text<Wide>(plan, rows) : write_records_as_text<char>(plan, rows);
+}
+std::int32_t read_text(const ZVRTPlan& plan, const Rows& rows) {
+  return plan.from.type.unit == 4 ? read_records_from_text<Wide>(plan, rows)
+                                  : read_records_from_text<std::uint8_t>(plan, rows);
+}
+
+// Those that know the model.
+const DateKernels& kernels_for(const DateModel& model) {
+  constexpr std::int32_t longest = 31;
+  Layout layout;
+  const bool is_usual = lay_out(model, layout) && layout.count <= longest && layout.fraction_digits <= 8;
+  return is_usual ? kernels : date_kernels_portable;
+}
+
 }  // namespace
+
+const DateKernels date_kernels_portable{
+    .record_to_text = write_text,
+    .text_to_record = read_text,
+};
+
+bool lay_out(const DateModel& model, Layout& layout) {
+  for (std::int32_t i = 0; i < model.count; ++i) {
+    const DateItem& item = model.items[static_cast<std::size_t>(i)];
+    const bool is_literal = item.element == DateElement::literal;
+    const std::int32_t part = part_of(item.element);
+    const std::int32_t width = is_literal ? 1 : item.width;
+    if (layout.count + width > longest_date || (is_literal ? item.literal >= 0x80 : part < 0)) return false;
+    if (!is_literal) layout.at[static_cast<std::size_t>(part)] = layout.count;
+    for (std::int32_t k = 0; k < width; ++k, ++layout.count) {
+      const auto place = static_cast<std::size_t>(layout.count);
+      layout.least[place] = is_literal ? static_cast<std::uint8_t>(item.literal) : '0';
+      layout.span[place] = is_literal ? 0 : 9;
+    }
+  }
+  layout.fraction_digits = model.fraction_digits;
+  return std::all_of(layout.at.begin(), layout.at.end() - 1, [](std::int32_t at) { return at >= 0; });
+}
+
+std::uint32_t power_of(std::int32_t digits) {
+  std::uint32_t power = 1;
+  for (; digits > 0; --digits) power *= 10;
+  return power;
+}
 
 Direct* find_direct_date(const ZVRTPlan& plan) {
   const Type& from = plan.from.type;
   const Type& to = plan.to.type;
   if (is_record(from) && is_date_text(to) && to.model->fraction_digits >= from.date_digits) {
-    return to.unit == 4 ? write_records_as_text<Wide> : write_records_as_text<char>;
+    return kernels_for(*to.model).record_to_text;
   }
   const bool is_read = is_date_text(from) && is_record(to) && from.extent != Extent::prefixed;
   if (!is_read || from.model->fraction_digits > to.date_digits) return nullptr;
-  return from.unit == 4 ? read_records_from_text<Wide> : read_records_from_text<std::uint8_t>;
+  return kernels_for(*from.model).text_to_record;
 }
 
 }  // namespace zvrt::columns

@@ -9,6 +9,7 @@
 #include <functional>
 #include <random>
 
+#include "columns/date_layout.h"
 #include "columns/one_value.h"
 #include "columns/plan.h"
 #include "columns/short_numbers.h"
@@ -421,6 +422,14 @@ Result run(const ZVRTPlan* plan, const Pair& pair, const Column& column, bool by
 // Takes the kernels of another level for the machine's.
 void choose(const Pair& pair, ZVRTPlan* plan, const DirectKernels& kernels, const NumberKernels& of_numbers) {
   if (pair.kernel != nullptr) plan->direct = kernels.*pair.kernel;
+  const bool is_portable = &of_numbers == &zvrt::columns::number_kernels_portable;
+  for (const auto of_dates :
+       {&zvrt::columns::DateKernels::record_to_text, &zvrt::columns::DateKernels::text_to_record}) {
+    ZVRT_X86(if (is_portable && plan->direct == zvrt::columns::date_kernels_avx512.*of_dates) plan->direct =
+                 zvrt::columns::date_kernels_portable.*of_dates;
+             else if (!is_portable && plan->direct == zvrt::columns::date_kernels_portable.*of_dates) plan->direct =
+                 zvrt::columns::date_kernels_avx512.*of_dates;)
+  }
   for (const NumberKernels* const level : {&zvrt::columns::number_kernels(), &zvrt::columns::number_kernels_portable}) {
     if (plan->direct == level->packed_to_text) plan->direct = of_numbers.packed_to_text;
     if (plan->read_short == level->read_text) plan->read_short = of_numbers.read_text;
