@@ -102,6 +102,7 @@ bool RecordReader::frame(RecordBlock& block) {
   const std::size_t reserved = options_.skip_trailer + (ended_ ? 0 : 1);
   if (!skip_header(size) || size - place_ < reserved) {
     if (!ended_) return false;
+    place_ = 0;
     if (size != 0)
       add_damage(block, {Frame::Kind::damage, size, 0, 0, "the file is shorter than its header and trailer"});
     return true;

@@ -124,6 +124,20 @@ TEST(DamagedRecords, TheOffsetAndTheReasonAreTold) {
   }
 }
 
+TEST(DamagedRecords, AFileShorterThanWhatStandsAroundItsRecordsIsDamageAsAWhole) {
+  for (const char* const bytes : {"h", "hh", "hhh"}) {
+    FormatOptions options;
+    options.record_length = 3;
+    options.skip_header = 2;
+    options.skip_trailer = 2;
+    const testing::Found found = testing::read_bytes(bytes, options);
+    ASSERT_EQ(found.damages.size(), 1U) << bytes;
+    EXPECT_EQ(found.damages[0].offset, 0U) << bytes;
+    EXPECT_EQ(found.damages[0].first, bytes);
+    EXPECT_TRUE(found.records.empty());
+  }
+}
+
 // Whatever the bytes are: no byte is lost from the account, and the reader ends.
 TEST(DamagedRecords, AnyBytesAreRecordsOrDamage) {
   std::mt19937 random(3);
