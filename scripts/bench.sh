@@ -3,7 +3,7 @@
 # With --record the rows go into docs/figures/bench-<level>.csv too, and without a family each runs in a process of its own.
 # Families: text, counted, transforms, code_pages, integers, narrow_numbers, floats, timestamps, decimals; without one, all of them.
 # Peers are found by CMake; those that Debian lacks under the prefix ZVRT_BENCH_PEERS in the environment. LEVEL=baseline, sse41 or avx2 in the
-# environment is how fast we are on a lesser processor; simdutf is told to be on one, the other peers are not. Kernels of
+# environment is how fast we are on a lesser processor; simdutf is made to believe it too, the other peers are not. Kernels of
 # ours for AVX2 there are none: that level differs in simdutf's.
 set -euo pipefail
 cd "$(dirname "$0")/.."

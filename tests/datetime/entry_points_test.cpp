@@ -158,6 +158,20 @@ TEST(TextToRecords, RefusesEmptySourcesAndSmallDestinations) {
   }
 }
 
+TEST(TextToRecords, ModelsWithoutALength) {
+  const Model model(L"%YYYY-%MM-%DD");
+  for (const Reader& reader : readers) {
+    for (const std::int32_t model_length : {0, -1, INT32_MIN}) {
+      Field field(model.codes.data(), model_length);
+      const std::string source = reader.source(L"2024-03-05");
+      std::int32_t length = reader.is_given() ? 10 : 0;
+      const Reported reported = run(reader.read, source.data(), &length, reader.record_size(), &field);
+      EXPECT_EQ(reported.status, ZVRT_RC_ERROR) << reader.name << ' ' << model_length;
+      EXPECT_EQ(reported.bytes, untouched(0, reader.record_size()).bytes) << reader.name;
+    }
+  }
+}
+
 TEST(TextToRecords, PrefixesAreReadAsEachKindReadsThem) {
   const Model model(L"%YYYY-%MM-%DD");
   Field field(model);

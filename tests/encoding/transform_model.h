@@ -163,11 +163,6 @@ inline Outcome reference_32_to_16(const std::string& src, int capacity) {
   return outcome;
 }
 
-template <class Dst, class Src>
-const Src* source(const void* src) {
-  return static_cast<const Src*>(src);
-}
-
 struct Transform {
   const char* name;
   int src_unit, dst_unit;
@@ -175,40 +170,31 @@ struct Transform {
   Outcome (*reference)(const std::string& src, int capacity);
 };
 
-using Wide = wchar_t;
 using Half = std::uint16_t;
 
+// The two orders of arguments: destination first, and source first.
+template <class Dst, class Src>
+std::uint32_t apply(std::uint32_t (*convert)(Dst*, int, const Src*, int, std::uint32_t*), const void* src, int length,
+                    void* dst, int capacity, std::uint32_t* count) {
+  return convert(static_cast<Dst*>(dst), capacity, static_cast<const Src*>(src), length, count);
+}
+template <class Dst, class Src>
+std::uint32_t apply(std::uint32_t (*convert)(const Src*, int, Dst*, int, std::uint32_t*), const void* src, int length,
+                    void* dst, int capacity, std::uint32_t* count) {
+  return convert(static_cast<const Src*>(src), length, static_cast<Dst*>(dst), capacity, count);
+}
+template <auto convert>
+std::uint32_t call(const void* src, int length, void* dst, int capacity, std::uint32_t* count) {
+  return apply(convert, src, length, dst, capacity, count);
+}
+
 const Transform transforms[] = {
-    {"Convert8To32", 1, 4,
-     [](const void* s, int n, void* d, int c, std::uint32_t* out) {
-       return Convert8To32(static_cast<Wide*>(d), c, static_cast<const char*>(s), n, out);
-     },
-     reference_8_to_32},
-    {"Convert8To16", 1, 2,
-     [](const void* s, int n, void* d, int c, std::uint32_t* out) {
-       return Convert8To16(static_cast<Half*>(d), c, static_cast<const char*>(s), n, out);
-     },
-     reference_8_to_16},
-    {"Convert32To8", 4, 1,
-     [](const void* s, int n, void* d, int c, std::uint32_t* out) {
-       return Convert32To8(static_cast<char*>(d), c, static_cast<const Wide*>(s), n, out);
-     },
-     reference_32_to_8},
-    {"Convert16To8", 2, 1,
-     [](const void* s, int n, void* d, int c, std::uint32_t* out) {
-       return Convert16To8(static_cast<char*>(d), c, static_cast<const Half*>(s), n, out);
-     },
-     reference_16_to_8},
-    {"Convert16To32", 2, 4,
-     [](const void* s, int n, void* d, int c, std::uint32_t* out) {
-       return Convert16To32(static_cast<const Half*>(s), n, static_cast<Wide*>(d), c, out);
-     },
-     reference_16_to_32},
-    {"Convert32To16", 4, 2,
-     [](const void* s, int n, void* d, int c, std::uint32_t* out) {
-       return Convert32To16(static_cast<const Wide*>(s), n, static_cast<Half*>(d), c, out);
-     },
-     reference_32_to_16},
+    {"Convert8To32", 1, 4, call<Convert8To32>, reference_8_to_32},
+    {"Convert8To16", 1, 2, call<Convert8To16>, reference_8_to_16},
+    {"Convert32To8", 4, 1, call<Convert32To8>, reference_32_to_8},
+    {"Convert16To8", 2, 1, call<Convert16To8>, reference_16_to_8},
+    {"Convert16To32", 2, 4, call<Convert16To32>, reference_16_to_32},
+    {"Convert32To16", 4, 2, call<Convert32To16>, reference_32_to_16},
 };
 
 inline const Transform& transform(const std::string& name) {

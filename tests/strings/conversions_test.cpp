@@ -24,8 +24,7 @@ TEST(Conversions, EveryMemberAtEveryCapacity) {
                                            std::string("ab\0cd", 5),
                                            "x\xEF\xBF\xBDy",
                                            "\xC0\x80z",
-                                           "A\x80"
-                                           "B",
+                                           "A\200B",
                                            "a text of more than sixteen bytes \xE4\xB8\xAD\xE6\x96\x87 and on"};
   const std::vector<std::vector<std::uint32_t>> wide_texts = {
       {},

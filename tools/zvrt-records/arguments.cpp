@@ -128,7 +128,7 @@ int parse_arguments(int argc, char** argv, Arguments& a, bool& ends) {
   verify.add_option("files", files, "TABLE RECORDS...")->required()->expected(2, -1);
   for (CLI::App* const verb : {&reads, &writes}) {
     verb->add_flag("--replace", a.replace, "replace what exists");
-    verb->add_option("--threads", a.threads, "how many work; one for each processor, 8 at most, if not told")
+    verb->add_option("--threads", a.threads, "how many work; one for each processor, 8 at most, by default")
         ->check(CLI::Range(1U, 256U));
     verb->add_flag("--dry-run", a.dry_run, "say what would come of it, and write nothing");
   }
@@ -136,7 +136,7 @@ int parse_arguments(int argc, char** argv, Arguments& a, bool& ends) {
   reads.add_flag("--bom", a.bom, "begin a CSV file with a byte order mark");
   looks.add_option("-l,--layout", a.layout, "the copybook");
   looks.add_option("files", files, "RECORDS")->required()->expected(1, 1);
-  looks.add_option("--limit", a.limit, "records shown; 3 if not told")->check(CLI::Range(1, 1000));
+  looks.add_option("--limit", a.limit, "records shown; 3 by default")->check(CLI::Range(1, 1000));
   looks.add_option("--html", a.html, "also a page of it, in this file")->needs(looks.get_option("--layout"));
   looks.add_flag("--replace", a.replace, "replace what exists");
   add_format_options(looks, a);
