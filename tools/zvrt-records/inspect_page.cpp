@@ -104,8 +104,8 @@ void add_map(const SeenRecord& record, std::string& page) {
 }
 
 void add_record(const SeenRecord& record, std::string& page) {
-  page += fmt::format("<h3>Record {} {}, byte {}, {} bytes</h3>\n", record.number, escaped_bytes(record.segment),
-                      record.offset, record.bytes.size());
+  page += fmt::format("<h3>Record {}{}{}, byte {}, {} bytes</h3>\n", record.number, record.segment.empty() ? "" : " ",
+                      escaped_bytes(record.segment), record.offset, record.bytes.size());
   add_map(record, page);
   page += "<table><tr><th>field</th><th>offset</th><th>length</th><th>bytes</th><th>value</th></tr>\n";
   for (const SeenField& seen : record.fields)
