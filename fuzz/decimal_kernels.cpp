@@ -17,7 +17,7 @@ std::string until_zero(const std::string& text) { return text.substr(0, text.fin
 void zvrt_fuzz::check(Input input) {
   using namespace zvrt_test;
   const std::uint32_t way = input.below(5);
-  const std::string behind(input.below(70), '7');
+  const std::string following(input.below(256), '7');
   const std::string text = way == 3 ? input.text_over("0123456789.00000-").substr(0, 100)
                                     : until_zero(way == 2 ? input.bytes().substr(0, 100) : "");
   const std::string raw = way < 2 || way == 4 ? input.bytes().substr(0, 100) : "";
@@ -34,12 +34,12 @@ void zvrt_fuzz::check(Input input) {
       }
       case 4: {
         const std::string units = raw.substr(0, raw.size() / 4 * 4);
-        check_text(version, units + std::string(4, '\0') + behind);
+        check_text(version, units + std::string(4, '\0') + following);
         break;
       }
       default:
-        check_text(version, wide(text) + behind);
-        check_varnum_text(version, text + '\0' + behind, wide(text) + behind);
+        check_text(version, wide(text) + following);
+        check_varnum_text(version, text + '\0' + following, wide(text) + following);
     }
   }
 }

@@ -37,6 +37,11 @@ std::string wide(const std::string& narrow, std::mt19937& random) {
   return text;
 }
 
+// What follows a text: up to its page's end a few bytes, or more than the kernels load at once.
+std::string following(std::mt19937& random, char byte) {
+  return std::string(random() % 2 == 0 ? random() % 4 : 250 + random() % 16, byte);
+}
+
 TEST(DecimalKernels, PackedFields) {
   for (const Version& version : versions()) {
     std::mt19937 random(1);
@@ -58,10 +63,10 @@ TEST(DecimalKernels, TextToPackedFields) {
       for (int round = 0; round < 60; ++round) {
         std::string text = bytes(random, length, [](std::uint32_t any) { return '0' + any % 10; });
         if (random() % 2 == 0) text.insert(0, 1, '-');
-        check_text(version, wide(text, random) + std::string(4, '\0') + std::string(random() % 4, 'x'));
+        check_text(version, wide(text, random) + std::string(4, '\0') + following(random, 'x'));
         const auto ascii = [](char byte) { return static_cast<unsigned char>(byte) < 0x80 && byte != 0; };
         if (std::all_of(text.begin(), text.end(), ascii)) {
-          check_text_bytes(version, text + '\0' + std::string(random() % 4, 'x'));
+          check_text_bytes(version, text + '\0' + following(random, 'x'));
         }
       }
     }
@@ -89,8 +94,8 @@ TEST(DecimalKernels, TextToVarnums) {
       for (int round = 0; round < 100; ++round) {
         std::string text = bytes(random, length, [](std::uint32_t any) { return '0' + any % 10; });
         for (auto points = random() % 16; points > 5; points /= 2) text.insert(random() % (text.size() + 1), 1, '.');
-        check_varnum_text(version, text + '\0' + std::string(random() % 4, '.'),
-                          wide(text, random) + std::string(4, '\0') + std::string(random() % 4, '.'));
+        check_varnum_text(version, text + '\0' + following(random, '.'),
+                          wide(text, random) + std::string(4, '\0') + following(random, '.'));
       }
     }
   }

@@ -42,6 +42,21 @@ inline Result reported(const Rendered& text) { return {text.length, text.status,
 inline Result reported(const Packed& field) { return {field.digits, field.size, {}}; }
 inline Result reported(const EncodedVarnum& value) { return {value.length, value.size, {}}; }
 
+// A source that ends at a guard page. What is before it would end a text that is read from too early.
+class KernelSource {
+ public:
+  explicit KernelSource(const std::string& bytes)
+      : buffer_((std::string(before, '\0') + bytes).data(), before + bytes.size()) {}
+  template <class T = void>
+  T* as() {
+    return static_cast<T*>(static_cast<void*>(buffer_.as<char>() + before));
+  }
+
+ private:
+  static constexpr std::size_t before = 256;
+  GuardedBuffer buffer_;
+};
+
 constexpr std::size_t destination_bytes = 4 * 200;
 constexpr std::int32_t capacities[] = {0, 1, 2, 5, 15, 16, 17, 31, 32, 33, 47, 48, 63, 64, 65, 128, 200};
 
@@ -49,7 +64,7 @@ constexpr std::int32_t capacities[] = {0, 1, 2, 5, 15, 16, 17, 31, 32, 33, 47, 4
 template <std::size_t unit, class Kernel, class Reference>
 void compare(const char* name, Kernel kernel, Reference reference, const std::string& source) {
   static GuardedBuffer dst(destination_bytes);
-  GuardedBuffer src(source.data(), source.size());
+  KernelSource src(source);
   const auto run = [&](auto call, std::int32_t capacity) {
     dst.reset();
     Result result =
@@ -67,7 +82,7 @@ void compare(const char* name, Kernel kernel, Reference reference, const std::st
 template <class Render>
 void compare_bytes(const char* name, Render bytes, Render definition, const std::string& source) {
   static GuardedBuffer dst(destination_bytes);
-  GuardedBuffer src(source.data(), source.size());
+  KernelSource src(source);
   Wide wide[destination_bytes];
   for (const std::int32_t capacity : capacities) {
     dst.reset();
@@ -100,7 +115,7 @@ inline void check_packed_bytes(const Version& version, const std::string& field)
 // A text of bytes, packed as the definition packs it widened, or not at all.
 inline void check_text_bytes(const Version& version, const std::string& text) {
   static GuardedBuffer dst(destination_bytes);
-  GuardedBuffer src(text.data(), text.size());
+  KernelSource src(text);
   std::u32string wide(text.begin(), text.end());
   for (const std::int32_t size : capacities) {
     dst.reset();
