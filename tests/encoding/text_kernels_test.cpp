@@ -27,29 +27,13 @@ std::string character(std::int32_t length) {
 // What leaves the kernels: zeros in every length, long forms, invalid, missing and cut continuation bytes; and what only
 // looks as if it did.
 const std::vector<std::string>& oddities() {
-  static const std::vector<std::string> all{std::string(1, '\0'),
-                                            "\xC0\x80",
-                                            "\xE0\x80\x80",
-                                            "\xF0\x80\x80\x80",
-                                            "\xF8\x80\x80\x80\x80",
-                                            "\x80",
-                                            "\xBF",
-                                            "\xFE",
-                                            "\xFF",
-                                            "\xC3(",
-                                            "\xE4\xB8(",
-                                            "\xF0\x9F\x98(",
-                                            "\xF9\x80\x80\x80\x80",
-                                            "\xF7\xBF\xBF\xBF",
-                                            "\xFD\xBF\xBF\xBF\xBF\xBF",
-                                            "\xEF\xBF\xBD",
-                                            "\xE0\x80\x81",
-                                            "\xD0\x80",
-                                            "\xED\xA0\x80",
-                                            "\xC3\xC3\xA9",
-                                            "\xC0\xC3\xA9",
-                                            "\xE4\xF0\x9F\x98",
-                                            "a\x80\x80\x80\x80"};
+  // clang-format off
+  static const std::vector<std::string> all{
+      std::string(1, '\0'), "\xC0\x80", "\xE0\x80\x80", "\xF0\x80\x80\x80", "\xF8\x80\x80\x80\x80", "\x80", "\xBF",
+      "\xFE", "\xFF", "\xC3(", "\xE4\xB8(", "\xF0\x9F\x98(", "\xF9\x80\x80\x80\x80", "\xF7\xBF\xBF\xBF",
+      "\xFD\xBF\xBF\xBF\xBF\xBF", "\xEF\xBF\xBD", "\xE0\x80\x81", "\xD0\x80", "\xED\xA0\x80", "\xC3\xC3\xA9",
+      "\xC0\xC3\xA9", "\xE4\xF0\x9F\x98", "a\x80\x80\x80\x80"};
+  // clang-format on
   return all;
 }
 const std::string& oddity() { return oddities()[below(oddities().size())]; }

@@ -71,25 +71,12 @@ TEST(Transforms, EveryUtf16UnitAloneAndBesideEverySurrogate) {
 
 // Pieces that meet every rule: well-formed text of each length, terminators, overlong, malformed and cut-off sequences,
 // surrogates, the replacement character, values that an encoding cannot carry.
-const std::vector<std::string> utf8_pieces = {"a",
-                                              "some ascii text ",
-                                              "\xC3\xA9",
-                                              "\xE2\x82\xAC",
-                                              "\xF0\x9F\x98\x80",
-                                              "\xF8\x88\x80\x80\x80",
-                                              "\xFC\x84\x80\x80\x80\x80",
-                                              "\xC0\x80",
-                                              "\xE0\x80\x80",
-                                              "\xC3(",
-                                              "\xE2\x82",
-                                              "\x80",
-                                              "\xFE",
-                                              "\xFF",
-                                              "\xED\xA0\x80",
-                                              "\xEF\xBF\xBD",
-                                              "\xF4\x90\x80\x80",
-                                              "\xC1\xA1",
-                                              std::string(1, '\0')};
+// clang-format off
+const std::vector<std::string> utf8_pieces = {
+    "a", "some ascii text ", "\xC3\xA9", "\xE2\x82\xAC", "\xF0\x9F\x98\x80", "\xF8\x88\x80\x80\x80",
+    "\xFC\x84\x80\x80\x80\x80", "\xC0\x80", "\xE0\x80\x80", "\xC3(", "\xE2\x82", "\x80", "\xFE", "\xFF",
+    "\xED\xA0\x80", "\xEF\xBF\xBD", "\xF4\x90\x80\x80", "\xC1\xA1", std::string(1, '\0')};
+// clang-format on
 const CodePoints wide_pieces = {'a',      'b',       0x7F,      0x80,       0x7FF,      0x800,      0xD7FF,   0xD800,
                                 0xDFFF,   0xE000,    0xFFFD,    0xFFFF,     0x10000,    0x10FFFF,   0x110000, 0x1FFFFF,
                                 0x200000, 0x3FFFFFF, 0x4000000, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF, 0};

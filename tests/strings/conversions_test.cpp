@@ -10,37 +10,20 @@ namespace zvrt_test {
 namespace {
 
 TEST(Conversions, EveryMemberAtEveryCapacity) {
-  const std::vector<std::string> narrow = {"",
-                                           "a",
-                                           "abc",
-                                           "ab\xE2\x82\xAC",
-                                           "\xD0\xBF\xD1\x80\xD0\xB8\xD0\xB2\xD0\xB5\xD1\x82",
-                                           "caf\xC3\xA9 au lait",
-                                           "\xF0\x9F\x98\x80x\xF0\x9F\x98\x81",
-                                           "a\xC3",
-                                           "\xC3(",
-                                           "ok\xE2\x82zz",
-                                           std::string("\0ab", 3),
-                                           std::string("ab\0cd", 5),
-                                           "x\xEF\xBF\xBDy",
-                                           "\xC0\x80z",
-                                           "A\200B",
-                                           "a text of more than sixteen bytes \xE4\xB8\xAD\xE6\x96\x87 and on"};
+  // clang-format off
+  const std::vector<std::string> narrow = {
+      "", "a", "abc", "ab\xE2\x82\xAC", "\xD0\xBF\xD1\x80\xD0\xB8\xD0\xB2\xD0\xB5\xD1\x82", "caf\xC3\xA9 au lait",
+      "\xF0\x9F\x98\x80x\xF0\x9F\x98\x81", "a\xC3", "\xC3(", "ok\xE2\x82zz", std::string("\0ab", 3),
+      std::string("ab\0cd", 5), "x\xEF\xBF\xBDy", "\xC0\x80z", "A\200B",
+      "a text of more than sixteen bytes \xE4\xB8\xAD\xE6\x96\x87 and on"};
+  // clang-format on
+  // clang-format off
   const std::vector<std::vector<std::uint32_t>> wide_texts = {
-      {},
-      {'a'},
-      {'a', 'b', 'c'},
-      {'a', 'b', 0x20AC},
-      {0x41F, 0x440, 0x438},
-      {0x4E2D, 0x6587, 'x'},
-      {0x1F600, 'x', 0x1F601},
-      {'a', 0, 'b', 'c'},
-      {0, 'a'},
-      {'a', 0x80000000, 'b'},
-      {0xFFFFFFFF},
-      {0xD800, 0xFFFD},
-      {0x7FFFFFFF, 'a'},
+      {}, {'a'}, {'a', 'b', 'c'}, {'a', 'b', 0x20AC}, {0x41F, 0x440, 0x438}, {0x4E2D, 0x6587, 'x'},
+      {0x1F600, 'x', 0x1F601}, {'a', 0, 'b', 'c'}, {0, 'a'}, {'a', 0x80000000, 'b'}, {0xFFFFFFFF},
+      {0xD800, 0xFFFD}, {0x7FFFFFFF, 'a'},
       {'a', ' ', 't', 'e', 'x', 't', ' ', 'o', 'f', ' ', 's', 'i', 'x', 't', 'e', 'e', 'n', '+', 0xE9, 'z'}};
+  // clang-format on
   Arena arena;
   for (const Member& member : members) {
     if (is_wide(member.from)) {
