@@ -167,6 +167,25 @@ JSON lines and SQLite; what is refused is told with its
 place and nothing is lost silently.")
 endif()
 
+# The Python package: where the interpreter of a prefix looks for it, in Debian's packages where every Python 3 does.
+if(TARGET zvrt_python)
+  get_property(python_version TARGET zvrt_python PROPERTY ZVRT_PYTHON_VERSION)
+  get_property(python_modules TARGET zvrt_python PROPERTY ZVRT_PYTHON_MODULES)
+  set(python_folder "lib/python${python_version}/dist-packages")
+  if(ZVRT_PACKAGES)
+    set(python_folder lib/python3/dist-packages)
+  endif()
+  install(TARGETS zvrt_python LIBRARY DESTINATION "${python_folder}/zvrt" COMPONENT python)
+  install(FILES ${python_modules} DESTINATION "${python_folder}/zvrt" COMPONENT python)
+  zvrt_packages_of(python_depends "${PROJECT_VERSION_MAJOR}" ZVRTDataCnvLib ZVRTColumns)
+  zvrt_debian_package(python python3-zvrt "mainframe record files and database columns in Python
+Record files that a copybook describes become DataFrames or Arrow data, and
+tables become record files; columns in memory are converted by plans, exact
+and without a copy."
+    PACKAGE_SECTION=python "PACKAGE_DEPENDS=${python_depends}, python3 (>= 3.11)" PACKAGE_SHLIBDEPS=ON DEBUGINFO_PACKAGE=ON
+    "PACKAGE_RECOMMENDS=python3-numpy, python3-pandas" "PACKAGE_SUGGESTS=python3-dask, python3-distributed")
+endif()
+
 if(ZVRT_PACKAGES)
   set(CPACK_GENERATOR DEB)
   set(CPACK_PACKAGE_NAME zvrtdatacnvlib)

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs the Debian 12 packages that a command of this project needs, where they are missing: as root, or with sudo.
-#   install-dependencies.sh demo           the library, its examples, its packages
+#   install-dependencies.sh demo           the library, its examples, its tools
 #   install-dependencies.sh test           these, the tests, and what single tests are skipped without
+#   install-dependencies.sh packages       what the packages need besides: the Python package
 #   install-dependencies.sh lint           formatting and static analysis
 #   install-dependencies.sh clients        the programs that the tests of scripts/clients.sh talk to
 #   install-dependencies.sh bench          the peers of scripts/bench.sh
@@ -17,10 +18,13 @@ needed_demo=(g++ cmake make ninja-build pkg-config dpkg-dev file libicu-dev
   libcli11-dev libcsv-dev libfmt-dev libsqlite3-dev nlohmann-json3-dev unixodbc-dev python3:python3)
 useful_demo=()
 
-needed_test=("${needed_demo[@]}" libgtest-dev libgmp-dev)
-useful_test=(gnucobol:cobc abigail-tools lintian locales clang libclang-rt-14-dev llvm doxygen man-db valgrind libc6-dbg)
+needed_packages=(python3-dev)
+useful_packages=()
 
-needed_lint=("${needed_test[@]}" clang clang-format:clang-format clang-tidy:clang-tidy shellcheck)
+needed_test=("${needed_demo[@]}" libgtest-dev libgmp-dev)
+useful_test=(python3-dev gnucobol:cobc abigail-tools lintian locales clang libclang-rt-14-dev llvm doxygen man-db valgrind libc6-dbg)
+
+needed_lint=("${needed_test[@]}" python3-dev clang clang-format:clang-format clang-tidy:clang-tidy shellcheck)
 useful_lint=()
 
 needed_clients=("${needed_test[@]}")
@@ -34,7 +38,7 @@ useful_bench=(valgrind libabsl-dev libcob4-dev libdouble-conversion-dev libecpg-
 needed_other_machines=("${needed_test[@]}" g++-aarch64-linux-gnu g++-s390x-linux-gnu qemu-user)
 useful_other_machines=()
 
-usage() { sed -n '2,9s/^# \{0,1\}//p' "$0" >&2; exit 2; }
+usage() { sed -n '2,10s/^# \{0,1\}//p' "$0" >&2; exit 2; }
 
 # The packages among the arguments that are not installed.
 missing() {

@@ -23,7 +23,7 @@ found() { cat "$log"; findings=$((findings + $(grep -cE 'error:|warning:|^In .* 
 
 # With everything on, so that each file has the options it is compiled with.
 cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
-  -DZVRT_BUILD_TESTS=ON -DZVRT_BUILD_EXAMPLES=ON -DZVRT_BUILD_RECORDS=ON -DZVRT_BUILD_FUZZERS=ON \
+  -DZVRT_BUILD_TESTS=ON -DZVRT_BUILD_EXAMPLES=ON -DZVRT_BUILD_RECORDS=ON -DZVRT_BUILD_PYTHON=ON -DZVRT_BUILD_FUZZERS=ON \
   -DZVRT_BUILD_BENCH="$(dpkg-query --show libbenchmark-dev >/dev/null 2>&1 && echo ON || echo OFF)" >"$log" || { cat "$log"; exit 1; }
 
 mapfile -t sources < <(./scripts/files.sh '*.h' '*.c' '*.cpp')

@@ -32,7 +32,7 @@ finish() {
   dpkg-deb --root-owner-group -Zxz --build "$tree" "$out" >>"$work/log"
 }
 
-./scripts/install-dependencies.sh demo >&2
+./scripts/install-dependencies.sh demo packages >&2
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 SOURCE_DATE_EPOCH=$(date --date="$(sed -n '/^ -- /{s/.*>  //p;q}' cmake/debian/changelog)" +%s)

@@ -66,6 +66,11 @@ class Field {
   // Bytes that a cell takes while it is being made.
   std::size_t slot() const { return static_cast<std::size_t>(text_.length); }
   bool has_null_form() const { return !null_form_.empty(); }
+  bool refuses_low_values() const { return refuses_low_; }
+  // What it is in the record, for plans of others; null where no plan converts it.
+  const ZVRTType* record_type() const { return single_ ? nullptr : &reads_; }
+  // The date model of its text in a table; null where it is no date.
+  const wchar_t* table_model() const { return text_.model; }
 
   // `present`: one byte a record, 0 where the record does not have the field; or null.
   void decode(const FieldBytes& bytes, const std::uint8_t* present, DecodedCells& cells) const;

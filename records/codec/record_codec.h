@@ -58,6 +58,7 @@ class RecordCodec {
 
   const std::vector<std::unique_ptr<Field>>& fields() const { return fields_; }
   const Columns& columns() const { return columns_; }
+  const RecordOptions& options() const { return options_; }
   std::size_t length() const { return options_.record_length != 0 ? options_.record_length : columns_.length; }
   // The field of an item's or a column's name, or no_index.
   std::size_t find(const std::string& name) const;

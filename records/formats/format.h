@@ -47,6 +47,7 @@ struct FormatOptions {
   std::string newline = "\n";        // D, writing
   char blank = ' ';                  // D: trailing ones are not written
   std::size_t block_length = 32760;  // VB: of a written block, its length word included
+  std::size_t block_bytes = 1 << 18;  // reading: of the blocks that records are handed on in
   bool keep_surroundings = false;    // remember what stands around each record
 };
 

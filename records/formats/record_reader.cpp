@@ -10,7 +10,6 @@
 namespace zvrt::records {
 namespace {
 
-constexpr std::size_t block_bytes = 1 << 18;
 constexpr std::size_t most_bytes = 1 << 26;  // that a single record may make a block grow to
 constexpr std::size_t shown_bytes = 256;     // of a damage
 
@@ -39,6 +38,12 @@ RecordReader::RecordReader(std::vector<std::string> files, FormatOptions options
   }
 }
 
+RecordReader::RecordReader(std::unique_ptr<Input> input, FormatOptions options)
+    : options_(std::move(options)), framer_(make_framer(options_)), file_(std::move(input)) {
+  framer_->begin_file();
+  carry_offset_ = file_->offset();
+}
+
 bool RecordReader::open_next() {
   if (next_file_ == files_.size()) return false;
   file_ = std::make_unique<InputFile>(files_[next_file_++]);
@@ -53,7 +58,7 @@ bool RecordReader::open_next() {
 bool RecordReader::next(RecordBlock& block) {
   block.clear();
   block.first = records_ + 1;
-  std::size_t capacity = block_bytes;
+  std::size_t capacity = options_.block_bytes;
   while (file_ || open_next()) {
     load(block, capacity);
     const bool at_end = frame(block);
@@ -66,8 +71,8 @@ bool RecordReader::next(RecordBlock& block) {
     }
     if (!at_end && place_ == 0) capacity *= 2;
     if (capacity > most_bytes)
-      throw Failure(fmt::format("{}: the record at byte {} is longer than {} bytes", files_[next_file_ - 1],
-                                block.offset, most_bytes));
+      throw Failure(fmt::format("{}: the record at byte {} is longer than {} bytes", file_->name(), block.offset,
+                                most_bytes));
   }
   return false;
 }

@@ -55,6 +55,8 @@ struct RecordBlock {
 class RecordReader {
  public:
   RecordReader(std::vector<std::string> files, FormatOptions options);
+  // One input in place of files.
+  RecordReader(std::unique_ptr<Input> input, FormatOptions options);
   // False after the last record.
   bool next(RecordBlock& block);
   // Bytes of all files where that is known, and how many of them were read.
@@ -75,7 +77,7 @@ class RecordReader {
   FormatOptions options_;
   std::unique_ptr<Framer> framer_;
   std::size_t next_file_ = 0;
-  std::unique_ptr<InputFile> file_;
+  std::unique_ptr<Input> file_;
   std::vector<char> carry_;
   std::uint64_t carry_offset_ = 0;  // of carry_ in the file
   std::size_t place_ = 0;           // in the block that is framed

@@ -34,7 +34,7 @@ std::uint64_t number(const std::string& text, const char* option) {
 
 }  // namespace
 
-Layout layout_of(const Arguments& arguments) {
+LayoutOptions layout_options_of(const Arguments& arguments) {
   LayoutOptions options;
   options.binary_sizes = arguments.binary_size == "2-4-8"     ? BinarySizes::b2_4_8
                          : arguments.binary_size == "1-2-4-8" ? BinarySizes::b1_2_4_8
@@ -44,10 +44,16 @@ Layout layout_of(const Arguments& arguments) {
     const auto [from, to] = split(text, "replacing");
     options.copybook.replacing.push_back({from, to, Replacement::Part::by_form});
   }
-  return read_layout(arguments.layout, options, arguments.folders);
+  return options;
 }
 
-Job::Job(const Arguments& told) : arguments(told), layout(layout_of(told)) {
+Layout layout_of(const Arguments& arguments) {
+  return read_layout(arguments.layout, layout_options_of(arguments), arguments.folders);
+}
+
+Job::Job(const Arguments& told) : Job(told, layout_of(told)) {}
+
+Job::Job(const Arguments& told, Layout made) : arguments(told), layout(std::move(made)) {
   read_codec();
   read_format();
   read_table();

@@ -36,6 +36,7 @@ struct Job {
   std::string rejects;  // where refusals are written
 
   explicit Job(const Arguments& told);
+  Job(const Arguments& told, Layout made);
   bool has_segments() const { return !arguments.segments.empty(); }
   Existing existing() const;
   std::uint64_t last() const { return count > ~std::uint64_t{0} - first ? ~std::uint64_t{0} : first - 1 + count; }
@@ -55,6 +56,7 @@ struct Job {
   void read_range();
 };
 
+LayoutOptions layout_options_of(const Arguments& arguments);
 Layout layout_of(const Arguments& arguments);
 
 }  // namespace zvrt::records
