@@ -4,6 +4,7 @@
 #include "errors.h"
 #include "plans.h"
 #include "tables.h"
+#include "writing.h"
 
 namespace zvrt::python {
 
@@ -28,6 +29,8 @@ PyObject* status_text(PyObject* /*module*/, PyObject* number) {
 
 PyMethodDef functions[] = {{"status_name", status_name, METH_O, "The name of a status."},
                            {"status_text", status_text, METH_O, "One sentence about a status."},
+                           {"write", write_records, METH_VARARGS, "Writes a table into a record file."},
+                           {"table", table_of, METH_O, "Columns as capsules of a schema and an array."},
                            {}};
 PyModuleDef definition{PyModuleDef_HEAD_INIT,
                        "_zvrt",

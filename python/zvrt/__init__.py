@@ -22,6 +22,7 @@ Options are those of the command zvrt-records, with _ for -; `man zvrt-records` 
 converted is never guessed: it is refused, with its place, its bytes, a status and a sentence. Work is done without the
 interpreter lock. Every object may be used by several threads.
 """
+import errno as _errno
 import json as _json
 import os as _os
 from typing import NamedTuple as _NamedTuple
@@ -31,7 +32,7 @@ from ._plans import Outcome, Plan, Problem, Type, explain
 from ._zvrt import Batch, Column, Error
 
 __version__ = _zvrt.version
-__all__ = ["Layout", "Records", "Range", "Reject", "Batch", "Column", "Plan", "Type", "Outcome", "Problem", "Error",
+__all__ = ["Layout", "Records", "Range", "Reject", "Written", "Batch", "Column", "Plan", "Type", "Outcome", "Problem", "Error",
            "explain"]
 
 
@@ -47,6 +48,15 @@ class Reject(_NamedTuple):
 
     def __str__(self):
         return f"record {self.record}, {self.field or 'no field'}: {self.name}: {self.text}"
+
+
+class Written(_NamedTuple):
+    """What Layout.write() did: rows of the table, records in the file, cells refused, and these (100,000 at most) as a list
+    of Reject, whose `record` is the row, from 1, and whose `bytes` are the text of the cell."""
+    rows: int
+    records: int
+    refused: int
+    rejects: list
 
 
 class Range(_NamedTuple):
@@ -182,6 +192,32 @@ class Layout:
         if range is not None:
             options.update(first=range[0], count=range[1], extent=_extent_of(range))
         return Records(self._layout, _source(source), options)
+
+    def write(self, path, data, *, replace=False, on_reject="skip", max_rejects=0, columns=None, record_format="F",
+              rdw_order="big", rdw_includes_itself=True, rdw_adjust=0, record_length=None, length_field=None,
+              skip_header=0, skip_trailer=0, record_header=0, record=None, redefines="all", odo=None, code_page=None,
+              newline=None, binary="std", native=None, float=None, null=None):
+        """Writes a table into a record file, and returns a Written.
+
+        data: a pandas.DataFrame; a dict of columns, each a numpy array or a sequence of objects; or anything with
+        __arrow_c_stream__ or __arrow_c_array__, such as Records. Columns are found by their names. Those of
+        redefinitions and of tables of variable length may lack. A column RECORD_NUMBER is passed over.
+
+        The file is written beside its place, and takes it when all rows are there and on the disk: whatever happens
+        before leaves what stood there. Nothing that exists is replaced unless `replace` is true.
+
+        on_reject: a row with a cell that is refused: "skip" it, "keep" it with that field empty, or "stop".
+        binary: COMP is written as its picture says ("std"), or over its whole range ("full").
+        Other options as read().
+        """
+        options = dict(locals())
+        for name in ("self", "path", "data"):
+            del options[name]
+        if not replace and _os.path.lexists(path):
+            raise FileExistsError(_errno.EEXIST, "exists already; replace=True replaces it", _os.fspath(path))
+        from ._given import capsules_of
+        read, written, refused, refusals = _zvrt.write(self._layout, path, capsules_of(data), options)
+        return Written(read, written, refused, [Reject(*each) for each in refusals])
 
     def ranges(self, source, parts, **options):
         """Cuts a file into at most `parts` of about one size: a list of Range for read(). Options are those of read().

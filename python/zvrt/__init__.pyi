@@ -87,6 +87,12 @@ class Reject(NamedTuple):
     name: str
     text: str
 
+class Written(NamedTuple):
+    rows: int
+    records: int
+    refused: int
+    rejects: list[Reject]
+
 class Range(NamedTuple):
     first: int
     count: int
@@ -125,4 +131,14 @@ class Layout:
              trim: Literal["right", "both", "none"] = "right", native: Literal["big", "little"] | None = None,
              float: Literal["ibm", "ieee"] | None = None, null: Mapping[str, str] | Sequence[str] | None = None,
              batch_bytes: int | None = None) -> Records: ...
+    def write(self, path: _Path, data: Any, *, replace: bool = False, on_reject: Literal["skip", "keep", "stop"] = "skip",
+              max_rejects: int = 0, columns: Sequence[str] | None = None,
+              record_format: Literal["F", "FB", "V", "VB", "D"] = "F", rdw_order: Literal["big", "little"] = "big",
+              rdw_includes_itself: bool = True, rdw_adjust: int = 0, record_length: int | None = None,
+              length_field: str | None = None, skip_header: int = 0, skip_trailer: int = 0, record_header: int = 0,
+              record: str | None = None, redefines: Literal["all", "first"] = "all",
+              odo: Literal["shift", "max"] | None = None, code_page: int | str | None = None,
+              newline: Literal["nel", "lf"] | None = None, binary: Literal["std", "full"] = "std",
+              native: Literal["big", "little"] | None = None, float: Literal["ibm", "ieee"] | None = None,
+              null: Mapping[str, str] | Sequence[str] | None = None) -> Written: ...
     def ranges(self, source: _Path | _Buffer, parts: int, **options: Any) -> list[Range]: ...
