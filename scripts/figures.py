@@ -5,8 +5,8 @@
     scripts/figures.py render [--check]               writes the tables of the documents; with --check compares them
 
 NAME is bench-avx512, bench-avx2, bench-sse41, bench-baseline (scripts/bench.sh), instructions (scripts/instructions.sh), fuzz
-(scripts/fuzz.sh), sweeps (scripts/sweeps.sh), coverage (scripts/coverage.sh) or mutation (scripts/mutate.py; LABEL tells
-the sample). New rows take the place of those with the same key; of an operation of the benchmarks all rows go. A
+(scripts/fuzz.sh), sweeps (scripts/sweeps.sh), coverage (scripts/coverage.sh), mutation (scripts/mutate.py; LABEL tells
+the sample) or python (bench/python.py). New rows take the place of those with the same key; of an operation of the benchmarks all rows go. A
 document has a table between `<!-- figures: NAME -->` and `<!-- end of figures -->`.
 """
 import csv
@@ -27,6 +27,8 @@ FILES = {
     "sweeps": (("domain", "cases", "failures"), 1, r"(\w+)(?:, part \d+:)? +(\d+) cases, (\d+) failures.*"),
     "coverage": (("kind", "reached", "all"), 1, r"(\w+): (\d+) of (\d+), .*"),
     "mutation": (("sample", "killed", "mutants"), 1, r"(?P<label>)(\d+) of (\d+) killed, .*"),
+    "python": (("measure", "ours", "unit", "peer", "peers", "ratio"), 1,
+               r"\| ([^|]+) \| ([\d.e+-]+) \| ([^|]+) \| ([^|]+) \| ([\d.e+-]+) \| ([\d.]+) \|"),
 } | {f"bench-{level}": BENCH for level in LEVELS}
 
 
@@ -111,8 +113,17 @@ def robustness_table() -> str:
     return text
 
 
+def python_table() -> str:
+    text = "| Measure | zvrt | | beside | | ratio |\n|---|---:|---|---|---:|---:|\n"
+    number = lambda value: f"{float(value):,.4g}"
+    for row in read("python"):
+        text += (f"| {row['measure']} | {number(row['ours'])} | {row['unit']} | {row['peer']} | {number(row['peers'])} | "
+                 f"{number(row['ratio'])} |\n")
+    return text
+
+
 def render(check: bool) -> int:
-    tables, outdated = {"bench": bench_table, "robustness": robustness_table}, 0
+    tables, outdated = {"bench": bench_table, "robustness": robustness_table, "python": python_table}, 0
     for path in sorted((ROOT / "docs").glob("*.md")):
         text = path.read_text()
         wanted = re.sub(r"(<!-- figures: (\w+) -->\n)(?:(?!<!-- end).*\n)*(<!-- end of figures -->)",

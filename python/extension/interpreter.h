@@ -147,12 +147,12 @@ struct Types {
 Types& types();
 
 template <class Function>
-void* slot(Function* function) {
+void* slot(Function* function) noexcept {
   return reinterpret_cast<void*>(function);
 }
 
 // A method with keywords, for a table of methods.
-inline PyCFunction method(PyCFunctionWithKeywords function) {
+inline PyCFunction method(PyCFunctionWithKeywords function) noexcept {
   return reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(function));
 }
 

@@ -20,7 +20,7 @@ struct TypeWords {
 };
 
 // (kind, length, flags, code page, newline, precision, scale, model, first year). Throws with a ValueError or TypeError set.
-void take_type(PyObject* words, TypeWords& type);
+void take_type(PyObject* words, TypeWords& made);
 
 // The bits of the words in a sequence: options of a plan.
 std::uint32_t plan_options(PyObject* words);
