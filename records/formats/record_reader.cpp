@@ -71,8 +71,8 @@ bool RecordReader::next(RecordBlock& block) {
     }
     if (!at_end && place_ == 0) capacity *= 2;
     if (capacity > most_bytes)
-      throw Failure(fmt::format("{}: the record at byte {} is longer than {} bytes", file_->name(), block.offset,
-                                most_bytes));
+      throw Failure(
+          fmt::format("{}: the record at byte {} is longer than {} bytes", file_->name(), block.offset, most_bytes));
   }
   return false;
 }
