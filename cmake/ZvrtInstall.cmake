@@ -1,6 +1,10 @@
 # What is installed: one call per component, at the end of this file. A component is a library with its header, CMake
 # package, pkg-config file and man pages, or a program with its man pages. Where ZVRT_PACKAGES is set, which
 # scripts/package.sh does in a build of its own, each becomes Debian packages; a plain install has no folder of Debian's.
+# GNUInstallDirs knows Debian's folders of the machine that builds alone.
+if(ZVRT_PACKAGES AND CMAKE_CROSSCOMPILING)
+  set(CMAKE_INSTALL_LIBDIR "lib/${CMAKE_LIBRARY_ARCHITECTURE}" CACHE PATH "Object code libraries")
+endif()
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 include(ZvrtManPages)
@@ -196,6 +200,11 @@ if(ZVRT_PACKAGES)
   set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
     "${CMAKE_LIBRARY_OUTPUT_DIRECTORY}" "${CMAKE_LIBRARY_OUTPUT_DIRECTORY}/${ZVRT_PLATFORM_DIR}")
+  if(CMAKE_CROSSCOMPILING)
+    set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE ${ZVRT_DEBIAN_ARCHITECTURE})
+    list(APPEND CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
+      "${ZVRT_SYSROOT}/lib/${ZVRT_TRIPLET}" "${ZVRT_SYSROOT}/usr/lib/${ZVRT_TRIPLET}")
+  endif()
   set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
   include(CPack)
 endif()

@@ -25,6 +25,9 @@ endif()
 # The library itself: no exceptions and no run-time type information cross or enter it.
 add_library(zvrt_library_options INTERFACE)
 target_compile_definitions(zvrt_library_options INTERFACE ZVRT_HIGHEST_LEVEL=${ZVRT_HIGHEST_LEVEL})
+if(ZVRT_HIGHEST_LEVEL STREQUAL "portable")
+  target_compile_definitions(zvrt_library_options INTERFACE ZVRT_PORTABLE_VECTORS)
+endif()
 target_link_libraries(zvrt_library_options INTERFACE zvrt_options)
 target_compile_options(zvrt_library_options INTERFACE
   $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti>)

@@ -1,4 +1,5 @@
-# What the toolchain files of other machines share; they set ZVRT_TRIPLET and ZVRT_QEMU before they include it.
+# What the toolchain files of other machines share; they set ZVRT_TRIPLET, ZVRT_DEBIAN_ARCHITECTURE and
+# ZVRT_QEMU before they include it.
 #
 # The target's libraries are found in a folder that scripts/other-machines.sh fills from Debian's packages; the C and C++
 # libraries are those of Debian's cross compiler, also for clang. Programs for the target run by qemu's emulation.
@@ -27,6 +28,10 @@ set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 set(CMAKE_LIBRARY_ARCHITECTURE ${ZVRT_TRIPLET})
 set(libraries "${ZVRT_SYSROOT}/usr/lib/${ZVRT_TRIPLET}")
+# What stands in a folder of the architecture is included by headers that do not.
+foreach(language C CXX)
+  set(CMAKE_${language}_FLAGS_INIT "-isystem ${ZVRT_SYSROOT}/usr/include/${ZVRT_TRIPLET}")
+endforeach()
 set(CMAKE_EXE_LINKER_FLAGS_INIT "-Wl,-rpath-link,${libraries}")
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "-Wl,-rpath-link,${libraries}")
 set(CMAKE_CROSSCOMPILING_EMULATOR ${ZVRT_QEMU} -L /usr/${ZVRT_TRIPLET} -E "LD_LIBRARY_PATH=${libraries}")

@@ -71,7 +71,8 @@ ZVRT_API const char* ZVRTStatusText(uint32_t status);
 /** @name Types
  * What one value is.
  *
- * Multi-byte values stand in the machine's own byte order unless ZVRT_TYPE_BIG_ENDIAN says otherwise; HEX_FLOAT is
+ * Multi-byte values stand in the machine's own byte order unless ZVRT_TYPE_BIG_ENDIAN or ZVRT_TYPE_LITTLE_ENDIAN says
+ * otherwise; length prefixes, wide characters, structures and Arrow arrays always do. HEX_FLOAT is
  * always big endian. Values may stand at any alignment.
  *
  * Lengths are bytes of the value, without prefix and terminator. A VARCHAR or WVARCHAR has at most 32767 of them. A
@@ -173,8 +174,8 @@ enum {
 /** ZVRTType::flags. A flag that has no meaning for the kind is refused; one that is for sources only changes nothing of a
  *  target, and the other way round, so that one type can describe a field for both ways. @{ */
 #define ZVRT_TYPE_BIG_ENDIAN \
-  UINT32_C(0x1)                      /**< INT, UINT, FLOAT, DECIMAL, UTF16, DAYS, MICROS: most significant first. */
-#define ZVRT_TYPE_TRIM UINT32_C(0x2) /**< Text sources: trailing blanks (of the page) are no part of the value. */
+  UINT32_C(0x1) /**< INT, UINT, FLOAT, DECIMAL, UTF16, DAYS, MICROS: most significant byte first. */
+#define ZVRT_TYPE_TRIM UINT32_C(0x2)      /**< Text sources: trailing blanks (of the page) are no part of the value. */
 #define ZVRT_TYPE_TRIM_LEFT UINT32_C(0x4) /**< Text sources: leading blanks neither. */
 #define ZVRT_TYPE_TRIM_WIDE UINT32_C(0x8) /**< With TRIM, TRIM_LEFT: U+3000 is a blank too. */
 #define ZVRT_TYPE_PAD UINT32_C(0x10) /**< CHAR, WCHAR, UTF16, BYTES targets: blanks (BYTES: zeros) fill the slot. */
@@ -190,6 +191,7 @@ enum {
 #define ZVRT_TYPE_SIGN_LEADING UINT32_C(0x2000)  /**< ZONED: the sign stands at the first digit or before it. */
 #define ZVRT_TYPE_SIGN_SEPARATE UINT32_C(0x4000) /**< ZONED: the sign is a '+' or '-' of its own. */
 #define ZVRT_TYPE_ASCII UINT32_C(0x8000) /**< ZONED: digits 30..39, signs punched as p..y over them; else EBCDIC. */
+#define ZVRT_TYPE_LITTLE_ENDIAN UINT32_C(0x10000) /**< As BIG_ENDIAN: least significant byte first. Not both. */
 /** @} */
 
 /** What one value is. */

@@ -6,7 +6,7 @@
 #   install-dependencies.sh lint           formatting and static analysis
 #   install-dependencies.sh clients        the programs that the tests of scripts/clients.sh talk to
 #   install-dependencies.sh bench          the peers of scripts/bench.sh
-#   install-dependencies.sh other-machines compilers and emulators of other processors
+#   install-dependencies.sh other-machines compilers and emulators of other processors; with clang other-machines-clang too
 # Several groups may be named. With --list it prints the packages of these groups and installs nothing.
 #
 # A group is two lists. What is in `needed_GROUP` must be there; without a package of `useful_GROUP` something is skipped.
@@ -37,6 +37,8 @@ useful_bench=(valgrind libabsl-dev libcob4-dev libdouble-conversion-dev libecpg-
 
 needed_other_machines=("${needed_test[@]}" g++-aarch64-linux-gnu g++-s390x-linux-gnu qemu-user)
 useful_other_machines=()
+needed_other_machines_clang=(clang)
+useful_other_machines_clang=()
 
 usage() { sed -n '2,10s/^# \{0,1\}//p' "$0" >&2; exit 2; }
 

@@ -19,6 +19,9 @@ constexpr std::size_t integer_slot = 20;  // the digits of 64 bits
 constexpr std::size_t float_slot = 128;
 constexpr std::size_t date_slot = 64;
 
+// Of a file, on whatever machine it is read.
+std::uint32_t byte_order(bool big_endian) { return big_endian ? ZVRT_TYPE_BIG_ENDIAN : ZVRT_TYPE_LITTLE_ENDIAN; }
+
 bool is_integer_length(std::size_t length) { return length == 1 || length == 2 || length == 4 || length == 8; }
 
 std::wstring widened(const std::string& text) { return {text.begin(), text.end()}; }
@@ -141,7 +144,7 @@ void Field::make_number(const CodecOptions& options) {
     case Usage::comp_2:
       reads_.kind = options.ibm_floats ? ZVRT_KIND_HEX_FLOAT : ZVRT_KIND_FLOAT;
       reads_.scale = 0;
-      if (!options.ibm_floats && options.native_big) reads_.flags = ZVRT_TYPE_BIG_ENDIAN;
+      if (!options.ibm_floats) reads_.flags = byte_order(options.native_big);
       // A hexadecimal float of 8 bytes has more digits than a double: it stays text.
       table_column_.type =
           options.ibm_floats && item.usage == Usage::comp_2 ? TableColumn::Type::number : TableColumn::Type::real;
@@ -183,7 +186,7 @@ void Field::make_number(const CodecOptions& options) {
   fit_slot();
   if (item.length == 8 && !item.is_signed) table_column_.type = TableColumn::Type::number;
   reads_.kind = item.is_signed ? ZVRT_KIND_INT : ZVRT_KIND_UINT;
-  reads_.flags = big_endian ? ZVRT_TYPE_BIG_ENDIAN : 0;
+  reads_.flags = byte_order(big_endian);
   writes_ = reads_;
   if (!whole_range) writes_.precision = precision;
 }

@@ -10,7 +10,7 @@ namespace {
 constexpr std::uint32_t trims = ZVRT_TYPE_TRIM | ZVRT_TYPE_TRIM_LEFT | ZVRT_TYPE_TRIM_WIDE;
 constexpr std::uint32_t pads = ZVRT_TYPE_PAD | ZVRT_TYPE_PAD_LEFT;
 constexpr std::uint32_t nulls = Type::null_forms;
-constexpr std::uint32_t big = ZVRT_TYPE_BIG_ENDIAN;
+constexpr std::uint32_t order = Type::byte_orders;
 constexpr std::uint32_t low = ZVRT_TYPE_LOW_AS_BLANK;
 constexpr std::uint32_t zoned = ZVRT_TYPE_UNSIGNED | ZVRT_TYPE_SIGN_LEADING | ZVRT_TYPE_SIGN_SEPARATE | ZVRT_TYPE_ASCII;
 
@@ -37,18 +37,18 @@ constexpr std::array<Kind, 27> kinds = {{
   {ZVRT_KIND_WCHAR,         Form::text,    Extent::counted,    Parts::none, 4, 0,  0, any, trims | pads | nulls | low},
   {ZVRT_KIND_WVARCHAR,      Form::text,    Extent::prefixed,   Parts::none, 4, 0,  2, any, trims | low},
   {ZVRT_KIND_WVARCHAR_SZ,   Form::text,    Extent::terminated, Parts::none, 4, 0,  0, any, trims},
-  {ZVRT_KIND_UTF16,         Form::text,    Extent::counted,    Parts::none, 2, 0,  0, any, trims | pads | nulls | low | big},
-  {ZVRT_KIND_UTF16_SZ,      Form::text,    Extent::terminated, Parts::none, 2, 0,  0, any, trims | big},
+  {ZVRT_KIND_UTF16,         Form::text,    Extent::counted,    Parts::none, 2, 0,  0, any, trims | pads | nulls | low | order},
+  {ZVRT_KIND_UTF16_SZ,      Form::text,    Extent::terminated, Parts::none, 2, 0,  0, any, trims | order},
   {ZVRT_KIND_BYTES,         Form::bytes,   Extent::counted,    Parts::none, 1, 0,  0, any, pads | nulls},
   {ZVRT_KIND_BOOL,          Form::boolean, Extent::fixed,      Parts::none, 1, 1,  1, 1,   0},
-  {ZVRT_KIND_INT,           Form::decimal, Extent::fixed,      Parts::none, 1, 0,  1, 8,   nulls | big},
-  {ZVRT_KIND_UINT,          Form::decimal, Extent::fixed,      Parts::none, 1, 0,  1, 8,   nulls | big},
-  {ZVRT_KIND_FLOAT,         Form::binary,  Extent::fixed,      Parts::none, 1, 0,  4, 8,   nulls | big},
+  {ZVRT_KIND_INT,           Form::decimal, Extent::fixed,      Parts::none, 1, 0,  1, 8,   nulls | order},
+  {ZVRT_KIND_UINT,          Form::decimal, Extent::fixed,      Parts::none, 1, 0,  1, 8,   nulls | order},
+  {ZVRT_KIND_FLOAT,         Form::binary,  Extent::fixed,      Parts::none, 1, 0,  4, 8,   nulls | order},
   {ZVRT_KIND_HEX_FLOAT,     Form::binary,  Extent::fixed,      Parts::none, 1, 0,  4, 8,   nulls},
   {ZVRT_KIND_PACKED,        Form::decimal, Extent::fixed,      Parts::none, 1, 0,  1, 20,  nulls | ZVRT_TYPE_UNSIGNED | ZVRT_TYPE_NO_SIGN},
   {ZVRT_KIND_ZONED,         Form::decimal, Extent::fixed,      Parts::none, 1, 0,  1, 41,  nulls | zoned},
   {ZVRT_KIND_VARNUM,        Form::decimal, Extent::varnum,     Parts::none, 1, 0,  2, 22,  0},
-  {ZVRT_KIND_DECIMAL,       Form::decimal, Extent::fixed,      Parts::none, 1, 16, 16, 16, nulls | big},
+  {ZVRT_KIND_DECIMAL,       Form::decimal, Extent::fixed,      Parts::none, 1, 16, 16, 16, nulls | order},
   {ZVRT_KIND_NUMERIC,       Form::decimal, Extent::fixed,      Parts::none, 1, 19, 19, 19, 0},
   {ZVRT_KIND_TIMESTAMP,     Form::moment,  Extent::fixed,      Parts::both, 1, 24, 24, 24, nulls},
   {ZVRT_KIND_DATE,          Form::moment,  Extent::fixed,      Parts::date, 1, 6,  6, 6,   nulls},
@@ -56,8 +56,8 @@ constexpr std::array<Kind, 27> kinds = {{
   {ZVRT_KIND_CLI_TIMESTAMP, Form::moment,  Extent::fixed,      Parts::both, 1, 16, 16, 16, nulls},
   {ZVRT_KIND_CLI_DATE,      Form::moment,  Extent::fixed,      Parts::date, 1, 6,  6, 6,   nulls},
   {ZVRT_KIND_CLI_TIME,      Form::moment,  Extent::fixed,      Parts::time, 1, 6,  6, 6,   nulls},
-  {ZVRT_KIND_DAYS,          Form::moment,  Extent::fixed,      Parts::date, 1, 4,  4, 4,   nulls | big},
-  {ZVRT_KIND_MICROS,        Form::moment,  Extent::fixed,      Parts::both, 1, 8,  8, 8,   nulls | big},
+  {ZVRT_KIND_DAYS,          Form::moment,  Extent::fixed,      Parts::date, 1, 4,  4, 4,   nulls | order},
+  {ZVRT_KIND_MICROS,        Form::moment,  Extent::fixed,      Parts::both, 1, 8,  8, 8,   nulls | order},
 }};
 // clang-format on
 
@@ -82,6 +82,7 @@ const char* check_length(const ZVRTType& type, const Kind& kind, Role role) {
 const char* check_flags(const ZVRTType& type, const Kind& kind) {
   if ((type.flags & ~kind.flags) != 0) return "A flag has no meaning for the kind.";
   const auto has = [&type](std::uint32_t flag) { return (type.flags & flag) != 0; };
+  if (has(ZVRT_TYPE_BIG_ENDIAN) && has(ZVRT_TYPE_LITTLE_ENDIAN)) return "A value has one byte order.";
   if (has(ZVRT_TYPE_PAD_LEFT) && !has(ZVRT_TYPE_PAD)) return "PAD_LEFT goes with PAD.";
   if (has(ZVRT_TYPE_TRIM_WIDE) && !has(ZVRT_TYPE_TRIM | ZVRT_TYPE_TRIM_LEFT)) return "TRIM_WIDE goes with TRIM.";
   if (has(ZVRT_TYPE_UNSIGNED) && has(ZVRT_TYPE_SIGN_LEADING | ZVRT_TYPE_SIGN_SEPARATE)) {
@@ -153,7 +154,7 @@ Status check_type(const ZVRTType& given, Role role, Type& type, const char*& rea
   reason = kind == nullptr ? "There is no such kind." : find_fault(given, *kind, role);
   if (reason != nullptr) return ZVRT_RC_INVALID_TYPE;
   type.kind = given.kind;
-  type.flags = given.flags;
+  type.flags = given.flags & ~Type::native_order;
   type.length = kind->size != 0 ? kind->size : given.length;
   if (kind->extent == Extent::varnum && given.length == 0) type.length = kind->max_size;
   type.form = kind->form;

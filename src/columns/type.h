@@ -47,11 +47,14 @@ struct Type {
   // What the values are, whatever they are stored as.
   Form value_form() const { return model != nullptr ? Form::moment : form; }
   bool is_narrow() const { return form == Form::text && unit == 1; }
-  // Multi-byte values stand in the other byte order than the machine's.
-  bool is_swapped() const { return has(ZVRT_TYPE_BIG_ENDIAN) && std::endian::native == std::endian::little; }
+  // Multi-byte values stand in the other byte order than the machine's. A flag that names the machine's own is not kept.
+  bool is_swapped() const { return has(byte_orders); }
   // Nulls stand in the slot itself.
   bool has_null_form() const { return has(null_forms); }
 
+  static constexpr std::uint32_t byte_orders = ZVRT_TYPE_BIG_ENDIAN | ZVRT_TYPE_LITTLE_ENDIAN;
+  static constexpr std::uint32_t native_order =
+      std::endian::native == std::endian::big ? ZVRT_TYPE_BIG_ENDIAN : ZVRT_TYPE_LITTLE_ENDIAN;
   static constexpr std::uint32_t null_forms =
       ZVRT_TYPE_NULL_BLANKS | ZVRT_TYPE_NULL_ZEROS | ZVRT_TYPE_NULL_LOW | ZVRT_TYPE_NULL_HIGH;
 };

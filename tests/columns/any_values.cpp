@@ -194,7 +194,7 @@ std::string any_float(const ZVRTType& type, Random& random) {
     value = static_cast<Float>(static_cast<std::int64_t>(random()) >> below(60, random)) / Float(1000);
   if (one_in(2, random)) value = -value;
   std::string slot(reinterpret_cast<const char*>(&value), sizeof value);
-  if ((type.flags & ZVRT_TYPE_BIG_ENDIAN) != 0) std::reverse(slot.begin(), slot.end());
+  if (zvrt_reference::is_big_endian(type) != zvrt_reference::native_big) std::reverse(slot.begin(), slot.end());
   return slot;
 }
 
@@ -254,7 +254,7 @@ ZVRTType any_type_of(std::uint32_t kind, Random& random) {
     type.flags |=
         any_of({ZVRT_TYPE_NULL_BLANKS, ZVRT_TYPE_NULL_ZEROS, ZVRT_TYPE_NULL_LOW, ZVRT_TYPE_NULL_HIGH}, random);
   }
-  maybe(4, any_of({ZVRT_TYPE_BIG_ENDIAN, ZVRT_TYPE_LOW_AS_BLANK}, random));
+  maybe(4, any_of({ZVRT_TYPE_BIG_ENDIAN, ZVRT_TYPE_LITTLE_ENDIAN, ZVRT_TYPE_LOW_AS_BLANK}, random));
   if (is_text(kind)) {
     const auto unit = static_cast<int>(zvrt_reference::unit_of(kind));
     const bool prefixed = kind == ZVRT_KIND_VARCHAR || kind == ZVRT_KIND_WVARCHAR;
@@ -328,8 +328,9 @@ Given any_value(const ZVRTType& type, Random& random) {
       if (one_in(2, random)) {
         const std::int64_t value = static_cast<std::int64_t>(random()) >> below(64, random);
         given.slot.assign(size, value < 0 ? '\xFF' : '\0');
-        std::memcpy(given.slot.data(), &value, std::min(size, sizeof value));
-        if ((type.flags & ZVRT_TYPE_BIG_ENDIAN) != 0) std::reverse(given.slot.begin(), given.slot.end());
+        for (std::size_t i = 0; i < std::min(size, sizeof value); ++i)
+          given.slot[i] = static_cast<char>(value >> 8 * i);
+        if (zvrt_reference::is_big_endian(type)) std::reverse(given.slot.begin(), given.slot.end());
       }
       if (one_in(6, random)) given.slot.assign(size, any_of({'\0', '\xFF'}, random));
       if (one_in(12, random)) given.slot = '\x80' + std::string(size - 1, '\0');

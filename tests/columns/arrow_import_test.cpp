@@ -1,4 +1,7 @@
 // Arrow arrays of any producer to records: every type and shape that may come, nothing of a malformed one followed.
+#include <algorithm>
+#include <array>
+#include <bit>
 #include <functional>
 #include <random>
 
@@ -77,6 +80,12 @@ ZVRTType timestamp_field() { return with_model(text_field(26), timestamp_model);
 ZVRTType date_field() { return with_model(text_field(10), L"%YYYY-%MM-%DD"); }
 ZVRTType time_field() { return with_model(text_field(8), L"%HH24:%MI:%SS"); }
 
+// A number of 256 bits, given from its least significant word on, in native order.
+std::array<std::int64_t, 4> native(std::array<std::int64_t, 4> words) {
+  if (std::endian::native == std::endian::big) std::reverse(words.begin(), words.end());
+  return words;
+}
+
 std::vector<TypeRow> number_rows() {
   std::vector<TypeRow> rows;
   const auto add = [&rows](const char* name, Column values, const ZVRTType& field, std::vector<std::string> expected,
@@ -97,8 +106,9 @@ std::vector<TypeRow> number_rows() {
   add("double", elements<double>("g", {0.1, -2.5e300}), text_field(9), {"0.1      ", "-2.5e+300"});
   add("decimal128", elements<Int128>("d:5,2", {-12345, 6}), text_field(7), {"-123.45", "0.06   "});
   add("decimal128, scale below 0", elements<Int128>("d:5,-2", {3}), text_field(3), {"300"});
-  add("decimal256", elements<std::int64_t>("d:40,2,256", {-150, -1, -1, -1, 0, 0, 1, 0}), text_field(5),
-      {"-1.50", "~"});
+  add("decimal256",
+      elements<std::array<std::int64_t, 4>>("d:40,2,256", {native({-150, -1, -1, -1}), native({0, 0, 1, 0})}),
+      text_field(5), {"-1.50", "~"});
   add("decimal32", elements<std::int32_t>("d:5,2,32", {12345}), text_field(6), {"123.45"});
   add("decimal64", elements<std::int64_t>("d:5,1,64", {-5}), text_field(4), {"-0.5"});
   return rows;

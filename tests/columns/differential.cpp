@@ -9,6 +9,7 @@
 
 #include "columns/reference/fault.h"
 #include "columns/reference/write.h"
+#include "support/byte_order.h"
 #include "support/guarded_buffer.h"
 
 namespace zvrt_test {
@@ -76,10 +77,11 @@ struct Entries {
     memory = std::make_unique<GuardedBuffer>(rows == 0 ? 0 : stride * (rows - 1) + bytes);
   }
   void put(std::string& image, std::size_t row, std::int64_t value) const {
-    std::memcpy(image.data() + row * stride, &value, bytes);
+    image.replace(row * stride, bytes, integer_bytes(static_cast<std::uint64_t>(value), bytes));
   }
   void fill(std::size_t row, std::int64_t value) const {
-    std::memcpy(memory->as<char>() + row * stride, &value, bytes);
+    std::memcpy(memory->as<char>() + row * stride, integer_bytes(static_cast<std::uint64_t>(value), bytes).data(),
+                bytes);
   }
 };
 

@@ -40,8 +40,8 @@ TEST_F(Explain, TellsWhereAndWhat) {
       {"room and terminator", packed, "12345C", type(ZVRT_KIND_VARCHAR_SZ, 5), ZVRT_RC_TRUNCATED, -1, 0, 6},
       {"malformed UTF-8", text(8), "41 C3 41", text(8), ZVRT_RC_MALFORMED_UTF8, 1, 0xC3},
       {"not in the page", text(8), "C3A9 E282AC", ebcdic, ZVRT_RC_NOT_IN_CODE_PAGE, 2, 0x20AC},
-      {"after a prefix", type(ZVRT_KIND_VARCHAR, 8), "0400 4142 C380", ebcdic, 0},
-      {"prefixed", type(ZVRT_KIND_VARCHAR, 8), "0400 4142 C4 80", ebcdic, ZVRT_RC_NOT_IN_CODE_PAGE, 4, 0x100},
+      {"after a prefix", type(ZVRT_KIND_VARCHAR, 8), "=0004 4142 C380", ebcdic, 0},
+      {"prefixed", type(ZVRT_KIND_VARCHAR, 8), "=0004 4142 C4 80", ebcdic, ZVRT_RC_NOT_IN_CODE_PAGE, 4, 0x100},
       {"letter", text(8), "31 32 41", packed, ZVRT_RC_INVALID_NUMBER, 2, 0x41},
       {"blanks before it", text(8, ZVRT_TYPE_TRIM_LEFT), "20 20 31 41", packed, ZVRT_RC_INVALID_NUMBER, 3, 0x41},
       {"letter in page 37", ebcdic, "F1 C1", packed, ZVRT_RC_INVALID_NUMBER, 1, 0x41},
@@ -63,7 +63,7 @@ TEST_F(Explain, TellsWhereAndWhat) {
       {"boolean word", text(8), "66616C7365 20", type(ZVRT_KIND_BOOL, 1), ZVRT_RC_INVALID_VALUE, 5, 0x20},
       {"boolean that ends", text(8), "747275", type(ZVRT_KIND_BOOL, 1), ZVRT_RC_INVALID_VALUE, 3, 0},
       {"half a byte", text(8), "414243", type(ZVRT_KIND_BYTES, 8), ZVRT_RC_INVALID_VALUE, 3, 0},
-      {"prefix beyond the slot", type(ZVRT_KIND_VARCHAR, 8), "0700 414243444546", text(8), ZVRT_RC_INVALID_LENGTH, 0,
+      {"prefix beyond the slot", type(ZVRT_KIND_VARCHAR, 8), "=0007 414243444546", text(8), ZVRT_RC_INVALID_LENGTH, 0,
        7},
       {"length of a base-100 number", type(ZVRT_KIND_VARNUM, 4), "04 C1 02 02", text(8), ZVRT_RC_INVALID_VALUE, 0, 4},
       {"null in the slot", type(ZVRT_KIND_PACKED, 2, ZVRT_TYPE_NULL_BLANKS), "4040", text(8), ZVRT_RC_NULL_REFUSED},
@@ -73,7 +73,7 @@ TEST_F(Explain, TellsWhereAndWhat) {
        with_model(with_page(text(12), 37), L"\x20AC%YYYY%MM%DD"), ZVRT_RC_NOT_IN_CODE_PAGE},
       {"UTF-8 by number", with_page(text(8), 1208), "41 E282", text(8), ZVRT_RC_MALFORMED_UTF8, 1, 0xE2},
       {"infinity", type(ZVRT_KIND_FLOAT, 4, ZVRT_TYPE_BIG_ENDIAN), "7F800000", text(8), ZVRT_RC_NOT_FINITE},
-      {"hour", type(ZVRT_KIND_TIME, 6), "1800 0000 0000", text(8), ZVRT_RC_INVALID_HOUR, 0, 24},
+      {"hour", type(ZVRT_KIND_TIME, 6), "=0018 0000 0000", text(8), ZVRT_RC_INVALID_HOUR, 0, 24},
   };
   for (const Case& each : cases) {
     SCOPED_TRACE(each.what);

@@ -1,6 +1,8 @@
 // One value through a plan: the types as short expressions, bytes as hexadecimal digits.
 #pragma once
 
+#include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -78,19 +80,30 @@ inline Converted convert(const ZVRTPlan* plan, std::string_view value, std::size
   return {run != 0 ? run : status, result, slot};
 }
 
+// Groups of hexadecimal digits. A group after '=' is a number in native order: "=0003" is 03 00 on a little-endian machine.
 inline std::string bytes(std::string_view hexadecimal) {
   std::string text;
+  std::size_t group = 0;
+  bool is_number = false;
+  const auto end_group = [&] {
+    if (is_number && std::endian::native == std::endian::little)
+      std::reverse(text.begin() + static_cast<std::ptrdiff_t>(group), text.end());
+    group = text.size();
+    is_number = false;
+  };
   int high = -1;
   for (const char c : hexadecimal) {
-    if (c == ' ') continue;
-    const int digit = c <= '9' ? c - '0' : c - 'A' + 10;
-    if (high < 0) {
-      high = digit;
+    if (c == ' ') {
+      end_group();
+    } else if (c == '=') {
+      is_number = true;
     } else {
-      text.push_back(static_cast<char>(high * 16 + digit));
-      high = -1;
+      const int digit = c <= '9' ? c - '0' : c - 'A' + 10;
+      if (high >= 0) text.push_back(static_cast<char>(high * 16 + digit));
+      high = high >= 0 ? -1 : digit;
     }
   }
+  end_group();
   return text;
 }
 

@@ -140,21 +140,24 @@ TEST_F(Pairs, Zoned) {
 }
 
 TEST_F(Pairs, Integers) {
-  const std::uint32_t big = ZVRT_TYPE_BIG_ENDIAN;
+  const std::uint32_t big = ZVRT_TYPE_BIG_ENDIAN, little = ZVRT_TYPE_LITTLE_ENDIAN;
   const ZVRTType u8 = type(ZVRT_KIND_UINT, 8);
   const Case cases[] = {
       {"big endian", integer(4, big), "FFFFFFFE", text(8), "2D 32"},
-      {"least", integer(8), "0000000000000080", text(32),
+      {"least", integer(8), "=8000000000000000", text(32),
        "2D 39 32 32 33 33 37 32 30 33 36 38 35 34 37 37 35 38 30 38"},
       {"unsigned", u8, "FFFFFFFFFFFFFFFF", text(32), "31 38 34 34 36 37 34 34 30 37 33 37 30 39 35 35 31 36 31 35"},
       {"scale", integer(2, big, 2), "04D2", text(8), "31 32 2E 33 34"},
       {"least byte", text(8), "2D 31 32 38", integer(1), "80"},
       {"below it", text(8), "2D 31 32 39", integer(1), "", ZVRT_RC_OUT_OF_RANGE},
+      {"little endian", integer(4, little), "FEFFFFFF", text(8), "2D 32"},
+      {"native", integer(4), "=FFFFFFFE", text(8), "2D 32"},
+      {"from one order to the other", integer(4, big), "00000102", integer(2, little), "0201"},
       {"greatest", text(8), "31 32 37", integer(1), "7F"},
       {"negative into unsigned", text(8), "2D 31", u8, "", ZVRT_RC_OUT_OF_RANGE},
       {"negative zero into unsigned", text(8), "2D 30", u8, "0000000000000000"},
       {"precision", text(8), "31 30 30 30", type(ZVRT_KIND_INT, 2, 0, 3), "", ZVRT_RC_DIGITS_LOST},
-      {"to decimal", integer(1), "FF", type(ZVRT_KIND_DECIMAL, 16, 0, 0, 2), "9CFFFFFFFFFFFFFFFFFFFFFFFFFFFFFF"},
+      {"to decimal", integer(1), "FF", type(ZVRT_KIND_DECIMAL, 16, 0, 0, 2), "=FFFFFFFFFFFFFFFFFFFFFFFFFFFFFF9C"},
       {"40 digits", text(60), "31 65 33 39", type(ZVRT_KIND_DECIMAL, 16), "", ZVRT_RC_DIGITS_LOST},
       {"41 digits", text(60), "31 65 34 30", integer(8), "", ZVRT_RC_OUT_OF_RANGE},
   };
@@ -183,19 +186,20 @@ TEST_F(Pairs, Texts) {
       {"no room for the terminator", text(8), "41 42 43 44", sz, "", ZVRT_RC_TRUNCATED},
       {"terminated", text(8), "41 42 43", sz, "41 42 43"},
       {"to UTF-16", text(8), "41 F0 9F 98 80", type(ZVRT_KIND_UTF16, 8, ZVRT_TYPE_BIG_ENDIAN), "0041 D83D DE00"},
+      {"to UTF-16LE", text(8), "41 F0 9F 98 80", type(ZVRT_KIND_UTF16, 8, ZVRT_TYPE_LITTLE_ENDIAN), "4100 3DD8 00DE"},
       {"from UTF-16", type(ZVRT_KIND_UTF16, 8, ZVRT_TYPE_BIG_ENDIAN), "00E9 D83D DE00", text(8), "C3 A9 F0 9F 98 80"},
       {"lone surrogate", type(ZVRT_KIND_UTF16, 8, ZVRT_TYPE_BIG_ENDIAN), "D83D 0041", text(8), "",
        ZVRT_RC_UNPAIRED_SURROGATE},
-      {"to wide", text(8), "41 C3 A9", type(ZVRT_KIND_WCHAR, 8), "41000000 E9000000"},
-      {"wide surrogate", type(ZVRT_KIND_WCHAR, 8), "00D80000", text(8), "", ZVRT_RC_UNPAIRED_SURROGATE},
-      {"beyond Unicode", type(ZVRT_KIND_WCHAR, 8), "00001100", text(8), "", ZVRT_RC_INVALID_CODE_POINT},
+      {"to wide", text(8), "41 C3 A9", type(ZVRT_KIND_WCHAR, 8), "=00000041 =000000E9"},
+      {"wide surrogate", type(ZVRT_KIND_WCHAR, 8), "=0000D800", text(8), "", ZVRT_RC_UNPAIRED_SURROGATE},
+      {"beyond Unicode", type(ZVRT_KIND_WCHAR, 8), "=00110000", text(8), "", ZVRT_RC_INVALID_CODE_POINT},
       {"low-values", type(ZVRT_KIND_CHAR, 8, ZVRT_TYPE_LOW_AS_BLANK | ZVRT_TYPE_TRIM), "41 00 42 00", text(8),
        "41 20 42"},
   };
   for (const Case& each : cases) check(each);
   Plan plan;
   ASSERT_EQ(make(text(8), varchar, 0, plan), 0U);
-  EXPECT_EQ(hexadecimal(convert(plan.get(), "abc", 8).slot), "03006162632E2E2E");
+  EXPECT_EQ(hexadecimal(convert(plan.get(), "abc", 8).slot), hexadecimal(bytes("=0003 6162632E2E2E")));
   ASSERT_EQ(make(text(8), with_page(pad(6), 37), 0, plan), 0U);
   EXPECT_EQ(hexadecimal(convert(plan.get(), "a", 6).slot), "814040404040");
   ASSERT_EQ(make(text(8), pad(3), ZVRT_PLAN_CUT_TEXT, plan), 0U);
@@ -380,13 +384,14 @@ TEST_F(Pairs, Dates) {
       {"9999-12-31", days, "002CC0A0"},
       {"1969-12-31 23:59:59.999999", micros, "FFFFFFFFFFFFFFFF"},
       {"1970-01-02 00:00:00.000001", micros, "000000141DD76001"},
-      {"2024-02-29", type(ZVRT_KIND_DATE, 6), "E807 0200 1D00"},
-      {"12:34:56", type(ZVRT_KIND_TIME, 6), "0C00 2200 3800"},
+      {"2024-02-29", type(ZVRT_KIND_DATE, 6), "=07E8 =0002 =001D"},
+      {"12:34:56", type(ZVRT_KIND_TIME, 6), "=000C =0022 =0038"},
       {"2024-02-29 12:34:56.789000", type(ZVRT_KIND_TIMESTAMP, 24),
-       "E807 0200 1D00 0C00 2200 3800 080A0C00 0000000000000000"},
+       "=07E8 =0002 =001D =000C =0022 =0038 =000C0A08 0000000000000000"},
       {"2024-02-29 12:34:56", type(ZVRT_KIND_TIMESTAMP, 24, 0, 0, ZVRT_SCALE_NONE),
-       "E807 0200 1D00 0C00 2200 3800 00000000 0000000000000000"},
-      {"2024-02-29 12:34:56.000000789", type(ZVRT_KIND_CLI_TIMESTAMP, 16), "E807 0200 1D00 0C00 2200 3800 15030000"},
+       "=07E8 =0002 =001D =000C =0022 =0038 00000000 0000000000000000"},
+      {"2024-02-29 12:34:56.000000789", type(ZVRT_KIND_CLI_TIMESTAMP, 16),
+       "=07E8 =0002 =001D =000C =0022 =0038 =00000315"},
       {"2024-02-29", ymd(5), "020240229C"},
   };
   for (const TextCase& each : both) {

@@ -168,8 +168,8 @@ TEST_F(Places, NullsInTheSlot) {
       {type(ZVRT_KIND_CHAR, 3, low), "000000"},
       {type(ZVRT_KIND_CHAR, 3, high), "FFFFFF"},
       {type(ZVRT_KIND_UTF16, 4, blanks | big), "00200020"},
-      {type(ZVRT_KIND_UTF16, 4, zeros), "30003000"},
-      {type(ZVRT_KIND_WCHAR, 8, blanks), "2000000020000000"},
+      {type(ZVRT_KIND_UTF16, 4, zeros), "=0030 =0030"},
+      {type(ZVRT_KIND_WCHAR, 8, blanks), "=00000020 =00000020"},
       {type(ZVRT_KIND_PACKED, 3, blanks), "404040"},
       {with_page(type(ZVRT_KIND_PACKED, 3, blanks), 819), "202020"},
       {type(ZVRT_KIND_PACKED, 3, zeros), "00000C"},
@@ -209,7 +209,7 @@ TEST_F(Places, NullsInTheSlot) {
     ZVRTArray from = array(target.data(), 8);
     set_indicators(from, &indicator);
     EXPECT_EQ(run(plan.get(), from, array(written.data(), 0), 1).nulls, 1);
-    EXPECT_EQ(hexadecimal(written), each.slot);
+    EXPECT_EQ(hexadecimal(written), hexadecimal(slot));
   }
 }
 
@@ -303,7 +303,9 @@ TEST_F(Places, StructuresOfOtherSizes) {
   EXPECT_EQ(ZVRTPlanRun(plan, &from, &to, 1, reinterpret_cast<ZVRTOutcome*>(outcome.data())), ZVRT_RC_OK);
   ZVRTPlanDestroy(plan);
   EXPECT_EQ(text, "42..");
-  EXPECT_EQ(outcome[offsetof(ZVRTOutcome, done)], 1);
+  std::int64_t done = 0;
+  std::memcpy(&done, &outcome[offsetof(ZVRTOutcome, done)], sizeof done);
+  EXPECT_EQ(done, 1);
   EXPECT_EQ(outcome[offsetof(ZVRTOutcome, nulls)], 0xEE);
 }
 

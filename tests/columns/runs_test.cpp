@@ -25,7 +25,7 @@ std::vector<Work> works() {
   const ZVRTType text = type(ZVRT_KIND_CHAR, 26, ZVRT_TYPE_TRIM | ZVRT_TYPE_PAD);
   const ZVRTType number = type(ZVRT_KIND_PACKED, 5, 0, 0, 2);
   const std::string digits = bytes("01 23 45 67 8C"), words = "1234.5                    ";
-  const std::string timestamp = bytes("E807 0200 1D00 0C00 2200 3800 00000000 0000000000000000");
+  const std::string timestamp = bytes("=07E8 =0002 =001D =000C =0022 =0038 00000000 0000000000000000");
   return {
       {with_page(text, 37), text, bytes("C1C2C3") + std::string(23, '\x40')},
       {text, with_page(text, 37), words},

@@ -6,6 +6,7 @@
 #include <random>
 
 #include "columns/one_value.h"
+#include "support/byte_order.h"
 
 using namespace columns_test;
 
@@ -68,7 +69,7 @@ constexpr std::size_t source_bytes = 108, rows_at_once = 7;
 std::string store_text(std::uint32_t kind, std::string_view text) {
   const std::size_t unit = is_wide(kind) ? 4 : 1, before = is_prefixed(kind) ? 2 : 0;
   std::string slot(before, '\0');
-  for (const char c : text) slot.append(1, c).append(unit - 1, '\0');
+  for (const char c : text) slot += zvrt_test::integer_bytes(static_cast<unsigned char>(c), unit);
   const auto bytes = static_cast<std::uint16_t>(slot.size() - before);
   if (before > 0) std::memcpy(slot.data(), &bytes, 2);
   slot.resize(source_bytes, '\0');

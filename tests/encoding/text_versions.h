@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/mman.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -40,12 +41,12 @@ inline std::vector<Version> versions() {
 class Arena {
  public:
   Arena() {
-    void* base = mmap(nullptr, 2 * page + size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    void* base = mmap(nullptr, 2 * page_ + size_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (base == MAP_FAILED) std::abort();
-    begin_ = static_cast<char*>(base) + page;
-    mprotect(begin_, size, PROT_READ | PROT_WRITE);
+    begin_ = static_cast<char*>(base) + page_;
+    mprotect(begin_, size_, PROT_READ | PROT_WRITE);
   }
-  ~Arena() { munmap(begin_ - page, 2 * page + size); }
+  ~Arena() { munmap(begin_ - page_, 2 * page_ + size_); }
   Arena(const Arena&) = delete;
   Arena& operator=(const Arena&) = delete;
 
@@ -53,7 +54,7 @@ class Arena {
   const char* put(const std::string& bytes, std::size_t where) {
     char* at = where % 3 == 0   ? end() - bytes.size()
                : where % 3 == 1 ? begin_
-                                : begin_ + page - std::min(where, bytes.size());
+                                : begin_ + page_ - std::min(where, bytes.size());
     std::memcpy(at, bytes.data(), bytes.size());
     return at;
   }
@@ -71,13 +72,13 @@ class Arena {
   }
 
  private:
-  static constexpr std::size_t page = 4096;
-  static constexpr std::size_t size = 4 * page;
   static constexpr std::size_t margin = 64;
   static constexpr char mark = '\x5A';
 
-  char* end() { return begin_ + size; }
+  char* end() { return begin_ + size_; }
 
+  const std::size_t page_ = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  const std::size_t size_ = 4 * page_;
   char* begin_;
 };
 

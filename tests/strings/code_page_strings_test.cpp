@@ -114,7 +114,7 @@ TEST_F(CodePageStrings, CountedWideText) {
     std::string source;
     std::int32_t given, measured;
   } const rows[] = {{ZVRTCnvWCharToVarcharSz, wide_bytes(text, false), 16, 16},
-                    {ZVRTCnvWVarcharToVarcharSz, std::string("\x10\0", 2) + wide_bytes(text, false), 0, 18}};
+                    {ZVRTCnvWVarcharToVarcharSz, prefix_of(16) + wide_bytes(text, false), 0, 18}};
   for (const auto& row : rows) {
     GuardedBuffer source(row.source.data(), row.source.size()), narrow(6);
     std::int32_t length = row.given;

@@ -1,5 +1,6 @@
 #include "columns/arrow/staged_cells.h"
 
+#include <bit>
 #include <cstring>
 
 #include "ZVRTColumns.h"
@@ -54,11 +55,15 @@ Status stage_bit(const std::byte* values, std::int64_t element, std::byte* cell)
   return ZVRT_RC_OK;
 }
 
-// A 256-bit integer fits into 128 when its upper half repeats the sign of the lower.
+// A 256-bit integer, whose words stand in native order, fits into 128 when its upper half repeats the sign of the lower.
 Status stage_decimal256(const std::byte* element, std::byte* cell) {
-  const auto sign = load<std::int64_t>(element, 1) < 0 ? std::int64_t{-1} : 0;
-  if (load<std::int64_t>(element, 2) != sign || load<std::int64_t>(element, 3) != sign) return ZVRT_RC_DIGITS_LOST;
-  std::memcpy(cell, element, 16);
+  constexpr bool is_little = std::endian::native == std::endian::little;
+  constexpr std::size_t lower = is_little ? 0 : 2, upper = 2 - lower;
+  const auto sign = load<std::int64_t>(element, is_little ? 1 : 2) < 0 ? std::int64_t{-1} : 0;
+  if (load<std::int64_t>(element, upper) != sign || load<std::int64_t>(element, upper + 1) != sign) {
+    return ZVRT_RC_DIGITS_LOST;
+  }
+  std::memcpy(cell, element + lower * 8, 16);
   return ZVRT_RC_OK;
 }
 

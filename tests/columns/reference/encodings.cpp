@@ -58,7 +58,7 @@ Step utf8_step(const std::string& bytes, std::size_t at) {
 
 Step utf16_step(const ZVRTType& type, const std::string& bytes, std::size_t at) {
   const auto unit = [&](std::size_t i) {
-    const bool big = (type.flags & ZVRT_TYPE_BIG_ENDIAN) != 0;
+    const bool big = is_big_endian(type);
     const auto first = static_cast<unsigned char>(bytes[at + 2 * i]),
                second = static_cast<unsigned char>(bytes[at + 2 * i + 1]);
     return static_cast<char32_t>(big ? first << 8 | second : second << 8 | first);
@@ -116,7 +116,7 @@ std::string encode_character(const ZVRTType& type, char32_t c, bool& known) {
   if (unit_of(type.kind) == 2) {
     const char32_t units[] = {c < 0x10000 ? c : 0xD800 + ((c - 0x10000) >> 10), 0xDC00 + ((c - 0x10000) & 0x3FF)};
     for (std::size_t i = 0; i < (c < 0x10000 ? 1U : 2U); ++i) {
-      const bool big = (type.flags & ZVRT_TYPE_BIG_ENDIAN) != 0;
+      const bool big = is_big_endian(type);
       add(big ? units[i] >> 8 & 0xFF : units[i] & 0xFF);
       add(big ? units[i] & 0xFF : units[i] >> 8 & 0xFF);
     }

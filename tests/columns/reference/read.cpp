@@ -19,7 +19,7 @@ mpz_class big_endian(const std::string& bytes) {
   return value;
 }
 std::string in_order(const ZVRTType& type, std::string bytes) {
-  if ((type.flags & ZVRT_TYPE_BIG_ENDIAN) == 0) std::reverse(bytes.begin(), bytes.end());
+  if (!is_big_endian(type)) std::reverse(bytes.begin(), bytes.end());
   return bytes;
 }
 mpz_class signed_integer(const std::string& most_significant_first) {

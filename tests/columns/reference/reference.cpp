@@ -159,7 +159,7 @@ std::string blank_of_slot(const ZVRTType& type) {
 bool is_zeros(const ZVRTType& type, const std::string& slot) {
   if (is_text(type.kind)) {
     ZVRTType plain = type;
-    plain.flags &= ZVRT_TYPE_BIG_ENDIAN;
+    plain.flags &= ZVRT_TYPE_BIG_ENDIAN | ZVRT_TYPE_LITTLE_ENDIAN;
     const Read text = read_text(plain, slot, static_cast<std::int64_t>(slot.size()));
     return text.status == 0 && text.value.text.find_first_not_of(U'0') == std::u32string::npos;
   }

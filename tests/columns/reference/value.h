@@ -1,6 +1,7 @@
 // What a value is, apart from how it is stored.
 #pragma once
 
+#include <bit>
 #include <cstdint>
 #include <string>
 
@@ -25,6 +26,12 @@ struct Value {
   std::int64_t nanoseconds = 0;  // of the day
   bool has_date = false, has_time = false;
 };
+
+// How the bytes of numbers and of UTF-16 stand, where a type does not say it: as the machine's.
+inline constexpr bool native_big = std::endian::native == std::endian::big;
+inline bool is_big_endian(const ZVRTType& type) {
+  return native_big ? (type.flags & ZVRT_TYPE_LITTLE_ENDIAN) == 0 : (type.flags & ZVRT_TYPE_BIG_ENDIAN) != 0;
+}
 
 struct Read {
   std::uint32_t status = 0;

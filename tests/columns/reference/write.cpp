@@ -29,7 +29,7 @@ std::string integer_bytes(const ZVRTType& type, mpz_class value, std::size_t siz
     bytes += static_cast<char>(mpz_class(value % 256).get_ui());
     value /= 256;
   }
-  if ((type.flags & ZVRT_TYPE_BIG_ENDIAN) != 0) std::reverse(bytes.begin(), bytes.end());
+  if (is_big_endian(type)) std::reverse(bytes.begin(), bytes.end());
   return bytes;
 }
 
@@ -150,7 +150,7 @@ Status write_float(const ZVRTType& type, std::uint32_t options, const Value& val
     if ((options & ZVRT_PLAN_EXACT_FLOAT) != 0 && !(back == origin(value))) return ZVRT_RC_INEXACT_FLOAT;
   }
   std::memcpy(slot.data(), &nearest, sizeof nearest);
-  if ((type.flags & ZVRT_TYPE_BIG_ENDIAN) != 0) std::reverse(slot.begin(), slot.end());
+  if (is_big_endian(type) != native_big) std::reverse(slot.begin(), slot.end());
   return 0;
 }
 
@@ -203,7 +203,9 @@ Status write_number(const ZVRTType& type, std::uint32_t options, const Value& va
       record.precision = static_cast<std::uint8_t>(precision);
       record.scale = static_cast<std::int8_t>(type.scale);
       record.sign = number->digits < 0 ? 0 : 1;
-      const std::string bytes = integer_bytes(ZVRTType{}, mpz_class(abs(number->digits)), 16);
+      ZVRTType little{};
+      little.flags = ZVRT_TYPE_LITTLE_ENDIAN;
+      const std::string bytes = integer_bytes(little, mpz_class(abs(number->digits)), 16);
       std::memcpy(record.value, bytes.data(), 16);
       std::memcpy(slot.data(), &record, sizeof record);
       return 0;

@@ -3,6 +3,7 @@
 //
 // A register of bytes, or of units, is tested as a whole. Bytes 01 to 7F are those that have no bit 80, neither as they are
 // nor less one; a zero borrows from its neighbour, and that is at the latest where it shows.
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
@@ -28,30 +29,36 @@ void copy_eight(const char* src, char* dst) {
   for (std::size_t i = 0; i < 8; ++i) store(dst, i, static_cast<To>(load<From>(src, i)));
 }
 
+// Steps of eight from the front while they go. The last one ends with the text, and so begins within the one before it.
+template <class Step>
+[[gnu::always_inline]] inline std::size_t by_eights(std::size_t count, Step step) {
+  std::size_t done = 0;
+  for (; count - done >= 8; done += 8) {
+    if (!step(done)) return done;
+  }
+  return done != 0 && done != count && step(count - 8) ? count : done;
+}
+
 struct Ascii {
-  template <class Source>
-  [[gnu::always_inline]] static std::size_t widen(const char* src, Source source, std::size_t read, char* dst,
+  [[gnu::always_inline]] static std::size_t widen(const char* src, Counted source, std::size_t read, char* dst,
                                                   std::size_t capacity) {
-    std::size_t done = 0;
-    for (; capacity - done >= 8 && source.has(read + done, 8); done += 8) {
-      if (beyond(load<std::uint64_t>(src + done), each_byte, each_byte * 0x80) != 0) break;
-      copy_eight<Wide, std::uint8_t>(src + done, dst + done * 4);
-    }
-    return done;
+    return by_eights(std::min(source.count - read, capacity), [&](std::size_t at) {
+      if (beyond(load<std::uint64_t>(src + at), each_byte, each_byte * 0x80) != 0) return false;
+      copy_eight<Wide, std::uint8_t>(src + at, dst + at * 4);
+      return true;
+    });
   }
 
-  template <class Source>
-  [[gnu::always_inline]] static std::size_t narrow(const char* src, Source source, std::size_t read, char* dst,
+  [[gnu::always_inline]] static std::size_t narrow(const char* src, Counted source, std::size_t read, char* dst,
                                                    std::size_t capacity) {
-    std::size_t done = 0;
-    for (; capacity - done >= 8 && source.has(read + done, 8); done += 8) {
+    return by_eights(std::min(source.count - read, capacity), [&](std::size_t at) {
       std::uint64_t others = 0;
       for (std::size_t pair = 0; pair < 4; ++pair)
-        others |= beyond(load<std::uint64_t>(src + done * 4, pair), each_wide, each_wide * 0xFFFFFF80);
-      if (others != 0) break;
-      copy_eight<std::uint8_t, Wide>(src + done * 4, dst + done);
-    }
-    return done;
+        others |= beyond(load<std::uint64_t>(src + at * 4, pair), each_wide, each_wide * 0xFFFFFF80);
+      if (others != 0) return false;
+      copy_eight<std::uint8_t, Wide>(src + at * 4, dst + at);
+      return true;
+    });
   }
 };
 
