@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <functional>
 #include <map>
 #include <set>
 #include <unordered_map>
@@ -26,6 +27,18 @@ std::vector<const Item*> tables_around(const Item& item) {
   std::reverse(tables.begin(), tables.end());
   return tables;
 }
+
+// An item by its subscripts.
+using Occurrence = std::pair<const Item*, std::vector<std::size_t>>;
+
+// The order of a vector's own `<` is not asked: on big-endian machines libstdc++ 12 compares the leading bytes of unsigned
+// integers only.
+struct Before {
+  bool operator()(const Occurrence& one, const Occurrence& other) const {
+    if (one.first != other.first) return std::less<>{}(one.first, other.first);
+    return std::lexicographical_compare(one.second.begin(), one.second.end(), other.second.begin(), other.second.end());
+  }
+};
 
 class ColumnMaker {
  public:
@@ -294,7 +307,7 @@ class ColumnMaker {
   std::set<const Item*> chosen_;
   std::unordered_map<const Item*, bool> worth_visiting_;
   std::set<const Item*> indicator_items_;
-  std::map<std::pair<const Item*, std::vector<std::size_t>>, std::size_t> places_of_indicators_;
+  std::map<Occurrence, std::size_t, Before> places_of_indicators_;
 };
 
 }  // namespace
