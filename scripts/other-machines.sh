@@ -3,7 +3,7 @@
 # takes first. Ends with a line per machine; the exit status is 1 where something failed.
 #   other-machines.sh [--clang] [--prepare] [aarch64|s390x]... [-- CTEST-ARGUMENTS]
 # Both machines where none is named. --clang builds by clang, in folders of its own; --prepare only installs and fetches
-# the target's libraries. On two cores it takes 25 minutes per machine and 4 GB in build/.
+# the target's libraries. Emulation is slow: on two cores that had other work as well, s390x took 75 minutes.
 set -uo pipefail
 cd "$(dirname "$0")/.." || exit 2
 usage() { sed -n '2,6s/^# \{0,1\}//p' "$0" >&2; exit 2; }
