@@ -260,7 +260,7 @@ ZVRTType any_type_of(std::uint32_t kind, Random& random) {
     const bool prefixed = kind == ZVRT_KIND_VARCHAR || kind == ZVRT_KIND_WVARCHAR;
     type.length = unit * (1 + below(40, random)) + (prefixed ? 2 : 0);
     if (!prefixed && one_in(16, random)) type.length = 0;
-    if (unit == 1) type.codePage = any_of<std::uint32_t>({0, 0, 37, 37, 1252, 1208, 874}, random);
+    if (unit == 1) type.codePage = any_of<std::uint32_t>({0, 0, 0, 37, 37, 37, 1252, 1208, 874, 932, 930}, random);
     maybe(3, ZVRT_TYPE_TRIM);
     maybe(6, ZVRT_TYPE_TRIM | ZVRT_TYPE_TRIM_LEFT);
     maybe(12, ZVRT_TYPE_TRIM | ZVRT_TYPE_TRIM_WIDE);

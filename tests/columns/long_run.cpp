@@ -23,6 +23,7 @@ int main(int count, char** arguments) {
     if (difference.empty()) continue;
     ++differences;
     std::printf("seed %llu: %s\n", static_cast<unsigned long long>(seed), difference.c_str());
+    std::fflush(stdout);
   }
   std::printf("plans, part %llu: %llu cases, %llu failures, seeds to %llu\n",
               static_cast<unsigned long long>(first_seed), static_cast<unsigned long long>(compared),

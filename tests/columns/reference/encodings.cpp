@@ -14,6 +14,7 @@ namespace {
 using zvrt_test::IcuReference;
 
 constexpr char32_t replacement = 0xFFFD;
+constexpr char shift_out = '\x0E', shift_in = '\x0F';
 
 const IcuReference& page_of(const ZVRTType& type) {
   static std::map<std::pair<std::uint32_t, char>, std::unique_ptr<IcuReference>> pages;
@@ -25,6 +26,33 @@ const IcuReference& page_of(const ZVRTType& type) {
     page = std::make_unique<IcuReference>(found->icu);
   }
   return *page;
+}
+
+// A page whose characters of two bytes stand between shifts.
+bool has_shifts(const ZVRTType& type) { return page_of(type).encode(U"\u3042").value_or("").starts_with(shift_out); }
+
+// Character by character, by the fewest bytes that are one; what is none becomes U+FFFD.
+std::u32string decode_mending(const ZVRTType& type, const std::string& bytes) {
+  std::u32string text;
+  const bool shifts = has_shifts(type);
+  bool shifted = false;
+  for (std::size_t at = 0; at < bytes.size();) {
+    if (shifts && (bytes[at] == shift_out || bytes[at] == shift_in)) {
+      shifted = bytes[at++] == shift_out;
+      continue;
+    }
+    const std::size_t left = bytes.size() - at;
+    std::u32string found;
+    std::size_t size = 1;
+    for (; size <= std::min<std::size_t>(left, 4); ++size) {
+      found = page_of(type).decode((shifted ? std::string(1, shift_out) : "") + bytes.substr(at, size)).value_or(U"");
+      if (!found.empty()) break;
+    }
+    if (found.empty()) size = shifted ? std::min<std::size_t>(left, 2) : 1;
+    text += found.empty() ? std::u32string(1, replacement) : found;
+    at += size;
+  }
+  return text;
 }
 
 // One step of decoding: the bytes taken, and the character or why there is none.
@@ -92,9 +120,7 @@ Read decode(const ZVRTType& type, const std::string& bytes, bool substitutes) {
     const std::optional<std::u32string> text = page_of(type).decode(bytes);
     if (text) result.value.text = *text;
     if (!text && !substitutes) result.status = ZVRT_RC_MALFORMED_TEXT;
-    for (std::size_t i = 0; !text && substitutes && i < bytes.size(); ++i) {
-      result.value.text += page_of(type).decode(bytes.substr(i, 1)).value_or(std::u32string(1, replacement));
-    }
+    if (!text && substitutes) result.value.text = decode_mending(type, bytes);
     return result;
   }
   for (std::size_t at = 0; at < bytes.size();) {
@@ -193,13 +219,19 @@ Read read_text(const ZVRTType& type, const std::string& slot, std::optional<std:
 
 Encoded encode(const ZVRTType& type, const std::u32string& text, bool substitutes, std::optional<std::size_t> limit) {
   Encoded result;
-  for (const char32_t character : text) {
+  const bool shifts = unit_of(type.kind) == 1 && !is_utf8(type) && has_shifts(type);
+  std::u32string kept;
+  for (char32_t character : text) {
     bool known = false;
     std::string bytes = encode_character(type, character, known);
     if (!known && !substitutes) return {ZVRT_RC_NOT_IN_CODE_PAGE};
-    if (!known) bytes = encode_character(type, 0x1A, known);
-    if (limit && result.bytes.size() + bytes.size() > *limit) break;
-    result.bytes += bytes;
+    if (!known) character = 0x1A;
+    if (!known) bytes = encode_character(type, character, known);
+    kept += character;
+    // Between shifts, and after the last one, a text is more than its characters.
+    bytes = shifts ? page_of(type).encode(kept).value_or("") : result.bytes + bytes;
+    if (limit && bytes.size() > *limit) break;
+    result.bytes = bytes;
   }
   result.blank = blank_of(type);
   return result;
