@@ -23,9 +23,9 @@
  * | `WVarchar`   | 16-bit length prefix, then wide characters (byte 2) | the prefix, in bytes: 4 per character | none             |
  * | `WVarcharSz` | wide characters                                     | the first zero character              | a zero character |
  *
- * A wide character is 32 bits, one UTF-32 code unit in native byte order. A length prefix is a signed 16-bit number in
- * native byte order: it counts at most 32767 bytes. Narrow text is UTF-8 unless a field descriptor names another code
- * page.
+ * A wide character is one UTF-32 code unit of 32 bits, a length prefix a signed 16-bit number: at most 32767 bytes. They
+ * and all binary values are in native byte order, on s390x big endian; packed decimal and VARNUM are the same everywhere.
+ * Narrow text is UTF-8 unless a field descriptor names another code page.
  */
 #ifndef ZVRT_DATA_CNV_LIB_H
 #define ZVRT_DATA_CNV_LIB_H
