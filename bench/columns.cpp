@@ -22,7 +22,6 @@ enum Timed { single_calls, whole, by_blocks, short_runs, timed_count };
 struct Outcome {
   const Comparison* set;
   double nanoseconds[timed_count];
-  std::vector<double> peers;
 
   double gain(Timed of) const { return nanoseconds[single_calls] / nanoseconds[of]; }
 };
@@ -53,13 +52,12 @@ class Timing {
 
   Outcome run() {
     if (set_.is_compared) require_same_results();
-    Outcome outcome{&set_, {}, std::vector<double>(set_.peers.size(), std::numeric_limits<double>::infinity())};
+    Outcome outcome{&set_, {}};
     std::fill_n(outcome.nanoseconds, static_cast<std::size_t>(timed_count), std::numeric_limits<double>::infinity());
     for (int pass = 0; pass < passes; ++pass) {
       for (int which = 0; which < timed_count; ++which) {
         take_least(outcome.nanoseconds[which], [&] { run_once(static_cast<Timed>(which), target_); });
       }
-      for (std::size_t i = 0; i < set_.peers.size(); ++i) take_least(outcome.peers[i], set_.peers[i].run);
     }
     return outcome;
   }
@@ -148,14 +146,6 @@ void print(const std::vector<Outcome>& outcomes) {
                   outcome.gain(by_blocks), outcome.gain(short_runs), outcome.set->at_least, missed ? "missed" : "");
     }
   }
-  std::puts("\n| conversion | values | plan, ns | peer | its ns | ratio |\n|---|---|---:|---|---:|---:|");
-  for (const Outcome& outcome : outcomes) {
-    for (std::size_t i = 0; i < outcome.peers.size(); ++i) {
-      std::printf("| %s | %s | %.2f | %s | %.2f | %.2f |\n", outcome.set->conversion.c_str(),
-                  outcome.set->values.c_str(), outcome.nanoseconds[whole], outcome.set->peers[i].name.c_str(),
-                  outcome.peers[i], outcome.nanoseconds[whole] / outcome.peers[i]);
-    }
-  }
 }
 
 }  // namespace
@@ -169,7 +159,7 @@ int main(int argc, char** argv) {
     return EXIT_FAILURE;
   }
   std::vector<zvrt_bench::Comparison> sets;
-  for (auto* const some : {zvrt_bench::hot_sets, zvrt_bench::block_sets, zvrt_bench::single_call_sets}) {
+  for (auto* const some : {zvrt_bench::hot_sets, zvrt_bench::block_sets}) {
     for (zvrt_bench::Comparison& set : some()) {
       if (set.conversion.find(wanted) != std::string::npos) sets.push_back(std::move(set));
     }

@@ -41,11 +41,6 @@ struct Target {
 // Converts `count` rows from `first` on into the first slots of the target.
 using Loop = std::function<void(const Column&, std::int64_t first, std::int64_t count, Target&)>;
 
-struct Peer {
-  std::string name;
-  std::function<void()> run;
-};
-
 struct Comparison {
   std::string conversion;  // rows of one conversion are counted together
   std::string values;
@@ -56,7 +51,6 @@ struct Comparison {
   Column column;
   Loop single_calls;
   bool is_compared = true;  // false where the plan writes a form of its own
-  std::vector<Peer> peers{};
 };
 
 // The loop over one value's calls: `convert(value, bytes, slot)` returns the bytes of the result.
@@ -73,6 +67,5 @@ Loop each_value(Convert convert) {
 
 std::vector<Comparison> hot_sets();
 std::vector<Comparison> block_sets();
-std::vector<Comparison> single_call_sets();
 
 }  // namespace zvrt_bench

@@ -288,6 +288,4 @@ std::vector<Comparison> block_sets() {
   return sets;
 }
 
-std::vector<Comparison> single_call_sets() { return {}; }
-
 }  // namespace zvrt_bench

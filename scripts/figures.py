@@ -4,9 +4,10 @@
     SCRIPT | scripts/figures.py record NAME [LABEL]   takes a script's output into docs/figures/NAME.csv and shows it
     scripts/figures.py render [--check]               writes the tables of the documents; with --check compares them
 
-NAME is bench-avx512, bench-avx2, bench-sse41, bench-baseline (scripts/bench.sh), instructions (scripts/instructions.sh), fuzz
-(scripts/fuzz.sh), sweeps (scripts/sweeps.sh), coverage (scripts/coverage.sh), mutation (scripts/mutate.py; LABEL tells
-the sample) or python (bench/python.py). New rows take the place of those with the same key; of an operation of the benchmarks all rows go. A
+NAME is bench-avx512, bench-avx2, bench-sse41, bench-baseline (scripts/bench.sh), columns-avx512 and its like
+(scripts/bench.sh columns), instructions (scripts/instructions.sh), fuzz (scripts/fuzz.sh), sweeps (scripts/sweeps.sh), coverage
+(scripts/coverage.sh), mutation (scripts/mutate.py; LABEL tells the sample) or python (bench/python.py). New rows take the place
+of those with the same key; of an operation of the benchmarks all rows go. A
 document has a table between `<!-- figures: NAME -->` and `<!-- end of figures -->`.
 """
 import csv
@@ -21,6 +22,11 @@ LEVELS = {"avx512": "AVX-512", "avx2": "AVX2", "sse41": "SSE4.1", "baseline": "S
 # Of each file: its columns, how many of them are the key, and the line of output that is a row.
 BENCH = (("operation", "values", "ours_ns", "peer", "peer_ns", "ratio", "at_most"), 1,
          r"\| ([^|]+) \| ([^|]+) \| ([\d.]+) \| ([^|]+) \| ([\d.]+) \| ([\d.]+) \| ([\d.]+|-) \| [^|]*\|")
+COLUMNS = (("conversion", "values", "single_ns", "plan_ns", "gain", "blocks", "runs_of_32", "at_least"), 2,
+           r"\| ([^|]+) \| ([^|]+) \|" + r" ([\d.]+) \|" * 6 + r" [^|]*\|")
+# What the overview has of the columns.
+HOT = ("packed to int64", "packed to double", "UTF-8 to int64", "page 37 to UTF-8", "UTF-8 to page 37, padded", "page 37 to wide",
+       "timestamp to UTF-8", "timestamp to wide", "UTF-8 to timestamp")
 FILES = {
     "instructions": (("function", "value", "instructions"), 2, r"\| (\w+) \| ([^|]+) \| (\d+) \|"),
     "fuzz": (("configuration", "target", "executions", "outcome"), 2, r"(fuzz\S*) +(\S+) +(\d+) executions, .*: (.*)"),
@@ -29,7 +35,7 @@ FILES = {
     "mutation": (("sample", "killed", "mutants"), 1, r"(?P<label>)(\d+) of (\d+) killed, .*"),
     "python": (("measure", "ours", "unit", "peer", "peers", "ratio"), 1,
                r"\| ([^|]+) \| ([\d.e+-]+) \| ([^|]+) \| ([^|]+) \| ([\d.e+-]+) \| ([\d.]+) \|"),
-} | {f"bench-{level}": BENCH for level in LEVELS}
+} | {f"bench-{level}": BENCH for level in LEVELS} | {f"columns-{level}": COLUMNS for level in LEVELS}
 
 
 def read(name: str) -> list[dict[str, str]]:
@@ -96,6 +102,37 @@ def bench_table() -> str:
     return text
 
 
+def gain_cell(rows: list[dict[str, str]], conversion: str) -> str:
+    gains = [float(row["gain"]) for row in rows if row["conversion"] == conversion]
+    return f"{statistics.median(gains):.1f}" if gains else ""
+
+
+def columns_table() -> str:
+    """Every set of the columns, those below their figure first."""
+    levels = {level: read(f"columns-{level}") for level in LEVELS}
+    missed = lambda row: float(row["gain"]) < float(row["at_least"])
+    text = ""
+    for level, rows in levels.items():
+        if not rows:
+            continue
+        text += f"With the kernels for {LEVELS[level]}:\n\n"
+        text += "| Conversion | Values | single calls, ns | plan, ns | gain | in runs of 32 | by blocks | at least |\n"
+        text += "|---|---|---:|---:|---:|---:|---:|---:|\n"
+        for row in sorted(rows, key=missed, reverse=True):
+            text += (f"| {row['conversion']} | {row['values']} | {float(row['single_ns']):.1f} | {float(row['plan_ns']):.1f} | {row['gain']} | "
+                     f"{row['runs_of_32']} | {row['blocks']} | {row['at_least']}{', missed' if missed(row) else ''} |\n")
+        text += "\n"
+    return text.rstrip("\n") + "\n"
+
+
+def gains_table() -> str:
+    levels = {level: rows for level in LEVELS if (rows := read(f"columns-{level}"))}
+    text = "| Column |" + "".join(f" gain, {LEVELS[level]} |" for level in levels) + "\n|---|" + "---:|" * len(levels) + "\n"
+    for conversion in HOT:
+        text += f"| {conversion} | " + " | ".join(gain_cell(rows, conversion) for rows in levels.values()) + " |\n"
+    return text
+
+
 def robustness_table() -> str:
     number = lambda value: f"{int(value):,}"
     text = "| Run | Extent | Outcome |\n|---|---|---|\n"
@@ -123,8 +160,10 @@ def python_table() -> str:
 
 
 def render(check: bool) -> int:
-    tables, outdated = {"bench": bench_table, "robustness": robustness_table, "python": python_table}, 0
-    for path in sorted((ROOT / "docs").glob("*.md")):
+    tables = {"bench": bench_table, "robustness": robustness_table, "python": python_table, "columns": columns_table,
+              "gains": gains_table}
+    outdated = 0
+    for path in [ROOT / "README.md", *sorted((ROOT / "docs").glob("*.md"))]:
         text = path.read_text()
         wanted = re.sub(r"(<!-- figures: (\w+) -->\n)(?:(?!<!-- end).*\n)*(<!-- end of figures -->)",
                         lambda match: f"{match[1]}\n{tables[match[2]]()}\n{match[3]}", text)
