@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "columns/short_numbers.h"
+#include "numeric/integer/integers.h"
 #include "support/wraps.h"
 
 namespace zvrt::columns {
@@ -78,11 +79,29 @@ struct Sink {
   }
 };
 
+// Terminated wide text with room for the longest of the values is what the kernels for single values write, but for
+// zero, which they leave out.
+bool suits_kernel(const TextSlot& place, std::int64_t value, std::int32_t scale) {
+  constexpr std::int32_t longest = 20;
+  return scale == 0 && value != 0 && place.is_terminated && place.capacity >= longest * std::int32_t{sizeof(Wide)};
+}
+std::int64_t put_by_kernel(const TextSlot& place, std::int64_t value, std::byte* slot) {
+  std::uint32_t length = 0;
+  const std::int32_t room = place.capacity + std::int32_t{sizeof(Wide)};
+  integers.render[type_index<std::int64_t>](&value, nullptr, slot, room, &length, nullptr);
+  return std::int64_t{length} * std::int64_t{sizeof(Wide)};
+}
+
 template <class Unit>
 std::int32_t write_units(const Type& to, const Rows& rows, const ShortNumbers& numbers) {
   const Sink<Unit> sink(to);
   for (std::int32_t i = 0; i < rows.count; ++i) {
-    rows.lengths[i] = sink.put(rows.target + i * rows.target_stride, numbers.value[i], numbers.scale[i]);
+    std::byte* const slot = rows.target + i * rows.target_stride;
+    if (sizeof(Unit) == sizeof(Wide) && suits_kernel(sink.place, numbers.value[i], numbers.scale[i])) {
+      rows.lengths[i] = put_by_kernel(sink.place, numbers.value[i], slot);
+      continue;
+    }
+    rows.lengths[i] = sink.put(slot, numbers.value[i], numbers.scale[i]);
     if (rows.lengths[i] < 0) return i;
   }
   return rows.count;
