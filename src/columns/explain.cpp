@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <memory>
+#include <new>
 
 #include "columns/arena.h"
 #include "columns/plan.h"
@@ -160,16 +162,18 @@ void locate(const ZVRTPlan& plan, const Value& value, const Fault& fault, ZVRTPr
 
 // Runs the value through the plan's path into a slot of our own.
 Status convert_value(const ZVRTPlan& plan, const Value& value, ZVRTProblem& problem) {
-  Arena arena;
-  std::byte* const slot = arena.take_large(static_cast<std::size_t>(std::max(plan.to.type.length, 1)));
+  // Not in the arena, which steps may reset.
+  const auto slot_bytes = static_cast<std::size_t>(std::max(plan.to.type.length, 1));
+  const std::unique_ptr<std::byte[]> slot(new (std::nothrow) std::byte[slot_bytes]);
   if (slot == nullptr) return ZVRT_RC_NO_MEMORY;
+  Arena arena;
   Block block(arena);
   Fault fault;
   block.fault = &fault;
   block.count = 1;
   block.status[0] = ZVRT_RC_OK;
   block.source[0] = value;
-  block.slot[0] = slot;
+  block.slot[0] = slot.get();
   block.length[0] = 0;
   convert_block(plan, block);
   if (block.failure != ZVRT_RC_OK) return block.failure;
