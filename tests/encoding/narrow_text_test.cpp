@@ -19,7 +19,7 @@ TEST(NarrowText, AServiceThatTellsWhatItWroteIsNotAskedAgain) {
   constexpr std::size_t converts = 3;  // after the two blocks and the converter
   for (const std::uint32_t reported : {1U, 2U, 3U}) {
     platform.reset();
-    platform.failures[converts] = ZVRT_RC_TRUNCATED;
+    platform.failing = {{"ZVRT_IcuWideToMultibyte", ZVRT_RC_TRUNCATED}};
     platform.reported = reported;
     unsigned char dst[4] = {};
     std::uint32_t out_len = 99;
