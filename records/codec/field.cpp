@@ -9,6 +9,7 @@
 #include <cwchar>
 
 #include "records/files/failure.h"
+#include "records/layout/ddl.h"
 
 namespace zvrt::records {
 namespace {
@@ -68,6 +69,7 @@ Status convert_one(const ZVRTPlan& plan, const char* from, const std::int32_t* l
 
 Field::Field(const Column& column, const CodecOptions& options) : column_(column) {
   table_column_.name = column.name;
+  table_column_.sql_type = postgresql_type(column);
   make_types(options);
   if (!single_) {
     decode_ = make_plan(reads_, text_, column.field);

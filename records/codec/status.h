@@ -24,6 +24,7 @@ enum RecordStatus : Status {
   rx_surplus_row,
   rx_two_meanings,
   rx_bytes,
+  rx_table,
 };
 
 std::string name_of(Status status);

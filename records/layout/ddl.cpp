@@ -55,7 +55,7 @@ std::string text_type(const Item& item) {
 
 std::string postgresql_type(const Column& column) {
   const Item& item = *column.item;
-  if (item.notes.date) return "text";
+  if (item.notes.date) return item.notes.table_date ? "text" : "date";
   if (item.notes.number) return "numeric";
   if (item.usage == Usage::comp_1) return "real";
   if (item.usage == Usage::comp_2 || item.picture.category == Category::external_float) return "double precision";

@@ -17,6 +17,10 @@ std::unique_ptr<TableReader> open_sqlite(const TableName& name, const std::vecto
                                          const TableOptions& options);
 std::unique_ptr<TableWriter> make_sqlite(const TableName& name, const std::vector<TableColumn>& columns,
                                          Existing existing, const TableWriter* beside);
+std::unique_ptr<TableReader> open_odbc(const TableName& name, const std::vector<TableColumn>& columns,
+                                       const TableOptions& options);
+std::unique_ptr<TableWriter> make_odbc(const TableName& name, const std::vector<TableColumn>& columns,
+                                       const TableOptions& options, Existing existing, const TableWriter* beside);
 
 }  // namespace zvrt::records
 

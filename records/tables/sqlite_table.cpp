@@ -189,7 +189,7 @@ class SqliteReader final : public TableReader {
 }  // namespace
 
 // The database that tables are written into, in one transaction; the last of its writers ends it.
-class SqliteTarget {
+class SqliteTarget final : public SharedDatabase {
  public:
   explicit SqliteTarget(const std::string& file)
       : made_(made_anew(file)), database_(made_ ? made_->temporary() : file, SQLITE_OPEN_READWRITE, file) {
@@ -269,7 +269,7 @@ class SqliteWriter final : public TableWriter {
     target_->finish();
   }
   void commit() override { target_->commit(); }
-  std::shared_ptr<SqliteTarget> database() const override { return target_; }
+  std::shared_ptr<SharedDatabase> database() const override { return target_; }
 
  private:
   void bind(std::size_t column, const CellColumn& cells, std::size_t row) {
@@ -315,7 +315,9 @@ class SqliteWriter final : public TableWriter {
   Statement insert_;
 };
 
-const char* affinity(TableColumn::Type type) {
+}  // namespace
+
+const char* sqlite_type(TableColumn::Type type) {
   switch (type) {
     case TableColumn::Type::integer: return "INTEGER";
     case TableColumn::Type::real: return "REAL";
@@ -326,13 +328,14 @@ const char* affinity(TableColumn::Type type) {
   return "TEXT";  // of a decimal too: a column of another kind would make a binary fraction of it
 }
 
-}  // namespace
-
 std::string create_statement(const std::string& table, const std::vector<TableColumn>& columns) {
   return fmt::format("CREATE TABLE {} (\n  {}\n)", sql_name(table), [&] {
     std::string text;
     for (const TableColumn& column : columns)
-      text.append(text.empty() ? "" : ",\n  ").append(sql_name(column.name)).append(" ").append(affinity(column.type));
+      text.append(text.empty() ? "" : ",\n  ")
+          .append(sql_name(column.name))
+          .append(" ")
+          .append(sqlite_type(column.type));
     return text;
   }());
 }
@@ -346,7 +349,8 @@ std::unique_ptr<TableReader> open_sqlite(const TableName& name, const std::vecto
 std::unique_ptr<TableWriter> make_sqlite(const TableName& name, const std::vector<TableColumn>& columns,
                                          Existing existing, const TableWriter* beside) {
   if (name.table.empty()) throw Failure(name.file + ": --table is needed for an SQLite database");
-  auto target = beside != nullptr ? beside->database() : std::make_shared<SqliteTarget>(name.file);
+  auto target = beside != nullptr ? std::static_pointer_cast<SqliteTarget>(beside->database())
+                                  : std::make_shared<SqliteTarget>(name.file);
   return std::make_unique<SqliteWriter>(name, columns, existing, std::move(target));
 }
 

@@ -4,6 +4,7 @@
 
 #include "records/files/failure.h"
 #include "records/tables/formats.h"
+#include "records/tables/odbc_table_secrets.h"
 
 namespace zvrt::records {
 namespace {
@@ -44,9 +45,14 @@ CellColumn CellBlock::column(std::size_t index) const {
 }
 
 TableName::Kind TableName::kind() const {
+  if (file.starts_with(odbc_prefix)) return Kind::odbc;
   if (file == "-" || ends_in(file, ".csv")) return Kind::csv;
   if (ends_in(file, ".jsonl")) return Kind::json_lines;
   return Kind::sqlite;
+}
+
+std::string TableName::shown() const {
+  return kind() == Kind::odbc ? shown_connection(std::string_view(file).substr(odbc_prefix.size())) : file;
 }
 
 std::unique_ptr<TableReader> open_table(const TableName& name, const std::vector<TableColumn>& columns,
@@ -54,6 +60,7 @@ std::unique_ptr<TableReader> open_table(const TableName& name, const std::vector
   switch (name.kind()) {
     case TableName::Kind::csv: return open_csv(name.file, columns, options);
     case TableName::Kind::json_lines: return open_json_lines(name.file, columns);
+    case TableName::Kind::odbc: return open_odbc(name, columns, options);
     case TableName::Kind::sqlite: break;
   }
   return open_sqlite(name, columns, options);
@@ -64,6 +71,7 @@ std::unique_ptr<TableWriter> make_table(const TableName& name, const std::vector
   switch (name.kind()) {
     case TableName::Kind::csv: return make_csv(name.file, columns, options, existing);
     case TableName::Kind::json_lines: return make_json_lines(name.file, columns, existing);
+    case TableName::Kind::odbc: return make_odbc(name, columns, options, existing, beside);
     case TableName::Kind::sqlite: break;
   }
   return make_sqlite(name, columns, existing, beside);

@@ -20,6 +20,7 @@
 namespace zvrt::records {
 
 constexpr std::int32_t null_cell = -1;
+inline constexpr std::string_view odbc_prefix = "odbc:";  // of a table name: a connection string follows
 
 struct TableColumn {
   enum class Type {
@@ -31,7 +32,8 @@ struct TableColumn {
   };
   std::string name;
   Type type = Type::text;
-  bool may_lack = false;  // reading: a table without it has nulls there
+  bool may_lack = false;      // reading: a table without it has nulls there
+  std::string sql_type = {};  // for a table made over ODBC: a type of standard SQL; none: by `type`
 };
 
 struct CellColumn {
@@ -52,7 +54,22 @@ struct RowBlock {
   std::vector<std::uint32_t> rows;  // those to write
 };
 
-class SqliteTarget;
+// A row that a table refused: its index in the block's columns, and why.
+struct RefusedRow {
+  std::uint32_t row = 0;
+  std::string column;  // that is to blame, where that is known
+  std::uint32_t status = 0;
+  std::string why;
+};
+
+// What the tables of one database share while they are written.
+class SharedDatabase {
+ public:
+  SharedDatabase() = default;
+  SharedDatabase(const SharedDatabase&) = delete;
+  SharedDatabase& operator=(const SharedDatabase&) = delete;
+  virtual ~SharedDatabase() = default;
+};
 
 class TableWriter {
  public:
@@ -67,11 +84,13 @@ class TableWriter {
   // Rows of such a table that were formatted before.
   virtual void write_text(std::string_view /*text*/) {}
   virtual void write(const RowBlock& rows) = 0;
+  // Those of the rows of the last write() that the table does not hold.
+  virtual std::vector<RefusedRow> refused() const { return {}; }
   // Everything is on the disk but for commit(), after which the table stands in its place.
   virtual void finish() = 0;
   virtual void commit() = 0;
   // What further tables of the same database share: one transaction, so that all of them come or none.
-  virtual std::shared_ptr<SqliteTarget> database() const { return nullptr; }
+  virtual std::shared_ptr<SharedDatabase> database() const { return nullptr; }
 };
 
 // Cells of some rows, in memory of their own.
@@ -114,15 +133,20 @@ struct TableOptions {
   char delimiter = ',';
   std::optional<std::string> null_text;  // CSV: a cell without quotes of this text is null; else an empty one
   bool byte_order_mark = false;          // CSV: written; one that stands there is always skipped
-  std::string order_by;                  // SQLite, reading: a column
+  std::string order_by;                  // a database, reading: a column
+  bool create = false;                   // ODBC: a table that is not there is made
 };
 
-// What a file name says: `.csv` or `-`, `.jsonl`, else an SQLite database, in which `table` is looked for.
+// What a file name says: `odbc:` and a connection string, `.csv` or `-`, `.jsonl`, else an SQLite database; `table` is
+// looked for in the database.
 struct TableName {
-  enum class Kind { csv, json_lines, sqlite };
+  enum class Kind { csv, json_lines, sqlite, odbc };
   std::string file;
   std::string table;
   Kind kind() const;
+  bool is_in_database() const { return kind() == Kind::sqlite || kind() == Kind::odbc; }
+  // For messages: of a connection string only what is no secret.
+  std::string shown() const;
 };
 
 std::unique_ptr<TableReader> open_table(const TableName& name, const std::vector<TableColumn>& columns,
@@ -130,7 +154,8 @@ std::unique_ptr<TableReader> open_table(const TableName& name, const std::vector
 std::unique_ptr<TableWriter> make_table(const TableName& name, const std::vector<TableColumn>& columns,
                                         const TableOptions& options, Existing existing,
                                         const TableWriter* beside = nullptr);
-// The statement that makes the table in SQLite.
+// SQLite's type for a column, and the statement that makes the table in SQLite.
+const char* sqlite_type(TableColumn::Type type);
 std::string create_statement(const std::string& table, const std::vector<TableColumn>& columns);
 
 }  // namespace zvrt::records

@@ -78,7 +78,7 @@ void add_value_options(CLI::App& verb, Arguments& a) {
 void add_run_options(CLI::App& verb, Arguments& a) {
   static const std::map<std::string, OnReject> policies{
       {"skip", OnReject::skip}, {"keep", OnReject::keep}, {"stop", OnReject::stop}};
-  verb.add_option("-t,--table", a.table, "the table in an SQLite database; with segments a prefix");
+  verb.add_option("-t,--table", a.table, "the table in a database; with segments a prefix");
   verb.add_option("--range", a.range, "FIRST:COUNT: only these records or rows, from 1");
   verb.add_option("--columns", a.columns, "only these columns")->allow_extra_args(false)->delimiter(',');
   verb.add_option("--limit", a.limit, "no more than so many records or rows");
@@ -103,7 +103,8 @@ unsigned threads_of(const Arguments& arguments) {
 int parse_arguments(int argc, char** argv, Arguments& a, bool& ends) {
   CLI::App app("Mainframe record files to tables and back, as a copybook lays them out.", "zvrt-records");
   app.footer(
-      "TABLE: a .csv or .jsonl file, else an SQLite database (-t NAME); - is CSV on standard output or input.\n"
+      "TABLE: a .csv or .jsonl file, odbc:CONNECTION-STRING (-t NAME), else an SQLite database (-t NAME);\n"
+      "- is CSV on standard output or input.\n"
       "With --segment a CSV TABLE is a folder. Exit status: 0 all is done, 1 done but for refusals, 2 not done.\n"
       "zvrt-records VERB --help lists the options of a verb.");
   app.set_version_flag("--version", ZVRT_RECORDS_VERSION);
@@ -133,6 +134,7 @@ int parse_arguments(int argc, char** argv, Arguments& a, bool& ends) {
     verb->add_flag("--dry-run", a.dry_run, "say what would come of it, and write nothing");
   }
   reads.add_flag("--append", a.append, "append to the table if it exists")->excludes(reads.get_option("--replace"));
+  reads.add_flag("--create", a.create, "make the table over ODBC if there is none");
   reads.add_flag("--bom", a.bom, "begin a CSV file with a byte order mark");
   looks.add_option("-l,--layout", a.layout, "the copybook");
   looks.add_option("files", files, "RECORDS")->required()->expected(1, 1);

@@ -60,6 +60,7 @@ struct Arguments {
   OnReject on_reject = OnReject::skip;
   bool replace = false;
   bool append = false;
+  bool create = false;
   bool json = false;
   std::string delimiter = ",";
   std::string null_text;

@@ -107,6 +107,7 @@ void Conversion::convert_segment(std::size_t segment, const Rows& rows, bool all
   }
   Batch& batch = next_batch(segment, block);
   batch.segment = segment;
+  batch.records = rows;
   codec.decode({records.bytes.data(), all ? records.stride : 0, starts.data(), lengths.data(), rows.size()},
                batch.decoded);
   refuse_null_texts(batch.decoded, rows.size());

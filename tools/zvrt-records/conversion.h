@@ -20,6 +20,7 @@ struct Batch {
   DecodedRecords decoded;
   CellBlock extras;  // the columns that are no fields
   RowBlock rows;
+  std::vector<std::size_t> records;  // of each row, whether it is to be written or not: its place in the block
 };
 
 struct BlockOfImport {

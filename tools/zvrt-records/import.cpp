@@ -60,10 +60,27 @@ class Import {
     if (!tables_.empty())
       for (std::size_t s = 0; s < block.texts.size(); ++s)
         if (!block.texts[s].empty()) tables_[s]->write_text(block.texts[s].text());
-    for (std::size_t i = 0; i < block.used; ++i) tables_[block.batches[i]->segment]->write(block.batches[i]->rows);
+    for (std::size_t i = 0; i < block.used; ++i) write(*block.batches[i], block.records);
     if (journal_.stops()) throw Failure("stopped at a refusal");
     journal_.progress({block.bytes_read, reader_.total_bytes()});
     check_interruption();
+  }
+
+  // Rows that the table does not take are left out, whatever --on-reject says: there is no cell to be left null.
+  void write(const Batch& batch, const RecordBlock& records) {
+    TableWriter& table = *tables_[batch.segment];
+    table.write(batch.rows);
+    for (const RefusedRow& refused : table.refused()) {
+      const std::size_t row = batch.records[refused.row];
+      --journal_.carried;
+      ++journal_.left_out;
+      journal_.refuse({records.first + row,
+                       refused.column,
+                       0,
+                       {records.bytes.data() + records.starts[row], static_cast<std::size_t>(records.lengths[row])},
+                       refused.status,
+                       refused.why});
+    }
   }
 
   const Job& job_;

@@ -114,6 +114,7 @@ void Job::read_table() {
         fmt::format("--delimiter '{}': one character, and no quotation mark or end of line", arguments.delimiter));
   if (arguments.null_text_told) table.null_text = arguments.null_text;
   table.byte_order_mark = arguments.bom;
+  table.create = arguments.create;
   rejects = arguments.rejects;
   if (arguments.rejects_told && (rejects.empty() || rejects == "-"))
     throw Failure("--rejects needs the name of a file");
@@ -182,8 +183,9 @@ void Job::add_segment(const std::string& text, const RecordOptions& options) {
     wanted.record = upper(segment.name);
     segment.selector = selector_of(text, segment.field, wanted);
     for (const std::string& value : values) segment.values.insert(segment_value(*segment.selector, value));
-    if (segment.table.kind() == TableName::Kind::sqlite && !std::filesystem::is_directory(arguments.table_file) &&
-        !arguments.table.empty())
+    if (segment.table.kind() == TableName::Kind::odbc ||
+        (segment.table.kind() == TableName::Kind::sqlite && !std::filesystem::is_directory(arguments.table_file) &&
+         !arguments.table.empty()))
       segment.table.table = arguments.table + segment.name;
     else
       segment.table = {(std::filesystem::path(arguments.table_file) / (segment.name + ".csv")).string(), ""};

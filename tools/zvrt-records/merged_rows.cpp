@@ -51,7 +51,7 @@ void MergedRows::find_number(Source& source) const {
   const std::string text(numbers.is_null(source.at) ? "" : numbers.at(source.at));
   const auto read = std::from_chars(text.data(), text.data() + text.size(), source.number);
   if (read.ec != std::errc{} || read.ptr != text.data() + text.size())
-    throw Failure(fmt::format("{}: RECORD_NUMBER '{}' of row {} is no number", source.segment->table.file, text,
+    throw Failure(fmt::format("{}: RECORD_NUMBER '{}' of row {} is no number", source.segment->table.shown(), text,
                               source.block.first + source.at));
 }
 
@@ -62,7 +62,7 @@ MergedRows::Source* MergedRows::next() {
     if (!last_->ended) find_number(*last_);
     if (!last_->ended && last_->number < before)
       throw Failure(
-          fmt::format("{}: RECORD_NUMBER {} stands after {}", last_->segment->table.file, last_->number, before));
+          fmt::format("{}: RECORD_NUMBER {} stands after {}", last_->segment->table.shown(), last_->number, before));
   }
   last_ = nullptr;
   for (Source& source : sources_)

@@ -17,7 +17,9 @@ int digit(char c) {
 
 std::string default_rejects(const Arguments& arguments) {
   if (arguments.records.front() != "-") return arguments.records.front() + ".rejects.csv";
-  if (arguments.table_file != "-") return arguments.table_file + ".rejects.csv";
+  const bool is_file =
+      arguments.table_file != "-" && TableName{arguments.table_file, ""}.kind() != TableName::Kind::odbc;
+  if (is_file) return arguments.table_file + ".rejects.csv";
   return "zvrt-records.rejects.csv";
 }
 
@@ -27,6 +29,7 @@ bool is_folder_of_tables(const Job& job) {
 
 void tell_table(const Job& job, FileRoles& roles, bool written) {
   const std::string& file = job.arguments.table_file;
+  if (job.segments.front().table.kind() == TableName::Kind::odbc) return;
   if (is_folder_of_tables(job)) {
     if (written) roles.writes_into(file, "the folder of tables");
     for (const Segment& segment : job.segments) {
