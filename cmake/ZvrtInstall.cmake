@@ -126,9 +126,10 @@ the CMake package, the pkg-config file and the man pages."
     PACKAGE_SECTION=libdevel "PACKAGE_DEPENDS=${depends_development}" PACKAGE_SHLIBDEPS=OFF)
 endfunction()
 
-# zvrt_install_program(TARGET PACKAGE name SUMMARY line DESCRIPTION lines [MAN pages...] [DEPENDS targets...])
+# zvrt_install_program(TARGET PACKAGE name SUMMARY line DESCRIPTION lines [MAN pages...] [DEPENDS targets...]
+#                      [RECOMMENDS packages...])
 function(zvrt_install_program target)
-  cmake_parse_arguments(arg "" "PACKAGE;SUMMARY;DESCRIPTION" "MAN;DEPENDS" ${ARGN})
+  cmake_parse_arguments(arg "" "PACKAGE;SUMMARY;DESCRIPTION" "MAN;DEPENDS;RECOMMENDS" ${ARGN})
   string(REPLACE - _ component ${arg_PACKAGE})
   if(NOT ZVRT_PACKAGES)
     # In the build as it is installed, where the libraries stand alike: else CMake fills up the run path by empty parts.
@@ -140,8 +141,9 @@ function(zvrt_install_program target)
   install(TARGETS ${target} RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT ${component})
   zvrt_install_man(${component} ${arg_MAN})
   zvrt_packages_of(depends "${PROJECT_VERSION_MAJOR}" ${arg_DEPENDS})
+  string(JOIN ", " recommends ${arg_RECOMMENDS})
   zvrt_debian_package(${component} ${arg_PACKAGE} "${arg_SUMMARY}\n${arg_DESCRIPTION}"
-    PACKAGE_SECTION=database "PACKAGE_DEPENDS=${depends}" PACKAGE_SHLIBDEPS=ON DEBUGINFO_PACKAGE=ON)
+    PACKAGE_SECTION=database "PACKAGE_DEPENDS=${depends}" "PACKAGE_RECOMMENDS=${recommends}" PACKAGE_SHLIBDEPS=ON DEBUGINFO_PACKAGE=ON)
 endfunction()
 
 zvrt_install_library(ZVRTDataCnvLib PACKAGE libzvrtdatacnvlib
@@ -165,10 +167,11 @@ if(TARGET zvrt-records)
   zvrt_install_program(zvrt-records PACKAGE zvrt-records
     MAN ${records_pages}
     DEPENDS ZVRTDataCnvLib ZVRTColumns
+    RECOMMENDS libodbc2
     SUMMARY "mainframe record files to tables and back"
     DESCRIPTION "Reads and writes record files that a copybook describes, and tables in CSV,
-JSON lines and SQLite; what is refused is told with its
-place and nothing is lost silently.")
+JSON lines, SQLite and databases over ODBC; what is refused is told with
+its place and nothing is lost silently.")
 endif()
 
 # The Python package: where the interpreter of a prefix looks for it, in Debian's packages where every Python 3 does.

@@ -34,6 +34,19 @@ OdbcHandle environment() {
   return made;
 }
 
+// Whether a statement that succeeded warns of text or digits that were cut.
+bool lost_something(const OdbcHandle& statement) {
+  std::array<SQLWCHAR, 6> state{};
+  SQLSMALLINT length = 0;
+  for (SQLSMALLINT i = 1; SQL_SUCCEEDED(odbc_manager().SQLGetDiagRecW(statement.kind(), statement.get(), i,
+                                                                      state.data(), nullptr, nullptr, 0, &length));
+       ++i) {
+    const std::string name = from_odbc_text(state.data(), 5);
+    if (name == "01004" || name == "01S07" || name.starts_with("22")) return true;
+  }
+  return false;
+}
+
 bool same_letters(std::string_view one, std::string_view other) {
   return std::equal(one.begin(), one.end(), other.begin(), other.end(), [](char a, char b) {
     const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
@@ -83,18 +96,6 @@ void OdbcConnection::commit() {
   check(odbc_manager().SQLEndTran(SQL_HANDLE_DBC, connection_.get(), SQL_COMMIT), connection_,
         "the end of the transaction is not confirmed, so that all rows or none are there");
   in_transaction_ = false;
-}
-
-bool OdbcConnection::lost_something(const OdbcHandle& statement) const {
-  std::array<SQLWCHAR, 6> state{};
-  SQLSMALLINT length = 0;
-  for (SQLSMALLINT i = 1; SQL_SUCCEEDED(odbc_manager().SQLGetDiagRecW(statement.kind(), statement.get(), i,
-                                                                      state.data(), nullptr, nullptr, 0, &length));
-       ++i) {
-    const std::string name = from_odbc_text(state.data(), 5);
-    if (name == "01004" || name == "01S07" || name.starts_with("22")) return true;
-  }
-  return false;
 }
 
 bool OdbcConnection::run(const std::string& sql, std::string& why) const {
@@ -226,8 +227,9 @@ SQLUINTEGER OdbcConnection::number_information(SQLUSMALLINT kind, SQLSMALLINT by
   SQLUINTEGER value = 0;
   SQLUSMALLINT small = 0;
   const bool is_small = bytes == sizeof small;
-  SQLPOINTER const place = is_small ? static_cast<SQLPOINTER>(&small) : &value;
-  if (!SQL_SUCCEEDED(odbc_manager().SQLGetInfoW(connection_.get(), kind, place, bytes, nullptr))) return 0;
+  const SQLRETURN result = is_small ? odbc_manager().SQLGetInfoW(connection_.get(), kind, &small, bytes, nullptr)
+                                    : odbc_manager().SQLGetInfoW(connection_.get(), kind, &value, bytes, nullptr);
+  if (!SQL_SUCCEEDED(result)) return 0;
   return is_small ? small : value;
 }
 

@@ -90,7 +90,6 @@ class OdbcConnection {
   void connect(std::string_view connection_string);
   std::string text_information(SQLUSMALLINT kind) const;
   SQLUINTEGER number_information(SQLUSMALLINT kind, SQLSMALLINT bytes) const;
-  bool lost_something(const OdbcHandle& statement) const;
 
   std::string shown_;
   std::vector<std::string> secrets_;

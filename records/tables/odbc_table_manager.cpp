@@ -24,8 +24,8 @@ void find(void* library, const char* name, Function& function) {
 OdbcManager load() {
   void* const library = dlopen(library_name, RTLD_NOW | RTLD_LOCAL);
   if (library == nullptr)
-    throw Failure(fmt::format("a table over ODBC needs the driver manager unixODBC (libodbc2), which is not there: {}",
-                              dlerror()));
+    throw Failure(fmt::format("a table over ODBC needs the driver manager unixODBC (package libodbc2): there is no {}",
+                              library_name));
   OdbcManager manager;
 #define ZVRT_ODBC_FIND(name) find(library, #name, manager.name);
   ZVRT_ODBC_FUNCTIONS(ZVRT_ODBC_FIND)

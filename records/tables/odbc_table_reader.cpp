@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <charconv>
 #include <cstring>
 
@@ -106,12 +107,14 @@ class OdbcReader final : public TableReader {
       if (is_there_.back()) selected.append(selected.empty() ? "" : ", ").append(selected_as(found[at]));
     }
     std::string sql = fmt::format("SELECT {} FROM {}", selected, table_);
-    if (const std::size_t at = find_column(found, options.order_by); at != found.size())
+    if (!options.order_by.empty()) {
+      const std::size_t at = find_column(found, options.order_by);
+      if (at == found.size())
+        throw Failure(fmt::format("{}: table {} has no column '{}'", connection_.shown(), table_, options.order_by));
       sql += " ORDER BY " + connection_.quoted(found[at].name);
-    odbc_manager().SQLSetStmtAttrW(
-        rows_.get(), SQL_ATTR_CURSOR_TYPE,
-        reinterpret_cast<SQLPOINTER>(connection_.fetches_long_in_sets() ? SQL_CURSOR_STATIC : SQL_CURSOR_FORWARD_ONLY),
-        0);
+    }
+    const SQLULEN cursor = connection_.fetches_long_in_sets() ? SQL_CURSOR_STATIC : SQL_CURSOR_FORWARD_ONLY;
+    odbc_manager().SQLSetStmtAttrW(rows_.get(), SQL_ATTR_CURSOR_TYPE, std::bit_cast<SQLPOINTER>(cursor), 0);
     connection_.execute_directly(rows_, sql);
     bind();
   }
@@ -148,7 +151,7 @@ class OdbcReader final : public TableReader {
  private:
   // SQLite's driver cuts floats at 15 digits; SQLite itself does not.
   std::string selected_as(const OdbcColumn& column) const {
-    const std::string name = connection_.quoted(column.name);
+    std::string name = connection_.quoted(column.name);
     if (!connection_.is_sqlite() || (column.type != SQL_DOUBLE && column.type != SQL_REAL && column.type != SQL_FLOAT))
       return name;
     return fmt::format("CASE typeof({0}) WHEN 'real' THEN printf('%!.17g', {0}) ELSE {0} END", name);
@@ -184,7 +187,7 @@ void OdbcReader::bind() {
   const auto set = [&](SQLINTEGER attribute, SQLPOINTER value) {
     connection_.check(odbc_manager().SQLSetStmtAttrW(rows_.get(), attribute, value, 0), rows_, "no set of rows");
   };
-  set(SQL_ATTR_ROW_ARRAY_SIZE, reinterpret_cast<SQLPOINTER>(set_));
+  set(SQL_ATTR_ROW_ARRAY_SIZE, std::bit_cast<SQLPOINTER>(set_));
   set(SQL_ATTR_ROWS_FETCHED_PTR, &fetched_);
   SQLUSMALLINT place = 0;
   for (ResultColumn& result : results_) {

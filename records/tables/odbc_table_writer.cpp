@@ -71,7 +71,7 @@ class OdbcWriter final : public TableWriter {
     refused_.clear();
     if (rows.rows.empty()) return;
     block_ = &rows;
-    settle(0, rows.rows.size());
+    settle(rows.rows.size());
     block_ = nullptr;
   }
 
@@ -102,9 +102,10 @@ class OdbcWriter final : public TableWriter {
   std::string insert_statement(std::size_t rows) const;
   void bind(Insert& insert, std::size_t rows);
 
-  void settle(std::size_t first, std::size_t count);
+  void settle(std::size_t count);
   bool attempt(std::size_t first, std::size_t count);
   bool send(std::span<const std::uint32_t> rows);
+  std::vector<std::uint32_t> take(std::span<const std::uint32_t> rows);
   bool send_piece(std::span<const std::uint32_t> rows);
   std::size_t rows_at_once(std::span<const std::uint32_t> rows) const;
 
@@ -214,19 +215,31 @@ void OdbcWriter::bind(Insert& insert, std::size_t rows) {
 }
 
 // Sends the rows, and those that are refused go to refused_.
-void OdbcWriter::settle(std::size_t first, std::size_t count) {
-  check_interruption();
-  if (attempt(first, count)) return;
-  if (count == 1) {
-    const std::uint32_t row = block_->rows[first];
-    refused_[row] = {row, "", rx_table, why_};
-    return;
+void OdbcWriter::settle(std::size_t count) {
+  struct Range {
+    std::size_t first, count;
+  };
+  std::vector<Range> open{{0, count}};  // the next one last
+  std::size_t failed = 0;               // rows of the shortest statement that failed as a whole
+  bool is_any_refused = false;
+  while (!open.empty()) {
+    check_interruption();
+    const Range range = open.back();
+    open.pop_back();
+    if (attempt(range.first, range.count)) continue;
+    if (range.count == 1) {
+      const std::uint32_t row = block_->rows[range.first];
+      refused_[row] = {row, "", rx_table, why_};
+      is_any_refused = true;
+      continue;
+    }
+    if (range.count <= most_) failed = failed == 0 ? range.count : std::min(failed, range.count);
+    const std::size_t part = range.count > most_ ? most_ : (range.count + 1) / 2;
+    for (std::size_t at = (range.count - 1) / part * part + part; at != 0; at -= part)
+      open.push_back({range.first + at - part, std::min(part, range.count - (at - part))});
   }
-  const std::size_t refused_before = refused_.size();
-  const std::size_t part = count > most_ ? most_ : (count + 1) / 2;
-  for (std::size_t at = 0; at < count; at += part) settle(first + at, std::min(part, count - at));
-  // All rows go in, but not at once: the driver or server does not take statements of so many.
-  if (count <= most_ && refused_.size() == refused_before) most_ = std::max<std::size_t>(1, count / 2);
+  // All rows are in, but not at once: the driver or the server takes no statements of so many.
+  if (failed != 0 && !is_any_refused) most_ = std::max<std::size_t>(1, failed / 2);
 }
 
 // All of the rows but those that no plan takes, or none of them.
@@ -263,28 +276,31 @@ std::size_t OdbcWriter::rows_at_once(std::span<const std::uint32_t> rows) const 
   return count;
 }
 
-bool OdbcWriter::send_piece(std::span<const std::uint32_t> rows) {
-  std::vector<std::uint32_t> refused_by(rows.size(), 0);
+// Puts the rows into the slots. Those that no plan refuses; the others are told.
+std::vector<std::uint32_t> OdbcWriter::take(std::span<const std::uint32_t> rows) {
   std::vector<std::uint32_t> status(rows.size(), ZVRT_RC_OK);
-  bool all_taken = true;
+  std::vector<bool> is_refused(rows.size());
   for (std::size_t i = 0; i < parameters_.size(); ++i) {
     std::fill(status.begin(), status.end(), ZVRT_RC_OK);
     if (parameters_[i].take(block_->columns[i], rows, status)) ++slots_;
-    for (std::size_t row = 0; row < rows.size(); ++row)
-      if (status[row] != ZVRT_RC_OK && refused_by[row] == 0) {
-        refused_by[row] = 1;
-        all_taken = false;
-        refused_[rows[row]] = {rows[row], columns_[i].name, status[row], text_of(status[row])};
-      }
-  }
-  if (all_taken) {
-    const Insert* const insert = insert_of(rows.size());
-    return insert != nullptr && connection_.execute(insert->statement, why_);
+    for (std::size_t row = 0; row < rows.size(); ++row) {
+      if (status[row] == ZVRT_RC_OK || is_refused[row]) continue;
+      is_refused[row] = true;
+      refused_[rows[row]] = {rows[row], columns_[i].name, status[row], text_of(status[row])};
+    }
   }
   std::vector<std::uint32_t> taken;
   for (std::size_t row = 0; row < rows.size(); ++row)
-    if (refused_by[row] == 0) taken.push_back(rows[row]);
-  return send(taken);
+    if (!is_refused[row]) taken.push_back(rows[row]);
+  return taken;
+}
+
+bool OdbcWriter::send_piece(std::span<const std::uint32_t> rows) {
+  const std::vector<std::uint32_t> taken = take(rows);
+  if (taken.empty()) return true;
+  if (taken.size() < rows.size()) take(taken);
+  const Insert* const insert = insert_of(taken.size());
+  return insert != nullptr && connection_.execute(insert->statement, why_);
 }
 
 }  // namespace

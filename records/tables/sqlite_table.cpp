@@ -127,6 +127,8 @@ class SqliteReader final : public TableReader {
         throw Failure(fmt::format("{}: table {} has no column '{}'", name.file, name.table, column.name));
       selected.append(selected.empty() ? "" : ", ").append(is_there_.back() ? sql_name(column.name) : "NULL");
     }
+    if (!options.order_by.empty() && !has_column(database_, name.table, options.order_by))
+      throw Failure(fmt::format("{}: table {} has no column '{}'", name.file, name.table, options.order_by));
     rows_ = database_.prepare(fmt::format("SELECT {} FROM {}{}", selected, sql_name(name.table),
                                           options.order_by.empty() ? "" : " ORDER BY " + sql_name(options.order_by)));
   }

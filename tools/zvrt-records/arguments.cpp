@@ -127,6 +127,8 @@ int parse_arguments(int argc, char** argv, Arguments& a, bool& ends) {
   reads.add_option("files", files, "RECORDS... TABLE")->required()->expected(2, -1);
   writes.add_option("files", files, "TABLE RECORDS")->required()->expected(2, 2);
   verify.add_option("files", files, "TABLE RECORDS...")->required()->expected(2, -1);
+  for (CLI::App* const verb : {&writes, &verify})
+    verb->add_option("--order-by", a.order_by, "the column by which the rows of a database's table are read");
   for (CLI::App* const verb : {&reads, &writes}) {
     verb->add_flag("--replace", a.replace, "replace what exists");
     verb->add_option("--threads", a.threads, "how many work; one for each processor, 8 at most, by default")

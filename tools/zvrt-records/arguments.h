@@ -61,6 +61,7 @@ struct Arguments {
   bool replace = false;
   bool append = false;
   bool create = false;
+  std::string order_by;
   bool json = false;
   std::string delimiter = ",";
   std::string null_text;

@@ -115,6 +115,7 @@ void Job::read_table() {
   if (arguments.null_text_told) table.null_text = arguments.null_text;
   table.byte_order_mark = arguments.bom;
   table.create = arguments.create;
+  table.order_by = arguments.order_by;
   rejects = arguments.rejects;
   if (arguments.rejects_told && (rejects.empty() || rejects == "-"))
     throw Failure("--rejects needs the name of a file");
