@@ -31,7 +31,7 @@ static void check(SQLRETURN result, SQLSMALLINT kind, SQLHANDLE handle) {
 
 static double now(void) {
   struct timespec time;
-  clock_gettime(CLOCK_MONOTONIC, &time);
+  timespec_get(&time, TIME_UTC);
   return (double)time.tv_sec + (double)time.tv_nsec * 1e-9;
 }
 
@@ -61,7 +61,7 @@ static void bind_row(SQLHSTMT statement, int row) {
                    &rows.visits_length[row]);
 }
 
-static void run(SQLHSTMT statement, const char* sql) {
+static void run(SQLHSTMT statement, char* sql) {
   check(SQLExecDirect(statement, (SQLCHAR*)sql, SQL_NTS), SQL_HANDLE_STMT, statement);
   SQLFreeStmt(statement, SQL_CLOSE);
 }

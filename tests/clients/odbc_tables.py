@@ -225,12 +225,14 @@ def kill_while_written(server, table):
 def check_lost_server(place, layout):
     """A server that goes away in the middle leaves the table as it was."""
     place.sql('CREATE TABLE lost AS SELECT * FROM many LIMIT 7')
-    records = place.folder / "many.dat"
+    records = place.folder / "longer.dat"
+    records.write_bytes((place.folder / "many.dat").read_bytes() * (3_000_000 // ROWS + 1))
     killer = threading.Thread(target=kill_while_written, args=(place.server, "lost"), daemon=True)
     killer.start()
     endless = place.folder / "endless"
-    said = run("import", "-l", layout, *[records] * 20, place.table, "-t", "lost", "--replace", "-r", endless, status=2)
-    killer.join()
+    said = run("import", "-l", layout, records, place.table, "-t", "lost", "--replace", "-r", endless, status=2)
+    killer.join(60)
+    assert not killer.is_alive(), said
     assert "server" in said or "connection" in said or "terminating" in said, said
     place.server.start()
     assert place.server.sql("SELECT count(*) FROM lost") == ["7"], "something was half done"
