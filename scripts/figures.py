@@ -5,9 +5,9 @@
     scripts/figures.py render [--check]               writes the tables of the documents; with --check compares them
 
 NAME is bench-avx512, bench-avx2, bench-sse41, bench-baseline (scripts/bench.sh), columns-avx512 and its like
-(scripts/bench.sh columns), instructions (scripts/instructions.sh), fuzz (scripts/fuzz.sh), sweeps (scripts/sweeps.sh), coverage
-(scripts/coverage.sh), mutation (scripts/mutate.py; LABEL tells the sample) or python (bench/python.py). New rows take the place
-of those with the same key; of an operation of the benchmarks all rows go. A
+(scripts/bench.sh columns), instructions (scripts/instructions.sh), fuzz (scripts/fuzz.sh), records (scripts/bench-records.sh),
+sweeps (scripts/sweeps.sh), coverage (scripts/coverage.sh), mutation (scripts/mutate.py; LABEL tells the sample) or python
+(bench/python.py). New rows take the place of those with the same key; of an operation of the benchmarks all rows go. A
 document has a table between `<!-- figures: NAME -->` and `<!-- end of figures -->`.
 """
 import csv
@@ -30,6 +30,7 @@ HOT = ("packed to int64", "packed to double", "UTF-8 to int64", "page 37 to UTF-
 FILES = {
     "instructions": (("function", "value", "instructions"), 2, r"\| (\w+) \| ([^|]+) \| (\d+) \|"),
     "fuzz": (("configuration", "target", "executions", "outcome"), 2, r"(fuzz\S*) +(\S+) +(\d+) executions, .*: (.*)"),
+    "records": (("conversion", "megabytes", "seconds", "rate"), 1, r"\| ([^|]+) \| (\d+) \| ([\d.]+) \| (\d+) \|"),
     "sweeps": (("domain", "cases", "failures"), 1, r"(\w+)(?:, part \d+:)? +(\d+) cases, (\d+) failures.*"),
     "coverage": (("kind", "reached", "all"), 1, r"(\w+): (\d+) of (\d+), .*"),
     "mutation": (("sample", "killed", "mutants"), 1, r"(?P<label>)(\d+) of (\d+) killed, .*"),
@@ -159,9 +160,16 @@ def python_table() -> str:
     return text
 
 
+def records_table() -> str:
+    text = "| Conversion | Record file, MB | Seconds | MB a second |\n|---|---:|---:|---:|\n"
+    for row in read("records"):
+        text += f"| {row['conversion']} | {row['megabytes']} | {row['seconds']} | {row['rate']} |\n"
+    return text
+
+
 def render(check: bool) -> int:
     tables = {"bench": bench_table, "robustness": robustness_table, "python": python_table, "columns": columns_table,
-              "gains": gains_table}
+              "gains": gains_table, "records": records_table}
     outdated = 0
     for path in [ROOT / "README.md", *sorted((ROOT / "docs").glob("*.md"))]:
         text = path.read_text()

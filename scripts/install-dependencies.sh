@@ -15,7 +15,8 @@
 set -euo pipefail
 
 needed_demo=(g++ cmake make ninja-build pkg-config dpkg-dev file libicu-dev
-  libcli11-dev libcsv-dev libfmt-dev libsqlite3-dev nlohmann-json3-dev unixodbc-dev python3:python3)
+  libcli11-dev libcsv-dev libfmt-dev libsqlite3-dev libxxhash-dev nlohmann-json3-dev unixodbc-dev
+  python3:python3)
 useful_demo=()
 
 needed_packages=(python3-dev)

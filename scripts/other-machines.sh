@@ -29,8 +29,8 @@ groups=(other-machines)
 # What programs for the target are linked with. The C and C++ libraries are the cross compiler's own; their packages are
 # here for the dependencies of ours.
 libraries=(libc6 libgcc-s1 libstdc++6 libicu72 libicu-dev libgtest-dev libgmock-dev libgmp10 libgmp-dev libgmpxx4ldbl
-  libsqlite3-0 libsqlite3-dev libfmt9 libfmt-dev libcsv3 libcsv-dev libcli11-dev nlohmann-json3-dev
-  unixodbc-dev libodbc2 libodbccr2 libodbcinst2 libltdl7)
+  libsqlite3-0 libsqlite3-dev libfmt9 libfmt-dev libcsv3 libcsv-dev libcli11-dev libxxhash0 libxxhash-dev
+  nlohmann-json3-dev   unixodbc-dev libodbc2 libodbccr2 libodbcinst2 libltdl7)
 
 # enter PACKAGE FOLDER: into a dpkg database of the unpacked folder, in which dpkg-shlibdeps finds the dependencies of what
 # is linked with it.

@@ -104,6 +104,7 @@ std::string RecordCodec::compose(const std::vector<CellColumn>& cells, std::size
     if (!options_.lengths_vary && !options_.shift && options_.record_length > record.size())
       record.resize(options_.record_length, blank_);
   }
+  if (!keeps && !options_.shift && columns_.tables.empty()) return record;  // no field moves: all stand there already
   for (std::size_t i = 0; i < fields_.size(); ++i) {
     const Column& column = fields_[i]->column();
     const auto offset = slide.offset_of(column);

@@ -57,6 +57,8 @@ class OutputFile {
   virtual void finish() = 0;
   // What was finished takes its place.
   virtual void commit() = 0;
+  // Where it stands until then; empty where that is no file.
+  virtual std::string temporary() const { return {}; }
   std::uint64_t written() const { return written_; }
 
  protected:
@@ -73,6 +75,7 @@ class RegularOutput final : public OutputFile {
   void write(std::string_view bytes) override;
   void finish() override;
   void commit() override { file_.rename(); }
+  std::string temporary() const override { return file_.temporary(); }
   // Bytes that were copied from the file that is appended to.
   std::uint64_t copied() const { return copied_; }
 

@@ -44,6 +44,76 @@ RecordReader::RecordReader(std::unique_ptr<Input> input, FormatOptions options)
   carry_offset_ = file_->offset();
 }
 
+void RecordReader::start_at(const ReadingPlace& place) {
+  records_ = place.records;
+  block_number_ = place.block;
+  start_byte_ = place.byte;
+  while (next_file_ < files_.size()) {
+    const auto size = size_of(files_[next_file_]);
+    if (!size) throw Failure(files_[next_file_] + ": only a regular file can be read from its middle");
+    if (done_before_ + *size > place.byte || next_file_ + 1 == files_.size()) break;
+    done_before_ += *size;
+    ++next_file_;
+  }
+  const std::uint64_t offset = place.byte - done_before_;
+  if (offset == 0) return;
+  if (offset > *size_of(files_[next_file_]))
+    throw Failure(fmt::format("{}: ends before byte {}", files_.back(), place.byte));
+  open_next();
+  learn_newline();
+  file_ = std::make_unique<InputFile>(files_[next_file_ - 1], Extent{offset});
+  carry_offset_ = offset;
+  header_skipped_ = true;
+}
+
+// The first end of a line tells what ends all lines of the file.
+void RecordReader::learn_newline() {
+  if (options_.format != RecordFormat::lines || options_.newlines.size() == 1) return;
+  std::vector<char> bytes(options_.skip_header + options_.block_bytes);
+  const std::size_t count = file_->read(bytes.data(), bytes.size());
+  if (count > options_.skip_header)
+    framer_->next(bytes.data() + options_.skip_header, count - options_.skip_header, false);
+}
+
+// Fixed records of a regular file.
+std::optional<std::uint64_t> RecordReader::fixed_records_of(const std::string& file) const {
+  const auto size = file == "-" ? std::nullopt : size_of(file);
+  if (!size || options_.format != RecordFormat::fixed || options_.length_of) return std::nullopt;
+  const std::uint64_t around = options_.skip_header + options_.skip_trailer;
+  return *size < around ? 0 : (*size - around) / (options_.record_header + options_.record_length);
+}
+
+std::optional<std::uint64_t> RecordReader::fixed_records() const {
+  std::uint64_t records = 0;
+  for (const std::string& file : files_) {
+    const auto there = fixed_records_of(file);
+    if (!there) return std::nullopt;
+    records += *there;
+  }
+  return records;
+}
+
+bool RecordReader::start_after(std::uint64_t records) {
+  if (!fixed_records()) return false;
+  ReadingPlace place{records, 0, 0};
+  for (const std::string& file : files_) {
+    const std::uint64_t there = *fixed_records_of(file);
+    if (records <= there) {
+      if (records != 0)
+        place.byte += options_.skip_header + records * (options_.record_header + options_.record_length);
+      break;
+    }
+    records -= there;
+    place.byte += *size_of(file);
+  }
+  start_at(place);
+  return true;
+}
+
+ReadingPlace RecordReader::place() const {
+  return {records_, done_before_ + (file_ ? carry_offset_ : 0), block_number_};
+}
+
 bool RecordReader::open_next() {
   if (next_file_ == files_.size()) return false;
   file_ = std::make_unique<InputFile>(files_[next_file_++]);

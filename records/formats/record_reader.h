@@ -52,18 +52,37 @@ struct RecordBlock {
   void clear();
 };
 
+// Between two records, or two blocks of VB.
+struct ReadingPlace {
+  std::uint64_t records = 0;  // before it
+  std::uint64_t byte = 0;     // of all files, one after the other
+  std::uint64_t block = 0;    // VB: blocks before it
+};
+
 class RecordReader {
  public:
   RecordReader(std::vector<std::string> files, FormatOptions options);
   // One input in place of files.
   RecordReader(std::unique_ptr<Input> input, FormatOptions options);
+  // Before the first next(): reads on from a place that place() told. Throws a Failure where a file has no size.
+  void start_at(const ReadingPlace& place);
+  // The same, after so many records, where that can be calculated: fixed records in regular files. Else false.
+  bool start_after(std::uint64_t records);
+  // Records of fixed length in regular files; nothing where they have to be read to be counted.
+  std::optional<std::uint64_t> fixed_records() const;
+  // Where the next block begins.
+  ReadingPlace place() const;
   // False after the last record.
   bool next(RecordBlock& block);
-  // Bytes of all files where that is known, and how many of them were read.
-  std::optional<std::uint64_t> total_bytes() const { return total_; }
-  std::uint64_t bytes_read() const { return done_before_ + (file_ ? file_->offset() : 0); }
+  // Bytes that there are to read where that is known, and how many of them were read.
+  std::optional<std::uint64_t> total_bytes() const {
+    return total_ ? std::optional(*total_ - start_byte_) : std::nullopt;
+  }
+  std::uint64_t bytes_read() const { return done_before_ + (file_ ? file_->offset() : 0) - start_byte_; }
 
  private:
+  std::optional<std::uint64_t> fixed_records_of(const std::string& file) const;
+  void learn_newline();
   bool open_next();
   void load(RecordBlock& block, std::size_t capacity);
   bool frame(RecordBlock& block);
@@ -88,6 +107,7 @@ class RecordReader {
   std::uint64_t records_ = 0;
   std::optional<std::uint64_t> total_;
   std::uint64_t done_before_ = 0;
+  std::uint64_t start_byte_ = 0;
 };
 
 }  // namespace zvrt::records

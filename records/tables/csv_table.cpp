@@ -293,6 +293,7 @@ class CsvWriter final : public TableWriter {
   }
   void finish() override { out_->finish(); }
   void commit() override { out_->commit(); }
+  std::string temporary() const override { return out_->temporary(); }
 
  private:
   CsvFormat format_;

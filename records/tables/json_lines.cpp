@@ -177,6 +177,7 @@ class JsonLinesWriter final : public TableWriter {
   }
   void finish() override { out_.finish(); }
   void commit() override { out_.commit(); }
+  std::string temporary() const override { return out_.temporary(); }
 
   void format(const RowBlock& rows, TextBuffer& text) const override {
     for (const std::uint32_t row : rows.rows) {

@@ -32,10 +32,12 @@ using Statement = std::unique_ptr<sqlite3_stmt, CloseStatement>;
 
 class Database {
  public:
+  // One thread at a time uses it, so that it needs no lock of its own.
   // An absolute name has none of the meanings that `:memory:` or an empty one have.
   Database(const std::string& file, int flags, std::string shown) : shown_(std::move(shown)) {
     sqlite3* opened = nullptr;
-    const int result = sqlite3_open_v2(std::filesystem::absolute(file).c_str(), &opened, flags, nullptr);
+    const int result =
+        sqlite3_open_v2(std::filesystem::absolute(file).c_str(), &opened, flags | SQLITE_OPEN_NOMUTEX, nullptr);
     database_.reset(opened);
     if (result != SQLITE_OK) fail();
     sqlite3_busy_timeout(opened, wait_milliseconds);
@@ -204,6 +206,7 @@ class SqliteTarget final : public SharedDatabase {
 
   const Database& database() const { return database_; }
   void add_writer() { ++writers_; }
+  std::string temporary() const { return made_ ? made_->temporary() : std::string(); }
 
   // Of a new database all is done here but for its name.
   void finish() {
@@ -271,6 +274,7 @@ class SqliteWriter final : public TableWriter {
     target_->finish();
   }
   void commit() override { target_->commit(); }
+  std::string temporary() const override { return target_->temporary(); }
   std::shared_ptr<SharedDatabase> database() const override { return target_; }
 
  private:

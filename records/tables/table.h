@@ -89,6 +89,8 @@ class TableWriter {
   // Everything is on the disk but for commit(), after which the table stands in its place.
   virtual void finish() = 0;
   virtual void commit() = 0;
+  // The file that holds the table between finish() and commit(); empty where there is none of its own.
+  virtual std::string temporary() const { return {}; }
   // What further tables of the same database share: one transaction, so that all of them come or none.
   virtual std::shared_ptr<SharedDatabase> database() const { return nullptr; }
 };

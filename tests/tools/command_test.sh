@@ -144,7 +144,7 @@ expect 2 frobnicate
 expect 0 --help
 
 # The manual page names every option that the verbs take, and no other.
-for verb in import export verify inspect layout ddl; do
+for verb in import export verify inspect ranges layout ddl; do
   "$tool" "$verb" --help
 done | sed -n 's/^  \(-[a-zA-Z],\)\?\(--[a-z-]*\).*/\2/p' | { cat; echo --version; } | sort -u >taken
 sed 's/\\-/-/g' "$data/../../docs/man/zvrt-records.1" | grep -o -e '--[a-z][a-z-]*' | sort -u >documented

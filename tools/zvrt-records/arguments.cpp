@@ -8,7 +8,7 @@
 namespace zvrt::records {
 namespace {
 
-constexpr unsigned most_by_default = 8;  // one writer is not faster than so many
+constexpr unsigned most_by_default = 4;  // one writer is not faster than so many
 
 void add_layout_options(CLI::App& verb, Arguments& a) {
   verb.add_option("--binary-size", a.binary_size, "bytes of binary items by their digits")
@@ -79,7 +79,7 @@ void add_run_options(CLI::App& verb, Arguments& a) {
   static const std::map<std::string, OnReject> policies{
       {"skip", OnReject::skip}, {"keep", OnReject::keep}, {"stop", OnReject::stop}};
   verb.add_option("-t,--table", a.table, "the table in a database; with segments a prefix");
-  verb.add_option("--range", a.range, "FIRST:COUNT: only these records or rows, from 1");
+  verb.add_option("--range", a.range, "FIRST:COUNT: only these records or rows, from 1; of import as ranges prints it");
   verb.add_option("--columns", a.columns, "only these columns")->allow_extra_args(false)->delimiter(',');
   verb.add_option("--limit", a.limit, "no more than so many records or rows");
   verb.add_option("-r,--rejects", a.rejects, "file for what is refused (RECORDS.rejects.csv)");
@@ -91,6 +91,20 @@ void add_run_options(CLI::App& verb, Arguments& a) {
   verb.add_option("--delimiter", a.delimiter, "between the cells of a CSV file; tab for a tabulator")
       ->capture_default_str();
   verb.add_option("--null-text", a.null_text, "the text of a null in a CSV file, in place of nothing");
+}
+
+// All words but those that the output does not depend on.
+std::vector<std::string> words_of(int argc, char** argv) {
+  std::vector<std::string> words{ZVRT_RECORDS_VERSION};
+  for (int i = 1; i < argc; ++i) {
+    const std::string word = argv[i];
+    if (word == "--threads" || word == "--manifest")
+      ++i;
+    else if (word != "--replace" && word != "--json" && !word.starts_with("--threads=") &&
+             !word.starts_with("--manifest="))
+      words.push_back(word);
+  }
+  return words;
 }
 
 }  // namespace
@@ -113,6 +127,7 @@ int parse_arguments(int argc, char** argv, Arguments& a, bool& ends) {
   CLI::App& writes = *app.add_subcommand("export", "a table to a record file");
   CLI::App& verify = *app.add_subcommand("verify", "compare a table with a record file, cell by cell");
   CLI::App& looks = *app.add_subcommand("inspect", "what a record file looks like, and its first records");
+  CLI::App& ranges = *app.add_subcommand("ranges", "cut record files into ranges for import, one a line");
   CLI::App& layout = *app.add_subcommand("layout", "every item of a copybook: level, picture, usage, offset, length");
   CLI::App& ddl = *app.add_subcommand("ddl", "the CREATE TABLE of what import makes");
   for (CLI::App* const verb : {&reads, &writes, &verify}) {
@@ -131,10 +146,14 @@ int parse_arguments(int argc, char** argv, Arguments& a, bool& ends) {
     verb->add_option("--order-by", a.order_by, "the column by which the rows of a database's table are read");
   for (CLI::App* const verb : {&reads, &writes}) {
     verb->add_flag("--replace", a.replace, "replace what exists");
-    verb->add_option("--threads", a.threads, "how many work; one for each processor, 8 at most, by default")
+    verb->add_option("--threads", a.threads, "how many work; one for each processor, 4 at most, by default")
         ->check(CLI::Range(1U, 256U));
     verb->add_flag("--dry-run", a.dry_run, "say what would come of it, and write nothing");
   }
+  reads
+      .add_option("--manifest", a.manifest,
+                  "file that lists the ranges that are done; those of them are not done again")
+      ->needs(reads.get_option("--range"));
   reads.add_flag("--append", a.append, "append to the table if it exists")->excludes(reads.get_option("--replace"));
   reads.add_flag("--create", a.create, "make the table over ODBC if there is none");
   reads.add_flag("--bom", a.bom, "begin a CSV file with a byte order mark");
@@ -147,6 +166,14 @@ int parse_arguments(int argc, char** argv, Arguments& a, bool& ends) {
   add_layout_options(looks, a);
   add_column_options(looks, a);
   add_value_options(looks, a);
+  ranges.add_option("-l,--layout", a.layout, "the copybook")->required();
+  ranges.add_option("files", files, "RECORDS...")->required()->expected(1, -1);
+  ranges.add_option("--records", a.part_records, "records of a range")
+      ->check(CLI::PositiveNumber)
+      ->capture_default_str();
+  add_format_options(ranges, a);
+  add_layout_options(ranges, a);
+  add_column_options(ranges, a);
   layout.add_option("copybook", a.layout, "the copybook")->required();
   layout.add_flag("--json", a.json, "an object a line");
   add_layout_options(layout, a);
@@ -161,17 +188,22 @@ int parse_arguments(int argc, char** argv, Arguments& a, bool& ends) {
     return app.exit(error) == 0 ? 0 : 2;
   }
   ends = false;
-  const std::map<std::string, Verb> verbs{{"import", Verb::import_records}, {"export", Verb::export_table},
-                                          {"verify", Verb::verify},         {"inspect", Verb::inspect},
-                                          {"layout", Verb::layout},         {"ddl", Verb::ddl}};
+  const std::map<std::string, Verb> verbs{{"import", Verb::import_records},
+                                          {"export", Verb::export_table},
+                                          {"verify", Verb::verify},
+                                          {"inspect", Verb::inspect},
+                                          {"ranges", Verb::ranges},
+                                          {"layout", Verb::layout},
+                                          {"ddl", Verb::ddl}};
   const CLI::App* const used = app.get_subcommands().front();
   a.verb = verbs.at(used->get_name());
   if (files.empty()) return 0;
   a.format_told = used->count("--record-format") != 0;
-  if (a.verb == Verb::inspect) {
+  if (a.verb == Verb::inspect || a.verb == Verb::ranges) {
     a.records = files;
     return 0;
   }
+  a.words = words_of(argc, argv);
   a.rejects_told = used->count("--rejects") != 0;
   a.null_text_told = used->count("--null-text") != 0;
   if (a.verb == Verb::import_records) {

@@ -14,7 +14,7 @@
 
 namespace zvrt::records {
 
-enum class Verb { import_records, export_table, verify, inspect, layout, ddl };
+enum class Verb { import_records, export_table, verify, inspect, ranges, layout, ddl };
 enum class OnReject { skip, keep, stop };
 
 struct Arguments {
@@ -68,10 +68,13 @@ struct Arguments {
   bool null_text_told = false;
   bool bom = false;
   std::string html;
-  unsigned threads = 0;  // 0: as many as there are processors
+  std::string manifest;
+  std::uint64_t part_records = 1000000;  // of a range
+  std::vector<std::string> words;        // of the command line, without what the output does not depend on
+  unsigned threads = 0;                  // 0: as many as there are processors
 };
 
-// As many threads as told; else one for each processor that the process may use, 8 at most.
+// As many threads as told; else one for each processor that the process may use, 4 at most.
 unsigned threads_of(const Arguments& arguments);
 
 // Reads the command line. A number: the program ends with it, since help was asked for or the line is wrong.

@@ -59,7 +59,7 @@ void Conversion::convert(BlockOfImport& block) const {
     const std::size_t next = std::max(begin, std::min(begin + rows_in_batch_, end));
     std::vector<Refusal> refusals;
     for (; damage != records.damages.end() && (next >= end || damage->record < records.first + next); ++damage) {
-      if (!job_.in_range(damage->record)) continue;
+      if (damage->record < job_.first) continue;
       ++block.findings.left_out;
       refusals.push_back(refusal_of(*damage));
     }

@@ -53,7 +53,7 @@ int export_table(const Arguments& arguments) {
   const MadeFolder folder = check_places(job);
   Journal journal(job);
   try {
-    MergedRows rows(job, true);
+    MergedRows rows(job, true, threads_of(arguments) > 1);
     const auto file = output_of(job);
     RecordWriter writer(*file, job.format);
     while (MergedRows::Source* const source = rows.next()) {
@@ -75,7 +75,7 @@ int export_table(const Arguments& arguments) {
       journal.bytes += record.size();
       writer.write(record, rows.has_surroundings() ? &around : nullptr);
       if ((number & 0xFFF) == 0) {
-        journal.progress(rows.progress());
+        if (journal.is_shown()) journal.progress(rows.progress());
         check_interruption();
       }
     }

@@ -12,6 +12,9 @@
 namespace zvrt::records {
 namespace {
 
+// Of records that are converted at once. Each may be refused in every field, and the refusals of a block are kept as text.
+constexpr std::size_t bytes_of_block = 1 << 17;
+
 std::pair<std::string, std::string> split(const std::string& text, const char* option) {
   const std::size_t at = text.find('=');
   if (at == std::string::npos || at == 0) throw Failure(fmt::format("--{} '{}': there is no =", option, text));
@@ -97,6 +100,7 @@ void Job::read_format() {
   format.skip_trailer = arguments.skip_trailer;
   format.record_header = arguments.record_header;
   format.blank = codec.page.blank;
+  format.block_bytes = bytes_of_block;
   format.keep_surroundings = arguments.keep_bytes;
   if (codec.page.ebcdic) {
     format.newlines = "\x15\x25";
@@ -244,12 +248,24 @@ void Job::add_bytes_columns(Segment& segment) const {
     segment.columns.push_back({"BLOCK_NUMBER", TableColumn::Type::integer, true});
 }
 
+// FIRST:COUNT, FIRST:COUNT@BYTE or FIRST:COUNT@BYTE:BLOCK.
 void Job::read_range() {
   if (!arguments.range.empty()) {
-    const std::size_t colon = arguments.range.find(':');
-    if (colon == std::string::npos) throw Failure(fmt::format("--range '{}': FIRST:COUNT is wanted", arguments.range));
-    first = std::max<std::uint64_t>(1, number(arguments.range.substr(0, colon), "range"));
-    count = number(arguments.range.substr(colon + 1), "range");
+    const std::string& text = arguments.range;
+    const std::size_t at = text.find('@');
+    const std::size_t colon = text.find(':');
+    if (colon == std::string::npos || colon > at)
+      throw Failure(fmt::format("--range '{}': FIRST:COUNT is wanted", text));
+    first = std::max<std::uint64_t>(1, number(text.substr(0, colon), "range"));
+    count = number(text.substr(colon + 1, at == std::string::npos ? at : at - colon - 1), "range");
+    if (at != std::string::npos) {
+      if (arguments.verb != Verb::import_records)
+        throw Failure(fmt::format("--range '{}': only import begins at a byte", text));
+      const std::size_t second = text.find(':', at);
+      start = ReadingPlace{first - 1,
+                           number(text.substr(at + 1, second == std::string::npos ? second : second - at - 1), "range"),
+                           second == std::string::npos ? 0 : number(text.substr(second + 1), "range")};
+    }
   }
   if (arguments.limit != 0) count = std::min(count, arguments.limit);
 }

@@ -7,7 +7,7 @@
 
 #include "arguments.h"
 #include "records/codec/record_codec.h"
-#include "records/formats/format.h"
+#include "records/formats/record_reader.h"
 
 namespace zvrt::records {
 
@@ -33,14 +33,18 @@ struct Job {
   std::vector<Segment> segments;
   std::uint64_t first = 1;
   std::uint64_t count = ~std::uint64_t{0};
-  std::string rejects;  // where refusals are written
+  std::optional<ReadingPlace> start;  // of the range, where it says so
+  std::string rejects;                // where refusals are written
 
   explicit Job(const Arguments& told);
   Job(const Arguments& told, Layout made);
   bool has_segments() const { return !arguments.segments.empty(); }
   Existing existing() const;
+  // A part that is done again replaces what the run before it refused.
+  Existing existing_rejects() const {
+    return !arguments.manifest.empty() ? Existing::replace : arguments.rejects_told ? existing() : Existing::refuse;
+  }
   std::uint64_t last() const { return count > ~std::uint64_t{0} - first ? ~std::uint64_t{0} : first - 1 + count; }
-  bool in_range(std::uint64_t number) const { return number >= first && number <= last(); }
 
  private:
   void read_codec();

@@ -85,8 +85,7 @@ void Journal::refuse(const Refusal& refusal) {
 void Journal::write_rejects(std::string_view lines) {
   if (job_.arguments.dry_run) return;
   if (!rejects_) {
-    rejects_ =
-        std::make_unique<RegularOutput>(job_.rejects, job_.arguments.rejects_told ? job_.existing() : Existing::refuse);
+    rejects_ = std::make_unique<RegularOutput>(job_.rejects, job_.existing_rejects());
     rejects_->write("record,field,offset,bytes,status,text\r\n");
   }
   rejects_->write(lines);

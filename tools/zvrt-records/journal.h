@@ -49,6 +49,7 @@ class Journal {
   void add(const Findings& findings);
   // Whether the run has to end: `--on-reject stop`, or more refusals than are allowed.
   bool stops() const;
+  bool is_shown() const { return visible_; }
   void progress(const TableReader::Progress& now);
   void warn(const std::string& text);
 

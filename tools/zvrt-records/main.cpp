@@ -42,6 +42,7 @@ int run(int argc, char** argv) {
     case Verb::export_table: return export_table(arguments);
     case Verb::verify: return verify_table(arguments);
     case Verb::inspect: return inspect_records(arguments);
+    case Verb::ranges: return print_ranges(arguments);
     case Verb::layout: return print_layout(arguments);
     case Verb::ddl: break;
   }

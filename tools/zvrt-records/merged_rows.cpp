@@ -6,15 +6,17 @@
 #include <charconv>
 
 #include "places.h"
+#include "read_ahead.h"
 #include "records/files/failure.h"
 
 namespace zvrt::records {
 
-MergedRows::MergedRows(const Job& job, bool encodes)
+MergedRows::MergedRows(const Job& job, bool encodes, bool ahead)
     : job_(job), encodes_(encodes), keeps_(job.arguments.keep_bytes), sources_(job.segments.size()) {
   for (std::size_t s = 0; s < sources_.size(); ++s) {
     sources_[s].segment = &job.segments[s];
     sources_[s].reader = open_table(job.segments[s].table, job.segments[s].columns, job.table);
+    if (ahead) sources_[s].reader = std::make_unique<ReadAhead>(std::move(sources_[s].reader));
     load(sources_[s]);
   }
 }

@@ -21,7 +21,8 @@ class MergedRows {
     bool ended = false;
   };
 
-  MergedRows(const Job& job, bool encodes);
+  // `ahead`: tables are read in threads of their own.
+  MergedRows(const Job& job, bool encodes, bool ahead = false);
   // The source whose row is next, at its `at`; null after the last one. The row stays until the next call.
   Source* next();
   TableReader::Progress progress() { return sources_.front().reader->progress(); }

@@ -15,7 +15,10 @@ int digit(char c) {
   return c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
 }
 
+// Parts of a file have a reject file each, beside their table.
 std::string default_rejects(const Arguments& arguments) {
+  const bool is_part = !arguments.range.empty() && arguments.verb == Verb::import_records;
+  if (is_part && arguments.table_file != "-") return arguments.table_file + ".rejects.csv";
   if (arguments.records.front() != "-") return arguments.records.front() + ".rejects.csv";
   const bool is_file =
       arguments.table_file != "-" && TableName{arguments.table_file, ""}.kind() != TableName::Kind::odbc;
@@ -90,9 +93,9 @@ MadeFolder check_places(Job& job) {
     else if (!arguments.dry_run)
       roles.writes(file, "the records", job.existing());
   }
-  if (job.rejects.empty()) job.rejects = free_name(default_rejects(arguments));
-  if (!arguments.dry_run)
-    roles.writes(job.rejects, "the rejects", arguments.rejects_told ? job.existing() : Existing::refuse);
+  if (job.rejects.empty()) job.rejects = default_rejects(arguments);
+  if (!arguments.rejects_told && arguments.manifest.empty()) job.rejects = free_name(job.rejects);
+  if (!arguments.dry_run) roles.writes(job.rejects, "the rejects", job.existing_rejects());
   roles.check();
   if (arguments.verb != Verb::import_records || arguments.dry_run || !is_folder_of_tables(job) ||
       std::filesystem::exists(arguments.table_file))

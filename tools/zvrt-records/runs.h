@@ -10,6 +10,7 @@ int import_records(const Arguments& arguments);
 int export_table(const Arguments& arguments);
 int verify_table(const Arguments& arguments);
 int inspect_records(const Arguments& told_arguments);
+int print_ranges(const Arguments& arguments);
 int print_layout(const Arguments& arguments);
 int print_ddl(const Arguments& arguments);
 
