@@ -18,7 +18,7 @@ import time
 from postgres import Server
 
 COMMAND = sys.argv[1] if len(sys.argv) > 1 else "zvrt-records"
-ROWS = int(sys.argv[2]) if len(sys.argv) > 2 and sys.argv[2].isdecimal() else 200_000
+ROWS = int(sys.argv[2]) if len(sys.argv) > 2 and sys.argv[2].isdecimal() else 50_000
 SECRET = "s3cret;}x"
 
 MANY = """       01 CUSTOMER.
