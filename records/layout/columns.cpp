@@ -229,8 +229,8 @@ class ColumnMaker {
   void check_shift(const Item& item, const VariableTable& table, const Around& around) {
     const auto cannot = [&](const std::string& why) {
       if (!made_.cannot_shift)
-        made_.cannot_shift =
-            CopybookError(layout_.files[item.place.source], item.place, why, "--odo max takes every table at its greatest size");
+        made_.cannot_shift = CopybookError(layout_.files[item.place.source], item.place, why,
+                                           "--odo max takes every table at its greatest size");
     };
     if (item.depends_on == nullptr)
       return cannot(item.depends_on_name + ", on which " + item.name + " depends, is not in the record");

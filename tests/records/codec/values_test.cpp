@@ -64,7 +64,7 @@ constexpr Row rows[] = {
     {"COMP-1", 1252, "0000C03F", "1.5", nullptr},
     // Edited numbers; those that other programs edit otherwise come back as the picture says.
     {"PIC ZZ,ZZ9.99-", 1252, "2020202020312E353020", "1.50", nullptr},
-{"PIC $$,$$9.99", 1252, "24312C3233342E3530", "1234.50", nullptr},
+    {"PIC $$,$$9.99", 1252, "24312C3233342E3530", "1234.50", nullptr},
     {"PIC 9(5).99", 1252, "3738392E30392020", "789.09", "30303738392E3039"},
     {"PIC 9(5).99", 1252, "2020203738392E30", "789.00", "30303738392E3030"},
     {"PIC 9(5).99", 1252, "2020202020202020", "RX_NOT_EDITED", nullptr},
