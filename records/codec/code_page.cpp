@@ -29,7 +29,8 @@ bool is_page_of_pairs(std::uint32_t number, char kind) {
   ZVRTPlan* made = nullptr;
   if (ZVRTPlanCreate(&page, &text, 0, &made, nullptr) != ZVRT_RC_OK) return false;
   const Plan plan(made);
-  return convert_one(*plan, "\x40\x40", nullptr, blank.data(), &written) == ZVRT_RC_OK &&
+  const std::array<char, 2> pair = {0x40, 0x40};
+  return convert_one(*plan, pair.data(), nullptr, blank.data(), &written) == ZVRT_RC_OK &&
          std::string_view(blank.data(), static_cast<std::size_t>(written)) == "\xE3\x80\x80";
 }
 
