@@ -64,6 +64,6 @@ enum class Role : std::uint8_t { source, target };
 
 // Checks a caller's type and takes over what it says, but for its page and its model. A sentence in `reason` says what
 // is wrong with one that is refused.
-Status check_type(const ZVRTType& from, Role role, Type& type, const char*& reason);
+Status check_type(const ZVRTType& given, Role role, Type& type, const char*& reason);
 
 }  // namespace zvrt::columns
