@@ -106,7 +106,7 @@ template <class Ascii, bool writes, class Source>
 
 // ---- Wide text to UTF-8 ----
 
-constexpr Wide last_ordinary = 0x1FFFFF;
+inline constexpr Wide last_ordinary = 0x1FFFFF;
 
 inline char continuation(Wide value, unsigned shift) { return static_cast<char>(0x80U | (value >> shift & 0x3FU)); }
 

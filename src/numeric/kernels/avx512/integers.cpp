@@ -176,7 +176,7 @@ ZVRT_WRAPS Digits read_byte_block(const char* text) {
     const __m256i digits = _mm256_sub_epi8(load_half(text), _mm256_set1_epi8('0'));
     const std::uint32_t end = _tzcnt_u32(_cvtmask32_u32(_mm256_cmpgt_epu8_mask(digits, _mm256_set1_epi8(9))));
     if (end > max_decimal_length + 1) return {0, 0, Reading::not_attempted};
-    const __mmask32 used = static_cast<std::uint32_t>(0xFFFFFFFF00000000U >> end);
+    const auto used = static_cast<__mmask32>(0xFFFFFFFF00000000U >> end);
     const __m256i from = _mm256_add_epi8(load_half(all.positions), _mm256_set1_epi8(static_cast<char>(end)));
     const __m256i right_aligned = _mm256_maskz_permutexvar_epi8(used, from, digits);
     return {join_thirty_two(all, right_aligned), end, text[end] == 0 ? Reading::complete : Reading::invalid_character};
