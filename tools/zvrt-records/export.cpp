@@ -70,7 +70,7 @@ int export_table(const Arguments& arguments) {
         continue;
       }
       ++journal.carried;
-      const Surroundings around = rows.has_surroundings() ? rows.surroundings(*source) : Surroundings{};
+      const Surroundings around = rows.has_surroundings() ? MergedRows::surroundings(*source) : Surroundings{};
       const std::string& record = source->encoded.records[source->at];
       journal.bytes += record.size();
       writer.write(record, rows.has_surroundings() ? &around : nullptr);

@@ -72,7 +72,7 @@ MergedRows::Source* MergedRows::next() {
   return last_;
 }
 
-Surroundings MergedRows::surroundings(const Source& source) const {
+Surroundings MergedRows::surroundings(const Source& source) {
   Surroundings around;
   for (std::size_t i = source.segment->first_field + source.segment->codec->fields().size();
        i < source.segment->columns.size(); ++i) {

@@ -27,7 +27,7 @@ class MergedRows {
   Source* next();
   TableReader::Progress progress() { return sources_.front().reader->progress(); }
   // What stood around the record of a source's row.
-  Surroundings surroundings(const Source& source) const;
+  static Surroundings surroundings(const Source& source);
   bool has_surroundings() const { return keeps_; }
 
  private:
