@@ -98,7 +98,7 @@ void add_map(const SeenRecord& record, std::string& page) {
   page += R"(<div class="map">)";
   for (std::size_t at = 0; at < size; ++at)
     page += fmt::format(
-        "<span class=\"{}\" title=\"{}\">{}</span>", classes[at],
+        R"(<span class="{}" title="{}">{}</span>)", classes[at],
         titles[at].empty() ? fmt::format("no field, offset {}", at) : titles[at],
         titles[at].empty() && record.moved ? "--" : hexadecimal(std::string_view(record.form).substr(at, 1)));
   page += "</div>\n";
