@@ -131,17 +131,31 @@ copy_tree() {
   "$source/scripts/files.sh" | tar -C "$source" -T - -c | tar -C "$1" -x --no-same-owner
 }
 
-# The Debian packages: the same bytes from two folders, nothing for lintian to say, and each file where it belongs.
+# packages_in FOLDER: made there, from a copy of the tree.
+packages_in() {
+  copy_tree "$1"
+  "$1/scripts/package.sh" "$1/packages" >/dev/null 2>"$scratch/log" || { cat "$scratch/log"; return 1; }
+}
+
+# The Debian packages have the same bytes from two folders. Two builds of everything: what continuous integration runs.
+reproducible() {
+  command -v dpkg-deb >/dev/null || skip "dpkg-deb is missing"
+  local package status=0
+  packages_in "$scratch/one"
+  packages_in "$scratch/another/deeper"
+  for package in "$scratch"/one/packages/*.deb; do
+    cmp "$package" "$scratch/another/deeper/packages/${package##*/}" || status=1
+  done
+  return $status
+}
+
+# The Debian packages: nothing for lintian to say, and each file where it belongs.
 debian() {
   command -v dpkg-deb >/dev/null || skip "dpkg-deb is missing"
   local name package status=0
-  for name in one another/deeper; do
-    copy_tree "$scratch/$name"
-    "$scratch/$name/scripts/package.sh" "$scratch/$name/packages" >/dev/null 2>"$scratch/log" || { cat "$scratch/log"; return 1; }
-  done
+  packages_in "$scratch/one"
   cd "$scratch/one/packages"
   for package in *.deb; do
-    cmp "$package" "$scratch/another/deeper/packages/$package" || status=1
     case $package in
       lib*) [ "$(dpkg-deb --field "$package" Multi-Arch)" = same ] || { echo "$package: not Multi-Arch: same"; status=1; } ;;
     esac
