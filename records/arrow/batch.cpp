@@ -1,8 +1,5 @@
 #include "records/arrow/batch.h"
 
-#include <cerrno>
-#include <exception>
-#include <new>
 #include <utility>
 
 namespace zvrt::records {
@@ -122,63 +119,25 @@ void export_array(const SharedBatch& batch, ArrowArray& array) {
 
 namespace {
 
-struct BatchStream {
-  std::shared_ptr<const BatchSchema> schema;
-  NextBatch next;
-  std::string error;
-};
+class BatchSource final : public StreamSource {
+ public:
+  BatchSource(std::shared_ptr<const BatchSchema> schema, NextBatch next)
+      : schema_(std::move(schema)), next_(std::move(next)) {}
 
-BatchStream& stream_of(ArrowArrayStream* stream) { return *static_cast<BatchStream*>(stream->private_data); }
-
-// No exception leaves through the C interface.
-template <class Work>
-int guarded(ArrowArrayStream* stream, Work work) {
-  BatchStream& batches = stream_of(stream);
-  try {
-    work(batches);
-    return 0;
-  } catch (const std::bad_alloc&) {
-    return ENOMEM;
-  } catch (const std::exception& failure) {
-    try {
-      batches.error = failure.what();
-    } catch (...) {
-      batches.error.clear();
-    }
-  } catch (...) {
-    batches.error.clear();
+  void schema(ArrowSchema& schema) override { export_schema(*schema_, schema); }
+  void next(ArrowArray& array) override {
+    if (const SharedBatch batch = next_()) export_array(batch, array);
   }
-  return EIO;
-}
 
-extern "C" int zvrt_batch_stream_schema(ArrowArrayStream* stream, ArrowSchema* schema) {
-  return guarded(stream, [schema](const BatchStream& batches) { export_schema(*batches.schema, *schema); });
-}
-extern "C" int zvrt_batch_stream_next(ArrowArrayStream* stream, ArrowArray* array) {
-  return guarded(stream, [array](const BatchStream& batches) {
-    *array = {};
-    if (const SharedBatch batch = batches.next()) export_array(batch, *array);
-  });
-}
-extern "C" const char* zvrt_batch_stream_error(ArrowArrayStream* stream) {
-  const std::string& error = stream_of(stream).error;
-  return error.empty() ? nullptr : error.c_str();
-}
-extern "C" void zvrt_batch_stream_release(ArrowArrayStream* stream) {
-  delete &stream_of(stream);
-  stream->private_data = nullptr;
-  stream->release = nullptr;
-}
+ private:
+  std::shared_ptr<const BatchSchema> schema_;
+  NextBatch next_;
+};
 
 }  // namespace
 
 void make_batch_stream(std::shared_ptr<const BatchSchema> schema, NextBatch next, ArrowArrayStream& stream) {
-  auto batches = std::make_unique<BatchStream>(BatchStream{std::move(schema), std::move(next), {}});
-  stream.get_schema = zvrt_batch_stream_schema;
-  stream.get_next = zvrt_batch_stream_next;
-  stream.get_last_error = zvrt_batch_stream_error;
-  stream.release = zvrt_batch_stream_release;
-  stream.private_data = batches.release();
+  make_stream(std::make_unique<BatchSource>(std::move(schema), std::move(next)), stream);
 }
 
 }  // namespace zvrt::records

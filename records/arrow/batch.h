@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "columns/arrow/abi.h"
-#include "records/arrow/record_stream.h"
+#include "records/arrow/stream.h"
 
 namespace zvrt::records {
 

@@ -13,22 +13,8 @@
 #include <vector>
 
 #include "ZVRTColumns.h"
-#include "columns/arrow/abi.h"
+#include "records/arrow/stream.h"
 #include "records/formats/record_reader.h"
-
-#ifndef ARROW_C_STREAM_INTERFACE
-#define ARROW_C_STREAM_INTERFACE
-
-struct ArrowArrayStream {
-  // 0, or an error number; then get_last_error() has a sentence.
-  int (*get_schema)(struct ArrowArrayStream*, struct ArrowSchema* schema);
-  int (*get_next)(struct ArrowArrayStream*, struct ArrowArray* array);  // a released array is the end
-  const char* (*get_last_error)(struct ArrowArrayStream*);
-  void (*release)(struct ArrowArrayStream*);
-  void* private_data;
-};
-
-#endif
 
 namespace zvrt::records {
 

@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "records/arrow/batch.h"
+#include "records/arrow/record_stream.h"
 #include "records/codec/record_codec.h"
 
 namespace zvrt::records {

@@ -93,7 +93,8 @@ void RecordCodec::copy_record(const Slide& slide, std::string_view record, std::
     present[i][row] = offset ? 1 : 0;
     if (!offset) continue;
     const std::size_t there = *offset < record.size() ? std::min(field.length(), record.size() - *offset) : 0;
-    std::memcpy(form + field.column().offset, record.data() + (there == 0 ? 0 : *offset), there);
+    // An empty record may have no address at all.
+    if (there != 0) std::memcpy(form + field.column().offset, record.data() + *offset, there);
     if (there == field.length()) continue;
     const bool padded = options_.pads_blanks && field.table_column().type == TableColumn::Type::text;
     std::memset(form + field.column().offset + there, blank_, field.length() - there);

@@ -26,7 +26,7 @@ constexpr std::array entries{
     Entry{rx_missing_row, "RX_MISSING_ROW", "the row has no counterpart"},
     Entry{rx_surplus_row, "RX_SURPLUS_ROW", "the record is beyond the table's end"},
     Entry{rx_two_meanings, "RX_TWO_MEANINGS", "two meanings of the same bytes were changed"},
-    Entry{rx_bytes, "RX_BYTES", "RECORD_BYTES is not hexadecimal, or not a record's length"},
+    Entry{rx_bytes, "RX_BYTES", "what was kept of the record is not hexadecimal, or no number"},
     Entry{rx_table, "RX_TABLE", "the table refuses the row"},
 };
 

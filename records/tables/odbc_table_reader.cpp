@@ -14,6 +14,7 @@
 #include "records/files/failure.h"
 #include "records/files/interruption.h"
 #include "records/tables/formats.h"
+#include "records/tables/hexadecimal.h"
 #include "records/tables/odbc_table_connection.h"
 #include "records/tables/odbc_table_secrets.h"
 #include "records/tables/odbc_table_text.h"
@@ -77,17 +78,6 @@ ResultColumn::ResultColumn(const OdbcColumn& described) {
     }
     default: return;
   }
-}
-
-std::string hexadecimal(std::string_view bytes) {
-  constexpr std::string_view digits = "0123456789ABCDEF";
-  std::string text;
-  text.reserve(bytes.size() * 2);
-  for (const char byte : bytes) {
-    text += digits[static_cast<unsigned char>(byte) >> 4];
-    text += digits[static_cast<unsigned char>(byte) & 15];
-  }
-  return text;
 }
 
 class OdbcReader final : public TableReader {

@@ -15,6 +15,7 @@
 #include "records/files/interruption.h"
 #include "records/files/output_file.h"
 #include "records/tables/formats.h"
+#include "records/tables/hexadecimal.h"
 
 namespace zvrt::records {
 namespace {
@@ -95,23 +96,6 @@ bool has_table(const Database& database, const std::string& table) {
   const Statement look = database.prepare("SELECT 1 FROM pragma_table_info(?1)");
   sqlite3_bind_text(look.get(), 1, table.c_str(), -1, SQLITE_TRANSIENT);
   return database.step(look);
-}
-
-int hexadecimal_digit(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
-}
-
-std::string hexadecimal(std::string_view bytes) {
-  constexpr std::string_view digits = "0123456789ABCDEF";
-  std::string text;
-  text.reserve(bytes.size() * 2);
-  for (const char byte : bytes) {
-    text += digits[static_cast<unsigned char>(byte) >> 4];
-    text += digits[static_cast<unsigned char>(byte) & 15];
-  }
-  return text;
 }
 
 class SqliteReader final : public TableReader {
@@ -299,18 +283,16 @@ class SqliteWriter final : public TableWriter {
         if (read.ec == std::errc{} && std::isfinite(value)) return check(sqlite3_bind_double(insert, at, value));
         break;
       }
-      case TableColumn::Type::bytes: return bind_bytes(at, cell);
+      case TableColumn::Type::bytes: {
+        std::string bytes;
+        if (from_hexadecimal(cell, bytes))
+          return check(sqlite3_bind_blob64(insert, at, bytes.data(), bytes.size(), SQLITE_TRANSIENT));
+        break;
+      }
       case TableColumn::Type::text:
       case TableColumn::Type::number: break;
     }
     check(sqlite3_bind_text64(insert, at, cell.data(), cell.size(), SQLITE_STATIC, SQLITE_UTF8));
-  }
-
-  void bind_bytes(int at, std::string_view digits) {
-    std::string bytes(digits.size() / 2, '\0');
-    for (std::size_t i = 0; i < bytes.size(); ++i)
-      bytes[i] = static_cast<char>(hexadecimal_digit(digits[2 * i]) << 4 | hexadecimal_digit(digits[2 * i + 1]));
-    check(sqlite3_bind_blob64(insert_.get(), at, bytes.data(), bytes.size(), SQLITE_TRANSIENT));
   }
 
   void check(int result) const {

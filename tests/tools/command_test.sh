@@ -58,6 +58,28 @@ sed 's/,-1.50,/,7.25,/' kept.csv >changed.csv
 expect 0 export "${options[@]}" --keep-bytes changed.csv changed.dat
 cmp changed.dat <(printf '1aa\x12\x34\x5C??  7.25 0!! 12.00 ') || fail "one changed cell"
 
+# What cannot be read of the bytes that were kept is refused by its column's name.
+printf '01 R.\n 05 A PIC X(2).\n' >r.cpy
+printf '\0\015\0\0xyz\0\006\0\0ab' >r.dat
+options=(-l r.cpy -c ascii --record-format VB --record-header 3 --keep-bytes)
+expect 0 import "${options[@]}" r.dat r.csv
+expect 0 export "${options[@]}" --replace r.csv again.dat
+cmp r.dat again.dat || fail "a block's kept bytes"
+while read -r column kept spoiled; do
+  sed "2s/$kept/$spoiled/" r.csv >spoiled.csv
+  cmp -s r.csv spoiled.csv && fail "$column has no $kept: $(cat r.csv)"
+  expect 1 export "${options[@]}" spoiled.csv spoiled.dat
+  grep -q "^1,\"$column\",.*,RX_BYTES," spoiled.dat.rejects.csv || fail "$column as $spoiled: $(cat spoiled.dat.rejects.csv)"
+  rm -f spoiled.*
+done <<'END'
+RECORD_BYTES ,6162, ,616,
+RECORD_BYTES ,6162, ,6G62,
+RECORD_BYTES ,6162, ,,
+BYTES_BEFORE 78797A 78797
+BLOCK_NUMBER ,1\r ,one\r
+BLOCK_NUMBER ,1\r ,-1\r
+END
+
 # Two segments in one file, a table each, and merged again.
 cat >seg.cpy <<'END'
 01 HEAD.

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "places.h"
+#include "records/tables/hexadecimal.h"
 
 namespace zvrt::records {
 namespace {

@@ -27,8 +27,9 @@ std::unique_ptr<OutputFile> output_of(const Job& job) {
 bool judge(Journal& journal, const Job& job, const MergedRows::Source& source, std::uint64_t number) {
   const auto segment = static_cast<std::size_t>(source.segment - job.segments.data());
   const auto& fields = source.segment->codec->fields();
-  bool refused = source.broken[source.at] != 0;
-  if (refused) journal.refuse({number, "RECORD_BYTES", 0, {}, rx_bytes, text_of(rx_bytes)});
+  const std::string_view broken = source.broken[source.at];
+  bool refused = !broken.empty();
+  if (refused) journal.refuse({number, std::string(broken), 0, {}, rx_bytes, text_of(rx_bytes)});
   for (std::size_t i = 0; i < fields.size(); ++i) {
     const Status status = source.encoded.status[i][source.at];
     FieldCounts& counts = journal.field(segment, i);
@@ -65,15 +66,14 @@ int export_table(const Arguments& arguments) {
       }
       const bool refused = judge(journal, job, *source, number);
       if (journal.stops()) throw Failure("stopped at a refusal");
-      if (refused && (arguments.on_reject != OnReject::keep || source->broken[source->at] != 0)) {
+      if (refused && (arguments.on_reject != OnReject::keep || !source->broken[source->at].empty())) {
         ++journal.left_out;
         continue;
       }
       ++journal.carried;
-      const Surroundings around = rows.has_surroundings() ? MergedRows::surroundings(*source) : Surroundings{};
       const std::string& record = source->encoded.records[source->at];
       journal.bytes += record.size();
-      writer.write(record, rows.has_surroundings() ? &around : nullptr);
+      writer.write(record, source->around.empty() ? nullptr : &source->around[source->at]);
       if ((number & 0xFFF) == 0) {
         if (journal.is_shown()) journal.progress(rows.progress());
         check_interruption();

@@ -9,10 +9,10 @@
 #include "fit.h"
 #include "inspect_page.h"
 #include "look.h"
-#include "places.h"
 #include "records/files/failure.h"
 #include "records/files/output_file.h"
 #include "records/inspect/inspect.h"
+#include "records/tables/hexadecimal.h"
 #include "runs.h"
 
 namespace zvrt::records {

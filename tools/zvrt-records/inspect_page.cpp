@@ -2,7 +2,7 @@
 
 #include <fmt/format.h>
 
-#include "places.h"
+#include "records/tables/hexadecimal.h"
 
 namespace zvrt::records {
 namespace {

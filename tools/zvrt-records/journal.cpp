@@ -7,17 +7,12 @@
 
 #include "records/files/failure.h"
 #include "records/tables/csv_format.h"
+#include "records/tables/hexadecimal.h"
 
 namespace zvrt::records {
 namespace {
 
 constexpr double seconds_between_shows = 0.2;
-
-std::string hexadecimal(std::string_view bytes) {
-  std::string text;
-  for (const char byte : bytes) fmt::format_to(std::back_inserter(text), "{:02X}", static_cast<unsigned char>(byte));
-  return text;
-}
 
 std::string csv_cell(std::string_view text) {
   std::string cell = "\"";

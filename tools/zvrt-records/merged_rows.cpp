@@ -5,11 +5,19 @@
 #include <algorithm>
 #include <charconv>
 
-#include "places.h"
 #include "read_ahead.h"
 #include "records/files/failure.h"
+#include "records/tables/hexadecimal.h"
 
 namespace zvrt::records {
+namespace {
+
+bool from_digits(std::string_view text, std::uint64_t& number) {
+  const auto read = std::from_chars(text.data(), text.data() + text.size(), number);
+  return read.ec == std::errc{} && read.ptr == text.data() + text.size();
+}
+
+}  // namespace
 
 MergedRows::MergedRows(const Job& job, bool encodes, bool ahead)
     : job_(job), encodes_(encodes), keeps_(job.arguments.keep_bytes), sources_(job.segments.size()) {
@@ -35,13 +43,38 @@ void MergedRows::load(Source& source) {
 void MergedRows::encode(Source& source) const {
   const std::size_t rows = source.block.rows;
   const RecordCodec& codec = *source.segment->codec;
-  source.broken.assign(rows, 0);
+  source.broken.assign(rows, {});
   if (!keeps_) return codec.encode(source.fields, rows, nullptr, source.encoded);
-  std::vector<std::string> bases(rows);
-  const CellColumn bytes = source.block.column(source.segment->first_field + codec.fields().size());
-  for (std::size_t row = 0; row < rows; ++row)
-    if (bytes.is_null(row) || !from_hexadecimal(bytes.at(row), bases[row])) source.broken[row] = 1;
+  std::vector<std::string> bases;
+  read_kept_bytes(source, bases);
   codec.encode(source.fields, rows, &bases, source.encoded);
+}
+
+// The columns after the fields: the record as it was, and what stood around it in its file.
+void MergedRows::read_kept_bytes(Source& source, std::vector<std::string>& records) {
+  const std::size_t rows = source.block.rows;
+  records.assign(rows, {});
+  source.around.assign(rows, {});
+  const Segment& segment = *source.segment;
+  for (std::size_t i = segment.first_field + segment.codec->fields().size(); i < segment.columns.size(); ++i) {
+    const std::string_view name = segment.columns[i].name;
+    const CellColumn cells = source.block.column(i);
+    for (std::size_t row = 0; row < rows; ++row) {
+      Surroundings& around = source.around[row];
+      bool is_read = true;
+      if (cells.is_null(row))
+        is_read = name != "RECORD_BYTES";
+      else if (name == "RECORD_BYTES")
+        is_read = from_hexadecimal(cells.at(row), records[row]);
+      else if (name == "BYTES_BEFORE")
+        is_read = from_hexadecimal(cells.at(row), around.before);
+      else if (name == "BYTES_AFTER")
+        is_read = from_hexadecimal(cells.at(row), around.after);
+      else if (name == "BLOCK_NUMBER")
+        is_read = from_digits(cells.at(row), around.block);
+      if (!is_read && source.broken[row].empty()) source.broken[row] = name;
+    }
+  }
 }
 
 void MergedRows::find_number(Source& source) const {
@@ -51,8 +84,7 @@ void MergedRows::find_number(Source& source) const {
   }
   const CellColumn numbers = source.block.column(0);
   const std::string text(numbers.is_null(source.at) ? "" : numbers.at(source.at));
-  const auto read = std::from_chars(text.data(), text.data() + text.size(), source.number);
-  if (read.ec != std::errc{} || read.ptr != text.data() + text.size())
+  if (!from_digits(text, source.number))
     throw Failure(fmt::format("{}: RECORD_NUMBER '{}' of row {} is no number", source.segment->table.shown(), text,
                               source.block.first + source.at));
 }
@@ -70,22 +102,6 @@ MergedRows::Source* MergedRows::next() {
   for (Source& source : sources_)
     if (!source.ended && (last_ == nullptr || source.number < last_->number)) last_ = &source;
   return last_;
-}
-
-Surroundings MergedRows::surroundings(const Source& source) {
-  Surroundings around;
-  for (std::size_t i = source.segment->first_field + source.segment->codec->fields().size();
-       i < source.segment->columns.size(); ++i) {
-    const CellColumn cells = source.block.column(i);
-    if (cells.is_null(source.at)) continue;
-    const std::string& name = source.segment->columns[i].name;
-    if (name == "BYTES_BEFORE") from_hexadecimal(cells.at(source.at), around.before);
-    if (name == "BYTES_AFTER") from_hexadecimal(cells.at(source.at), around.after);
-    if (name == "BLOCK_NUMBER")
-      std::from_chars(cells.at(source.at).data(), cells.at(source.at).data() + cells.at(source.at).size(),
-                      around.block);
-  }
-  return around;
 }
 
 }  // namespace zvrt::records

@@ -13,9 +13,10 @@ class MergedRows {
     const Segment* segment = nullptr;
     std::unique_ptr<TableReader> reader;
     CellBlock block;
-    std::vector<CellColumn> fields;    // of the block
-    EncodedRecords encoded;            // of the block, if records are made of it
-    std::vector<std::uint8_t> broken;  // rows whose RECORD_BYTES cannot be used
+    std::vector<CellColumn> fields;        // of the block
+    EncodedRecords encoded;                // of the block, if records are made of it
+    std::vector<Surroundings> around;      // of the records, where the table keeps them
+    std::vector<std::string_view> broken;  // the column a row's bytes cannot be taken from; else empty
     std::size_t at = 0;
     std::uint64_t number = 0;  // of the row that is next
     bool ended = false;
@@ -26,14 +27,12 @@ class MergedRows {
   // The source whose row is next, at its `at`; null after the last one. The row stays until the next call.
   Source* next();
   TableReader::Progress progress() { return sources_.front().reader->progress(); }
-  // What stood around the record of a source's row.
-  static Surroundings surroundings(const Source& source);
-  bool has_surroundings() const { return keeps_; }
 
  private:
   void load(Source& source);
   void find_number(Source& source) const;
   void encode(Source& source) const;
+  static void read_kept_bytes(Source& source, std::vector<std::string>& records);
 
   const Job& job_;
   bool encodes_;

@@ -9,12 +9,6 @@
 namespace zvrt::records {
 namespace {
 
-int digit(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
-}
-
 // Parts of a file have a reject file each, beside their table.
 std::string default_rejects(const Arguments& arguments) {
   const bool is_part = !arguments.range.empty() && arguments.verb == Verb::import_records;
@@ -50,29 +44,6 @@ void tell_table(const Job& job, FileRoles& roles, bool written) {
 }
 
 }  // namespace
-
-std::string hexadecimal(std::string_view bytes) {
-  constexpr std::string_view digits = "0123456789ABCDEF";
-  std::string text;
-  text.reserve(2 * bytes.size());
-  for (const char byte : bytes) {
-    text += digits[static_cast<unsigned char>(byte) >> 4];
-    text += digits[static_cast<unsigned char>(byte) & 15];
-  }
-  return text;
-}
-
-bool from_hexadecimal(std::string_view text, std::string& bytes) {
-  if (text.size() % 2 != 0) return false;
-  bytes.resize(text.size() / 2);
-  for (std::size_t i = 0; i < bytes.size(); ++i) {
-    const int high = digit(text[2 * i]);
-    const int low = digit(text[2 * i + 1]);
-    if (high < 0 || low < 0) return false;
-    bytes[i] = static_cast<char>(high << 4 | low);
-  }
-  return true;
-}
 
 MadeFolder::~MadeFolder() {
   if (!path_.empty() && !kept_) rmdir(path_.c_str());

@@ -3,7 +3,6 @@
 #define ZVRT_TOOLS_ZVRT_RECORDS_PLACES_H
 
 #include <string>
-#include <string_view>
 
 #include "job.h"
 
@@ -27,10 +26,6 @@ class MadeFolder {
 
 // Names the reject file, and throws a Failure if any two files are the same or one may not be written.
 MadeFolder check_places(Job& job);
-
-std::string hexadecimal(std::string_view bytes);
-// False where the text is no such digits.
-bool from_hexadecimal(std::string_view text, std::string& bytes);
 
 }  // namespace zvrt::records
 
