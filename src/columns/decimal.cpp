@@ -88,12 +88,6 @@ Status round_magnitude(Magnitude& magnitude, Tail tail, Rounding rule) {
   return ZVRT_RC_OK;
 }
 
-std::int32_t count_digits(const Magnitude& magnitude) {
-  std::int32_t count = magnitude.is_word() ? 0 : word_digits;
-  while (count <= max_digits && !is_less(magnitude, power_of_ten(count))) ++count;
-  return count;
-}
-
 constexpr auto digit_pairs = [] {
   std::array<char, 200> pairs{};
   for (std::size_t i = 0; i < 100; ++i) {
@@ -135,6 +129,7 @@ Status rescale(Decimal& number, std::int32_t scale, Rounding rule) {
     return fits_digits(magnitude, max_digits) ? ZVRT_RC_OK : ZVRT_RC_DIGITS_LOST;
   }
   if (magnitude.is_zero()) return ZVRT_RC_OK;
+  if (number.tail != Tail::zero && rule == Rounding::exact && number.finest > scale) return ZVRT_RC_FRACTION_LOST;
   // A number with a tail has its 40 digits already.
   if (more > max_digits || !is_less(magnitude, power_of_ten(max_digits - more))) return ZVRT_RC_DIGITS_LOST;
   for (std::int32_t left = more; left > 0;) {
@@ -143,18 +138,6 @@ Status rescale(Decimal& number, std::int32_t scale, Rounding rule) {
     left -= step;
   }
   return ZVRT_RC_OK;
-}
-
-Status limit_digits(Decimal& number, std::int32_t digits, Rounding rule) {
-  const std::int32_t count = count_digits(number.magnitude);
-  if (count <= digits && number.tail == Tail::zero) return ZVRT_RC_OK;
-  const Status status = rescale(number, number.scale - std::max(count - digits, 0), rule);
-  // 9.99 became 10.0: one digit more again, a zero.
-  if (!fits_digits(number.magnitude, digits)) {
-    divide(number.magnitude, 10);
-    --number.scale;
-  }
-  return status == ZVRT_RC_DIGITS_LOST ? ZVRT_RC_OK : status;
 }
 
 void strip_zeros(Decimal& number) {

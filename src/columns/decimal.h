@@ -5,7 +5,8 @@
 // what does not fit there; nearly always that is 0 and the upper half of the 128 bits too, and arithmetic asks first.
 //
 // Only text has more digits than 40. Its first 40 significant ones are kept and `tail` says how what was left out
-// compares with half a unit of the last one: enough to round it rightly wherever a target cuts.
+// compares with half a unit of the last one: enough to round it rightly wherever a target cuts. `finest` says how far
+// after the point what was left out goes on: a target that has too few digits before it may have too few after it too.
 #pragma once
 
 #include <cstdint>
@@ -44,6 +45,7 @@ struct Decimal {
   std::int32_t scale = 0;
   bool negative = false;  // of zero too: the sign that was written
   Tail tail = Tail::zero;
+  std::int32_t finest = 0;  // with a tail: the scale of the last digit left out that is not 0
 };
 
 // 10^n for n up to 40.
@@ -52,9 +54,6 @@ Magnitude power_of_ten(std::int32_t n);
 // Makes the number one of `scale` digits after the point, by the rule. ZVRT_RC_FRACTION_LOST under the exact rule;
 // ZVRT_RC_DIGITS_LOST when the result has more than 40 digits.
 Status rescale(Decimal& number, std::int32_t scale, Rounding rule);
-
-// Reduces the number to at most `digits` significant digits, by the rule, whatever its scale becomes.
-Status limit_digits(Decimal& number, std::int32_t digits, Rounding rule);
 
 // Removes zeros at the end; zero gets the scale 0.
 void strip_zeros(Decimal& number);

@@ -18,6 +18,13 @@ namespace {
 
 bool is_digit(std::uint32_t character) { return character >= '0' && character <= '9'; }
 
+// Beyond this no number of 40 digits fits any type, and nothing can be added up to less.
+constexpr std::int64_t far = 1'000'000;
+
+constexpr std::int32_t within_reach(std::int64_t scale) {
+  return static_cast<std::int32_t>(std::clamp(scale, -far, far));
+}
+
 // Collects digits: the first 40 significant ones exactly, of the rest how they compare with half a unit.
 class Digits {
  public:
@@ -34,12 +41,15 @@ class Digits {
     } else {
       rest_ |= digit != 0;
     }
+    if (digit != 0) significant_dropped_ = dropped_;
   }
   std::int64_t dropped() const { return dropped_; }
 
-  void finish(Decimal& number) {
+  // `last_scale`: that of the last digit of all.
+  void finish(Decimal& number, std::int64_t last_scale) {
     flush();
     number.magnitude = magnitude_;
+    number.finest = within_reach(last_scale - (dropped_ - significant_dropped_));
     if (first_dropped_ == 5 && !rest_) {
       number.tail = Tail::half;
     } else if (first_dropped_ >= 5) {
@@ -63,17 +73,16 @@ class Digits {
   std::int32_t chunk_digits_ = 0;
   std::int32_t count_ = 0;
   std::int64_t dropped_ = 0;
+  std::int64_t significant_dropped_ = 0;  // those up to the last one that is not 0
   std::uint32_t first_dropped_ = 0;
   bool rest_ = false;
 };
 
-// Beyond this no number of 40 digits fits any type, and nothing can be added up to less.
-constexpr std::int64_t far = 1'000'000;
-
-// What a text says besides its digits: digits * 10^-scale.
+// What a text says besides its digits.
 struct Scanned {
   bool negative;
-  std::int64_t scale;
+  std::int32_t scale;       // of the last digit that was not dropped
+  std::int64_t last_scale;  // of the last one of all
 };
 
 template <class At, class Sink>
@@ -94,7 +103,8 @@ class NumberParser {
       fault = {.character = position_, .unit = peek()};
       return ZVRT_RC_INVALID_NUMBER;
     }
-    scanned.scale = std::clamp<std::int64_t>(scale - digits_.dropped() - exponent, -far, far);
+    scanned.last_scale = scale - exponent;
+    scanned.scale = within_reach(scanned.last_scale - digits_.dropped());
     return ZVRT_RC_OK;
   }
 
@@ -183,9 +193,9 @@ Status parse_number(const Text& text, Decimal& number, Fault& fault) {
   Digits digits;
   Scanned scanned{};
   if (const Status status = scan_number(text, digits, scanned, fault); status != ZVRT_RC_OK) return status;
-  digits.finish(number);
+  digits.finish(number, scanned.last_scale);
   number.negative = scanned.negative;
-  number.scale = number.magnitude.is_zero() ? 0 : static_cast<std::int32_t>(scanned.scale);
+  number.scale = number.magnitude.is_zero() ? 0 : scanned.scale;
   return ZVRT_RC_OK;
 }
 

@@ -48,9 +48,9 @@ class LongNumber {
     rest_ |= digit != 0;
   }
   std::int64_t dropped() const { return dropped_; }
-  void finish(bool negative, std::int64_t scale) {
+  void finish(bool negative, std::int32_t scale) {
     negative_ = negative;
-    scale_ = static_cast<std::int32_t>(scale);
+    scale_ = scale;
     if (!rest_) return;
     digits_[count_++] = '1';
     ++scale_;

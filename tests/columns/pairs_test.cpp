@@ -334,6 +334,46 @@ TEST_F(Pairs, Varnum) {
   for (const TextCase& each : to_text) check_to_text(each);
 }
 
+// The digits after the fortieth are not kept: which side of the point they stand on decides the status all the same.
+TEST_F(Pairs, TextOfMoreDigitsThanAreKept) {
+  const ZVRTType field = packed(3), cents = packed(3, 2), number = type(ZVRT_KIND_VARNUM, 22, 0, 38, 0);
+  const std::string whole = "1234567890123456789012345678901234567890123";
+  const std::string zeros = "1" + std::string(45, '0');
+  const struct {
+    std::string value;
+    ZVRTType to;
+    std::uint32_t status;
+    std::uint32_t options = 0;
+  } cases[] = {
+      {whole, field, ZVRT_RC_DIGITS_LOST},
+      {whole + ".5", field, ZVRT_RC_FRACTION_LOST},
+      {whole + ".0", field, ZVRT_RC_DIGITS_LOST},
+      {whole + ".50", field, ZVRT_RC_FRACTION_LOST},
+      {whole + ".5", field, ZVRT_RC_DIGITS_LOST, ZVRT_PLAN_ROUND_HALF_EVEN},
+      {whole + ".5", field, ZVRT_RC_DIGITS_LOST, ZVRT_PLAN_CUT_FRACTION},
+      {whole + ".12", cents, ZVRT_RC_DIGITS_LOST},
+      {whole + ".125", cents, ZVRT_RC_FRACTION_LOST},
+      {whole + "e-1", field, ZVRT_RC_FRACTION_LOST},
+      {whole + "0e-1", field, ZVRT_RC_DIGITS_LOST},
+      {whole + ".5e1", field, ZVRT_RC_DIGITS_LOST},
+      {zeros + ".000001", field, ZVRT_RC_FRACTION_LOST},
+      {zeros + ".000000", field, ZVRT_RC_DIGITS_LOST},
+      {"-" + whole + ".5", packed(3, 0, ZVRT_TYPE_UNSIGNED), ZVRT_RC_FRACTION_LOST},
+      {"-" + whole, packed(3, 0, ZVRT_TYPE_UNSIGNED), ZVRT_RC_INVALID_SIGN},
+      {whole + ".5", integer(8), ZVRT_RC_FRACTION_LOST},
+      {whole, integer(8), ZVRT_RC_OUT_OF_RANGE},
+      {whole + ".5", number, ZVRT_RC_FRACTION_LOST},
+      {whole, number, ZVRT_RC_DIGITS_LOST},
+  };
+  for (const auto& each : cases) {
+    SCOPED_TRACE(each.value);
+    Plan plan;
+    ASSERT_EQ(make(text(64), each.to, each.options, plan), ZVRT_RC_OK);
+    const Converted converted = convert(plan.get(), each.value, static_cast<std::size_t>(each.to.length));
+    EXPECT_EQ(converted.status, each.status) << ZVRTStatusName(converted.status);
+  }
+}
+
 TEST_F(Pairs, OtherKinds) {
   const ZVRTType numeric = type(ZVRT_KIND_NUMERIC, 19, 0, 5, 2);
   const ZVRTType boolean = type(ZVRT_KIND_BOOL, 1);
