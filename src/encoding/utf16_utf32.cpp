@@ -72,22 +72,35 @@ struct StoppingSink {
   return sink.terminate();
 }
 
+// Most texts are complete once the kernel has taken what it takes of them; `rest` converts the others.
+template <class From, class Unit, class Kernel, class Rest>
+[[gnu::always_inline]] inline Status convert(Kernel kernel, Rest rest, const void* src, std::int32_t units, void* dst,
+                                             std::int32_t capacity, std::uint32_t* count) {
+  Progress progress;
+  if (dst != nullptr && units > 0 && capacity > 0) [[likely]] {
+    progress = kernel(src, static_cast<std::size_t>(units), dst, static_cast<std::size_t>(capacity));
+    if (progress.read == static_cast<std::size_t>(units) || load<From>(src, progress.read) == 0) [[likely]] {
+      if (progress.written < static_cast<std::size_t>(capacity)) store<Unit>(dst, progress.written, Unit{0});
+      if (count != nullptr) *count = static_cast<std::uint32_t>(progress.written);
+      return ZVRT_RC_OK;
+    }
+  }
+  StoppingSink<Unit> sink{dst, capacity, static_cast<std::int64_t>(progress.written)};
+  const Status status = rest(src, static_cast<std::int64_t>(progress.read), units, sink);
+  if (count != nullptr) *count = static_cast<std::uint32_t>(sink.count);
+  return status;
+}
+
 }  // namespace
 
 }  // namespace zvrt
 
 uint32_t Convert16To32(const uint16_t* src, int32_t srcUnits, wchar_t* dst, int32_t dstUnits, uint32_t* count) {
-  zvrt::StoppingSink<zvrt::Wide> sink{dst, dstUnits};
-  const std::int64_t read = sink.convert_prefix(zvrt::text_kernels.utf16_to_utf32, src, srcUnits, 0);
-  const zvrt::Status status = read == srcUnits ? sink.terminate() : zvrt::convert_utf16(src, read, srcUnits, sink);
-  if (count != nullptr) *count = static_cast<uint32_t>(sink.count);
-  return status;
+  return zvrt::convert<uint16_t, zvrt::Wide>(zvrt::text_kernels.utf16_to_utf32, zvrt::convert_utf16, src, srcUnits, dst,
+                                             dstUnits, count);
 }
 
 uint32_t Convert32To16(const wchar_t* src, int32_t srcUnits, uint16_t* dst, int32_t dstUnits, uint32_t* count) {
-  zvrt::StoppingSink<uint16_t> sink{dst, dstUnits};
-  const std::int64_t read = sink.convert_prefix(zvrt::text_kernels.utf32_to_utf16, src, srcUnits, 0);
-  const zvrt::Status status = read == srcUnits ? sink.terminate() : zvrt::convert_utf32(src, read, srcUnits, sink);
-  if (count != nullptr) *count = static_cast<uint32_t>(sink.count);
-  return status;
+  return zvrt::convert<zvrt::Wide, uint16_t>(zvrt::text_kernels.utf32_to_utf16, zvrt::convert_utf32, src, srcUnits, dst,
+                                             dstUnits, count);
 }

@@ -37,21 +37,21 @@ std::int32_t trailing_blanks(const void* text, std::int32_t length) {
   return static_cast<std::int32_t>(text_kernels.trailing_blanks(text, static_cast<std::size_t>(length)));
 }
 
-// Blanks at both ends of `length` units; returns the length left. Needs one more unit for the terminator.
+// Blanks at both ends of `length` units, counted before the text is moved; returns the length left. Needs one more unit
+// for the terminator.
 template <class Unit, Closes closes>
 std::int32_t trim_ends(Unit* text, std::int32_t length, std::uint8_t leading, std::uint8_t trailing) {
   length = std::max(length, 0);
-  if (leading == trim) {
-    const std::int32_t blanks = leading_blanks(text, length);
-    length -= blanks;
-    if (length < 1) return 0;  // nothing left: the buffer stays as it was
-    if (blanks > 0) {
-      std::memmove(text, text + blanks, static_cast<std::size_t>(length) * sizeof(Unit));
-      if (closes == Closes::yes) store(text, static_cast<std::size_t>(length), Unit{0});
-    }
+  const std::int32_t before = leading == trim ? leading_blanks(text, length) : 0;
+  if (leading == trim && before == length) return 0;  // nothing left: the buffer stays as it was
+  const std::int32_t after = trailing == trim ? trailing_blanks(text, length) : 0;
+  length -= before;
+  if (before > 0) {
+    std::memmove(text, text + before, static_cast<std::size_t>(length) * sizeof(Unit));
+    if (closes == Closes::yes) store(text, static_cast<std::size_t>(length), Unit{0});
   }
   if (trailing == trim) {
-    length -= trailing_blanks(text, length);
+    length -= after;
     store(text, static_cast<std::size_t>(length), Unit{0});
   }
   return length;

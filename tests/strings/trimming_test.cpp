@@ -45,6 +45,32 @@ TEST(Trimming, EverySmallText) {
   }
 }
 
+// From no blank at an end to more than a vector of them, around texts of one unit to more than a vector.
+TEST(Trimming, ManyBlanksAtBothEnds) {
+  constexpr std::size_t blanks[] = {0, 1, 3, 4, 5, 15, 16, 17, 70};
+  for (const std::size_t before : blanks) {
+    for (const std::size_t after : blanks) {
+      for (const std::size_t kept : {0U, 1U, 2U, 15U, 16U, 40U}) {
+        std::u32string text = std::u32string(before, U' ') + std::u32string(kept, U'x') + std::u32string(after, U' ');
+        const auto length = static_cast<std::int32_t>(text.size());
+        text += U'#';  // the place of a terminator
+        for (const unsigned flags : {1U, 2U, 3U}) {
+          const auto leading = static_cast<std::uint8_t>(flags & 1);
+          const auto trailing = static_cast<std::uint8_t>(flags >> 1);
+          SCOPED_TRACE(testing::Message() << before << ", " << kept << ", " << after << " units, flags " << flags);
+          GuardedBuffer wide(text.size() * 4);
+          std::memcpy(wide.as<char>(), text.data(), text.size() * 4);
+          std::int32_t len = length;
+          const Trimmed expected = trimmed(text, length, leading, trailing, true);
+          ASSERT_EQ(TrimSpacesW(wide.as<wchar_t>(), &len, leading, trailing), 0U);
+          ASSERT_EQ(len, expected.length);
+          ASSERT_EQ(wide.bytes(), wide_bytes(expected.buffer, false));
+        }
+      }
+    }
+  }
+}
+
 struct Row {
   const char* name;
   std::string text;

@@ -5,6 +5,7 @@
 
 #include "encoding/kernels/avx512/text.h"
 #include "support/read_ahead.h"
+#include "support/units.h"
 
 namespace zvrt::avx512 {
 
@@ -13,6 +14,7 @@ namespace {
 constexpr std::size_t step = 16;
 constexpr std::uint32_t blank = 0x20;
 constexpr std::uint32_t tab = 0x09;
+constexpr std::size_t few = 4;
 
 ZVRT_INLINED Vector load_units(const char* at, std::size_t count) {
   return _mm512_maskz_loadu_epi32(first16(count), at);
@@ -41,27 +43,61 @@ ZVRT_INLINED Progress drop(char* text, Bound bound) {
   return done;
 }
 
-// Four vectors, if no character of them is zero.
-ZVRT_INLINED bool copy_four(const char* src, char* dst) {
-  const Vector a = _mm512_loadu_si512(src);
-  const Vector b = _mm512_loadu_si512(src + 64);
-  const Vector c = _mm512_loadu_si512(src + 128);
-  const Vector d = _mm512_loadu_si512(src + 192);
+// `vectors` of them side by side, if no character of them is zero.
+template <unsigned vectors>
+ZVRT_INLINED bool copy_vectors(const char* src, char* dst) {
+  const auto load = [src](unsigned i) { return _mm512_loadu_si512(src + (i < vectors ? i * 64 : 0)); };
+  const Vector a = load(0);
+  const Vector b = load(1);
+  const Vector c = load(2);
+  const Vector d = load(3);
   const Vector lowest = _mm512_min_epu32(_mm512_min_epu32(a, b), _mm512_min_epu32(c, d));
   if (_mm512_testn_epi32_mask(lowest, lowest) != 0) return false;
   _mm512_storeu_si512(dst, a);
   _mm512_storeu_si512(dst + 64, b);
   _mm512_storeu_si512(dst + 128, c);
-  _mm512_storeu_si512(dst + 192, d);
+  if (vectors > 3) _mm512_storeu_si512(dst + 192, d);
   return true;
 }
 
+// At most 48 characters without a zero, by masks and not by a branch on the length: lengths differ from value to value.
+ZVRT_INLINED bool copy_masked(const char* src, char* dst, std::size_t count) {
+  const Mask lanes = first(count);
+  const __mmask16 in_a = lanes_of(lanes, 0);
+  const __mmask16 in_b = lanes_of(lanes, 1);
+  const __mmask16 in_c = lanes_of(lanes, 2);
+  const Vector a = _mm512_maskz_loadu_epi32(in_a, src);
+  const Vector b = _mm512_maskz_loadu_epi32(in_b, src + 64);
+  const Vector c = _mm512_maskz_loadu_epi32(in_c, src + 128);
+  if ((_mm512_mask_testn_epi32_mask(in_a, a, a) | _mm512_mask_testn_epi32_mask(in_b, b, b) |
+       _mm512_mask_testn_epi32_mask(in_c, c, c)) != 0) {
+    return false;
+  }
+  _mm512_mask_storeu_epi32(dst, in_a, a);
+  _mm512_mask_storeu_epi32(dst + 64, in_b, b);
+  _mm512_mask_storeu_epi32(dst + 128, in_c, c);
+  return true;
+}
+
+// A text without a zero. What does not fill the last step is copied by a step that ends with the text, over what has been
+// copied already.
+ZVRT_INLINED bool copy_without_zero(const char* src, char* dst, std::size_t count) {
+  constexpr std::size_t three = 3 * step;
+  if (count <= three) return copy_masked(src, dst, count);
+  const std::size_t last = (count - three) * 4;
+  if (count <= 2 * three) return copy_vectors<3>(src, dst) && copy_vectors<3>(src + last, dst + last);
+  for (std::size_t at = 0; at < last; at += three * 4) {
+    if (!copy_vectors<3>(src + at, dst + at)) return false;
+  }
+  return copy_vectors<3>(src + last, dst + last);
+}
+
 template <class Bound>
-ZVRT_INLINED void copy_up_to_zero(const char* src, char* dst, std::size_t count, Bound bound) {
+[[gnu::noinline]] void copy_up_to_zero(const char* src, char* dst, std::size_t count, Bound bound) {
   std::size_t done = 0;
   while (done < count) {
     while (count - done >= 4 * step && bound.readable(src, done, 4 * step) == 4 * step &&
-           copy_four(src + done * 4, dst + done * 4)) {
+           copy_vectors<4>(src + done * 4, dst + done * 4)) {
       done += 4 * step;
     }
     if (done == count) return;
@@ -89,12 +125,22 @@ Progress drop_blanks(void* text, std::size_t count) {
 
 void copy_counted(const void* src, void* dst, std::size_t count) {
   if constexpr (!reads_ahead) return text_kernels_baseline.copy_counted(src, dst, count);
-  copy_up_to_zero(static_cast<const char*>(src), static_cast<char*>(dst), count, CountedUnits<4>{count});
+  const auto* from = static_cast<const char*>(src);
+  auto* into = static_cast<char*>(dst);
+  // A text that ends before its count may end with its page.
+  const bool in_page = count * 4 <= to_page_end(from);
+  if (!in_page || !copy_without_zero(from, into, count)) copy_up_to_zero(from, into, count, CountedUnits<4>{count});
 }
 
+// Blanks at an end are few as a rule: those are looked at one by one. A vector over what the caller has just written in
+// smaller pieces would wait until all of it is in the cache.
 std::size_t leading_blanks(const void* text, std::size_t count) {
   const auto* at = static_cast<const char*>(text);
-  for (std::size_t done = 0; done < count; done += step) {
+  const std::size_t looked_at = min(count, few);
+  for (std::size_t done = 0; done < looked_at; ++done) {
+    if (load<Wide>(at, done) != blank) return done;
+  }
+  for (std::size_t done = looked_at; done < count; done += step) {
     const Mask others = other_than_blanks(at + done * 4, count - done);
     if (others != 0) return done + lowest_bit(others);
   }
@@ -103,7 +149,11 @@ std::size_t leading_blanks(const void* text, std::size_t count) {
 
 std::size_t trailing_blanks(const void* text, std::size_t count) {
   const auto* at = static_cast<const char*>(text);
-  for (std::size_t left = count; left > 0;) {
+  const std::size_t looked_at = min(count, few);
+  for (std::size_t done = 0; done < looked_at; ++done) {
+    if (load<Wide>(at, count - done - 1) != blank) return done;
+  }
+  for (std::size_t left = count - looked_at; left > 0;) {
     const std::size_t from = left - min(left, step);
     const Mask others = other_than_blanks(at + from * 4, left - from);
     if (others != 0) return count - (from + highest_bit(others) + 1);

@@ -120,6 +120,49 @@ ZVRT_INLINED Decoded store_short_forms(const Characters& from, std::size_t count
 
 constexpr std::size_t step_bytes = 64;
 
+// ---- Short texts of characters that have three bytes each, or four ----
+
+// A table of 64 bytes by their positions.
+struct ByteTable {
+  alignas(64) std::uint8_t bytes[64];
+  template <class At>
+  explicit constexpr ByteTable(At at) : bytes() {
+    for (unsigned i = 0; i < 64; ++i) bytes[i] = static_cast<std::uint8_t>(at(i));
+  }
+  ZVRT_INLINED Vector load() const { return _mm512_load_si512(bytes); }
+};
+
+// Where every character has the same length, its bytes stand where no search is needed:
+//   bytes          [1110aaaa|10bbbbbb|10cccccc] [1110aaaa|10bbbbbb|10cccccc] ...
+//   less marks     [0000aaaa|00bbbbbb|00cccccc] ...
+//   in lanes       [00000000|0000aaaa|00bbbbbb|00cccccc], the lead byte highest
+template <unsigned length>
+struct EqualForms {
+  static constexpr ByteTable marks{[](unsigned i) { return i % length != 0 ? 0x80 : length == 3 ? 0xE0 : 0xF0; }};
+  static constexpr ByteTable marked{[](unsigned i) { return i % length != 0 ? 0xC0 : length == 3 ? 0xF0 : 0xF8; }};
+  static constexpr ByteTable last_first{[](unsigned i) { return i / 4 * length + (length - 1 - i % 4) % length; }};
+  static constexpr Mask used_bytes = length == 3 ? 0x7777777777777777 : ~Mask{0};
+};
+
+// All of a text of `bytes` bytes and at most sixteen such characters; false, and nothing stored, where it is another one.
+template <class Out, unsigned length>
+ZVRT_INLINED bool store_equal(Vector text, std::size_t bytes, char* dst, std::size_t capacity, std::size_t& units) {
+  using Forms = EqualForms<length>;
+  const std::size_t count = length == 3 ? bytes * 43 >> 7 : bytes / 4;  // a third of up to 64
+  const std::size_t needed = Out::has_pairs && length == 4 ? 2 * count : count;
+  if (count * length != bytes || count > 16 || needed > capacity) return false;
+  const Vector payload = _mm512_xor_si512(text, Forms::marks.load());
+  const Vector lanes = _mm512_maskz_permutexvar_epi8(Forms::used_bytes, Forms::last_first.load(), payload);
+  const Vector characters = characters_of({lanes, 0});
+  const __mmask16 which = first16(count);
+  Mask others = _mm512_mask_test_epi8_mask(first(bytes), payload, Forms::marked.load());
+  others |= _mm512_mask_testn_epi32_mask(which, characters, characters);
+  if (Out::has_pairs && length == 4) others |= _mm512_mask_cmpgt_epu32_mask(which, characters, repeat32(0x10FFFF));
+  if (others != 0) return false;
+  units = Out::store(dst, which, characters);
+  return true;
+}
+
 // A step of at most 64 bytes from the start of a character. Returns false where the run ends.
 template <class Out, class Bound>
 ZVRT_INLINED bool decode_step(const char* src, Bound bound, char* dst, std::size_t capacity, Progress& progress) {
@@ -139,6 +182,16 @@ ZVRT_INLINED bool decode_step(const char* src, Bound bound, char* dst, std::size
     progress.read += count;
     progress.written += count;
     return count == readable && bound.goes_on(progress.read);
+  }
+  if constexpr (Out::writes) {
+    const auto lead = static_cast<unsigned char>(src[progress.read]);
+    std::size_t units = 0;
+    if (lead >= 0xE0 && (lead < 0xF0 ? store_equal<Out, 3>(bytes, text, out, left, units)
+                                     : store_equal<Out, 4>(bytes, text, out, left, units))) {
+      progress.read += text;
+      progress.written += units;
+      return text >= readable && bound.goes_on(progress.read);
+    }
   }
   const __mmask64 lead_bytes = _mm512_cmpge_epi8_mask(bytes, _mm512_set1_epi8(first_lead));
   Mask leads = lead_bytes & inside;

@@ -33,7 +33,19 @@ template <class Bound>
 
 enum class Step : std::uint8_t { progress, goes_on, is_not_ascii };
 
-// At most 48 characters, if they are ASCII. Texts of about 16, 32 and 64 characters, where the lengths in a column
+bool any_above(Vector units, std::uint32_t limit) { return _mm512_test_epi32_mask(units, repeat32(~limit)) != 0; }
+
+// At most sixteen characters of any length, of a step that may read more of them.
+template <class Bound>
+[[gnu::always_inline]] inline Step encode_few(Vector units, std::size_t count, std::size_t readable, Bound bound,
+                                              char* dst, std::size_t capacity, Progress& progress) {
+  const Vector text = _mm512_maskz_mov_epi32(first16(count), units);
+  if (any_above(text, last_of_four)) return Step::is_not_ascii;
+  const std::size_t characters = store_forms<4>(expand(text), count, dst, capacity, progress);
+  return taken(characters, readable, bound, progress) ? Step::goes_on : Step::progress;
+}
+
+// At most 48 characters, if they are ASCII or few. Texts of about 16, 32 and 64 characters, where the lengths in a column
 // gather, differ little within each group in the number of such steps, so that the branch between them is foreseen.
 template <class Bound>
 [[gnu::always_inline]] inline Step encode_ascii_step(const char* src, Bound bound, char* dst, std::size_t capacity,
@@ -42,18 +54,19 @@ template <class Bound>
   const std::size_t readable = bound.readable(src, progress.read, max_units);
   if (readable == 0) return Step::progress;
   const char* at = src + progress.read * 4;
-  const Vector bytes =
-      in_bytes(load_units<Bound>(at, readable, 0, max_units), load_units<Bound>(at, readable, 16, max_units),
-               load_units<Bound>(at, readable, 32, max_units), Vector{});
+  const Vector low = load_units<Bound>(at, readable, 0, max_units);
+  const Vector bytes = in_bytes(low, load_units<Bound>(at, readable, 16, max_units),
+                                load_units<Bound>(at, readable, 32, max_units), Vector{});
   const Mask zeros = _mm512_testn_epi8_mask(bytes, bytes);
-  if ((_mm512_movepi8_mask(bytes) & below(zeros)) != 0) return Step::is_not_ascii;
-  const std::size_t count = min(lowest_bit(zeros), capacity - progress.written);
+  const std::size_t text = lowest_bit(zeros);
+  if ((_mm512_movepi8_mask(bytes) & below(zeros)) != 0) {
+    return text <= 16 ? encode_few(low, text, readable, bound, dst, capacity, progress) : Step::is_not_ascii;
+  }
+  const std::size_t count = min(text, capacity - progress.written);
   _mm512_mask_storeu_epi8(dst + progress.written, first(count), bytes);
   progress.written += count;
   return taken(count, readable, bound, progress) ? Step::goes_on : Step::progress;
 }
-
-bool any_above(Vector units, std::uint32_t limit) { return _mm512_test_epi32_mask(units, repeat32(~limit)) != 0; }
 
 // At most 32 characters of any length. Returns false where the run ends.
 template <class Bound>
