@@ -9,14 +9,15 @@
 # First under the address and undefined-behaviour sanitizers. What has kernels runs once more without the address
 # sanitizer, under which kernels do not read ahead. Inputs that were worth keeping gather in build/corpus, findings in
 # build/findings. BUILD_ROOT names another folder than build; JOBS runs more than one target at a time,
-# SMOKE_SECONDS gives a smoke run more than two seconds, as a slow machine needs for all its inputs.
+# SMOKE_SECONDS gives a smoke run more than two seconds, as a slow machine needs for all its inputs. PRESETS=fuzz does the
+# first configuration only, PRESETS=fuzz-kernels the second.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 mode=${1:-}
 case $mode in
   build | smoke) seconds=${SMOKE_SECONDS:-2} ;;
-  '' | *[!0-9]*) sed -n '2,12s/^# \{0,1\}//p' "$0" >&2; exit 2 ;;
+  '' | *[!0-9]*) sed -n '2,13s/^# \{0,1\}//p' "$0" >&2; exit 2 ;;
   *) seconds=$mode mode=run ;;
 esac
 shift
@@ -48,7 +49,7 @@ export root findings seconds mode
 
 [ $# -gt 0 ] || set -- "${all[@]}"
 status=0
-for preset in fuzz fuzz-kernels; do
+for preset in ${PRESETS:-fuzz fuzz-kernels}; do
   targets=()
   for target; do
     if [ "$preset" = fuzz ] || [[ "$with_kernels" = *" $target "* ]]; then targets+=("$target"); fi
