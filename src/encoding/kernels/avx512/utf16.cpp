@@ -165,10 +165,13 @@ ZVRT_INLINED Progress from_utf16(const void* src, Bound bound, void* dst, std::s
   return {progress.read, progress.written};
 }
 
-// At most 32 wide characters with pairs among them, or with some that end the run.
+// At most 32 wide characters, some of which have two units or end the run.
 template <class Bound>
-[[gnu::noinline]] bool utf32_pairs(Vector low, Vector high, std::size_t readable, Bound bound, char* dst,
-                                   std::size_t capacity, Progress& progress) {
+[[gnu::noinline]] bool utf32_pairs(const char* src, Bound bound, char* dst, std::size_t capacity, Progress& progress) {
+  const std::size_t readable = bound.readable(src, progress.read, step);
+  const char* at = src + progress.read * 4;
+  const Vector low = _mm512_maskz_loadu_epi32(lanes_of(first(readable), 0), at);
+  const Vector high = _mm512_maskz_loadu_epi32(lanes_of(first(readable), 1), at + 64);
   const auto stops = [](Vector units) {
     const Vector kind = _mm512_and_si512(units, repeat32(0xFFFFF800));
     return static_cast<__mmask16>(_mm512_testn_epi32_mask(units, units) |
@@ -181,7 +184,7 @@ template <class Bound>
   const std::size_t text = count_of(inside);
   const std::size_t left = capacity - progress.written;
   // Where not all may fit, as many as are sure to: the next step tries the others.
-  const std::size_t count = text + count_of(doubles) <= left ? text : min(text, left / 2);
+  const std::size_t count = text + count_of(doubles) <= left ? text : min(text, doubles == 0 ? left : left / 2);
   char* out = dst + progress.written * 2;
   const std::size_t stored = store_utf16(out, lanes_of(first(count), 0), low);
   const std::size_t more = count > 16 ? store_utf16(out + stored * 2, lanes_of(first(count), 1), high) : 0;
@@ -190,29 +193,31 @@ template <class Bound>
   return count == readable ? bound.goes_on(progress.read) : count != 0 && count != text;
 }
 
-// At most 32 wide characters, those up to U+10FFFF that are no surrogates.
+// At most 48 wide characters, those up to U+10FFFF that are no surrogates. Texts of about 16, 32 and 64 characters differ
+// little within each group in the number of such steps. Characters above U+FFFF are FFFF among the words; places where
+// there is no text hold a 1, so that one test finds all that is not a unit by itself.
 template <class Bound>
 ZVRT_INLINED bool utf32_step(const char* src, Bound bound, char* dst, std::size_t capacity, Progress& progress) {
-  const std::size_t readable = bound.readable(src, progress.read, step);
+  constexpr std::size_t max_units = 48;
+  const std::size_t readable = bound.readable(src, progress.read, max_units);
   if (readable == 0) return false;
   const char* at = src + progress.read * 4;
-  const Vector low = _mm512_maskz_loadu_epi32(lanes_of(first(readable), 0), at);
-  const Vector high = _mm512_maskz_loadu_epi32(lanes_of(first(readable), 1), at + 64);
-  const Vector words = in_words(low, high);
-  const Vector alone = units_alone(words);
-  const std::size_t text = lowest_bit(Mask{_mm512_testn_epi16_mask(alone, alone)} | Mask{1} << step);
-  // Characters above U+FFFF are FFFF among the words.
-  const bool any_pair = _mm512_cmpeq_epi16_mask(words, repeat16(0xFFFF)) != 0;
-  if (any_pair) return utf32_pairs(low, high, readable, bound, dst, capacity, progress);
-  const std::size_t count = min(text, capacity - progress.written);
-  _mm512_mask_storeu_epi16(dst + progress.written * 2, first32(count), words);
+  const auto load = [&](unsigned vector) {
+    return _mm512_mask_loadu_epi32(repeat32(1), lanes_of(first(readable), vector), at + vector * 64);
+  };
+  const Vector low = in_words(load(0), load(1));
+  const Vector high = _mm512_broadcast_i64x4(_mm512_cvtusepi32_epi16(load(2)));
+  const auto zero_unless_unit = [](Vector words) {
+    return _mm512_min_epu16(units_alone(words), _mm512_add_epi16(words, repeat16(1)));
+  };
+  const Vector lowest = _mm512_min_epu16(zero_unless_unit(low), zero_unless_unit(high));
+  if (_mm512_testn_epi16_mask(lowest, lowest) != 0) return utf32_pairs(src, bound, dst, capacity, progress);
+  const std::size_t count = min(readable, capacity - progress.written);
+  char* out = dst + progress.written * 2;
+  _mm512_mask_storeu_epi16(out, static_cast<__mmask32>(first(count)), low);
+  _mm256_mask_storeu_epi16(out + 64, static_cast<__mmask16>(first(count) >> step), _mm512_castsi512_si256(high));
   progress.written += count;
-  if (count != readable) {
-    progress.read += count;
-    return false;
-  }
-  progress.read += readable;
-  return bound.goes_on(progress.read);
+  return taken(count, readable, bound, progress);
 }
 
 // 64 wide characters of one unit each that are known to fit.
