@@ -190,6 +190,7 @@ Record files that a copybook describes become DataFrames or Arrow data, and
 tables become record files; columns in memory are converted by plans, exact
 and without a copy."
     PACKAGE_SECTION=python "PACKAGE_DEPENDS=${python_depends}, python3 (>= 3.11)" PACKAGE_SHLIBDEPS=ON DEBUGINFO_PACKAGE=ON
+    "PACKAGE_CONTROL_EXTRA=${PROJECT_SOURCE_DIR}/cmake/debian/python3-zvrt/postinst\;${PROJECT_SOURCE_DIR}/cmake/debian/python3-zvrt/prerm"
     "PACKAGE_RECOMMENDS=python3-numpy, python3-pandas" "PACKAGE_SUGGESTS=python3-dask, python3-distributed")
 endif()
 

@@ -26,7 +26,7 @@ finish() {
   chmod 755 "$tree"
   control=$tree/DEBIAN/control
   name=$(sed -n 's/^Package: //p' "$control")
-  rm -f "$tree/DEBIAN/postinst" "$tree/DEBIAN/postrm"
+  [[ $name == python3-* ]] || rm -f "$tree/DEBIAN/postinst" "$tree/DEBIAN/postrm"
   sed -i '/^Package-Type:/d' "$control"
   if grep -qE '^Section: (libs|libdevel|debug)$' "$control"; then sed -i 's/^Section:/Multi-Arch: same\n&/' "$control"; fi
   if [[ $name == *-dbgsym ]]; then

@@ -137,6 +137,29 @@ packages_in() {
   "$1/scripts/package.sh" "$1/packages" >/dev/null 2>"$scratch/log" || { cat "$scratch/log"; return 1; }
 }
 
+# The module of the packages in the current folder finds the libraries where they are installed, without any variable or
+# run path. The unpacked packages are laid over /usr for one process, which takes user namespaces.
+python_package() {
+  local name path root=$scratch/root depends status=0
+  for name in libzvrtdatacnvlib1 libzvrtcolumns1 python3-zvrt; do dpkg-deb --extract "$name"_*.deb "$root"; done
+  path=$root/usr/lib/python3/dist-packages/zvrt
+  [ "$(dpkg-deb --field python3-zvrt_*.deb Multi-Arch)" != same ] || { echo "python3-zvrt: one path for all architectures, yet Multi-Arch: same"; status=1; }
+  depends=$(dpkg-deb --field python3-zvrt_*.deb Depends)
+  for name in 'python3 (>= 3.11)' 'libzvrtdatacnvlib1 (=' 'libzvrtcolumns1 (='; do
+    [[ $depends == *"$name"* ]] || { echo "python3-zvrt depends on: $depends"; status=1; }
+  done
+  ! readelf --dynamic "$path/_zvrt.abi3.so" | grep -E 'R(UN)?PATH|libpython' || { echo "python3-zvrt: bound to a place or an interpreter"; status=1; }
+  # shellcheck disable=SC2016 # for the other shell
+  local installed='mount -t overlay overlay -o lowerdir="$0/usr:/usr" /usr && shift && exec "$@"'
+  if ! unshare --mount --map-root-user sh -c "$installed" "$root" - true 2>/dev/null; then
+    echo "The module of python3-zvrt was not imported: no file system is laid over another here"
+    return $status
+  fi
+  unshare --mount --map-root-user env -u LD_LIBRARY_PATH sh -c "$installed" "$root" - \
+    /usr/bin/python3 -I -B -X dev -W error "$source/tests/package/installed_module.py" || status=1
+  return $status
+}
+
 # The Debian packages: the same bytes from two folders, nothing for lintian to say, and each file where it belongs. Two
 # builds of everything, so continuous integration runs it and the tests do not.
 debian() {
@@ -152,11 +175,13 @@ debian() {
     esac
     [ "$(dpkg-deb --field "$package" Version)" = "$(cached CMAKE_PROJECT_VERSION)" ] || { echo "$package: another version"; status=1; }
   done
-  for name in libzvrtdatacnvlib1 libzvrtdatacnvlib1-dbgsym libzvrtdatacnvlib-dev libzvrtcolumns1 libzvrtcolumns1-dbgsym libzvrtcolumns-dev; do
+  for name in libzvrtdatacnvlib1 libzvrtdatacnvlib1-dbgsym libzvrtdatacnvlib-dev libzvrtcolumns1 libzvrtcolumns1-dbgsym libzvrtcolumns-dev \
+    zvrt-records zvrt-records-dbgsym python3-zvrt python3-zvrt-dbgsym; do
     compgen -G "${name}_*.deb" >/dev/null || { echo "no package $name"; status=1; }
   done
   dpkg-deb --contents libzvrtdatacnvlib1_*.deb | grep -q "/usr/lib/$(cc -print-multiarch)/libZVRTDataCnvLib.so.1$\|/libZVRTDataCnvLib.so.1 ->" ||
     { echo "the library is not in the folder of its architecture"; status=1; }
+  python_package || status=1
   command -v lintian >/dev/null || { echo "lintian is missing"; return $status; }
   lintian --allow-root --fail-on error,warning ./*.deb || status=1
   return $status
