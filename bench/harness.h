@@ -90,5 +90,7 @@ void register_narrow_numbers();
 void register_floats();
 void register_timestamps();
 void register_decimals();
+void register_siblings();
+void register_date_siblings();
 
 }  // namespace zvrt_bench

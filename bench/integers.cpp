@@ -62,7 +62,8 @@ std::size_t render_to_chars(Integer value, std::byte* output) {
 
 template <class Integer>
 std::size_t render_swprintf(Integer value, std::byte* output) {
-  return static_cast<std::size_t>(std::swprintf(wide(output), 24, L"%lld", static_cast<long long>(value))) *
+  constexpr const wchar_t* format = std::is_signed_v<Integer> ? L"%lld" : L"%llu";
+  return static_cast<std::size_t>(std::swprintf(wide(output), 24, format, static_cast<long long>(value))) *
          sizeof(wchar_t);
 }
 
@@ -80,13 +81,13 @@ void register_rendering(Operation operation, const char* variant, const Set<Inte
     return terminated(wide(out), static_cast<std::size_t>(end - wide(out)));
   }));
   contenders.push_back(contender("fmt::format_int, widened", values, [](Integer value, std::byte* out) {
-    const fmt::format_int digits(value);
+    const fmt::format_int digits(+value);
     return widen({digits.data(), digits.size()}, wide(out));
   }));
 #endif
 #if ZVRT_BENCH_WITH_ABSEIL
   contenders.push_back(contender("Abseil, widened", values, [](Integer value, std::byte* out) {
-    const absl::AlphaNum digits(value);
+    const absl::AlphaNum digits(+value);
     return widen({digits.data(), digits.size()}, wide(out));
   }));
 #endif
@@ -124,13 +125,17 @@ void register_parsing(Operation operation, const char* variant, const Set<Intege
       contender("plain loop", texts, parse_by_loop<Integer>),
       contender("narrowed, from_chars", texts, parse_from_chars<Integer>),
       contender("wcstoll", texts, [](const wchar_t* text, std::byte* out) {
-        return stored(static_cast<Integer>(std::wcstoll(text, nullptr, 10)), out);
+        if constexpr (std::is_signed_v<Integer>)
+          return stored(static_cast<Integer>(std::wcstoll(text, nullptr, 10)), out);
+        return stored(static_cast<Integer>(std::wcstoull(text, nullptr, 10)), out);
       })};
 #if ZVRT_BENCH_WITH_ABSEIL
   contenders.push_back(contender("narrowed, Abseil", texts, [](const wchar_t* text, std::byte* out) {
     const Narrowed digits(text);
-    Integer value = 0;
-    return absl::SimpleAtoi(absl::string_view(digits.begin(), digits.size()), &value) ? stored(value, out) : 0;
+    std::conditional_t<(sizeof(Integer) < 4), std::int32_t, Integer> value = 0;
+    return absl::SimpleAtoi(absl::string_view(digits.begin(), digits.size()), &value)
+               ? stored(static_cast<Integer>(value), out)
+               : 0;
   }));
 #endif
 #if ZVRT_BENCH_WITH_FAST_FLOAT && defined(FASTFLOAT_VERSION_MAJOR)  // wide text since the versions that tell theirs
@@ -141,6 +146,14 @@ void register_parsing(Operation operation, const char* variant, const Set<Intege
   }));
 #endif
   compete(operation, variant, std::move(contenders));
+}
+
+// The types that have no row of their own above.
+template <class Integer, auto render, auto parse>
+void register_other(const char* type) {
+  const auto values = drawn(of_any_digit_count<Integer>);
+  register_rendering<render>({"other integers to wide text", 0.65}, type, values);
+  register_parsing<parse>({"wide text to other integers", 0.7}, type, values);
 }
 
 }  // namespace
@@ -165,6 +178,13 @@ void register_integers() {
   register_parsing<ZVRTCnvWVarcharSzToInt1>(from_text_32, "any count of digits", any_32);
   register_parsing<ZVRTCnvWVarcharSzToLongLong>(keys_from_text, "int64, 1 to 6 digits", keys_64);
   register_parsing<ZVRTCnvWVarcharSzToInt1>(keys_from_text, "int32, 1 to 6 digits", keys_32);
+
+  register_other<std::uint64_t, ZVRTCnvULONGLONGToWVarcharSz, ZVRTCnvWVarcharSzToULONGLONG>("uint64");
+  register_other<std::uint32_t, ZVRTCnvUIntToWVarcharSz, ZVRTCnvWVarcharSzToUInt>("uint32");
+  register_other<std::int16_t, ZVRTCnvSmallIntToWVarcharSz, ZVRTCnvWVarcharSzToSmallInt>("int16");
+  register_other<std::uint16_t, ZVRTCnvSmallUIntToWVarcharSz, ZVRTCnvWVarcharSzToSmallUInt>("uint16");
+  register_other<std::int8_t, ZVRTCnvTinyIntToWVarcharSz, ZVRTCnvWVarcharSzToTinyInt>("int8");
+  register_other<std::uint8_t, ZVRTCnvTinyUIntToWVarcharSz, ZVRTCnvWVarcharSzToTinyUInt>("uint8");
 }
 
 }  // namespace zvrt_bench

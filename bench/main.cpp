@@ -27,6 +27,7 @@ constexpr Family families[] = {
     {"floats", zvrt_bench::register_floats},
     {"timestamps", zvrt_bench::register_timestamps},
     {"decimals", zvrt_bench::register_decimals},
+    {"siblings", zvrt_bench::register_siblings},
 };
 
 // Registers the family of that name, or all for an empty one.

@@ -4,6 +4,7 @@
 #include <ctime>
 #include <cwchar>
 
+#include "dates.h"
 #include "harness.h"
 #include "inputs.h"
 #include "peers.h"
@@ -80,74 +81,16 @@ constexpr Model models[] = {
      "%B %d, %Y %I:%M:%S %p", false, BY_FMT(write_long_month)},
 };
 
-// A field whose format is the model.
-class ModelField {
- public:
-  explicit ModelField(const Model& model) : codes_(std::wcslen(model.text) + 1) {
-    DtKind kind = 0;
-    ZVRTGetFormatCodes(model.text, codes_.data(), &kind);
-    format_.model = codes_.data();
-    format_.modelLen = static_cast<std::int32_t>(codes_.size() - 1);
-    field_.dtFormat = &format_;
-  }
-  ModelField(const ModelField&) = delete;
-  ModelField& operator=(const ModelField&) = delete;
-  const FldDef* get() const { return &field_; }
-
- private:
-  std::vector<FmtCode> codes_;
-  DtFormatDesc format_{};
-  FldDef field_{};
-};
-
-// ---- values --------------------------------------------------------------------------------------------------------
-
-// 1970 to 2037. The last digit of the micro-seconds is not 0: one peer drops zeros there.
-ZVRTTS moment(Random& random) {
-  ZVRTTS ts{};
-  ts.year = static_cast<std::int16_t>(uniform(random, 1970, 2037));
-  ts.month = static_cast<std::uint16_t>(uniform(random, 1, 12));
-  ts.day = static_cast<std::uint16_t>(uniform(random, 1, 28));
-  ts.hour = static_cast<std::uint16_t>(uniform(random, 0, 23));
-  ts.minute = static_cast<std::uint16_t>(uniform(random, 0, 59));
-  ts.second = static_cast<std::uint16_t>(uniform(random, 0, 59));
-  ts.fraction = static_cast<std::uint32_t>(uniform(random, 0, 99'999) * 10 + uniform(random, 1, 9));
-  return ts;
-}
-
-// The C library's record, with the fraction beside it.
-struct BrokenDown {
-  std::tm time;
-  std::uint32_t fraction;
-};
-
-BrokenDown broken_down(const ZVRTTS& ts) {
-  std::tm time{};
-  time.tm_year = ts.year - 1900;
-  time.tm_mon = ts.month - 1;
-  time.tm_mday = ts.day;
-  time.tm_hour = ts.hour;
-  time.tm_min = ts.minute;
-  time.tm_sec = ts.second;
-  time.tm_isdst = 0;
-  return {time, ts.fraction};
-}
-
-// A point and six digits after text of `length` characters; its new length.
-template <class Char>
-std::size_t append_fraction(Char* text, std::size_t length, std::uint32_t fraction) {
-  text[length] = '.';
-  for (std::size_t i = length + 6; i > length; --i, fraction /= 10) text[i] = static_cast<Char>('0' + fraction % 10);
-  return length + 7;
-}
-
 // ---- to text -------------------------------------------------------------------------------------------------------
 
-std::size_t write_strftime(const Model& model, const BrokenDown& moment, std::byte* output) {
+std::size_t write_strftime(const Model& model, const BrokenDown& moment, char* text) {
+  const std::size_t length = std::strftime(text, 64, model.strftime, &moment.time);
+  return terminated(text, model.has_fraction ? append_fraction(text, length, moment.fraction) : length);
+}
+
+std::size_t write_strftime_widened(const Model& model, const BrokenDown& moment, std::byte* output) {
   std::array<char, 64> text;
-  std::size_t length = std::strftime(text.data(), text.size(), model.strftime, &moment.time);
-  if (model.has_fraction) length = append_fraction(text.data(), length, moment.fraction);
-  return widen({text.data(), length}, wide(output));
+  return widen({text.data(), write_strftime(model, moment, text.data())}, wide(output));
 }
 
 std::size_t write_wcsftime(const Model& model, const BrokenDown& moment, std::byte* output) {
@@ -172,15 +115,16 @@ std::size_t write_pgtypes(const Model& model, ::timestamp moment, std::byte* out
 
 void register_formatting(const Model& model, const Set<ZVRTTS>& records) {
   constexpr Operation formatting{"timestamp to wide text, by model", 0.35};
-  const auto field = std::make_shared<ModelField>(model);
+  const auto field = std::make_shared<ModelField>(model.text);
   const auto moments = rendered(records, broken_down);
   const Contender ours = contender("ours", records, [field](const ZVRTTS& ts, std::byte* out) {
     return call<ZVRTCnvZVRTTSToWVarcharSz, sizeof(wchar_t)>(&ts, out, field->get());
   });
   std::vector<Contender> contenders = {
       ours,
-      contender("strftime, widened", moments,
-                [&model](const BrokenDown& moment, std::byte* out) { return write_strftime(model, moment, out); }),
+      contender(
+          "strftime, widened", moments,
+          [&model](const BrokenDown& moment, std::byte* out) { return write_strftime_widened(model, moment, out); }),
       contender("wcsftime", moments,
                 [&model](const BrokenDown& moment, std::byte* out) { return write_wcsftime(model, moment, out); })};
 #if ZVRT_BENCH_WITH_FMT
@@ -215,6 +159,14 @@ void register_formatting(const Model& model, const Set<ZVRTTS>& records) {
   }
 #endif
   compete(formatting, model.name, std::move(contenders));
+  compete({"timestamp to narrow text, by model", 0.5}, model.name,
+          {contender("ours", records,
+                     [field](const ZVRTTS& ts, std::byte* out) {
+                       return call<ZVRTCnvZVRTTSToVarcharSz, 1>(&ts, out, field->get());
+                     }),
+           contender("strftime", moments, [&model](const BrokenDown& moment, std::byte* out) {
+             return write_strftime(model, moment, narrow(out));
+           })});
 #if ZVRT_BENCH_WITH_FMT
   // Not what a model is for, but the mark to aim at: no model at run time at all.
   constexpr Operation beside_fixed{"timestamp to wide text, by model beside a layout compiled in", 0};
@@ -249,10 +201,9 @@ void register_fixed_layout(const Set<ZVRTTS>& records) {
 
 // ---- from text -----------------------------------------------------------------------------------------------------
 
-ZVRTTS read_strptime(const Model& model, const wchar_t* text) {
-  const Narrowed narrowed(text);
+ZVRTTS read_strptime(const Model& model, const char* text) {
   std::tm time{};
-  const char* rest = strptime(narrowed.begin(), model.strftime, &time);
+  const char* rest = strptime(text, model.strftime, &time);
   ZVRTTS ts{};
   if (rest == nullptr) return ts;
   ts.year = static_cast<std::int16_t>(time.tm_year + 1900);
@@ -261,7 +212,7 @@ ZVRTTS read_strptime(const Model& model, const wchar_t* text) {
   ts.hour = static_cast<std::uint16_t>(time.tm_hour);
   ts.minute = static_cast<std::uint16_t>(time.tm_min);
   ts.second = static_cast<std::uint16_t>(time.tm_sec);
-  if (model.has_fraction && *rest == '.') std::from_chars(rest + 1, narrowed.end(), ts.fraction);
+  if (model.has_fraction && *rest == '.') std::from_chars(rest + 1, rest + 7, ts.fraction);
   return ts;
 }
 
@@ -286,26 +237,30 @@ ZVRTTS read_abseil(const Model& model, const wchar_t* text) {
 
 void register_parsing(const Model& model, const Set<ZVRTTS>& records) {
   constexpr Operation parsing{"wide text to timestamp, by model", 0.45};
-  const auto field = std::make_shared<ModelField>(model);
-  const WideTexts texts = packed(*rendered(records, [&](const ZVRTTS& ts) {
-    std::array<wchar_t, 64> text{};
-    std::uint32_t length = 0;
-    ZVRTCnvZVRTTSToWVarcharSz(&ts, nullptr, text.data(), sizeof text, &length, field->get());
-    return std::wstring(text.data());
-  }));
+  const auto field = std::make_shared<ModelField>(model.text);
+  const WideTexts texts = wide_texts(records, *field);
   std::vector<Contender> contenders = {
       contender("ours", texts,
                 [field](const wchar_t* text, std::byte* out) {
                   return call<ZVRTCnvDateTimeWSzToZVRTTS, 1>(text, out, field->get());
                 }),
-      contender("narrowed, strptime", texts,
-                [&model](const wchar_t* text, std::byte* out) { return stored(read_strptime(model, text), out); })};
+      contender("narrowed, strptime", texts, [&model](const wchar_t* text, std::byte* out) {
+        return stored(read_strptime(model, Narrowed(text).begin()), out);
+      })};
 #if ZVRT_BENCH_WITH_ABSEIL
   contenders.push_back(contender("narrowed, Abseil", texts, [&model](const wchar_t* text, std::byte* out) {
     return stored(read_abseil(model, text), out);
   }));
 #endif
   compete(parsing, model.name, std::move(contenders));
+  const NarrowTexts narrow_texts = packed(*rendered(texts, narrowed));
+  compete({"narrow text to timestamp, by model", 0.5}, model.name,
+          {contender("ours", narrow_texts,
+                     [field](const char* text, std::byte* out) {
+                       return call<ZVRTCnvDateTimeSzToZVRTTS, 1>(text, out, field->get());
+                     }),
+           contender("strptime", narrow_texts,
+                     [&model](const char* text, std::byte* out) { return stored(read_strptime(model, text), out); })});
 }
 
 // ---- models to tokens ----------------------------------------------------------------------------------------------

@@ -2,7 +2,8 @@
 # Our time beside the fastest peer's, as ratios: scripts/bench.sh [--record] [family] [--benchmark_... flags]
 # With --record the rows go into docs/figures/bench-<level>.csv too, and without a family each runs in a process of its own.
 # The family columns is a program of its own: gains of plans over single calls, `columns WORD` those of some conversions.
-# Other families: text, counted, transforms, code_pages, integers, narrow_numbers, floats, timestamps, decimals; without one, all of these.
+# Other families: text, counted, transforms, code_pages, integers, narrow_numbers, floats, timestamps, decimals,
+# siblings; without one, all of these.
 # Peers are found by CMake; those that Debian lacks under the prefix ZVRT_BENCH_PEERS in the environment. LEVEL=baseline, sse41 or avx2 in the
 # environment is how fast we are on a lesser processor; simdutf is made to believe it too, the other peers are not. Kernels of
 # ours for AVX2 there are none: that level differs in simdutf's.
@@ -36,7 +37,7 @@ if [ "${1:-}" = columns ]; then
 fi
 cmake --build "$build" --target zvrt_bench >&2
 [ $record = yes ] || exec "$build/bench/zvrt_bench" "$@"
-families=(text counted transforms code_pages integers narrow_numbers floats timestamps decimals)
+families=(text counted transforms code_pages integers narrow_numbers floats timestamps decimals siblings)
 if [ $# -gt 0 ] && [[ $1 != -* ]]; then
   families=("$1")
   shift
