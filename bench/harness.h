@@ -92,5 +92,6 @@ void register_timestamps();
 void register_decimals();
 void register_siblings();
 void register_date_siblings();
+void register_plain_loops();
 
 }  // namespace zvrt_bench

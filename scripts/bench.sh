@@ -2,9 +2,10 @@
 # Our time beside the fastest peer's, as ratios: scripts/bench.sh [--record] [family] [--benchmark_... flags]
 # With --record the rows go into docs/figures/bench-<level>.csv too, and without a family each runs in a process of its own.
 # The family columns is a program of its own: gains of plans over single calls, `columns WORD` those of some conversions.
+# The family plain_loops is run by its name alone: loops of one character or digit a step, for LEVEL=portable.
 # Other families: text, counted, transforms, code_pages, integers, narrow_numbers, floats, timestamps, decimals,
 # siblings; without one, all of these.
-# Peers are found by CMake; those that Debian lacks under the prefix ZVRT_BENCH_PEERS in the environment. LEVEL=baseline, sse41 or avx2 in the
+# Peers are found by CMake; those that Debian lacks under the prefix ZVRT_BENCH_PEERS in the environment. LEVEL=portable, baseline, sse41 or avx2 in the
 # environment is how fast we are on a lesser processor; simdutf is made to believe it too, the other peers are not. Kernels of
 # ours for AVX2 there are none: that level differs in simdutf's.
 set -euo pipefail

@@ -20,7 +20,7 @@ namespace zvrt {
 #endif
 
 enum class CpuLevel : std::uint8_t {
-  portable,  // any processor: eight bytes a step in plain registers, nothing read ahead
+  portable,  // any processor: eight bytes a step in plain registers
   baseline,  // x86-64 with SSE2
   sse41,     // SSSE3, SSE4.1 and population count
   avx512,    // AVX2, BMI, BMI2, leading-zero count, FMA, and AVX-512 F, BW, CD, DQ, VL, IFMA, VBMI and VBMI2

@@ -104,6 +104,35 @@ TEST_F(Vectors, WideCharactersAreNarrowedAlike) {
   }
 }
 
+// Registers of eight bytes beside the characters themselves, one by one.
+TEST_F(Vectors, CharactersArePackedByEights) {
+  for (int round = 0; round < 20000; ++round) {
+    const Wide16 text = wide();
+    const std::uint64_t marked = zvrt::portable::pack_eight_marked(text.data());
+    const std::uint64_t others = zvrt::portable::other_than_digits(marked);
+    bool narrow = true;
+    for (std::size_t i = 0; i < 8; ++i) {
+      const std::uint64_t byte = marked >> 8 * i & 0xFF;
+      if (text[i] > 0xFF) {
+        narrow = false;
+        ASSERT_GE(byte, 0x80U) << text[i];
+      } else {
+        ASSERT_EQ(byte, text[i]);
+      }
+      ASSERT_EQ((others >> 8 * i & 0xFF) == 0, text[i] >= '0' && text[i] <= '9') << text[i];
+    }
+    std::uint64_t packed = 0;
+    ASSERT_EQ(zvrt::portable::pack_eight(text.data(), packed), narrow);
+    if (narrow) {
+      ASSERT_EQ(packed, marked);
+    }
+    std::array<char, 8> back;
+    zvrt::portable::store_bytes(back.data(), marked);
+    ASSERT_EQ(zvrt::portable::load_bytes(back.data()), marked);
+    ASSERT_EQ(static_cast<std::uint8_t>(back[0]), marked & 0xFF);
+  }
+}
+
 TEST_F(Vectors, DigitsAreReadAndWrittenAlike) {
   int numbers = 0;
   for (int round = 0; round < 20000; ++round) {

@@ -52,15 +52,23 @@ std::int32_t write_decimal_bytes(std::uint64_t magnitude, bool negative, char* d
   return length;
 }
 
-ZVRT_WRAPS Digits read_digits(const void* text) {
+namespace {
+
+template <class Unit>
+ZVRT_WRAPS Digits read_units(const void* text) {
   std::uint64_t value = 0;
   for (std::size_t at = 0;; ++at) {
-    const Wide character = load<Wide>(text, at);
-    const Wide digit = character - '0';
+    const auto character = load<Unit>(text, at);
+    const std::uint32_t digit = std::uint32_t{character} - '0';
     if (digit > 9)
       return {value, static_cast<std::int64_t>(at), character == 0 ? Reading::complete : Reading::invalid_character};
     value = value * 10 + digit;
   }
 }
+
+}  // namespace
+
+Digits read_digits(const void* text) { return read_units<Wide>(text); }
+Digits read_digit_bytes(const char* text) { return read_units<std::uint8_t>(text); }
 
 }  // namespace zvrt

@@ -39,5 +39,7 @@ struct Digits {
 
 // Reads wide text of any length up to its terminator or to the first character that is not a digit.
 Digits read_digits(const void* text);
+// The same of bytes.
+Digits read_digit_bytes(const char* text);
 
 }  // namespace zvrt

@@ -1,4 +1,4 @@
-// The baseline version of the integer conversions, and the choice of the version for this processor.
+// The definition as a version of the integer conversions, and the choice of the version for this processor.
 #include "numeric/integer/integers.h"
 
 #include "core/termination.h"
@@ -21,13 +21,8 @@ struct BaselineKernel {
     return write_decimal_bytes(magnitude, negative, dst, capacity);
   }
   template <class Accumulator>
-  ZVRT_WRAPS static Digits read_bytes(const char* text) {
-    std::uint64_t value = 0;
-    for (std::int64_t at = 0;; ++at) {
-      const auto digit = static_cast<unsigned char>(text[at]) - unsigned{'0'};
-      if (digit > 9) return {value, at, text[at] == 0 ? Reading::complete : Reading::invalid_character};
-      value = value * 10 + digit;
-    }
+  static Digits read_bytes(const char* text) {
+    return read_digit_bytes(text);
   }
 };
 
@@ -36,7 +31,7 @@ struct BaselineKernel {
 const IntegerConversions integers_baseline = conversions_by<BaselineKernel>;
 
 const IntegerConversions integers = *choose_version(Versions<const IntegerConversions>{
-    .baseline = &integers_baseline ZVRT_X86(, .sse41 = &integers_sse41, .avx512 = &integers_avx512)});
+    .portable = &integers_portable ZVRT_X86(, .sse41 = &integers_sse41, .avx512 = &integers_avx512)});
 
 Status terminate_full(void* dst, std::int32_t length, std::int32_t capacity) {
   return terminate<Wide>(TerminatorRule::wide, dst, length, capacity);

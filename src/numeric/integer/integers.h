@@ -47,6 +47,7 @@ constexpr std::size_t type_index = static_cast<std::size_t>(std::countr_zero(siz
 
 // The version that takes every text and runs on every processor, and the faster ones.
 extern const IntegerConversions integers_baseline;
+extern const IntegerConversions integers_portable;
 extern const IntegerConversions integers_sse41;
 extern const IntegerConversions integers_avx512;
 

@@ -3,7 +3,6 @@
 #include "fault.h"
 
 #include <algorithm>
-#include <cstring>
 #include <functional>
 #include <vector>
 
@@ -18,9 +17,11 @@ namespace {
 using Status = std::uint32_t;
 using Endings = std::vector<std::u32string>;
 
+// In the byte order of this machine.
 std::uint32_t member_at(const std::string& slot, std::size_t at, std::size_t size) {
   std::uint32_t value = 0;
-  std::memcpy(&value, slot.data() + at, size);
+  for (std::size_t i = 0; i < size; ++i)
+    value = value << 8 | static_cast<unsigned char>(slot[at + (native_big ? i : size - 1 - i)]);
   return value;
 }
 
@@ -115,7 +116,7 @@ Fault find_in_digits(const ZVRTType& type, const std::string& slot, Status statu
 Read decode(ZVRTType type, const std::string& bytes, bool substitutes) {
   type.kind = unit_of(type.kind) == 1 ? ZVRT_KIND_CHAR : unit_of(type.kind) == 2 ? ZVRT_KIND_UTF16 : ZVRT_KIND_WCHAR;
   type.length = static_cast<std::int32_t>(bytes.size());
-  type.flags &= ZVRT_TYPE_BIG_ENDIAN | ZVRT_TYPE_LOW_AS_BLANK;
+  type.flags &= ZVRT_TYPE_BIG_ENDIAN | ZVRT_TYPE_LITTLE_ENDIAN | ZVRT_TYPE_LOW_AS_BLANK;
   return read_text(type, bytes, static_cast<std::int64_t>(bytes.size()), substitutes);
 }
 
@@ -133,7 +134,7 @@ std::size_t longest_prefix(const ZVRTType& type, const std::string& bytes,
 std::uint32_t unit_at(const ZVRTType& type, const std::string& bytes, std::size_t at) {
   if (at >= bytes.size()) return 0;
   const std::uint32_t unit = member_at(bytes, at, unit_of(type.kind));
-  const bool swapped = unit_of(type.kind) == 2 && (type.flags & ZVRT_TYPE_BIG_ENDIAN) != 0;
+  const bool swapped = unit_of(type.kind) == 2 && is_big_endian(type) != native_big;
   return swapped ? (unit & 0xFF) << 8 | unit >> 8 : unit;
 }
 

@@ -17,7 +17,7 @@ struct Version {
 };
 
 inline std::vector<Version> versions() {
-  std::vector<Version> all{{"plain", &zvrt::integers_baseline}};
+  std::vector<Version> all{{"plain", &zvrt::integers_baseline}, {"portable", &zvrt::integers_portable}};
 #if defined(__x86_64__)
   if (zvrt::cpu_level() >= zvrt::CpuLevel::sse41) all.push_back({"sse41", &zvrt::integers_sse41});
   if (zvrt::cpu_level() >= zvrt::CpuLevel::avx512) all.push_back({"avx512", &zvrt::integers_avx512});

@@ -1,82 +1,156 @@
-// The text kernels for any processor: eight bytes a step in plain registers, and the other characters one by one. Nothing
-// is read beyond a text: a terminated one is measured first.
+// The text kernels for any processor: eight characters a step in plain registers, and those other than ASCII one by one.
 //
-// A register of bytes, or of units, is tested as a whole. Bytes 01 to 7F are those that have no bit 80, neither as they are
-// nor less one; a zero borrows from its neighbour, and that is at the latest where it shows.
+// A register of bytes is looked at as a whole. Bytes 01 to 7F are those without bit 80 that have it once 7F is added:
+//
+//   others = ~(bytes + 7F..7F) | bytes, of each byte bit 80;  the first set bit tells where ASCII ends
+//
+// What is left of ASCII before that place is taken with characters that were taken before it, as a whole step again.
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 
 #include "encoding/kernels/baseline/loops.h"
 #include "encoding/kernels/baseline/text.h"
 #include "encoding/kernels/baseline/utf16_loops.h"
+#include "simd/portable.h"
 
 namespace zvrt {
 
 namespace {
 
-constexpr std::uint64_t each_byte = 0x0101010101010101;
+using portable::each_byte;
+
 constexpr std::uint64_t each_unit = 0x0001000100010001;
 constexpr std::uint64_t each_wide = 0x0000000100000001;
 
-// Zero when all lanes of the register are 1 to `mask`'s lower end; `mask` has the bits that such lanes do not have.
+template <class To, class From>
+[[gnu::always_inline]] inline void copy_eight(const char* src, char* dst) {
+  for (std::size_t i = 0; i < 8; ++i) store(dst, i, static_cast<To>(load<From>(src, i)));
+}
+
+// Zero when all lanes of the register are 1 to `mask`'s lower end; `mask` has the bits that such lanes do not have. A zero
+// lane borrows from its neighbour, and that is at the latest where it shows.
 ZVRT_WRAPS std::uint64_t beyond(std::uint64_t lanes, std::uint64_t one_each, std::uint64_t mask) {
   return (lanes | (lanes - one_each)) & mask;
 }
 
-template <class To, class From>
-void copy_eight(const char* src, char* dst) {
-  for (std::size_t i = 0; i < 8; ++i) store(dst, i, static_cast<To>(load<From>(src, i)));
+// How many of eight bytes are 01 to 7F before the first that is not.
+std::size_t ascii_lead(std::uint64_t bytes) {
+  const std::uint64_t others = (~((bytes & each_byte * 0x7F) + each_byte * 0x7F) | bytes) & (each_byte * 0x80);
+  return others == 0 ? 8 : static_cast<std::size_t>(std::countr_zero(others)) / 8;
 }
 
-// Steps of eight from the front while they go. The last one ends with the text, and so begins within the one before it.
-template <class Step>
-[[gnu::always_inline]] inline std::size_t by_eights(std::size_t count, Step step) {
+struct Utf8 {
+  static constexpr std::size_t unit = 1;
+  static bool is_ascii(const char* src) { return beyond(load<std::uint64_t>(src), each_byte, each_byte * 0x80) == 0; }
+  static std::size_t lead(const char* src) { return ascii_lead(portable::load_bytes(src)); }
+  [[gnu::always_inline]] static void convert(const char* src, char* dst) { copy_eight<Wide, std::uint8_t>(src, dst); }
+};
+
+[[gnu::noinline]] std::size_t ascii_lead_of_any(const char* src) {
+  return ascii_lead(portable::pack_eight_marked(src));
+}
+
+struct WideText {
+  static constexpr std::size_t unit = 4;
+  static bool is_ascii(const char* src) {
+    std::uint64_t bytes;
+    return portable::pack_eight(src, bytes) && beyond(bytes, each_byte, each_byte * 0x80) == 0;
+  }
+  static std::size_t lead(const char* src) {
+    std::uint64_t bytes;
+    return portable::pack_eight(src, bytes) ? ascii_lead(bytes) : ascii_lead_of_any(src);
+  }
+  [[gnu::always_inline]] static void convert(const char* src, char* dst) {
+    std::uint64_t bytes;
+    portable::pack_eight(src, bytes);
+    portable::store_bytes(dst, bytes);
+  }
+};
+
+// How many units may be read: all of a count, of a terminated text those to the end of the page if they fill a step.
+template <std::size_t unit>
+std::size_t readable(Counted source, const char* /*at*/, std::size_t read) {
+  return source.count - read;
+}
+template <std::size_t unit>
+std::size_t readable(Terminated /*source*/, const char* at, std::size_t /*read*/) {
+  if (!may_read_ahead(at, 8 * unit)) return 0;
+  return (page_bytes - reinterpret_cast<std::uintptr_t>(at) % page_bytes) / unit;
+}
+
+// ASCII from one form to the other, from the front while it goes: whole steps, and where there was one, what remains before
+// another character or the end.
+template <class From, class To, class Source>
+[[gnu::always_inline]] inline std::size_t convert_ascii(const char* src, Source source, std::size_t read, char* dst,
+                                                        std::size_t capacity) {
+  const auto take = [&](std::size_t at) { From::convert(src + at * From::unit, dst + at * To::unit); };
+  const std::size_t count = std::min(readable<From::unit>(source, src, read), capacity);
   std::size_t done = 0;
   for (; count - done >= 8; done += 8) {
-    if (!step(done)) return done;
+    if (!From::is_ascii(src + done * From::unit)) {
+      const std::size_t lead = done == 0 ? 0 : From::lead(src + done * From::unit);
+      if (lead != 0) take(done + lead - 8);
+      return done + lead;
+    }
+    take(done);
   }
-  return done != 0 && done != count && step(count - 8) ? count : done;
+  // A counted text may end within a step.
+  if (std::is_same_v<Source, Counted> && done != 0 && done != count && From::is_ascii(src + (count - 8) * From::unit)) {
+    take(count - 8);
+    return count;
+  }
+  return done;
 }
 
 struct Ascii {
-  [[gnu::always_inline]] static std::size_t widen(const char* src, Counted source, std::size_t read, char* dst,
+  template <class Source>
+  [[gnu::always_inline]] static std::size_t widen(const char* src, Source source, std::size_t read, char* dst,
                                                   std::size_t capacity) {
-    return by_eights(std::min(source.count - read, capacity), [&](std::size_t at) {
-      if (beyond(load<std::uint64_t>(src + at), each_byte, each_byte * 0x80) != 0) return false;
-      copy_eight<Wide, std::uint8_t>(src + at, dst + at * 4);
-      return true;
-    });
+    return convert_ascii<Utf8, WideText>(src, source, read, dst, capacity);
   }
-
-  [[gnu::always_inline]] static std::size_t narrow(const char* src, Counted source, std::size_t read, char* dst,
+  template <class Source>
+  [[gnu::always_inline]] static std::size_t narrow(const char* src, Source source, std::size_t read, char* dst,
                                                    std::size_t capacity) {
-    return by_eights(std::min(source.count - read, capacity), [&](std::size_t at) {
-      std::uint64_t others = 0;
-      for (std::size_t pair = 0; pair < 4; ++pair)
-        others |= beyond(load<std::uint64_t>(src + at * 4, pair), each_wide, each_wide * 0xFFFFFF80);
-      if (others != 0) return false;
-      copy_eight<std::uint8_t, Wide>(src + at * 4, dst + at);
-      return true;
-    });
+    return convert_ascii<WideText, Utf8>(src, source, read, dst, capacity);
   }
 };
+
+Progress operator+(Progress a, Progress b) { return {a.read + b.read, a.written + b.written}; }
 
 Progress decode(const char* src, std::size_t count, void* dst, std::size_t capacity) {
   return decode_prefix<Ascii, true>(src, Counted{count}, dst, capacity);
 }
-Progress decode_terminated(const char* src, void* dst, std::size_t capacity) {
-  return decode(src, std::strlen(src), dst, capacity);
-}
 Progress count_decoded(const char* src, std::size_t count) {
   return decode_prefix<Ascii, false>(src, Counted{count}, nullptr, 0);
 }
-
 Progress encode(const void* src, std::size_t count, char* dst, std::size_t capacity) {
   return encode_prefix<Ascii>(src, Counted{count}, dst, capacity);
 }
+
+// What follows ASCII in terminated text. It is measured first where no block may be read ahead.
+[[gnu::noinline]] Progress decode_rest(const char* src, void* dst, std::size_t capacity) {
+  if (!may_read_ahead(src, 8)) return decode(src, std::strlen(src), dst, capacity);
+  return decode_prefix<Ascii, true>(src, Terminated{}, dst, capacity);
+}
+[[gnu::noinline]] Progress encode_rest(const void* src, char* dst, std::size_t capacity) {
+  if (!may_read_ahead(src, 32)) return encode(src, static_cast<std::size_t>(length_of(src)), dst, capacity);
+  return encode_prefix<Ascii>(src, Terminated{}, dst, capacity);
+}
+
+// Most terminated text is ASCII to its end, which takes few registers.
+Progress decode_terminated(const char* src, void* dst, std::size_t capacity) {
+  auto* const out = static_cast<char*>(dst);
+  const std::size_t ascii = Ascii::widen(src, Terminated{}, 0, out, capacity);
+  if (src[ascii] == 0) return {ascii, ascii};
+  return Progress{ascii, ascii} + decode_rest(src + ascii, out + ascii * sizeof(Wide), capacity - ascii);
+}
 Progress encode_terminated(const void* src, char* dst, std::size_t capacity) {
-  return encode(src, static_cast<std::size_t>(length_of(src)), dst, capacity);
+  const auto* const text = static_cast<const char*>(src);
+  const std::size_t ascii = Ascii::narrow(text, Terminated{}, 0, dst, capacity);
+  if (load<Wide>(text, ascii) == 0) return {ascii, ascii};
+  return Progress{ascii, ascii} + encode_rest(text + ascii * sizeof(Wide), dst + ascii, capacity - ascii);
 }
 
 // ---- UTF-16 ----
