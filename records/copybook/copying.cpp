@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
+
+#include "records/files/input_file.h"
 
 namespace zvrt::records {
 namespace {
@@ -203,10 +203,7 @@ class Copier {
 std::optional<CopiedText> read_file(const std::filesystem::path& path) {
   std::error_code error;
   if (!std::filesystem::is_regular_file(path, error)) return std::nullopt;
-  std::ifstream file(path, std::ios::binary);
-  std::ostringstream text;
-  if (!file || !(text << file.rdbuf())) return std::nullopt;
-  return CopiedText{path.string(), text.str()};
+  return CopiedText{path.string(), text_of_file(path.string())};
 }
 
 // The first of the endings counts; of names that differ in case the one as written, else the first.

@@ -52,6 +52,21 @@ std::size_t InputFile::read(char* bytes, std::size_t capacity) {
   return filled;
 }
 
+std::string text_of_file(const std::string& path) {
+  constexpr std::size_t most = std::size_t{1} << 26;
+  constexpr std::size_t step = std::size_t{1} << 16;
+  InputFile file(path == "-" ? "./-" : path);
+  std::string text;
+  for (std::size_t got = step; got == step;) {
+    const std::size_t size = text.size();
+    if (size > most) throw Failure(path + ": has more than 64 MiB, so it is no text");
+    text.resize(size + step);
+    got = file.read(text.data() + size, step);
+    text.resize(size + got);
+  }
+  return text;
+}
+
 InputBytes::InputBytes(std::string name, std::string_view bytes, Extent extent)
     : Input(std::move(name), extent.offset),
       left_(bytes.substr(std::min<std::uint64_t>(extent.offset, bytes.size()), extent.bytes)) {}

@@ -55,6 +55,9 @@ class InputFile final : public Input {
   std::optional<std::uint64_t> size_;
 };
 
+// All of a file that people write, such as a copybook. Throws a Failure if it cannot be read, or has more than 64 MiB.
+std::string text_of_file(const std::string& path);
+
 // Bytes that outlive the input.
 class InputBytes final : public Input {
  public:

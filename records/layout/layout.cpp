@@ -1,8 +1,6 @@
 #include "records/layout/layout.h"
 
-#include <fstream>
-#include <sstream>
-
+#include "records/files/input_file.h"
 #include "records/layout/form.h"
 #include "records/layout/place.h"
 #include "records/layout/tree.h"
@@ -22,11 +20,9 @@ Layout parse_layout(std::string_view text, const std::string& file, const Layout
 }
 
 Layout read_layout(const std::string& path, LayoutOptions options, std::vector<std::string> folders) {
-  std::ifstream file(path, std::ios::binary);
-  std::ostringstream text;
-  if (!file || !(text << file.rdbuf())) throw CopybookError(path, {0, 0, 0}, "the copybook cannot be read");
+  const std::string text = text_of_file(path);
   if (!options.copybook.find_copy) options.copybook.find_copy = copies_in(std::move(folders));
-  return parse_layout(text.str(), path, options);
+  return parse_layout(text, path, options);
 }
 
 }  // namespace zvrt::records

@@ -58,6 +58,22 @@ sed 's/,-1.50,/,7.25,/' kept.csv >changed.csv
 expect 0 export "${options[@]}" --keep-bytes changed.csv changed.dat
 cmp changed.dat <(printf '1aa\x12\x34\x5C??  7.25 0!! 12.00 ') || fail "one changed cell"
 
+# A layout that cannot be used says why.
+mkdir folder
+: >empty.cpy
+printf '01 R.\n COPY FOLDER.\n' >copies.cpy
+while IFS='|' read -r layout why; do
+  expect 2 layout "$layout"
+  grep -q "$why" out || fail "layout $layout: $(cat out)"
+done <<'END'
+nothing.cpy|nothing.cpy: No such file or directory
+-|No such file or directory
+folder|folder: .*: Is a directory
+empty.cpy|empty.cpy:1:1: the copybook has no entry
+copies.cpy|copies.cpy:2:2: the copybook FOLDER is not found
+/dev/zero|/dev/zero: has more than 64 MiB
+END
+
 # What cannot be read of the bytes that were kept is refused by its column's name.
 printf '01 R.\n 05 A PIC X(2).\n' >r.cpy
 printf '\0\015\0\0xyz\0\006\0\0ab' >r.dat
