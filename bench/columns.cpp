@@ -41,7 +41,10 @@ double seconds() {
 class Timing {
  public:
   explicit Timing(const Comparison& set)
-      : set_(set), target_(rows_of_fetch, set.to.length), selected_(static_cast<std::size_t>(rows_of_fetch), 1) {
+      : set_(set), target_(rows_of_fetch, set.to.length), starts_(static_cast<std::size_t>(rows_of_fetch)) {
+    for (std::size_t row = 0; row < starts_.size(); ++row) {
+      starts_[row] = static_cast<std::int64_t>(row) * set.column.stride;
+    }
     ZVRTProblem why{};
     why.size = sizeof why;
     if (ZVRTPlanCreate(&set.from, &set.to, set.options, &plan_, &why) != ZVRT_RC_OK) fail(set, why.text, -1);
@@ -81,7 +84,7 @@ class Timing {
     switch (which) {
       case single_calls: return set_.single_calls(set_.column, first, count, target);
       case whole: return run_rows(first, 0, count, nullptr, target);
-      case by_blocks: return run_rows(first, 0, count, selected_.data(), target);
+      case by_blocks: return run_rows(first, 0, count, starts_.data(), target);
       default:
         for (std::int64_t row = 0; row < count; row += rows_of_short_runs) {
           run_rows(first + row, row, std::min(rows_of_short_runs, count - row), nullptr, target);
@@ -90,12 +93,12 @@ class Timing {
   }
 
   // Rows from `row` on into the target's slots from `slot` on.
-  void run_rows(std::int64_t row, std::int64_t slot, std::int64_t count, const std::uint8_t* select, Target& target) {
+  void run_rows(std::int64_t row, std::int64_t slot, std::int64_t count, const std::int64_t* starts, Target& target) {
     ZVRTArray from{};
     from.size = sizeof from;
     from.data = const_cast<std::byte*>(set_.column.at(row));  // NOLINT(cppcoreguidelines-pro-type-const-cast)
     from.stride = set_.column.stride;
-    from.select = select;
+    from.starts = starts;
     if (!set_.column.lengths.empty()) {
       from.lengths = const_cast<std::int64_t*>(set_.column.lengths.data() + row);  // NOLINT: a source is only read
       from.lengthBytes = 8;
@@ -131,7 +134,7 @@ class Timing {
   const Comparison& set_;
   ZVRTPlan* plan_ = nullptr;
   Target target_;
-  std::vector<std::uint8_t> selected_;
+  std::vector<std::int64_t> starts_;
 };
 
 void print(const std::vector<Outcome>& outcomes) {

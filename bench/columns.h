@@ -1,7 +1,7 @@
 // Plans over columns beside the functions for single values, on the same values in one run.
 //
 // A set is a column of values, the plan that converts it, and a loop over the functions that do the same. Three runs of the
-// plan are timed: over the whole column; by blocks, which a selection of every row forces; and by runs of 32 rows. Before
+// plan are timed: over the whole column; by blocks, which an array of starts forces; and by runs of 32 rows. Before
 // anything is timed, each leaves what the loop leaves, to the last byte of every value.
 #pragma once
 

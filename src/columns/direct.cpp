@@ -48,7 +48,7 @@ bool is_short_packed(const Type& type) {
 }
 
 bool is_plain_text(const Type& type, std::uint32_t flags) {
-  return type.form == Form::text && type.model == nullptr && (type.flags & ~flags) == 0;
+  return type.form == Form::text && type.model == nullptr && (type.flags & ~(flags | Type::null_forms)) == 0;
 }
 
 Direct* find_direct(ZVRTPlan& plan) {
@@ -61,11 +61,12 @@ Direct* find_direct(ZVRTPlan& plan) {
 }
 
 bool suits_direct(const ZVRTPlan& plan, const Places& from, const Places& to) {
-  const bool is_text = plan.from.type.form == Form::text;
-  if (from.starts != nullptr || to.starts != nullptr || from.select != nullptr) return false;
-  if (from.indicators.at != nullptr || plan.from.type.has_null_form()) return false;
-  if (from.lengths.at != nullptr) return is_text && plan.from.type.extent == Extent::counted;
-  return plan.from.type.length > 0;
+  const Type& type = plan.from.type;
+  if (from.starts != nullptr || to.starts != nullptr) return false;
+  if (from.lengths.at == nullptr) return type.length > 0;
+  if (type.extent == Extent::counted) return type.form == Form::text;
+  // Elsewhere lengths say no more than which rows are null, but for terminated text.
+  return type.extent == Extent::fixed || type.extent == Extent::varnum;
 }
 
 TextSlot text_slot(const Type& type) {

@@ -1,9 +1,9 @@
 // Direct kernels: the hot pairs, whole stretches of rows at once, without blocks.
 //
-// A kernel takes rows that stand at strides, without nulls and without a selection, and converts the leading ones that are
-// the usual case: a packed field of digits, a text of ASCII that fits. It returns how many; the row after them goes
-// through a block, which decides everything out of the usual, and the kernel goes on behind that block. For the rows that
-// it takes, it leaves exactly what reader, step and writer leave.
+// A kernel takes rows that stand at strides, a stretch without a null and without a row that a selection leaves out, and
+// converts the leading ones that are the usual case: a packed field of digits, a text of ASCII that fits. It returns how
+// many; the row after them goes through a block, which decides everything out of the usual, and the kernel goes on after
+// that block. For the rows that it takes, it leaves exactly what reader, step and writer leave.
 //
 // Versions for levels of processors stand in kernels/LEVEL/; baseline runs everywhere.
 #pragma once
@@ -61,9 +61,10 @@ const DirectKernels& direct_kernels();
 // Kernels in plain code over the shared transcoding kernels; null where the pair has none.
 Direct* find_direct_transcoding(const ZVRTPlan& plan);
 Direct* find_direct_number(ZVRTPlan& plan);
+Direct* find_direct_float(const ZVRTPlan& plan);
 Direct* find_direct_date(const ZVRTPlan& plan);
 
-// Text that has a kernel's form: of these flags at most, its values' lengths given, ended by zeros or the slot's.
+// Text that has a kernel's form: of these flags at most, besides those that say what a null is.
 bool is_plain_text(const Type& type, std::uint32_t flags);
 
 // A field of up to 15 digits, its sign in the last half-byte.

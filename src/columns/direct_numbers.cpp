@@ -11,7 +11,9 @@ namespace {
 const NumberKernels& kernels = *choose_version(
     Versions<const NumberKernels>{.baseline = &number_kernels_portable ZVRT_X86(, .avx512 = &number_kernels_avx512)});
 
-std::int32_t convert_short(const ZVRTPlan& plan, const Rows& rows) {
+}  // namespace
+
+std::int32_t convert_short_numbers(const ZVRTPlan& plan, const Rows& rows) {
   ShortNumbers numbers;
   for (std::int32_t done = 0; done < rows.count;) {
     Entries lengths;
@@ -25,8 +27,6 @@ std::int32_t convert_short(const ZVRTPlan& plan, const Rows& rows) {
   }
   return rows.count;
 }
-
-}  // namespace
 
 const NumberKernels& number_kernels() { return kernels; }
 
@@ -48,9 +48,10 @@ Direct* find_direct_number(ZVRTPlan& plan) {
   if (from.form == Form::binary && to.form == Form::binary) return nullptr;
   plan.read_short = find_short_reader(from, plan.options);
   plan.write_short = find_short_writer(to, plan.options);
+  if (Direct* const found = find_direct_float(plan); found != nullptr) return found;
   if (plan.read_short == nullptr || plan.write_short == nullptr) return nullptr;
   const bool is_packed_text = from.kind == ZVRT_KIND_PACKED && to.form == Form::text;
-  return is_packed_text ? kernels.packed_to_text : convert_short;
+  return is_packed_text ? kernels.packed_to_text : convert_short_numbers;
 }
 
 }  // namespace zvrt::columns

@@ -8,25 +8,12 @@
 #include <limits>
 
 #include "columns/arena.h"
+#include "columns/nearest.h"
+#include "columns/shortest.h"
 
 namespace zvrt::columns {
 
 namespace {
-
-template <class Float>
-struct Format;
-template <>
-struct Format<float> {
-  using Bits = std::uint32_t;
-  static constexpr std::int32_t fraction_bits = 23;
-  static constexpr std::int32_t max_field = 0xFF;
-};
-template <>
-struct Format<double> {
-  using Bits = std::uint64_t;
-  static constexpr std::int32_t fraction_bits = 52;
-  static constexpr std::int32_t max_field = 0x7FF;
-};
 
 // --- IEEE 754, taken apart and put together ---
 
@@ -70,17 +57,6 @@ Float to_float(const Binary& value, bool& is_exact) {
 
 // --- Decimals to the nearest float ---
 
-// Both operands exact: one division or multiplication rounds once.
-bool convert_short(const Decimal& number, double& result) {
-  constexpr double powers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
-                               1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-  if (!number.magnitude.is_word() || number.magnitude.word() >> 53 != 0 || number.tail != Tail::zero) return false;
-  if (number.scale > 22 || number.scale < -22) return false;
-  const auto whole = static_cast<double>(number.magnitude.word());
-  result = number.scale >= 0 ? whole / powers[number.scale] : whole * powers[-number.scale];
-  return true;
-}
-
 // Digits and an exponent, read by the language's own reader.
 template <class Float>
 Float read_digits(const char* digits, std::int32_t count, std::int32_t scale) {
@@ -103,9 +79,10 @@ Float nearest_float(const LongNumber& number) {
 
 template <class Float>
 Float nearest_float(const Decimal& number) {
-  double result = 0;
   if (number.magnitude.is_zero()) return 0;
-  if (std::is_same_v<Float, double> && convert_short(number, result)) return static_cast<Float>(result);
+  Float nearest = 0;
+  const bool is_word = number.magnitude.is_word() && number.tail == Tail::zero;
+  if (is_word && find_nearest_float(number.magnitude.word(), number.scale, nearest)) return nearest;
   char digits[max_digits];
   return read_digits<Float>(digits, write_digits(number.magnitude, digits), number.scale);
 }
@@ -123,25 +100,8 @@ LongNumber lengthen(const Decimal& number) {
 
 template <class Float>
 Decimal shortest_ieee(Float value) {
-  Decimal number;
-  if (value == 0) return number;
-  char text[32];
-  const char* const end = std::to_chars(text, text + sizeof text, std::fabs(value), std::chars_format::scientific).ptr;
-  std::uint64_t digits = 0;
-  const char* at = text;
-  for (; *at != 'e'; ++at) {
-    if (*at == '.') continue;
-    digits = digits * 10 + static_cast<std::uint64_t>(*at - '0');
-    ++number.scale;
-  }
-  ++at;
-  if (*at == '+') ++at;
-  std::int32_t exponent = 0;
-  std::from_chars(at, end, exponent);
-  number.scale -= 1 + exponent;
-  number.magnitude = {digits, 0};
-  number.negative = value < 0;
-  return number;
+  const Shortest shortest = find_shortest(value);
+  return {{shortest.digits, 0}, shortest.scale, value < 0, Tail::zero};
 }
 
 constexpr std::int32_t hex_digits(const Type& type) { return type.length == 4 ? 6 : 14; }

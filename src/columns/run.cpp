@@ -20,6 +20,7 @@ class Run {
   Status run(std::int64_t count) {
     const bool is_direct = plan_.direct != nullptr && suits_direct(plan_, from_, to_);
     const bool is_plain = has_plain_rows();
+    has_gaps_ = has_gaps();
     while (outcome_.done < count) {
       if (is_direct && convert_directly(count)) continue;
       arena_.reset();
@@ -38,16 +39,61 @@ class Run {
  private:
   void convert() { convert_block(plan_, block_); }
 
-  // Whether the plan's kernel took a row at least.
+  // Whether rows may be null, or left out: kernels take the stretches between such rows.
+  bool has_gaps() const {
+    const bool is_text_of_lengths = from_.lengths.at == nullptr || plan_.from.type.extent == Extent::counted;
+    return from_.select != nullptr || from_.indicators.at != nullptr || plan_.from.type.has_null_form() ||
+           !is_text_of_lengths;
+  }
+
+  bool is_selected(std::int64_t row) const { return from_.select == nullptr || from_.select[row] != 0; }
+
+  // What a row holds, as far as a kernel has to know: `refused` is for a block to look at.
+  Content look_at(std::int64_t row) const {
+    if (from_.lengths.at != nullptr) {
+      const std::int64_t given = from_.lengths.load(row);
+      if (given < 0) return given == ZVRT_NULL_DATA ? Content::null : Content::refused;
+    }
+    if (from_.indicators.at != nullptr && !from_.is_one_array && from_.indicators.load(row) < 0) return Content::null;
+    if (!plan_.from.type.has_null_form()) return Content::value;
+    Value value;
+    Status status = ZVRT_RC_OK;
+    return find_value(plan_.from.type, from_, row, value, status);
+  }
+
+  // Rows that hold values from the next one on, at most `most`.
+  std::int32_t count_values(std::int32_t most) const {
+    std::int32_t values = 0;
+    for (std::int64_t row = outcome_.done; values < most; ++values, ++row) {
+      if (!is_selected(row) || look_at(row) != Content::value) break;
+    }
+    return values;
+  }
+
+  // A row that is left out or null; false where it is neither.
+  bool pass_gap() {
+    const std::int64_t row = outcome_.done;
+    if (is_selected(row)) {
+      if (look_at(row) != Content::null) return false;
+      report_null(row);
+    }
+    ++outcome_.done;
+    return true;
+  }
+
+  // Whether the next row was a gap, or the plan's kernel took a row at least.
   bool convert_directly(std::int64_t count) {
+    auto most = static_cast<std::int32_t>(std::min<std::int64_t>(count - outcome_.done, direct_rows));
+    if (has_gaps_) most = count_values(most);
+    return most > 0 ? convert_stretch(most) : pass_gap();
+  }
+
+  bool convert_stretch(std::int32_t count) {
     const std::int64_t row = outcome_.done;
     std::int64_t lengths[direct_rows];
     Entries source_lengths = from_.lengths;
     if (source_lengths.at != nullptr) source_lengths.at += row * source_lengths.stride;
-    const Rows rows{from_.slot(row), from_.stride,
-                    &source_lengths, to_.slot(row),
-                    to_.stride,      static_cast<std::int32_t>(std::min<std::int64_t>(count - row, direct_rows)),
-                    lengths};
+    const Rows rows{from_.slot(row), from_.stride, &source_lengths, to_.slot(row), to_.stride, count, lengths};
     const std::int32_t done = plan_.direct(plan_, rows);
     const bool varies = plan_.to.type.form == Form::text || plan_.to.type.extent == Extent::varnum;
     report_good(row, done, [&](std::int32_t i) { return varies ? lengths[i] : plan_.to.type.length; });
@@ -142,23 +188,32 @@ class Run {
 
   void report(std::int32_t i) {
     const std::int64_t row = rows_[i];
-    if (is_null_[i]) block_.status[i] = pass_null(row, block_.slot[i]);
+    if (is_null_[i]) return report_null(row);
     const Status status = block_.status[i];
-    if (plan_.single_call != nullptr && !is_null_[i]) return report_single_call(i, row);
-    if (to_.status.at != nullptr) store<Status>(to_.status.at + row * to_.status.stride, 0, status);
+    if (plan_.single_call != nullptr) return report_single_call(i, row);
+    store_status(row, status);
     if (status != ZVRT_RC_OK) [[unlikely]]
       return refuse(row, status, block_.length[i]);
-    if (is_null_[i]) return;
     tell_length(row, block_.length[i], 0);
     const Form form = plan_.to.type.form;
     if (block_.length[i] == 0 && (form == Form::text || form == Form::bytes)) ++outcome_.empty;
+  }
+
+  void report_null(std::int64_t row) {
+    const Status status = pass_null(row, to_.slot(row));
+    store_status(row, status);
+    if (status != ZVRT_RC_OK) count_refused(row, status);
+  }
+
+  void store_status(std::int64_t row, Status status) {
+    if (to_.status.at != nullptr) store<Status>(to_.status.at + row * to_.status.stride, 0, status);
   }
 
   // A length is told whatever the status, where the function told one; an empty result is no refusal.
   void report_single_call(std::int32_t i, std::int64_t row) {
     const Status status = block_.status[i];
     const std::int64_t length = block_.length[i];
-    if (to_.status.at != nullptr) store<Status>(to_.status.at + row * to_.status.stride, 0, status);
+    store_status(row, status);
     if (length >= 0) tell_length(row, length, status == ZVRT_RC_TRUNCATED ? length : 0);
     if (status == ZVRT_RC_EMPTY_RESULT) {
       ++outcome_.empty;
@@ -206,6 +261,7 @@ class Run {
   ZVRTOutcome outcome_{};
   Arena arena_;
   Block block_;
+  bool has_gaps_ = false;
   bool is_null_[block_size];
   std::int64_t rows_[block_size];
 };

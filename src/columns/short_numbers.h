@@ -12,6 +12,7 @@
 #include <cstdint>
 
 #include "columns/direct.h"
+#include "support/inlined.h"
 
 namespace zvrt::columns {
 
@@ -30,10 +31,13 @@ constexpr auto short_powers = [] {
   return all;
 }();
 
-inline std::uint64_t magnitude_of(std::int64_t value) {
+ZVRT_INLINED std::uint64_t magnitude_of(std::int64_t value) {
   const auto bits = static_cast<std::uint64_t>(value);
   return value < 0 ? ~bits + 1 : bits;
 }
+
+// The kernel that goes by them.
+Direct convert_short_numbers;
 
 // Those of a plan's sides; null where a type has none.
 ReadShort* find_short_reader(const Type& from, std::uint32_t options);
@@ -47,12 +51,39 @@ struct NumberKernels {
   Direct* packed_to_text;
   ReadShort* read_text;
   WriteShort* write_text;
+  WriteShort* write_packed;
 };
+WriteShort write_packed_portable;
 
 extern const NumberKernels number_kernels_portable;
 extern const NumberKernels number_kernels_avx512;
 
 // Those of this machine.
 const NumberKernels& number_kernels();
+
+// What a target holds.
+struct ShortRange {
+  std::int64_t least;
+  std::int64_t most;
+};
+
+ZVRT_INLINED ShortRange range_of_digits(std::int32_t digits, bool has_sign) {
+  const std::int64_t most =
+      digits >= 19 ? INT64_MAX : static_cast<std::int64_t>(short_powers[static_cast<std::size_t>(digits)] - 1);
+  return {has_sign ? -most : 0, most};
+}
+
+// The value with the target's scale; false where it has no such value, or not this one.
+ZVRT_INLINED bool rescale_short(const Type& to, const ShortRange& range, const ShortNumbers& numbers, std::int32_t i,
+                                std::int64_t& value) {
+  value = numbers.value[i];
+  if (numbers.scale[i] != to.scale) {
+    const std::int32_t digits = to.scale - numbers.scale[i];
+    if (digits < 0 || digits > most_short_scale) return false;
+    const auto power = static_cast<std::int64_t>(short_powers[static_cast<std::size_t>(digits)]);
+    if (__builtin_mul_overflow(value, power, &value)) return false;
+  }
+  return value >= range.least && value <= range.most;
+}
 
 }  // namespace zvrt::columns

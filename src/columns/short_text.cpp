@@ -209,6 +209,7 @@ const NumberKernels number_kernels_portable{
     .packed_to_text = write_packed,
     .read_text = read_text,
     .write_text = write_text,
+    .write_packed = write_packed_portable,
 };
 
 }  // namespace zvrt::columns

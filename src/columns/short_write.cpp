@@ -17,39 +17,13 @@ namespace {
 
 constexpr std::uint64_t ten_8 = 100'000'000;
 
-// What a target holds.
-struct Range {
-  std::int64_t least;
-  std::int64_t most;
-};
-
-Range range_of_digits(std::int32_t digits, bool has_sign) {
-  const std::int64_t most = digits >= 19
-                                ? std::numeric_limits<std::int64_t>::max()
-                                : static_cast<std::int64_t>(short_powers[static_cast<std::size_t>(digits)] - 1);
-  return {has_sign ? -most : 0, most};
-}
-
-// The value with the target's scale; false where it has no such value, or not this one.
-bool rescale(const Type& to, const Range& range, const ShortNumbers& numbers, std::int32_t i, std::int64_t& value) {
-  value = numbers.value[i];
-  if (numbers.scale[i] != to.scale) {
-    const std::int32_t digits = to.scale - numbers.scale[i];
-    if (digits < 0 || digits > most_short_scale) return false;
-    if (__builtin_mul_overflow(value, static_cast<std::int64_t>(short_powers[static_cast<std::size_t>(digits)]),
-                               &value))
-      return false;
-  }
-  return value >= range.least && value <= range.most;
-}
-
 // Leading rows that fit: `write(slot, value)` stores one.
 template <class WriteOne>
-std::int32_t write_rows(const Type& to, const Range& range, const Rows& rows, const ShortNumbers& numbers,
+std::int32_t write_rows(const Type& to, const ShortRange& range, const Rows& rows, const ShortNumbers& numbers,
                         WriteOne write) {
   for (std::int32_t i = 0; i < rows.count; ++i) {
     std::int64_t value;
-    if (!rescale(to, range, numbers, i, value)) return i;
+    if (!rescale_short(to, range, numbers, i, value)) return i;
     write(rows.target + i * rows.target_stride, value);
   }
   return rows.count;
@@ -72,10 +46,10 @@ std::int32_t write_integers(const ZVRTPlan& plan, const Rows& rows, const ShortN
   const bool is_signed = to.kind == ZVRT_KIND_INT;
   constexpr auto most_unsigned = static_cast<std::int64_t>(
       std::min<std::uint64_t>(std::numeric_limits<Unsigned>::max(), std::numeric_limits<std::int64_t>::max()));
-  Range range{is_signed ? std::numeric_limits<Signed>::min() : 0,
-              is_signed ? std::numeric_limits<Signed>::max() : most_unsigned};
+  ShortRange range{is_signed ? std::numeric_limits<Signed>::min() : 0,
+                   is_signed ? std::numeric_limits<Signed>::max() : most_unsigned};
   if (to.declares_precision) {
-    const Range digits = range_of_digits(to.precision, is_signed);
+    const ShortRange digits = range_of_digits(to.precision, is_signed);
     range = {std::max(range.least, digits.least), std::min(range.most, digits.most)};
   }
   const bool is_swapped = to.is_swapped();
@@ -160,26 +134,6 @@ void store_packed(std::byte* slot, std::int32_t bytes, std::uint64_t upper, std:
   for (std::int32_t k = bytes - 1; k >= 0; --k, lower >>= 8) slot[k] = static_cast<std::byte>(lower);
 }
 
-std::int32_t write_packed(const ZVRTPlan& plan, const Rows& rows, const ShortNumbers& numbers) {
-  const Type& to = plan.to.type;
-  const bool has_sign = !to.has(ZVRT_TYPE_NO_SIGN);
-  const bool is_signed = has_sign && !to.has(ZVRT_TYPE_UNSIGNED);
-  const std::int32_t bytes = to.length;
-  return write_rows(to, range_of_digits(to.precision, is_signed), rows, numbers,
-                    [=](std::byte* slot, std::int64_t value) {
-                      const Groups groups(magnitude_of(value));
-                      std::uint64_t upper = join_nibbles(spread_digits(groups.upper));
-                      std::uint64_t lower =
-                          join_nibbles(spread_digits(groups.middle)) << 32 | join_nibbles(spread_digits(groups.lower));
-                      if (has_sign) {
-                        const std::uint64_t sign = !is_signed ? 0xF : value < 0 ? 0xD : 0xC;
-                        upper = upper << 4 | lower >> 60;
-                        lower = lower << 4 | sign;
-                      }
-                      store_packed(slot, bytes, upper, lower);
-                    });
-}
-
 // The sign over the last digit, or none.
 std::int32_t write_zoned(const ZVRTPlan& plan, const Rows& rows, const ShortNumbers& numbers) {
   const Type& to = plan.to.type;
@@ -252,6 +206,26 @@ WriteShort* find_integer_writer(const Type& to) {
 
 }  // namespace
 
+std::int32_t write_packed_portable(const ZVRTPlan& plan, const Rows& rows, const ShortNumbers& numbers) {
+  const Type& to = plan.to.type;
+  const bool has_sign = !to.has(ZVRT_TYPE_NO_SIGN);
+  const bool is_signed = has_sign && !to.has(ZVRT_TYPE_UNSIGNED);
+  const std::int32_t bytes = to.length;
+  return write_rows(to, range_of_digits(to.precision, is_signed), rows, numbers,
+                    [=](std::byte* slot, std::int64_t value) {
+                      const Groups groups(magnitude_of(value));
+                      std::uint64_t upper = join_nibbles(spread_digits(groups.upper));
+                      std::uint64_t lower =
+                          join_nibbles(spread_digits(groups.middle)) << 32 | join_nibbles(spread_digits(groups.lower));
+                      if (has_sign) {
+                        const std::uint64_t sign = !is_signed ? 0xF : value < 0 ? 0xD : 0xC;
+                        upper = upper << 4 | lower >> 60;
+                        lower = lower << 4 | sign;
+                      }
+                      store_packed(slot, bytes, upper, lower);
+                    });
+}
+
 WriteShort* find_short_writer(const Type& to, std::uint32_t options) {
   if (to.model != nullptr) return nullptr;
   if (to.form == Form::text) return is_number_text(to, Role::target) ? number_kernels().write_text : nullptr;
@@ -259,7 +233,7 @@ WriteShort* find_short_writer(const Type& to, std::uint32_t options) {
   switch (to.kind) {
     case ZVRT_KIND_INT:
     case ZVRT_KIND_UINT: return find_integer_writer(to);
-    case ZVRT_KIND_PACKED: return write_packed;
+    case ZVRT_KIND_PACKED: return number_kernels().write_packed;
     case ZVRT_KIND_ZONED: return has_plain_sign ? write_zoned : nullptr;
     case ZVRT_KIND_DECIMAL: return write_decimals;
     case ZVRT_KIND_VARNUM: return to.declares_precision ? nullptr : write_varnums;

@@ -1,5 +1,5 @@
-// The direct kernels against the blocks, on all that a run leaves: slots, lengths, statuses, outcome. A run with a
-// selection of every row goes by blocks.
+// The direct kernels against the blocks, on all that a run leaves: slots, lengths, statuses, outcome. A run over an array
+// of starts goes by blocks.
 #include "columns/direct.h"
 
 #include <gtest/gtest.h>
@@ -365,6 +365,8 @@ struct Column {
   bool gives_lengths;
   std::string source;
   std::vector<std::int64_t> lengths;
+  std::vector<std::int16_t> indicators;  // -1 null; empty: there are none
+  std::vector<std::uint8_t> select;      // likewise
 };
 
 Column column_of(const Pair& pair) {
@@ -374,11 +376,17 @@ Column column_of(const Pair& pair) {
                 pair.to.length + below(2) * std::int64_t{below(9)},
                 below(2) == 0 && pair.from.kind == ZVRT_KIND_CHAR,
                 {},
+                {},
+                {},
                 {}};
+  const bool has_indicators = below(3) == 0, has_selection = below(4) == 0;
+  const std::size_t rarity = below(2) == 0 ? 2 : 20;
   if (column.rows == 0) column.rows = 1;
   for (std::int64_t row = 0; row < column.rows; ++row) {
     if (row > 0) column.source += std::string(static_cast<std::size_t>(gap), '\x99');
     column.source += pair.value(pair.from.length);
+    if (has_indicators) column.indicators.push_back(static_cast<std::int16_t>(below(rarity) == 0 ? -1 : 0));
+    if (has_selection) column.select.push_back(static_cast<std::uint8_t>(below(rarity) == 0 ? 0 : 1));
     column.lengths.push_back(below(30) == 0 ? -5 : std::int64_t{below(static_cast<std::size_t>(pair.from.length) + 1)});
   }
   return column;
@@ -393,12 +401,19 @@ Result run(const ZVRTPlan* plan, const Pair& pair, const Column& column, bool by
   std::vector<std::int64_t> given = column.lengths;
   std::vector<std::int32_t> lengths(rows, -77), indicators(rows, -77);
   std::vector<std::uint32_t> statuses(rows, 77);
-  const std::vector<std::uint8_t> select(rows, 1);
+  std::vector<std::int16_t> given_indicators = column.indicators;
+  std::vector<std::int64_t> starts;
   ZVRTArray from{}, to{};
   from.size = to.size = sizeof from;
   from.data = source.as<char>() + (backwards ? (column.rows - 1) * column.from_stride : 0);
   from.stride = backwards ? -column.from_stride : column.from_stride;
-  if (by_blocks) from.select = select.data();
+  for (std::int64_t row = 0; row < column.rows; ++row) starts.push_back(row * from.stride);
+  if (by_blocks) from.starts = starts.data();
+  if (!column.select.empty()) from.select = column.select.data();
+  if (!given_indicators.empty()) {
+    from.indicators = given_indicators.data();
+    from.indicatorBytes = 2;
+  }
   if (column.gives_lengths) {
     from.lengths = given.data();
     from.lengthBytes = 8;
@@ -434,6 +449,7 @@ void choose(const Pair& pair, ZVRTPlan* plan, const DirectKernels& kernels, cons
     if (plan->direct == level->packed_to_text) plan->direct = of_numbers.packed_to_text;
     if (plan->read_short == level->read_text) plan->read_short = of_numbers.read_text;
     if (plan->write_short == level->write_text) plan->write_short = of_numbers.write_text;
+    if (plan->write_short == level->write_packed) plan->write_short = of_numbers.write_packed;
   }
 }
 

@@ -4,10 +4,8 @@
 //    10^places, both exact doubles, so that the one division is correctly rounded (Clinger).
 // 2. scan() reads sign, digits, point and exponent of any text into significand * 10^exponent. If both are exact
 //    doubles, one multiplication or division as in 1.
-// 3. Up to 19 digits: the significand times the leading 128 bits of the power of ten, truncated (nearest_double()). The
-//    product is at most two units too small, so it decides the rounding unless it is that close to a tie: the idea of
-//    Eisel and Lemire. With more digits the first 19 and their successor bound the number: if both give the same
-//    double, it is that one.
+// 3. Up to 19 digits: one product with a power of ten (nearest_double.h), which decides unless it is close to a tie.
+//    With more digits the first 19 and their successor bound the number: if both give the same double, it is that one.
 // 4. Otherwise std::from_chars over the first 770 digits and a sticky digit for the rest, which is exact.
 //
 // screen() decides whether a text with other characters after or inside its number is rejected, and distinguishes a
@@ -22,7 +20,7 @@
 
 #include "ZVRTDataCnvLib.h"
 #include "core/call.h"
-#include "numeric/floating/powers_of_ten.h"
+#include "numeric/floating/nearest_double.h"
 #include "numeric/floating/short_decimals.h"
 #include "simd/vectors.h"
 #include "support/read_ahead.h"
@@ -32,8 +30,6 @@
 using namespace zvrt;
 
 namespace {
-
-constexpr std::uint64_t infinity_bits = UINT64_C(0x7FF) << 52;
 
 bool is_sign(Wide character) { return character == '+' || character == '-'; }
 bool is_exponent_mark(Wide character) { return character == 'E' || character == 'e'; }
@@ -125,27 +121,6 @@ enum class Screening : std::uint8_t { rejected, only_zeros, has_value };
     }
   }
   return has_value ? Screening::has_value : Screening::only_zeros;
-}
-
-// The bits of the double nearest to significand * 10^exponent; the significand is not 0.
-Rounded nearest_double(std::uint64_t significand, std::int64_t exponent) {
-  if (exponent < min_power) return {0, true};  // with up to twenty digits that is below half the least double
-  if (exponent > 308) return {infinity_bits, true};
-  const auto power = static_cast<std::int32_t>(exponent);
-  const std::int32_t leading_zeros = std::countl_zero(significand);
-  const Product product = multiply(significand << leading_zeros, power_of_ten(power));
-  const auto leading_bit = static_cast<std::int32_t>(product.high >> 63);
-  const std::int32_t binary_exponent = log2_of_power(power) + 63 + leading_bit - leading_zeros;
-  if (binary_exponent > 1023) return {infinity_bits, true};
-  const std::int32_t below_normal = std::max(-1022 - binary_exponent, 0);
-  const std::int32_t dropped = 10 + leading_bit + below_normal;
-  if (dropped > 63) [[unlikely]]
-    return {0, false};
-  const Rounded rounded = round_product(product, dropped, power_is_exact(power));
-  // The leading bit of a normal significand counts one up in the exponent field, and so does one rounded up to a power
-  // of two, to infinity in the end.
-  const std::int32_t exponent_field = binary_exponent + below_normal + 1022;
-  return {(static_cast<std::uint64_t>(exponent_field) << 52) + rounded.value, rounded.certain};
 }
 
 // The fast path of Clinger: if significand and power of ten are exact doubles, one multiplication or division is

@@ -81,7 +81,7 @@ ZVRT_INLINED bool is_date(__m128i members) {
 
 // --- to text ---
 
-// 2^52 / 10^(k + 1) for the places 7 to 0, cut, and what that loses of a number below 10^8 at most: see numbers.cpp.
+// 2^52 / 10^(k + 1) for the places 7 to 0, cut, and what that loses of a number below 10^8 at most: see number_vectors.h.
 constexpr std::uint64_t two_52 = UINT64_C(1) << 52;
 constexpr std::uint64_t ten_8 = 100'000'000;
 struct PlaceFactors {
