@@ -6,8 +6,9 @@
 #   user         the same as an ordinary user, with the packages present
 #   ownership    as root in the clone of another user, and without git, the scripts find the files of the tree
 #   packages     the Debian packages are installed and removed, and a program is built with them in between
+#   machines     scripts/other-machines.sh refuses an ordinary user, and as root fetches what it takes to build for others
 #
-# Without a name, all of them in this order; `root` is what installs packages for those after it. Needs root, and
+# Without a name, all of them but the last in this order; `root` is what installs packages for those after it. Needs root, and
 # mmdebstrap or debootstrap, and the machine's own package source. What is committed is tried, nothing else. The bare
 # system stands in a folder below TMPDIR (/var/tmp) that is removed at the end, however that comes; what runs in it has its
 # own processes and mounts, which end with this script. KEEP=1 keeps the folder and tells its name.
@@ -17,7 +18,7 @@ cd "$(dirname "$0")/.."
 all=(refusal root user ownership packages)
 [ $# -gt 0 ] || set -- "${all[@]}"
 for check; do
-  [[ " ${all[*]} " == *" $check "* ]] || { sed -n '2,13s/^# \{0,1\}//p' "$0" >&2; exit 2; }
+  [[ " ${all[*]} machines " == *" $check "* ]] || { sed -n '2,14s/^# \{0,1\}//p' "$0" >&2; exit 2; }
 done
 [ "$EUID" -eq 0 ] || { echo "Making a system of its own needs root." >&2; exit 2; }
 
@@ -122,6 +123,15 @@ check_packages() {
     cmake -S /root/zvrt/tests/package/find_package -B cpp >/dev/null && cmake --build cpp >/dev/null && cpp/consumer
     apt-get purge --yes "libzvrt*" >/dev/null 2>&1
     [ -z "$(find /usr/lib /usr/include -name "*ZVRT*")" ]'
+}
+
+check_machines() {
+  local log=$work/machines.log
+  if in_root someone /home/someone/zvrt ./scripts/other-machines.sh >"$log" 2>&1; then echo "it did not end with a failure"; return 1; fi
+  if ! grep -q 'apt-get install .*g++-s390x-linux-gnu' "$log"; then cat "$log"; return 1; fi
+  in_root root /root/zvrt bash -euc '
+    ./scripts/other-machines.sh --prepare | tail -2
+    for machine in aarch64 s390x; do cmake --preset "$machine" >/dev/null; done'
 }
 
 echo "A bare Debian 12 in $root"
