@@ -205,7 +205,7 @@ class Run {
     if (status != ZVRT_RC_OK) count_refused(row, status);
   }
 
-  void store_status(std::int64_t row, Status status) {
+  void store_status(std::int64_t row, Status status) const {
     if (to_.status.at != nullptr) store<Status>(to_.status.at + row * to_.status.stride, 0, status);
   }
 
