@@ -112,18 +112,38 @@ Status ColumnBuilder::convert(const Records& records, Block& block) {
 }
 
 void ColumnBuilder::mark_valid(const Block& block) {
+  if (block.complete && block.first % bits_per_byte == 0) {
+    std::byte* const bitmap = validity_.data() + block.first / bits_per_byte;
+    std::memset(bitmap, 0xFF, static_cast<std::size_t>(block.count / bits_per_byte));
+    for (std::int64_t i = block.count / bits_per_byte * bits_per_byte; i < block.count; ++i) set_bit(bitmap, i);
+    return;
+  }
   for (std::int64_t i = 0; i < block.count; ++i) {
     if (block.valid(i)) set_bit(validity_.data(), block.first + i);
   }
 }
 
-// Texts were written a slot each, as long as the longest could be; they move together, nulls to nothing.
+// Texts were written a slot each, as long as the longest could be; they move together, nulls to nothing. A short one moves
+// in whole chunks, with what stands after it, where that ends before the next slot begins:
+//
+//   text so far | chunk | ...gap... | slot i | slot i + 1
 Status ColumnBuilder::append_texts(const Block& block) {
+  constexpr std::int64_t chunk = 32;
+  const std::int64_t width = field_.column.width;
+  const std::byte* const end = block.cells + block.count * width;
   for (std::int64_t i = 0; i < block.count; ++i) {
     const std::int64_t length = block.valid(i) ? block.lengths[i] : 0;
-    if (length > 0) {
-      std::memmove(texts_.data() + text_bytes_, block.cells + i * field_.column.width,
-                   static_cast<std::size_t>(length));
+    std::byte* to = texts_.data() + text_bytes_;
+    const std::byte* from = block.cells + i * width;
+    const std::int64_t moved = (length + chunk - 1) / chunk * chunk;
+    if (moved <= 2 * chunk && end - from >= moved && from + width - to >= moved) {
+      for (const std::byte* const last = from + moved; from != last; from += chunk, to += chunk) {
+        std::byte held[chunk];
+        std::memcpy(held, from, sizeof held);
+        std::memcpy(to, held, sizeof held);
+      }
+    } else {
+      std::memmove(to, from, static_cast<std::size_t>(length));
     }
     text_bytes_ += length;
     set_offset(block.first + i + 1, text_bytes_);
@@ -136,6 +156,7 @@ Status ColumnBuilder::append(Block& block) {
   const std::int64_t width = field_.column.width;
   mark_valid(block);
   if (is_text()) return append_texts(block);
+  if (block.complete && field_.column.form == Form::cells) return ZVRT_RC_OK;
   for (std::int64_t i = 0; i < block.count; ++i) {
     std::byte* const cell = block.cells + i * width;
     if (!block.valid(i)) std::memset(cell, 0, static_cast<std::size_t>(width));
