@@ -12,8 +12,25 @@
 namespace zvrt::python {
 namespace {
 
-// The text of each object, one after the other, and where each begins.
-void add_texts(PyObject* list, records::BatchColumn& column) {
+// What the object holds, of bytes, or its text. Returns how many bytes that is.
+Py_ssize_t add_text(PyObject* object, bool as_bytes, std::vector<char>& text) {
+  Ref made;
+  char* data = nullptr;
+  Py_ssize_t size = 0;
+  if (as_bytes) {
+    succeeded(PyBytes_AsStringAndSize(object, &data, &size));
+    text.insert(text.end(), data, data + size);
+    return size;
+  }
+  if (!PyUnicode_Check(object)) made = owned(PyObject_Str(object));
+  const char* const utf8 = PyUnicode_AsUTF8AndSize(made ? made.get() : object, &size);
+  if (utf8 == nullptr) throw ErrorIsSet();
+  text.insert(text.end(), utf8, utf8 + size);
+  return size;
+}
+
+// The text of each object, or its bytes, one after the other, and where each begins.
+void add_texts(PyObject* list, bool as_bytes, records::BatchColumn& column) {
   if (!PyList_Check(list)) raise(PyExc_TypeError, "the texts: a list is wanted");
   const Py_ssize_t count = PyList_Size(list);
   std::vector<char> offsets(static_cast<std::size_t>(count + 1) * sizeof(std::int64_t));
@@ -28,13 +45,7 @@ void add_texts(PyObject* list, records::BatchColumn& column) {
       bits[static_cast<std::size_t>(row / 8)] =
           static_cast<char>(static_cast<unsigned char>(bits[static_cast<std::size_t>(row / 8)]) & ~(1U << (row % 8)));
     } else {
-      Ref made;
-      if (!PyUnicode_Check(object)) made = owned(PyObject_Str(object));
-      Py_ssize_t size = 0;
-      const char* const utf8 = PyUnicode_AsUTF8AndSize(made ? made.get() : object, &size);
-      if (utf8 == nullptr) throw ErrorIsSet();
-      text.insert(text.end(), utf8, utf8 + size);
-      bytes += size;
+      bytes += add_text(object, as_bytes, text);
     }
     std::memcpy(offsets.data() + static_cast<std::size_t>(row + 1) * sizeof bytes, &bytes, sizeof bytes);
   }
@@ -99,8 +110,8 @@ PyObject* table_of(PyObject* /*module*/, PyObject* columns) {
         throw ErrorIsSet();
       records::BatchColumn& column = batch->columns.emplace_back();
       std::int64_t rows = 0;
-      if (std::string_view(format) == "U") {
-        add_texts(values, column);
+      if (const std::string_view kind = format; kind == "U" || kind == "Z") {
+        add_texts(values, kind == "Z", column);
         rows = PyList_Size(values);
       } else {
         const std::int64_t bytes = std::string_view(format) == "tsn:" ? 8 : value_form(format).item_bytes;

@@ -107,6 +107,10 @@ PyObject* ObjectMaker::make(std::int64_t row) {
   if (column_.column().is_null(row)) return none();
   switch (kind_) {
     case 'u': return text(row);
+    case 'z': {
+      const std::string_view bytes = text_at(column_, row);
+      return PyBytes_FromStringAndSize(bytes.data(), static_cast<Py_ssize_t>(bytes.size()));
+    }
     case 'd': return owned(decimal(row)).release();
     case 'c': return PyLong_FromLong(value_at<std::int8_t>(column_, row));
     case 's': return PyLong_FromLong(value_at<std::int16_t>(column_, row));

@@ -97,6 +97,7 @@ struct TextsOption {
 };
 constexpr std::array texts_options{TextsOption{"replacing", &Arguments::replacing},
                                    TextsOption{"segment", &Arguments::segments},
+                                   TextsOption{"include", &Arguments::folders},
                                    TextsOption{"columns", &Arguments::columns}, TextsOption{"null", &Arguments::nulls}};
 
 // True where the name is one of the tables above.
@@ -150,6 +151,10 @@ void take(std::string_view name, PyObject* value, Options& options) {
     take_extent(value, options);
   else if (name == "record_number")
     options.record_number = PyObject_IsTrue(value) == 1;
+  else if (name == "table")
+    options.table = number_of(value, "table", 0, most_bytes);
+  else if (name == "keep_bytes")
+    arguments.keep_bytes = PyObject_IsTrue(value) == 1;
   else if (name == "replace")
     arguments.replace = PyObject_IsTrue(value) == 1;
   else if (name == "append")
@@ -164,14 +169,15 @@ void take(std::string_view name, PyObject* value, Options& options) {
 
 void take_options(PyObject* keywords, Options& options) {
   if (!PyDict_Check(keywords)) raise(PyExc_TypeError, "the options are a dict");
+  options.arguments.tables_hold_times = true;
   PyObject* key = nullptr;
   PyObject* value = nullptr;
   Py_ssize_t at = 0;
   while (PyDict_Next(keywords, &at, &key, &value) != 0)
     if (value != Py_None) take(text_of_object(key, "an option's name"), value, options);
   if (options.arguments.sync != 4 && options.arguments.sync != 8) raise(PyExc_ValueError, "sync: 4 or 8 is wanted");
-  if (options.arguments.segments.size() > 1)
-    raise(PyExc_ValueError, "segment: one at a time; read the file once for each");
+  if (options.arguments.segments.size() > 1 && !options.table)
+    raise(PyExc_ValueError, "segment: one of them is a table; read_segments() reads all");
   if (options.arguments.replace && options.arguments.append)
     raise(PyExc_ValueError, "replace and append exclude each other");
 }

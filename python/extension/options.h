@@ -17,6 +17,7 @@ struct Options {
   std::uint64_t count = ~std::uint64_t{0};
   std::optional<records::Extent> extent;  // where record `first` begins, if that is known
   std::optional<bool> record_number;      // a column of its own; with a segment if nothing is said
+  std::optional<std::size_t> table;       // of several segments, the one that is read
   std::size_t batch_bytes = 1 << 20;
 };
 

@@ -21,6 +21,55 @@ LentBytes::~LentBytes() {
   PyGILState_Release(state);
 }
 
+namespace {
+
+// The copybook of the files that asked and what they asked for, or null.
+const Copied* copy_of(const std::vector<Copied>& copies, const std::string& name, const std::string& library,
+                      const std::string& asking) {
+  for (const Copied& each : copies)
+    if (each.name == name && each.library == library && each.asking == asking) return &each;
+  return nullptr;
+}
+
+std::size_t segment_of(const records::Job& job, const Options& options) {
+  const std::size_t count = job.segments.size();
+  if (options.table.value_or(0) >= count) throw records::Failure("there is no such segment");
+  return options.table.value_or(0);
+}
+
+// The columns after the fields, of what stands around them.
+std::vector<std::string> kept_of(const records::Segment& segment) {
+  std::vector<std::string> names;
+  for (std::size_t i = segment.first_field + segment.codec->fields().size(); i < segment.columns.size(); ++i)
+    names.push_back(segment.columns[i].name);
+  return names;
+}
+
+}  // namespace
+
+// The text's own COPY statements are met in the first folder, those of a file beside it too.
+void LayoutText::find_copies(const std::vector<std::string>& folders) {
+  if (folders.empty()) return static_cast<void>(make());
+  const records::FindCopy find = records::copies_in(folders);
+  records::LayoutOptions looking = options;
+  looking.copybook.find_copy = [&](const std::string& wanted, const std::string& library, const std::string& asking) {
+    if (const Copied* const known = copy_of(copies, wanted, library, asking)) return known->found;
+    copies.push_back({wanted, library, asking, find(wanted, library, asking == name ? folders.front() + "/" : asking)});
+    return copies.back().found;
+  };
+  static_cast<void>(records::parse_layout(text, name, looking));
+}
+
+records::Layout LayoutText::make() const {
+  records::LayoutOptions looking = options;
+  looking.copybook.find_copy = [this](const std::string& wanted, const std::string& library,
+                                      const std::string& asking) {
+    const Copied* const known = copy_of(copies, wanted, library, asking);
+    return known != nullptr ? known->found : std::nullopt;
+  };
+  return records::parse_layout(text, name, looking);
+}
+
 Reading::Reading(const LayoutText& layout, Options options, std::vector<std::string> files,
                  std::shared_ptr<LentBytes> bytes)
     : options_(std::move(options)),
@@ -28,7 +77,9 @@ Reading::Reading(const LayoutText& layout, Options options, std::vector<std::str
       bytes_(std::move(bytes)),
       job_(options_.arguments, layout.make()),
       format_(job_.format),
-      typed_(*job_.segments.front().codec, job_.codec, options_.record_number.value_or(job_.has_segments())) {
+      segment_(segment_of(job_, options_)),
+      typed_(*job_.segments[segment_].codec, job_.codec, options_.record_number.value_or(job_.has_segments()),
+             kept_of(job_.segments[segment_])) {
   format_.block_bytes = options_.batch_bytes;
 }
 
@@ -103,24 +154,40 @@ records::SharedBatch Pass::next() {
   return nullptr;
 }
 
-// A range that ends in the middle of a file knows nothing of what comes after it.
-records::SharedBatch Pass::take(const records::RecordBlock& block) {
-  const Options& options = reading_->options();
+// What belongs to no table. Of several tables the first one tells it; a segment that is read alone leaves the others be.
+std::vector<RefusedCell> Pass::strays(const records::RecordBlock& block,
+                                      const std::vector<std::size_t>& unknown) const {
   std::vector<RefusedCell> refusals;
+  const Options& options = reading_->options();
+  if (options.table.value_or(0) != 0) return refusals;
   for (const records::Damage& damage : block.damages)
-    if (const std::uint64_t record = damage.record + before_; record >= options.first && record <= last_)
+    if (const std::uint64_t record = damage.record + before_; wants(record))
       refusals.push_back(
           {record, "", damage.offset, damage.first, records::rx_damage,
            fmt::format("{}, byte {}: {}; {} bytes", damage.file, damage.offset, damage.why, damage.bytes)});
+  for (const std::size_t row : unknown)
+    if (const std::uint64_t record = block.first + row + before_; options.table && wants(record))
+      refusals.push_back(
+          {record, reading_->job().segments.front().field, 0,
+           std::string(block.bytes.data() + block.starts[row], static_cast<std::size_t>(block.lengths[row])),
+           records::rx_unknown_segment, records::text_of(records::rx_unknown_segment)});
+  return refusals;
+}
+
+// A range that ends in the middle of a file knows nothing of what comes after it.
+records::SharedBatch Pass::take(const records::RecordBlock& block) {
+  const Options& options = reading_->options();
+  const records::Routed routed = router_.route(block);
+  std::vector<RefusedCell> refusals = strays(block, routed.unknown);
   records::RowsOfBlock rows;
   rows.data = block.bytes.data();
-  const std::vector<std::vector<std::size_t>> routed = router_.route(block).rows;
-  for (const std::size_t row : routed.front()) {
+  for (const std::size_t row : routed.rows[reading_->segment()]) {
     const std::uint64_t number = block.first + row + before_;
-    if (number < options.first || number > last_) continue;
+    if (!wants(number)) continue;
     rows.starts.push_back(block.starts[row]);
     rows.lengths.push_back(block.lengths[row]);
     rows.numbers.push_back(number);
+    if (!block.surroundings.empty()) rows.around.push_back(&block.surroundings[row]);
   }
   const std::uint64_t read = rows.count();
   records::SharedBatch batch =

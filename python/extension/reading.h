@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,13 +20,25 @@
 
 namespace zvrt::python {
 
-// A copybook's text and how it is laid out. A Layout is made of it for each use, as it cannot be copied.
+// A copybook that another one asked for by COPY, or that there is none.
+struct Copied {
+  std::string name;
+  std::string library;
+  std::string asking;
+  std::optional<records::CopiedText> found;
+};
+
+// A copybook's text, those that it copies, and how they are laid out. A Layout is made of it for each use, as it cannot be
+// copied; files are looked for once, so that it stays the same wherever it is made again.
 struct LayoutText {
   std::string text;
   std::string name;  // in messages
   records::LayoutOptions options;
+  std::vector<Copied> copies;
 
-  records::Layout make() const { return records::parse_layout(text, name, options); }
+  // Makes the layout for the first time, and finds what it copies in folders.
+  void find_copies(const std::vector<std::string>& folders);
+  records::Layout make() const;
 };
 
 // What a pass met, told while it goes on.
@@ -55,6 +68,7 @@ class Reading {
 
   const Options& options() const { return options_; }
   const records::Job& job() const { return job_; }
+  std::size_t segment() const { return segment_; }
   const records::TypedRecords& typed() const { return typed_; }
   // The reader, and the number of records before the first one that it delivers.
   std::unique_ptr<records::RecordReader> open(std::uint64_t& before) const;
@@ -67,6 +81,7 @@ class Reading {
   std::shared_ptr<LentBytes> bytes_;
   records::Job job_;
   records::FormatOptions format_;
+  std::size_t segment_;
   records::TypedRecords typed_;
 };
 
@@ -78,6 +93,9 @@ class Pass {
 
  private:
   records::SharedBatch take(const records::RecordBlock& block);
+  bool wants(std::uint64_t record) const { return record >= reading_->options().first && record <= last_; }
+  std::vector<records::RefusedCell> strays(const records::RecordBlock& block,
+                                           const std::vector<std::size_t>& unknown) const;
   void tell(std::vector<records::RefusedCell>& refusals, std::uint64_t read, std::uint64_t carried);
 
   std::mutex mutex_;

@@ -25,12 +25,33 @@ SharedPass begin_pass(RecordsBody& records) {
   return pass;
 }
 
+// What pickling kept of copies(): (name, library, asking, file, text) each, of bytes; without the last two where there is
+// no such file.
+std::vector<Copied> copies_of(PyObject* list) {
+  std::vector<Copied> copies;
+  if (!PyList_Check(list)) raise(PyExc_TypeError, "the copies: a list is wanted");
+  for (Py_ssize_t i = 0; i < PyList_Size(list); ++i) {
+    const char* name = nullptr;
+    const char* library = nullptr;
+    const char* asking = nullptr;
+    const char* file = nullptr;
+    const char* text = nullptr;
+    Py_ssize_t size = 0;
+    PyObject* const item = PyList_GetItem(list, i);
+    if (PyArg_ParseTuple(item, "yyy|yy#", &name, &library, &asking, &file, &text, &size) == 0) throw ErrorIsSet();
+    Copied& copied = copies.emplace_back(Copied{name, library, asking, std::nullopt});
+    if (text != nullptr) copied.found = {file, std::string(text, static_cast<std::size_t>(size))};
+  }
+  return copies;
+}
+
 PyObject* layout_new(PyTypeObject* type, PyObject* arguments, PyObject* /*keywords*/) {
   return guarded([&]() -> PyObject* {
     PyObject* text = nullptr;
     PyObject* name = nullptr;
     PyObject* given = nullptr;
-    if (PyArg_ParseTuple(arguments, "OUO", &text, &name, &given) == 0) throw ErrorIsSet();
+    PyObject* copies = nullptr;
+    if (PyArg_ParseTuple(arguments, "OUOO", &text, &name, &given, &copies) == 0) throw ErrorIsSet();
     Options options;
     take_options(given, options);
     LayoutText layout;
@@ -41,7 +62,8 @@ PyObject* layout_new(PyTypeObject* type, PyObject* arguments, PyObject* /*keywor
     layout.text.assign(bytes, static_cast<std::size_t>(size));
     layout.name = text_of_object(name, "name");
     layout.options = records::layout_options_of(options.arguments);
-    static_cast<void>(layout.make());
+    if (copies != Py_None) layout.copies = copies_of(copies);
+    layout.find_copies(copies == Py_None ? options.arguments.folders : std::vector<std::string>());
     return make_object(reinterpret_cast<PyObject*>(type), std::move(layout));
   });
 }
@@ -51,6 +73,21 @@ PyObject* layout_as(PyObject* self, std::string (*print)(const records::Layout&)
 }
 PyObject* layout_json(PyObject* self, PyObject* /*arguments*/) { return layout_as(self, records::layout_as_json); }
 PyObject* layout_text(PyObject* self, PyObject* /*arguments*/) { return layout_as(self, records::layout_as_text); }
+
+PyObject* layout_copies(PyObject* self, PyObject* /*arguments*/) {
+  return guarded([&] {
+    Ref list = owned(PyList_New(0));
+    for (const Copied& each : body_of<LayoutText>(self).copies) {
+      const Ref item =
+          each.found ? owned(Py_BuildValue("(yyyyy#)", each.name.c_str(), each.library.c_str(), each.asking.c_str(),
+                                           each.found->file.c_str(), each.found->text.data(),
+                                           static_cast<Py_ssize_t>(each.found->text.size())))
+                     : owned(Py_BuildValue("(yyy)", each.name.c_str(), each.library.c_str(), each.asking.c_str()));
+      succeeded(PyList_Append(list.get(), item.get()));
+    }
+    return list.release();
+  });
+}
 
 // Bytes, anything else with a buffer, or file names: one or a sequence.
 void take_source(PyObject* source, std::vector<std::string>& files, std::shared_ptr<LentBytes>& bytes) {
@@ -165,6 +202,7 @@ PyObject* records_cuts(PyObject* self, PyObject* argument) {
 
 PyMethodDef layout_methods[] = {{"json", layout_json, METH_NOARGS, "Every item as JSON, an object a line."},
                                 {"text", layout_text, METH_NOARGS, "Every item as a table for people."},
+                                {"copies", layout_copies, METH_NOARGS, "What COPY asked for, and what was found."},
                                 {}};
 PyMethodDef records_methods[] = {
     {"__arrow_c_stream__", method(records_stream), METH_VARARGS | METH_KEYWORDS,

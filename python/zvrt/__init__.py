@@ -114,32 +114,39 @@ class Records(_zvrt.Records):
 class Layout:
     """The records that a copybook describes. Make one with Layout.from_copybook()."""
 
-    def __init__(self, text, name="copybook", *, binary_size=None, sync=None, replacing=None):
+    def __init__(self, text, name="copybook", *, binary_size=None, sync=None, replacing=None, include=None):
         """`text`: the copybook, bytes or str. `name`: what it is called in messages. Options as from_copybook()."""
         if isinstance(text, str):
             text = text.encode()
-        self._arguments = (bytes(text), name, {"binary_size": binary_size, "sync": sync, "replacing": replacing})
-        self._layout = _zvrt.Layout(*self._arguments)
+        options = {"binary_size": binary_size, "sync": sync, "replacing": replacing, "include": _folders(include)}
+        self._make(bytes(text), name, options, None)
+
+    def _make(self, *arguments):
+        self._arguments = arguments
+        self._layout = _zvrt.Layout(*arguments)
 
     @classmethod
-    def from_copybook(cls, source, *, binary_size=None, sync=None, replacing=None):
+    def from_copybook(cls, source, *, binary_size=None, sync=None, replacing=None, include=None):
         """Reads a copybook: a file's name, or the text itself (bytes, or a str with a line break in it).
 
         binary_size: bytes of binary items by their digits: "2-4-8", "1-2-4-8" or "1--8".
         sync: boundary of SYNC items of 10 to 18 digits: 4 or 8.
         replacing: words that stand for others: {":TAG:": "CUST"}.
+        include: a folder, or several, of the copybooks that COPY names. Those of a file are looked for beside it first,
+            those of a text nowhere else. All are read at once: a pickled Layout has them with it.
 
         Raises zvrt.Error with the line and column of what cannot be read.
         """
         options = {"binary_size": binary_size, "sync": sync, "replacing": replacing}
         if isinstance(source, (bytes, bytearray)) or isinstance(source, str) and "\n" in source:
-            return cls(source, **options)
+            return cls(source, include=include, **options)
         with open(source, "rb") as file:
-            return cls(file.read(), _os.fsdecode(source), **options)
+            name = _os.fsdecode(source)
+            return cls(file.read(), name, include=[_os.path.dirname(name) or ".", *_folders(include)], **options)
 
     def __reduce__(self):
-        text, name, options = self._arguments
-        return _remade, (text, name, options)
+        text, name, options, _ = self._arguments
+        return _remade, (text, name, options, self._layout.copies())
 
     def items(self):
         """Every item as a dict: level, name, picture, usage, offset, length, occurs, redefines and more."""
@@ -152,7 +159,7 @@ class Layout:
              segment=None, record_number=None, record_format="F", rdw_order="big", rdw_includes_itself=True,
              rdw_adjust=0, record_length=None, length_field=None, skip_header=0, skip_trailer=0, record_header=0,
              record=None, redefines="all", odo=None, code_page=None, newline=None, low_values="blank", trim="right",
-             native=None, float=None, null=None, batch_bytes=None):
+             native=None, float=None, null=None, keep_bytes=False, batch_bytes=None, _table=None):
         """A record file as a table: Records. The file itself is read when the table is asked for.
 
         source: a file's name, several names that are read one after the other, or the bytes themselves.
@@ -163,7 +170,8 @@ class Layout:
           columns         only these, by name
           on_reject       a row with a cell that is refused: "skip" it, "keep" it with a null there, or "stop"
           max_rejects     stop after so many refusals; 0: never
-          segment         "FIELD=VALUE[,VALUE...]:RECORD": only records of that value, which are RECORD's
+          segment         "FIELD=VALUE[,VALUE...]:RECORD": only records of that value, which are RECORD's; where those of
+                          other values have other lengths or must not be lost, read_segments() reads all
           record_number   a column RECORD_NUMBER; with a segment unless told otherwise
 
         What the file looks like
@@ -183,40 +191,76 @@ class Layout:
           trim            blanks of text that are not taken: "right", "both" or "none"
           native, float   COMP-5 is "big" or "little"; COMP-1 and COMP-2 are "ibm" or "ieee"
           null            what stands for a null: {"SHIPPED": "zeros", "NOTE": "blanks"}
+          keep_bytes      a column RECORD_BYTES, and those of what stands around the record where the file has such a thing:
+                          with them write() changes only fields whose cells changed
 
         batch_bytes: about how many bytes of the file a batch holds; 1 MiB if not told.
         """
         options = dict(locals())
         for name in ("self", "source", "range"):
             del options[name]
+        options["table"] = options.pop("_table")
         if range is not None:
             options.update(first=range[0], count=range[1], extent=_extent_of(range))
         return Records(self._layout, _source(source), options)
 
+    def read_segments(self, source, segments, **options):
+        """A file of several kinds of record, a table each: a dict of Records by the names in `segments`.
+
+        segments: a list of "FIELD=VALUE[,VALUE...]:RECORD", one for each kind; such a record is RECORD's.
+
+        Each table has a column RECORD_NUMBER, by which write_segments() puts the records back into their order. A record of
+        no kind is among the rejects of the first table. Each table reads the file anew. Other options as read().
+        """
+        segments = _segments(segments)
+        names = dict.fromkeys(each.rpartition(":")[2] for each in segments)
+        return {name: self.read(source, **options, segment=segments, _table=at) for at, name in enumerate(names)}
+
     def write(self, path, data, *, replace=False, on_reject="skip", max_rejects=0, columns=None, record_format="F",
               rdw_order="big", rdw_includes_itself=True, rdw_adjust=0, record_length=None, length_field=None,
               skip_header=0, skip_trailer=0, record_header=0, record=None, redefines="all", odo=None, code_page=None,
-              newline=None, binary="std", native=None, float=None, null=None):
+              newline=None, binary="std", native=None, float=None, null=None, keep_bytes=False):
         """Writes a table into a record file, and returns a Written.
 
         data: a pandas.DataFrame; a dict of columns, each a numpy array or a sequence of objects; or anything with
         __arrow_c_stream__ or __arrow_c_array__, such as Records. Columns are found by their names. Those of
         redefinitions and of tables of variable length may lack. A column RECORD_NUMBER is passed over.
 
+        Dates may be datetime.date, timestamps with the time 00:00, or text as 2024-02-29; where the field has a time of day,
+        dates, timestamps, or text as 2024-02-29 12:34:56. What a field would lose is refused, as ZVRT_RC_FRACTION_LOST: a
+        column of times goes into a field of dates by its own .dt.normalize() only.
+
         The file is written beside its place, and takes it when all rows are there and on the disk: whatever happens
         before leaves what stood there. Nothing that exists is replaced unless `replace` is true.
 
         on_reject: a row with a cell that is refused: "skip" it, "keep" it with that field empty, or "stop".
         binary: COMP is written as its picture says ("std"), or over its whole range ("full").
+        keep_bytes: the data has the columns that read(keep_bytes=True) gave it.
         Other options as read().
         """
         options = dict(locals())
         for name in ("self", "path", "data"):
             del options[name]
-        if not replace and _os.path.lexists(path):
+        return self._write(path, [data], options)
+
+    def write_segments(self, path, tables, segments, **options):
+        """Writes tables of several kinds of record into one file, by their columns RECORD_NUMBER; returns a Written.
+
+        tables: a dict of what write() takes, by the names in `segments`, as read_segments() returns it. `segments` and other
+        options as there and in write(). The `record` of a Reject counts the rows of all tables in their order.
+        """
+        segments = _segments(segments)
+        names = list(dict.fromkeys(each.rpartition(":")[2] for each in segments))
+        if set(tables) != set(names):
+            raise ValueError(f"tables of {', '.join(map(str, tables))} for segments {', '.join(names)}")
+        return self._write(path, [tables[name] for name in names], {**options, "segment": segments, "table": 0})
+
+    def _write(self, path, tables, options):
+        if not options.get("replace") and _os.path.lexists(path):
             raise FileExistsError(_errno.EEXIST, "exists already; replace=True replaces it", _os.fspath(path))
         from ._given import capsules_of
-        read, written, refused, refusals = _zvrt.write(self._layout, path, capsules_of(data), options)
+        capsules = [capsules_of(table) for table in tables]
+        read, written, refused, refusals = _zvrt.write(self._layout, path, capsules, options)
         return Written(read, written, refused, [Reject(*each) for each in refusals])
 
     def ranges(self, source, parts, **options):
@@ -224,11 +268,26 @@ class Layout:
 
         The ranges of files with length words, lines or lengths of their own are found by one pass over the file.
         """
-        return [Range(*each) for each in Records(self._layout, _source(source), options)._cuts(parts)]
+        return [Range(*each) for each in Records(self._layout, _source(source), {"table": 0, **options})._cuts(parts)]
 
 
-def _remade(text, name, options):
-    return Layout(text, name, **options)
+def _remade(text, name, options, copies):
+    layout = Layout.__new__(Layout)
+    layout._make(text, name, options, copies)
+    return layout
+
+
+def _folders(include):
+    """A list of names, of one folder or several."""
+    if include is None:
+        return []
+    return [_os.fsdecode(each) for each in ([include] if isinstance(include, (str, bytes, _os.PathLike)) else include)]
+
+
+def _segments(segments):
+    if isinstance(segments, str) or not segments:
+        raise ValueError("segments: a list of FIELD=VALUE:RECORD is wanted")
+    return list(segments)
 
 
 def _extent_of(range):

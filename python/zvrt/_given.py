@@ -6,6 +6,7 @@ import sys
 from . import _zvrt
 
 _EPOCH = datetime.datetime(1970, 1, 1)
+_KEPT = ("RECORD_BYTES", "BYTES_BEFORE", "BYTES_AFTER")
 _FORMATS = {"i1": "c", "i2": "s", "i4": "i", "i8": "l", "u1": "C", "u2": "S", "u4": "I", "u8": "L", "f4": "f", "f8": "g"}
 
 
@@ -60,7 +61,14 @@ def _series(series):
     return _objects(series.astype(object).tolist())
 
 
-def _column(values):
+def _bytes(values):
+    """What --keep-bytes kept: bytes and nulls, however they are held."""
+    return [None if each is None or type(each).__name__ == "NAType" or each != each else bytes(each) for each in values]
+
+
+def _column(name, values):
+    if name in _KEPT:
+        return "Z", _bytes(values), None
     if "pandas" in sys.modules and isinstance(values, sys.modules["pandas"].Series):
         return _series(values)
     if "numpy" in sys.modules and isinstance(values, sys.modules["numpy"].ndarray):
@@ -72,7 +80,7 @@ def capsules_of(data):
     """A capsule of a stream, or a pair of capsules of a schema and an array."""
     is_frame = "pandas" in sys.modules and isinstance(data, sys.modules["pandas"].DataFrame)
     if is_frame or isinstance(data, dict):
-        return _zvrt.table([(str(name), *_column(values)) for name, values in data.items()])
+        return _zvrt.table([(str(name), *_column(name, values)) for name, values in data.items()])
     if hasattr(data, "__arrow_c_stream__"):
         return data.__arrow_c_stream__()
     if hasattr(data, "__arrow_c_array__"):

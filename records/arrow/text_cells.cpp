@@ -18,20 +18,31 @@ constexpr std::int32_t most_varchar_bytes = 32767;
 constexpr std::int64_t staging_bytes = 1 << 20;
 constexpr std::string_view record_number = "RECORD_NUMBER";
 
-// Bytes of the longest text that the field may take: three a character are enough for what has a byte in a page.
-std::int32_t text_bytes(const Field& field) {
-  return std::max(number_bytes, static_cast<std::int32_t>(3 * field.length()));
-}
-
-bool may_lack(const Field& field) { return !field.column().meanings.empty() || !field.column().entries.empty(); }
-
 }  // namespace
 
-TextCells::TextCells(const RecordCodec& codec, const ArrowSchema& schema)
-    : codec_(codec), cells_(codec.fields().size()), status_(codec.fields().size()) {
+TextCells::TextCells(const RecordCodec& codec, const ArrowSchema& schema, std::vector<OtherColumn> others)
+    : codec_(codec), others_(std::move(others)), cells_(columns()), status_(columns()) {
   match(schema);
   make_plan();
   rows_ = std::max<std::int64_t>(staging_bytes / record_bytes_, 1);
+}
+
+const std::string& TextCells::name_of_column(std::size_t column) const {
+  const std::size_t fields = codec_.fields().size();
+  return column < fields ? codec_.fields()[column]->column().name : others_[column - fields].name;
+}
+
+bool TextCells::may_lack(std::size_t column) const {
+  const std::size_t fields = codec_.fields().size();
+  if (column >= fields) return others_[column - fields].may_lack;
+  return !codec_.fields()[column]->column().meanings.empty() || !codec_.fields()[column]->column().entries.empty();
+}
+
+// Bytes of the longest text that the column may take: three a character are enough for what has a byte in a page.
+std::int32_t TextCells::text_bytes(std::size_t column) const {
+  const std::size_t fields = codec_.fields().size();
+  if (column >= fields) return others_[column - fields].most_bytes;
+  return std::max(number_bytes, static_cast<std::int32_t>(3 * codec_.fields()[column]->length()));
 }
 
 void TextCells::match(const ArrowSchema& schema) {
@@ -43,16 +54,16 @@ void TextCells::match(const ArrowSchema& schema) {
     if (child == nullptr) throw Failure("the data's schema is malformed");
     const std::string name = child->name == nullptr ? "" : child->name;
     std::size_t field = 0;
-    while (field < codec_.fields().size() && codec_.fields()[field]->column().name != name) ++field;
-    if (field == codec_.fields().size() && name == record_number) continue;
-    if (field == codec_.fields().size()) throw Failure(fmt::format("the layout has no column '{}'", name));
+    while (field < columns() && name_of_column(field) != name) ++field;
+    if (field == columns() && name == record_number) continue;
+    if (field == columns()) throw Failure(fmt::format("the layout has no column '{}'", name));
     if (!told.insert(field).second) throw Failure(fmt::format("the data has two columns '{}'", name));
     children_.push_back(static_cast<std::size_t>(i));
     staged_.emplace_back().field = field;
   }
-  for (std::size_t field = 0; field < codec_.fields().size(); ++field)
-    if (!told.contains(field) && !may_lack(*codec_.fields()[field]))
-      throw Failure(fmt::format("the data has no column '{}'", codec_.fields()[field]->column().name));
+  for (std::size_t field = 0; field < columns(); ++field)
+    if (!told.contains(field) && !may_lack(field))
+      throw Failure(fmt::format("the data has no column '{}'", name_of_column(field)));
 }
 
 void TextCells::make_plan() {
@@ -61,19 +72,19 @@ void TextCells::make_plan() {
   std::vector<ZVRTField> fields;
   for (std::size_t i = 0; i < staged_.size(); ++i) {
     Staged& staged = staged_[i];
-    const Field& field = *codec_.fields()[staged.field];
-    staged.terminated = text_bytes(field) > most_varchar_bytes;
+    const std::int32_t longest = text_bytes(staged.field);
+    staged.terminated = longest > most_varchar_bytes;
     staged.indicator = static_cast<std::int32_t>(offset);
     staged.slot = staged.indicator + prefix_bytes;
-    staged.slot_bytes = text_bytes(field) + (staged.terminated ? 1 : prefix_bytes);
+    staged.slot_bytes = longest + (staged.terminated ? 1 : prefix_bytes);
     offset += prefix_bytes + staged.slot_bytes;
     if (offset > std::numeric_limits<std::int32_t>::max()) throw Failure("the records are too long to be written");
     types[i].size = sizeof(ZVRTType);
     types[i].kind = staged.terminated ? ZVRT_KIND_VARCHAR_SZ : ZVRT_KIND_VARCHAR;
     types[i].length = staged.slot_bytes;
-    types[i].model = field.table_model();
+    if (staged.field < codec_.fields().size()) types[i].model = codec_.fields()[staged.field]->table_model();
     fields.push_back({sizeof(ZVRTField), staged.slot, staged.indicator, ZVRT_COLUMN_DEFAULT,
-                      field.column().name.c_str(), &types[i]});
+                      name_of_column(staged.field).c_str(), &types[i]});
   }
   record_bytes_ = std::max(static_cast<std::int32_t>(offset), 1);
   ZVRTRecordPlan* plan = nullptr;

@@ -16,24 +16,32 @@
 
 namespace zvrt::records {
 
+// A column that is no field: bytes become hexadecimal digits, as in every other table.
+struct OtherColumn {
+  std::string name;
+  std::int32_t most_bytes = 0;  // of its text
+  bool may_lack = false;        // and is null then
+};
+
 class TextCells {
  public:
-  // Throws a Failure if the schema is no struct, has a column that the records do not have, or lacks one that they have;
-  // columns of a redefinition and of a table of variable length may lack, and are null. RECORD_NUMBER is passed over.
-  TextCells(const RecordCodec& codec, const ArrowSchema& schema);
+  // Throws a Failure if the schema is no struct, has a column that neither the records nor `others` have, or lacks one that
+  // they have; columns of a redefinition and of a table of variable length may lack, and are null. RECORD_NUMBER is passed
+  // over where it is none of the others.
+  TextCells(const RecordCodec& codec, const ArrowSchema& schema, std::vector<OtherColumn> others = {});
 
   // How many rows are best taken at a time.
   std::int64_t rows_at_a_time() const { return rows_; }
   // Takes rows of an array of the schema.
   void load(const ArrowSchema& schema, const ArrowArray& array, std::int64_t first, std::int64_t count);
-  // Of each field of the codec; valid until the next load.
+  // Of each field of the codec, then of the others; valid until the next load.
   const std::vector<CellColumn>& cells() const { return cells_; }
   // What became of a cell: one that is no text of the field's length, or no text at all, is null here and refused.
   Status status(std::size_t field, std::int64_t row) const { return status_[field][static_cast<std::size_t>(row)]; }
 
  private:
   struct Staged {
-    std::size_t field = 0;
+    std::size_t field = 0;  // or one of the others, counted on
     std::int32_t indicator = 0;
     std::int32_t slot = 0;
     std::int32_t slot_bytes = 0;
@@ -41,6 +49,10 @@ class TextCells {
     std::vector<std::int64_t> starts;
     std::vector<std::int32_t> lengths;
   };
+  std::size_t columns() const { return codec_.fields().size() + others_.size(); }
+  const std::string& name_of_column(std::size_t column) const;
+  bool may_lack(std::size_t column) const;
+  std::int32_t text_bytes(std::size_t column) const;
   void match(const ArrowSchema& schema);
   void make_plan();
   Status convert(const ArrowSchema& schema, const ArrowArray& array, std::int64_t first, std::int64_t count, char* to,
@@ -49,7 +61,8 @@ class TextCells {
   void read_cells(std::int64_t count);
 
   const RecordCodec& codec_;
-  std::vector<std::size_t> children_;  // of the schema, that are fields
+  std::vector<OtherColumn> others_;
+  std::vector<std::size_t> children_;  // of the schema, that are taken
   std::vector<Staged> staged_;
   std::int32_t record_bytes_ = 1;
   std::int64_t rows_ = 1;

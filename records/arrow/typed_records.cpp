@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 #include "records/files/failure.h"
 
@@ -52,6 +53,49 @@ RecordSource source_of(const RowsOfBlock& rows) {
   return source;
 }
 
+// A column of bytes: of each row what `bytes_of` gives.
+template <class BytesOf>
+BatchColumn bytes_column(std::size_t rows, BytesOf bytes_of) {
+  BatchColumn column;
+  column.buffer_count = 3;
+  column.made.emplace_back((rows + 1) * sizeof(std::int32_t));
+  std::vector<char> bytes;
+  for (std::size_t row = 0; row < rows; ++row) {
+    const std::string_view of_row = bytes_of(row);
+    bytes.insert(bytes.end(), of_row.begin(), of_row.end());
+    if (bytes.size() > std::numeric_limits<std::int32_t>::max()) throw Failure("a batch has too many bytes");
+    const auto end = static_cast<std::int32_t>(bytes.size());
+    std::memcpy(column.made[0].data() + (row + 1) * sizeof end, &end, sizeof end);
+  }
+  bytes.push_back('\0');  // so that it has a place
+  column.made.push_back(std::move(bytes));
+  column.buffers[1] = column.made[0].data();
+  column.buffers[2] = column.made[1].data();
+  return column;
+}
+
+BatchColumn numbers_column(const std::vector<std::uint64_t>& numbers) {
+  BatchColumn column;
+  column.made.emplace_back(numbers.size() * sizeof(std::uint64_t) + 1);
+  if (!numbers.empty()) std::memcpy(column.made[0].data(), numbers.data(), numbers.size() * sizeof(std::uint64_t));
+  column.buffers[1] = column.made[0].data();
+  return column;
+}
+
+BatchColumn kept_column(const std::string& name, const RowsOfBlock& rows) {
+  if (name == "RECORD_BYTES")
+    return bytes_column(rows.count(), [&](std::size_t row) {
+      return std::string_view(rows.data + rows.starts[row], static_cast<std::size_t>(rows.lengths[row]));
+    });
+  if (name == "BYTES_BEFORE")
+    return bytes_column(rows.count(), [&](std::size_t row) { return std::string_view(rows.around[row]->before); });
+  if (name == "BYTES_AFTER")
+    return bytes_column(rows.count(), [&](std::size_t row) { return std::string_view(rows.around[row]->after); });
+  std::vector<std::uint64_t> blocks;
+  for (const Surroundings* const around : rows.around) blocks.push_back(around->block);
+  return numbers_column(blocks);
+}
+
 void clear_bit(std::vector<char>& bits, std::size_t row) {
   bits[row / 8] = static_cast<char>(static_cast<unsigned char>(bits[row / 8]) & ~(1U << (row % 8)));
 }
@@ -64,8 +108,10 @@ void RowsOfBlock::keep(const std::vector<std::uint8_t>& chosen) {
     if (chosen[row] == 0) continue;
     starts[kept] = starts[row];
     lengths[kept] = lengths[row];
+    if (!around.empty()) around[kept] = around[row];
     numbers[kept++] = numbers[row];
   }
+  if (!around.empty()) around.resize(kept);
   starts.resize(kept);
   lengths.resize(kept);
   numbers.resize(kept);
@@ -85,8 +131,9 @@ struct TypedRecords::View {
   }
 };
 
-TypedRecords::TypedRecords(const RecordCodec& codec, const CodecOptions& options, bool record_numbers)
-    : codec_(codec), fields_(codec.fields().size()), record_numbers_(record_numbers) {
+TypedRecords::TypedRecords(const RecordCodec& codec, const CodecOptions& options, bool record_numbers,
+                           std::vector<std::string> kept)
+    : codec_(codec), fields_(codec.fields().size()), record_numbers_(record_numbers), kept_(std::move(kept)) {
   std::vector<ZVRTField> fields;
   std::vector<std::string> careful;
   for (std::size_t i = 0; i < fields_.size(); ++i) add_field(i, fields, careful);
@@ -148,6 +195,7 @@ void TypedRecords::read_formats() {
       format = fmt::format("d:{},{}", most_digits, std::max(column.item->scale, 0));
     schema->push_back({column.name, format});
   }
+  for (const std::string& name : kept_) schema->push_back({name, name == "BLOCK_NUMBER" ? "l" : "z"});
   schema_ = std::move(schema);
 }
 
@@ -166,12 +214,7 @@ void TypedRecords::view(const RowsOfBlock& rows, View& view) const {
   check(ZVRTRecordsToArrow(plan_.get(), view.all ? view.decoded.records : rows.data,
                            view.all ? nullptr : rows.starts.data(), batch.rows, &batch.array,
                            planned_ == 0 ? nullptr : view.outcomes.data()));
-  if (record_numbers_) {
-    BatchColumn& numbers = batch.columns.emplace_back();
-    numbers.made.emplace_back(rows.count() * sizeof(std::uint64_t));
-    if (rows.count() != 0) std::memcpy(numbers.made[0].data(), rows.numbers.data(), numbers.made[0].size());
-    numbers.buffers[1] = numbers.made[0].data();
-  }
+  if (record_numbers_) batch.columns.push_back(numbers_column(rows.numbers));
   for (std::size_t i = 0; i < fields_.size(); ++i) {
     BatchColumn& column = batch.columns.emplace_back();
     if (!fields_[i].planned) {
@@ -184,6 +227,7 @@ void TypedRecords::view(const RowsOfBlock& rows, View& view) const {
     for (int b = 0; b < column.buffer_count; ++b) column.buffers[static_cast<std::size_t>(b)] = child.buffers[b];
     overlay(i, view, column);
   }
+  for (const std::string& name : kept_) batch.columns.push_back(kept_column(name, rows));
 }
 
 // The nulls that the codec knows of beside those of the plan.

@@ -21,6 +21,7 @@
 #include "records/arrow/batch.h"
 #include "records/arrow/record_stream.h"
 #include "records/codec/record_codec.h"
+#include "records/formats/record_reader.h"
 
 namespace zvrt::records {
 
@@ -40,6 +41,7 @@ struct RowsOfBlock {
   std::vector<std::int64_t> starts;
   std::vector<std::int32_t> lengths;
   std::vector<std::uint64_t> numbers;
+  std::vector<const Surroundings*> around;  // where they are kept
 
   std::size_t count() const { return starts.size(); }
   void keep(const std::vector<std::uint8_t>& chosen);
@@ -47,8 +49,10 @@ struct RowsOfBlock {
 
 class TypedRecords {
  public:
-  // `codec` has to outlive it. With `record_numbers` the first column is RECORD_NUMBER.
-  TypedRecords(const RecordCodec& codec, const CodecOptions& options, bool record_numbers);
+  // `codec` has to outlive it. With `record_numbers` the first column is RECORD_NUMBER. The last columns are those of
+  // `kept`, of what the fields do not tell: RECORD_BYTES, BYTES_BEFORE, BYTES_AFTER, BLOCK_NUMBER.
+  TypedRecords(const RecordCodec& codec, const CodecOptions& options, bool record_numbers,
+               std::vector<std::string> kept = {});
 
   const std::shared_ptr<const BatchSchema>& schema() const { return schema_; }
 
@@ -81,6 +85,7 @@ class TypedRecords {
   RecordPlanHolder plan_;
   std::size_t planned_ = 0;
   bool record_numbers_;
+  std::vector<std::string> kept_;
   std::shared_ptr<const BatchSchema> schema_;
 };
 

@@ -28,6 +28,7 @@ struct CodecOptions {
   bool full_binary = false;  // COMP is written over its whole range
   bool native_big = true;    // byte order of COMP-5 and IEEE floats
   bool ibm_floats = true;
+  bool tables_hold_times = false;  // a date with a time of day keeps it in a table that no note gives another form
   std::map<std::string, std::string> nulls;  // by column or item name: blanks, zeros, low-values, high-values or a text
 };
 

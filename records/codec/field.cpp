@@ -27,6 +27,18 @@ bool is_integer_length(std::size_t length) { return length == 1 || length == 2 |
 
 std::wstring widened(const std::string& text) { return {text.begin(), text.end()}; }
 
+// ISO's form of what the record's model tells: a date, a time of day, or both.
+std::string model_of_table(const std::string& of_record) {
+  const bool has_time = of_record.find("%HH") != std::string::npos;
+  const bool has_date = of_record.find("%Y") != std::string::npos;
+  std::string model = has_date || !has_time ? "%YYYY-%MM-%DD" : "";
+  if (has_time) model += has_date ? " %HH24:%MI:%SS" : "%HH24:%MI:%SS";
+  const std::size_t fraction = of_record.find("%F");
+  if (fraction == std::string::npos) return model;
+  const std::size_t end = of_record.find_first_not_of('F', fraction + 1);
+  return model + "." + of_record.substr(fraction, end == std::string::npos ? end : end - fraction);
+}
+
 ZVRTArray array_of(const char* data, std::int64_t stride) {
   ZVRTArray array{};
   array.size = sizeof array;
@@ -104,7 +116,7 @@ void Field::make_types(const CodecOptions& options) {
     make_text(options);
   }
   if (!single_ && reads_.kind == ZVRT_KIND_VARNUM) writes_ = reads_;
-  if (item.notes.date) make_date();
+  if (item.notes.date) make_date(options);
   if (text_.length == 0) text_.length = number_slot;
 }
 
@@ -201,11 +213,13 @@ void Field::fit_slot() {
 }
 
 // A date stands in text or digits by the model of its note; in the table by another one.
-void Field::make_date() {
+void Field::make_date(const CodecOptions& options) {
   const ItemNotes& notes = column_.item->notes;
   if (single_) throw Failure(fmt::format("field {}: a date cannot have this form", column_.field));
   model_ = widened(notes.date->value);
-  table_model_ = widened(notes.table_date ? notes.table_date->value : "%YYYY-%MM-%DD");
+  table_model_ = widened(notes.table_date            ? notes.table_date->value
+                         : options.tables_hold_times ? model_of_table(notes.date->value)
+                                                     : "%YYYY-%MM-%DD");
   reads_.model = writes_.model = model_.c_str();
   reads_.scale = writes_.scale = 0;
   text_.model = table_model_.c_str();

@@ -87,7 +87,7 @@ class Field {
   void make_text(const CodecOptions& options);
   void make_number(const CodecOptions& options);
   void fit_slot();
-  void make_date();
+  void make_date(const CodecOptions& options);
   void make_null(const CodecOptions& options);
   void decode_plan(const FieldBytes& bytes, const std::uint8_t* chosen, DecodedCells& cells) const;
   void encode_plan(const CellColumn& cells, const std::uint8_t* chosen, const FieldBytes& bytes,

@@ -51,6 +51,7 @@ struct Arguments {
   std::vector<std::string> replacing;
   std::vector<std::string> folders;
   bool keep_bytes = false;
+  bool tables_hold_times = false;  // as CodecOptions has it; no option of the command
   std::string range;
   std::vector<std::string> columns;
   std::uint64_t limit = 0;

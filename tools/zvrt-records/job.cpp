@@ -80,6 +80,7 @@ void Job::read_codec() {
   codec.low_values = arguments.low_values == "blank"  ? LowValues::blank
                      : arguments.low_values == "keep" ? LowValues::keep
                                                       : LowValues::refuse;
+  codec.tables_hold_times = arguments.tables_hold_times;
   codec.full_binary = arguments.binary == "full";
   codec.native_big = arguments.native.empty() ? codec.page.ebcdic : arguments.native == "big";
   codec.ibm_floats = arguments.floats.empty() ? codec.page.ebcdic : arguments.floats == "ibm";

@@ -3,21 +3,12 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <charconv>
 
+#include "kept_bytes.h"
 #include "read_ahead.h"
 #include "records/files/failure.h"
-#include "records/tables/hexadecimal.h"
 
 namespace zvrt::records {
-namespace {
-
-bool from_digits(std::string_view text, std::uint64_t& number) {
-  const auto read = std::from_chars(text.data(), text.data() + text.size(), number);
-  return read.ec == std::errc{} && read.ptr == text.data() + text.size();
-}
-
-}  // namespace
 
 MergedRows::MergedRows(const Job& job, bool encodes, bool ahead)
     : job_(job), encodes_(encodes), keeps_(job.arguments.keep_bytes), sources_(job.segments.size()) {
@@ -60,18 +51,7 @@ void MergedRows::read_kept_bytes(Source& source, std::vector<std::string>& recor
     const std::string_view name = segment.columns[i].name;
     const CellColumn cells = source.block.column(i);
     for (std::size_t row = 0; row < rows; ++row) {
-      Surroundings& around = source.around[row];
-      bool is_read = true;
-      if (cells.is_null(row))
-        is_read = name != "RECORD_BYTES";
-      else if (name == "RECORD_BYTES")
-        is_read = from_hexadecimal(cells.at(row), records[row]);
-      else if (name == "BYTES_BEFORE")
-        is_read = from_hexadecimal(cells.at(row), around.before);
-      else if (name == "BYTES_AFTER")
-        is_read = from_hexadecimal(cells.at(row), around.after);
-      else if (name == "BLOCK_NUMBER")
-        is_read = from_digits(cells.at(row), around.block);
+      const bool is_read = take_kept(name, cells, row, records[row], source.around[row]);
       if (!is_read && source.broken[row].empty()) source.broken[row] = name;
     }
   }
