@@ -193,7 +193,9 @@ void register_trims(std::size_t length) {
     return static_cast<std::int32_t>(text.size());
   };
   const std::string variant = std::to_string(length);
-  compete({"trims of wide text, copy included", length < 16 ? 0 : 0.7}, "all blanks " + variant,
+  const Operation trimming = length < 16 ? Operation{"trims of 8 wide characters, copy included", 0}
+                                         : Operation{"trims of wide text, copy included", 0.7};
+  compete(trimming, "all blanks " + variant,
           {contender("ours", texts,
                      [copied](const std::wstring& text, std::byte* out) {
                        std::int32_t count = copied(text, out);
@@ -209,7 +211,7 @@ void register_trims(std::size_t length) {
              }
              return terminated(at, kept);
            })});
-  compete({"trims of wide text, copy included", length < 16 ? 0 : 0.7}, "both ends " + variant,
+  compete(trimming, "both ends " + variant,
           {contender("ours", texts,
                      [copied](const std::wstring& text, std::byte* out) {
                        std::int32_t count = copied(text, out);

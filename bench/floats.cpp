@@ -24,6 +24,13 @@
 #include <double-conversion/string-to-double.h>
 #endif
 
+#if ZVRT_BENCH_WITH_FLOFF
+#include <floff/floff.h>
+#endif
+#if ZVRT_BENCH_WITH_RYU
+#include <ryu/ryu.h>
+#endif
+
 namespace zvrt_bench {
 namespace {
 
@@ -33,16 +40,40 @@ constexpr int precision = std::is_same_v<Float, double> ? 16 : 7;
 
 // ---- to text -------------------------------------------------------------------------------------------------------
 
-// Singles are rendered as the doubles that they are.
-template <class Float>
-std::size_t render_to_chars(Float value, std::byte* output) {
+// Singles are rendered as the doubles that they are. `render(value, text)` writes narrow text with a small e and returns
+// its end.
+template <class Float, class Render>
+std::size_t render_widened(Float value, std::byte* output, Render render) {
   std::array<char, 32> text;
-  const char* end = std::to_chars(text.begin(), text.end(), static_cast<double>(value), std::chars_format::scientific,
-                                  precision<Float>)
-                        .ptr;
+  const char* end = render(static_cast<double>(value), text.data());
   text[static_cast<std::size_t>(precision<Float> + (value < 0 ? 3 : 2))] = 'E';
   return widen({text.data(), static_cast<std::size_t>(end - text.data())}, wide(output));
 }
+
+template <class Float>
+std::size_t render_to_chars(Float value, std::byte* output) {
+  return render_widened(value, output, [](double number, char* text) {
+    return std::to_chars(text, text + 32, number, std::chars_format::scientific, precision<Float>).ptr;
+  });
+}
+
+#if ZVRT_BENCH_WITH_FLOFF
+template <class Float>
+std::size_t render_floff(Float value, std::byte* output) {
+  return render_widened(value, output, [](double number, char* text) {
+    return jkj::floff::floff<jkj::floff::main_cache_full, jkj::floff::extended_cache_long>(number, precision<Float>,
+                                                                                           text);
+  });
+}
+#endif
+
+#if ZVRT_BENCH_WITH_RYU
+template <class Float>
+std::size_t render_ryu(Float value, std::byte* output) {
+  return render_widened(
+      value, output, [](double number, char* text) { return text + d2exp_buffered_n(number, precision<Float>, text); });
+}
+#endif
 
 template <class Float>
 std::size_t render_swprintf(Float value, std::byte* output) {
@@ -93,6 +124,12 @@ void register_rendering(Operation operation, const char* variant, const Set<Floa
       contender("swprintf", values, render_swprintf<Float>)};
 #if ZVRT_BENCH_WITH_FMT
   contenders.push_back(contender("fmt, compiled", values, render_fmt<Float>));
+#endif
+#if ZVRT_BENCH_WITH_FLOFF
+  contenders.push_back(contender("floff, widened", values, render_floff<Float>));
+#endif
+#if ZVRT_BENCH_WITH_RYU
+  contenders.push_back(contender("Ryu, widened", values, render_ryu<Float>));
 #endif
 #if ZVRT_BENCH_WITH_DOUBLE_CONVERSION
   contenders.push_back(contender("double-conversion, widened", values, render_double_conversion<Float>));

@@ -67,13 +67,14 @@ void register_reading(const char* name, double at_most, const char* variant, con
 }
 
 template <class Integer, auto render, auto read>
-void register_integers_of(const char* to_text, const char* from_text) {
+void register_integers_of(const char* to_text, const char* from_text, const char* keys_to_text,
+                          const char* keys_from_text) {
   const auto any = drawn(of_any_digit_count<Integer>);
   const auto keys = drawn(key<Integer>, large_set_size);
   register_rendering<render>(to_text, 1.4, "any digit count", any);
-  register_rendering<render>(to_text, 1.6, "keys", keys);
+  register_rendering<render>(keys_to_text, 1.6, "1 to 6 digits", keys);
   register_reading<read>(from_text, 1.4, "any digit count", any);
-  register_reading<read>(from_text, 1.6, "keys", keys);
+  register_reading<read>(keys_from_text, 1.6, "1 to 6 digits", keys);
 }
 
 // ---- packed decimal and VARNUM -------------------------------------------------------------------------------------
@@ -212,10 +213,10 @@ void register_varnum(const char* variant, std::string (*draw)(Random&)) {
 }  // namespace
 
 void register_narrow_numbers() {
-  register_integers_of<std::uint64_t, ZVRTCnvULONGLONGToVarcharSz, ZVRTCnvVarcharSzToULONGLONG>("64 bits to narrow",
-                                                                                                "narrow to 64 bits");
-  register_integers_of<std::uint32_t, ZVRTCnvUIntToVarcharSz, ZVRTCnvVarcharSzToUInt>("32 bits to narrow",
-                                                                                      "narrow to 32 bits");
+  register_integers_of<std::uint64_t, ZVRTCnvULONGLONGToVarcharSz, ZVRTCnvVarcharSzToULONGLONG>(
+      "64 bits to narrow", "narrow to 64 bits", "64-bit keys to narrow", "narrow to 64-bit keys");
+  register_integers_of<std::uint32_t, ZVRTCnvUIntToVarcharSz, ZVRTCnvVarcharSzToUInt>(
+      "32 bits to narrow", "narrow to 32 bits", "32-bit keys to narrow", "narrow to 32-bit keys");
   for (const std::size_t bytes : {3, 5, 8, 16}) register_packed(bytes);
   register_varnum("prices",
                   [](Random& random) { return digits(random, uniform(random, 1, 5)) + "." + digits(random, 2); });

@@ -112,8 +112,8 @@ void append32(wchar_t* out, std::int32_t& at, UChar32 point) { out[at++] = point
 #define ZVRT_ICU(next, append) 0
 #endif
 
-char32_t* as32(wchar_t* out) { return reinterpret_cast<char32_t*>(out); }
-char16_t* as16(std::uint16_t* out) { return reinterpret_cast<char16_t*>(out); }
+[[maybe_unused]] char32_t* as32(wchar_t* out) { return reinterpret_cast<char32_t*>(out); }
+[[maybe_unused]] char16_t* as16(std::uint16_t* out) { return reinterpret_cast<char16_t*>(out); }
 const wchar_t* wide(const Utf32& text) { return reinterpret_cast<const wchar_t*>(text.data()); }
 const std::uint16_t* words(const Utf16& text) { return reinterpret_cast<const std::uint16_t*>(text.data()); }
 

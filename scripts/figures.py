@@ -92,15 +92,17 @@ def summary(rows: list[dict[str, str]]) -> str:
 
 
 def bench_table() -> str:
+    """Every operation, those with rows that miss their figure first."""
     levels = {level: read(f"bench-{level}") for level in LEVELS}
     levels = {level: rows for level, rows in levels.items() if rows}
     operations = list(dict.fromkeys((row["operation"], row["at_most"]) for rows in levels.values() for row in rows))
     text = "| Operation | At most |" + "".join(f" {LEVELS[level]} |" for level in levels) + "\n"
     text += "|---|---:|" + "---|" * len(levels) + "\n"
+    lines = []
     for operation, at_most in operations:
         cells = [summary([row for row in rows if row["operation"] == operation]) for rows in levels.values()]
-        text += f"| {operation} | {at_most} | " + " | ".join(cells) + " |\n"
-    return text
+        lines.append(f"| {operation} | {at_most} | " + " | ".join(cells) + " |\n")
+    return text + "".join(sorted(lines, key=lambda line: " miss" not in line))
 
 
 def gain_cell(rows: list[dict[str, str]], conversion: str) -> str:

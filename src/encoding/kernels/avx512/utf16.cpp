@@ -202,11 +202,12 @@ ZVRT_INLINED bool utf32_step(const char* src, Bound bound, char* dst, std::size_
   const std::size_t readable = bound.readable(src, progress.read, max_units);
   if (readable == 0) return false;
   const char* at = src + progress.read * 4;
-  const auto load = [&](unsigned vector) {
+  if (load<Wide>(at) > 0xFFFF) return utf32_pairs(src, bound, dst, capacity, progress);  // others are likely to follow
+  const auto units = [&](unsigned vector) {
     return _mm512_mask_loadu_epi32(repeat32(1), lanes_of(first(readable), vector), at + vector * 64);
   };
-  const Vector low = in_words(load(0), load(1));
-  const Vector high = _mm512_broadcast_i64x4(_mm512_cvtusepi32_epi16(load(2)));
+  const Vector low = in_words(units(0), units(1));
+  const Vector high = _mm512_broadcast_i64x4(_mm512_cvtusepi32_epi16(units(2)));
   const auto zero_unless_unit = [](Vector words) {
     return _mm512_min_epu16(units_alone(words), _mm512_add_epi16(words, repeat16(1)));
   };
