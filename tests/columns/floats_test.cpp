@@ -158,10 +158,9 @@ TEST_F(Floats, LayoutOfText) {
     run(float_type<double>(), type(kind, text_slot * unit), values.data(), texts.data(), values.size());
     for (std::size_t i = 0; i < values.size(); ++i) {
       std::string text;
-      for (std::size_t at = i * static_cast<std::size_t>(text_slot * unit); texts[at] != 0;
-           at += static_cast<std::size_t>(unit)) {
-        text += texts[at + (std::endian::native == std::endian::big ? static_cast<std::size_t>(unit) - 1 : 0)];
-      }
+      std::size_t at = i * static_cast<std::size_t>(text_slot * unit);
+      if (std::endian::native == std::endian::big) at += static_cast<std::size_t>(unit) - 1;  // a character's low byte
+      for (; texts[at] != 0; at += static_cast<std::size_t>(unit)) text += texts[at];
       EXPECT_EQ(text, cases[i].text);
     }
   }
