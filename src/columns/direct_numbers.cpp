@@ -50,6 +50,7 @@ Direct* find_direct_number(ZVRTPlan& plan) {
   plan.write_short = find_short_writer(to, plan.options);
   if (Direct* const found = find_direct_float(plan); found != nullptr) return found;
   if (plan.read_short == nullptr || plan.write_short == nullptr) return nullptr;
+  if (from.form == Form::text && to.kind == ZVRT_KIND_PACKED) return kernels.text_to_packed;
   const bool is_packed_text = from.kind == ZVRT_KIND_PACKED && to.form == Form::text;
   return is_packed_text ? kernels.packed_to_text : convert_short_numbers;
 }

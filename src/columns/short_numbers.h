@@ -49,6 +49,7 @@ bool is_number_text(const Type& type, Role role);
 // Of texts: ASCII, pages that have it, wide text.
 struct NumberKernels {
   Direct* packed_to_text;
+  Direct* text_to_packed;
   ReadShort* read_text;
   WriteShort* write_text;
   WriteShort* write_packed;

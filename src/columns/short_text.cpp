@@ -207,6 +207,7 @@ std::int32_t read_text(const ZVRTPlan& plan, const Rows& rows, ShortNumbers& num
 
 const NumberKernels number_kernels_portable{
     .packed_to_text = write_packed,
+    .text_to_packed = convert_short_numbers,
     .read_text = read_text,
     .write_text = write_text,
     .write_packed = write_packed_portable,

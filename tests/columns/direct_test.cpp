@@ -447,6 +447,9 @@ void choose(const Pair& pair, ZVRTPlan* plan, const DirectKernels& kernels, cons
   }
   for (const NumberKernels* const level : {&zvrt::columns::number_kernels(), &zvrt::columns::number_kernels_portable}) {
     if (plan->direct == level->packed_to_text) plan->direct = of_numbers.packed_to_text;
+    const bool is_text_to_packed = plan->from.type.form == zvrt::columns::Form::text &&
+                                   pair.to.kind == ZVRT_KIND_PACKED && plan->direct == level->text_to_packed;
+    if (is_text_to_packed) plan->direct = of_numbers.text_to_packed;
     if (plan->read_short == level->read_text) plan->read_short = of_numbers.read_text;
     if (plan->write_short == level->write_text) plan->write_short = of_numbers.write_text;
     if (plan->write_short == level->write_packed) plan->write_short = of_numbers.write_packed;

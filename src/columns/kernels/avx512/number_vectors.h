@@ -14,7 +14,7 @@
 
 namespace zvrt::columns {
 
-Direct packed_to_text_avx512;
+Direct packed_to_text_avx512, text_to_packed_avx512;
 ReadShort read_text_avx512;
 WriteShort write_text_avx512, write_packed_avx512;
 

@@ -1,6 +1,7 @@
 // Text to numbers by AVX-512, a row a step: digits as a mask, one permutation to the right end of 32 bytes without the
-// point, then pairs, quads and octets joined.
+// point, then pairs, quads and octets joined; or, into a packed field, no number at all: its half-bytes are the digits.
 #include "columns/kernels/avx512/number_vectors.h"
+#include "columns/kernels/avx512/packed_field.h"
 #include "support/wraps.h"
 
 namespace zvrt::columns {
@@ -49,8 +50,16 @@ ZVRT_INLINED Bytes right_end(std::int32_t count) {
   return _mm256_load_si256(reinterpret_cast<const __m256i*>(&to_the_right[static_cast<std::size_t>(count)]));
 }
 
+// The digits of a text, at the right end of 32 bytes.
+struct Found {
+  Bytes digits;
+  std::int32_t count;     // of the digits
+  std::int32_t fraction;  // of them after the point
+  Mask is_minus;
+};
+
 // One text of `count` units; false where a block has to look at it.
-ZVRT_WRAPS ZVRT_INLINED bool parse(Bytes text, std::int32_t count, std::int64_t& value, std::int32_t& scale) {
+ZVRT_INLINED bool find_digits(Bytes text, std::int32_t count, Found& all) {
   const Bytes digits = _mm256_sub_epi8(text, repeat('0'));
   const __mmask32 is_digit = _mm256_cmple_epu8_mask(digits, repeat(9));
   const Mask found = is_digit & first(count);
@@ -69,20 +78,54 @@ ZVRT_WRAPS ZVRT_INLINED bool parse(Bytes text, std::int32_t count, std::int64_t&
     fraction = count - 1 - static_cast<std::int32_t>(_tzcnt_u32(points));
     places = _mm256_mask_mov_epi8(right_end(count - 1), ~first(lanes - fraction), places);
   }
-  if (digit_count < 1 || digit_count > short_digits_read) return false;
-  const Bytes ordered =
-      _mm256_permutex2var_epi8(_mm256_maskz_mov_epi8(is_digit, digits), places, _mm256_setzero_si256());
-  const std::uint64_t magnitude = join_digits(ordered);
-  const std::uint64_t minus = 0 - std::uint64_t{is_minus};
-  value = static_cast<std::int64_t>((magnitude ^ minus) - minus);
-  scale = magnitude == 0 ? 0 : fraction;
+  if (digit_count < 1) return false;
+  all = {_mm256_permutex2var_epi8(_mm256_maskz_mov_epi8(is_digit, digits), places, _mm256_setzero_si256()), digit_count,
+         fraction, is_minus};
   return true;
 }
 
+// Where the numbers of rows go: `put` returns false for one that a block has to look at.
+struct IntoShortNumbers {
+  ShortNumbers& numbers;
+
+  ZVRT_WRAPS ZVRT_INLINED bool put(const Rows& /*rows*/, std::int32_t i, const Found& found) const {
+    if (found.count > short_digits_read) return false;
+    const std::uint64_t magnitude = join_digits(found.digits);
+    const std::uint64_t minus = 0 - std::uint64_t{found.is_minus};
+    numbers.value[i] = static_cast<std::int64_t>((magnitude ^ minus) - minus);
+    numbers.scale[i] = magnitude == 0 ? 0 : found.fraction;
+    return true;
+  }
+};
+
+// Digits of text straight into half-bytes; those that the target has beyond the text's fraction are zeros.
+struct IntoPacked {
+  PackedField field;
+  std::int32_t scale;
+  std::int32_t precision;
+
+  ZVRT_INLINED explicit IntoPacked(const Type& to) : field(to), scale(to.scale) {
+    const std::int32_t held = _mm_popcnt_u32(field.digit_places);
+    precision = to.precision < held ? to.precision : held;
+  }
+
+  ZVRT_INLINED bool put(const Rows& rows, std::int32_t i, const Found& found) const {
+    const std::int32_t zeros = scale - found.fraction;
+    if (zeros < 0 || zeros > most_short_scale) return false;
+    const Mask used = _mm256_test_epi8_mask(found.digits, found.digits);
+    const std::int32_t unused = lanes - precision + zeros;  // bytes before the first digit that the field has
+    const Mask minus = found.is_minus & static_cast<Mask>(used != 0);
+    const bool is_refused = found.is_minus != 0 && !field.is_signed;
+    if ((unused > 0 && (used & first(unused)) != 0) || is_refused) return false;
+    field.store(found.digits, zeros, minus, rows.target + i * rows.target_stride);
+    return true;
+  }
+};
+
 enum class Length : std::uint8_t { of_slot, given, prefixed, terminated };
 
-template <class Unit, bool from_page, Length length_is>
-ZVRT_INLINED std::int32_t read_rows(const Type& from, const Rows& rows, ShortNumbers& numbers) {
+template <class Unit, bool from_page, Length length_is, class Sink>
+ZVRT_INLINED std::int32_t read_rows(const Type& from, const Rows& rows, const Sink& sink) {
   constexpr auto unit = static_cast<std::int32_t>(sizeof(Unit));
   constexpr std::int32_t prefix = length_is == Length::prefixed ? 2 : 0;
   const std::int32_t units = (from.length - prefix) / unit;
@@ -107,27 +150,36 @@ ZVRT_INLINED std::int32_t read_rows(const Type& from, const Rows& rows, ShortNum
     if (trims) {
       count = lanes - static_cast<std::int32_t>(_lzcnt_u32(_mm256_cmpneq_epi8_mask(text, repeat(' ')) & first(count)));
     }
-    if (!parse(text, count, numbers.value[i], numbers.scale[i])) [[unlikely]]
+    Found found;
+    if (!find_digits(text, count, found) || !sink.put(rows, i, found)) [[unlikely]]
       return i;
   }
   return rows.count;
 }
 
-template <class Unit, bool from_page>
-std::int32_t read_text(const ZVRTPlan& plan, const Rows& rows, ShortNumbers& numbers) {
-  const Type& from = plan.from.type;
-  if (from.extent == Extent::terminated) return read_rows<Unit, from_page, Length::terminated>(from, rows, numbers);
-  if (from.extent == Extent::prefixed) return read_rows<Unit, from_page, Length::prefixed>(from, rows, numbers);
-  if (rows.source_lengths->at != nullptr) return read_rows<Unit, from_page, Length::given>(from, rows, numbers);
-  return read_rows<Unit, from_page, Length::of_slot>(from, rows, numbers);
+template <class Unit, bool from_page, class Sink>
+std::int32_t read_text(const Type& from, const Rows& rows, const Sink& sink) {
+  if (from.extent == Extent::terminated) return read_rows<Unit, from_page, Length::terminated>(from, rows, sink);
+  if (from.extent == Extent::prefixed) return read_rows<Unit, from_page, Length::prefixed>(from, rows, sink);
+  if (rows.source_lengths->at != nullptr) return read_rows<Unit, from_page, Length::given>(from, rows, sink);
+  return read_rows<Unit, from_page, Length::of_slot>(from, rows, sink);
+}
+
+template <class Sink>
+std::int32_t read_any_text(const Type& from, const Rows& rows, const Sink& sink) {
+  if (from.unit == 4) return read_text<Wide, false>(from, rows, sink);
+  return from.page.is_utf8() ? read_text<std::uint8_t, false>(from, rows, sink)
+                             : read_text<std::uint8_t, true>(from, rows, sink);
 }
 
 }  // namespace
 
 std::int32_t read_text_avx512(const ZVRTPlan& plan, const Rows& rows, ShortNumbers& numbers) {
-  const Type& from = plan.from.type;
-  if (from.unit == 4) return read_text<Wide, false>(plan, rows, numbers);
-  return from.page.is_utf8() ? read_text<std::uint8_t, false>(plan, rows, numbers)
-                             : read_text<std::uint8_t, true>(plan, rows, numbers);
+  return read_any_text(plan.from.type, rows, IntoShortNumbers{numbers});
 }
+
+std::int32_t text_to_packed_avx512(const ZVRTPlan& plan, const Rows& rows) {
+  return read_any_text(plan.from.type, rows, IntoPacked(plan.to.type));
+}
+
 }  // namespace zvrt::columns

@@ -202,6 +202,7 @@ std::int32_t packed_to_text_avx512(const ZVRTPlan& plan, const Rows& rows) {
 
 const NumberKernels number_kernels_avx512{
     .packed_to_text = packed_to_text_avx512,
+    .text_to_packed = text_to_packed_avx512,
     .read_text = read_text_avx512,
     .write_text = write_text_avx512,
     .write_packed = write_packed_avx512,
