@@ -162,11 +162,12 @@ void RecordReader::load(RecordBlock& block, std::size_t capacity) {
   }
 }
 
-bool RecordReader::skip_header(std::size_t size) {
+bool RecordReader::skip_header(const RecordBlock& block) {
   if (header_skipped_) return true;
-  if (size < options_.skip_header) return false;
+  if (block.bytes.size() < options_.skip_header) return false;
   place_ = options_.skip_header;
   header_skipped_ = true;
+  if (options_.keep_surroundings) before_.append(block.bytes.data(), place_);
   return true;
 }
 
@@ -175,14 +176,13 @@ bool RecordReader::frame(RecordBlock& block) {
   place_ = 0;
   const std::size_t size = block.bytes.size();
   const std::size_t reserved = options_.skip_trailer + (ended_ ? 0 : 1);
-  if (!skip_header(size) || size - place_ < reserved) {
+  if (!skip_header(block) || size - place_ < reserved) {
     if (!ended_) return false;
     place_ = 0;
     if (size != 0)
       add_damage(block, {Frame::Kind::damage, size, 0, 0, "the file is shorter than its header and trailer"});
     return true;
   }
-  if (options_.keep_surroundings && place_ != 0) before_.append(block.bytes.data(), place_);
   const std::size_t limit = size - reserved;
   for (;;) {
     const Frame frame = framer_->next(block.bytes.data() + place_, limit - place_, ended_);

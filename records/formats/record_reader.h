@@ -86,7 +86,7 @@ class RecordReader {
   bool open_next();
   void load(RecordBlock& block, std::size_t capacity);
   bool frame(RecordBlock& block);
-  bool skip_header(std::size_t size);
+  bool skip_header(const RecordBlock& block);
   void add_record(RecordBlock& block, const Frame& frame);
   void add_damage(RecordBlock& block, const Frame& frame);
   void end_file(RecordBlock& block);

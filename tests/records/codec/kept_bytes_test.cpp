@@ -5,39 +5,26 @@
 #include <random>
 
 #include "records/codec/one_field.h"
-#include "records/codec/record_codec.h"
+#include "records/codec/whole_records.h"
 #include "records/files/failure.h"
 #include "records/layout/copybook_generator.h"
 
 namespace zvrt::records {
 namespace {
 
+using testing::cells_of;
 using zvrt_records_test::hex;
 
 constexpr std::size_t copybooks = 150;
 constexpr std::size_t records_each = 8;
 constexpr std::size_t most_fields = 3000;
 
-class KeptBytes : public testing::Test {
+class KeptBytes : public ::testing::Test {
  protected:
   std::size_t below(std::size_t limit) { return std::uniform_int_distribution<std::size_t>(0, limit - 1)(random_); }
 
-  static std::vector<CellColumn> cells_of(const DecodedRecords& decoded) {
-    std::vector<CellColumn> cells;
-    for (const DecodedCells& field : decoded.fields) cells.push_back(field.cells());
-    return cells;
-  }
-
   static void decode(const RecordCodec& codec, const std::vector<std::string>& records, DecodedRecords& decoded) {
-    std::string bytes;
-    std::vector<std::int64_t> starts;
-    std::vector<std::int32_t> lengths;
-    for (const std::string& record : records) {
-      starts.push_back(static_cast<std::int64_t>(bytes.size()));
-      lengths.push_back(static_cast<std::int32_t>(record.size()));
-      bytes += record;
-    }
-    codec.decode({bytes.data(), 0, starts.data(), lengths.data(), records.size()}, decoded);
+    testing::decode(codec, records, decoded);
     for (DecodedCells& field : decoded.fields) field.slots.resize(std::max<std::size_t>(field.slots.size(), 1));
   }
 

@@ -5,28 +5,12 @@
 #include <random>
 
 #include "records/formats/read_all.h"
-#include "records/formats/record_writer.h"
+#include "records/formats/written_file.h"
 
 namespace zvrt::records {
 namespace {
 
-class Collected final : public OutputFile {
- public:
-  void write(std::string_view text) override { bytes.append(text); }
-  void finish() override {}
-  void commit() override {}
-  std::string bytes;
-};
-
-std::string written(const std::vector<std::string>& records, const FormatOptions& options,
-                    const std::vector<Surroundings>* around = nullptr) {
-  Collected file;
-  RecordWriter writer(file, options);
-  for (std::size_t i = 0; i < records.size(); ++i)
-    writer.write(records[i], around != nullptr ? &(*around)[i] : nullptr);
-  writer.finish();
-  return file.bytes;
-}
+using testing::written;
 
 struct Form {
   const char* name;
@@ -119,10 +103,14 @@ TEST(RecordFormats, SurroundingsComeBackAsTheyWere) {
        {"ab", "c", "d"}},
   };
   for (const Case& each : cases) {
-    const FormatOptions options = options_of(each.form);
-    const testing::Found found = testing::read_bytes(each.bytes, options);
-    EXPECT_EQ(found.records, each.records) << each.name;
-    EXPECT_EQ(written(found.records, options, &found.surroundings), each.bytes) << each.name;
+    FormatOptions options = options_of(each.form);
+    for (const std::size_t block : {options.block_bytes, std::size_t{2}}) {
+      options.block_bytes = block;
+      const testing::Found found = testing::read_bytes(each.bytes, options);
+      EXPECT_EQ(found.records, each.records) << each.name << ", blocks of " << block;
+      EXPECT_EQ(written(found.records, options, &found.surroundings), each.bytes)
+          << each.name << ", blocks of " << block;
+    }
   }
 }
 
