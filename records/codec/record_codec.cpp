@@ -29,6 +29,7 @@ RecordCodec::RecordCodec(Columns columns, const CodecOptions& codec, const Recor
   for (const std::string& name : names)
     if (find(name) == no_index) throw Failure(fmt::format("there is no column '{}'", name));
   if (fields_.empty()) throw Failure("the layout has no columns");
+  if (!options_.length_field.empty()) length_field_ = find(options_.length_field);
   for (const VariableTable& table : columns_.tables) {
     Column count;
     count.name = count.field = table.item->depends_on_name;
@@ -96,7 +97,9 @@ void RecordCodec::copy_record(const Slide& slide, std::string_view record, std::
     // An empty record may have no address at all.
     if (there != 0) std::memcpy(form + field.column().offset, record.data() + *offset, there);
     if (there == field.length()) continue;
-    const bool padded = options_.pads_blanks && field.table_column().type == TableColumn::Type::text;
+    const bool is_text = field.table_column().type == TableColumn::Type::text;
+    const bool is_edited = there != 0 && field.column().item->picture.category == Category::numeric_edited;
+    const bool padded = options_.pads_blanks && (is_text || is_edited);
     std::memset(form + field.column().offset + there, blank_, field.length() - there);
     if (padded) continue;
     present[i][row] = 0;

@@ -20,10 +20,12 @@ namespace zvrt::records {
 
 struct RecordOptions {
   bool shift = false;             // items after a variable table follow its last used entry
-  bool pads_blanks = false;       // lines: what is missing at a record's end is blanks
+  bool pads_blanks = false;       // lines: what is missing at a record's end is blanks, which are not written
   bool may_be_short = false;      // nulls at a record's end may be left out
   bool lengths_vary = false;      // V, VB, D: a record is as long as the one of several that it is
   std::size_t record_length = 0;  // of fixed records that are longer than the layout; 0: the layout's
+  std::string length_field = {};  // the field or column that says how long its record is
+  int length_adjust = 0;          // added to what it says
 };
 
 struct RecordSource {
@@ -89,11 +91,24 @@ class RecordCodec {
                       const Masks& chosen, EncodedRecords& encoded) const;
   std::size_t cut_nulls(const std::vector<CellColumn>& cells, std::size_t row, std::size_t length,
                         EncodedRecords& encoded) const;
+  // Bytes to start from: whether there are some, and whether the fields stand in the record where they stood in them.
+  struct Base {
+    bool kept = false;
+    bool given = false;
+  };
+  void place_fields(const std::vector<CellColumn>& cells, std::size_t row, const char* form, const Slide& slide,
+                    Base base, const Masks& chosen, std::string& record, EncodedRecords& encoded) const;
+  bool may_grow(const std::vector<CellColumn>& cells, std::size_t row, const Slide& slide, std::size_t from,
+                std::size_t to) const;
+  void fit_length(const std::vector<CellColumn>& cells, std::size_t row, const Slide& slide, std::string& record,
+                  EncodedRecords& encoded) const;
+  void drop_blanks(const Slide& slide, const std::string* base, std::string& record) const;
   const Record& record_of(std::size_t row, const Masks& chosen) const;
 
   Columns columns_;
   RecordOptions options_;
   char blank_;
+  std::size_t length_field_ = no_index;
   std::vector<std::unique_ptr<Field>> fields_;
   std::vector<std::unique_ptr<Field>> counts_;  // of columns_.tables
   std::string empty_;                           // a record of blanks and zeros

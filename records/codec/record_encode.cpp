@@ -1,10 +1,13 @@
 // Cells to records: which cells changed, which meaning of an area is written, and what a record is made of.
 #include <algorithm>
+#include <charconv>
 
 #include "records/codec/record_codec.h"
 
 namespace zvrt::records {
 namespace {
+
+constexpr std::int64_t longest_record = 1 << 24;
 
 bool same_cell(const CellColumn& one, const CellColumn& other, std::size_t row) {
   if (one.is_null(row) || other.is_null(row)) return one.is_null(row) && other.is_null(row);
@@ -76,6 +79,36 @@ std::size_t RecordCodec::cut_nulls(const std::vector<CellColumn>& cells, std::si
   return cut ? std::min(end, length) : length;
 }
 
+// The record is as long as its field says where no value stands beyond that, as it was when it was read.
+void RecordCodec::fit_length(const std::vector<CellColumn>& cells, std::size_t row, const Slide& slide,
+                             std::string& record, EncodedRecords& encoded) const {
+  if (length_field_ == no_index || cells[length_field_].is_null(row)) return;
+  const std::string_view text = cells[length_field_].at(row);
+  std::int64_t length = 0;
+  std::from_chars(text.data(), text.data() + text.size(), length);
+  length += options_.length_adjust;
+  if (length <= 0 || length > longest_record) return;
+  const auto end = static_cast<std::size_t>(length);
+  for (std::size_t i = 0; i < fields_.size(); ++i) {
+    const auto offset = slide.offset_of(fields_[i]->column());
+    if (!offset || *offset + fields_[i]->length() <= end) continue;
+    if (!cells[i].is_null(row)) return;
+    Status& status = encoded.status[i][row];
+    if (status == ZVRT_RC_NULL_REFUSED && *offset >= end) status = ZVRT_RC_OK;
+  }
+  record.resize(end, blank_);
+}
+
+// Blanks at a line's end are no part of it beyond the line that it was, but for fields in which they mean something else.
+void RecordCodec::drop_blanks(const Slide& slide, const std::string* base, std::string& record) const {
+  std::size_t end = base != nullptr ? base->size() : 0;
+  for (const auto& field : fields_) {
+    if (field->table_column().type == TableColumn::Type::text) continue;
+    if (const auto offset = slide.offset_of(field->column())) end = std::max(end, *offset + field->length());
+  }
+  while (record.size() > end && record.back() == blank_) record.pop_back();
+}
+
 std::string RecordCodec::compose(const std::vector<CellColumn>& cells, std::size_t row, const char* form,
                                  const std::string* base, const Masks& chosen, EncodedRecords& encoded) const {
   Slide slide(columns_, options_.shift);
@@ -85,7 +118,8 @@ std::string RecordCodec::compose(const std::vector<CellColumn>& cells, std::size
       });
   if (wrong != nullptr) {
     const std::size_t count = find(wrong->item->depends_on->name);
-    encoded.status[count == no_index ? 0 : count][row] = rx_count;
+    const bool as_it_was = base != nullptr && (count == no_index || chosen[count][row] == 0);
+    if (!as_it_was) encoded.status[count == no_index ? 0 : count][row] = rx_count;
   }
   bool moved = false;  // a count changed, and with it the places of what follows
   for (const VariableTable& table : columns_.tables)
@@ -104,7 +138,28 @@ std::string RecordCodec::compose(const std::vector<CellColumn>& cells, std::size
     if (!options_.lengths_vary && !options_.shift && options_.record_length > record.size())
       record.resize(options_.record_length, blank_);
   }
-  if (!keeps && !options_.shift && columns_.tables.empty()) return record;  // no field moves: all stand there already
+  // Where no field moves all stand there already.
+  if (keeps || options_.shift || !columns_.tables.empty())
+    place_fields(cells, row, form, slide, {keeps, base != nullptr}, chosen, record, encoded);
+  if (!keeps) fit_length(cells, row, slide, record, encoded);
+  if (options_.pads_blanks) drop_blanks(slide, base, record);
+  return record;
+}
+
+// Whether a record that grows gives no other field bytes that its null is not.
+bool RecordCodec::may_grow(const std::vector<CellColumn>& cells, std::size_t row, const Slide& slide, std::size_t from,
+                           std::size_t to) const {
+  for (std::size_t i = 0; i < fields_.size(); ++i) {
+    if (!cells[i].is_null(row)) continue;
+    const auto offset = slide.offset_of(fields_[i]->column());
+    if (offset && *offset<to&& * offset + fields_[i]->length()> from) return false;
+  }
+  return true;
+}
+
+void RecordCodec::place_fields(const std::vector<CellColumn>& cells, std::size_t row, const char* form,
+                               const Slide& slide, Base base, const Masks& chosen, std::string& record,
+                               EncodedRecords& encoded) const {
   for (std::size_t i = 0; i < fields_.size(); ++i) {
     const Column& column = fields_[i]->column();
     const auto offset = slide.offset_of(column);
@@ -112,16 +167,22 @@ std::string RecordCodec::compose(const std::vector<CellColumn>& cells, std::size
       encoded.status[i][row] = cells[i].is_null(row) ? Status{ZVRT_RC_OK} : Status{rx_not_there};
       continue;
     }
-    const bool written = keeps ? chosen[i][row] != 0 : options_.shift && (base != nullptr || chosen[i][row] != 0);
+    const bool written = base.kept ? chosen[i][row] != 0 : options_.shift && (base.given || chosen[i][row] != 0);
     if (!written) continue;
-    if (keeps && record.size() < *offset + fields_[i]->length()) record.resize(*offset + fields_[i]->length(), blank_);
+    const std::size_t end = *offset + fields_[i]->length();
+    if (base.kept && record.size() < end) {
+      if (!may_grow(cells, row, slide, record.size(), end)) {
+        encoded.status[i][row] = rx_cut_field;
+        continue;
+      }
+      record.resize(end, blank_);
+    }
     if (*offset + fields_[i]->length() <= record.size())
       record.replace(*offset, fields_[i]->length(), form + column.offset, fields_[i]->length());
     if (column.indicator != no_index)
       if (const auto at = slide.offset_of(columns_.indicators[column.indicator]); at && *at < record.size())
         record[*at] = form[columns_.indicators[column.indicator].offset];
   }
-  return record;
 }
 
 void RecordCodec::encode(const std::vector<CellColumn>& cells, std::size_t count, const std::vector<std::string>* bases,

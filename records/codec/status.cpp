@@ -28,6 +28,8 @@ constexpr std::array entries{
     Entry{rx_two_meanings, "RX_TWO_MEANINGS", "two meanings of the same bytes were changed"},
     Entry{rx_bytes, "RX_BYTES", "what was kept of the record is not hexadecimal, or no number"},
     Entry{rx_table, "RX_TABLE", "the table refuses the row"},
+    Entry{rx_length, "RX_LENGTH", "the record's length is not the one that the file's form or its own fields say"},
+    Entry{rx_newline, "RX_NEWLINE", "the record holds what ends a line"},
 };
 
 }  // namespace

@@ -25,6 +25,8 @@ enum RecordStatus : Status {
   rx_two_meanings,
   rx_bytes,
   rx_table,
+  rx_length,
+  rx_newline,
 };
 
 std::string name_of(Status status);

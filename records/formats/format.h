@@ -45,7 +45,7 @@ struct FormatOptions {
   std::size_t record_header = 0;
   std::string newlines = "\n";        // D, reading: bytes of which the first that is met ends all lines
   std::string newline = "\n";         // D, writing
-  char blank = ' ';                   // D: trailing ones are not written
+  char blank = ' ';                   // F, writing: what fills a record that is shorter than the others
   std::size_t block_length = 32760;   // VB: of a written block, its length word included
   std::size_t block_bytes = 1 << 18;  // reading: of the blocks that records are handed on in
   bool keep_surroundings = false;     // remember what stands around each record

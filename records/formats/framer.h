@@ -43,6 +43,8 @@ std::unique_ptr<Framer> make_framer(const FormatOptions& options);
 
 // What an RDW says of the record's bytes after it; nothing where it can be no length word.
 std::optional<std::size_t> length_of_word(const char* word, const LengthWords& words);
+// Whether a length word can say that much.
+bool has_word(std::size_t length, const LengthWords& words);
 // The length word of a record; throws a Failure if it cannot say that much.
 std::string word_of_length(std::size_t length, const LengthWords& words);
 

@@ -27,6 +27,10 @@ std::optional<unsigned> value_of_word(const char* word, bool big_endian) {
   return std::nullopt;
 }
 
+std::int64_t value_for(std::size_t length, const LengthWords& words) {
+  return static_cast<std::int64_t>(length) - words.adjust + (words.include_themselves ? 4 : 0);
+}
+
 class WordFramer final : public Framer {
  public:
   explicit WordFramer(const FormatOptions& options)
@@ -205,9 +209,14 @@ std::optional<std::size_t> length_of_word(const char* word, const LengthWords& w
   return static_cast<std::size_t>(length);
 }
 
+bool has_word(std::size_t length, const LengthWords& words) {
+  const std::int64_t value = value_for(length, words);
+  return value > 0 && value <= 0xFFFF;
+}
+
 std::string word_of_length(std::size_t length, const LengthWords& words) {
-  const auto value = static_cast<std::int64_t>(length) - words.adjust + (words.include_themselves ? 4 : 0);
-  if (value <= 0 || value > 0xFFFF) throw Failure(fmt::format("a length word cannot say {} bytes", length));
+  if (!has_word(length, words)) throw Failure(fmt::format("a length word cannot say {} bytes", length));
+  const std::int64_t value = value_for(length, words);
   const auto high = static_cast<char>(value >> 8);
   const auto low = static_cast<char>(value & 0xFF);
   return words.big_endian ? std::string{high, low, 0, 0} : std::string{0, 0, low, high};

@@ -11,7 +11,8 @@ constexpr std::size_t buffer_bytes = 1 << 18;
 constexpr std::size_t word_bytes = 4;
 }  // namespace
 
-RecordWriter::RecordWriter(OutputFile& file, FormatOptions options) : file_(file), options_(std::move(options)) {
+RecordWriter::RecordWriter(OutputFile& file, FormatOptions options)
+    : file_(file), options_(std::move(options)), newline_(options_.newline.back()) {
   buffer_.reserve(buffer_bytes + buffer_bytes / 4);
 }
 
@@ -24,7 +25,11 @@ void RecordWriter::write(std::string_view record, const Surroundings* around) {
   first_ = false;
   trailer_written_ = around != nullptr && around->after.size() >= options_.skip_trailer;
   switch (options_.format) {
-    case RecordFormat::fixed: buffer_.append(head).append(record); break;
+    case RecordFormat::fixed:
+      buffer_.append(head).append(record);
+      if (!options_.length_of && record.size() < options_.record_length)
+        buffer_.append(options_.record_length - record.size(), options_.blank);
+      break;
     case RecordFormat::variable:
       buffer_.append(head).append(word_of_length(record.size(), options_.words)).append(record);
       break;
@@ -39,8 +44,10 @@ void RecordWriter::write(std::string_view record, const Surroundings* around) {
       break;
     }
     case RecordFormat::lines:
-      buffer_.append(head);
-      write_line(record, around);
+      if (line_is_open_) buffer_.append(options_.newline);
+      buffer_.append(head).append(record).append(around != nullptr ? around->after : options_.newline);
+      if (around != nullptr && !around->after.empty()) newline_ = around->after.back();
+      line_is_open_ = around != nullptr && around->after.empty();
       break;
   }
   if (around != nullptr && options_.format != RecordFormat::lines && !around->after.empty()) {
@@ -75,14 +82,22 @@ void RecordWriter::end_block() {
   block_.clear();
 }
 
-// Trailing blanks are not written, unless the record comes with the newline that it had.
-void RecordWriter::write_line(std::string_view record, const Surroundings* around) {
-  if (around != nullptr) {
-    buffer_.append(record).append(around->after);
-    return;
-  }
-  const std::size_t last = record.find_last_not_of(options_.blank);
-  buffer_.append(record.substr(0, last == std::string_view::npos ? 0 : last + 1)).append(options_.newline);
+bool RecordWriter::holds_newline(std::string_view record, const Surroundings* around) const {
+  if (options_.format != RecordFormat::lines) return false;
+  const std::string_view after = around != nullptr ? std::string_view(around->after) : options_.newline;
+  const char newline = after.empty() ? newline_ : after.back();
+  // The first line of a file tells the reader which of several bytes ends a line.
+  if (first_ && record.find_first_of(options_.newlines) != std::string_view::npos) return true;
+  return record.find(newline) != std::string_view::npos || (after == "\n" && record.ends_with('\r'));
+}
+
+bool RecordWriter::has_length(std::string_view record, const Surroundings* around) const {
+  if (options_.format == RecordFormat::lines) return true;
+  if (options_.format != RecordFormat::fixed) return has_word(record.size(), options_.words);
+  if (!options_.length_of)
+    return around != nullptr ? record.size() == options_.record_length : record.size() <= options_.record_length;
+  const auto own = options_.length_of(record.data(), record.size());
+  return own && own->why.empty() && own->bytes == record.size();
 }
 
 void RecordWriter::flush() {

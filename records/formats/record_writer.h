@@ -17,13 +17,16 @@ class RecordWriter {
   RecordWriter(OutputFile& file, FormatOptions options);
   // `around` says what stood around the record when it was read; null if that is not known.
   void write(std::string_view record, const Surroundings* around = nullptr);
+  // Whether the record, were it written next, would be read as another one or several: it holds what ends its line, or
+  // has not the length that the form of the file says.
+  bool holds_newline(std::string_view record, const Surroundings* around = nullptr) const;
+  bool has_length(std::string_view record, const Surroundings* around = nullptr) const;
   // What is still buffered goes to the file.
   void finish();
 
  private:
   void begin_block(std::size_t needed, const Surroundings* around);
   void end_block();
-  void write_line(std::string_view record, const Surroundings* around);
   void flush();
 
   OutputFile& file_;
@@ -32,6 +35,8 @@ class RecordWriter {
   std::string block_;  // VB: without its length word
   std::uint64_t block_number_ = 0;
   bool first_ = true;
+  char newline_;               // D: of the line before
+  bool line_is_open_ = false;  // the last line was one without an end
   bool trailer_written_ = false;
 };
 

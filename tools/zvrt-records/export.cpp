@@ -47,6 +47,12 @@ bool judge(Journal& journal, const Job& job, const MergedRows::Source& source, s
   return refused;
 }
 
+// Whether a reader would take the record for itself.
+Status form_of(const RecordWriter& writer, std::string_view record, const Surroundings* around) {
+  if (writer.holds_newline(record, around)) return rx_newline;
+  return writer.has_length(record, around) ? Status{ZVRT_RC_OK} : Status{rx_length};
+}
+
 }  // namespace
 
 int export_table(const Arguments& arguments) {
@@ -64,16 +70,21 @@ int export_table(const Arguments& arguments) {
         --journal.read;
         break;
       }
-      const bool refused = judge(journal, job, *source, number);
+      const std::string& record = source->encoded.records[source->at];
+      const Surroundings* const around = source->around.empty() ? nullptr : &source->around[source->at];
+      bool refused = judge(journal, job, *source, number);
+      const Status form = form_of(writer, record, around);
+      if (!refused && form != ZVRT_RC_OK) journal.refuse({number, "", 0, record, form, text_of(form)});
       if (journal.stops()) throw Failure("stopped at a refusal");
-      if (refused && (arguments.on_reject != OnReject::keep || !source->broken[source->at].empty())) {
+      const bool can_be_kept = form == ZVRT_RC_OK && source->broken[source->at].empty();
+      refused = refused || form != ZVRT_RC_OK;
+      if (refused && (arguments.on_reject != OnReject::keep || !can_be_kept)) {
         ++journal.left_out;
         continue;
       }
       ++journal.carried;
-      const std::string& record = source->encoded.records[source->at];
       journal.bytes += record.size();
-      writer.write(record, source->around.empty() ? nullptr : &source->around[source->at]);
+      writer.write(record, around);
       if ((number & 0xFFF) == 0) {
         if (journal.is_shown()) journal.progress(rows.progress());
         check_interruption();

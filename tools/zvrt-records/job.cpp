@@ -134,6 +134,8 @@ void Job::read_segments() {
   options.lengths_vary = variable || !arguments.length_field.empty();
   options.may_be_short = variable && format.format != RecordFormat::lines;
   options.record_length = arguments.record_length;
+  options.length_field = upper(arguments.length_field);
+  options.length_adjust = arguments.rdw_adjust;
   if (arguments.segments.empty()) add_segment("", options);
   for (const std::string& text : arguments.segments) add_segment(text, options);
   if (has_segments()) table.order_by = "RECORD_NUMBER";

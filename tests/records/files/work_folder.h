@@ -16,7 +16,8 @@ namespace zvrt::records::testing {
 
 class WorkFolder {
  public:
-  WorkFolder() : path_((std::filesystem::temp_directory_path() / "zvrt-records-test.XXXXXX").string()) {
+  explicit WorkFolder(const std::filesystem::path& parent = std::filesystem::temp_directory_path())
+      : path_((parent / "zvrt-records-test.XXXXXX").string()) {
     if (mkdtemp(path_.data()) == nullptr) throw std::runtime_error("no folder for the test");
   }
   WorkFolder(const WorkFolder&) = delete;
