@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstring>
+#include <utility>
 
 #include "records/files/failure.h"
 
@@ -16,10 +17,10 @@ constexpr char indicates_null = '\xFF';
 
 }  // namespace
 
-RecordCodec::RecordCodec(Columns columns, const CodecOptions& codec, const RecordOptions& options,
+RecordCodec::RecordCodec(Columns columns, const CodecOptions& codec, RecordOptions options,
                          const std::vector<std::string>& names)
     : columns_(std::move(columns)),
-      options_(options),
+      options_(std::move(options)),
       blank_(codec.page.blank),
       empty_(columns_.length, codec.page.blank) {
   for (const Column& column : columns_.list) {

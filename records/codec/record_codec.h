@@ -55,8 +55,7 @@ struct EncodedRecords {
 class RecordCodec {
  public:
   // `columns` names those to take; empty: all.
-  RecordCodec(Columns columns, const CodecOptions& codec, const RecordOptions& options,
-              const std::vector<std::string>& names);
+  RecordCodec(Columns columns, const CodecOptions& codec, RecordOptions options, const std::vector<std::string>& names);
 
   const std::vector<std::unique_ptr<Field>>& fields() const { return fields_; }
   const Columns& columns() const { return columns_; }
