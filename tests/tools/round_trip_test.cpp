@@ -248,10 +248,12 @@ class RoundTrip : public ::testing::Test {
     std::size_t offset = column.offset;
     if (codec.options().shift && !codec.columns().tables.empty()) offset = shifted_offset(codec, record, column);
     const auto start = static_cast<std::size_t>(starts_[row]);
+    const std::size_t begin = std::min(offset, record.size());
     const std::size_t end = std::min(offset + column.item->length, record.size());
-    const std::size_t grown = after.size() - before.size();  // a line that ended inside the field may
+    const std::size_t grown = after.size() - before.size();  // a line that ended inside the field or before it may
     ASSERT_TRUE(grown == 0 || (job.format.format == RecordFormat::lines && end == record.size()));
-    EXPECT_EQ(hex(after.substr(0, start + offset)), hex(before.substr(0, start + offset)));
+    EXPECT_EQ(hex(after.substr(0, start + begin)), hex(before.substr(0, start + begin)));
+    EXPECT_EQ(hex(after.substr(start + begin, offset - begin)), hex(std::string(offset - begin, job.format.blank)));
     EXPECT_EQ(hex(after.substr(start + end + grown)), hex(before.substr(start + end)));
     DecodedRecords decoded;
     const std::vector<std::string> one{after.substr(start, record.size() + grown)};
