@@ -18,6 +18,7 @@
 #include "columns/nearest.h"
 #include "columns/short_numbers.h"
 #include "numeric/floating/float_text.h"
+#include "simd/portable.h"
 #include "simd/vectors.h"
 #include "support/wraps.h"
 
@@ -141,20 +142,9 @@ struct Units {
     if (from_page || k + 8 > count) return false;
     const std::byte* const text = at + k * static_cast<std::int64_t>(sizeof(Unit));
     if constexpr (sizeof(Unit) == 4) return vectors::read_eight_digits(text, number);
-    return read_eight_bytes(text, number);
-  }
-
- private:
-  // [3a|3b|3c|3d|...] to [a|b|c|d|...] to pairs, quads and octets.
-  ZVRT_WRAPS static bool read_eight_bytes(const std::byte* text, std::uint32_t& number) {
-    const std::uint64_t digits = load_big_endian<std::uint64_t>(text) ^ UINT64_C(0x3030303030303030);
-    const std::uint64_t above = digits | (digits + UINT64_C(0x0606060606060606));
-    if ((above & UINT64_C(0xF0F0F0F0F0F0F0F0)) != 0) return false;
-    const std::uint64_t pairs =
-        (digits >> 8 & UINT64_C(0x00FF00FF00FF00FF)) * 10 + (digits & UINT64_C(0x00FF00FF00FF00FF));
-    const std::uint64_t quads =
-        (pairs >> 16 & UINT64_C(0x0000FFFF0000FFFF)) * 100 + (pairs & UINT64_C(0x0000FFFF0000FFFF));
-    number = static_cast<std::uint32_t>((quads >> 32) * 10000 + (quads & UINT32_MAX));
+    const std::uint64_t characters = portable::load_bytes(text);
+    if (portable::other_than_digits(characters) != 0) return false;
+    number = static_cast<std::uint32_t>(portable::join_eight(characters ^ portable::each_byte * '0'));
     return true;
   }
 };
