@@ -90,13 +90,16 @@ void RecordCodec::fit_length(const std::vector<CellColumn>& cells, std::size_t r
   if (length <= 0 || length > longest_record) return;
   const auto end = static_cast<std::size_t>(length);
   for (std::size_t i = 0; i < fields_.size(); ++i) {
+    if (cells[i].is_null(row)) continue;
     const auto offset = slide.offset_of(fields_[i]->column());
-    if (!offset || *offset + fields_[i]->length() <= end) continue;
-    if (!cells[i].is_null(row)) return;
-    Status& status = encoded.status[i][row];
-    if (status == ZVRT_RC_NULL_REFUSED && *offset >= end) status = ZVRT_RC_OK;
+    if (offset && *offset + fields_[i]->length() > end) return;
   }
   record.resize(end, blank_);
+  for (std::size_t i = 0; i < fields_.size(); ++i) {
+    const auto offset = slide.offset_of(fields_[i]->column());
+    Status& status = encoded.status[i][row];
+    if (offset && *offset >= end && status == ZVRT_RC_NULL_REFUSED) status = ZVRT_RC_OK;
+  }
 }
 
 // Blanks at a line's end are no part of it beyond the line that it was, but for fields in which they mean something else.
@@ -151,8 +154,10 @@ bool RecordCodec::may_grow(const std::vector<CellColumn>& cells, std::size_t row
                            std::size_t to) const {
   for (std::size_t i = 0; i < fields_.size(); ++i) {
     if (!cells[i].is_null(row)) continue;
-    const auto offset = slide.offset_of(fields_[i]->column());
-    if (offset && *offset<to&& * offset + fields_[i]->length()> from) return false;
+    const auto begin = slide.offset_of(fields_[i]->column());
+    if (!begin) continue;
+    const std::size_t end = *begin + fields_[i]->length();
+    if (*begin < to && end > from) return false;
   }
   return true;
 }
