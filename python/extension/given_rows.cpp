@@ -4,7 +4,6 @@
 
 #include <algorithm>
 
-#include "kept_bytes.h"
 #include "records/files/failure.h"
 
 namespace zvrt::python {
@@ -80,10 +79,8 @@ bool GivenRows::load() {
   row_ = 0;
   count_ = std::min(cells_.rows_at_a_time(), table_.array.it.length - first_);
   cells_.load(table_.schema.it, table_.array.it, first_, count_);
-  std::vector<std::string> bytes;
-  broken_.assign(static_cast<std::size_t>(count_), {});
-  if (keeps_) read_kept(bytes);
-  segment_.codec->encode(cells_.cells(), static_cast<std::size_t>(count_), keeps_ ? &bytes : nullptr, encoded_);
+  if (keeps_) read_kept();
+  segment_.codec->encode(cells_.cells(), static_cast<std::size_t>(count_), kept_ ? &kept_->records : nullptr, encoded_);
   return true;
 }
 
@@ -98,34 +95,21 @@ bool GivenRows::next_array() {
   return array.release != nullptr;
 }
 
-void GivenRows::read_kept(std::vector<std::string>& bytes) {
-  const auto rows = static_cast<std::size_t>(count_);
-  bytes.assign(rows, {});
-  around_.assign(rows, {});
+void GivenRows::read_kept() {
+  kept_.emplace(static_cast<std::size_t>(count_));
   const std::size_t fields = segment_.codec->fields().size();
   for (std::size_t i = segment_.first_field + fields; i < segment_.columns.size(); ++i) {
-    const std::string_view name = segment_.columns[i].name;
     const std::size_t cell = i - segment_.first_field + (numbered_ ? 1 : 0);
-    for (std::size_t row = 0; row < rows; ++row) {
-      const bool is_read = cells_.status(cell, static_cast<std::int64_t>(row)) == ZVRT_RC_OK &&
-                           records::take_kept(name, cells_.cells()[cell], row, bytes[row], around_[row]);
-      if (!is_read && broken_[row].empty()) broken_[row] = name;
-    }
+    kept_->take(segment_.columns[i].name, cells_.cells()[cell],
+                [&](std::size_t row) { return cells_.status(cell, static_cast<std::int64_t>(row)) == ZVRT_RC_OK; });
   }
 }
 
 void GivenRows::find_number() {
-  if (!numbered_) {
-    ++number_;
-    return;
-  }
-  const std::uint64_t before = number_;
-  const std::size_t cell = segment_.codec->fields().size();
-  const std::string text(is_null(cell) ? "" : this->text(cell));
-  if (!records::from_digits(text, number_))
-    throw records::Failure(fmt::format("{}: RECORD_NUMBER '{}' is no number", segment_.name, text));
-  if (number_ < before)
-    throw records::Failure(fmt::format("{}: RECORD_NUMBER {} stands after {}", segment_.name, number_, before));
+  ++rows_;
+  number_ = numbered_ ? records::record_number(segment_.name, cells_.cells()[segment_.codec->fields().size()],
+                                               static_cast<std::size_t>(row_), rows_, number_)
+                      : rows_;
 }
 
 std::uint32_t GivenRows::status(std::size_t field) const {

@@ -6,11 +6,13 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string_view>
 #include <vector>
 
 #include "capsules.h"
 #include "job.h"
+#include "kept_bytes.h"
 #include "records/arrow/text_cells.h"
 
 namespace zvrt::python {
@@ -36,10 +38,10 @@ class GivenRows {
   std::uint64_t number() const { return number_; }  // RECORD_NUMBER; without segments how many rows there were so far
   const std::string& record() const { return encoded_.records[static_cast<std::size_t>(row_)]; }
   const records::Surroundings* around() const {
-    return around_.empty() ? nullptr : &around_[static_cast<std::size_t>(row_)];
+    return kept_ ? &kept_->around[static_cast<std::size_t>(row_)] : nullptr;
   }
   // The column whose bytes cannot be taken; else empty.
-  std::string_view broken() const { return broken_[static_cast<std::size_t>(row_)]; }
+  std::string_view broken() const { return kept_ ? kept_->broken[static_cast<std::size_t>(row_)] : std::string_view(); }
   std::uint32_t status(std::size_t field) const;
   bool is_null(std::size_t field) const { return cells_.cells()[field].is_null(static_cast<std::size_t>(row_)); }
   std::string_view text(std::size_t field) const { return cells_.cells()[field].at(static_cast<std::size_t>(row_)); }
@@ -49,7 +51,7 @@ class GivenRows {
  private:
   bool load();
   bool next_array();
-  void read_kept(std::vector<std::string>& bytes);
+  void read_kept();
   void find_number();
 
   const records::Segment& segment_;
@@ -60,10 +62,10 @@ class GivenRows {
   std::int64_t first_ = 0;  // row of the array that the chunk begins with
   std::int64_t count_ = 0;  // of the chunk
   std::int64_t row_ = -1;   // in the chunk
+  std::uint64_t rows_ = 0;  // so far
   std::uint64_t number_ = 0;
   records::EncodedRecords encoded_;
-  std::vector<records::Surroundings> around_;
-  std::vector<std::string_view> broken_;
+  std::optional<records::KeptBytes> kept_;
 };
 
 }  // namespace zvrt::python

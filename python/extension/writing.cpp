@@ -56,6 +56,8 @@ class Writing {
       refuse({read, std::string(row.broken()), 0, "", records::rx_bytes, records::text_of(records::rx_bytes)});
     const bool is_good = judge(row);
     if (is_broken || (!is_good && job_.arguments.on_reject != records::OnReject::keep)) return;
+    const records::Status form = writer_.refusal(row.record(), row.around());
+    if (form != ZVRT_RC_OK) return refuse({read, "", 0, row.record(), form, records::text_of(form)});
     writer_.write(row.record(), row.around());
     ++written;
   }
@@ -77,7 +79,8 @@ class Writing {
   void refuse(RefusedCell refusal) {
     ++refused;
     const records::Arguments& arguments = job_.arguments;
-    const std::string sentence = fmt::format("row {}, {}: {}", read, refusal.field, refusal.text);
+    const std::string field = refusal.field.empty() ? "" : ", " + refusal.field;
+    const std::string sentence = fmt::format("row {}{}: {}", read, field, refusal.text);
     if (arguments.on_reject == records::OnReject::stop) check(refusal.status, sentence);
     if (arguments.max_rejects != 0 && refused >= arguments.max_rejects)
       check(refusal.status, fmt::format("stopped after {} refusals; the last is {}", refused, sentence));

@@ -51,8 +51,8 @@ class Reject(_NamedTuple):
 
 
 class Written(_NamedTuple):
-    """What Layout.write() did: rows of the table, records in the file, cells refused, and these (100,000 at most) as a list
-    of Reject, whose `record` is the row, from 1, and whose `bytes` are the text of the cell."""
+    """What Layout.write() did: rows of the table, records in the file, cells and records refused, and these (100,000 at
+    most) as a list of Reject, whose `record` is the row, from 1, and whose `bytes` are the text of the cell."""
     rows: int
     records: int
     refused: int

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include "ZVRTColumns.h"
 #include "records/files/failure.h"
 #include "records/formats/framer.h"
 
@@ -98,6 +99,11 @@ bool RecordWriter::has_length(std::string_view record, const Surroundings* aroun
     return around != nullptr ? record.size() == options_.record_length : record.size() <= options_.record_length;
   const auto own = options_.length_of(record.data(), record.size());
   return own && own->why.empty() && own->bytes == record.size();
+}
+
+Status RecordWriter::refusal(std::string_view record, const Surroundings* around) const {
+  if (holds_newline(record, around)) return rx_newline;
+  return has_length(record, around) ? Status{ZVRT_RC_OK} : Status{rx_length};
 }
 
 void RecordWriter::flush() {

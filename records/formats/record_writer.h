@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "records/codec/status.h"
 #include "records/files/output_file.h"
 #include "records/formats/format.h"
 #include "records/formats/record_reader.h"
@@ -17,14 +18,15 @@ class RecordWriter {
   RecordWriter(OutputFile& file, FormatOptions options);
   // `around` says what stood around the record when it was read; null if that is not known.
   void write(std::string_view record, const Surroundings* around = nullptr);
-  // Whether the record, were it written next, would be read as another one or several: it holds what ends its line, or
-  // has not the length that the form of the file says.
-  bool holds_newline(std::string_view record, const Surroundings* around = nullptr) const;
-  bool has_length(std::string_view record, const Surroundings* around = nullptr) const;
+  // Why the record, were it written next, would be read as another one or several: it holds what ends its line
+  // (rx_newline), or has not the length that the form of the file says (rx_length). Else ZVRT_RC_OK.
+  Status refusal(std::string_view record, const Surroundings* around = nullptr) const;
   // What is still buffered goes to the file.
   void finish();
 
  private:
+  bool holds_newline(std::string_view record, const Surroundings* around) const;
+  bool has_length(std::string_view record, const Surroundings* around) const;
   void begin_block(std::size_t needed, const Surroundings* around);
   void end_block();
   void flush();

@@ -61,8 +61,8 @@ class Segments(InAFolder):
         one = ["T=H:HEAD"]
         for error, word, tables, segments in [
                 (zvrt.Error, "RECORD_NUMBER 1 stands after 2", {"HEAD": table}, one),
-                (zvrt.Error, "RECORD_NUMBER 'x' is no number", {"HEAD": {**table, "RECORD_NUMBER": ["x", 1]}}, one),
-                (zvrt.Error, "RECORD_NUMBER '' is no number", {"HEAD": {**table, "RECORD_NUMBER": [None, 1]}}, one),
+                (zvrt.Error, "RECORD_NUMBER 'x' of row 1 is no number", {"HEAD": {**table, "RECORD_NUMBER": ["x", 1]}}, one),
+                (zvrt.Error, "RECORD_NUMBER '' of row 1 is no number", {"HEAD": {**table, "RECORD_NUMBER": [None, 1]}}, one),
                 (zvrt.Error, "no column 'RECORD_NUMBER'", {"HEAD": {"T": ["H"], "A": [1]}}, one),
                 (ValueError, "for segments HEAD", {"TAIL": table}, one),
                 (ValueError, "a list", {"HEAD": table}, "T=H:HEAD"),
@@ -109,6 +109,31 @@ class KeptBytes(InAFolder):
             self.OF.write(self.path, {"A": ["a"], "N": [1]}, keep_bytes=True, replace=True)
         with self.assertRaisesRegex(zvrt.Error, "the layout has no column 'RECORD_BYTES'"):
             self.OF.write(self.path, table, replace=True)
+
+
+class RecordsThatWouldReadAsOthers(InAFolder):
+    # A record that its own file could not give back is left out and told of, whether refused rows are kept or not.
+    LINE = layout("A PIC X(3)")
+    LONG = layout("L PIC 9(2)", "N PIC S9(3) COMP-3", "B PIC XX")
+
+    def test_they_are_refused(self):
+        newline = {"A": ["one", "t\x85o", "six"]}
+        beyond = {"L": [2, 6, 2], "N": [None, 1, 1], "B": ["ab", "cd", "ef"]}
+        null = (1, "N", "ZVRT_RC_NULL_REFUSED")
+        for of, options, table, on_reject, refused in [
+                (self.LINE, {"record_format": "D"}, newline, "skip", [(2, "", "RX_NEWLINE")]),
+                (self.LINE, {"record_format": "D"}, newline, "keep", [(2, "", "RX_NEWLINE")]),
+                (self.LONG, {"length_field": "L"}, beyond, "skip", [null, (3, "", "RX_LENGTH")]),
+                (self.LONG, {"length_field": "L"}, beyond, "keep",
+                 [null, (1, "", "RX_LENGTH"), (3, "", "RX_LENGTH")])]:
+            with self.subTest(options, on_reject=on_reject):
+                written = of.write(self.path, table, on_reject=on_reject, replace=True, **options)
+                self.assertEqual([(each.record, each.field, each.name) for each in written.rejects], refused)
+                left = 3 - len({each.record for each in written.rejects})
+                self.assertEqual(written.records, left)
+                self.assertEqual(len(rows(of.read(self.path, **options))), left)
+        with self.assertRaisesRegex(zvrt.Error, "row 2: the record holds what ends a line"):
+            self.LINE.write(self.path, newline, record_format="D", replace=True, on_reject="stop")
 
 
 class Copies(InAFolder):

@@ -27,7 +27,7 @@ std::unique_ptr<OutputFile> output_of(const Job& job) {
 bool judge(Journal& journal, const Job& job, const MergedRows::Source& source, std::uint64_t number) {
   const auto segment = static_cast<std::size_t>(source.segment - job.segments.data());
   const auto& fields = source.segment->codec->fields();
-  const std::string_view broken = source.broken[source.at];
+  const std::string_view broken = source.broken();
   bool refused = !broken.empty();
   if (refused) journal.refuse({number, std::string(broken), 0, {}, rx_bytes, text_of(rx_bytes)});
   for (std::size_t i = 0; i < fields.size(); ++i) {
@@ -45,12 +45,6 @@ bool judge(Journal& journal, const Job& job, const MergedRows::Source& source, s
                     fields[i]->explain_encode(text, status)});
   }
   return refused;
-}
-
-// Whether a reader would take the record for itself.
-Status form_of(const RecordWriter& writer, std::string_view record, const Surroundings* around) {
-  if (writer.holds_newline(record, around)) return rx_newline;
-  return writer.has_length(record, around) ? Status{ZVRT_RC_OK} : Status{rx_length};
 }
 
 }  // namespace
@@ -71,12 +65,12 @@ int export_table(const Arguments& arguments) {
         break;
       }
       const std::string& record = source->encoded.records[source->at];
-      const Surroundings* const around = source->around.empty() ? nullptr : &source->around[source->at];
+      const Surroundings* const around = source->around();
       bool refused = judge(journal, job, *source, number);
-      const Status form = form_of(writer, record, around);
+      const Status form = writer.refusal(record, around);
       if (!refused && form != ZVRT_RC_OK) journal.refuse({number, "", 0, record, form, text_of(form)});
       if (journal.stops()) throw Failure("stopped at a refusal");
-      const bool can_be_kept = form == ZVRT_RC_OK && source->broken[source->at].empty();
+      const bool can_be_kept = form == ZVRT_RC_OK && source->broken().empty();
       refused = refused || form != ZVRT_RC_OK;
       if (refused && (arguments.on_reject != OnReject::keep || !can_be_kept)) {
         ++journal.left_out;

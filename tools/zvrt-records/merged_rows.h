@@ -2,8 +2,10 @@
 #ifndef ZVRT_TOOLS_ZVRT_RECORDS_MERGED_ROWS_H
 #define ZVRT_TOOLS_ZVRT_RECORDS_MERGED_ROWS_H
 
+#include <optional>
+
 #include "job.h"
-#include "records/formats/record_reader.h"
+#include "kept_bytes.h"
 
 namespace zvrt::records {
 
@@ -13,13 +15,16 @@ class MergedRows {
     const Segment* segment = nullptr;
     std::unique_ptr<TableReader> reader;
     CellBlock block;
-    std::vector<CellColumn> fields;        // of the block
-    EncodedRecords encoded;                // of the block, if records are made of it
-    std::vector<Surroundings> around;      // of the records, where the table keeps them
-    std::vector<std::string_view> broken;  // the column a row's bytes cannot be taken from; else empty
+    std::vector<CellColumn> fields;  // of the block
+    EncodedRecords encoded;          // of the block, if records are made of it
+    std::optional<KeptBytes> kept;   // of the block, if its table keeps them
     std::size_t at = 0;
     std::uint64_t number = 0;  // of the row that is next
     bool ended = false;
+
+    // Of the row that is next.
+    std::string_view broken() const { return kept ? kept->broken[at] : std::string_view(); }
+    const Surroundings* around() const { return kept ? &kept->around[at] : nullptr; }
   };
 
   // `ahead`: tables are read in threads of their own.
@@ -32,7 +37,6 @@ class MergedRows {
   void load(Source& source);
   void find_number(Source& source) const;
   void encode(Source& source) const;
-  static void read_kept_bytes(Source& source, std::vector<std::string>& records);
 
   const Job& job_;
   bool encodes_;
