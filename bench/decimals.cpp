@@ -7,6 +7,7 @@
 #include "harness.h"
 #include "inputs.h"
 #include "peers.h"
+#include "varnums.h"
 
 #if ZVRT_BENCH_WITH_LIBCOB
 #include <libcob.h>
@@ -176,8 +177,6 @@ void register_packed() {
 
 // ---- VARNUM --------------------------------------------------------------------------------------------------------
 
-using Varnum = std::array<unsigned char, 22>;
-
 // Prices have cents: a number's text comes back as it was.
 std::string price_text(Random& random) {
   const std::string cents = digits(random, 2);
@@ -185,43 +184,6 @@ std::string price_text(Random& random) {
 }
 std::string key_text(Random& random) { return digits(random, uniform(random, 1, 18)); }
 std::string long_text(Random& random) { return digits(random, uniform(random, 30, 38)); }
-
-// One pass over well-formed text. Digits are paired from the point, so its place decides whether a first one stands
-// alone.
-Varnum encode_in_one_pass(const wchar_t* text) {
-  const wchar_t* point = std::wcschr(text, L'.');
-  const auto whole = static_cast<std::ptrdiff_t>(point == nullptr ? std::wcslen(text) : point - text);
-  Varnum varnum{};
-  std::size_t size = 2;
-  bool high = whole % 2 == 0;
-  int pair = 0;
-  for (; *text != L'\0' && size < varnum.size(); ++text) {
-    if (*text == L'.') continue;
-    pair = pair * 10 + (*text - L'0');
-    if (!high) {
-      varnum[size++] = static_cast<unsigned char>(pair + 1);
-      pair = 0;
-    }
-    high = !high;
-  }
-  if (!high && size < varnum.size()) varnum[size++] = static_cast<unsigned char>(pair * 10 + 1);
-  while (varnum[size - 1] == 1) --size;
-  varnum[1] = static_cast<unsigned char>(0xC0 + (whole + 1) / 2);
-  varnum[0] = static_cast<unsigned char>(size - 1);
-  return varnum;
-}
-
-std::size_t decode_by_loop(const Varnum& varnum, std::byte* output) {
-  const int whole_pairs = varnum[1] - 0xC0;
-  wchar_t* to = wide(output);
-  for (int i = 0; i < std::max(whole_pairs, varnum[0] - 1); ++i) {
-    const int pair = i < varnum[0] - 1 ? varnum[static_cast<std::size_t>(i + 2)] - 1 : 0;
-    if (i == whole_pairs) *to++ = L'.';
-    if (i > 0 || pair >= 10) *to++ = L'0' + pair / 10;
-    *to++ = L'0' + pair % 10;
-  }
-  return terminated(wide(output), static_cast<std::size_t>(to - wide(output)));
-}
 
 // A number as its text, by our own decoding: peers have formats of their own.
 std::string varnum_text(const std::byte* written, std::size_t /*bytes*/) {
@@ -308,13 +270,13 @@ std::vector<Contender> varnum_encoders(const WideTexts& texts) {
 }
 
 std::vector<Contender> varnum_decoders(const WideTexts& texts) {
-  const auto varnums = rendered(texts, encode_in_one_pass);
+  const auto varnums = rendered(texts, encode_in_one_pass<wchar_t>);
   std::vector<Contender> contenders = {contender("ours", varnums,
                                                  [](const Varnum& varnum, std::byte* out) {
                                                    return call<ZVRTCnvOraVarnumToWVarcharSz_Unsigned, sizeof(wchar_t)>(
                                                        varnum.data(), out);
                                                  }),
-                                       contender("loop", varnums, decode_by_loop)};
+                                       contender("loop", varnums, decode_by_loop<wchar_t>)};
 #if ZVRT_BENCH_WITH_PGTYPES
   const auto numerics = rendered(texts, to_numeric);
   contenders.push_back(contender("pgtypes, widened", numerics, [](const Numeric& number, std::byte* out) {

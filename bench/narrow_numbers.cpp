@@ -5,6 +5,7 @@
 #include "harness.h"
 #include "inputs.h"
 #include "peers.h"
+#include "varnums.h"
 
 #if ZVRT_BENCH_WITH_FAST_FLOAT
 #include <fast_float/fast_float.h>
@@ -147,44 +148,6 @@ void register_packed(std::size_t bytes) {
 
 // ---- VARNUM ----
 
-using Varnum = std::array<unsigned char, 22>;
-
-// One pass over well-formed text: digits are paired from the point, so its place decides whether a first one stands alone.
-Varnum encode_in_one_pass(const char* text) {
-  const char* point = std::strchr(text, '.');
-  const auto whole = static_cast<std::ptrdiff_t>(point == nullptr ? std::strlen(text) : point - text);
-  Varnum varnum{};
-  std::size_t size = 2;
-  bool high = whole % 2 == 0;
-  int pair = 0;
-  for (; *text != '\0' && size < varnum.size(); ++text) {
-    if (*text == '.') continue;
-    pair = pair * 10 + (*text - '0');
-    if (!high) {
-      varnum[size++] = static_cast<unsigned char>(pair + 1);
-      pair = 0;
-    }
-    high = !high;
-  }
-  if (!high && size < varnum.size()) varnum[size++] = static_cast<unsigned char>(pair * 10 + 1);
-  while (varnum[size - 1] == 1) --size;
-  varnum[1] = static_cast<unsigned char>(0xC0 + (whole + 1) / 2);
-  varnum[0] = static_cast<unsigned char>(size - 1);
-  return varnum;
-}
-
-std::size_t decode_by_loop(const Varnum& varnum, std::byte* out) {
-  const int whole_pairs = varnum[1] - 0xC0;
-  char* to = narrow(out);
-  for (int i = 0; i < std::max(whole_pairs, varnum[0] - 1); ++i) {
-    const int pair = i < varnum[0] - 1 ? varnum[static_cast<std::size_t>(i + 2)] - 1 : 0;
-    if (i == whole_pairs) *to++ = '.';
-    if (i > 0 || pair >= 10) *to++ = static_cast<char>('0' + pair / 10);
-    *to++ = static_cast<char>('0' + pair % 10);
-  }
-  return terminated(narrow(out), static_cast<std::size_t>(to - narrow(out)));
-}
-
 // The bytes that count of a VARNUM's 22.
 std::string used_bytes(const std::byte* written, std::size_t /*bytes*/) {
   return {reinterpret_cast<const char*>(written), std::size_t{1} + static_cast<std::size_t>(*written)};
@@ -192,13 +155,13 @@ std::string used_bytes(const std::byte* written, std::size_t /*bytes*/) {
 
 void register_varnum(const char* variant, std::string (*draw)(Random&)) {
   const NarrowTexts texts = packed(*drawn(draw));
-  const auto varnums = rendered(texts, encode_in_one_pass);
+  const auto varnums = rendered(texts, encode_in_one_pass<char>);
   compete({"VARNUM to narrow", 0.8}, variant,
           {contender("ours", varnums,
                      [](const Varnum& varnum, std::byte* out) {
                        return call<ZVRTCnvOraVarnumToVarcharSz_Unsigned, 1>(varnum.data(), out);
                      }),
-           contender("a loop", varnums, decode_by_loop)});
+           contender("a loop", varnums, decode_by_loop<char>)});
   compete(
       {"narrow to VARNUM", 0.8}, variant,
       {contender(
