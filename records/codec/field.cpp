@@ -39,6 +39,8 @@ std::string model_of_table(const std::string& of_record) {
   return model + "." + of_record.substr(fraction, end == std::string::npos ? end : end - fraction);
 }
 
+}  // namespace
+
 ZVRTArray array_of(const char* data, std::int64_t stride) {
   ZVRTArray array{};
   array.size = sizeof array;
@@ -46,8 +48,6 @@ ZVRTArray array_of(const char* data, std::int64_t stride) {
   array.stride = stride;
   return array;
 }
-
-}  // namespace
 
 void DecodedCells::resize(std::size_t count, std::size_t slot_bytes) {
   slot = slot_bytes;
@@ -88,6 +88,7 @@ Field::Field(const Column& column, const CodecOptions& options) : column_(column
     ZVRTType from = text_;
     from.length = 0;
     encode_ = make_plan(from, writes_, column.field);
+    make_gathering();
   }
   const bool is_number =
       table_column_.type != TableColumn::Type::text && table_column_.type != TableColumn::Type::bytes;
@@ -313,49 +314,6 @@ void Field::decode_plan(const FieldBytes& bytes, const std::uint8_t* chosen, Dec
   }
   for (std::size_t i = 0; i < count; ++i)
     if (cells.status[i] != ZVRT_RC_OK) cells.lengths[i] = null_cell;
-}
-
-void Field::encode(const CellColumn& cells, const std::uint8_t* chosen, const FieldBytes& bytes,
-                   std::vector<Status>& status) const {
-  status.assign(bytes.count, ZVRT_RC_OK);
-  std::vector<std::uint8_t> written(bytes.count);
-  for (std::size_t i = 0; i < bytes.count; ++i) {
-    if (chosen != nullptr && chosen[i] == 0) continue;
-    written[i] = cells.is_null(i) ? 0 : 1;
-    if (written[i] != 0) continue;
-    if (null_form_.empty() && column_.indicator == no_index) status[i] = ZVRT_RC_NULL_REFUSED;
-    std::memcpy(bytes.at(i), null_form_.empty() ? empty_.data() : null_form_.data(), length());
-  }
-  encode_plan(cells, written.data(), bytes, status);
-  for (std::size_t i = 0; i < bytes.count; ++i) {
-    if (written[i] == 0) continue;
-    if (status[i] == ZVRT_RC_OK && !null_form_.empty() && column_.indicator == no_index &&
-        std::memcmp(bytes.at(i), null_form_.data(), length()) == 0)
-      status[i] = rx_reads_as_null;
-    if (status[i] != ZVRT_RC_OK) std::memcpy(bytes.at(i), empty_.data(), length());
-  }
-}
-
-void Field::encode_plan(const CellColumn& cells, const std::uint8_t* chosen, const FieldBytes& bytes,
-                        std::vector<Status>& status) const {
-  if (single_) {
-    for (std::size_t i = 0; i < bytes.count; ++i)
-      if (chosen == nullptr || chosen[i] != 0) status[i] = single_->write(cells.at(i), bytes.at(i));
-    return;
-  }
-  ZVRTArray from = array_of(cells.data, cells.stride);
-  from.starts = cells.starts;
-  from.lengths = const_cast<std::int32_t*>(cells.lengths);
-  from.lengthBytes = sizeof(std::int32_t);
-  from.select = chosen;
-  ZVRTArray to = array_of(bytes.records, bytes.stride);
-  to.status = status.data();
-  std::vector<Status> met(bytes.count);
-  to.status = met.data();
-  const Status result = ZVRTPlanRun(encode_.get(), &from, &to, static_cast<std::int64_t>(bytes.count), nullptr);
-  if (result != ZVRT_RC_OK) throw Failure(fmt::format("field {}: {}", column_.field, text_of(result)));
-  for (std::size_t i = 0; i < bytes.count; ++i)
-    if (chosen == nullptr || chosen[i] != 0) status[i] = met[i];
 }
 
 }  // namespace zvrt::records

@@ -53,6 +53,8 @@ struct DestroyPlan {
 using Plan = std::unique_ptr<ZVRTPlan, DestroyPlan>;
 // Throws a Failure that names the field.
 Plan make_plan(const ZVRTType& from, const ZVRTType& to, const std::string& field);
+// Places at equal distances, as plans take them.
+ZVRTArray array_of(const char* data, std::int64_t stride);
 // One value: `length` is the source's, or null where it fills its slot; `written` receives the target's, or is null.
 Status convert_one(const ZVRTPlan& plan, const char* from, const std::int32_t* length, char* to, std::int32_t* written);
 
@@ -89,9 +91,14 @@ class Field {
   void fit_slot();
   void make_date(const CodecOptions& options);
   void make_null(const CodecOptions& options);
+  void make_gathering();
   void decode_plan(const FieldBytes& bytes, const std::uint8_t* chosen, DecodedCells& cells) const;
   void encode_plan(const CellColumn& cells, const std::uint8_t* chosen, const FieldBytes& bytes,
                    std::vector<Status>& status) const;
+  void encode_gathered(const CellColumn& cells, const std::uint8_t* chosen, const FieldBytes& bytes,
+                       Status* status) const;
+  void run(const ZVRTPlan& plan, const CellColumn& cells, const std::uint8_t* chosen, const FieldBytes& bytes,
+           Status* status) const;
   std::string encoded(std::string_view text) const;
   std::string repeated(char first, char second) const;
   bool holds_low_value(const char* bytes) const;
@@ -104,7 +111,9 @@ class Field {
   std::wstring model_;
   std::wstring table_model_;
   Plan decode_;
-  Plan encode_;
+  Plan encode_;    // from text of any length
+  Plan gathered_;  // from text in slots; null: cells are not gathered
+  std::size_t gathered_slot_ = 0;
   std::unique_ptr<SingleValue> single_;
   std::string null_form_;
   std::string blanks_;

@@ -36,6 +36,13 @@ inline std::string unhex(std::string_view text) {
   return bytes;
 }
 
+inline CodecOptions options_of(std::uint32_t page) {
+  CodecOptions options;
+  options.page = code_page(page, '\0');
+  options.native_big = options.ibm_floats = options.page.ebcdic;
+  return options;
+}
+
 class OneField {
  public:
   OneField(const std::string& clauses, const CodecOptions& options)
@@ -43,6 +50,7 @@ class OneField {
         columns_(columns_of(layout_)),
         field_(columns_.list.front(), options) {}
 
+  const Field& field() const { return field_; }
   std::size_t length() const { return field_.length(); }
 
   // The cell, "null", or the name of a status.

@@ -9,6 +9,7 @@ namespace zvrt::records {
 namespace {
 
 using zvrt_records_test::OneField;
+using zvrt_records_test::options_of;
 using zvrt_records_test::unhex;
 
 struct Row {
@@ -18,13 +19,6 @@ struct Row {
   const char* text;
   const char* written;  // of the text; null: the same bytes
 };
-
-CodecOptions options_of(std::uint32_t page) {
-  CodecOptions options;
-  options.page = code_page(page, '\0');
-  options.native_big = options.ibm_floats = options.page.ebcdic;
-  return options;
-}
 
 constexpr Row rows[] = {
     // Zoned: the sign over a digit or beside the digits, C positive, D negative, F unsigned.
