@@ -1,13 +1,9 @@
 #!/usr/bin/env bash
 # The command as people use it: the samples go there and come back, and every form of record file and table.
 set -uo pipefail
-tool=$1
+# shellcheck source=tests/tools/prelude.sh
+. "$(dirname "$0")/prelude.sh"
 data=$2
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work" || exit 1
-failed=0
-fail() { echo "FAILED: $*"; failed=1; }
 expect() { # STATUS arguments...
   local wanted=$1 got=0
   shift

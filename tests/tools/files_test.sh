@@ -1,12 +1,8 @@
 #!/usr/bin/env bash
 # Files survive: every pair of {verb, the way it ends} and {what stood there before}, and kill -9 at random moments.
 set -uo pipefail
-tool=$1
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work" || exit 1
-failed=0
-fail() { echo "FAILED: $*"; failed=1; }
+# shellcheck source=tests/tools/prelude.sh
+. "$(dirname "$0")/prelude.sh"
 
 printf '01 R.\n 05 A PIC X(6).\n 05 N PIC S9(5) COMP-3.\n' >r.cpy
 { echo 'A,N'; for ((i = 0; i < 20000; i++)); do echo "row$((i % 1000)),$i"; done; } >good.csv

@@ -1,12 +1,9 @@
 #!/usr/bin/env bash
 # Memory does not grow with the file: the greatest resident size of runs over files of 100 MB and more stays below 64 MB.
 set -uo pipefail
-tool=$1
 command -v python3 >/dev/null || exit 77
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work" || exit 1
-failed=0
+# shellcheck source=tests/tools/prelude.sh
+. "$(dirname "$0")/prelude.sh"
 
 # STATUS arguments...: runs the tool.
 below_64_mb() {
@@ -16,7 +13,7 @@ below_64_mb() {
 status = subprocess.run(sys.argv[2:], stdout=subprocess.DEVNULL).returncode
 kilobytes = resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss
 print(f"status {status}, {kilobytes} KB", " ".join(sys.argv[3:]))
-sys.exit(status != int(sys.argv[1]) or kilobytes >= 64 * 1024)' "$wanted" "$tool" "$@" || { echo "FAILED"; failed=1; }
+sys.exit(status != int(sys.argv[1]) or kilobytes >= 64 * 1024)' "$wanted" "$tool" "$@" || fail "$@"
 }
 
 printf '01 R.\n 05 A PIC X(1992).\n 05 N PIC S9(9) COMP.\n 05 M PIC S9(9) COMP.\n' >long.cpy

@@ -1,12 +1,8 @@
 #!/usr/bin/env bash
 # A file in ranges: its parts together are the whole, whoever makes them and however often they are killed meanwhile.
 set -uo pipefail
-tool=$1
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work" || exit 1
-failed=0
-fail() { echo "FAILED: $*"; failed=1; }
+# shellcheck source=tests/tools/prelude.sh
+. "$(dirname "$0")/prelude.sh"
 
 printf '01 R.\n 05 A PIC X(16).\n 05 N PIC S9(7) COMP-3.\n' >r.cpy
 seq 1 60000 | awk 'BEGIN { print "A,N" } { printf "row %d,%d\n", $1, $1 * 7 }' >rows.csv

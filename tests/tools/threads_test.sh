@@ -1,12 +1,8 @@
 #!/usr/bin/env bash
 # Any number of threads makes the same bytes: the table, the refusals in their order, the counts and the exit status.
 set -uo pipefail
-tool=$1
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work" || exit 1
-failed=0
-fail() { echo "FAILED: $*"; failed=1; }
+# shellcheck source=tests/tools/prelude.sh
+. "$(dirname "$0")/prelude.sh"
 
 # Some blocks of records; at places of one and of several blocks numbers that are none, and length words that lead nowhere.
 printf '01 R.\n 05 KIND PIC X.\n 05 A PIC X(15).\n 05 N PIC S9(7) COMP-3.\n' >r.cpy
