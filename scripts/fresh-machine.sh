@@ -115,8 +115,10 @@ check_packages() {
     rm -f /usr/local/lib/libZVRT* && ldconfig
     ./scripts/package.sh /tmp/packages >/dev/null 2>&1
     apt-get install --yes --no-install-recommends man-db /tmp/packages/*.deb >/dev/null 2>&1
-    dpkg --verify libzvrtdatacnvlib1 libzvrtdatacnvlib1-dbgsym libzvrtdatacnvlib-dev
+    for package in /tmp/packages/*.deb; do dpkg --verify "$(dpkg-deb --field "$package" Package)"; done
     cd /tmp
+    zvrt-records --version
+    python3 -c "import zvrt; print(zvrt.__file__)" | grep ^/usr/lib/python3
     cc -std=c11 -Wall -Wextra -Werror /root/zvrt/tests/package/consumer.c $(pkg-config --cflags --libs ZVRTDataCnvLib) -o consumer
     ./consumer
     man --where ZVRTCnvCharToWVarcharSz
