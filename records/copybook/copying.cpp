@@ -189,7 +189,8 @@ class Copier {
       statement.fail("the COPY statement is not complete", "it ends with a period");
     auto found = context_.find != nullptr ? (*context_.find)(name, library, file) : std::nullopt;
     if (!found)
-      statement.fail("the copybook " + name + " is not found", "it stands beside this one, or in a folder given by -I");
+      statement.fail("the copybook " + name + " is not found",
+                     "it stands beside this one, or in an include folder (-I, include=)");
     if (depth == deepest || context_.files.size() == most_files)
       statement.fail("copybooks ask for each other without end", "");
     context_.files.push_back(found->file);

@@ -64,7 +64,12 @@ echo x >>p.csv
 first=$?
 "$tool" import -l r.cpy -c ascii --range 1:10000 --manifest list F.dat rejected.csv >/dev/null
 [[ $? -eq $first && $first -eq 1 ]] || fail "a part with refusals: its exit status"
-"$tool" import -l r.cpy -c ascii --range 11:10 --manifest list F.dat p.db -t t >/dev/null && "$tool" import -l r.cpy -c ascii --range 11:10 --manifest list F.dat p.db -t t >report && grep -q 'was done before' report || fail "a database"
+"$tool" import -l r.cpy -c ascii --range 11:10 --manifest list F.dat p.db -t t >/dev/null && "$tool" import -l r.cpy -c ascii --range 11:10 --manifest list F.dat p.db -t t >report && grep -q 'was done before: p.db, 0 refusals' report || fail "a database"
+for replace in "" --replace; do
+  # shellcheck disable=SC2086
+  "$tool" import -l r.cpy -c ascii --range 21:10 --manifest list $replace F.dat p.db -t t >report 2>&1
+  [[ $? -eq 2 ]] && grep -q 'p.db exists already; with --manifest each range makes a database of its own' report || fail "a database of another range: $(cat report)"
+done
 
 # Two processes make the parts, and are killed at random moments; the last run does what is missing.
 "$tool" import -l r.cpy -c ascii --record-format V -r whole2.rejects V.dat whole2.csv >/dev/null

@@ -2,6 +2,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <utility>
 
 #include "conversion.h"
@@ -162,11 +163,13 @@ std::optional<int> take_over(const Job& job, const Manifest& manifest) {
   const auto done = manifest.find();
   if (!done) return std::nullopt;
   Journal journal(job);
+  journal.forget_fields();
   journal.read = done->read;
   journal.carried = done->rows;
   journal.left_out = done->left_out;
   journal.bytes = done->bytes;
-  journal.warn(fmt::format("range {} was done before: {}", job.arguments.range, job.arguments.table_file));
+  journal.warn(fmt::format("range {} was done before: {}, {} refusals", job.arguments.range, job.arguments.table_file,
+                           done->refused));
   journal.report("import");
   return done->refused == 0 ? 0 : 1;
 }
@@ -198,6 +201,9 @@ int import_records(const Arguments& arguments) {
   if (!check_part(job)) return import_all(job, nullptr);
   const Manifest manifest(job);
   if (const auto status = take_over(job, manifest)) return *status;
+  const TableName& table = job.segments.front().table;
+  if (table.kind() == TableName::Kind::sqlite && std::filesystem::exists(table.file))
+    throw Failure(table.file + " exists already; with --manifest each range makes a database of its own");
   return import_all(job, &manifest);
 }
 

@@ -52,6 +52,8 @@ class Journal {
   bool is_shown() const { return visible_; }
   void progress(const TableReader::Progress& now);
   void warn(const std::string& text);
+  // The report will be of a run that was made before, whose fields nobody counted.
+  void forget_fields() { fields_.clear(); }
 
   // The report; throws a Failure if it cannot be written.
   void report(const std::string& what);
