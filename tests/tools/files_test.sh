@@ -109,6 +109,21 @@ printf 'N,A\n1,x\n' >a.csv
 [[ $("$tool" import -l r.cpy one.dat - 2>/dev/null) == $'A,N\r\nrow0,0\r' ]] || fail "records to standard output"
 "$tool" import -l r.cpy <(cat good.dat) piped.csv >/dev/null && "$tool" export -l r.cpy - - <piped.csv 2>/dev/null | cmp -s - good.dat || fail "pipes"
 
+# A run without end is interrupted wherever it is, while rows are refused or passed over too.
+endless() { echo A,N; yes "too long,1"; }
+interrupted() { # arguments...
+  endless | timeout --preserve-status --signal=INT --kill-after=20 1.5 "$tool" "$@" >out 2>&1
+  [[ ${PIPESTATUS[1]} -eq 2 && ! -e never.csv ]] && grep -q 'ended by SIGINT' out || fail "interrupted: $*: $(cat out)"
+}
+interrupted export -l r.cpy --replace -r rejects - never.csv
+interrupted export -l r.cpy --replace -r rejects --range 1000000000000:1 - never.csv
+interrupted import -l r.cpy --replace -r rejects - never.csv
+
+# On a terminal it shows meanwhile how far it is.
+endless | script --quiet --return --command "timeout --signal=INT 1.5 '$tool' export -l r.cpy --replace -r rejects - never.csv <&3" /dev/null 3<&0 >out 2>&1 </dev/null
+grep -q 'records, .* a second' out || fail "no progress is shown: $(cat out)"
+rm -f rejects
+
 # kill -9 at twenty moments, while a file and a table are replaced.
 for ((i = 0; i < 20; i++)); do
   echo old >k.dat

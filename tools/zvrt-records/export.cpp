@@ -59,6 +59,10 @@ int export_table(const Arguments& arguments) {
     RecordWriter writer(*file, job.format);
     while (MergedRows::Source* const source = rows.next()) {
       const std::uint64_t number = ++journal.read;
+      if ((number & 0xFFF) == 0) {
+        if (journal.is_shown()) journal.progress(rows.progress());
+        check_interruption();
+      }
       if (number < job.first) continue;
       if (number - job.first >= job.count) {
         --journal.read;
@@ -79,10 +83,6 @@ int export_table(const Arguments& arguments) {
       ++journal.carried;
       journal.bytes += record.size();
       writer.write(record, around);
-      if ((number & 0xFFF) == 0) {
-        if (journal.is_shown()) journal.progress(rows.progress());
-        check_interruption();
-      }
     }
     writer.finish();
     file->finish();
