@@ -21,8 +21,10 @@ constexpr bool is_utf8_pair(char kind, std::uint32_t code_page) {
   }
 }
 
+constexpr bool is_utf8(char kind, std::uint32_t code_page) { return code_page == 0 || is_utf8_pair(kind, code_page); }
+
 inline bool is_utf8(const FldDef* fldDef) {
-  return fldDef == nullptr || fldDef->codePage == 0 || is_utf8_pair(fldDef->codePageKind, fldDef->codePage);
+  return fldDef == nullptr || is_utf8(fldDef->codePageKind, fldDef->codePage);
 }
 
 }  // namespace zvrt

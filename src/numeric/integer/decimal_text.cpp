@@ -55,10 +55,10 @@ std::int32_t write_decimal_bytes(std::uint64_t magnitude, bool negative, char* d
 namespace {
 
 template <class Unit>
-ZVRT_WRAPS Digits read_units(const void* text) {
+ZVRT_WRAPS Digits read_units(const void* text, std::size_t limit) {
   std::uint64_t value = 0;
   for (std::size_t at = 0;; ++at) {
-    const auto character = load<Unit>(text, at);
+    const auto character = at == limit ? Unit{0} : load<Unit>(text, at);
     const std::uint32_t digit = std::uint32_t{character} - '0';
     if (digit > 9)
       return {value, static_cast<std::int64_t>(at), character == 0 ? Reading::complete : Reading::invalid_character};
@@ -68,7 +68,7 @@ ZVRT_WRAPS Digits read_units(const void* text) {
 
 }  // namespace
 
-Digits read_digits(const void* text) { return read_units<Wide>(text); }
-Digits read_digit_bytes(const char* text) { return read_units<std::uint8_t>(text); }
+Digits read_digits(const void* text, std::size_t limit) { return read_units<Wide>(text, limit); }
+Digits read_digit_bytes(const char* text, std::size_t limit) { return read_units<std::uint8_t>(text, limit); }
 
 }  // namespace zvrt

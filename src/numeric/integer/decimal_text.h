@@ -2,6 +2,7 @@
 // fast path.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 namespace zvrt {
@@ -37,9 +38,12 @@ struct Digits {
   Reading reading;
 };
 
-// Reads wide text of any length up to its terminator or to the first character that is not a digit.
-Digits read_digits(const void* text);
+constexpr std::size_t no_limit = SIZE_MAX;
+
+// Reads wide text of any length up to its terminator or to the first character that is not a digit. Where the limit
+// comes first, the text is complete there, and nothing is read from there on.
+Digits read_digits(const void* text, std::size_t limit = no_limit);
 // The same of bytes.
-Digits read_digit_bytes(const char* text);
+Digits read_digit_bytes(const char* text, std::size_t limit = no_limit);
 
 }  // namespace zvrt

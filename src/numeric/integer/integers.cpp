@@ -16,6 +16,7 @@ struct BaselineKernel {
   static Digits read(const void* text) {
     return read_digits(text);
   }
+  static Digits read_within(const void* text, std::size_t limit) { return read_digits(text, limit); }
 
   static std::int32_t write_bytes(std::uint64_t magnitude, bool negative, char* dst, std::int32_t capacity) {
     return write_decimal_bytes(magnitude, negative, dst, capacity);
@@ -24,6 +25,7 @@ struct BaselineKernel {
   static Digits read_bytes(const char* text) {
     return read_digit_bytes(text);
   }
+  static Digits read_bytes_within(const char* text, std::size_t limit) { return read_digit_bytes(text, limit); }
 };
 
 }  // namespace

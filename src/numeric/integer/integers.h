@@ -26,19 +26,39 @@ namespace zvrt {
 //     static std::int32_t write_bytes(std::uint32_t magnitude, bool negative, char* dst, std::int32_t capacity);
 //     static std::int32_t write_bytes(std::uint64_t magnitude, bool negative, char* dst, std::int32_t capacity);
 //     template <class Accumulator> static Digits read_bytes(const char* text);
+//     // The same two of at most `limit` units, one or more, modulo 2^32.
+//     static Digits read_within(const void* text, std::size_t limit);
+//     static Digits read_bytes_within(const char* text, std::size_t limit);
 //   };
+
+// The digits that a field begins with; none where a version leaves it to the definition.
+struct LeadingDigits {
+  std::uint32_t value;  // modulo 2^32
+  std::uint32_t count;
+};
 
 // The conversions of all types in one version.
 struct IntegerConversions {
   // Digits only, into at least the bytes of the integer; false, and nothing written, for any other text, which then
   // goes through wide text.
   using ParseBytes = bool(const char* text, std::int32_t* srcLen, void* dst, std::uint32_t* outLen);
+  // A number within a text, as ZVRTCnvWVarcharSzToInt2().
+  using ParseRun = Status(const wchar_t* text, std::int32_t* end_pos, std::int32_t* value, std::int32_t start,
+                          std::int32_t max_chars);
+  // A field of bytes: digits, and a '-' before them, up to its end or a terminator. False, and nothing written, for any
+  // other, as with ParseBytes.
+  using ParseField = bool(const char* field, std::size_t length, std::int32_t* dst);
+  // The field has at least one byte.
+  using TakeDigits = LeadingDigits(const char* field, std::size_t length);
 
   ZVRTConversion* render[8];
   ZVRTConversion* parse[8];
   // Of ASCII; for the types that narrow text is converted from and to.
   ZVRTConversion* render_bytes[8];
   ParseBytes* parse_bytes[8];
+  ParseRun* parse_run;
+  ParseField* parse_field;
+  TakeDigits* take_digits;
 };
 
 // A type's place in the tables.
@@ -53,6 +73,8 @@ extern const IntegerConversions integers_avx512;
 
 // Text that fills the capacity or exceeds it: the rare case, compiled for every processor.
 Status terminate_full(void* dst, std::int32_t length, std::int32_t capacity);
+// A number within a text, whatever the text: likewise.
+IntegerConversions::ParseRun parse_any_run;
 
 template <class Int, class Kernel>
 ZVRT_WRAPS Status render_by(const void* src, std::int32_t* srcLen, void* dst, std::int32_t dstSize,
@@ -126,6 +148,50 @@ ZVRT_WRAPS Status parse_by(const void* src, std::int32_t* srcLen, void* dst, std
   return ZVRT_RC_OK;
 }
 
+// The usual number within a text: digits, and a '-' before them, up to the terminator or the limit.
+template <class Kernel, class Unit>
+ZVRT_WRAPS Digits read_plain_run(const Unit* text, std::size_t limit) {
+  if (limit == 0) [[unlikely]]
+    return {0, 0, Reading::not_attempted};
+  // A '-' alone is no sign: nothing after it may be looked at.
+  const Unit first = limit > 1 ? load<Unit>(text) : Unit{0};
+  const std::size_t sign = first == '-' ? 1 : 0;
+  Digits digits;
+  if constexpr (sizeof(Unit) == 1) {
+    digits = Kernel::read_bytes_within(text + sign, limit - sign);
+  } else {
+    digits = Kernel::read_within(text + sign, limit - sign);
+  }
+  return {(digits.value ^ (0 - sign)) + sign, digits.count + static_cast<std::int64_t>(sign), digits.reading};
+}
+
+template <class Kernel>
+Status parse_run_by(const wchar_t* text, std::int32_t* end_pos, std::int32_t* value, std::int32_t start,
+                    std::int32_t max_chars) {
+  const std::size_t limit = max_chars > 0 ? static_cast<std::size_t>(max_chars) : 0;
+  const Digits run = read_plain_run<Kernel>(text + start, limit);
+  if (run.reading != Reading::complete) [[unlikely]]
+    return parse_any_run(text, end_pos, value, start, max_chars);
+  *value = static_cast<std::int32_t>(run.value);
+  *end_pos = static_cast<std::int32_t>(start + run.count);
+  return ZVRT_RC_OK;
+}
+
+template <class Kernel>
+bool parse_field_by(const char* field, std::size_t length, std::int32_t* dst) {
+  const Digits run = read_plain_run<Kernel>(field, length);
+  if (run.reading != Reading::complete || run.count == 0) [[unlikely]]
+    return false;
+  store(dst, 0, static_cast<std::int32_t>(run.value));
+  return true;
+}
+
+template <class Kernel>
+LeadingDigits take_digits_by(const char* field, std::size_t length) {
+  const Digits digits = Kernel::read_bytes_within(field, length);
+  return {static_cast<std::uint32_t>(digits.value), static_cast<std::uint32_t>(digits.count)};
+}
+
 template <class Kernel, class... Ints>
 constexpr IntegerConversions conversions_of(std::type_identity<Ints>...) {
   IntegerConversions conversions{};
@@ -139,6 +205,9 @@ constexpr IntegerConversions with_bytes(IntegerConversions conversions, std::typ
   ((conversions.render_bytes[type_index<Ints>] = render_bytes_by<Ints, Kernel>), ...);
   conversions.parse_bytes[type_index<std::uint32_t>] = parse_bytes_by<std::uint32_t, Kernel>;
   conversions.parse_bytes[type_index<std::uint64_t>] = parse_bytes_by<std::uint64_t, Kernel>;
+  conversions.parse_run = parse_run_by<Kernel>;
+  conversions.parse_field = parse_field_by<Kernel>;
+  conversions.take_digits = take_digits_by<Kernel>;
   return conversions;
 }
 

@@ -1,6 +1,8 @@
 // The 14 conversions of text to integers: those of wide text one line each over one driver; four readers of fields.
 #include "numeric/integer/text_to_integer.h"
 
+#include <cstddef>
+
 #include "ZVRTDataCnvLib.h"
 #include "core/call.h"
 #include "encoding/code_page.h"
@@ -43,6 +45,15 @@ bool parse_plain(const Call& call, bool fits) {
 
 }  // namespace
 
+Status parse_any_run(const wchar_t* text, std::int32_t* end_pos, std::int32_t* value, std::int32_t start,
+                     std::int32_t max_chars) {
+  const NumberRun run = read_run(text, start, max_chars);
+  *value = run.value;
+  if (!run.valid) return ZVRT_RC_ERROR;
+  *end_pos = run.end;
+  return ZVRT_RC_OK;
+}
+
 }  // namespace zvrt
 
 // clang-format off
@@ -76,6 +87,9 @@ uint32_t ZVRTCnvVarcharSzToInt(const char* record, int32_t* dst, int32_t offset,
                                char codePageKind) {
   constexpr std::int32_t max_length = 11;
   if (count < 0 || count > max_length) return ZVRT_RC_INVALID_PARAM;
+  if (is_utf8(codePageKind, codePage) && integers.parse_field(record + offset, static_cast<std::size_t>(count), dst))
+      [[likely]]
+    return ZVRT_RC_OK;
   char field_text[max_length + 1] = {};
   copy_units<char>(field_text, record + offset, count);
   const FldDef field = field_of(codePage, codePageKind);
@@ -85,21 +99,19 @@ uint32_t ZVRTCnvVarcharSzToInt(const char* record, int32_t* dst, int32_t offset,
 
 uint32_t ZVRTCnvWVarcharSzToInt(const wchar_t* text, int32_t* value, int32_t start, int32_t maxChars) {
   int32_t end_pos = 0;
-  return ZVRTCnvWVarcharSzToInt2(text, &end_pos, value, start, maxChars);
+  return integers.parse_run(text, &end_pos, value, start, maxChars);
 }
 
 uint32_t ZVRTCnvWVarcharSzToInt2(const wchar_t* text, int32_t* endPos, int32_t* value, int32_t start,
                                  int32_t maxChars) {
-  const NumberRun run = read_run(text, start, maxChars);
-  *value = run.value;
-  if (!run.valid) return ZVRT_RC_ERROR;
-  *endPos = run.end;
-  return ZVRT_RC_OK;
+  return integers.parse_run(text, endPos, value, start, maxChars);
 }
 
 ZVRT_WRAPS uint32_t ZVRTCnvCharToInt(const char* field, int32_t fieldLen, uint32_t* value) {
-  std::uint32_t number = 0;
-  for (std::int32_t at = 0; at < fieldLen && field[at] != 0; ++at) {
+  const LeadingDigits digits =
+      fieldLen > 0 ? integers.take_digits(field, static_cast<std::size_t>(fieldLen)) : LeadingDigits{0, 0};
+  std::uint32_t number = digits.value;
+  for (auto at = static_cast<std::int32_t>(digits.count); at < fieldLen && field[at] != 0; ++at) {
     if (field[at] == ' ') continue;
     if (field[at] < '0' || field[at] > '9') return ZVRT_RC_ERROR;
     number = number * 10 + static_cast<std::uint32_t>(field[at] - '0');

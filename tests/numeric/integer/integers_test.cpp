@@ -154,5 +154,61 @@ TEST(IntegerBytes, EveryStrayByteIsLeftAlone) {
   }
 }
 
+// A field of at most `length` bytes, of which a version may leave any to the definition.
+void check_field(const Version& version, const char* field, std::size_t length, const std::string& run,
+                 std::int32_t number) {
+  std::int32_t value = 99;
+  const bool taken = version.conversions->parse_field(field, length, &value);
+  ASSERT_EQ(value, taken ? number : 99) << version.name << ": " << run;
+  ASSERT_TRUE(!taken || (!run.empty() && is_number(widened(run), true))) << version.name << ": " << run;
+  if (length == 0) return;
+  const auto [digits, count] = version.conversions->take_digits(field, length);
+  const std::size_t leading = std::min(run.find_first_not_of("0123456789"), run.size());
+  ASSERT_TRUE(count == 0 || count == leading) << version.name << ": " << run;
+  ASSERT_EQ(digits, static_cast<std::uint32_t>(number_of(run.substr(0, count)))) << version.name << ": " << run;
+}
+
+// At most `most` characters of a text. Some digits and then zeros follow its terminator or, where the limit comes first,
+// the limit: up to the end of the memory.
+void check_run(const std::u32string& text, std::int32_t most, std::size_t behind) {
+  const std::u32string run = text.substr(0, static_cast<std::size_t>(most));
+  const bool terminated = run.size() < static_cast<std::size_t>(most);
+  std::u32string memory = run + std::u32string(terminated ? 1 : 0, U'\0') + std::u32string(behind % 5, U'7');
+  memory.append(behind - behind % 5, U'\0');
+  const std::string wide_memory = wide_bytes(memory, false);
+  GuardedBuffer wide(wide_memory.data(), wide_memory.size());
+  const std::string bytes(memory.begin(), memory.end());
+  GuardedBuffer narrow(bytes.data(), bytes.size());
+  const auto [valid, expected, position] = read_run(text, 0, most);
+  for (const Version& version : versions()) {
+    std::int32_t value = 99;
+    std::int32_t end = 99;
+    const auto status = version.conversions->parse_run(wide.as<const wchar_t>(), &end, &value, 0, most);
+    const std::string shown(run.begin(), run.end());
+    ASSERT_EQ(status, valid ? ZVRT_RC_OK : ZVRT_RC_ERROR) << version.name << ": " << shown << ", " << behind;
+    ASSERT_EQ(value, expected) << version.name << ": " << shown << ", " << behind;
+    ASSERT_EQ(end, valid ? position : 99) << version.name << ": " << shown << ", " << behind;
+    ASSERT_NO_FATAL_FAILURE(
+        check_field(version, narrow.as<const char>(), static_cast<std::size_t>(most), shown, expected));
+  }
+}
+
+TEST(IntegerRuns, EveryLengthAndLimitAtEveryDistanceFromThePage) {
+  std::mt19937_64 random(5);
+  for (std::size_t length = 0; length <= 20; ++length) {
+    for (std::size_t behind = 0; behind <= 36; ++behind) {
+      const std::u32string digits = random_digits(length, random);
+      std::u32string stray = digits;
+      if (length > 0) stray[random() % length] = U"-x/:\xB0"[random() % 5];
+      for (const std::u32string& text : {digits, U'-' + digits, stray}) {
+        const auto size = static_cast<std::int32_t>(text.size());
+        for (const std::int32_t most : {0, 1, size - 1, size, size + 1, 8, 16, INT32_MAX}) {
+          ASSERT_NO_FATAL_FAILURE(check_run(text, std::max(most, 0), behind));
+        }
+      }
+    }
+  }
+}
+
 }  // namespace
 }  // namespace zvrt_test

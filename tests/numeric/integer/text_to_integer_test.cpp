@@ -171,6 +171,22 @@ void for_every_text(const std::string& alphabet, std::size_t longest,
   }
 }
 
+TEST(TextToInteger, EveryFieldOfARecord) {
+  for_every_text("07-x.", 5, [](std::string field) {
+    std::replace(field.begin(), field.end(), '.', '\0');
+    GuardedBuffer record(field.data(), field.size());
+    const std::string text = field.substr(0, field.find('\0'));
+    const bool valid = is_number(widened(text), true);
+    std::int32_t value = 4711;
+    ASSERT_EQ(ZVRTCnvVarcharSzToInt(record.as<char>(), &value, 0, static_cast<std::int32_t>(field.size()), 0, 0),
+              text.empty() ? ZVRT_RC_INVALID_PARAM
+              : valid      ? ZVRT_RC_OK
+                           : ZVRT_RC_INVALID_INTEGER)
+        << text;
+    ASSERT_EQ(value, text.empty() || !valid ? 4711 : read_run(widened(text), 0, INT32_MAX).value) << text;
+  });
+}
+
 TEST(TextToInteger, RunWithinAText) {
   for_every_text("07-x", 5, [](const std::string& text) {
     GuardedText guarded(widened(text), 0);
@@ -210,6 +226,8 @@ TEST(TextToInteger, FieldWithBlanks) {
   std::uint32_t value = 0;
   EXPECT_EQ(ZVRTCnvCharToInt(" 4294967297 ", 12, &value), ZVRT_RC_OK);
   EXPECT_EQ(value, 1U);
+  EXPECT_EQ(ZVRTCnvCharToInt("00000000000000000012", 20, &value), ZVRT_RC_OK);
+  EXPECT_EQ(value, 12U);
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "numeric/integer/integers.h"
+#include "support/inlined.h"
 #include "support/read_ahead.h"
 #include "support/wraps.h"
 
@@ -109,7 +110,13 @@ std::uint32_t non_digits(const Constants& all, __m512i digits) {
   return _cvtmask16_u32(_mm512_cmpgt_epu32_mask(digits, load_block(all.nine)));
 }
 
-Reading reading_up_to(const void* text, std::uint32_t at) {
+// Where digits end: at the first lane of another character, or before it at the limit. Without either, beyond all lanes.
+std::size_t end_of_digits(std::uint32_t others, std::size_t limit) {
+  const std::size_t end = _tzcnt_u32(others);
+  return limit < end ? limit : end;
+}
+
+Reading reading_up_to(const void* text, std::size_t at) {
   return load<Wide>(text, at) == 0 ? Reading::complete : Reading::invalid_character;
 }
 
@@ -133,16 +140,16 @@ ZVRT_WRAPS std::uint64_t join_thirty_two(const Constants& all, __m256i digits) {
 }
 
 // Up to 15 digits.
-Digits read_block(const void* text) {
+ZVRT_INLINED Digits read_block(const void* text, std::size_t limit) {
   const Constants& all = constants();
   const __m512i digits = _mm512_sub_epi32(load_block(text), load_block(all.zero));
-  const std::uint32_t others = non_digits(all, digits);
-  if (others == 0) [[unlikely]]
+  const std::size_t end = end_of_digits(non_digits(all, digits), limit);
+  if (end >= 16) [[unlikely]]
     return {0, 0, Reading::not_attempted};
-  const std::uint32_t end = _tzcnt_u32(others);
   const __m128i right_aligned = _mm512_castsi512_si128(
       _mm512_permutex2var_epi8(digits, load_block(all.to_the_right + 16 + end), _mm512_setzero_si512()));
-  return {join_sixteen(all, right_aligned), end, reading_up_to(text, end)};
+  const Reading reading = end == limit ? Reading::complete : reading_up_to(text, end);
+  return {join_sixteen(all, right_aligned), static_cast<std::int64_t>(end), reading};
 }
 
 // Up to 23 digits.
@@ -162,16 +169,17 @@ ZVRT_WRAPS Digits read_block_and_half(const void* text) {
 
 // The bytes of a text that ends within 15 or 31 of them, less the character 0.
 template <class Accumulator>
-ZVRT_WRAPS Digits read_byte_block(const char* text) {
+ZVRT_WRAPS ZVRT_INLINED Digits read_byte_block(const char* text, std::size_t limit) {
   const Constants& all = constants();
   if constexpr (sizeof(Accumulator) == 4) {
     const __m128i digits = _mm_sub_epi8(load_quarter(text), _mm_set1_epi8('0'));
-    const std::uint32_t end = _tzcnt_u32(_mm_cmpgt_epu8_mask(digits, _mm_set1_epi8(9)) | 1U << 16);
-    if (end == 16) return {0, 0, Reading::not_attempted};
+    const std::size_t end = end_of_digits(_mm_cmpgt_epu8_mask(digits, _mm_set1_epi8(9)), limit);
+    if (end >= 16) return {0, 0, Reading::not_attempted};
     const auto used = static_cast<__mmask16>(0xFFFF0000U >> end);
     const __m128i from = _mm_add_epi8(load_quarter(all.positions), _mm_set1_epi8(static_cast<char>(end)));
     const __m128i right_aligned = _mm_maskz_permutexvar_epi8(used, from, digits);
-    return {join_sixteen(all, right_aligned), end, text[end] == 0 ? Reading::complete : Reading::invalid_character};
+    const Reading reading = end == limit || text[end] == 0 ? Reading::complete : Reading::invalid_character;
+    return {join_sixteen(all, right_aligned), static_cast<std::int64_t>(end), reading};
   } else {
     const __m256i digits = _mm256_sub_epi8(load_half(text), _mm256_set1_epi8('0'));
     const std::uint32_t end = _tzcnt_u32(_cvtmask32_u32(_mm256_cmpgt_epu8_mask(digits, _mm256_set1_epi8(9))));
@@ -221,7 +229,13 @@ struct Avx512Kernel {
     constexpr bool is_wide = sizeof(Accumulator) == 8;
     if (!may_read_ahead(text, is_wide ? 96 : 64)) [[unlikely]]
       return {0, 0, Reading::not_attempted};
-    return is_wide ? read_block_and_half(text) : read_block(text);
+    return is_wide ? read_block_and_half(text) : read_block(text, no_limit);
+  }
+
+  static Digits read_within(const void* text, std::size_t limit) {
+    if (!may_read_ahead(text, 64)) [[unlikely]]
+      return {0, 0, Reading::not_attempted};
+    return read_block(text, limit);
   }
 
   // Eight digits narrow to the lower half of 16 bytes; a window from the first digit, or from the sign before it.
@@ -257,7 +271,13 @@ struct Avx512Kernel {
   static Digits read_bytes(const char* text) {
     if (!may_read_ahead(text, sizeof(Accumulator) == 8 ? 32 : 16)) [[unlikely]]
       return {0, 0, Reading::not_attempted};
-    return read_byte_block<Accumulator>(text);
+    return read_byte_block<Accumulator>(text, no_limit);
+  }
+
+  static Digits read_bytes_within(const char* text, std::size_t limit) {
+    if (!may_read_ahead(text, 16)) [[unlikely]]
+      return {0, 0, Reading::not_attempted};
+    return read_byte_block<std::uint32_t>(text, limit);
   }
 };
 

@@ -97,8 +97,10 @@ std::uint64_t join_leading_digits(Block digits, std::int32_t count) {
   return join_digits(shift_down(digits, std::ptrdiff_t{static_cast<std::uint32_t>(count)} - 16));
 }
 
-Digits digits_up_to(const std::byte* text, std::uint64_t value, std::int32_t count) {
-  const bool complete = load<Wide>(text, static_cast<std::size_t>(count)) == 0;
+template <class Unit>
+Digits digits_up_to(const void* text, std::uint64_t value, std::int32_t count, std::size_t limit = no_limit) {
+  const auto end = static_cast<std::size_t>(count);
+  const bool complete = end == limit || load<Unit>(text, end) == 0;
   return {value, count, complete ? Reading::complete : Reading::invalid_character};
 }
 
@@ -110,6 +112,16 @@ ZVRT_WRAPS std::uint64_t with_tail(std::uint64_t head, std::uint64_t tail, std::
   return head * powers[count] + tail;
 }
 
+// Up to fifteen digits of sixteen characters.
+template <class Unit>
+Digits digits_within(const void* text, Block digits, std::size_t limit) {
+  const std::int32_t found = count_leading_digits(digits);
+  const auto count = static_cast<std::int32_t>(min(static_cast<std::size_t>(found), limit));
+  if (count >= 16) [[unlikely]]
+    return not_attempted;
+  return digits_up_to<Unit>(text, join_leading_digits(digits, count), count, limit);
+}
+
 // The 17th digit and up to six more.
 Digits read_on(const std::byte* text, std::uint64_t head) {
   if (!may_read_ahead(text + 64, 32)) [[unlikely]]
@@ -119,7 +131,7 @@ Digits read_on(const std::byte* text, std::uint64_t head) {
   const std::int32_t count = count_leading_digits(digits);
   if (count >= 8) [[unlikely]]
     return not_attempted;
-  return digits_up_to(text, with_tail(head, join_leading_digits(digits, count), count), 16 + count);
+  return digits_up_to<Wide>(text, with_tail(head, join_leading_digits(digits, count), count), 16 + count);
 }
 
 struct Sse41Kernel {
@@ -161,17 +173,20 @@ struct Sse41Kernel {
     if (!may_read_ahead(text, 32)) [[unlikely]]
       return not_attempted;
     const Block zero = _mm_set1_epi8('0');
-    const auto ended = [text](std::uint64_t value, std::int32_t count) -> Digits {
-      return {value, count, text[count] == 0 ? Reading::complete : Reading::invalid_character};
-    };
     const Block digits = _mm_sub_epi8(load_block(text), zero);
     const std::int32_t count = count_leading_digits(digits);
-    if (count < 16) return ended(join_leading_digits(digits, count), count);
+    if (count < 16) return digits_up_to<char>(text, join_leading_digits(digits, count), count);
     const Block more = _mm_sub_epi8(load_block(text + 16), zero);
     const std::int32_t following = count_leading_digits(more);
     if (following >= 8) return not_attempted;
-    return ended(with_tail(join_leading_digits(digits, count), join_leading_digits(more, following), following),
-                 count + following);
+    const std::uint64_t value =
+        with_tail(join_leading_digits(digits, count), join_leading_digits(more, following), following);
+    return digits_up_to<char>(text, value, count + following);
+  }
+  static Digits read_bytes_within(const char* text, std::size_t limit) {
+    if (!may_read_ahead(text, 16)) [[unlikely]]
+      return not_attempted;
+    return digits_within<char>(text, _mm_sub_epi8(load_block(text), _mm_set1_epi8('0')), limit);
   }
 
   template <class Accumulator>
@@ -181,12 +196,18 @@ struct Sse41Kernel {
       return not_attempted;
     const Block digits = _mm_packs_epi16(eight_characters(text), eight_characters(text + 32));
     const std::int32_t count = count_leading_digits(digits);
-    if (count < 16) return digits_up_to(text, join_leading_digits(digits, count), count);
+    if (count < 16) return digits_up_to<Wide>(text, join_leading_digits(digits, count), count);
     if constexpr (sizeof(Accumulator) == 8) {
       return read_on(text, join_leading_digits(digits, count));
     } else {
       return not_attempted;
     }
+  }
+  static Digits read_within(const void* src, std::size_t limit) {
+    const auto* const text = static_cast<const std::byte*>(src);
+    if (!may_read_ahead(text, 64)) [[unlikely]]
+      return not_attempted;
+    return digits_within<Wide>(text, _mm_packs_epi16(eight_characters(text), eight_characters(text + 32)), limit);
   }
 };
 
