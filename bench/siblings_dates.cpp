@@ -146,6 +146,21 @@ void register_kinds_of_text(const Set<ZVRTTS>& moments) {
       from_wide, wides, read_wide);
 }
 
+// What a caller does whose model is a text: it makes the tokens anew for each value.
+template <auto conversion, class Char>
+std::size_t by_new_tokens(const Char* text, std::byte* out) {
+  const wchar_t* const model = day().text();
+  std::array<FmtCode, 32> codes;
+  DtKind kind = ZVRT_DT_DATE;
+  ZVRTGetFormatCodes(model, codes.data(), &kind);
+  DtFormatDesc format{};
+  format.model = codes.data();
+  format.modelLen = static_cast<std::int32_t>(std::wcslen(model));
+  FldDef field{};
+  field.dtFormat = &format;
+  return call<conversion, 1>(text, out, &field);
+}
+
 void register_dates_and_times(const Set<ZVRTTS>& moments) {
   const auto* const from_wide = "ours, WVarcharSz to TS";
   const WideTexts days = wide_texts(moments, day());
@@ -170,7 +185,9 @@ void register_dates_and_times(const Set<ZVRTTS>& moments) {
         ZVRTDateCharToDate(text, &date);
         return stored(date.date, out);
       },
-      "ours, VarcharSz to TS", narrows, by<ZVRTCnvDateTimeSzToZVRTTS, 1, day>, AsWritten{}, first_three_fields);
+      "ours, tokens, then VarcharSz to TS", narrows,
+      [](const char* text, std::byte* out) { return by_new_tokens<ZVRTCnvDateTimeSzToZVRTTS>(text, out); }, AsWritten{},
+      first_three_fields);
   const auto utf16 = rendered(days, [](const wchar_t* text) { return std::u16string(text, text + std::wcslen(text)); });
   beside(
       "ZVRTUTF16DateCharToDate", utf16,
@@ -180,7 +197,16 @@ void register_dates_and_times(const Set<ZVRTTS>& moments) {
                                 static_cast<std::int32_t>(text.size()), &date);
         return stored(date.date, out);
       },
-      from_wide, days, read_day, AsWritten{}, first_three_fields);
+      "ours, tokens, Convert16To32, then WVarcharSz to TS", utf16,
+      [](const std::u16string& text, std::byte* out) {
+        std::array<wchar_t, 32> characters;
+        std::uint32_t count = 0;
+        Convert16To32(reinterpret_cast<const std::uint16_t*>(text.data()), static_cast<std::int32_t>(text.size()),
+                      characters.data(), static_cast<std::int32_t>(characters.size()) - 1, &count);
+        characters[count] = L'\0';
+        return by_new_tokens<ZVRTCnvDateTimeWSzToZVRTTS>(characters.data(), out);
+      },
+      AsWritten{}, first_three_fields);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <cwchar>
 
 #include "ZVRTDataCnvLib.h"
@@ -36,7 +37,11 @@ Status read_by_own_model(DateWithModel* record, Read read) {
   field.dtFormat = &format;
   ZVRTTS ts;
   if (const Status status = read(ts, field); status != ZVRT_RC_OK) return status;
-  store(record, 0, ZVRTDate{ts.year, ts.month, ts.day});  // its first member
+  // The first fields of both. Made as a value first, they would be stored singly and loaded by pairs, which waits.
+  static_assert(offsetof(DateWithModel, date) == 0 && offsetof(ZVRTTS, year) == offsetof(ZVRTDate, year) &&
+                offsetof(ZVRTTS, month) == offsetof(ZVRTDate, month) &&
+                offsetof(ZVRTTS, day) == offsetof(ZVRTDate, day));
+  std::memcpy(record, &ts, sizeof(ZVRTDate));
   return ZVRT_RC_OK;
 }
 
