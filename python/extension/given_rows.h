@@ -36,7 +36,7 @@ class GivenRows {
 
   // Of the row.
   std::uint64_t number() const { return number_; }  // RECORD_NUMBER; without segments how many rows there were so far
-  const std::string& record() const { return encoded_.records[static_cast<std::size_t>(row_)]; }
+  std::string_view record() const { return encoded_.records[static_cast<std::size_t>(row_)]; }
   const records::Surroundings* around() const {
     return kept_ ? &kept_->around[static_cast<std::size_t>(row_)] : nullptr;
   }

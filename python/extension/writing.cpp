@@ -57,7 +57,7 @@ class Writing {
     const bool is_good = judge(row);
     if (is_broken || (!is_good && job_.arguments.on_reject != records::OnReject::keep)) return;
     const records::Status form = writer_.refusal(row.record(), row.around());
-    if (form != ZVRT_RC_OK) return refuse({read, "", 0, row.record(), form, records::text_of(form)});
+    if (form != ZVRT_RC_OK) return refuse({read, "", 0, std::string(row.record()), form, records::text_of(form)});
     writer_.write(row.record(), row.around());
     ++written;
   }

@@ -145,12 +145,15 @@ void RecordCodec::apply_indicators(const DecodedRecords& decoded, std::size_t co
   }
 }
 
-void RecordCodec::write_indicators(const std::vector<CellColumn>& cells, std::size_t row, const Masks& chosen,
+// No masks: all fields are written.
+void RecordCodec::write_indicators(const std::vector<CellColumn>& cells, std::size_t count, const Masks& chosen,
                                    char* form) const {
   for (std::size_t i = 0; i < fields_.size(); ++i) {
     const std::size_t indicator = fields_[i]->column().indicator;
-    if (indicator == no_index || chosen[i][row] == 0) continue;
-    form[columns_.indicators[indicator].offset] = cells[i].is_null(row) ? indicates_null : indicates_value;
+    if (indicator == no_index) continue;
+    char* at = form + columns_.indicators[indicator].offset;
+    for (std::size_t row = 0; row < count; ++row, at += columns_.length)
+      if (chosen.empty() || chosen[i][row] != 0) *at = cells[i].is_null(row) ? indicates_null : indicates_value;
   }
 }
 

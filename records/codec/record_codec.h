@@ -11,6 +11,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "records/codec/field.h"
@@ -46,8 +47,32 @@ struct DecodedRecords {
   std::int64_t stride = 0;
 };
 
+// Records one after the other.
+class RecordList {
+ public:
+  void clear() {
+    bytes_.clear();
+    ends_.clear();
+  }
+  void add(std::string_view record) {
+    bytes_.append(record);
+    ends_.push_back(bytes_.size());
+  }
+  // Where the first of them stands.
+  char* data() { return bytes_.data(); }
+  std::size_t size() const { return ends_.size(); }
+  std::string_view operator[](std::size_t row) const {
+    const std::size_t begin = row == 0 ? 0 : ends_[row - 1];
+    return {bytes_.data() + begin, ends_[row] - begin};
+  }
+
+ private:
+  std::string bytes_;
+  std::vector<std::size_t> ends_;
+};
+
 struct EncodedRecords {
-  std::vector<std::string> records;
+  RecordList records;
   std::vector<std::vector<Status>> status;  // of each field
   std::vector<std::uint8_t> refused;
 };
@@ -85,9 +110,15 @@ class RecordCodec {
                        EncodedRecords& encoded) const;
   void find_changes(const std::vector<CellColumn>& cells, const DecodedRecords& old, std::size_t count,
                     Masks& changed) const;
-  void write_indicators(const std::vector<CellColumn>& cells, std::size_t row, const Masks& chosen, char* form) const;
-  std::string compose(const std::vector<CellColumn>& cells, std::size_t row, const char* form, const std::string* base,
-                      const Masks& chosen, EncodedRecords& encoded) const;
+  void write_indicators(const std::vector<CellColumn>& cells, std::size_t count, const Masks& chosen, char* form) const;
+  bool stands_in_form() const;
+  void encode_in_form(const std::vector<CellColumn>& cells, std::size_t count, EncodedRecords& encoded) const;
+  void encode_apart(const std::vector<CellColumn>& cells, std::size_t count, const std::vector<std::string>* bases,
+                    EncodedRecords& encoded) const;
+  void encode_fields(const std::vector<CellColumn>& cells, std::size_t count, const Masks& chosen, char* form,
+                     EncodedRecords& encoded) const;
+  void compose(const std::vector<CellColumn>& cells, std::size_t row, const char* form, const std::string* base,
+               const Masks& chosen, std::string& record, EncodedRecords& encoded) const;
   std::size_t cut_nulls(const std::vector<CellColumn>& cells, std::size_t row, std::size_t length,
                         EncodedRecords& encoded) const;
   // Bytes to start from: whether there are some, and whether the fields stand in the record where they stood in them.

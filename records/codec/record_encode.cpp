@@ -112,8 +112,9 @@ void RecordCodec::drop_blanks(const Slide& slide, const std::string* base, std::
   while (record.size() > end && record.back() == blank_) record.pop_back();
 }
 
-std::string RecordCodec::compose(const std::vector<CellColumn>& cells, std::size_t row, const char* form,
-                                 const std::string* base, const Masks& chosen, EncodedRecords& encoded) const {
+void RecordCodec::compose(const std::vector<CellColumn>& cells, std::size_t row, const char* form,
+                          const std::string* base, const Masks& chosen, std::string& record,
+                          EncodedRecords& encoded) const {
   Slide slide(columns_, options_.shift);
   const VariableTable* const wrong =
       slide.take([&](const VariableTable& table, std::size_t) -> std::optional<std::size_t> {
@@ -128,7 +129,7 @@ std::string RecordCodec::compose(const std::vector<CellColumn>& cells, std::size
   for (const VariableTable& table : columns_.tables)
     if (const std::size_t count = find(table.item->depends_on->name); count != no_index)
       moved = moved || chosen[count][row] != 0;
-  std::string record;
+  record.clear();
   const bool keeps = base != nullptr && !(moved && options_.shift);
   if (keeps) {
     record = *base;
@@ -146,7 +147,6 @@ std::string RecordCodec::compose(const std::vector<CellColumn>& cells, std::size
     place_fields(cells, row, form, slide, {keeps, base != nullptr}, chosen, record, encoded);
   if (!keeps) fit_length(cells, row, slide, record, encoded);
   if (options_.pads_blanks) drop_blanks(slide, base, record);
-  return record;
 }
 
 // Whether a record that grows gives no other field bytes that its null is not.
@@ -190,12 +190,34 @@ void RecordCodec::place_fields(const std::vector<CellColumn>& cells, std::size_t
   }
 }
 
-void RecordCodec::encode(const std::vector<CellColumn>& cells, std::size_t count, const std::vector<std::string>* bases,
-                         EncodedRecords& encoded) const {
-  std::vector<char> form(count * columns_.length);
-  for (std::size_t row = 0; row < count; ++row)
-    std::copy(empty_.begin(), empty_.end(), form.begin() + static_cast<std::ptrdiff_t>(row * columns_.length));
-  encoded.status.assign(fields_.size(), std::vector<Status>(count, ZVRT_RC_OK));
+void RecordCodec::encode_fields(const std::vector<CellColumn>& cells, std::size_t count, const Masks& chosen,
+                                char* form, EncodedRecords& encoded) const {
+  for (std::size_t i = 0; i < fields_.size(); ++i) {
+    const FieldBytes bytes{form + fields_[i]->column().offset, static_cast<std::int64_t>(columns_.length), count};
+    fields_[i]->encode(cells[i], chosen.empty() ? nullptr : chosen[i].data(), bytes, encoded.status[i]);
+  }
+  write_indicators(cells, count, chosen, form);
+}
+
+// Whether every record made without a base is one of the form itself: nothing moves, and nothing has other lengths.
+bool RecordCodec::stands_in_form() const {
+  const bool may_differ = options_.shift || options_.pads_blanks || options_.may_be_short || options_.lengths_vary;
+  return !may_differ && columns_.tables.empty() && columns_.areas.empty() && length_field_ == no_index &&
+         options_.record_length <= columns_.length;
+}
+
+// The fields are written where the records stand.
+void RecordCodec::encode_in_form(const std::vector<CellColumn>& cells, std::size_t count,
+                                 EncodedRecords& encoded) const {
+  for (std::size_t row = 0; row < count; ++row) encoded.records.add(empty_);
+  encode_fields(cells, count, {}, encoded.records.data(), encoded);
+}
+
+// The fields are written into a form beside the records, which are composed of it one by one.
+void RecordCodec::encode_apart(const std::vector<CellColumn>& cells, std::size_t count,
+                               const std::vector<std::string>* bases, EncodedRecords& encoded) const {
+  std::vector<char> form;
+  for (auto& status : encoded.status) status.assign(count, ZVRT_RC_OK);
   Masks chosen(fields_.size(), std::vector<std::uint8_t>(count, 1));
   Masks changed;
   if (bases != nullptr) {
@@ -209,27 +231,41 @@ void RecordCodec::encode(const std::vector<CellColumn>& cells, std::size_t count
     }
     DecodedRecords old;
     decode({bytes.data(), 0, starts.data(), lengths.data(), count}, old);
-    form.assign(old.form.begin(), old.form.end());
     find_changes(cells, old, count, chosen);
+    form = std::move(old.form);
     changed = chosen;
+  } else {
+    form.reserve(count * columns_.length);
+    for (std::size_t row = 0; row < count; ++row) form.insert(form.end(), empty_.begin(), empty_.end());
   }
-  std::vector<std::vector<Status>> conflicts;
   choose_meanings(cells, count, changed, chosen, encoded);
-  conflicts = encoded.status;
-  for (std::size_t i = 0; i < fields_.size(); ++i) {
-    const FieldBytes bytes{form.data() + fields_[i]->column().offset, static_cast<std::int64_t>(columns_.length),
-                           count};
-    fields_[i]->encode(cells[i], chosen[i].data(), bytes, encoded.status[i]);
+  std::vector<std::vector<Status>> conflicts;
+  if (!columns_.areas.empty()) conflicts = encoded.status;
+  encode_fields(cells, count, chosen, form.data(), encoded);
+  for (std::size_t i = 0; i < conflicts.size(); ++i)
     for (std::size_t row = 0; row < count; ++row)
       if (conflicts[i][row] != ZVRT_RC_OK) encoded.status[i][row] = conflicts[i][row];
-  }
-  encoded.records.resize(count);
-  encoded.refused.assign(count, 0);
+  std::string record;
   for (std::size_t row = 0; row < count; ++row) {
-    char* const at = form.data() + row * columns_.length;
-    write_indicators(cells, row, chosen, at);
-    encoded.records[row] = compose(cells, row, at, bases != nullptr ? &(*bases)[row] : nullptr, chosen, encoded);
-    for (const auto& status : encoded.status)
+    compose(cells, row, form.data() + row * columns_.length, bases != nullptr ? &(*bases)[row] : nullptr, chosen,
+            record, encoded);
+    encoded.records.add(record);
+  }
+}
+
+void RecordCodec::encode(const std::vector<CellColumn>& cells, std::size_t count, const std::vector<std::string>* bases,
+                         EncodedRecords& encoded) const {
+  encoded.records.clear();
+  encoded.status.resize(fields_.size());
+  if (bases == nullptr && stands_in_form())
+    encode_in_form(cells, count, encoded);
+  else
+    encode_apart(cells, count, bases, encoded);
+  encoded.refused.assign(count, 0);
+  for (const auto& status : encoded.status) {
+    Status any = ZVRT_RC_OK;
+    for (const Status each : status) any |= each;
+    for (std::size_t row = 0; any != ZVRT_RC_OK && row < count; ++row)
       if (status[row] != ZVRT_RC_OK) encoded.refused[row] = 1;
   }
 }

@@ -132,7 +132,7 @@ class RoundTrip : public ::testing::Test {
     for (std::size_t i = 0; i < codec.fields().size(); ++i) cells.push_back(block.column(i));
     EncodedRecords encoded;
     codec.encode(cells, 1, nullptr, encoded);
-    const std::string whole = encoded.records.front();
+    const std::string whole(encoded.records[0]);
     std::string record = whole;
     for (std::size_t hits = below(4); hits > 0 && !record.empty(); --hits)
       record[below(record.size())] = static_cast<char>(below(256));

@@ -1,4 +1,7 @@
 // A table to records: a block of rows is encoded column by column, and the rows of all segments are merged.
+#include <algorithm>
+#include <utility>
+
 #include "journal.h"
 #include "merged_rows.h"
 #include "places.h"
@@ -23,29 +26,68 @@ std::unique_ptr<OutputFile> output_of(const Job& job) {
   return std::make_unique<RegularOutput>(job.arguments.records.front(), job.existing());
 }
 
-// Counts the cells of a row, and tells of the refused ones. True if there were any.
+std::size_t index_of(const Job& job, const MergedRows::Source& source) {
+  return static_cast<std::size_t>(source.segment - job.segments.data());
+}
+
+// Tells of what was refused in a row. True if there was anything.
 bool judge(Journal& journal, const Job& job, const MergedRows::Source& source, std::uint64_t number) {
-  const auto segment = static_cast<std::size_t>(source.segment - job.segments.data());
-  const auto& fields = source.segment->codec->fields();
   const std::string_view broken = source.broken();
-  bool refused = !broken.empty();
-  if (refused) journal.refuse({number, std::string(broken), 0, {}, rx_bytes, text_of(rx_bytes)});
+  if (!broken.empty()) journal.refuse({number, std::string(broken), 0, {}, rx_bytes, text_of(rx_bytes)});
+  if (source.encoded.refused[source.at] == 0) return !broken.empty();
+  const auto& fields = source.segment->codec->fields();
   for (std::size_t i = 0; i < fields.size(); ++i) {
     const Status status = source.encoded.status[i][source.at];
-    FieldCounts& counts = journal.field(segment, i);
+    if (status == ZVRT_RC_OK) continue;
+    ++journal.field(index_of(job, source), i).refused[status];
     const bool null = source.fields[i].is_null(source.at);
-    if (status == ZVRT_RC_OK) {
-      ++(null ? counts.nulls : counts.converted);
-      continue;
-    }
-    refused = true;
-    ++counts.refused[status];
     const std::string_view text = null ? std::string_view() : source.fields[i].at(source.at);
     journal.refuse({number, fields[i]->column().field, fields[i]->column().offset, text, status,
                     fields[i]->explain_encode(text, status)});
   }
-  return refused;
+  return true;
 }
+
+// Counts the cells of rows that were judged, those of a block at once: one loop down each column.
+class Tally {
+ public:
+  Tally(Journal& journal, const Job& job) : journal_(journal), job_(job), from_(job.segments.size()) {}
+
+  // The source's row is not to be counted, nor was one before it.
+  void pass(const MergedRows::Source& source) { from_[index_of(job_, source)] = is_last(source) ? 0 : source.at + 1; }
+  void judged(const MergedRows::Source& source) {
+    if (is_last(source)) count(source, source.block.rows);
+  }
+  // What was judged of blocks that did not come to their ends.
+  void finish(const std::vector<MergedRows::Source>& sources) {
+    for (const MergedRows::Source& source : sources)
+      if (!source.ended) count(source, source.at);
+  }
+
+ private:
+  static bool is_last(const MergedRows::Source& source) { return source.at + 1 == source.block.rows; }
+
+  void count(const MergedRows::Source& source, std::size_t end) {
+    const std::size_t segment = index_of(job_, source);
+    const std::size_t begin = std::exchange(from_[segment], 0);
+    std::vector<std::size_t> refused;
+    for (std::size_t row = begin; row < end; ++row)
+      if (source.encoded.refused[row] != 0) refused.push_back(row);
+    for (std::size_t i = 0; i < source.fields.size(); ++i) {
+      const std::int32_t* const lengths = source.fields[i].lengths;
+      auto nulls = static_cast<std::uint64_t>(std::count(lengths + begin, lengths + end, null_cell));
+      std::uint64_t values = end - begin - nulls;
+      for (const std::size_t row : refused)
+        if (source.encoded.status[i][row] != ZVRT_RC_OK) --(lengths[row] == null_cell ? nulls : values);
+      journal_.field(segment, i).nulls += nulls;
+      journal_.field(segment, i).converted += values;
+    }
+  }
+
+  Journal& journal_;
+  const Job& job_;
+  std::vector<std::size_t> from_;  // of each segment's block, the first row that is not counted yet
+};
 
 }  // namespace
 
@@ -57,20 +99,25 @@ int export_table(const Arguments& arguments) {
     MergedRows rows(job, true, threads_of(arguments) > 1);
     const auto file = output_of(job);
     RecordWriter writer(*file, job.format);
+    Tally tally(journal, job);
     while (MergedRows::Source* const source = rows.next()) {
       const std::uint64_t number = ++journal.read;
       if ((number & 0xFFF) == 0) {
         if (journal.is_shown()) journal.progress(rows.progress());
         check_interruption();
       }
-      if (number < job.first) continue;
+      if (number < job.first) {
+        tally.pass(*source);
+        continue;
+      }
       if (number - job.first >= job.count) {
         --journal.read;
         break;
       }
-      const std::string& record = source->encoded.records[source->at];
+      const std::string_view record = source->encoded.records[source->at];
       const Surroundings* const around = source->around();
       bool refused = judge(journal, job, *source, number);
+      tally.judged(*source);
       const Status form = writer.refusal(record, around);
       if (!refused && form != ZVRT_RC_OK) journal.refuse({number, "", 0, record, form, text_of(form)});
       if (journal.stops()) throw Failure("stopped at a refusal");
@@ -84,6 +131,7 @@ int export_table(const Arguments& arguments) {
       journal.bytes += record.size();
       writer.write(record, around);
     }
+    tally.finish(rows.sources());
     writer.finish();
     file->finish();
     journal.keep_rejects();

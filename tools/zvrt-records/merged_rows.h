@@ -31,6 +31,7 @@ class MergedRows {
   MergedRows(const Job& job, bool encodes, bool ahead = false);
   // The source whose row is next, at its `at`; null after the last one. The row stays until the next call.
   Source* next();
+  const std::vector<Source>& sources() const { return sources_; }
   TableReader::Progress progress() { return sources_.front().reader->progress(); }
 
  private:

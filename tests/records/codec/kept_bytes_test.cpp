@@ -23,7 +23,8 @@ class KeptBytes : public ::testing::Test {
  protected:
   std::size_t below(std::size_t limit) { return std::uniform_int_distribution<std::size_t>(0, limit - 1)(random_); }
 
-  static void decode(const RecordCodec& codec, const std::vector<std::string>& records, DecodedRecords& decoded) {
+  template <class Records>
+  static void decode(const RecordCodec& codec, const Records& records, DecodedRecords& decoded) {
     testing::decode(codec, records, decoded);
     for (DecodedCells& field : decoded.fields) field.slots.resize(std::max<std::size_t>(field.slots.size(), 1));
   }
@@ -44,7 +45,7 @@ class KeptBytes : public ::testing::Test {
     for (std::size_t i = 0; i < codec.fields().size(); ++i) cells.push_back(block.column(i));
     EncodedRecords encoded;
     codec.encode(cells, 1, nullptr, encoded);
-    std::string record = encoded.records.front();
+    std::string record(encoded.records[0]);
     for (std::size_t hits = below(4); hits > 0 && !record.empty(); --hits)
       record[below(record.size())] = static_cast<char>(below(256));
     if (options.lengths_vary && below(5) == 0) record.resize(below(record.size() + 1));

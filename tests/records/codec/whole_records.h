@@ -3,6 +3,7 @@
 #define ZVRT_TESTS_RECORDS_CODEC_WHOLE_RECORDS_H
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "records/codec/record_codec.h"
@@ -15,11 +16,14 @@ inline std::vector<CellColumn> cells_of(const DecodedRecords& decoded) {
   return cells;
 }
 
-inline void decode(const RecordCodec& codec, const std::vector<std::string>& records, DecodedRecords& decoded) {
+// `records`: a vector of strings, or a RecordList.
+template <class Records>
+void decode(const RecordCodec& codec, const Records& records, DecodedRecords& decoded) {
   std::string bytes;
   std::vector<std::int64_t> starts;
   std::vector<std::int32_t> lengths;
-  for (const std::string& record : records) {
+  for (std::size_t row = 0; row < records.size(); ++row) {
+    const std::string_view record = records[row];
     starts.push_back(static_cast<std::int64_t>(bytes.size()));
     lengths.push_back(static_cast<std::int32_t>(record.size()));
     bytes += record;
