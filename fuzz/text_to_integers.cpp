@@ -30,7 +30,7 @@ void check_field(const std::string& bytes) {
 void zvrt_fuzz::check(Input input) {
   static Source source;
   const bool strays = input.flag();
-  const std::size_t behind = input.below(100);
+  const std::size_t after = input.below(100);
   const std::int32_t most = input.between(-1, 40);
   std::u32string text;
   if (strays) {
@@ -40,7 +40,7 @@ void zvrt_fuzz::check(Input input) {
     text = widened(input.text_over("0123456789019-"));
   }
   // Digits follow the terminator, and the memory ends where they end.
-  const void* const src = source.put(wide_bytes(text) + std::string(behind, '1'));
+  const void* const src = source.put(wide_bytes(text) + std::string(after, '1'));
   check_text<std::uint8_t>(src, text);
   check_text<std::int16_t>(src, text);
   check_text<std::uint32_t>(src, text);

@@ -49,7 +49,7 @@ __attribute__((visibility("default"))) void* ZVRT_GetICUConverterInfo(void* anch
  *
  *  The whole text is examined, also when the destination fills up before its end: an offending place anywhere makes the
  *  status ZVRT_ICU_RC_INVALID_CHAR, and the count then is what stands in the destination. Otherwise the count is the
- *  length of the whole text in characters. What lies behind the characters written is left alone. Lengths below 0 are
+ *  length of the whole text in characters. What lies after the characters written is left alone. Lengths below 0 are
  *  0. A page with shifts starts each text unshifted; one that ends shifted is complete. */
 __attribute__((visibility("default"))) uint32_t ZVRT_IcuMultibyteToWide(void* converter, const void* src,
                                                                         int32_t srcBytes, void* dst, int32_t dstChars,

@@ -1,7 +1,7 @@
 // Where the fields of one record stand whose tables are shorter than they can be.
 //
 // Places of the columns are told for tables of their greatest size. The entries that a record does not have are cuts in
-// that picture; a field behind them stands as many bytes earlier as were cut before it:
+// that picture; a field after them stands as many bytes earlier as were cut before it:
 //
 //   offset   0   1   3   5   7          count 1 of 3
 //   layout   n | e1| e2| e3| trailer    cut [3, 7)

@@ -156,7 +156,7 @@ class DateReader {
     return status;
   }
 
-  // Goes behind the name that stands there, or to the first letter that is in none.
+  // Goes after the name that stands there, or to the first letter that is in none.
   template <class Names>
   std::size_t read_name(const Names& names, std::size_t letters) {
     std::int64_t longest = 0;

@@ -102,7 +102,7 @@ ZVRT_WRAPS inline Shortest find_shortest(Float value) {
   const std::uint64_t tens = multiple / 10;
   const bool has_tens_below = tens != 0 && lower <= 40 * tens;
   const bool has_tens_above = tens != 0 && 40 * tens + 40 <= upper;
-  // Whether there is a shorter one is anybody's guess: no branch.
+  // Whether there is a shorter one is not predictable: no branch.
   const std::uint64_t is_shorter = has_tens_below != has_tens_above ? 1 : 0;
   const std::uint64_t with_tens = tens + (has_tens_above ? 1 : 0);
   const std::uint64_t without = multiple + (goes_up ? 1 : 0);

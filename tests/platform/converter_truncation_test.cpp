@@ -138,7 +138,7 @@ struct Offence {
 const Offence offences[] = {
     {28596, "undefined byte", "ab\xA1z", U"ab"},
     {28596, "undefined byte in the first of several blocks", "abc\xA1 0123456789abcdef", U"abc"},
-    {28596, "undefined byte behind several blocks", "0123456789abcdefghijklmn\xA1", U"0123456789abcdefghijklmn"},
+    {28596, "undefined byte after several blocks", "0123456789abcdefghijklmn\xA1", U"0123456789abcdefghijklmn"},
     {932, "cut pair", "a\x93\xFA\x96", U"a\u65E5"},
     {932, "bad second byte", "a\x93 b", U"a"},
     {932, "undefined pair", std::string("a\x85\x9F", 3), U"a"},

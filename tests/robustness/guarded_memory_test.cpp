@@ -27,12 +27,12 @@ struct Observed {
 };
 
 // The source ends some bytes before the guard page, the destination flush against it; all around is the mark.
-Observed observe(const CallOnBuffers& row, std::size_t size, std::size_t behind, unsigned char mark,
+Observed observe(const CallOnBuffers& row, std::size_t size, std::size_t after, unsigned char mark,
                  bool without_length) {
   static GuardedBuffer source(2 * largest), destination(2 * largest);
   std::memset(source.as<>(), mark, source.size());
   std::memset(destination.as<>(), mark, destination.size());
-  unsigned char* const src = source.tail(row.source.size() + behind);
+  unsigned char* const src = source.tail(row.source.size() + after);
   unsigned char* const dst = destination.tail(size);
   std::memcpy(src, row.source.data(), row.source.size());
   const std::string before = source.bytes();

@@ -65,7 +65,7 @@ ZVRT_INLINED bool find_digits(Bytes text, std::int32_t count, Found& all) {
   const Mask found = is_digit & first(count);
   const Mask others = ~found & first(count);
   const std::int32_t digit_count = _mm_popcnt_u32(found);
-  // Without a branch, as nobody foresees a sign.
+  // Without a branch, as a sign is not predictable.
   const auto front = static_cast<std::uint32_t>(static_cast<std::uint8_t>(_mm256_cvtsi256_si32(text)));
   const Mask is_minus = static_cast<Mask>(front == '-') & others;
   const Mask has_sign = (is_minus | static_cast<Mask>(front == '+')) & others;

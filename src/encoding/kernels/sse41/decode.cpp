@@ -212,7 +212,7 @@ struct EqualCharacters {
   }
 };
 
-// Once a run of them is under way, full blocks are expected: a branch foresees them, and where the next block begins
+// Once a run of them is under way, full blocks are expected: a branch predicts them, and where the next block begins
 // need not wait for the count of this one.
 template <unsigned length>
 ZVRT_INLINED Progress widen_equal(Block bytes, bool under_way, char* dst, std::size_t capacity) {

@@ -239,7 +239,7 @@ ZVRT_WRAPS Rendered render_varnum_sse41(const std::uint8_t* value, void* dst, st
   const auto length = static_cast<std::uint32_t>(layout.length);
   if (layout.length >= capacity || length > 2 * lanes) return left_varnum<Unit>(value, dst, capacity);
 
-  // Tens below, ones above: digit << 8 less ten times the tens there, and the tens once. Behind the mantissa are zeros.
+  // Tens below, ones above: digit << 8 less ten times the tens there, and the tens once. After the mantissa are zeros.
   const Block zeros = all(decimal_vectors.zeros);
   const auto characters = [&](Block words) {
     const Block tens = _mm_mulhi_epu16(words, all(decimal_vectors.tenths));
