@@ -294,10 +294,10 @@ void register_other_numbers() {
   beside(
       "ConvertBCDToOraVarNum", pairs,
       [](const std::string& number, std::byte* out) {
-        std::array<std::uint8_t, 16> bytes;
-        std::memcpy(bytes.data(), number.data(), number.size());
+        // Not copied first: that the digits may be changed is what callers are told, and they are not.
+        auto* pairs_of_digits = reinterpret_cast<std::uint8_t*>(const_cast<char*>(number.data()));
         auto* varnum = reinterpret_cast<std::uint8_t*>(out);
-        ConvertBCDToOraVarNum(varnum, bytes.data(), static_cast<std::int16_t>(number.size()), 0, '+');
+        ConvertBCDToOraVarNum(varnum, pairs_of_digits, static_cast<std::int16_t>(number.size()), 0, '+');
         return std::size_t{1} + varnum[0];
       },
       "ours, VarcharSz to VARNUM", texts,

@@ -8,6 +8,9 @@ namespace zvrt {
 // A magnitude: digits[0] has the weight 100 to the power of the exponent. Without digits it is zero.
 struct Base100 {
   static constexpr std::int32_t max_digits = 20;
+  static constexpr bool digits_are_free = true;  // digit() only loads it
+
+  std::uint8_t digit(std::int32_t index) const { return digits[index]; }
 
   std::uint8_t digits[max_digits];
   std::int32_t count;
