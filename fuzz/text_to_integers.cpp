@@ -16,6 +16,18 @@ void check_run(const void* src, const std::u32string& text, std::int32_t start, 
   ASSERT_EQ(end, expected.valid ? expected.end : 99);
 }
 
+// A field of a record, which may hold no more than eleven bytes.
+void check_record_field(const std::string& bytes) {
+  static zvrt_fuzz::Source source;
+  const std::u32string text = widened(bytes.substr(0, 11));
+  std::int32_t value = 4711;
+  const std::uint32_t status = ZVRTCnvVarcharSzToInt(source.put_as<char>(bytes.substr(0, 11)), &value, 0,
+                                                     static_cast<std::int32_t>(text.size()), 0, '\0');
+  const bool valid = is_number(text, true);
+  ASSERT_EQ(status, text.empty() ? ZVRT_RC_INVALID_PARAM : valid ? ZVRT_RC_OK : ZVRT_RC_INVALID_INTEGER);
+  ASSERT_EQ(value, text.empty() || !valid ? 4711 : read_run(text, 0, INT32_MAX).value);
+}
+
 void check_field(const std::string& bytes) {
   static zvrt_fuzz::Source source;
   const FieldReading expected = read_field(bytes);
@@ -49,4 +61,5 @@ void zvrt_fuzz::check(Input input) {
   check_text<std::int64_t>(src, text);
   check_run(src, text, std::min(1, static_cast<std::int32_t>(text.size())), most);
   check_field(std::string(text.begin(), text.end()));
+  if (!strays) check_record_field(std::string(text.begin(), text.end()));
 }
