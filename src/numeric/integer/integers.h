@@ -42,7 +42,7 @@ struct IntegerConversions {
   // Digits only, into at least the bytes of the integer; false, and nothing written, for any other text, which then
   // goes through wide text.
   using ParseBytes = bool(const char* text, std::int32_t* srcLen, void* dst, std::uint32_t* outLen);
-  // A number within a text, as ZVRTCnvWVarcharSzToInt2().
+  // A number within a text, as ZVRTCnvWVarcharSzToInt2(); `end_pos` may be null.
   using ParseRun = Status(const wchar_t* text, std::int32_t* end_pos, std::int32_t* value, std::int32_t start,
                           std::int32_t max_chars);
   // A field of bytes: digits, and a '-' before them, up to its end or a terminator. False, and nothing written, for any
@@ -173,7 +173,7 @@ Status parse_run_by(const wchar_t* text, std::int32_t* end_pos, std::int32_t* va
   if (run.reading != Reading::complete) [[unlikely]]
     return parse_any_run(text, end_pos, value, start, max_chars);
   *value = static_cast<std::int32_t>(run.value);
-  *end_pos = static_cast<std::int32_t>(start + run.count);
+  if (end_pos != nullptr) *end_pos = static_cast<std::int32_t>(start + run.count);
   return ZVRT_RC_OK;
 }
 

@@ -50,7 +50,7 @@ Status parse_any_run(const wchar_t* text, std::int32_t* end_pos, std::int32_t* v
   const NumberRun run = read_run(text, start, max_chars);
   *value = run.value;
   if (!run.valid) return ZVRT_RC_ERROR;
-  *end_pos = run.end;
+  if (end_pos != nullptr) *end_pos = run.end;
   return ZVRT_RC_OK;
 }
 
@@ -98,8 +98,7 @@ uint32_t ZVRTCnvVarcharSzToInt(const char* record, int32_t* dst, int32_t offset,
 }
 
 uint32_t ZVRTCnvWVarcharSzToInt(const wchar_t* text, int32_t* value, int32_t start, int32_t maxChars) {
-  int32_t end_pos = 0;
-  return integers.parse_run(text, &end_pos, value, start, maxChars);
+  return integers.parse_run(text, nullptr, value, start, maxChars);
 }
 
 uint32_t ZVRTCnvWVarcharSzToInt2(const wchar_t* text, int32_t* endPos, int32_t* value, int32_t start,
