@@ -325,7 +325,8 @@ class RoundTrip : public ::testing::Test {
     } catch (const Failure&) {
       return;  // no column but FILLER, or records longer than the 9999 bytes
     }
-    if (job->segments.front().codec->fields().size() > most_fields) return;
+    const std::size_t fields = job->segments.front().codec->fields().size();
+    if (fields > most_fields || (fields == 1 && table == "t.csv")) return;  // a CSV file of one column has no nulls
     const std::string file = folder_.write("records", random_file(*job));
     records_.clear();
     starts_.clear();
