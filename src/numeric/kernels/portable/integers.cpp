@@ -101,8 +101,8 @@ std::uint64_t load_eight(const std::byte* text) {
 }
 
 // Reads on eight by eight; false where eight more may not be read.
-template <class Unit>
-ZVRT_WRAPS bool read_text(const std::byte* text, Digits& digits, std::size_t limit = no_limit) {
+template <class Unit, bool is_limited>
+ZVRT_WRAPS bool read_text(const std::byte* text, Digits& digits, std::size_t limit) {
   std::uint64_t value = 0;
   for (std::size_t read = 0;; read += 8, text += 8 * sizeof(Unit)) {
     if (!may_read_ahead(text, 8 * sizeof(Unit))) [[unlikely]]
@@ -110,16 +110,17 @@ ZVRT_WRAPS bool read_text(const std::byte* text, Digits& digits, std::size_t lim
     const std::uint64_t characters = load_eight<Unit>(text);
     const std::uint64_t values = characters ^ each_byte * '0';
     const std::uint64_t others = other_than_digits(characters);
-    if (others == 0 && limit - read >= 8) {
+    const std::size_t left = is_limited ? limit - read : no_limit;
+    if (others == 0 && left >= 8) {
       value = value * hundred_million + join_eight(values);
-      if (limit - read > 8) continue;
+      if (left > 8) continue;
       digits = {value, static_cast<std::int64_t>(limit), Reading::complete};
       return true;
     }
     const std::size_t found = static_cast<std::uint32_t>(std::countr_zero(others)) / 8;
-    const std::size_t count = std::min(found, limit - read);
+    const std::size_t count = std::min(found, left);
     const std::uint64_t tail = join_eight(values << 8 << 8 * (7 - count));
-    const bool complete = count == limit - read || load<Unit>(text, count) == 0;
+    const bool complete = count == left || load<Unit>(text, count) == 0;
     digits = {value * decimal_powers[count] + tail, static_cast<std::int64_t>(read + count),
               complete ? Reading::complete : Reading::invalid_character};
     return true;
@@ -145,21 +146,23 @@ struct PortableKernel {
   template <class Accumulator>
   static Digits read(const void* text) {
     Digits digits;
-    return read_text<Wide>(static_cast<const std::byte*>(text), digits) ? digits : read_digits(text);
+    return read_text<Wide, false>(static_cast<const std::byte*>(text), digits, no_limit) ? digits : read_digits(text);
   }
   static Digits read_within(const void* text, std::size_t limit) {
     Digits digits;
-    return read_text<Wide>(static_cast<const std::byte*>(text), digits, limit) ? digits : read_digits(text, limit);
+    return read_text<Wide, true>(static_cast<const std::byte*>(text), digits, limit) ? digits
+                                                                                     : read_digits(text, limit);
   }
   template <class Accumulator>
   static Digits read_bytes(const char* text) {
     Digits digits;
-    return read_text<char>(reinterpret_cast<const std::byte*>(text), digits) ? digits : read_digit_bytes(text);
+    return read_text<char, false>(reinterpret_cast<const std::byte*>(text), digits, no_limit) ? digits
+                                                                                              : read_digit_bytes(text);
   }
   static Digits read_bytes_within(const char* text, std::size_t limit) {
     Digits digits;
     const auto* const bytes = reinterpret_cast<const std::byte*>(text);
-    return read_text<char>(bytes, digits, limit) ? digits : read_digit_bytes(text, limit);
+    return read_text<char, true>(bytes, digits, limit) ? digits : read_digit_bytes(text, limit);
   }
 };
 
