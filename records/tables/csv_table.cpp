@@ -1,7 +1,11 @@
 // CSV files: libcsv reads, CsvFormat writes.
 //
-// The parser calls back for each cell and each row, in the file's order of columns. A cell goes straight to the block's
-// column that wants it; when a chunk of the file ends inside a row, the cells of that row are carried into the next block.
+// The parser calls back for each cell and each row, in the file's order. A cell's text is copied to the end of those before
+// it, and its place noted. A block's columns are drawn from the places, a column at a time; when a chunk of the file ends
+// inside a row, the cells of that row are carried into the next block.
+//
+//   text    ANNA|12|MILLER|7|NOR
+//   places  row 1: ANNA 12 | row 2: MILLER 7 | NOR, of a row that goes on
 #include <csv.h>
 #include <fmt/format.h>
 
@@ -41,36 +45,34 @@ unsigned char parser_options(const TableOptions& options) {
 
 class CsvReader final : public TableReader {
  public:
-  CsvReader(const std::string& file, const std::vector<TableColumn>& columns, const TableOptions& options)
-      : file_(file), null_(options.null_text), parser_(parser_options(options)), chunk_(chunk_bytes) {
+  CsvReader(const std::string& file, std::vector<TableColumn> columns, const TableOptions& options)
+      : file_(file),
+        null_(options.null_text),
+        columns_(std::move(columns)),
+        parser_(parser_options(options)),
+        chunk_(chunk_bytes) {
     csv_set_space_func(&parser_, [](unsigned char) { return 0; });
     csv_set_delim(&parser_, static_cast<unsigned char>(options.delimiter));
-    pending_.columns.resize(columns.size());
-    complete_ = &pending_;
-    while (header_.empty() && !ended_) parse();
+    while (!header_done_ && !ended_) parse();
     if (!header_done_) throw Failure(file_.name() + ": there is no header");
-    find_columns(columns);
-    distribute_first_rows();
   }
 
   bool has(std::size_t column) const override { return is_there_[column]; }
   Progress progress() override { return {file_.offset(), file_.size()}; }
 
   bool next(CellBlock& block) override {
-    std::swap(block, pending_);
-    pending_.clear();
-    pending_.columns.resize(block.columns.size());
-    complete_ = &block;
-    while (block.rows == 0 && !ended_) parse();
+    while (complete_ == 0 && !ended_) parse();
+    draw_columns(block);
     carry(block);
-    complete_ = &pending_;
-    block.first = rows_ + 1;
-    rows_ += block.rows;
     return block.rows != 0;
   }
 
  private:
   using Names = std::vector<std::string>;
+  struct Place {
+    std::int64_t start = 0;
+    std::int32_t length = null_cell;
+  };
 
   void parse() {
     const std::size_t count = file_.read(chunk_.data(), chunk_.size());
@@ -87,7 +89,7 @@ class CsvReader final : public TableReader {
   }
 
   [[noreturn]] void fail(std::uint64_t offset) {
-    throw Failure(fmt::format("{}: row {}, byte {}: {}", file_.name(), rows_ + complete_->rows + 1, offset,
+    throw Failure(fmt::format("{}: row {}, byte {}: {}", file_.name(), rows_ + complete_ + 1, offset,
                               csv_error(&parser_) == CSV_EPARSE ? "a quotation mark inside a cell, or text after one"
                                                                 : csv_strerror(csv_error(&parser_))));
   }
@@ -121,41 +123,26 @@ class CsvReader final : public TableReader {
       header_.emplace_back(text == nullptr ? "" : std::string(text, size));
       return;
     }
-    if (wanted_.empty()) {  // rows of the first chunk, before it is known which columns are wanted
-      early_.push_back(text == nullptr ? std::nullopt : std::optional(std::string(text, size)));
-      return;
-    }
-    const std::size_t place = cells_++;
-    if (place >= wanted_.size() || wanted_[place] == not_wanted) return;
-    put(wanted_[place], text, size);
-  }
-
-  void put(std::size_t column, const char* text, std::size_t size) {
-    if (text == nullptr || (null_ && std::string_view(text, size) == *null_))
-      complete_->add_null(column);
-    else
-      complete_->add(column, {text, size});
+    const std::size_t column = cells_++;
+    if (column >= wanted_.size()) return;
+    Place& place = places_.emplace_back();
+    place.start = static_cast<std::int64_t>(text_.size());
+    if (text == nullptr || wanted_[column] == not_wanted || (null_ && std::string_view(text, size) == *null_)) return;
+    if (size > INT32_MAX) throw Failure(cell_too_long);
+    place.length = static_cast<std::int32_t>(size);
+    text_.append({text, size});
   }
 
   void row() {
     if (!header_done_) {
       header_done_ = true;
-      return;
+      return find_columns(columns_);
     }
-    if (wanted_.empty()) {
-      early_rows_.push_back(early_.size());
-      return;
-    }
-    end_row();
-  }
-
-  void end_row() {
     if (cells_ != wanted_.size())
-      throw Failure(fmt::format("{}: row {} has {} cells, the header has {}", file_.name(), rows_ + complete_->rows + 1,
+      throw Failure(fmt::format("{}: row {} has {} cells, the header has {}", file_.name(), rows_ + complete_ + 1,
                                 cells_, wanted_.size()));
-    for (const std::size_t column : lacking_) complete_->add_null(column);
     cells_ = 0;
-    ++complete_->rows;
+    ++complete_;
   }
 
   void find_columns(const std::vector<TableColumn>& columns) {
@@ -178,54 +165,57 @@ class CsvReader final : public TableReader {
     }
   }
 
-  // The rows that came with the header.
-  void distribute_first_rows() {
-    std::size_t at = 0;
-    const auto give = [&](std::size_t end) {
-      for (; at < end; ++at) {
-        const std::size_t place = cells_++;
-        if (place < wanted_.size() && wanted_[place] != not_wanted)
-          put(wanted_[place], early_[at] ? early_[at]->data() : nullptr, early_[at] ? early_[at]->size() : 0);
-      }
-    };
-    for (const std::size_t end : early_rows_) {
-      give(end);
-      end_row();
+  void draw_columns(CellBlock& block) {
+    block.columns.resize(is_there_.size());
+    block.rows = complete_;
+    block.first = rows_ + 1;
+    for (CellBlock::Cells& cells : block.columns) {
+      cells.starts.resize(complete_);
+      cells.lengths.resize(complete_);
     }
-    give(early_.size());
-    early_.clear();
-    early_rows_.clear();
+    for (std::size_t column = 0; column < wanted_.size(); ++column) {
+      if (wanted_[column] == not_wanted) continue;
+      CellBlock::Cells& cells = block.columns[wanted_[column]];
+      for (std::size_t row = 0; row < complete_; ++row) {
+        const Place& place = places_[row * wanted_.size() + column];
+        cells.starts[row] = place.start;
+        cells.lengths[row] = place.length;
+      }
+    }
+    for (const std::size_t column : lacking_) {
+      block.columns[column].starts.assign(complete_, 0);
+      block.columns[column].lengths.assign(complete_, null_cell);
+    }
   }
 
-  // Cells of a row that is not complete yet go to the next block.
+  // The text is the block's, but for that of a row that is not complete yet.
   void carry(CellBlock& block) {
-    for (std::size_t column = 0; column < block.columns.size(); ++column) {
-      CellBlock::Cells& cells = block.columns[column];
-      if (cells.starts.size() == block.rows) continue;
-      if (cells.lengths.back() == null_cell)
-        pending_.add_null(column);
-      else
-        pending_.add(column, {block.text.data() + cells.starts.back(), static_cast<std::size_t>(cells.lengths.back())});
-      cells.starts.pop_back();
-      cells.lengths.pop_back();
+    std::swap(block.text, text_);
+    text_.clear();
+    places_.erase(places_.begin(), places_.begin() + static_cast<std::ptrdiff_t>(complete_ * wanted_.size()));
+    for (Place& place : places_) {
+      const auto start = static_cast<std::size_t>(std::exchange(place.start, static_cast<std::int64_t>(text_.size())));
+      if (place.length > 0) text_.append(block.text.text().substr(start, static_cast<std::size_t>(place.length)));
     }
+    rows_ += complete_;
+    complete_ = 0;
   }
 
   InputFile file_;
   std::optional<std::string> null_;
+  std::vector<TableColumn> columns_;
   Parser parser_;
   std::vector<char> chunk_;
   Names header_;
   bool header_done_ = false;
-  std::vector<std::optional<std::string>> early_;
-  std::vector<std::size_t> early_rows_;
   std::vector<std::size_t> wanted_;   // for each column of the file the one that it is for
   std::vector<std::size_t> lacking_;  // columns that the file has not
   std::vector<bool> is_there_;
-  CellBlock pending_;              // what was parsed beyond the current block
-  CellBlock* complete_ = nullptr;  // where cells go
-  std::size_t cells_ = 0;          // of the row that is being parsed
-  std::uint64_t rows_ = 0;
+  TextBuffer text_;            // of the cells that are in no block yet
+  std::vector<Place> places_;  // theirs, a row after the other
+  std::size_t complete_ = 0;   // rows of them
+  std::size_t cells_ = 0;      // of the row that is being parsed
+  std::uint64_t rows_ = 0;     // in blocks
   bool ended_ = false;
   std::exception_ptr failure_;
 };

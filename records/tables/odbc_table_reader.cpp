@@ -213,7 +213,8 @@ void OdbcReader::take_text(CellBlock& block, std::size_t column, const ResultCol
   const std::size_t before = cells.starts.size();
   const std::size_t slot = result.slot / sizeof(SQLWCHAR) * utf8_of_unit;
   const std::size_t start = block.text.size();
-  block.text.resize(start + slot * fetched_);
+  char* const at = block.text.room(slot * fetched_);
+  block.text.end_at(at + slot * fetched_);
   cells.starts.resize(before + fetched_);
   cells.lengths.resize(before + fetched_);
   status_.assign(fetched_, ZVRT_RC_OK);
@@ -227,7 +228,7 @@ void OdbcReader::take_text(CellBlock& block, std::size_t column, const ResultCol
   from.lengthBytes = sizeof(SQLLEN);
   ZVRTArray to{};
   to.size = sizeof to;
-  to.data = block.text.data() + start;
+  to.data = at;
   to.stride = static_cast<std::int64_t>(slot);
   to.lengths = to.indicators = cells.lengths.data() + before;
   to.lengthBytes = to.indicatorBytes = sizeof(std::int32_t);

@@ -27,21 +27,9 @@ void CellBlock::clear() {
   rows = 0;
 }
 
-void CellBlock::add(std::size_t column, std::string_view cell) {
-  if (cell.size() > 0x7FFFFFFF) throw Failure("a cell is longer than 2 GiB");
-  columns[column].starts.push_back(static_cast<std::int64_t>(text.size()));
-  columns[column].lengths.push_back(static_cast<std::int32_t>(cell.size()));
-  text.insert(text.end(), cell.begin(), cell.end());
-}
-
-void CellBlock::add_null(std::size_t column) {
-  columns[column].starts.push_back(static_cast<std::int64_t>(text.size()));
-  columns[column].lengths.push_back(null_cell);
-}
-
 CellColumn CellBlock::column(std::size_t index) const {
   // Empty cells alone are no bytes, but a place all the same.
-  return {text.empty() ? "" : text.data(), 0, columns[index].starts.data(), columns[index].lengths.data()};
+  return {text.empty() ? "" : text.text().data(), 0, columns[index].starts.data(), columns[index].lengths.data()};
 }
 
 TableName::Kind TableName::kind() const {

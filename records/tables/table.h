@@ -14,12 +14,14 @@
 #include <string_view>
 #include <vector>
 
+#include "records/files/failure.h"
 #include "records/files/file_roles.h"
 #include "records/tables/text_buffer.h"
 
 namespace zvrt::records {
 
 constexpr std::int32_t null_cell = -1;
+inline constexpr const char* cell_too_long = "a cell is longer than 2 GiB";
 inline constexpr std::string_view odbc_prefix = "odbc:";  // of a table name: a connection string follows
 
 struct TableColumn {
@@ -101,15 +103,26 @@ struct CellBlock {
     std::vector<std::int64_t> starts;
     std::vector<std::int32_t> lengths;
   };
-  std::vector<char> text;
+  TextBuffer text;
   std::vector<Cells> columns;
   std::size_t rows = 0;
   std::uint64_t first = 0;  // number of the first row, from 1
 
   void clear();
-  void add(std::size_t column, std::string_view cell);
-  void add_null(std::size_t column);
+  void add(std::size_t column, std::string_view cell) {
+    if (cell.size() > INT32_MAX) throw Failure(cell_too_long);
+    put(column, static_cast<std::int32_t>(cell.size()));
+    text.append(cell);
+  }
+  void add_null(std::size_t column) { put(column, null_cell); }
   CellColumn column(std::size_t index) const;
+
+  // A place at the end of the text.
+  void put(std::size_t column, std::int32_t length) {
+    Cells& cells = columns[column];
+    cells.starts.push_back(static_cast<std::int64_t>(text.size()));
+    cells.lengths.push_back(length);
+  }
 };
 
 class TableReader {

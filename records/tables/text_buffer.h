@@ -35,6 +35,7 @@ class TextBuffer {
   }
 
   std::string_view text() const { return {memory_.get(), size_}; }
+  std::size_t size() const { return size_; }
   bool empty() const { return size_ == 0; }
   void clear() { size_ = 0; }
 

@@ -33,6 +33,20 @@ expect 1 export -l "$data/travellers.cpy" "$data/travellers.csv" travellers.dat 
 grep -q '^7,"NAME",0,.*,ZVRT_RC_TRUNCATED,' travellers.dat.rejects.csv || fail "a refusal is not told"
 expect 2 export -l "$data/travellers.cpy" "$data/travellers.csv" stopped.dat --on-reject stop
 
+# A damaged CSV file is told with its row, also among the rows that came with the header; a header may be of any length,
+# and rows may end anywhere in a chunk of the file.
+printf '01 R.\n   05 A PIC X(40).\n   05 B PIC 9(5).\n' >cells.cpy
+printf 'A,B\nq,1\nx"y,3\n' >damaged.csv
+expect 2 export -l cells.cpy damaged.csv cells.dat
+grep -q 'row 2, byte 9:' out || fail "another row is blamed"
+{ printf 'A,%sB\n' "$(seq -f 'column %g,' 30000 | tr -d '\n')" && printf 'one,%s7\n' "$(yes , | head -30000 | tr -d '\n')"; } >wide.csv
+expect 0 export -l cells.cpy wide.csv wide.dat
+{ echo A,B,NOT-WANTED && seq 60000 | awk '{ printf "%.*s,%d,x\n", $1 % 41, "abcdefghijklmnopqrstuvwxyzabcdefghijklmnopq", $1 }'; } >many.csv
+expect 0 export -l cells.cpy --null A=blanks many.csv many.dat
+expect 0 import -l cells.cpy --null A=blanks many.dat again.csv
+cut -d, -f1,2 many.csv | cmp - <(tr -d '\r' <again.csv) || fail "cells of a long CSV file do not come back"
+rm -f many.csv many.dat again.csv wide.csv wide.dat
+
 # A table of variable length, shifted; kept bytes bring back what no column holds.
 cat >odo.cpy <<'END'
 01 ORDER-RECORD.
