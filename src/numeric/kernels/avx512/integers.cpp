@@ -110,6 +110,11 @@ std::uint32_t non_digits(const Constants& all, __m512i digits) {
   return _cvtmask16_u32(_mm512_cmpgt_epu32_mask(digits, load_block(all.nine)));
 }
 
+// The lanes of sixteen that stand before the limit.
+__mmask16 lanes_within(std::size_t limit) {
+  return static_cast<__mmask16>(_bzhi_u32(0xFFFF, static_cast<std::uint32_t>(limit < 16 ? limit : 16)));
+}
+
 // Where digits end: at the first lane of another character, or before it at the limit. Without either, beyond all lanes.
 std::size_t end_of_digits(std::uint32_t others, std::size_t limit) {
   const std::size_t end = _tzcnt_u32(others);
@@ -140,9 +145,9 @@ ZVRT_WRAPS std::uint64_t join_thirty_two(const Constants& all, __m256i digits) {
 }
 
 // Up to 15 digits.
-ZVRT_INLINED Digits read_block(const void* text, std::size_t limit) {
+ZVRT_INLINED Digits read_block(__m512i characters, const void* text, std::size_t limit) {
   const Constants& all = constants();
-  const __m512i digits = _mm512_sub_epi32(load_block(text), load_block(all.zero));
+  const __m512i digits = _mm512_sub_epi32(characters, load_block(all.zero));
   const std::size_t end = end_of_digits(non_digits(all, digits), limit);
   if (end >= 16) [[unlikely]]
     return {0, 0, Reading::not_attempted};
@@ -167,19 +172,25 @@ ZVRT_WRAPS Digits read_block_and_half(const void* text) {
   return {join_thirty_two(all, right_aligned), end, reading_up_to(text, end)};
 }
 
+// Up to 15 digits of bytes.
+ZVRT_WRAPS ZVRT_INLINED Digits read_byte_quarter(__m128i characters, const char* text, std::size_t limit) {
+  const Constants& all = constants();
+  const __m128i digits = _mm_sub_epi8(characters, _mm_set1_epi8('0'));
+  const std::size_t end = end_of_digits(_mm_cmpgt_epu8_mask(digits, _mm_set1_epi8(9)), limit);
+  if (end >= 16) return {0, 0, Reading::not_attempted};
+  const auto used = static_cast<__mmask16>(0xFFFF0000U >> end);
+  const __m128i from = _mm_add_epi8(load_quarter(all.positions), _mm_set1_epi8(static_cast<char>(end)));
+  const __m128i right_aligned = _mm_maskz_permutexvar_epi8(used, from, digits);
+  const Reading reading = end == limit || text[end] == 0 ? Reading::complete : Reading::invalid_character;
+  return {join_sixteen(all, right_aligned), static_cast<std::int64_t>(end), reading};
+}
+
 // The bytes of a text that ends within 15 or 31 of them, less the character 0.
 template <class Accumulator>
-ZVRT_WRAPS ZVRT_INLINED Digits read_byte_block(const char* text, std::size_t limit) {
+ZVRT_WRAPS ZVRT_INLINED Digits read_byte_block(const char* text) {
   const Constants& all = constants();
   if constexpr (sizeof(Accumulator) == 4) {
-    const __m128i digits = _mm_sub_epi8(load_quarter(text), _mm_set1_epi8('0'));
-    const std::size_t end = end_of_digits(_mm_cmpgt_epu8_mask(digits, _mm_set1_epi8(9)), limit);
-    if (end >= 16) return {0, 0, Reading::not_attempted};
-    const auto used = static_cast<__mmask16>(0xFFFF0000U >> end);
-    const __m128i from = _mm_add_epi8(load_quarter(all.positions), _mm_set1_epi8(static_cast<char>(end)));
-    const __m128i right_aligned = _mm_maskz_permutexvar_epi8(used, from, digits);
-    const Reading reading = end == limit || text[end] == 0 ? Reading::complete : Reading::invalid_character;
-    return {join_sixteen(all, right_aligned), static_cast<std::int64_t>(end), reading};
+    return read_byte_quarter(load_quarter(text), text, no_limit);
   } else {
     const __m256i digits = _mm256_sub_epi8(load_half(text), _mm256_set1_epi8('0'));
     const std::uint32_t end = _tzcnt_u32(_cvtmask32_u32(_mm256_cmpgt_epu8_mask(digits, _mm256_set1_epi8(9))));
@@ -229,13 +240,13 @@ struct Avx512Kernel {
     constexpr bool is_wide = sizeof(Accumulator) == 8;
     if (!may_read_ahead(text, is_wide ? 96 : 64)) [[unlikely]]
       return {0, 0, Reading::not_attempted};
-    return is_wide ? read_block_and_half(text) : read_block(text, no_limit);
+    return is_wide ? read_block_and_half(text) : read_block(load_block(text), text, no_limit);
   }
 
   static Digits read_within(const void* text, std::size_t limit) {
     if (!may_read_ahead(text, 64)) [[unlikely]]
       return {0, 0, Reading::not_attempted};
-    return read_block(text, limit);
+    return read_block(_mm512_maskz_loadu_epi32(lanes_within(limit), text), text, limit);
   }
 
   // Eight digits narrow to the lower half of 16 bytes; a window from the first digit, or from the sign before it.
@@ -271,13 +282,13 @@ struct Avx512Kernel {
   static Digits read_bytes(const char* text) {
     if (!may_read_ahead(text, sizeof(Accumulator) == 8 ? 32 : 16)) [[unlikely]]
       return {0, 0, Reading::not_attempted};
-    return read_byte_block<Accumulator>(text, no_limit);
+    return read_byte_block<Accumulator>(text);
   }
 
   static Digits read_bytes_within(const char* text, std::size_t limit) {
     if (!may_read_ahead(text, 16)) [[unlikely]]
       return {0, 0, Reading::not_attempted};
-    return read_byte_block<std::uint32_t>(text, limit);
+    return read_byte_quarter(_mm_maskz_loadu_epi8(lanes_within(limit), text), text, limit);
   }
 };
 

@@ -100,27 +100,26 @@ std::uint64_t load_eight(const std::byte* text) {
   return load_eight_of_any(text);
 }
 
-// Reads on eight by eight; false where eight more may not be read.
+// Reads on eight by eight; false where eight more may not be read, or fewer stand before the limit.
 template <class Unit, bool is_limited>
 ZVRT_WRAPS bool read_text(const std::byte* text, Digits& digits, std::size_t limit) {
   std::uint64_t value = 0;
   for (std::size_t read = 0;; read += 8, text += 8 * sizeof(Unit)) {
-    if (!may_read_ahead(text, 8 * sizeof(Unit))) [[unlikely]]
+    const std::size_t left = is_limited ? limit - read : no_limit;
+    if (left < 8 || !may_read_ahead(text, 8 * sizeof(Unit))) [[unlikely]]
       return false;
     const std::uint64_t characters = load_eight<Unit>(text);
     const std::uint64_t values = characters ^ each_byte * '0';
     const std::uint64_t others = other_than_digits(characters);
-    const std::size_t left = is_limited ? limit - read : no_limit;
-    if (others == 0 && left >= 8) {
+    if (others == 0) {
       value = value * hundred_million + join_eight(values);
       if (left > 8) continue;
       digits = {value, static_cast<std::int64_t>(limit), Reading::complete};
       return true;
     }
-    const std::size_t found = static_cast<std::uint32_t>(std::countr_zero(others)) / 8;
-    const std::size_t count = std::min(found, left);
+    const auto count = static_cast<std::uint32_t>(std::countr_zero(others)) / 8;
     const std::uint64_t tail = join_eight(values << 8 << 8 * (7 - count));
-    const bool complete = count == left || load<Unit>(text, count) == 0;
+    const bool complete = load<Unit>(text, count) == 0;
     digits = {value * decimal_powers[count] + tail, static_cast<std::int64_t>(read + count),
               complete ? Reading::complete : Reading::invalid_character};
     return true;

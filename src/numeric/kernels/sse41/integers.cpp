@@ -81,10 +81,11 @@ template <std::int32_t digits, std::int32_t max_bytes, std::int32_t piece>
 // ---- reading -------------------------------------------------------------------------------------------------------
 
 // Eight characters less zero, saturated, so that what is not a digit stays none.
-Block eight_characters(const std::byte* text) {
+Block eight_characters(Block first, Block second) {
   const Block zero = _mm_set1_epi32('0');
-  return _mm_packs_epi32(_mm_sub_epi32(load_block(text), zero), _mm_sub_epi32(load_block(text + 16), zero));
+  return _mm_packs_epi32(_mm_sub_epi32(first, zero), _mm_sub_epi32(second, zero));
 }
+Block eight_characters(const std::byte* text) { return eight_characters(load_block(text), load_block(text + 16)); }
 
 // How many of sixteen bytes are digits before the first that is none.
 std::int32_t count_leading_digits(Block bytes) {
@@ -186,7 +187,7 @@ struct Sse41Kernel {
   static Digits read_bytes_within(const char* text, std::size_t limit) {
     if (!may_read_ahead(text, 16)) [[unlikely]]
       return not_attempted;
-    return digits_within<char>(text, _mm_sub_epi8(load_block(text), _mm_set1_epi8('0')), limit);
+    return digits_within<char>(text, _mm_sub_epi8(load_bytes(text, limit), _mm_set1_epi8('0')), limit);
   }
 
   template <class Accumulator>
@@ -204,10 +205,12 @@ struct Sse41Kernel {
     }
   }
   static Digits read_within(const void* src, std::size_t limit) {
-    const auto* const text = static_cast<const std::byte*>(src);
-    if (!may_read_ahead(text, 64)) [[unlikely]]
+    if (!may_read_ahead(src, 64)) [[unlikely]]
       return not_attempted;
-    return digits_within<Wide>(text, _mm_packs_epi16(eight_characters(text), eight_characters(text + 32)), limit);
+    const Units units = load_units(static_cast<const char*>(src), limit);
+    const Block low = eight_characters(units.quads[0], units.quads[1]);
+    const Block high = eight_characters(units.quads[2], units.quads[3]);
+    return digits_within<Wide>(src, _mm_packs_epi16(low, high), limit);
   }
 };
 
