@@ -112,7 +112,9 @@ check_ownership() {
 
 check_packages() {
   in_root root /root/zvrt bash -euc '
-    rm -f /usr/local/lib/libZVRT* && ldconfig
+    # What an installation from the sources left.
+    find /usr/local -iname "*zvrt*" -prune -exec rm -rf {} +
+    ldconfig
     ./scripts/package.sh /tmp/packages >/dev/null 2>&1
     apt-get install --yes --no-install-recommends man-db /tmp/packages/*.deb >/dev/null 2>&1
     for package in /tmp/packages/*.deb; do dpkg --verify "$(dpkg-deb --field "$package" Package)"; done
@@ -121,8 +123,10 @@ check_packages() {
     python3 -c "import zvrt; print(zvrt.__file__)" | grep ^/usr/lib/python3
     cc -std=c11 -Wall -Wextra -Werror /root/zvrt/tests/package/consumer.c $(pkg-config --cflags --libs ZVRTDataCnvLib) -o consumer
     ./consumer
-    man --where ZVRTCnvCharToWVarcharSz
-    cmake -S /root/zvrt/tests/package/find_package -B cpp >/dev/null && cmake --build cpp >/dev/null && cpp/consumer
+    man --where ZVRTCnvCharToWVarcharSz | grep ^/usr/share/man
+    cmake -S /root/zvrt/tests/package/find_package -B cpp >/dev/null
+    cmake --build cpp >/dev/null
+    cpp/consumer
     apt-get purge --yes "libzvrt*" >/dev/null 2>&1
     [ -z "$(find /usr/lib /usr/include -name "*ZVRT*")" ]'
 }
