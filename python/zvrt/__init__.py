@@ -233,7 +233,8 @@ class Layout:
         The file is written beside its place, and takes it when all rows are there and on the disk: whatever happens
         before leaves what stood there. Nothing that exists is replaced unless `replace` is true.
 
-        on_reject: a row with a cell that is refused: "skip" it, "keep" it with that field empty, or "stop".
+        on_reject: a row with a cell that is refused: "skip" it, "keep" it with that field empty, or "stop". A record that its
+        file could not give back, as RX_LENGTH or RX_NEWLINE says, is left out even then.
         binary: COMP is written as its picture says ("std"), or over its whole range ("full").
         keep_bytes: the data has the columns that read(keep_bytes=True) gave it.
         Other options as read().

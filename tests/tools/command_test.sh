@@ -33,6 +33,14 @@ expect 1 export -l "$data/travellers.cpy" "$data/travellers.csv" travellers.dat 
 grep -q '^7,"NAME",0,.*,ZVRT_RC_TRUNCATED,' travellers.dat.rejects.csv || fail "a refusal is not told"
 expect 2 export -l "$data/travellers.cpy" "$data/travellers.csv" stopped.dat --on-reject stop
 
+# A row is kept with a field empty, but not as a record that the file could not give back: both are told.
+printf '01 R.\n   05 L PIC 9(2).\n   05 N PIC S9(3) COMP-3.\n   05 B PIC XX.\n' >own.cpy
+printf 'L,N,B\n2,,ab\n6,,cd\n6,1,ef\n' >own.csv
+expect 1 export -l own.cpy --length-field L --on-reject keep own.csv own.dat
+[[ $(cut -d, -f1,2,5 own.dat.rejects.csv | tail -n +2 | tr -d '\r') == $'1,"N",ZVRT_RC_NULL_REFUSED\n1,"",RX_LENGTH\n2,"N",ZVRT_RC_NULL_REFUSED' ]] ||
+  fail "what is told of kept rows: $(cat own.dat.rejects.csv)"
+[[ $(stat -c %s own.dat) -eq 12 ]] || fail "another row was kept"
+
 # A damaged CSV file is told with its row, also among the rows that came with the header; a header may be of any length,
 # and rows may end anywhere in a chunk of the file.
 printf '01 R.\n   05 A PIC X(40).\n   05 B PIC 9(5).\n' >cells.cpy

@@ -116,14 +116,13 @@ int export_table(const Arguments& arguments) {
       }
       const std::string_view record = source->encoded.records[source->at];
       const Surroundings* const around = source->around();
-      bool refused = judge(journal, job, *source, number);
+      const bool refused = judge(journal, job, *source, number);
       tally.judged(*source);
-      const Status form = writer.refusal(record, around);
-      if (!refused && form != ZVRT_RC_OK) journal.refuse({number, "", 0, record, form, text_of(form)});
+      const bool is_taken = !refused || (arguments.on_reject == OnReject::keep && source->broken().empty());
+      const Status form = is_taken ? writer.refusal(record, around) : Status{ZVRT_RC_OK};
+      if (form != ZVRT_RC_OK) journal.refuse({number, "", 0, record, form, text_of(form)});
       if (journal.stops()) throw Failure("stopped at a refusal");
-      const bool can_be_kept = form == ZVRT_RC_OK && source->broken().empty();
-      refused = refused || form != ZVRT_RC_OK;
-      if (refused && (arguments.on_reject != OnReject::keep || !can_be_kept)) {
+      if (!is_taken || form != ZVRT_RC_OK) {
         ++journal.left_out;
         continue;
       }
