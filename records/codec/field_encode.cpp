@@ -65,9 +65,8 @@ void Field::encode(const CellColumn& cells, const std::uint8_t* chosen, const Fi
   if (values == 0) return;
   encode_plan(cells, values == bytes.count ? nullptr : written.data(), bytes, status);
   const bool may_read_as_null = !null_form_.empty() && column_.indicator == no_index;
-  Status any = ZVRT_RC_OK;
-  for (const Status each : status) any |= each;
-  for (std::size_t i = 0; (any != ZVRT_RC_OK || may_read_as_null) && i < bytes.count; ++i) {
+  if (!may_read_as_null && !is_any_refused(status)) return;
+  for (std::size_t i = 0; i < bytes.count; ++i) {
     if (written[i] == 0) continue;
     if (may_read_as_null && status[i] == ZVRT_RC_OK && std::memcmp(bytes.at(i), null_form_.data(), length()) == 0)
       status[i] = rx_reads_as_null;

@@ -263,9 +263,8 @@ void RecordCodec::encode(const std::vector<CellColumn>& cells, std::size_t count
     encode_apart(cells, count, bases, encoded);
   encoded.refused.assign(count, 0);
   for (const auto& status : encoded.status) {
-    Status any = ZVRT_RC_OK;
-    for (const Status each : status) any |= each;
-    for (std::size_t row = 0; any != ZVRT_RC_OK && row < count; ++row)
+    if (!is_any_refused(status)) continue;
+    for (std::size_t row = 0; row < count; ++row)
       if (status[row] != ZVRT_RC_OK) encoded.refused[row] = 1;
   }
 }

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace zvrt::records {
 
@@ -28,6 +29,13 @@ enum RecordStatus : Status {
   rx_length,
   rx_newline,
 };
+
+// Whether one of them is anything but ZVRT_RC_OK, by one loop without a branch: nearly always none is.
+inline bool is_any_refused(const std::vector<Status>& statuses) {
+  Status any = 0;
+  for (const Status status : statuses) any |= status;
+  return any != 0;
+}
 
 std::string name_of(Status status);
 std::string text_of(Status status);

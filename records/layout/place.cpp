@@ -177,9 +177,7 @@ class Placer {
   void node_depends(const TreeNode& node) {
     const Reference& wanted = *node.entry->occurs->depends_on;
     const Matches matches = nearest(items_named(*tree_.records[node.record].root, wanted), *node.item);
-    if (matches.size() > 1)
-      fail(wanted.place, "there are " + std::to_string(matches.size()) + " items " + wanted.name,
-           "write of which group: " + wanted.name + " OF GROUP");
+    if (matches.size() > 1) fail_among(matches, wanted);
     if (!matches.empty()) node.item->depends_on = matches.front();
   }
 
@@ -187,6 +185,10 @@ class Placer {
     const Matches matches = items_named(root, wanted);
     if (matches.size() == 1) return *matches.front();
     if (matches.empty()) fail(wanted.place, "there is no item " + wanted.name + " in " + root.name, "");
+    fail_among(matches, wanted);
+  }
+
+  [[noreturn]] void fail_among(const Matches& matches, const Reference& wanted) const {
     fail(wanted.place, "there are " + std::to_string(matches.size()) + " items " + wanted.name,
          "write of which group: " + wanted.name + " OF GROUP");
   }

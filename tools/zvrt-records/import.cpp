@@ -158,6 +158,14 @@ bool check_part(const Job& job) {
   return true;
 }
 
+// A database is changed in its place: the hash of a part would be of all that stands there.
+void check_new_database(const Job& job) {
+  const TableName& table = job.segments.front().table;
+  std::error_code ignored;
+  if (table.kind() == TableName::Kind::sqlite && std::filesystem::exists(table.file, ignored))
+    throw Failure(table.file + " exists already; with --manifest each range makes a database of its own");
+}
+
 // A range that is done already: its report, and the status that it ended with.
 std::optional<int> take_over(const Job& job, const Manifest& manifest) {
   const auto done = manifest.find();
@@ -201,9 +209,7 @@ int import_records(const Arguments& arguments) {
   if (!check_part(job)) return import_all(job, nullptr);
   const Manifest manifest(job);
   if (const auto status = take_over(job, manifest)) return *status;
-  const TableName& table = job.segments.front().table;
-  if (table.kind() == TableName::Kind::sqlite && std::filesystem::exists(table.file))
-    throw Failure(table.file + " exists already; with --manifest each range makes a database of its own");
+  check_new_database(job);
   return import_all(job, &manifest);
 }
 
