@@ -294,7 +294,7 @@ void register_other_numbers() {
   beside(
       "ConvertBCDToOraVarNum", pairs,
       [](const std::string& number, std::byte* out) {
-        // Not copied first: that the digits may be changed is what callers are told, and they are not.
+        // Callers may not rely on it, but the digits stay as they are: no copy is timed.
         auto* pairs_of_digits = reinterpret_cast<std::uint8_t*>(const_cast<char*>(number.data()));
         auto* varnum = reinterpret_cast<std::uint8_t*>(out);
         ConvertBCDToOraVarNum(varnum, pairs_of_digits, static_cast<std::int16_t>(number.size()), 0, '+');

@@ -65,7 +65,7 @@ std::int32_t write(const Number& number, bool negative, std::uint8_t* dst) {
     dst[varnum_header + index] = static_cast<std::uint8_t>((number.digit(index) ^ flip) + from);
   };
   if constexpr (Number::digits_are_free) {
-    // Eight at a time, the last one over and over: so their number is no branch, but for long numbers.
+    // Eight at a time, the last digit repeatedly: up to eight digits their count decides no branch.
     for (std::int32_t at = 0; at < number.count; at += 8) {
       for (std::int32_t i = at; i < at + 8; ++i) put(std::min(i, number.count - 1));
     }

@@ -43,9 +43,9 @@ std::u32string random_digits(std::size_t count, std::mt19937_64& random) {
 
 // As it stands and with a sign; where it ends makes it stand at every alignment and distance from the page.
 template <class Int>
-void check_near_page(const std::u32string& text, std::size_t bytes_behind) {
+void check_near_page(const std::u32string& text, std::size_t bytes_after) {
   for (const std::u32string& full : {text, U'-' + text}) {
-    GuardedText guarded(full, bytes_behind);
+    GuardedText guarded(full, bytes_after);
     check_text<Int>(guarded.get(), full);
   }
 }
@@ -53,8 +53,8 @@ void check_near_page(const std::u32string& text, std::size_t bytes_behind) {
 TYPED_TEST(IntegerVersions, ParseEveryLengthAtEveryDistanceFromThePage) {
   std::mt19937_64 random(1);
   for (std::size_t length = 0; length <= 45; ++length) {
-    for (std::size_t bytes_behind = 0; bytes_behind <= 110; ++bytes_behind) {
-      check_near_page<TypeParam>(random_digits(length, random), bytes_behind);
+    for (std::size_t bytes_after = 0; bytes_after <= 110; ++bytes_after) {
+      check_near_page<TypeParam>(random_digits(length, random), bytes_after);
     }
   }
   for (const std::size_t length : {1000U, 1024U, 5000U}) check_near_page<TypeParam>(random_digits(length, random), 0);
@@ -108,8 +108,8 @@ TEST(IntegerBytes, RenderEveryValueIntoEverySize) {
 
 // A version may leave a text alone; the value of one that it takes is that of the digits, modulo the width.
 template <class Int>
-void check_parsed_bytes(const std::string& text, std::size_t bytes_behind, bool is_taken) {
-  const std::string bytes = text + '\0' + std::string(bytes_behind, '9');
+void check_parsed_bytes(const std::string& text, std::size_t bytes_after, bool is_taken) {
+  const std::string bytes = text + '\0' + std::string(bytes_after, '9');
   GuardedBuffer guarded(bytes.data(), bytes.size());
   Int expected = 0;
   for (const char digit : text) expected = static_cast<Int>(expected * 10 + static_cast<Int>(digit - '0'));
@@ -129,11 +129,11 @@ void check_parsed_bytes(const std::string& text, std::size_t bytes_behind, bool 
 TEST(IntegerBytes, ParseEveryLengthAtEveryDistanceFromThePage) {
   std::mt19937_64 random(3);
   for (std::size_t length = 0; length <= 45; ++length) {
-    for (std::size_t bytes_behind = 0; bytes_behind <= 70; ++bytes_behind) {
+    for (std::size_t bytes_after = 0; bytes_after <= 70; ++bytes_after) {
       const std::u32string digits = random_digits(length, random);
       const std::string text(digits.begin(), digits.end());
-      ASSERT_NO_FATAL_FAILURE(check_parsed_bytes<std::uint64_t>(text, bytes_behind, length > 0 && length <= 21));
-      ASSERT_NO_FATAL_FAILURE(check_parsed_bytes<std::uint32_t>(text, bytes_behind, length > 0 && length <= 11));
+      ASSERT_NO_FATAL_FAILURE(check_parsed_bytes<std::uint64_t>(text, bytes_after, length > 0 && length <= 21));
+      ASSERT_NO_FATAL_FAILURE(check_parsed_bytes<std::uint32_t>(text, bytes_after, length > 0 && length <= 11));
     }
   }
 }
@@ -170,11 +170,11 @@ void check_field(const Version& version, const char* field, std::size_t length, 
 
 // At most `most` characters of a text. Some digits and then zeros follow its terminator or, where the limit comes first,
 // the limit: up to the end of the memory.
-void check_run(const std::u32string& text, std::int32_t most, std::size_t behind) {
+void check_run(const std::u32string& text, std::int32_t most, std::size_t after) {
   const std::u32string run = text.substr(0, static_cast<std::size_t>(most));
   const bool terminated = run.size() < static_cast<std::size_t>(most);
-  std::u32string memory = run + std::u32string(terminated ? 1 : 0, U'\0') + std::u32string(behind % 5, U'7');
-  memory.append(behind - behind % 5, U'\0');
+  std::u32string memory = run + std::u32string(terminated ? 1 : 0, U'\0') + std::u32string(after % 5, U'7');
+  memory.append(after - after % 5, U'\0');
   const std::string wide_memory = wide_bytes(memory, false);
   GuardedBuffer wide(wide_memory.data(), wide_memory.size());
   const std::string bytes(memory.begin(), memory.end());
@@ -185,9 +185,9 @@ void check_run(const std::u32string& text, std::int32_t most, std::size_t behind
     std::int32_t end = 99;
     const auto status = version.conversions->parse_run(wide.as<const wchar_t>(), &end, &value, 0, most);
     const std::string shown(run.begin(), run.end());
-    ASSERT_EQ(status, valid ? ZVRT_RC_OK : ZVRT_RC_ERROR) << version.name << ": " << shown << ", " << behind;
-    ASSERT_EQ(value, expected) << version.name << ": " << shown << ", " << behind;
-    ASSERT_EQ(end, valid ? position : 99) << version.name << ": " << shown << ", " << behind;
+    ASSERT_EQ(status, valid ? ZVRT_RC_OK : ZVRT_RC_ERROR) << version.name << ": " << shown << ", " << after;
+    ASSERT_EQ(value, expected) << version.name << ": " << shown << ", " << after;
+    ASSERT_EQ(end, valid ? position : 99) << version.name << ": " << shown << ", " << after;
     ASSERT_NO_FATAL_FAILURE(
         check_field(version, narrow.as<const char>(), static_cast<std::size_t>(most), shown, expected));
   }
@@ -196,14 +196,14 @@ void check_run(const std::u32string& text, std::int32_t most, std::size_t behind
 TEST(IntegerRuns, EveryLengthAndLimitAtEveryDistanceFromThePage) {
   std::mt19937_64 random(5);
   for (std::size_t length = 0; length <= 20; ++length) {
-    for (std::size_t behind = 0; behind <= 36; ++behind) {
+    for (std::size_t after = 0; after <= 36; ++after) {
       const std::u32string digits = random_digits(length, random);
       std::u32string stray = digits;
       if (length > 0) stray[random() % length] = U"-x/:\xB0"[random() % 5];
       for (const std::u32string& text : {digits, U'-' + digits, stray}) {
         const auto size = static_cast<std::int32_t>(text.size());
         for (const std::int32_t most : {0, 1, size - 1, size, size + 1, 8, 16, INT32_MAX}) {
-          ASSERT_NO_FATAL_FAILURE(check_run(text, std::max(most, 0), behind));
+          ASSERT_NO_FATAL_FAILURE(check_run(text, std::max(most, 0), after));
         }
       }
     }

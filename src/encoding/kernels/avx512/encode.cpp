@@ -46,7 +46,7 @@ template <class Bound>
 }
 
 // At most 48 characters, if they are ASCII or few. Texts of about 16, 32 and 64 characters, where the lengths in a column
-// gather, differ little within each group in the number of such steps, so that the branch between them is foreseen.
+// gather, differ little within each group in the number of such steps, so that the branch between them is predicted.
 template <class Bound>
 [[gnu::always_inline]] inline Step encode_ascii_step(const char* src, Bound bound, char* dst, std::size_t capacity,
                                                      Progress& progress) {

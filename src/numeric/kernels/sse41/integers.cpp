@@ -136,7 +136,7 @@ Digits read_on(const std::byte* text, std::uint64_t head) {
 }
 
 struct Sse41Kernel {
-  // Keys have a few digits and numbers of any size many: a branch that is foreseen sets them apart.
+  // Keys have a few digits and numbers of any size many: a predictable branch sets them apart.
   static std::int32_t write(std::uint32_t magnitude, bool negative, void* dst, std::int32_t capacity) {
     if (magnitude < ten_million) return write_digits<8, 8, 2>(magnitude, negative, dst, capacity);
     return write_digits<16, 11, 4>(magnitude, negative, dst, capacity);
