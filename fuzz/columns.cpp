@@ -32,4 +32,5 @@ void zvrt_fuzz::check(Input input) {
   do values.push_back(value_of(from, input, random));
   while (!input.is_used_up() && values.size() < 40);
   ASSERT_EQ(find_difference(from, to, options, values, random), "");
+  ASSERT_EQ(find_array_difference(from, options, values, random), "");
 }

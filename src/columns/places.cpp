@@ -247,6 +247,15 @@ Content find_null_form(const Type& type, const Value& value) {
   return type.has_null_form() && is_null_form(type, value) ? Content::null : Content::value;
 }
 
+void find_null_starts(const Type& type, FirstBytes& bytes) {
+  const auto add = [&bytes](std::byte byte) { bytes[static_cast<std::size_t>(byte)] = true; };
+  bytes.fill(type.has(ZVRT_TYPE_NULL_ZEROS) && type.form != Form::text);
+  if (type.has(ZVRT_TYPE_NULL_ZEROS)) add(zero_of(type).bytes[0]);
+  if (type.has(ZVRT_TYPE_NULL_LOW)) add(std::byte{0});
+  if (type.has(ZVRT_TYPE_NULL_HIGH)) add(std::byte{0xFF});
+  if (type.has(ZVRT_TYPE_NULL_BLANKS)) add(blank_of(type).bytes[0]);
+}
+
 Content find_value(const Type& type, const Places& places, std::int64_t row, Value& value, Status& status) {
   std::int64_t given = not_given;
   if (places.lengths.at != nullptr) {

@@ -1,6 +1,7 @@
 // The places of a column: where each value stands, how long it is, whether it is null, and what a run says of it.
 #pragma once
 
+#include <array>
 #include <cstdint>
 
 #include "ZVRTColumns.h"
@@ -60,6 +61,10 @@ Content measure(const Type& type, const std::byte* slot, std::int64_t given, Val
 
 // What a measured value is where its type has forms of nulls.
 Content find_null_form(const Type& type, const Value& value);
+
+// By a value's first byte, whether it may be a null form of the type: most values are none at first sight.
+using FirstBytes = std::array<bool, 256>;
+void find_null_starts(const Type& type, FirstBytes& bytes);
 
 // A null into a slot of the type that has a form for it.
 void write_null_form(const Type& type, std::byte* slot);

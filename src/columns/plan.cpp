@@ -252,6 +252,7 @@ std::unique_ptr<ZVRTPlan> make_plan(const ZVRTType& from, const ZVRTType& to, st
     type->rounding = rounding_of(options);
   }
   plan->direct = find_direct(*plan);
+  plan->joined = find_joined(*plan);
   reason = {};
   return plan;
 }

@@ -42,6 +42,7 @@ struct ZVRTPlan {
   std::uint32_t options = 0;
   zvrt::columns::Path path;
   zvrt::columns::Direct* direct = nullptr;  // null: the pair has none
+  zvrt::columns::Direct* joined = nullptr;  // one that writes texts end to end; null: the pair has none
   // Of the kernel that goes by short numbers (short_numbers.h).
   std::int32_t (*read_short)(const ZVRTPlan&, const zvrt::columns::Rows&, zvrt::columns::ShortNumbers&) = nullptr;
   std::int32_t (*write_short)(const ZVRTPlan&, const zvrt::columns::Rows&,
@@ -76,6 +77,9 @@ bool choose_path(const Type& from, const Type& to, Path& path);
 
 // Makes a plan, or says why not.
 std::unique_ptr<ZVRTPlan> make_plan(const ZVRTType& from, const ZVRTType& to, std::uint32_t options, Reason& reason);
+
+// That a service which a plan's pages need is gone shows in every run, also where tables make it needless.
+Status find_services(const ZVRTPlan& plan);
 
 // The general way of a block whose sources and slots are set: reader, steps, writer.
 void convert_block(const ZVRTPlan& plan, Block& block);

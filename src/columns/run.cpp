@@ -266,7 +266,6 @@ class Run {
   std::int64_t rows_[block_size];
 };
 
-// A page held in tables converts without the service; that it is gone shows all the same.
 Status find_service(const Type& type) {
   if (type.page.is_utf8()) return ZVRT_RC_OK;
   void* converter = nullptr;
@@ -282,8 +281,7 @@ Status run_plan(const ZVRTPlan& plan, const ZVRTArray& from, const ZVRTArray& to
   Places target_places;
   Status status = check_places(source, plan.from.type, Role::source, count, source_places);
   if (status == ZVRT_RC_OK) status = check_places(target, plan.to.type, Role::target, count, target_places);
-  if (status == ZVRT_RC_OK) status = find_service(plan.from.type);
-  if (status == ZVRT_RC_OK) status = find_service(plan.to.type);
+  if (status == ZVRT_RC_OK) status = find_services(plan);
   if (status != ZVRT_RC_OK) return status;
   Run run(plan, source_places, target_places);
   status = run.run(count);
@@ -315,6 +313,11 @@ Status check_values(const ZVRTType& type, const ZVRTArray& values, std::int64_t 
 }
 
 }  // namespace
+
+Status find_services(const ZVRTPlan& plan) {
+  const Status status = find_service(plan.from.type);
+  return status == ZVRT_RC_OK ? find_service(plan.to.type) : status;
+}
 
 }  // namespace zvrt::columns
 

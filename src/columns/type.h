@@ -46,6 +46,8 @@ struct Type {
   ZVRT_INLINED bool has(std::uint32_t flag) const { return (flags & flag) != 0; }
   // What the values are, whatever they are stored as.
   Form value_form() const { return model != nullptr ? Form::moment : form; }
+  // Text whose bytes are characters by a table.
+  bool has_table() const { return is_narrow() && page.how == PageKind::table; }
   bool is_narrow() const { return form == Form::text && unit == 1; }
   // Multi-byte values stand in the other byte order than the machine's. A flag that names the machine's own is not kept.
   bool is_swapped() const { return has(byte_orders); }

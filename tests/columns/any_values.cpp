@@ -215,14 +215,31 @@ std::string any_date_number(const ZVRTType& type, std::size_t size, Random& rand
   return result.slot;
 }
 
+// Models, and the characters of those that have a fixed number of them.
 void set_text_model(ZVRTType& type, Random& random) {
-  type.model = any_of({L"%YYYY-%MM-%DD", L"%YYYY-%MM-%DD %HH24:%MI:%SS.%FFFFFF", L"%HH24:%MI:%SS", L"%D. %MONTH %YYYY",
-                       L"%MMM %DD, %YYYY %HH:%MI %PM", L"%YY.%DDD", L"%DD/%MM/%YY", L"%YYYY%MM%DD%HH24%MI%SS%FFF",
-                       L"%C%YY%MM%DD", L"%HH24h", L"%YYYY-%M-%D %HH24:%MI:%SS.%FFFFFFFFF"},
-                      random);
+  struct Model {
+    const wchar_t* text;
+    int width;
+  };
+  const Model model = any_of<Model>({{L"%YYYY-%MM-%DD", 10},
+                                     {L"%YYYY-%MM-%DD %HH24:%MI:%SS.%FFFFFF", 26},
+                                     {L"%HH24:%MI:%SS", 8},
+                                     {L"%D. %MONTH %YYYY", 0},
+                                     {L"%MMM %DD, %YYYY %HH:%MI %PM", 0},
+                                     {L"%YY.%DDD", 6},
+                                     {L"%DD/%MM/%YY", 8},
+                                     {L"%YYYY%MM%DD%HH24%MI%SS%FFF", 17},
+                                     {L"%C%YY%MM%DD", 7},
+                                     {L"%HH24h", 3},
+                                     {L"%YYYY-%M-%D %HH24:%MI:%SS.%FFFFFFFFF", 0},
+                                     {L"%DD-%MMM-%YYYY", 11},
+                                     {L"%YYYY%MM%DD ", 9}},
+                                    random);
+  type.model = model.text;
   type.firstYear = any_of<std::int16_t>({1950, 1970, 2000, 1, 9900}, random);
   const auto unit = static_cast<std::int32_t>(zvrt_reference::unit_of(type.kind));
   if (!one_in(4, random)) type.length = 32 * unit + 2 * type.length % unit;
+  if (model.width > 0 && one_in(2, random)) type.length = model.width * unit;
   if (!one_in(4, random) && (type.kind == ZVRT_KIND_CHAR || type.kind == ZVRT_KIND_WCHAR)) type.flags |= ZVRT_TYPE_TRIM;
 }
 
@@ -258,7 +275,7 @@ ZVRTType any_type_of(std::uint32_t kind, Random& random) {
   if (is_text(kind)) {
     const auto unit = static_cast<int>(zvrt_reference::unit_of(kind));
     const bool prefixed = kind == ZVRT_KIND_VARCHAR || kind == ZVRT_KIND_WVARCHAR;
-    type.length = unit * (1 + below(40, random)) + (prefixed ? 2 : 0);
+    type.length = unit * (1 + below(one_in(8, random) ? 150 : 40, random)) + (prefixed ? 2 : 0);
     if (!prefixed && one_in(16, random)) type.length = 0;
     if (unit == 1) type.codePage = any_of<std::uint32_t>({0, 0, 0, 37, 37, 37, 1252, 1208, 874, 932, 930}, random);
     maybe(3, ZVRT_TYPE_TRIM);

@@ -29,6 +29,10 @@ std::string describe(const ZVRTType& type);
 std::string find_difference(const ZVRTType& from, const ZVRTType& to, std::uint32_t options,
                             const std::vector<Given>& values, Random& random, int* made = nullptr);
 
+// The same for records of one field with the values, and perhaps its indicator, as a column of an Arrow array.
+std::string find_array_difference(const ZVRTType& from, std::uint32_t options, std::vector<Given> values,
+                                  Random& random, int* made = nullptr);
+
 // What differs between the plan's reasons for the value and the slow search for them, or nothing.
 std::string find_wrong_reason(const ZVRTPlan* plan, const ZVRTType& from, const ZVRTType& to, std::uint32_t options,
                               const Given& value);

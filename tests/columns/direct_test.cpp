@@ -334,7 +334,44 @@ std::string date_text(std::int32_t length) {
   return slot_of(units, length);
 }
 
+// A day of page 37, its month in letters of any case or in none of a month.
+std::string page_day(std::int32_t length) {
+  static constexpr const char* months[] = {"JAN", "feb", "Mar", "APR", "mAy", "JUN", "JUL", "aug",
+                                           "SEP", "oct", "NOV", "DEC", "MAI", "JAM", "[AN", "   "};
+  char text[40];
+  std::snprintf(text, sizeof text, "%02u-%s-%04u", 1 + below(29), months[below(below(9) == 0 ? 16 : 12)],
+                below(9) == 0 ? below(10000) : 1900 + below(200));
+  std::string page;
+  for (const char c : std::string(text)) {
+    const auto code = static_cast<std::uint8_t>(c);
+    const std::uint8_t letter = code & 0x1FU;
+    const std::uint8_t high = (code & 0x20U) != 0 ? 0x80 : 0xC0;
+    if (c >= '0' && c <= '9') {
+      page += static_cast<char>(0xF0 | (code & 0xFU));
+    } else if (letter >= 1 && letter <= 26 && code > 0x40) {
+      const std::uint32_t place = letter <= 9 ? letter : letter <= 18 ? 0x10U + letter - 9 : 0x20U + letter - 17;
+      page += static_cast<char>(high + place);
+    } else {
+      page += c == '-' ? '\x60' : c == '[' ? '\xBA' : '\x40';
+    }
+  }
+  if (below(30) == 0) page[below(page.size())] = static_cast<char>(below(256));
+  page.resize(static_cast<std::size_t>(length), '\x40');
+  return page;
+}
+
 void add_dates(std::vector<Pair>& all) {
+  const std::int32_t day_bytes = 11;
+  for (const std::uint32_t flags : {0U, ZVRT_TYPE_TRIM, ZVRT_TYPE_TRIM | ZVRT_TYPE_NULL_BLANKS}) {
+    for (const std::int32_t length : {day_bytes, day_bytes + 1}) {
+      const ZVRTType day = with_model(page37(ZVRT_KIND_CHAR, length, flags), L"%DD-%MMM-%YYYY");
+      all.push_back({"day to days", day, type(ZVRT_KIND_DAYS, 4), nullptr, page_day});
+      all.push_back({"day to timestamp", day, type(ZVRT_KIND_TIMESTAMP, sizeof(ZVRTTS)), nullptr, page_day});
+    }
+  }
+  const ZVRTType micros = type(ZVRT_KIND_MICROS, 8);
+  const ZVRTType both = with_model(type(ZVRT_KIND_CHAR, 26), L"%YYYY-%MM-%DD %HH24:%MI:%SS.%FFFFFF");
+  all.push_back({"text to micro-seconds", both, micros, nullptr, date_text<char>});
   const std::int32_t record_bytes = static_cast<std::int32_t>(sizeof(ZVRTTS));
   for (const std::int16_t digits : {std::int16_t{3}, std::int16_t{6}}) {
     const ZVRTType record = type(ZVRT_KIND_TIMESTAMP, record_bytes, 0, 0, digits);
@@ -438,8 +475,8 @@ Result run(const ZVRTPlan* plan, const Pair& pair, const Column& column, bool by
 void choose(const Pair& pair, ZVRTPlan* plan, const DirectKernels& kernels, const NumberKernels& of_numbers) {
   if (pair.kernel != nullptr) plan->direct = kernels.*pair.kernel;
   const bool is_portable = &of_numbers == &zvrt::columns::number_kernels_portable;
-  for (const auto of_dates :
-       {&zvrt::columns::DateKernels::record_to_text, &zvrt::columns::DateKernels::text_to_record}) {
+  for (const auto of_dates : {&zvrt::columns::DateKernels::record_to_text, &zvrt::columns::DateKernels::text_to_record,
+                              &zvrt::columns::DateKernels::text_to_count}) {
     ZVRT_X86(if (is_portable && plan->direct == zvrt::columns::date_kernels_avx512.*of_dates) plan->direct =
                  zvrt::columns::date_kernels_portable.*of_dates;
              else if (!is_portable && plan->direct == zvrt::columns::date_kernels_portable.*of_dates) plan->direct =

@@ -18,7 +18,8 @@ int main(int count, char** arguments) {
     const std::uint32_t options = any_options(random);
     const std::vector<Given> all = any_values(from, random);
     int made = 0;
-    const std::string difference = find_difference(from, to, options, all, random, &made);
+    std::string difference = find_difference(from, to, options, all, random, &made);
+    if (difference.empty()) difference = find_array_difference(from, options, all, random, &made);
     if (made > 0) compared += all.size();
     if (difference.empty()) continue;
     ++differences;

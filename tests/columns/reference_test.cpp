@@ -69,5 +69,20 @@ TEST_F(Reference, EveryPairOfKinds) {
   }
 }
 
+TEST_F(Reference, ArraysOfEveryKind) {
+  for (std::uint32_t kind = ZVRT_KIND_CHAR; kind <= ZVRT_KIND_MICROS; ++kind) {
+    Random random(kind);
+    int made = 0;
+    for (int round = 0; round < 300; ++round) {
+      const ZVRTType type = any_type_of(kind, random);
+      const std::uint32_t options = any_options(random);
+      const std::string difference = find_array_difference(type, options, any_values(type, random), random, &made);
+      EXPECT_EQ(difference, "") << "kind " << kind << ", round " << round;
+      if (!difference.empty()) break;
+    }
+    EXPECT_GT(made, 50) << kind;
+  }
+}
+
 }  // namespace
 }  // namespace zvrt_test

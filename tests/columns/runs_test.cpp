@@ -8,6 +8,7 @@
 #include <thread>
 #include <vector>
 
+#include "columns/arrow/abi.h"
 #include "columns/one_value.h"
 
 using namespace columns_test;
@@ -131,10 +132,17 @@ std::size_t stack_used(void* (*body)(void*), void* argument) {
 struct StackWork {
   const ZVRTPlan* plan;
   ZVRTArray from, to;
+  const ZVRTRecordPlan* of_records;
+  const void* records;
 };
 void* run_on_stack(void* argument) {
   const StackWork& work = *static_cast<const StackWork*>(argument);
   if (work.plan != nullptr) ZVRTPlanRun(work.plan, &work.from, &work.to, 50, nullptr);
+  if (work.of_records != nullptr) {
+    ArrowArray array{};
+    ZVRTRecordsToArrow(work.of_records, work.records, nullptr, 50, &array, nullptr);
+    if (array.release != nullptr) array.release(&array);
+  }
   return nullptr;
 }
 
@@ -166,6 +174,15 @@ TEST_F(Runs, LittleStack) {
     const std::size_t used = stack_used(run_on_stack, &on_stack);
     const bool by_service = work.from.codePage == 932 || work.to.codePage == 932;  // whose own stack it is
     EXPECT_LE(used - idle, std::size_t{by_service ? 64U : 32U} << 10);
+    const ZVRTField field{sizeof(ZVRTField), 0, -1, ZVRT_COLUMN_DEFAULT, "FIELD", &work.from};
+    StackWork to_array{};
+    to_array.records = source.data();
+    ZVRTRecordPlan* of_records = nullptr;
+    const auto bytes = static_cast<std::int32_t>(work.value.size());
+    if (ZVRTRecordPlanCreate(&field, 1, bytes, 0, &of_records, nullptr) != ZVRT_RC_OK) continue;
+    to_array.of_records = of_records;
+    EXPECT_LE(stack_used(run_on_stack, &to_array) - idle, std::size_t{by_service ? 64U : 32U} << 10);
+    ZVRTRecordPlanDestroy(of_records);
   }
 }
 

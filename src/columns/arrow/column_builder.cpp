@@ -30,6 +30,14 @@ void set_bit(std::byte* bitmap, std::int64_t row) {
   bitmap[row / bits_per_byte] |= std::byte{1} << static_cast<unsigned>(row % bits_per_byte);
 }
 
+void set_bits(std::byte* bitmap, std::int64_t row, std::int64_t count) {
+  for (; count > 0 && row % bits_per_byte != 0; ++row, --count) set_bit(bitmap, row);
+  std::memset(bitmap + row / bits_per_byte, 0xFF, static_cast<std::size_t>(count / bits_per_byte));
+  for (row += count / bits_per_byte * bits_per_byte, count %= bits_per_byte; count > 0; ++row, --count) {
+    set_bit(bitmap, row);
+  }
+}
+
 std::int64_t microseconds(const std::byte* time) {
   const auto field = [time](std::size_t offset) { return std::int64_t{load<std::uint16_t>(time + offset)}; };
   const std::int64_t minutes = field(offsetof(ZVRTTime, hour)) * 60 + field(offsetof(ZVRTTime, minute));
@@ -112,12 +120,7 @@ Status ColumnBuilder::convert(const Records& records, Block& block) {
 }
 
 void ColumnBuilder::mark_valid(const Block& block) {
-  if (block.complete && block.first % bits_per_byte == 0) {
-    std::byte* const bitmap = validity_.data() + block.first / bits_per_byte;
-    std::memset(bitmap, 0xFF, static_cast<std::size_t>(block.count / bits_per_byte));
-    for (std::int64_t i = block.count / bits_per_byte * bits_per_byte; i < block.count; ++i) set_bit(bitmap, i);
-    return;
-  }
+  if (block.complete) return set_bits(validity_.data(), block.first, block.count);
   for (std::int64_t i = 0; i < block.count; ++i) {
     if (block.valid(i)) set_bit(validity_.data(), block.first + i);
   }
@@ -178,25 +181,80 @@ bool ColumnBuilder::finish(std::int64_t rows, ArrowArray& array) {
   return make_array(rows, null_count, buffers, is_text() ? 3 : 2, array);
 }
 
+// The ends of texts that were written end to end, as offsets.
+Status ColumnBuilder::set_ends(std::int64_t first, const DirectRows& direct, std::int32_t count) {
+  std::int64_t before = 0;
+  std::int64_t empty = 0;
+  for (std::int32_t i = 0; i < count; ++i) {
+    const std::int64_t end = direct.end(i);
+    empty += static_cast<std::int64_t>(end == before);
+    before = end;
+    set_offset(first + i + 1, text_bytes_ + end);
+  }
+  text_bytes_ += before;
+  outcome_.empty += empty - direct.nulls();
+  return field_.column.form == Form::text && text_bytes_ > INT32_MAX ? ZVRT_RC_OUT_OF_RANGE : ZVRT_RC_OK;
+}
+
+// Leading rows of those from `first` on that the plan's kernel converts.
+Status ColumnBuilder::build_directly(const Records& records, std::int64_t first, std::int64_t rows,
+                                     std::int64_t& done) {
+  DirectRows direct(field_);
+  for (done = 0; done < rows;) {
+    const std::int64_t wanted = std::min<std::int64_t>(rows - done, DirectRows::most_rows);
+    const std::int64_t row = first + done;
+    if (is_text() && !texts_.reserve(text_bytes_ + direct.most_text(wanted), text_bytes_)) {
+      return ZVRT_RC_NO_MEMORY;
+    }
+    std::byte* const elements = is_text() ? texts_.data() + text_bytes_ : values_.data() + row * field_.column.width;
+    const std::int32_t count = direct.convert(records, row, wanted, elements);
+    done += count;
+    outcome_.done += count;
+    outcome_.nulls += direct.nulls();
+    if (direct.nulls() == 0) set_bits(validity_.data(), row, count);
+    for (std::int32_t i = 0; i < count && direct.nulls() > 0; ++i) {
+      if (!direct.is_null(i)) set_bit(validity_.data(), row + i);
+    }
+    if (is_text()) {
+      if (const Status status = set_ends(row, direct, count); status != ZVRT_RC_OK) return status;
+    }
+    if (count == 0) break;
+  }
+  return ZVRT_RC_OK;
+}
+
+Status ColumnBuilder::build_block(const Records& records, Block& block) {
+  if (field_.column.form == Form::cells) {
+    block.cells = values_.data() + block.first * field_.column.width;
+  } else if (is_text()) {
+    if (!texts_.reserve(text_bytes_ + block.count * field_.column.width, text_bytes_)) return ZVRT_RC_NO_MEMORY;
+    block.cells = texts_.data() + text_bytes_;
+  } else {
+    block.cells = block.staged;
+  }
+  const Status status = convert(records, block);
+  return status == ZVRT_RC_OK ? append(block) : status;
+}
+
+// Rows that no kernel takes go by blocks; those after a few of them are tried by the kernel again.
 Status ColumnBuilder::build(const Records& records, std::int64_t rows, ArrowArray& array) {
   if (!reserve(rows)) return ZVRT_RC_NO_MEMORY;
   if (is_text()) set_offset(0, 0);
   if (is_text() && !texts_.reserve(0)) return ZVRT_RC_NO_MEMORY;
+  const bool is_direct = DirectRows::suits(field_);
+  const std::int64_t most = is_direct ? std::min<std::int64_t>(block_rows(), columns::block_size) : block_rows();
+  Status status = rows > 0 ? columns::find_services(*field_.to_column) : ZVRT_RC_OK;
   Block block;
-  for (block.first = 0; block.first < rows; block.first += block.count) {
-    block.count = std::min(block_rows(), rows - block.first);
-    if (field_.column.form == Form::cells) {
-      block.cells = values_.data() + block.first * field_.column.width;
-    } else if (is_text()) {
-      if (!texts_.reserve(text_bytes_ + block.count * field_.column.width)) return ZVRT_RC_NO_MEMORY;
-      block.cells = texts_.data() + text_bytes_;
-    } else {
-      block.cells = block.staged;
+  for (block.first = 0; block.first < rows && status == ZVRT_RC_OK; block.first += block.count) {
+    if (is_direct) {
+      std::int64_t done = 0;
+      status = build_directly(records, block.first, rows - block.first, done);
+      block.first += done;
     }
-    Status status = convert(records, block);
-    if (status == ZVRT_RC_OK) status = append(block);
-    if (status != ZVRT_RC_OK) return status;
+    block.count = std::min(most, rows - block.first);
+    if (status == ZVRT_RC_OK && block.count > 0) status = build_block(records, block);
   }
+  if (status != ZVRT_RC_OK) return status;
   return finish(rows, array) ? ZVRT_RC_OK : ZVRT_RC_NO_MEMORY;
 }
 

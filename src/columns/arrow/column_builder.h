@@ -4,17 +4,11 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "columns/arrow/direct_rows.h"
 #include "columns/arrow/owned_array.h"
 #include "columns/arrow/record_plan.h"
 
 namespace zvrt::arrow {
-
-// Where records stand.
-struct Records {
-  const std::byte* data;
-  std::int64_t stride;
-  const std::int64_t* starts;  // in place of the stride, or null
-};
 
 class ColumnBuilder {
  public:
@@ -30,10 +24,13 @@ class ColumnBuilder {
   bool is_text() const { return field_.column.form == Form::text || field_.column.form == Form::large_text; }
   std::int64_t block_rows() const;
   bool reserve(std::int64_t rows);
+  Status build_directly(const Records& records, std::int64_t first, std::int64_t rows, std::int64_t& done);
+  Status build_block(const Records& records, Block& block);
   Status convert(const Records& records, Block& block);
   Status append(Block& block);
   Status append_texts(const Block& block);
   void mark_valid(const Block& block);
+  Status set_ends(std::int64_t first, const DirectRows& direct, std::int32_t count);
   bool finish(std::int64_t rows, ArrowArray& array);
   void set_offset(std::int64_t row, std::int64_t offset);
 

@@ -47,7 +47,7 @@ extern "C" void zvrt_release_struct(ArrowArray* array) {
 
 Buffer::~Buffer() { std::free(data_); }
 
-bool Buffer::reserve(std::int64_t bytes) {
+bool Buffer::reserve(std::int64_t bytes, std::int64_t used) {
   constexpr std::int64_t most = INT64_MAX / 4;
   if (data_ != nullptr && bytes <= capacity_) return true;
   if (bytes > most) return false;
@@ -55,7 +55,7 @@ bool Buffer::reserve(std::int64_t bytes) {
   const std::int64_t rounded = (wanted + alignment - 1) / alignment * alignment;
   void* const grown = std::aligned_alloc(alignment, static_cast<std::size_t>(rounded));
   if (grown == nullptr) return false;
-  if (data_ != nullptr) std::memcpy(grown, data_, static_cast<std::size_t>(capacity_));
+  if (used > 0) std::memcpy(grown, data_, static_cast<std::size_t>(used));
   std::free(data_);
   data_ = static_cast<std::byte*>(grown);
   capacity_ = rounded;

@@ -20,8 +20,8 @@ class Buffer {
   Buffer(const Buffer&) = delete;
   Buffer& operator=(const Buffer&) = delete;
 
-  // Room for at least `bytes`, what it holds kept; false without memory. A buffer that was asked for is never null.
-  bool reserve(std::int64_t bytes);
+  // Room for at least `bytes`, the first `used` kept; false without memory. A buffer that was asked for is never null.
+  bool reserve(std::int64_t bytes, std::int64_t used = 0);
   // Zero from `used` bytes to the end of the line, which readers may load.
   void clear_tail(std::int64_t used);
   void* release();  // to a new owner, who frees it

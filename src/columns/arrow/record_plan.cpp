@@ -80,6 +80,7 @@ Status fill(const ZVRTField* fields, ZVRTRecordPlan& plan, ZVRTProblem* why) {
       if (why != nullptr && why->size >= offsetof(ZVRTProblem, offset)) why->field = i;
       return made;
     }
+    columns::find_null_starts(field.to_column->from.type, field.begins_null);
   }
   return ZVRT_RC_OK;
 }

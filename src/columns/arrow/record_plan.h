@@ -26,6 +26,9 @@ struct Field {
   ZVRTType type = {};  // as plans have it
   ColumnType column;
   PlanHolder to_column;
+  columns::FirstBytes begins_null{};
+
+  bool may_be_null() const { return indicator_offset >= 0 || to_column->from.type.has_null_form(); }
 };
 
 // The outcomes of all fields, in the caller's structures; or nowhere.

@@ -5,12 +5,14 @@
 //
 //   pairs   |YY|YY|MM|DD|HH|MI|SS|--|FF|FF|FF|FF|     a byte a digit, the fraction at the right end of its eight
 //
-// One permutation (VPERMB) moves these to and from the places that the model gives them.
+// One permutation (VPERMB) moves these to and from the places that the model gives them, and a month's letters to the
+// bytes after the fraction.
 #include <immintrin.h>
 
 #include <array>
 
 #include "columns/date_layout.h"
+#include "columns/kernels/avx512/number_vectors.h"
 #include "columns/moments.h"
 #include "support/wraps.h"
 
@@ -24,6 +26,7 @@ using Mask = std::uint32_t;
 constexpr std::int32_t lanes = 32;
 constexpr std::int32_t fraction_place = 16;  // of its eight digits
 constexpr std::int32_t fraction_width = 8;
+constexpr std::int32_t letters_place = 24;  // of a month's, where a text has them
 
 ZVRT_INLINED Mask first(std::int32_t count) { return _bzhi_u32(~Mask{0}, static_cast<unsigned>(count)); }
 ZVRT_INLINED __m128i words(std::array<std::int16_t, 8> each) {
@@ -41,8 +44,12 @@ struct Moves {
     constexpr std::array<std::int32_t, part_count> widths{4, 2, 2, 2, 2, 2, 0};
     std::int32_t place = 0;
     for (std::size_t part = 0; part + 1 < widths.size(); ++part) {
-      for (std::int32_t k = 0; k < widths[part]; ++k, ++place) join(place, layout.at[part] + k);
+      const bool is_there = layout.at[part] >= 0 && (part != 1 || !layout.has_month_letters);
+      for (std::int32_t k = 0; k < widths[part]; ++k, ++place) {
+        if (is_there) join(place, layout.at[part] + k);
+      }
     }
+    for (std::int32_t k = 0; k < 3 && layout.has_month_letters; ++k) join(letters_place + k, layout.at[1] + k);
     const std::int32_t first_digit = fraction_place + fraction_width - layout.fraction_digits;
     for (std::int32_t k = 0; k < layout.fraction_digits; ++k) {
       join(first_digit + k, layout.at[6] + k);
@@ -176,7 +183,13 @@ ZVRT_INLINED __m128i members_of(Bytes digits, std::uint32_t scale) {
   return _mm_insert_epi32(shifted, static_cast<int>(fraction * scale), 3);
 }
 
-template <class Unit>
+ZVRT_INLINED std::uint32_t letters_of(Bytes pairs) {
+  return static_cast<std::uint32_t>(_mm_extract_epi32(_mm256_extracti128_si256(pairs, 1), 2));
+}
+
+constexpr std::array<std::uint8_t, 256> no_characters{};
+
+template <class Unit, bool has_table>
 std::int32_t read_rows(const ZVRTPlan& plan, const Rows rows) {
   constexpr auto unit = static_cast<std::int64_t>(sizeof(Unit));
   const Type& from = plan.from.type;
@@ -193,15 +206,19 @@ std::int32_t read_rows(const ZVRTPlan& plan, const Rows rows) {
   const Mask inside = first(layout.count);
   const Mask loaded = first(layout.count + (is_terminated ? 1 : 0));
   const std::uint32_t scale = power_of(plan.to.type.date_digits - layout.fraction_digits);
+  const avx512::PageTable page(has_table ? from.page.tables->ascii_of.data() : no_characters.data());
+  const bool has_letters = layout.has_month_letters;
   for (std::int32_t i = 0; i < rows.count; ++i) {
     if (!is_terminated && (gives_lengths ? rows.source_lengths->load(i) : from.length) != bytes) return i;
     const Bytes text = load_units<Unit>(rows.source + i * rows.source_stride, loaded);
-    const Bytes digits = _mm256_sub_epi8(text, least);
+    const Bytes digits = _mm256_sub_epi8(has_table ? page.characters_of(text) : text, least);
     const Mask good = _mm256_cmple_epu8_mask(digits, span) & inside;
     // The character after the text is what ends it.
     const Mask after = _mm256_test_epi8_mask(text, text) & loaded & ~inside;
     if (good != inside || after != 0) return i;
-    const __m128i members = members_of(_mm256_maskz_permutexvar_epi8(moves.digits_of_pairs, from_text, digits), scale);
+    const Bytes pairs = _mm256_maskz_permutexvar_epi8(moves.digits_of_pairs, from_text, digits);
+    __m128i members = members_of(pairs, scale);
+    if (has_letters) members = _mm_insert_epi16(members, static_cast<int>(find_month(letters_of(pairs))), 1);
     if (!is_date(members)) return i;
     std::byte* const slot = rows.target + i * rows.target_stride;
     _mm_storeu_si128(reinterpret_cast<__m128i*>(slot), members);
@@ -214,7 +231,9 @@ std::int32_t write_text(const ZVRTPlan& plan, const Rows& rows) {
   return plan.to.type.unit == 4 ? write_rows<Wide>(plan, rows) : write_rows<std::uint8_t>(plan, rows);
 }
 std::int32_t read_text(const ZVRTPlan& plan, const Rows& rows) {
-  return plan.from.type.unit == 4 ? read_rows<Wide>(plan, rows) : read_rows<std::uint8_t>(plan, rows);
+  const Type& from = plan.from.type;
+  if (from.unit == 4) return read_rows<Wide, false>(plan, rows);
+  return from.has_table() ? read_rows<std::uint8_t, true>(plan, rows) : read_rows<std::uint8_t, false>(plan, rows);
 }
 
 }  // namespace
@@ -222,6 +241,7 @@ std::int32_t read_text(const ZVRTPlan& plan, const Rows& rows) {
 const DateKernels date_kernels_avx512{
     .record_to_text = write_text,
     .text_to_record = read_text,
+    .text_to_count = count_text_avx512,
 };
 
 }  // namespace zvrt::columns

@@ -3,6 +3,8 @@
 
 #include <immintrin.h>
 
+#include <type_traits>
+
 #include "columns/kernels/packed_word.h"
 #include "support/wraps.h"
 
@@ -190,56 +192,97 @@ ZVRT_INLINED void store_text(const TextSlot& place, Vector /*blanks*/, Vector un
   if (place.is_prefixed) store(slot, 0, static_cast<std::uint16_t>(count * 4));
 }
 
-template <class Unit, bool from_page, bool into_page, std::int32_t width, Length length_is>
-std::int32_t convert_rows(const ZVRTPlan& plan, const Rows& rows, const TextSlot place) {
-  constexpr auto unit = static_cast<std::int32_t>(sizeof(Unit));
-  const Type& from = plan.from.type;
-  const Type& to = plan.to.type;
+// The sources of a run of texts, each in one vector.
+template <bool from_page, std::int32_t width, Length length_is>
+struct Texts {
   Table table{};
-  if constexpr (from_page) table = Table::load(from.page.tables->ascii_of.data(), 256);
-  if constexpr (into_page) table = Table::load(to.page.tables->code_of_ascii.data(), 128);
-  const bool blanks_lows = from.has(ZVRT_TYPE_LOW_AS_BLANK);
-  // Where nothing is trimmed all characters count.
-  const Mask never_trimmed = from.has(ZVRT_TYPE_TRIM) ? 0 : ~Mask{0};
-  const Vector blanks = repeat8(place.is_padded ? static_cast<std::uint8_t>(to.page.blank[0]) : 0);
-  const Mask zeros_end = place.is_terminated ? ~Mask{0} : 0;
-  const std::int32_t most = place.capacity / unit < 63 ? place.capacity / unit : place.is_padded ? 64 : 63;
-  const std::int32_t slot = from.length < direct_text_bytes ? from.length : direct_text_bytes;
-  for (std::int32_t i = 0; i < rows.count; ++i) {
+  std::int32_t slot;
+  bool blanks_lows;
+  Mask never_trimmed;  // where nothing is trimmed all characters count
+
+  ZVRT_INLINED explicit Texts(const Type& from)
+      : slot(from.length < direct_text_bytes ? from.length : direct_text_bytes),
+        blanks_lows(from.has(ZVRT_TYPE_LOW_AS_BLANK)),
+        never_trimmed(from.has(ZVRT_TYPE_TRIM) ? 0 : ~Mask{0}) {
+    if constexpr (from_page) table = Table::load(from.page.tables->ascii_of.data(), 256);
+  }
+
+  // The characters of a text that is ASCII, and where zeros stand; -1 where a block has to look at it.
+  ZVRT_INLINED std::int32_t read(const Rows& rows, std::int32_t i, Vector& ascii, Mask& zeros) const {
     Vector bytes;
     const std::int32_t length = load_source<width, length_is>(rows, slot, i, bytes);
     if (length < 0) [[unlikely]]
-      return i;
+      return -1;
     const Mask inside = first(length);
-    Vector ascii = from_page ? table.all(bytes) : bytes;
-    Mask zeros = _mm512_testn_epi8_mask(ascii, ascii) & inside;
+    ascii = from_page ? table.all(bytes) : bytes;
+    zeros = _mm512_testn_epi8_mask(ascii, ascii) & inside;
     if (blanks_lows) {
       ascii = _mm512_mask_mov_epi8(ascii, zeros, repeat8(' '));
       zeros = 0;
     }
     const Mask others = (_mm512_cmpneq_epi8_mask(ascii, repeat8(' ')) | never_trimmed) & inside;
     const std::int32_t count = 64 - static_cast<std::int32_t>(_lzcnt_u64(others));
-    const Mask refused = (_mm512_movepi8_mask(ascii) & inside) | (zeros & zeros_end & first(count));
-    if (refused != 0 || count > most) [[unlikely]]
+    return (_mm512_movepi8_mask(ascii) & inside) == 0 ? count : -1;
+  }
+};
+
+template <class Unit, bool from_page, bool into_page, std::int32_t width, Length length_is>
+std::int32_t convert_rows(const ZVRTPlan& plan, const Rows& rows, const TextSlot place) {
+  constexpr auto unit = static_cast<std::int32_t>(sizeof(Unit));
+  const Type& to = plan.to.type;
+  const Texts<from_page, width, length_is> texts(plan.from.type);
+  Table codes{};
+  if constexpr (into_page) codes = Table::load(to.page.tables->code_of_ascii.data(), 128);
+  const Vector blanks = repeat8(place.is_padded ? static_cast<std::uint8_t>(to.page.blank[0]) : 0);
+  const Mask zeros_end = place.is_terminated ? ~Mask{0} : 0;
+  const std::int32_t most = place.capacity / unit < 63 ? place.capacity / unit : place.is_padded ? 64 : 63;
+  for (std::int32_t i = 0; i < rows.count; ++i) {
+    Vector ascii;
+    Mask zeros;
+    const std::int32_t count = texts.read(rows, i, ascii, zeros);
+    if (count < 0 || count > most || (zeros & zeros_end & first(count)) != 0) [[unlikely]]
       return i;
-    const Vector units = into_page ? table.low(ascii) : ascii;
+    const Vector units = into_page ? codes.low(ascii) : ascii;
     store_text<width>(place, blanks, units, count, rows.target + i * rows.target_stride, Unit{});
     rows.lengths[i] = count * unit;
   }
   return rows.count;
 }
 
-template <class Unit, bool from_page, bool into_page, std::int32_t width>
-std::int32_t convert_by_length(const ZVRTPlan& plan, const Rows& rows, const TextSlot& place) {
-  if (plan.from.type.extent == Extent::terminated) {
-    return convert_rows<Unit, from_page, into_page, width, Length::terminated>(plan, rows, place);
+// Texts end to end: each is stored with what follows it in its vector, over which the next one goes.
+template <bool from_page, std::int32_t width, Length length_is>
+std::int32_t join_rows(const ZVRTPlan& plan, const Rows rows) {
+  const Texts<from_page, width, length_is> texts(plan.from.type);
+  std::int64_t end = 0;
+  for (std::int32_t i = 0; i < rows.count; ++i) {
+    Vector ascii;
+    Mask zeros;
+    const std::int32_t count = texts.read(rows, i, ascii, zeros);
+    if (count < 0) [[unlikely]]
+      return i;
+    store_bytes<width>(rows.target + end, ~Mask{0}, ascii);
+    end += count;
+    rows.lengths[i] = end;
   }
-  if (rows.source_lengths->at != nullptr) {
-    return convert_rows<Unit, from_page, into_page, width, Length::given>(plan, rows, place);
-  }
-  // A slot of more bytes than a vector has is a value of more.
-  if (plan.from.type.length > direct_text_bytes) return 0;
-  return convert_rows<Unit, from_page, into_page, width, Length::of_slot>(plan, rows, place);
+  return rows.count;
+}
+
+// Calls `run` with how lengths are found. A slot of more bytes than a vector has is a value of more.
+template <class Run>
+ZVRT_INLINED std::int32_t choose_length(const Type& from, const Rows& rows, Run run) {
+  using std::integral_constant;
+  if (from.extent == Extent::terminated) return run(integral_constant<Length, Length::terminated>{});
+  if (rows.source_lengths->at != nullptr) return run(integral_constant<Length, Length::given>{});
+  return from.length > direct_text_bytes ? 0 : run(integral_constant<Length, Length::of_slot>{});
+}
+
+// Calls `run` with the bytes of vectors that hold so many.
+template <class Run>
+ZVRT_INLINED std::int32_t choose_width(std::int32_t bytes, Run run) {
+  using std::integral_constant;
+  if (bytes <= 16) return run(integral_constant<std::int32_t, 16>{});
+  if (bytes <= 32) return run(integral_constant<std::int32_t, 32>{});
+  return run(integral_constant<std::int32_t, 64>{});
 }
 
 template <class Unit, bool from_page, bool into_page>
@@ -249,9 +292,19 @@ std::int32_t convert_text(const ZVRTPlan& plan, const Rows& rows) {
   if (place.is_padded && place.capacity > 64) return 0;
   const std::int32_t target = place.capacity / static_cast<std::int32_t>(sizeof(Unit)) + (place.is_terminated ? 1 : 0);
   const std::int32_t widest = target > plan.from.type.length ? target : plan.from.type.length;
-  if (widest <= 16) return convert_by_length<Unit, from_page, into_page, 16>(plan, rows, place);
-  if (widest <= 32) return convert_by_length<Unit, from_page, into_page, 32>(plan, rows, place);
-  return convert_by_length<Unit, from_page, into_page, 64>(plan, rows, place);
+  return choose_length(plan.from.type, rows, [&](auto length_is) {
+    return choose_width(widest, [&](auto width) {
+      return convert_rows<Unit, from_page, into_page, width, length_is>(plan, rows, place);
+    });
+  });
+}
+
+template <bool from_page>
+std::int32_t join_text(const ZVRTPlan& plan, const Rows& rows) {
+  return choose_length(plan.from.type, rows, [&](auto length_is) {
+    return choose_width(plan.from.type.length,
+                        [&](auto width) { return join_rows<from_page, width, length_is>(plan, rows); });
+  });
 }
 
 // --- wide ASCII to a page: sixteen characters a step, [a000|b000|...] to [ab...] (VPMOVDB) and by its table ---
@@ -314,6 +367,8 @@ const DirectKernels direct_kernels_avx512{
     .utf8_to_page = convert_text<std::uint8_t, false, true>,
     .utf8_to_wide = convert_text<Wide, false, false>,
     .wide_to_page = convert_wide_text,
+    .page_to_joined = join_text<true>,
+    .utf8_to_joined = join_text<false>,
 };
 
 }  // namespace zvrt::columns

@@ -1,0 +1,113 @@
+#include "columns/arrow/direct_rows.h"
+
+#include <algorithm>
+#include <cstring>
+#include <type_traits>
+
+#include "support/units.h"
+
+namespace zvrt::arrow {
+
+namespace {
+
+bool is_text(const Field& field) { return field.column.form == Form::text || field.column.form == Form::large_text; }
+
+columns::Direct* kernel_of(const Field& field) {
+  if (is_text(field)) return field.to_column->joined;
+  return field.column.form == Form::cells ? field.to_column->direct : nullptr;
+}
+
+// Fields of up to so many bytes are copied together.
+constexpr std::int32_t longest_staged = 64;
+
+}  // namespace
+
+bool DirectRows::suits(const Field& field) {
+  const columns::Type& type = field.to_column->from.type;
+  if (kernel_of(field) == nullptr || type.length <= 0) return false;
+  // Which bytes of the others are the value, only a block finds out.
+  const bool is_whole = type.extent == columns::Extent::fixed || type.extent == columns::Extent::counted;
+  return is_whole || !field.may_be_null();
+}
+
+// Two passes: which rows may be null needs no branch, and what those are is looked at one by one.
+std::int32_t DirectRows::find_nulls(const Records& records, std::int64_t first, std::int32_t count) {
+  std::int16_t suspects[most_rows];
+  std::size_t suspected = 0;
+  for (std::int32_t i = 0; i < count; ++i) {
+    const std::byte* const record = records.at(first + i);
+    is_null_[i] = field_.indicator_offset >= 0 && load<std::int16_t>(record + field_.indicator_offset) < 0;
+    suspects[suspected] = static_cast<std::int16_t>(i);
+    suspected += static_cast<std::size_t>(field_.begins_null[static_cast<std::size_t>(record[field_.offset])]);
+  }
+  for (std::size_t k = 0; k < suspected; ++k) {
+    const std::byte* const at = records.at(first + suspects[k]) + field_.offset;
+    is_null_[suspects[k]] |= columns::find_null_form(type_, {at, type_.length}) == columns::Content::null;
+  }
+  return static_cast<std::int32_t>(std::count(is_null_, is_null_ + count, true));
+}
+
+// Copies the fields together, with as few branches as a known length allows.
+template <class Length>
+void DirectRows::stage(const Records& records, std::int64_t first, std::int32_t count, Length length) {
+  std::int32_t value = 0;
+  while (nulls_ > 0 && is_null_[value]) ++value;
+  for (std::int32_t i = 0; i < count; ++i) {
+    value = is_null(i) ? value : i;
+    std::memcpy(staged_ + static_cast<std::size_t>(i) * length, records.at(first + value) + field_.offset, length);
+  }
+}
+
+void DirectRows::stage_all(const Records& records, std::int64_t first, std::int32_t count) {
+  const auto stage_known = [&](auto length) { stage(records, first, count, length); };
+  using std::integral_constant;
+  switch (type_.length) {
+    case 3: return stage_known(integral_constant<std::size_t, 3>{});
+    case 4: return stage_known(integral_constant<std::size_t, 4>{});
+    case 5: return stage_known(integral_constant<std::size_t, 5>{});
+    case 8: return stage_known(integral_constant<std::size_t, 8>{});
+    default: return stage_known(static_cast<std::size_t>(type_.length));
+  }
+}
+
+void DirectRows::clear_nulls(std::int32_t count, std::byte* elements) {
+  const auto width = static_cast<std::size_t>(field_.column.width);
+  for (std::int32_t i = 0; i < count; ++i) {
+    if (is_null_[i]) std::memset(elements + static_cast<std::size_t>(i) * width, 0, width);
+  }
+}
+
+std::int32_t DirectRows::convert(const Records& records, std::int64_t first, std::int64_t most, std::byte* elements) {
+  const bool is_joined = is_text(field_);
+  const bool may_be_null = field_.may_be_null();
+  const bool may_be_staged = records.starts != nullptr || (may_be_null && !is_joined);
+  if (may_be_staged && type_.length > longest_staged) return 0;
+  const std::int32_t room = may_be_staged ? std::min(most_rows, staged_bytes / type_.length) : most_rows;
+  const auto count = static_cast<std::int32_t>(std::min<std::int64_t>(most, room));
+  nulls_ = may_be_null ? find_nulls(records, first, count) : 0;
+  if (nulls_ == count) {
+    std::fill_n(ends_, count, 0);
+    if (!is_joined) clear_nulls(count, elements);
+    return count;
+  }
+  const bool is_staged = records.starts != nullptr || (nulls_ > 0 && !is_joined);
+  if (is_staged) stage_all(records, first, count);
+  columns::Entries lengths;
+  if (is_joined && nulls_ > 0) {
+    std::transform(is_null_, is_null_ + count, text_lengths_, [&](bool null) { return null ? 0 : type_.length; });
+    lengths = {reinterpret_cast<std::byte*>(text_lengths_), sizeof *text_lengths_, sizeof *text_lengths_};
+  }
+  const columns::Rows rows{is_staged ? staged_ : records.at(first) + field_.offset,
+                           is_staged ? type_.length : records.stride,
+                           &lengths,
+                           elements,
+                           field_.column.width,
+                           count,
+                           ends_};
+  const std::int32_t done = kernel_of(field_)(*field_.to_column, rows);
+  if (nulls_ > 0) nulls_ = static_cast<std::int32_t>(std::count(is_null_, is_null_ + done, true));
+  if (nulls_ > 0 && !is_joined) clear_nulls(done, elements);
+  return done;
+}
+
+}  // namespace zvrt::arrow
