@@ -165,7 +165,8 @@ TEST_F(Runs, LittleStack) {
     run(plan.get(), work);  // what a thread's first use of a page does is the service's own
     std::string source, slots(50 * 128, untouched);
     for (int row = 0; row < 50; ++row) source += work.value;
-    StackWork on_stack{plan.get(), {}, {}};
+    StackWork on_stack{};
+    on_stack.plan = plan.get();
     on_stack.from.size = on_stack.to.size = sizeof(ZVRTArray);
     on_stack.from.data = source.data();
     on_stack.from.stride = static_cast<std::int64_t>(work.value.size());
