@@ -2,6 +2,7 @@
 # Such a source holds nothing but kernels: everything in it that is not a kernel has internal linkage, so that no function
 # compiled for this level can stand in for one that runs everywhere.
 set(ZVRT_FLAGS_sse41 -msse4.1 -mpopcnt)
+set(ZVRT_FLAGS_avx2 -mavx2 -mbmi -mbmi2 -mpopcnt)
 set(ZVRT_FLAGS_avx512 -mbmi -mbmi2 -mlzcnt -mpopcnt -mfma -mavx512f -mavx512bw -mavx512cd -mavx512dq -mavx512vl -mavx512ifma -mavx512vbmi -mavx512vbmi2
   -mprefer-vector-width=512)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
@@ -10,7 +11,7 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
 endif()
 
 
-set(ZVRT_LEVELS portable baseline sse41 avx512)
+set(ZVRT_LEVELS portable baseline sse41 avx2 avx512)
 set_property(CACHE ZVRT_HIGHEST_LEVEL PROPERTY STRINGS ${ZVRT_LEVELS})
 if(NOT ZVRT_HIGHEST_LEVEL IN_LIST ZVRT_LEVELS)
   list(JOIN ZVRT_LEVELS ", " levels)

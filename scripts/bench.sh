@@ -6,8 +6,7 @@
 # Other families: text, counted, transforms, code_pages, integers, narrow_numbers, floats, timestamps, decimals,
 # siblings; without one, all of these.
 # Peers are found by CMake; those that Debian lacks under the prefix ZVRT_BENCH_PEERS in the environment. LEVEL=portable, baseline, sse41 or avx2 in the
-# environment is how fast we are on a lesser processor; simdutf is made to believe it too, the other peers are not. Kernels of
-# ours for AVX2 there are none: that level differs in simdutf's.
+# environment is how fast we are on a lesser processor; simdutf is made to believe it too, the other peers are not.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 record=no
@@ -22,7 +21,6 @@ case $level in
   avx512) ;;
   avx2)
     export SIMDUTF_FORCE_IMPLEMENTATION=haswell
-    level=sse41
     ;;
   *) export SIMDUTF_FORCE_IMPLEMENTATION=westmere ;;
 esac

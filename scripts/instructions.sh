@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Instructions per call, as a table: they repeat where times do not. callgrind knows no AVX-512, so these are the
-# SSE4.1 kernels'. The counting loop's own instructions are taken off.
+# kernels for AVX2. The counting loop's own instructions are taken off.
 # scripts/instructions.sh | scripts/figures.py record instructions   keeps them in docs/figures/instructions.csv
 set -euo pipefail
 cd "$(dirname "$0")/.."

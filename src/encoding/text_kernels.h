@@ -64,6 +64,7 @@ Progress encode_measured(const void* src, std::size_t count, char* dst, std::siz
 extern const TextKernels text_kernels_portable;
 extern const TextKernels text_kernels_baseline;
 extern const TextKernels text_kernels_sse41;
+extern const TextKernels text_kernels_avx2;
 extern const TextKernels text_kernels_avx512;
 
 // The version for this machine, chosen when the library is loaded.

@@ -23,7 +23,8 @@ enum class CpuLevel : std::uint8_t {
   portable,  // any processor: eight bytes a step in plain registers
   baseline,  // x86-64 with SSE2
   sse41,     // SSSE3, SSE4.1 and population count
-  avx512,    // AVX2, BMI, BMI2, leading-zero count, FMA, and AVX-512 F, BW, CD, DQ, VL, IFMA, VBMI and VBMI2
+  avx2,      // those, AVX2, BMI and BMI2
+  avx512,    // those, leading-zero count, FMA, and AVX-512 F, BW, CD, DQ, VL, IFMA, VBMI and VBMI2
 };
 
 CpuLevel cpu_level();
@@ -35,12 +36,14 @@ struct Versions {
   Kernel* portable = nullptr;
   Kernel* baseline = nullptr;
   Kernel* sse41 = nullptr;
+  Kernel* avx2 = nullptr;
   Kernel* avx512 = nullptr;
 };
 
 template <class Kernel>
 Kernel* choose_version(const Versions<Kernel>& versions, CpuLevel level = cpu_level()) {
   if (level >= CpuLevel::avx512 && versions.avx512 != nullptr) return versions.avx512;
+  if (level >= CpuLevel::avx2 && versions.avx2 != nullptr) return versions.avx2;
   if (level >= CpuLevel::sse41 && versions.sse41 != nullptr) return versions.sse41;
   const bool has_baseline =
       versions.baseline != nullptr && (level >= CpuLevel::baseline || versions.portable == nullptr);

@@ -32,6 +32,7 @@ inline std::vector<Version> versions() {
 #if defined(__x86_64__)
   all.push_back({"baseline", text_kernels_baseline});
   if (cpu_level() >= CpuLevel::sse41) all.push_back({"sse41", text_kernels_sse41});
+  if (cpu_level() >= CpuLevel::avx2) all.push_back({"avx2", text_kernels_avx2});
   if (cpu_level() >= CpuLevel::avx512) all.push_back({"avx512", text_kernels_avx512});
 #endif
   return all;

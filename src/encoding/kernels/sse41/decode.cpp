@@ -335,12 +335,12 @@ ZVRT_INLINED Progress decode_prefix(const char* src, Source source, void* dst, s
   return {read, written};
 }
 
+}  // namespace
+
 // Kept apart, so that ASCII does not wait for what this saves and restores.
 [[gnu::noinline]] Progress decode_after_ascii(const char* src, std::size_t ascii, void* dst, std::size_t capacity) {
   return decode_prefix<true>(src, Terminated{}, dst, capacity, ascii);
 }
-
-}  // namespace
 
 Progress decode(const char* src, std::size_t count, void* dst, std::size_t capacity) {
   return decode_prefix<true>(src, Counted{count}, dst, capacity);

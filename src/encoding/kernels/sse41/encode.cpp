@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "encoding/kernels/sse41/compression.h"
 #include "encoding/kernels/sse41/text.h"
 
 namespace zvrt::sse41 {
@@ -89,40 +90,6 @@ Block expand(Block values) {
 }
 
 // ---- Lanes compressed ----
-
-// For four lanes of four bytes, by the lengths less one in two masks of four bits.
-struct QuadCompression {
-  alignas(16) std::uint8_t order[256][16];
-  std::uint8_t bytes[256];
-  constexpr QuadCompression() : order(), bytes() {
-    for (unsigned lengths = 0; lengths < 256; ++lengths) {
-      unsigned count = 0;
-      for (unsigned i = 0; i < 4; ++i) {
-        const unsigned length = 1 + (lengths >> i & 1) + (lengths >> (i + 4) & 1) * 2;
-        for (unsigned k = length; k-- > 0;) order[lengths][count++] = static_cast<std::uint8_t>(i * 4 + k);
-      }
-      bytes[lengths] = static_cast<std::uint8_t>(count);
-      while (count < 16) order[lengths][count++] = 0x80;
-    }
-  }
-};
-constexpr QuadCompression quad_compression;
-
-// For eight lanes of two bytes, by a mask of those that are full.
-struct PairCompression {
-  alignas(16) std::uint8_t order[256][16];
-  constexpr PairCompression() : order() {
-    for (unsigned two = 0; two < 256; ++two) {
-      unsigned count = 0;
-      for (unsigned i = 0; i < 8; ++i) {
-        if ((two >> i & 1) != 0) order[two][count++] = static_cast<std::uint8_t>(i * 2 + 1);
-        order[two][count++] = static_cast<std::uint8_t>(i * 2);
-      }
-      while (count < 16) order[two][count++] = 0x80;
-    }
-  }
-};
-constexpr PairCompression pair_compression;
 
 Block compress(Block lanes, const std::uint8_t (&order)[16]) {
   return _mm_shuffle_epi8(lanes, _mm_load_si128(reinterpret_cast<const Block*>(order)));
@@ -285,12 +252,12 @@ ZVRT_INLINED Progress encode_prefix(const void* src, Source source, char* dst, s
   return {read, written};
 }
 
+}  // namespace
+
 // Kept apart, so that ASCII does not wait for what this saves and restores.
 [[gnu::noinline]] Progress encode_any(const void* src, char* dst, std::size_t capacity) {
   return encode_prefix<true>(src, Terminated{}, dst, capacity);
 }
-
-}  // namespace
 
 Progress encode(const void* src, std::size_t count, char* dst, std::size_t capacity) {
   return encode_prefix<true>(src, Counted{count}, dst, capacity);

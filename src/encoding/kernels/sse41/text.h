@@ -15,10 +15,13 @@ namespace zvrt::sse41 {
 
 Progress decode(const char* src, std::size_t count, void* dst, std::size_t capacity);
 Progress decode_terminated(const char* src, void* dst, std::size_t capacity);
+// Terminated text of which `ascii` characters are converted; what follows is not expected to be ASCII.
+Progress decode_after_ascii(const char* src, std::size_t ascii, void* dst, std::size_t capacity);
 Progress count_decoded(const char* src, std::size_t count);
 
 Progress encode(const void* src, std::size_t count, char* dst, std::size_t capacity);
 Progress encode_terminated(const void* src, char* dst, std::size_t capacity);
+Progress encode_any(const void* src, char* dst, std::size_t capacity);  // the same
 Progress count_encoded(const void* src, std::size_t count);
 
 // ---- Where a text ends ----
