@@ -9,7 +9,7 @@ cmake --preset coverage >/dev/null
 cmake --build "$build" >/dev/null
 rm -rf "$build/profiles"
 LLVM_PROFILE_FILE="$PWD/$build/profiles/%p-%m.profraw" ctest --test-dir "$build" --parallel "$(nproc)" \
-  --exclude-regex '^(package|abi|fuzz|valgrind)\.' --output-on-failure >"$build/ctest.log" || { tail -30 "$build/ctest.log"; exit 1; }
+  --exclude-regex '^(package|abi|valgrind)\.' --output-on-failure >"$build/ctest.log" || { tail -30 "$build/ctest.log"; exit 1; }
 llvm-profdata merge -sparse -o "$build/tests.profdata" "$build"/profiles/*.profraw
 llvm-cov export -format=text -skip-expansions -instr-profile="$build/tests.profdata" "$build/lib/libZVRTDataCnvLib.so" \
   >"$build/coverage.json"

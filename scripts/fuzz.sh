@@ -21,8 +21,7 @@ case $mode in
   *) seconds=$mode mode=run ;;
 esac
 shift
-links() { clang++ -fsanitize=fuzzer -x c++ - -o /dev/null <<<'extern "C" int LLVMFuzzerTestOneInput(const char*, unsigned long) { return 0; }'; }
-[ "$mode" = smoke ] || links 2>/dev/null || { echo "skipped: clang++ or its libFuzzer is not installed"; exit 77; }
+[ "$mode" = smoke ] || ./scripts/install-dependencies.sh fuzz >&2
 
 root=${BUILD_ROOT:-build}
 mkdir -p "$root/findings"
@@ -57,7 +56,7 @@ for preset in ${PRESETS:-fuzz fuzz-kernels}; do
   [ ${#targets[@]} -gt 0 ] || continue
   if [ "$mode" = smoke ]; then
     for target in "${targets[@]}"; do
-      [ -x "$root/$preset/fuzz/fuzz_$target" ] || { echo "skipped: $target is not built; scripts/fuzz.sh build does"; exit 77; }
+      [ -x "$root/$preset/fuzz/fuzz_$target" ] || { echo "$target is not built: scripts/fuzz.sh build $target" >&2; exit 2; }
     done
   else
     cmake --preset "$preset" -B "$root/$preset" >/dev/null

@@ -3,6 +3,7 @@
 #   install-dependencies.sh demo           the library, its examples, its tools
 #   install-dependencies.sh test           these, the tests, and what single tests are skipped without
 #   install-dependencies.sh packages       what the packages need besides: the Python package
+#   install-dependencies.sh fuzz           the fuzzers, and the tests under clang's sanitizers
 #   install-dependencies.sh lint           formatting and static analysis
 #   install-dependencies.sh clients        the programs that the tests of scripts/clients.sh talk to
 #   install-dependencies.sh bench          the peers of scripts/bench.sh
@@ -23,7 +24,10 @@ needed_packages=(python3-dev)
 useful_packages=()
 
 needed_test=("${needed_demo[@]}" libgtest-dev libgmp-dev)
-useful_test=(python3-dev gnucobol:cobc abigail-tools lintian locales clang libclang-rt-14-dev llvm doxygen man-db valgrind libc6-dbg)
+useful_test=(python3-dev gnucobol:cobc abigail-tools lintian locales doxygen man-db valgrind libc6-dbg)
+
+needed_fuzz=("${needed_test[@]}" clang libclang-rt-14-dev llvm)
+useful_fuzz=()
 
 needed_lint=("${needed_test[@]}" python3-dev clang clang-format:clang-format clang-tidy:clang-tidy shellcheck)
 useful_lint=()
@@ -41,7 +45,7 @@ useful_other_machines=()
 needed_other_machines_clang=(clang)
 useful_other_machines_clang=()
 
-usage() { sed -n '2,10s/^# \{0,1\}//p' "$0" >&2; exit 2; }
+usage() { sed -n '2,11s/^# \{0,1\}//p' "$0" >&2; exit 2; }
 
 # The packages among the arguments that are not installed.
 missing() {

@@ -7,6 +7,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
+./scripts/install-dependencies.sh lint
+
 mistakes='-*,bugprone-argument-comment,bugprone-assert-side-effect,bugprone-bool-*,bugprone-dangling-handle,bugprone-infinite-loop'
 mistakes+=',bugprone-integer-division,bugprone-misplaced-operator-*,bugprone-misplaced-pointer-*,bugprone-move-*,bugprone-parent-virtual-call'
 mistakes+=',bugprone-sizeof-*,bugprone-string-*,bugprone-suspicious-*,bugprone-undefined-memory-manipulation,bugprone-unused-raii'

@@ -80,7 +80,7 @@ count() { sed -n "s/^[[:space:]]*$2=\"\([0-9]*\)\".*/\1/p" "$1" | head -1; }
 run_tests() {
   rm -f "$1/$2.xml"
   ctest --test-dir "$1" --progress --parallel "$(nproc)" --output-on-failure --label-exclude '^(clients|long)$' \
-    --exclude-regex '^(package|abi|fuzz|valgrind|documents|support)\.' --output-junit "$PWD/$1/$2.xml" "${@:3}"
+    --exclude-regex '^(package|abi|valgrind|documents|support)\.' --output-junit "$PWD/$1/$2.xml" "${@:3}"
 }
 
 status=0

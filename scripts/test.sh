@@ -9,7 +9,5 @@ cd "$(dirname "$0")/.."
 build=build/release
 cmake --preset release
 cmake --build "$build"
-# The fuzzers are a build of their own, by clang; without it their tests are skipped.
-PRESETS=fuzz ./scripts/fuzz.sh build || [ $? -eq 77 ]
 exec ctest --test-dir "$build" --progress --output-on-failure --parallel "$(nproc)" --label-exclude '^clients$' \
   --output-junit "$PWD/$build/tests.xml" "$@"
