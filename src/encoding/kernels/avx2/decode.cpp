@@ -244,11 +244,11 @@ bool are_ascii(Block first, Block last) {
   return _mm_movemask_epi8(_mm_cmpgt_epi8(_mm_min_epi8(first, last), _mm_setzero_si128())) == 0xFFFF;
 }
 
-// The same of a known count.
+// Text of a known count, mostly ASCII of up to 32 bytes.
 Progress decode_short(const char* src, std::size_t count, char* dst, std::size_t capacity) {
   const auto repeat_four = [](const char* at) { return _mm_set1_epi32(load<std::int32_t>(at)); };
   const auto repeat_eight = [](const char* at) { return _mm_set1_epi64x(load<std::int64_t>(at)); };
-  if (count >= 4 && count <= capacity && count <= vector_bytes) {
+  if (count >= 4 && count <= vector_bytes && count <= capacity && load<std::uint8_t>(src) < 0x80) {
     const bool ascii = count >= 16  ? are_ascii(load_block(src), load_block(src + count - 16))
                        : count >= 8 ? are_ascii(repeat_eight(src), repeat_eight(src + count - 8))
                                     : are_ascii(repeat_four(src), repeat_four(src + count - 4));
@@ -260,7 +260,22 @@ Progress decode_short(const char* src, std::size_t count, char* dst, std::size_t
   return sse41::decode(src, count, dst, capacity);
 }
 
-// Terminated text after its ASCII. Kept apart, so that ASCII does not wait for what this saves and restores.
+// Kept apart, so that short text does not wait for what this saves and restores, as are those below.
+[[gnu::noinline]] Progress decode_counted(const char* src, std::size_t count, void* dst, std::size_t capacity) {
+  Run run{src, static_cast<char*>(dst), capacity, {}};
+  if (!convert_steps<Decoding<ToWide>>(run, Counted<char>{count})) return run.done;
+  run.advance(decode_short(run.source(), count - run.done.read, run.destination<4>(), run.left()));
+  return run.done;
+}
+
+[[gnu::noinline]] Progress decode_to_utf16(const char* src, std::size_t count, void* dst, std::size_t capacity) {
+  Run run{src, static_cast<char*>(dst), capacity, {}};
+  if (!convert_steps<Decoding<ToUtf16>>(run, Within<char>{count})) return run.done;
+  run.advance(baseline::utf8_to_utf16(run.source(), count - run.done.read, run.destination<2>(), run.left()));
+  return run.done;
+}
+
+// Terminated text after its ASCII.
 [[gnu::noinline]] Progress decode_after_ascii(const char* src, std::size_t ascii, void* dst, std::size_t capacity) {
   Run run{src, static_cast<char*>(dst), capacity, {ascii, ascii}};
   if (Decoding<ToWide>::is_long(run.source()) || convert_steps<Decoding<ToWide>>(run, Terminated<char>{})) {
@@ -274,10 +289,9 @@ Progress decode_short(const char* src, std::size_t count, char* dst, std::size_t
 // ---- Texts ----
 
 Progress decode(const char* src, std::size_t count, void* dst, std::size_t capacity) {
-  Run run{src, static_cast<char*>(dst), capacity, {}};
-  if (!convert_steps<Decoding<ToWide>>(run, Counted<char>{count})) return run.done;
-  run.advance(decode_short(run.source(), count - run.done.read, run.destination<4>(), run.left()));
-  return run.done;
+  if (count <= vector_bytes) return decode_short(src, count, static_cast<char*>(dst), capacity);
+  if (Decoding<ToWide>::is_long(src)) return sse41::decode(src, count, dst, capacity);
+  return decode_counted(src, count, dst, capacity);
 }
 
 // Most values are ASCII or end within 32 bytes.
@@ -304,10 +318,8 @@ Progress decode_terminated(const char* src, void* dst, std::size_t capacity) {
 }
 
 Progress utf8_to_utf16(const char* src, std::size_t count, void* dst, std::size_t capacity) {
-  Run run{src, static_cast<char*>(dst), capacity, {}};
-  if (!convert_steps<Decoding<ToUtf16>>(run, Within<char>{count})) return run.done;
-  run.advance(baseline::utf8_to_utf16(run.source(), count - run.done.read, run.destination<2>(), run.left()));
-  return run.done;
+  const auto convert = count < vector_bytes ? baseline::utf8_to_utf16 : decode_to_utf16;
+  return convert(src, count, dst, capacity);
 }
 
 }  // namespace zvrt::avx2

@@ -25,6 +25,7 @@ namespace {
 constexpr std::size_t step_units = 16;
 constexpr std::size_t max_step_bytes = 4 * step_units;
 constexpr std::size_t ascii_step = 2 * step_units;
+constexpr std::size_t min_counted = 3 * step_units;  // shorter text is faster without steps
 
 // ---- Characters of a step ----
 
@@ -172,8 +173,13 @@ ZVRT_INLINED std::size_t store_step(char* dst, const Source& step) {
 
 // ---- ASCII ----
 
-// 32 wide characters as bytes: FF for those above, 0 for negative ones.
+// 32 characters as bytes: FF for those above, 0 for negative ones.
+template <std::size_t unit>
 ZVRT_INLINED Vector ascii_bytes(const char* src) {
+  if constexpr (unit == 2) {
+    const auto sixteen = [](const char* at) { return _mm256_min_epu16(load_vector(at), repeat16(0xFF)); };
+    return _mm256_permute4x64_epi64(_mm256_packus_epi16(sixteen(src), sixteen(src + 32)), 0b11'01'10'00);
+  }
   const auto sixteen = [](const char* at) {
     return _mm256_min_epu16(_mm256_packus_epi32(load_vector(at), load_vector(at + 32)), repeat16(0xFF));
   };
@@ -183,11 +189,11 @@ ZVRT_INLINED Vector ascii_bytes(const char* src) {
   return _mm256_permutevar8x32_epi32(_mm256_packus_epi16(low, high), _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
 }
 
-template <class Source>
+template <std::size_t unit, class Source>
 ZVRT_INLINED void take_ascii(Run& run, Source source) {
   auto [read, written] = run.done;
   while (run.capacity - written >= ascii_step && source.has(run.src, read, ascii_step)) {
-    const Vector bytes = ascii_bytes(run.src + read * 4);
+    const Vector bytes = ascii_bytes<unit>(run.src + read * unit);
     if (sign_bits(_mm256_cmpgt_epi8(bytes, _mm256_setzero_si256())) != all_of_vector) break;
     store_vector(run.dst + written, bytes);
     read += ascii_step;
@@ -213,7 +219,7 @@ struct Encoding {
 
   template <class End>
   ZVRT_INLINED static void take_steps(Run& run, End end) {
-    if constexpr (from == 4) take_ascii(run, end);
+    take_ascii<from>(run, end);
     if (!end.continues(run.src, run.done.read, ahead)) return;
     auto [read, written] = run.done;
     Source characters = Source::load(run.src + read * from);
@@ -253,15 +259,27 @@ ZVRT_INLINED void store_pieces(char* dst, std::size_t count, Vector bytes) {
   return run.done;
 }
 
+[[gnu::noinline]] Progress encode_counted(const void* src, std::size_t count, char* dst, std::size_t capacity) {
+  Run run{static_cast<const char*>(src), dst, capacity, {}};
+  if (!convert_steps<Encoding<FromWide>>(run, Counted<Wide>{count})) return run.done;
+  run.advance(sse41::encode(run.source<4>(), count - run.done.read, run.destination(), run.left()));
+  return run.done;
+}
+
+[[gnu::noinline]] Progress encode_utf16(const void* src, std::size_t count, char* dst, std::size_t capacity) {
+  Run run{static_cast<const char*>(src), dst, capacity, {}};
+  if (!convert_steps<Encoding<FromUtf16>>(run, Within<std::uint16_t>{count})) return run.done;
+  run.advance(baseline::utf16_to_utf8(run.source<2>(), count - run.done.read, run.destination(), run.left()));
+  return run.done;
+}
+
 }  // namespace
 
 // ---- Texts ----
 
 Progress encode(const void* src, std::size_t count, char* dst, std::size_t capacity) {
-  Run run{static_cast<const char*>(src), dst, capacity, {}};
-  if (!convert_steps<Encoding<FromWide>>(run, Counted<Wide>{count})) return run.done;
-  run.advance(sse41::encode(run.source<4>(), count - run.done.read, run.destination(), run.left()));
-  return run.done;
+  const auto convert = count < min_counted ? sse41::encode : encode_counted;
+  return convert(src, count, dst, capacity);
 }
 
 // Most values are ASCII or end within 32 characters.
@@ -269,7 +287,7 @@ Progress encode_terminated(const void* src, char* dst, std::size_t capacity) {
   const auto* const text = static_cast<const char*>(src);
   std::size_t done = 0;
   for (; may_read_ahead(text + done * 4, ascii_step * 4); done += ascii_step) {
-    const Vector bytes = ascii_bytes(text + done * 4);
+    const Vector bytes = ascii_bytes<4>(text + done * 4);
     const Mask ends = sign_bits(is_zero_in<char>(bytes));
     const Mask high = sign_bits(bytes);
     if ((ends | high) == 0) {
@@ -291,10 +309,8 @@ Progress encode_terminated(const void* src, char* dst, std::size_t capacity) {
 }
 
 Progress utf16_to_utf8(const void* src, std::size_t count, char* dst, std::size_t capacity) {
-  Run run{static_cast<const char*>(src), dst, capacity, {}};
-  if (!convert_steps<Encoding<FromUtf16>>(run, Within<std::uint16_t>{count})) return run.done;
-  run.advance(baseline::utf16_to_utf8(run.source<2>(), count - run.done.read, run.destination(), run.left()));
-  return run.done;
+  const auto convert = count < min_counted ? baseline::utf16_to_utf8 : encode_utf16;
+  return convert(src, count, dst, capacity);
 }
 
 }  // namespace zvrt::avx2

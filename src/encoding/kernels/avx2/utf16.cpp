@@ -72,12 +72,19 @@ struct Direction {
   }
 };
 
+// Kept apart, so that short text does not wait for what this saves and restores.
 template <class Units, class Unit>
-ZVRT_INLINED Progress convert(const void* src, std::size_t count, void* dst, std::size_t capacity) {
+[[gnu::noinline]] Progress convert_long(const void* src, std::size_t count, void* dst, std::size_t capacity) {
   Run run{static_cast<const char*>(src), static_cast<char*>(dst), capacity, {}};
   if (!convert_steps<Direction<Units>>(run, Within<Unit>{count})) return run.done;
   run.advance(Units::other(run.source<Units::from>(), count - run.done.read, run.destination<Units::to>(), run.left()));
   return run.done;
+}
+
+template <class Units, class Unit>
+ZVRT_INLINED Progress convert(const void* src, std::size_t count, void* dst, std::size_t capacity) {
+  const auto convert = count < 2 * step_units ? Units::other : convert_long<Units, Unit>;
+  return convert(src, count, dst, capacity);
 }
 
 }  // namespace
