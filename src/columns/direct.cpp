@@ -60,20 +60,6 @@ Direct* find_direct(ZVRTPlan& plan) {
   return found != nullptr ? found : find_direct_date(plan);
 }
 
-// Slots that hold whatever the text becomes, and nothing but the text: then they may be left out.
-Direct* find_joined(const ZVRTPlan& plan) {
-  const Type& from = plan.from.type;
-  const Type& to = plan.to.type;
-  if (to.form != Form::text || to.extent != Extent::counted || to.unit != 1 || !to.page.is_utf8() || to.flags != 0) {
-    return nullptr;
-  }
-  if (from.form != Form::text) return find_joined_number(plan);
-  const bool known = is_plain_text(from, ZVRT_TYPE_TRIM | ZVRT_TYPE_LOW_AS_BLANK) && to.model == nullptr &&
-                     from.extent != Extent::prefixed && from.unit == 1 && to.length >= from.length;
-  if (!known || from.page.how == PageKind::service) return nullptr;
-  return from.page.is_utf8() ? kernels.utf8_to_joined : kernels.page_to_joined;
-}
-
 bool suits_direct(const ZVRTPlan& plan, const Places& from, const Places& to) {
   const Type& type = plan.from.type;
   if (from.starts != nullptr || to.starts != nullptr) return false;

@@ -26,14 +26,6 @@ struct Rows {
   std::int64_t* lengths;  // receives the bytes of each text
 };
 
-// A kernel of texts that stand end to end, without slots, takes the first one's place for `target`; `target_stride` says
-// nothing, and `lengths` receives where each text ends, from `target` on. After the longest that they can become there is
-// room for this many bytes, in which a kernel may leave anything.
-constexpr std::int32_t joined_slack = 64;
-
-// The most that one of these texts needs: a byte for each of the source, or 19 digits, a sign and a point.
-inline std::int32_t joined_bytes(const Type& from) { return from.form == Form::text ? from.length : 21; }
-
 // Readers and writers of short_numbers.h: of at most `short_rows` rows they convert leading ones and return how many.
 using ReadShort = std::int32_t(const ZVRTPlan& plan, const Rows& rows, ShortNumbers& numbers);
 using WriteShort = std::int32_t(const ZVRTPlan& plan, const Rows& rows, const ShortNumbers& numbers);
@@ -51,8 +43,6 @@ struct DirectKernels {
   Direct* utf8_to_page;    // ASCII to a page's bytes
   Direct* utf8_to_wide;    // ... to wide characters
   Direct* wide_to_page;    // ASCII, from texts without flags; null: the level has none
-  Direct* page_to_joined;  // a page's bytes to ASCII, end to end
-  Direct* utf8_to_joined;  // ASCII, end to end
 };
 
 // Well-formed text of all of Unicode, without flags.
@@ -73,8 +63,6 @@ Direct* find_direct_transcoding(const ZVRTPlan& plan);
 Direct* find_direct_number(ZVRTPlan& plan);
 Direct* find_direct_float(const ZVRTPlan& plan);
 Direct* find_direct_date(const ZVRTPlan& plan);
-// Of plans whose `direct` was found.
-Direct* find_joined_number(const ZVRTPlan& plan);
 
 // Text that has a kernel's form: of these flags at most, besides those that say what a null is.
 bool is_plain_text(const Type& type, std::uint32_t flags);
@@ -97,9 +85,6 @@ inline Rows rows_after(const Rows& rows, std::int32_t done, Entries& lengths) {
 
 // The kernel of a pair, or null.
 Direct* find_direct(ZVRTPlan& plan);
-
-// The kernel that writes a pair's texts end to end, or null. Its plan's `direct` was found.
-Direct* find_joined(const ZVRTPlan& plan);
 
 // Whether a run's places are such that its plan's kernel may take them.
 bool suits_direct(const ZVRTPlan& plan, const Places& from, const Places& to);

@@ -1,6 +1,5 @@
 // Direct kernels of numbers: short numbers between any two kinds, and packed fields straight to text.
 #include <algorithm>
-#include <cstring>
 
 #include "columns/short_numbers.h"
 #include "support/cpu.h"
@@ -11,29 +10,6 @@ namespace {
 
 const NumberKernels& kernels = *choose_version(
     Versions<const NumberKernels>{.baseline = &number_kernels_portable ZVRT_X86(, .avx512 = &number_kernels_avx512)});
-
-// Texts into slots beside each other, and together from there.
-std::int32_t join_numbers(const ZVRTPlan& plan, const Rows& rows) {
-  constexpr std::int32_t slot = 32;
-  std::byte slots[short_rows * slot];
-  std::byte* end = rows.target;
-  for (std::int32_t done = 0; done < rows.count;) {
-    Entries lengths;
-    Rows part = rows_after(rows, done, lengths);
-    part.target = slots;
-    part.target_stride = slot;
-    part.count = std::min(part.count, short_rows);
-    const std::int32_t written = plan.direct(plan, part);
-    for (std::int32_t i = 0; i < written; ++i) {
-      std::memcpy(end, slots + i * slot, slot);
-      end += part.lengths[i];
-      part.lengths[i] = end - rows.target;
-    }
-    done += written;
-    if (written < part.count) return done;
-  }
-  return rows.count;
-}
 
 }  // namespace
 
@@ -77,13 +53,6 @@ Direct* find_direct_number(ZVRTPlan& plan) {
   if (from.form == Form::text && to.kind == ZVRT_KIND_PACKED) return kernels.text_to_packed;
   const bool is_packed_text = from.kind == ZVRT_KIND_PACKED && to.form == Form::text;
   return is_packed_text ? kernels.packed_to_text : convert_short_numbers;
-}
-
-// Doubles have texts of their own, which are longer.
-Direct* find_joined_number(const ZVRTPlan& plan) {
-  const bool is_short =
-      plan.direct != nullptr && (plan.direct == convert_short_numbers || plan.direct == kernels.packed_to_text);
-  return is_short && plan.to.type.length >= joined_bytes(plan.from.type) ? join_numbers : nullptr;
 }
 
 }  // namespace zvrt::columns

@@ -150,12 +150,12 @@ bool is_leap_year(std::int32_t year) { return (year % 4 == 0 && year % 100 != 0)
 
 std::int64_t days_of_date(std::int32_t year, std::uint32_t month, std::uint32_t day) {
   // Years that begin with March: the leap day is their last.
-  const std::int32_t shifted_year = year - (month < 3 ? 1 : 0);
+  const std::uint32_t shifted_year = static_cast<std::uint32_t>(year) - (month < 3 ? 1U : 0U);
   const std::int32_t months_since_march = static_cast<std::int32_t>(month) + (month < 3 ? 9 : -3);
-  const std::int32_t leap_days = shifted_year / 4 - shifted_year / 100 + shifted_year / 400;
+  const std::uint32_t century = shifted_year / 100;
+  const std::uint32_t days = shifted_year * 365 + shifted_year / 4 - century + century / 4 + day;
   constexpr std::int32_t days_to_march = 306;  // from 0000-03-01 to 0001-01-01
-  return std::int64_t{shifted_year} * 365 + leap_days + days_before_month(months_since_march) +
-         static_cast<std::int32_t>(day) - 1 - days_to_march - days_to_1970;
+  return std::int64_t{days} + days_before_month(months_since_march) - 1 - days_to_march - days_to_1970;
 }
 
 Fields to_fields(const Moment& moment) {

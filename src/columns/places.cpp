@@ -75,6 +75,7 @@ bool is_filled(const Value& value, std::uint8_t byte) {
 
 // A repeated unit of several bytes; an odd rest makes it none.
 bool is_repeated(const Value& value, const std::byte* unit, std::int64_t bytes) {
+  if (bytes == 1) return is_filled(value, static_cast<std::uint8_t>(*unit));
   if (value.bytes % bytes != 0) return false;
   for (std::int64_t i = 0; i < value.bytes; i += bytes) {
     if (std::memcmp(value.at + i, unit, static_cast<std::size_t>(bytes)) != 0) return false;

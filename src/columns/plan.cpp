@@ -7,6 +7,7 @@
 
 #include "columns/direct.h"
 #include "columns/floats.h"
+#include "columns/joined.h"
 #include "columns/moments.h"
 #include "columns/numbers.h"
 #include "columns/structures.h"

@@ -17,6 +17,9 @@ using Step = void(const Type& from, const Type& to, Block& block);
 // A direct kernel (direct.h): converts leading rows and returns how many.
 struct Rows;
 using Direct = std::int32_t(const ZVRTPlan& plan, const Rows& rows);
+// A kernel that writes texts end to end (joined.h).
+struct JoinedTexts;
+using Join = std::int32_t(const ZVRTPlan& plan, const Rows& rows, JoinedTexts& texts);
 struct ShortNumbers;
 
 // What a value, or a run of values, passes through. A null step passes the canonical form on as it is.
@@ -42,7 +45,7 @@ struct ZVRTPlan {
   std::uint32_t options = 0;
   zvrt::columns::Path path;
   zvrt::columns::Direct* direct = nullptr;  // null: the pair has none
-  zvrt::columns::Direct* joined = nullptr;  // one that writes texts end to end; null: the pair has none
+  zvrt::columns::Join* joined = nullptr;    // likewise
   // Of the kernel that goes by short numbers (short_numbers.h).
   std::int32_t (*read_short)(const ZVRTPlan&, const zvrt::columns::Rows&, zvrt::columns::ShortNumbers&) = nullptr;
   std::int32_t (*write_short)(const ZVRTPlan&, const zvrt::columns::Rows&,

@@ -39,6 +39,9 @@ ZVRT_INLINED std::uint64_t magnitude_of(std::int64_t value) {
 // The kernel that goes by them.
 Direct convert_short_numbers;
 
+// Texts end to end, as many as there are numbers.
+using JoinShort = void(const ZVRTPlan& plan, const ShortNumbers& numbers, std::int32_t count, JoinedTexts& texts);
+
 // Those of a plan's sides; null where a type has none.
 ReadShort* find_short_reader(const Type& from, std::uint32_t options);
 WriteShort* find_short_writer(const Type& to, std::uint32_t options);
@@ -53,6 +56,7 @@ struct NumberKernels {
   ReadShort* read_text;
   WriteShort* write_text;
   WriteShort* write_packed;
+  JoinShort* join;
 };
 WriteShort write_packed_portable;
 

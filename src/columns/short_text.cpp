@@ -6,6 +6,7 @@
 #include <bit>
 #include <cstring>
 
+#include "columns/joined.h"
 #include "columns/short_numbers.h"
 #include "numeric/integer/integers.h"
 #include "support/wraps.h"
@@ -112,6 +113,13 @@ std::int32_t write_text(const ZVRTPlan& plan, const Rows& rows, const ShortNumbe
   return to.unit == 4 ? write_units<Wide>(to, rows, numbers) : write_units<std::uint8_t>(to, rows, numbers);
 }
 
+void join_text(const ZVRTPlan& plan, const ShortNumbers& numbers, std::int32_t count, JoinedTexts& texts) {
+  const Sink<std::uint8_t> sink(plan.to.type);
+  for (std::int32_t i = 0; i < count; ++i) {
+    texts.add(static_cast<std::int32_t>(sink.put(texts.at, numbers.value[i], numbers.scale[i])));
+  }
+}
+
 // Fields become integers some at a time.
 std::int32_t write_packed(const ZVRTPlan& plan, const Rows& rows) {
   ShortNumbers numbers;
@@ -211,6 +219,7 @@ const NumberKernels number_kernels_portable{
     .read_text = read_text,
     .write_text = write_text,
     .write_packed = write_packed_portable,
+    .join = join_text,
 };
 
 }  // namespace zvrt::columns

@@ -74,8 +74,7 @@ std::int64_t ColumnBuilder::block_rows() const {
 
 bool ColumnBuilder::reserve(std::int64_t rows) {
   constexpr std::int64_t most = INT64_MAX / 64;
-  if (rows >= most || !validity_.reserve(bitmap_bytes(rows))) return false;
-  std::memset(validity_.data(), 0, static_cast<std::size_t>(bitmap_bytes(rows)));
+  if (rows >= most) return false;
   switch (field_.column.form) {
     case Form::cells: return values_.reserve(rows * field_.column.width);
     case Form::time_of_day: return values_.reserve(rows * 8);
@@ -119,11 +118,34 @@ Status ColumnBuilder::convert(const Records& records, Block& block) {
   return ZVRT_RC_OK;
 }
 
-void ColumnBuilder::mark_valid(const Block& block) {
-  if (block.complete) return set_bits(validity_.data(), block.first, block.count);
-  for (std::int64_t i = 0; i < block.count; ++i) {
+// Marks rows that follow those marked so far: all of them, or where some are invalid none as yet. False without memory.
+bool ColumnBuilder::mark_rows(std::int64_t first, std::int64_t count, std::int64_t invalid) {
+  if (validity_.data() == nullptr) {
+    if (invalid == 0) return true;
+    if (!validity_.reserve(bitmap_bytes(rows_))) return false;
+    std::memset(validity_.data(), 0, static_cast<std::size_t>(bitmap_bytes(rows_)));
+    set_bits(validity_.data(), 0, first);
+  }
+  if (invalid == 0) set_bits(validity_.data(), first, count);
+  return true;
+}
+
+bool ColumnBuilder::mark_block(const Block& block) {
+  if (!mark_rows(block.first, block.count, block.complete ? 0 : 1)) return false;
+  for (std::int64_t i = 0; i < block.count && !block.complete; ++i) {
     if (block.valid(i)) set_bit(validity_.data(), block.first + i);
   }
+  return true;
+}
+
+bool ColumnBuilder::mark_direct(std::int64_t first, const DirectRows& direct, std::int32_t count) {
+  if (!mark_rows(first, count, direct.nulls())) return false;
+  for (std::int32_t i = 0; i < count && direct.nulls() > 0; ++i) {
+    const std::int64_t row = first + i;
+    validity_.data()[row / bits_per_byte] |= std::byte{!direct.is_null(i)}
+                                             << static_cast<unsigned>(row % bits_per_byte);
+  }
+  return true;
 }
 
 // Texts were written a slot each, as long as the longest could be; they move together, nulls to nothing. A short one moves
@@ -157,7 +179,7 @@ Status ColumnBuilder::append_texts(const Block& block) {
 // The block's cells become elements; those of nulls are zero.
 Status ColumnBuilder::append(Block& block) {
   const std::int64_t width = field_.column.width;
-  mark_valid(block);
+  if (!mark_block(block)) return ZVRT_RC_NO_MEMORY;
   if (is_text()) return append_texts(block);
   if (block.complete && field_.column.form == Form::cells) return ZVRT_RC_OK;
   for (std::int64_t i = 0; i < block.count; ++i) {
@@ -175,50 +197,35 @@ Status ColumnBuilder::append(Block& block) {
 bool ColumnBuilder::finish(std::int64_t rows, ArrowArray& array) {
   Buffer no_bitmap;
   const std::int64_t null_count = outcome_.nulls + outcome_.refused;
-  validity_.clear_tail(bitmap_bytes(rows));
+  if (null_count > 0) validity_.clear_tail(bitmap_bytes(rows));
   texts_.clear_tail(text_bytes_);
   Buffer* const buffers[] = {null_count > 0 ? &validity_ : &no_bitmap, &values_, &texts_};
   return make_array(rows, null_count, buffers, is_text() ? 3 : 2, array);
 }
 
-// The ends of texts that were written end to end, as offsets.
-Status ColumnBuilder::set_ends(std::int64_t first, const DirectRows& direct, std::int32_t count) {
-  std::int64_t before = 0;
-  std::int64_t empty = 0;
-  for (std::int32_t i = 0; i < count; ++i) {
-    const std::int64_t end = direct.end(i);
-    empty += static_cast<std::int64_t>(end == before);
-    before = end;
-    set_offset(first + i + 1, text_bytes_ + end);
-  }
-  text_bytes_ += before;
-  outcome_.empty += empty - direct.nulls();
-  return field_.column.form == Form::text && text_bytes_ > INT32_MAX ? ZVRT_RC_OUT_OF_RANGE : ZVRT_RC_OK;
-}
-
-// Leading rows of those from `first` on that the plan's kernel converts.
+// Leading rows of those from `first` on that the plan's kernel converts. Ends of 32 bits are the offsets.
 Status ColumnBuilder::build_directly(const Records& records, std::int64_t first, std::int64_t rows,
                                      std::int64_t& done) {
   DirectRows direct(field_);
+  std::int32_t ends[DirectRows::most_rows];
+  const bool is_large = field_.column.form == Form::large_text;
   for (done = 0; done < rows;) {
-    const std::int64_t wanted = std::min<std::int64_t>(rows - done, DirectRows::most_rows);
     const std::int64_t row = first + done;
-    if (is_text() && !texts_.reserve(text_bytes_ + direct.most_text(wanted), text_bytes_)) {
-      return ZVRT_RC_NO_MEMORY;
-    }
+    if (is_text() && !texts_.reserve(text_bytes_ + direct.text_room(), text_bytes_)) return ZVRT_RC_NO_MEMORY;
     std::byte* const elements = is_text() ? texts_.data() + text_bytes_ : values_.data() + row * field_.column.width;
-    const std::int32_t count = direct.convert(records, row, wanted, elements);
+    columns::JoinedTexts texts{elements, is_large ? 0 : static_cast<std::uint32_t>(text_bytes_),
+                               is_large || !is_text() ? ends : values_.as<std::int32_t>() + row + 1};
+    const std::int32_t count = direct.convert(records, row, rows - done, elements, texts);
+    if (count == 0) break;
     done += count;
     outcome_.done += count;
     outcome_.nulls += direct.nulls();
-    if (direct.nulls() == 0) set_bits(validity_.data(), row, count);
-    for (std::int32_t i = 0; i < count && direct.nulls() > 0; ++i) {
-      if (!direct.is_null(i)) set_bit(validity_.data(), row + i);
-    }
-    if (is_text()) {
-      if (const Status status = set_ends(row, direct, count); status != ZVRT_RC_OK) return status;
-    }
-    if (count == 0) break;
+    if (!mark_direct(row, direct, count)) return ZVRT_RC_NO_MEMORY;
+    if (!is_text()) continue;
+    for (std::int32_t i = 0; is_large && i < count; ++i) set_offset(row + i + 1, text_bytes_ + ends[i]);
+    text_bytes_ += texts.at - elements;
+    outcome_.empty += texts.empty - direct.nulls();
+    if (!is_large && text_bytes_ > INT32_MAX) return ZVRT_RC_OUT_OF_RANGE;
   }
   return ZVRT_RC_OK;
 }
@@ -238,6 +245,7 @@ Status ColumnBuilder::build_block(const Records& records, Block& block) {
 
 // Rows that no kernel takes go by blocks; those after a few of them are tried by the kernel again.
 Status ColumnBuilder::build(const Records& records, std::int64_t rows, ArrowArray& array) {
+  rows_ = rows;
   if (!reserve(rows)) return ZVRT_RC_NO_MEMORY;
   if (is_text()) set_offset(0, 0);
   if (is_text() && !texts_.reserve(0)) return ZVRT_RC_NO_MEMORY;

@@ -29,15 +29,17 @@ class ColumnBuilder {
   Status convert(const Records& records, Block& block);
   Status append(Block& block);
   Status append_texts(const Block& block);
-  void mark_valid(const Block& block);
-  Status set_ends(std::int64_t first, const DirectRows& direct, std::int32_t count);
+  bool mark_rows(std::int64_t first, std::int64_t count, std::int64_t invalid);
+  bool mark_block(const Block& block);
+  bool mark_direct(std::int64_t first, const DirectRows& direct, std::int32_t count);
   bool finish(std::int64_t rows, ArrowArray& array);
   void set_offset(std::int64_t row, std::int64_t offset);
 
   const Field& field_;
+  std::int64_t rows_ = 0;
   ZVRTOutcome outcome_ = no_outcome();
-  Buffer validity_;
-  Buffer values_;  // of texts the offsets
+  Buffer validity_;  // there is none up to the first row that is not valid
+  Buffer values_;    // of texts the offsets
   Buffer texts_;
   std::int64_t text_bytes_ = 0;
 };

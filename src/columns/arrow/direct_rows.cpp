@@ -12,19 +12,19 @@ namespace {
 
 bool is_text(const Field& field) { return field.column.form == Form::text || field.column.form == Form::large_text; }
 
-columns::Direct* kernel_of(const Field& field) {
-  if (is_text(field)) return field.to_column->joined;
-  return field.column.form == Form::cells ? field.to_column->direct : nullptr;
+bool has_kernel(const Field& field) {
+  if (is_text(field)) return field.to_column->joined != nullptr;
+  return field.column.form == Form::cells && field.to_column->direct != nullptr;
 }
 
 // Fields of up to so many bytes are copied together.
-constexpr std::int32_t longest_staged = 64;
+constexpr std::int32_t longest_staged = 512;
 
 }  // namespace
 
 bool DirectRows::suits(const Field& field) {
   const columns::Type& type = field.to_column->from.type;
-  if (kernel_of(field) == nullptr || type.length <= 0) return false;
+  if (!has_kernel(field) || type.length <= 0) return false;
   // Which bytes of the others are the value, only a block finds out.
   const bool is_whole = type.extent == columns::Extent::fixed || type.extent == columns::Extent::counted;
   return is_whole || !field.may_be_null();
@@ -70,26 +70,22 @@ void DirectRows::stage_all(const Records& records, std::int64_t first, std::int3
   }
 }
 
-void DirectRows::clear_nulls(std::int32_t count, std::byte* elements) {
+void DirectRows::clear_nulls(std::int32_t count, std::byte* elements) const {
   const auto width = static_cast<std::size_t>(field_.column.width);
-  for (std::int32_t i = 0; i < count; ++i) {
+  for (std::int32_t i = 0; i < count && width != 8; ++i) {
     if (is_null_[i]) std::memset(elements + static_cast<std::size_t>(i) * width, 0, width);
+  }
+  // Without a branch: nulls may stand anywhere.
+  for (std::size_t i = 0; i < static_cast<std::size_t>(count) && width == 8; ++i) {
+    const std::uint64_t kept = is_null_[i] ? 0 : UINT64_MAX;
+    store(elements, i, load<std::uint64_t>(elements, i) & kept);
   }
 }
 
-std::int32_t DirectRows::convert(const Records& records, std::int64_t first, std::int64_t most, std::byte* elements) {
+// Among nulls numbers are converted as copies, texts by their lengths.
+std::int32_t DirectRows::run_kernel(const Records& records, std::int64_t first, std::int32_t count, std::byte* elements,
+                                    columns::JoinedTexts& texts) {
   const bool is_joined = is_text(field_);
-  const bool may_be_null = field_.may_be_null();
-  const bool may_be_staged = records.starts != nullptr || (may_be_null && !is_joined);
-  if (may_be_staged && type_.length > longest_staged) return 0;
-  const std::int32_t room = may_be_staged ? std::min(most_rows, staged_bytes / type_.length) : most_rows;
-  const auto count = static_cast<std::int32_t>(std::min<std::int64_t>(most, room));
-  nulls_ = may_be_null ? find_nulls(records, first, count) : 0;
-  if (nulls_ == count) {
-    std::fill_n(ends_, count, 0);
-    if (!is_joined) clear_nulls(count, elements);
-    return count;
-  }
   const bool is_staged = records.starts != nullptr || (nulls_ > 0 && !is_joined);
   if (is_staged) stage_all(records, first, count);
   columns::Entries lengths;
@@ -97,14 +93,34 @@ std::int32_t DirectRows::convert(const Records& records, std::int64_t first, std
     std::transform(is_null_, is_null_ + count, text_lengths_, [&](bool null) { return null ? 0 : type_.length; });
     lengths = {reinterpret_cast<std::byte*>(text_lengths_), sizeof *text_lengths_, sizeof *text_lengths_};
   }
+  std::int64_t unused[most_rows];
   const columns::Rows rows{is_staged ? staged_ : records.at(first) + field_.offset,
                            is_staged ? type_.length : records.stride,
                            &lengths,
                            elements,
                            field_.column.width,
                            count,
-                           ends_};
-  const std::int32_t done = kernel_of(field_)(*field_.to_column, rows);
+                           unused};
+  const ZVRTPlan& plan = *field_.to_column;
+  return is_joined ? plan.joined(plan, rows, texts) : plan.direct(plan, rows);
+}
+
+std::int32_t DirectRows::convert(const Records& records, std::int64_t first, std::int64_t most, std::byte* elements,
+                                 columns::JoinedTexts& texts) {
+  const bool is_joined = is_text(field_);
+  const bool may_be_null = field_.may_be_null();
+  const bool may_be_staged = records.starts != nullptr || (may_be_null && !is_joined);
+  if (may_be_staged && type_.length > longest_staged) return 0;
+  if (is_joined) most = std::min(most, joined_rows());
+  const std::int32_t room = may_be_staged ? std::min(most_rows, staged_bytes / type_.length) : most_rows;
+  const auto count = static_cast<std::int32_t>(std::min<std::int64_t>(most, room));
+  nulls_ = may_be_null ? find_nulls(records, first, count) : 0;
+  if (nulls_ == count) {
+    for (std::int32_t i = 0; is_joined && i < count; ++i) texts.add(0);
+    if (!is_joined) clear_nulls(count, elements);
+    return count;
+  }
+  const std::int32_t done = run_kernel(records, first, count, elements, texts);
   if (nulls_ > 0) nulls_ = static_cast<std::int32_t>(std::count(is_null_, is_null_ + done, true));
   if (nulls_ > 0 && !is_joined) clear_nulls(done, elements);
   return done;

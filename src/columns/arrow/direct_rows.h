@@ -8,11 +8,13 @@
 // and a null's element is cleared after the kernel. A null text has no bytes: the kernel is given its length.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
 #include "columns/arrow/record_plan.h"
 #include "columns/direct.h"
+#include "columns/joined.h"
 
 namespace zvrt::arrow {
 
@@ -29,39 +31,43 @@ class DirectRows {
  public:
   static constexpr std::int32_t most_rows = columns::direct_rows;
 
-  // Whether the field's column has a kernel that knows its values' places.
+  // Whether the field's column has a kernel that knows where its values are.
   static bool suits(const Field& field);
 
   explicit DirectRows(const Field& field) : field_(field), type_(field.to_column->from.type) {}
 
-  // The most that texts of so many rows can need, with the room that the kernel wants after them.
-  std::int64_t most_text(std::int64_t rows) const {
-    return rows * columns::joined_bytes(type_) + columns::joined_slack;
-  }
-  // Converts leading rows of at most so many, above 0, to where elements stand, and returns how many. Texts stand end to
-  // end from there.
-  std::int32_t convert(const Records& records, std::int64_t first, std::int64_t most, std::byte* elements);
+  // Converts leading rows of at most so many, above 0, to where elements stand, or after the texts there, which have
+  // text_room(); returns how many.
+  std::int32_t convert(const Records& records, std::int64_t first, std::int64_t most, std::byte* elements,
+                       columns::JoinedTexts& texts);
 
   std::int32_t nulls() const { return nulls_; }  // among the rows converted
   bool is_null(std::int32_t i) const { return nulls_ > 0 && is_null_[i]; }
-  // Where a text ends.
-  std::int64_t end(std::int32_t i) const { return ends_[i]; }
+
+  // For as many texts as are converted at a time.
+  std::int64_t text_room() const { return joined_rows() * columns::joined_bytes(type_) + columns::joined_slack; }
 
  private:
   static constexpr std::int32_t staged_bytes = 8192;
 
+  // Those of long texts are few: their room is what all of them could need.
+  std::int64_t joined_rows() const {
+    constexpr std::int64_t room = std::int64_t{256} << 10;
+    return std::clamp<std::int64_t>(room / columns::joined_bytes(type_), 1, most_rows);
+  }
   std::int32_t find_nulls(const Records& records, std::int64_t first, std::int32_t count);
   template <class Length>
   void stage(const Records& records, std::int64_t first, std::int32_t count, Length length);
   void stage_all(const Records& records, std::int64_t first, std::int32_t count);
-  void clear_nulls(std::int32_t count, std::byte* elements);
+  void clear_nulls(std::int32_t count, std::byte* elements) const;
+  std::int32_t run_kernel(const Records& records, std::int64_t first, std::int32_t count, std::byte* elements,
+                          columns::JoinedTexts& texts);
 
   const Field& field_;
   const columns::Type& type_;
   std::int32_t nulls_ = 0;
   bool is_null_[most_rows];
   std::int32_t text_lengths_[most_rows];
-  std::int64_t ends_[most_rows];
   std::byte staged_[staged_bytes];
 };
 

@@ -4,6 +4,24 @@
 #include "columns/arrow/owned_array.h"
 #include "columns/arrow/record_plan.h"
 
+namespace zvrt::arrow {
+namespace {
+
+// Records at equal distances stand at a stride, as kernels like it.
+Records find_records(const ZVRTRecordPlan& plan, const void* records, const std::int64_t* starts, std::int64_t count) {
+  const auto* const data = static_cast<const std::byte*>(records);
+  if (starts == nullptr) return {data, plan.record_bytes, nullptr};
+  if (count == 0) return {data, plan.record_bytes, starts};
+  const std::int64_t stride = count > 1 ? starts[1] - starts[0] : plan.record_bytes;
+  for (std::int64_t i = 1; i < count; ++i) {
+    if (starts[i] - starts[i - 1] != stride) return {data, plan.record_bytes, starts};
+  }
+  return {data + starts[0], stride, nullptr};
+}
+
+}  // namespace
+}  // namespace zvrt::arrow
+
 uint32_t ZVRTRecordsToArrow(const ZVRTRecordPlan* plan, const void* records, const int64_t* starts, int64_t count,
                             struct ArrowArray* array, ZVRTOutcome* perField) {
   using namespace zvrt::arrow;
@@ -14,7 +32,7 @@ uint32_t ZVRTRecordsToArrow(const ZVRTRecordPlan* plan, const void* records, con
 
   ArrayHolder whole;
   if (!make_struct(count, plan->count, whole.get())) return ZVRT_RC_NO_MEMORY;
-  const Records rows = {static_cast<const std::byte*>(records), plan->record_bytes, starts};
+  const Records rows = find_records(*plan, records, starts, count);
   for (std::int32_t i = 0; i < plan->count; ++i) {
     ColumnBuilder column(plan->fields[static_cast<std::size_t>(i)]);
     const zvrt::Status status = column.build(rows, count, *whole.get().children[i]);

@@ -171,15 +171,16 @@ ZVRT_INLINED Bytes load_units(const std::byte* at, Mask inside) {
 }
 
 // The record of pairs of digits.
-ZVRT_INLINED __m128i members_of(Bytes digits, std::uint32_t scale) {
+ZVRT_INLINED __m128i members_of(Bytes digits, bool has_fraction, std::uint32_t scale) {
   const Bytes pairs = _mm256_maddubs_epi16(digits, _mm256_set1_epi16(1 << 8 | 10));
-  const __m128i quads = _mm_madd_epi16(_mm256_extracti128_si256(pairs, 1), _mm_set1_epi32(1 << 16 | 100));
-  const auto both = static_cast<std::uint64_t>(_mm_cvtsi128_si64(quads));
-  const std::uint32_t fraction = static_cast<std::uint32_t>(both) * 10000 + static_cast<std::uint32_t>(both >> 32);
   const __m128i front = _mm256_castsi256_si128(pairs);
   const auto year = static_cast<std::uint32_t>(_mm_cvtsi128_si32(front));
   const std::uint32_t full_year = (year & 0xFFFF) * 100 + (year >> 16);
   const __m128i shifted = _mm_insert_epi16(_mm_bsrli_si128(front, 2), static_cast<int>(full_year), 0);
+  if (!has_fraction) return _mm_insert_epi32(shifted, 0, 3);
+  const __m128i quads = _mm_madd_epi16(_mm256_extracti128_si256(pairs, 1), _mm_set1_epi32(1 << 16 | 100));
+  const auto both = static_cast<std::uint64_t>(_mm_cvtsi128_si64(quads));
+  const std::uint32_t fraction = static_cast<std::uint32_t>(both) * 10000 + static_cast<std::uint32_t>(both >> 32);
   return _mm_insert_epi32(shifted, static_cast<int>(fraction * scale), 3);
 }
 
@@ -208,6 +209,7 @@ std::int32_t read_rows(const ZVRTPlan& plan, const Rows rows) {
   const std::uint32_t scale = power_of(plan.to.type.date_digits - layout.fraction_digits);
   const avx512::PageTable page(has_table ? from.page.tables->ascii_of.data() : no_characters.data());
   const bool has_letters = layout.has_month_letters;
+  const bool has_fraction = layout.fraction_digits > 0;
   for (std::int32_t i = 0; i < rows.count; ++i) {
     if (!is_terminated && (gives_lengths ? rows.source_lengths->load(i) : from.length) != bytes) return i;
     const Bytes text = load_units<Unit>(rows.source + i * rows.source_stride, loaded);
@@ -217,7 +219,7 @@ std::int32_t read_rows(const ZVRTPlan& plan, const Rows rows) {
     const Mask after = _mm256_test_epi8_mask(text, text) & loaded & ~inside;
     if (good != inside || after != 0) return i;
     const Bytes pairs = _mm256_maskz_permutexvar_epi8(moves.digits_of_pairs, from_text, digits);
-    __m128i members = members_of(pairs, scale);
+    __m128i members = members_of(pairs, has_fraction, scale);
     if (has_letters) members = _mm_insert_epi16(members, static_cast<int>(find_month(letters_of(pairs))), 1);
     if (!is_date(members)) return i;
     std::byte* const slot = rows.target + i * rows.target_stride;

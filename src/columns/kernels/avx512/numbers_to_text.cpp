@@ -5,6 +5,7 @@
 //
 //   digits  [. - 0 ... 0 0 1 2 3 4 5]     scale 2, below zero
 //   text    [- 1 2 3 . 4 5 0 0 0 ...]
+#include "columns/joined.h"
 #include "columns/kernels/avx512/number_vectors.h"
 #include "columns/kernels/packed_word.h"
 #include "support/wraps.h"
@@ -110,10 +111,35 @@ class TextSink {
   std::int32_t least_stored_;  // all of them where blanks fill the slot
 };
 
+// Texts end to end, each with the vector's last bytes after it.
+class JoinSink {
+ public:
+  ZVRT_INLINED explicit JoinSink(const JoinedTexts& texts) : texts_(texts) {
+    alphabet_ = _mm256_setr_epi64x('.' | '-' << 8, zeros, zeros, zeros);
+  }
+
+  ZVRT_INLINED bool put(Bytes digits, std::int32_t count, std::int32_t sign, std::int32_t scale) {
+    const std::int32_t shown = count > scale ? count : scale + 1;
+    const auto* const layout = reinterpret_cast<const __m256i*>(&layouts[layout_index(scale, shown, sign)]);
+    const Bytes text = _mm256_permutexvar_epi8(_mm256_load_si256(layout), _mm256_or_si256(digits, alphabet_));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(texts_.at), text);
+    texts_.add(sign + shown + (scale > 0 ? 1 : 0));
+    return true;
+  }
+
+  const JoinedTexts& texts() const { return texts_; }
+
+ private:
+  static constexpr std::int64_t zeros = 0x3030303030303030;
+
+  Bytes alphabet_;
+  JoinedTexts texts_;
+};
+
 constexpr std::array<std::uint8_t, 128> no_codes{};
 
 template <bool is_long, class Sink>
-ZVRT_INLINED std::int32_t put_all(Sink sink, const ShortNumbers& numbers, std::int32_t count) {
+ZVRT_INLINED std::int32_t put_all(Sink& sink, const ShortNumbers& numbers, std::int32_t count) {
   for (std::int32_t i = 0; i < count; ++i) {
     const std::int64_t value = numbers.value[i];
     const Bytes digits = digits_of<is_long>(magnitude_of(value));
@@ -124,16 +150,28 @@ ZVRT_INLINED std::int32_t put_all(Sink sink, const ShortNumbers& numbers, std::i
   return count;
 }
 
-template <class Unit, bool into_page>
-std::int32_t write_text(const ZVRTPlan& plan, const Rows& rows, const ShortNumbers& numbers) {
-  const Type& to = plan.to.type;
+// Numbers of up to 16 digits need fewer steps.
+template <class Sink>
+ZVRT_INLINED std::int32_t put_numbers(Sink& sink, const ShortNumbers& numbers, std::int32_t count) {
   std::uint64_t longest = 0;
-  for (std::int32_t i = 0; i < rows.count; ++i) {
+  for (std::int32_t i = 0; i < count; ++i) {
     const std::uint64_t magnitude = magnitude_of(numbers.value[i]);
     longest = magnitude > longest ? magnitude : longest;
   }
-  const TextSink<Unit, into_page> sink(to, rows, into_page ? to.page.tables->code_of_ascii.data() : no_codes.data());
-  return longest < ten_8 * ten_8 ? put_all<false>(sink, numbers, rows.count) : put_all<true>(sink, numbers, rows.count);
+  return longest < ten_8 * ten_8 ? put_all<false>(sink, numbers, count) : put_all<true>(sink, numbers, count);
+}
+
+template <class Unit, bool into_page>
+std::int32_t write_text(const ZVRTPlan& plan, const Rows& rows, const ShortNumbers& numbers) {
+  const Type& to = plan.to.type;
+  TextSink<Unit, into_page> sink(to, rows, into_page ? to.page.tables->code_of_ascii.data() : no_codes.data());
+  return put_numbers(sink, numbers, rows.count);
+}
+
+void join_text(const ZVRTPlan& /*plan*/, const ShortNumbers& numbers, std::int32_t count, JoinedTexts& texts) {
+  JoinSink sink(texts);
+  put_numbers(sink, numbers, count);
+  texts = sink.texts();
 }
 
 // --- packed fields to text: their half-bytes are the digits ---
@@ -206,6 +244,7 @@ const NumberKernels number_kernels_avx512{
     .read_text = read_text_avx512,
     .write_text = write_text_avx512,
     .write_packed = write_packed_avx512,
+    .join = join_text,
 };
 
 }  // namespace zvrt::columns

@@ -133,22 +133,6 @@ std::int32_t convert_text(const ZVRTPlan& plan, const Rows& rows) {
   return rows.count;
 }
 
-template <bool from_page>
-std::int32_t join_text(const ZVRTPlan& plan, const Rows& rows) {
-  const Type& from = plan.from.type;
-  Characters text;
-  std::byte* end = rows.target;
-  for (std::int32_t i = 0; i < rows.count; ++i) {
-    const std::byte* const at = rows.source + i * rows.source_stride;
-    const std::int32_t length = source_length(from, rows, at, i);
-    if (length < 0 || !read_characters<from_page>(from, at, length, text)) return i;
-    std::memcpy(end, text.at, static_cast<std::size_t>(text.count));
-    end += text.count;
-    rows.lengths[i] = end - rows.target;
-  }
-  return rows.count;
-}
-
 }  // namespace
 
 const DirectKernels direct_kernels_baseline{
@@ -159,8 +143,6 @@ const DirectKernels direct_kernels_baseline{
     .utf8_to_page = convert_text<std::uint8_t, false, true>,
     .utf8_to_wide = convert_text<Wide, false, false>,
     .wide_to_page = nullptr,
-    .page_to_joined = join_text<true>,
-    .utf8_to_joined = join_text<false>,
 };
 
 }  // namespace zvrt::columns
