@@ -63,6 +63,8 @@ Direct* find_direct_transcoding(const ZVRTPlan& plan);
 Direct* find_direct_number(ZVRTPlan& plan);
 Direct* find_direct_float(const ZVRTPlan& plan);
 Direct* find_direct_date(const ZVRTPlan& plan);
+// Of a plan that checks: a kernel that takes the rows which hold a value, and writes nothing.
+Direct* find_direct_check(const Type& type);
 
 // Text that has a kernel's form: of these flags at most, besides those that say what a null is.
 bool is_plain_text(const Type& type, std::uint32_t flags);

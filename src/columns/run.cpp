@@ -138,8 +138,7 @@ class Run {
   void report_block(bool is_plain) {
     Status all = ZVRT_RC_OK;
     for (std::int32_t i = 0; i < block_.count; ++i) all |= block_.status[i];
-    const bool is_usual = !plan_.is_check && plan_.single_call == nullptr;
-    if (is_plain && all == ZVRT_RC_OK && is_usual) [[likely]] {
+    if (is_plain && all == ZVRT_RC_OK && plan_.single_call == nullptr) [[likely]] {
       return report_good(rows_[0], block_.count, [this](std::int32_t i) { return block_.length[i]; });
     }
     for (std::int32_t i = 0; i < block_.count; ++i) report(i);
@@ -299,6 +298,7 @@ Status check_values(const ZVRTType& type, const ZVRTArray& values, std::int64_t 
   if (const Status status = open_checked_type(given, plan.from.type, model); status != ZVRT_RC_OK) return status;
   plan.to.type = plan.from.type;
   choose_check_path(plan.from.type, plan.path);
+  plan.direct = find_direct_check(plan.from.type);
   Places places;
   const Status status = check_places(array, plan.from.type, Role::source, count, places);
   if (status != ZVRT_RC_OK) return status;
