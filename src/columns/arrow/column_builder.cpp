@@ -140,10 +140,13 @@ bool ColumnBuilder::mark_block(const Block& block) {
 
 bool ColumnBuilder::mark_direct(std::int64_t first, const DirectRows& direct, std::int32_t count) {
   if (!mark_rows(first, count, direct.nulls())) return false;
-  for (std::int32_t i = 0; i < count && direct.nulls() > 0; ++i) {
-    const std::int64_t row = first + i;
-    validity_.data()[row / bits_per_byte] |= std::byte{!direct.is_null(i)}
-                                             << static_cast<unsigned>(row % bits_per_byte);
+  if (direct.nulls() == 0) return true;
+  std::int32_t i = 0;
+  for (; first % bits_per_byte == 0 && i + bits_per_byte <= count; i += bits_per_byte) {
+    validity_.data()[(first + i) / bits_per_byte] = direct.eight_valid(i);
+  }
+  for (; i < count; ++i) {
+    if (!direct.is_null(i)) set_bit(validity_.data(), first + i);
   }
   return true;
 }

@@ -1,10 +1,13 @@
 #include "columns/arrow/direct_rows.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <type_traits>
 
+#include "columns/kernels/packed_word.h"
 #include "support/units.h"
+#include "support/wraps.h"
 
 namespace zvrt::arrow {
 
@@ -20,6 +23,17 @@ bool has_kernel(const Field& field) {
 // Fields of up to so many bytes are copied together.
 constexpr std::int32_t longest_staged = 512;
 
+// Calls `run` with a length that is a constant up to 8.
+template <std::int32_t known = 1, class Run>
+void with_length(std::int32_t length, Run run) {
+  if constexpr (known > 8) {
+    run(length);
+  } else {
+    if (length == known) return run(std::integral_constant<std::int32_t, known>{});
+    with_length<known + 1>(length, run);
+  }
+}
+
 }  // namespace
 
 bool DirectRows::suits(const Field& field) {
@@ -31,42 +45,70 @@ bool DirectRows::suits(const Field& field) {
 }
 
 // Two passes: which rows may be null needs no branch, and what those are is looked at one by one.
-std::int32_t DirectRows::find_nulls(const Records& records, std::int64_t first, std::int32_t count) {
+void DirectRows::find_null_forms(const Records& records, std::int64_t first, std::int32_t count) {
   std::int16_t suspects[most_rows];
   std::size_t suspected = 0;
   for (std::int32_t i = 0; i < count; ++i) {
-    const std::byte* const record = records.at(first + i);
-    is_null_[i] = field_.indicator_offset >= 0 && load<std::int16_t>(record + field_.indicator_offset) < 0;
     suspects[suspected] = static_cast<std::int16_t>(i);
-    suspected += static_cast<std::size_t>(field_.begins_null[static_cast<std::size_t>(record[field_.offset])]);
+    const std::byte begin = records.at(first + i)[field_.offset];
+    suspected += static_cast<std::size_t>(field_.begins_null[static_cast<std::size_t>(begin)]);
   }
   for (std::size_t k = 0; k < suspected; ++k) {
     const std::byte* const at = records.at(first + suspects[k]) + field_.offset;
     is_null_[suspects[k]] |= columns::find_null_form(type_, {at, type_.length}) == columns::Content::null;
   }
+}
+
+// Short fields whose null forms repeat one byte, as words: neither kind needs a branch.
+template <std::int32_t length>
+void DirectRows::find_null_words(const Records& records, std::int64_t first, std::int32_t count) {
+  const auto word_of = [](const std::byte* at) { return columns::load_field<length>(at); };
+  const auto repeated = [&](std::uint32_t flag, std::byte byte) {
+    std::byte bytes[sizeof(std::uint64_t)];
+    std::fill_n(bytes, sizeof bytes, type_.has(flag) ? byte : only_null_byte());
+    return word_of(bytes);
+  };
+  const std::uint64_t low = repeated(ZVRT_TYPE_NULL_LOW, std::byte{0});
+  const std::uint64_t high = repeated(ZVRT_TYPE_NULL_HIGH, std::byte{0xFF});
+  const std::uint64_t blank = repeated(ZVRT_TYPE_NULL_BLANKS, type_.page.blank[0]);
+  for (std::int32_t i = 0; i < count; ++i) {
+    const std::uint64_t word = word_of(records.at(first + i) + field_.offset);
+    is_null_[i] |= word == low || word == high || word == blank;
+  }
+}
+
+// Of a type's forms.
+std::byte DirectRows::only_null_byte() const {
+  if (type_.has(ZVRT_TYPE_NULL_LOW)) return std::byte{0};
+  return type_.has(ZVRT_TYPE_NULL_HIGH) ? std::byte{0xFF} : type_.page.blank[0];
+}
+
+std::int32_t DirectRows::find_nulls(const Records& records, std::int64_t first, std::int32_t count) {
+  std::fill_n(is_null_, count, false);
+  for (std::int32_t i = 0; i < count && field_.indicator_offset >= 0; ++i) {
+    is_null_[i] = load<std::int16_t>(records.at(first + i) + field_.indicator_offset) < 0;
+  }
+  const bool repeats_byte =
+      !type_.has(ZVRT_TYPE_NULL_ZEROS) && (!type_.has(ZVRT_TYPE_NULL_BLANKS) || type_.page.blank_bytes == 1);
+  if (type_.has_null_form() && repeats_byte && type_.unit == 1 && type_.length <= 8) {
+    with_length(type_.length, [&](auto length) {
+      if constexpr (!std::is_same_v<decltype(length), std::int32_t>) find_null_words<length>(records, first, count);
+    });
+  } else if (type_.has_null_form()) {
+    find_null_forms(records, first, count);
+  }
   return static_cast<std::int32_t>(std::count(is_null_, is_null_ + count, true));
 }
 
-// Copies the fields together, with as few branches as a known length allows.
+// Copies the fields together.
 template <class Length>
 void DirectRows::stage(const Records& records, std::int64_t first, std::int32_t count, Length length) {
+  const auto bytes = static_cast<std::size_t>(length);
   std::int32_t value = 0;
   while (nulls_ > 0 && is_null_[value]) ++value;
   for (std::int32_t i = 0; i < count; ++i) {
     value = is_null(i) ? value : i;
-    std::memcpy(staged_ + static_cast<std::size_t>(i) * length, records.at(first + value) + field_.offset, length);
-  }
-}
-
-void DirectRows::stage_all(const Records& records, std::int64_t first, std::int32_t count) {
-  const auto stage_known = [&](auto length) { stage(records, first, count, length); };
-  using std::integral_constant;
-  switch (type_.length) {
-    case 3: return stage_known(integral_constant<std::size_t, 3>{});
-    case 4: return stage_known(integral_constant<std::size_t, 4>{});
-    case 5: return stage_known(integral_constant<std::size_t, 5>{});
-    case 8: return stage_known(integral_constant<std::size_t, 8>{});
-    default: return stage_known(static_cast<std::size_t>(type_.length));
+    std::memcpy(staged_ + static_cast<std::size_t>(i) * bytes, records.at(first + value) + field_.offset, bytes);
   }
 }
 
@@ -82,12 +124,21 @@ void DirectRows::clear_nulls(std::int32_t count, std::byte* elements) const {
   }
 }
 
+// Eight flags of a byte each to a bit each: the product's highest byte has them all.
+ZVRT_WRAPS std::byte DirectRows::eight_valid(std::int32_t i) const {
+  auto flags = load<std::uint64_t>(is_null_ + i);
+  if constexpr (std::endian::native == std::endian::big) flags = __builtin_bswap64(flags);
+  return ~static_cast<std::byte>(flags * UINT64_C(0x0102040810204080) >> 56);
+}
+
 // Among nulls numbers are converted as copies, texts by their lengths.
 std::int32_t DirectRows::run_kernel(const Records& records, std::int64_t first, std::int32_t count, std::byte* elements,
                                     columns::JoinedTexts& texts) {
   const bool is_joined = is_text(field_);
   const bool is_staged = records.starts != nullptr || (nulls_ > 0 && !is_joined);
-  if (is_staged) stage_all(records, first, count);
+  if (is_staged) {
+    with_length(type_.length, [&](auto length) { stage(records, first, count, length); });
+  }
   columns::Entries lengths;
   if (is_joined && nulls_ > 0) {
     std::transform(is_null_, is_null_ + count, text_lengths_, [&](bool null) { return null ? 0 : type_.length; });

@@ -43,6 +43,8 @@ class DirectRows {
 
   std::int32_t nulls() const { return nulls_; }  // among the rows converted
   bool is_null(std::int32_t i) const { return nulls_ > 0 && is_null_[i]; }
+  // Bits of eight rows from row i on, lowest first, where there are nulls: 1 for a value.
+  std::byte eight_valid(std::int32_t i) const;
 
   // For as many texts as are converted at a time.
   std::int64_t text_room() const { return joined_rows() * columns::joined_bytes(type_) + columns::joined_slack; }
@@ -56,9 +58,12 @@ class DirectRows {
     return std::clamp<std::int64_t>(room / columns::joined_bytes(type_), 1, most_rows);
   }
   std::int32_t find_nulls(const Records& records, std::int64_t first, std::int32_t count);
+  void find_null_forms(const Records& records, std::int64_t first, std::int32_t count);
+  template <std::int32_t length>
+  void find_null_words(const Records& records, std::int64_t first, std::int32_t count);
+  std::byte only_null_byte() const;
   template <class Length>
   void stage(const Records& records, std::int64_t first, std::int32_t count, Length length);
-  void stage_all(const Records& records, std::int64_t first, std::int32_t count);
   void clear_nulls(std::int32_t count, std::byte* elements) const;
   std::int32_t run_kernel(const Records& records, std::int64_t first, std::int32_t count, std::byte* elements,
                           columns::JoinedTexts& texts);
