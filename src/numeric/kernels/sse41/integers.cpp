@@ -1,5 +1,5 @@
-// Integers by SSE4.1: sixteen digits at once. What has more of them, or too little to fill a block, is left to the
-// definition.
+// Integers by SSE4.1: sixteen digits at once, those before them apart. What is read of more digits, or too little to fill
+// a block, is left to the definition.
 #include <cstddef>
 #include <cstdint>
 
@@ -58,6 +58,27 @@ template <std::int32_t digits, std::int32_t max_lanes, std::int32_t piece>
       _mm_storel_epi64(reinterpret_cast<Block*>(out + from * 4), bytes);
     }
   }
+  return count + sign;
+}
+
+// Writes a number of 17 digits or more: the first one to four, and over what follows them the other sixteen.
+std::int32_t write_long(std::uint64_t magnitude, bool negative, void* dst, std::int32_t capacity) {
+  constexpr std::uint64_t sixteen_zeros = hundred_million * hundred_million;
+  const std::int32_t sign = negative ? 1 : 0;
+  const std::int32_t count = count_digits(magnitude);
+  if (count + sign >= capacity) [[unlikely]]
+    return write_decimal(magnitude, negative, dst, capacity);
+  store(dst, 0, Wide{'-'});  // stays if there is a sign
+  auto* const out = static_cast<std::byte*>(dst) + sign * 4;
+  auto* const last_sixteen = out + (std::ptrdiff_t{count} - 16) * 4;
+  const std::uint64_t top = magnitude / sixteen_zeros;
+  store_block(out, _mm_cvtepu8_epi32(shift_down(eight_digits(top), 24 - std::ptrdiff_t{count})));
+  const Block low = sixteen_digits(magnitude - top * sixteen_zeros);
+  store_block(last_sixteen, _mm_cvtepu8_epi32(low));
+  store_block(last_sixteen + 16, _mm_cvtepu8_epi32(_mm_srli_si128(low, 4)));
+  store_block(last_sixteen + 32, _mm_cvtepu8_epi32(_mm_srli_si128(low, 8)));
+  store_block(last_sixteen + 48, _mm_cvtepu8_epi32(_mm_srli_si128(low, 12)));
+  store(out, static_cast<std::size_t>(count), Wide{0});
   return count + sign;
 }
 
@@ -144,7 +165,7 @@ struct Sse41Kernel {
 
   static std::int32_t write(std::uint64_t magnitude, bool negative, void* dst, std::int32_t capacity) {
     if (magnitude < ten_million) return write_digits<8, 8, 2>(magnitude, negative, dst, capacity);
-    if (magnitude >= hundred_million * hundred_million) return write_decimal(magnitude, negative, dst, capacity);
+    if (magnitude >= hundred_million * hundred_million) return write_long(magnitude, negative, dst, capacity);
     return write_digits<16, 17, 4>(magnitude, negative, dst, capacity);
   }
 
