@@ -1,4 +1,4 @@
-// The text kernels for processors with AVX2. Counting is by SSE4.1; copies are the C library's.
+// The text kernels for processors with AVX2. Counting is by SSE4.1; copies of wide text are the C library's.
 #include "encoding/kernels/avx2/text.h"
 #include "encoding/kernels/baseline/text.h"
 #include "encoding/kernels/sse41/text.h"
@@ -7,9 +7,6 @@ namespace zvrt {
 
 namespace {
 
-Progress copy(const void* src, void* dst, std::size_t capacity) {
-  return text_kernels_baseline.copy(src, dst, capacity);
-}
 Progress copy_wide(const void* src, void* dst, std::size_t capacity) {
   return text_kernels_baseline.copy_wide(src, dst, capacity);
 }
@@ -29,7 +26,7 @@ const TextKernels text_kernels_avx2{
     .utf32_to_utf16 = avx2::utf32_to_utf16,
     .count_decoded = sse41::count_decoded,
     .count_encoded = sse41::count_encoded,
-    .copy = copy,
+    .copy = avx2::copy_narrow,
     .copy_wide = copy_wide,
     .copy_counted = baseline::copy_counted,
     .drop_blanks = baseline::drop_blanks,

@@ -26,6 +26,8 @@ Progress utf16_to_utf8(const void* src, std::size_t count, char* dst, std::size_
 Progress utf16_to_utf32(const void* src, std::size_t count, void* dst, std::size_t capacity);
 Progress utf32_to_utf16(const void* src, std::size_t count, void* dst, std::size_t capacity);
 
+Progress copy_narrow(const void* src, void* dst, std::size_t capacity);
+
 // ---- Where a text ends ----
 
 // Whether so many units follow before a terminator; none after it is read.
