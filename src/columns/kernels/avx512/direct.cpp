@@ -3,6 +3,8 @@
 
 #include <immintrin.h>
 
+#include <array>
+
 #include "columns/kernels/avx512/text_vectors.h"
 #include "columns/kernels/packed_word.h"
 #include "support/wraps.h"
@@ -15,38 +17,69 @@ using namespace avx512_text;
 
 // --- packed decimals ---
 
+// In a lane that holds a field from its byte 0 on: where each of the number's bytes is, the least significant first; 0x80
+// makes a zero.
+//
+//   5 bytes   [01234---]  ->  [43210---]
+template <std::int32_t bytes>
+constexpr std::array<std::uint8_t, 64> make_reversal() {
+  std::array<std::uint8_t, 64> order{};
+  for (std::int32_t i = 0; i < 64; ++i) {
+    const std::int32_t at = bytes - 1 - i % 8;
+    order[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(at < 0 ? 0x80 : i % 16 - i % 8 + at);
+  }
+  return order;
+}
+
+template <std::int32_t bytes>
+alignas(64) constexpr auto reversal = make_reversal<bytes>();
+
+// A masked load touches the field's bytes only.
+template <std::int32_t bytes>
+ZVRT_INLINED __m128i load_one(const std::byte* at) {
+  if constexpr (bytes == 8) return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(at));
+  return _mm_maskz_loadu_epi8((1U << bytes) - 1, at);
+}
+
+// Eight fields as numbers of half-bytes.
 template <std::int32_t bytes>
 ZVRT_INLINED Vector load_eight(const std::byte* at, std::int64_t stride) {
-  const auto word = [=](std::int64_t i) { return static_cast<long long>(load_field<bytes>(at + i * stride)); };
-  return _mm512_set_epi64(word(7), word(6), word(5), word(4), word(3), word(2), word(1), word(0));
+  const auto field = [=](std::int64_t i) { return load_one<bytes>(at + i * stride); };
+  const auto two = [=](std::int64_t i) { return _mm_unpacklo_epi64(field(i), field(i + 1)); };
+  const __m256i low = _mm256_inserti128_si256(_mm256_castsi128_si256(two(0)), two(2), 1);
+  const __m256i high = _mm256_inserti128_si256(_mm256_castsi128_si256(two(4)), two(6), 1);
+  const Vector as_they_stand = _mm512_inserti64x4(_mm512_castsi256_si512(low), high, 1);
+  return _mm512_shuffle_epi8(as_they_stand, _mm512_load_si512(reversal<bytes>.data()));
 }
 
 // Lanes of 64 bits [0ddddddddddddddd], a digit a half-byte, to numbers:
 //   bytes   10 * upper + lower = byte - 6 * upper
 //   words   100 * upper + lower     (VPMADDUBSW)
 //   dwords  10000 * upper + lower   (VPMADDWD)
-//   lanes   10^8 * upper + lower
+//   lanes   10^8 * upper + lower    (VPMADD52LUQ: 15 digits have 50 bits)
 ZVRT_INLINED Vector join_digits(Vector digits) {
+  const Vector sixes =
+      _mm512_broadcast_i32x4(_mm_setr_epi8(0, 6, 12, 18, 24, 30, 36, 42, 48, 54, 60, 66, 72, 78, 84, 90));
   const Vector upper = _mm512_and_si512(_mm512_srli_epi64(digits, 4), repeat8(0x0F));
-  const Vector six = _mm512_add_epi8(_mm512_add_epi8(upper, upper), _mm512_slli_epi64(upper, 2));
-  const Vector pairs = _mm512_sub_epi8(digits, six);
+  const Vector pairs = _mm512_sub_epi8(digits, _mm512_shuffle_epi8(sixes, upper));
   const Vector quads = _mm512_maddubs_epi16(pairs, _mm512_set1_epi16(100 << 8 | 1));
   const Vector octets = _mm512_madd_epi16(quads, _mm512_set1_epi32(10000 << 16 | 1));
-  const Vector high = _mm512_mul_epu32(_mm512_srli_epi64(octets, 32), repeat64(100000000));
-  return _mm512_add_epi64(high, _mm512_and_si512(octets, repeat64(0xFFFFFFFF)));
+  const Vector low = _mm512_and_si512(octets, repeat64(0xFFFFFFFF));
+  return _mm512_madd52lo_epu64(low, _mm512_srli_epi64(octets, 32), repeat64(100000000));
 }
 
-// The values of eight fields; false where one is not valid.
+// The values of eight fields; false where one is not valid. A half-byte is above 9 where its 8 is set, and its 4 or its 2:
+// so it must be of the sign and of no other.
 ZVRT_INLINED bool read_eight(Vector fields, bool is_unsigned, Vector& values) {
-  const Vector sign = _mm512_and_si512(fields, repeat64(0xF));
-  const Vector digits = _mm512_srli_epi64(fields, 4);
-  const Vector carry = _mm512_or_si512(_mm512_srli_epi64(digits, 2), _mm512_srli_epi64(digits, 1));
-  const Vector beyond = _mm512_and_si512(_mm512_srli_epi64(digits, 3), carry);
-  const __mmask8 negative = _mm512_cmpeq_epi64_mask(_mm512_and_si512(sign, repeat64(0x9)), repeat64(0x9)) &
-                            _mm512_cmpneq_epi64_mask(sign, repeat64(0xF));
-  if (_mm512_test_epi64_mask(beyond, repeat64(0x1111111111111111)) != 0) return false;
-  if (_mm512_cmplt_epu64_mask(sign, repeat64(0xA)) != 0 || (is_unsigned && negative != 0)) return false;
-  const Vector joined = join_digits(digits);
+  const Vector bit_1_or_2 = _mm512_or_si512(fields, _mm512_add_epi64(fields, fields));
+  const Vector above_9 = _mm512_and_si512(fields, _mm512_add_epi64(bit_1_or_2, bit_1_or_2));
+  const Vector found = _mm512_and_si512(above_9, repeat64(0x8888888888888888));
+  if (_mm512_cmpneq_epi64_mask(found, repeat64(0x8)) != 0) return false;
+  // B and D
+  const Vector minus = _mm512_srlv_epi64(repeat64(0x2800), _mm512_and_si512(fields, repeat64(0xF)));
+  const __mmask8 negative = _mm512_test_epi64_mask(minus, repeat64(1));
+  if (is_unsigned && negative != 0) return false;
+  const Vector joined = join_digits(_mm512_srli_epi64(fields, 4));
   values = _mm512_mask_sub_epi64(joined, negative, _mm512_setzero_si512(), joined);
   return true;
 }
