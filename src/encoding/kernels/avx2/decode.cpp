@@ -190,6 +190,24 @@ ZVRT_WRAPS ZVRT_INLINED std::size_t decode_step(Vector bytes, Before& before, ch
   return count_of(ends);
 }
 
+// ASCII by 64 bytes; returns how much there is of it.
+template <class Target, class Source>
+ZVRT_INLINED std::size_t widen_ascii(const char* src, Source source, std::size_t read, char* dst,
+                                     std::size_t capacity) {
+  constexpr std::size_t block = 2 * vector_bytes;
+  std::size_t done = 0;
+  for (; capacity - done >= block && source.has(src, read + done, block); done += block) {
+    const char* const at = src + read + done;
+    // Signed, the bytes 01 to 7F are exactly the ones above zero.
+    const Vector least = _mm256_min_epi8(load_vector(at), load_vector(at + vector_bytes));
+    if (sign_bits(_mm256_cmpgt_epi8(least, _mm256_setzero_si256())) != all_of_vector) break;
+    char* const out = dst + done * sizeof(typename Target::Unit);
+    Target::widen_ascii(at, out);
+    Target::widen_ascii(at + vector_bytes, out + vector_bytes * sizeof(typename Target::Unit));
+  }
+  return done;
+}
+
 template <class Target>
 struct Decoding {
   static constexpr std::size_t from = 1;
@@ -216,7 +234,10 @@ struct Decoding {
       const Mask ascii = sign_bits(_mm256_cmpgt_epi8(bytes, _mm256_setzero_si256()));
       if (ascii == all_of_vector && before.expected() == 0) {
         Target::widen_ascii(run.src + read, out);
-        written += step;
+        const std::size_t more =
+            widen_ascii<Target>(run.src, source, read + step, out + step * to, run.capacity - written - step);
+        written += step + more;
+        read += more;
       } else {
         if (is_long(run.src + read)) break;
         const std::size_t units = decode_step<Target>(bytes, before, out);

@@ -1,32 +1,37 @@
-// Between UTF-16 and wide text by AVX2: sixteen characters below 10000 a step, which have one unit on both sides. Surrogates
+// Between UTF-16 and wide text by AVX2: 32 characters below 10000 a step, which have one unit on both sides. Surrogates
 // are left to the kernels for every processor.
 #include <cstddef>
 #include <cstdint>
 
 #include "encoding/kernels/avx2/text.h"
 #include "encoding/kernels/baseline/text.h"
+#include "support/units.h"
 
 namespace zvrt::avx2 {
 
 namespace {
 
-constexpr std::size_t step_units = 16;
+constexpr std::size_t step_units = 32;
 
-bool has_zero_or_surrogate(Vector units) {
+Vector zeros_and_surrogates(Vector units) {
   const Vector surrogates = _mm256_cmpeq_epi16(_mm256_and_si256(units, repeat16(0xF800)), repeat16(0xD800));
-  return !is_zero(_mm256_or_si256(surrogates, _mm256_cmpeq_epi16(units, _mm256_setzero_si256())));
+  return _mm256_or_si256(surrogates, is_zero_in<std::uint16_t>(units));
+}
+bool are_usual(Vector low, Vector high) {
+  return is_zero(_mm256_or_si256(zeros_and_surrogates(low), zeros_and_surrogates(high)));
 }
 
 struct Widening {
   static constexpr std::size_t from = 2;
   static constexpr std::size_t to = 4;
   static constexpr auto other = baseline::utf16_to_utf32;
+  static bool has_two_units(const char* at) { return (load<std::uint16_t>(at) & 0xF800) == 0xD800; }
 
   static bool convert(const char* src, char* dst) {
-    const Vector units = load_vector(src);
-    if (has_zero_or_surrogate(units)) return false;
-    store_vector(dst, _mm256_cvtepu16_epi32(lower(units)));
-    store_vector(dst + 32, _mm256_cvtepu16_epi32(upper(units)));
+    if (!are_usual(load_vector(src), load_vector(src + 32))) return false;
+    for (std::size_t i = 0; i < step_units; i += 8) {
+      store_vector(dst + i * 4, _mm256_cvtepu16_epi32(load_block(src + i * 2)));
+    }
     return true;
   }
 };
@@ -35,14 +40,19 @@ struct Narrowing {
   static constexpr std::size_t from = 4;
   static constexpr std::size_t to = 2;
   static constexpr auto other = baseline::utf32_to_utf16;
+  static bool has_two_units(const char* at) { return load<Wide>(at) > 0xFFFF; }
 
   static bool convert(const char* src, char* dst) {
-    const Vector low = load_vector(src);
-    const Vector high = load_vector(src + 32);
-    const Vector units = pack_units(low, high);
-    const Vector above = _mm256_srli_epi32(_mm256_or_si256(low, high), 16);
-    if (!is_zero(above) || has_zero_or_surrogate(units)) return false;
-    store_vector(dst, units);
+    const Vector a = load_vector(src);
+    const Vector b = load_vector(src + 32);
+    const Vector c = load_vector(src + 64);
+    const Vector d = load_vector(src + 96);
+    const Vector any = _mm256_or_si256(_mm256_or_si256(a, b), _mm256_or_si256(c, d));
+    const Vector low = pack_units(a, b);
+    const Vector high = pack_units(c, d);
+    if (!is_zero(_mm256_srli_epi32(any, 16)) || !are_usual(low, high)) return false;
+    store_vector(dst, low);
+    store_vector(dst + 32, high);
     return true;
   }
 };
@@ -58,7 +68,8 @@ struct Direction {
     return Units::other(src, count, dst, capacity);
   }
 
-  static std::size_t stretch(const char* /*at*/) { return step; }
+  // Runs of characters of two units are the other kernel's.
+  static std::size_t stretch(const char* at) { return Units::has_two_units(at) ? 4 * step : step; }
 
   template <class Source>
   ZVRT_INLINED static void take_steps(Run& run, Source source) {
@@ -83,7 +94,7 @@ template <class Units, class Unit>
 
 template <class Units, class Unit>
 ZVRT_INLINED Progress convert(const void* src, std::size_t count, void* dst, std::size_t capacity) {
-  const auto convert = count < 2 * step_units ? Units::other : convert_long<Units, Unit>;
+  const auto convert = count < step_units ? Units::other : convert_long<Units, Unit>;
   return convert(src, count, dst, capacity);
 }
 
