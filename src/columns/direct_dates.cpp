@@ -205,16 +205,16 @@ std::int32_t read_text(const ZVRTPlan& plan, const Rows& rows) {
                                   : read_records_from_text<std::uint8_t>(plan, rows);
 }
 
-// Fields that were read, as days or micro-seconds since 1970.
+// Fields that were read, their fraction in micro-seconds, as days or micro-seconds since 1970.
 template <class Count>
-void count_records(const std::byte* records, std::uint32_t micros, const Rows& rows) {
+void count_records(const std::byte* records, const Rows& rows) {
   for (std::int32_t i = 0; i < rows.count; ++i) {
     std::uint32_t fraction = 0;
     const Fields fields = load_record(records + i * record_bytes, fraction);
     std::int64_t count = days_of_date(fields.year, fields.month, fields.day);
     if constexpr (sizeof(Count) == 8) {
       const std::int64_t seconds = (std::int64_t{fields.hour} * 60 + fields.minute) * 60 + fields.second;
-      count = (count * 86'400 + seconds) * 1'000'000 + std::int64_t{fraction} * micros;
+      count = (count * 86'400 + seconds) * 1'000'000 + fraction;
     }
     store(rows.target + i * rows.target_stride, 0, static_cast<Count>(count));
   }
@@ -223,7 +223,6 @@ void count_records(const std::byte* records, std::uint32_t micros, const Rows& r
 std::int32_t count_text(Direct* text_to_record, const ZVRTPlan& plan, const Rows& rows) {
   constexpr std::int32_t most = 256;
   std::byte records[most * record_bytes];
-  const std::uint32_t micros = power_of(6 - plan.to.type.date_digits);
   for (std::int32_t done = 0; done < rows.count;) {
     Entries lengths;
     Rows part = rows_after(rows, done, lengths);
@@ -234,9 +233,9 @@ std::int32_t count_text(Direct* text_to_record, const ZVRTPlan& plan, const Rows
     read.count = wanted;
     part.count = text_to_record(plan, read);
     if (plan.to.type.kind == ZVRT_KIND_DAYS) {
-      count_records<std::int32_t>(records, micros, part);
+      count_records<std::int32_t>(records, part);
     } else {
-      count_records<std::int64_t>(records, micros, part);
+      count_records<std::int64_t>(records, part);
     }
     done += part.count;
     if (part.count < wanted) return done;
@@ -304,7 +303,7 @@ Direct* find_direct_date(const ZVRTPlan& plan) {
   const DateKernels& usable = kernels_for(*from.model);
   if (is_record(to)) return usable.text_to_record;
   const bool is_count = (to.kind == ZVRT_KIND_DAYS || to.kind == ZVRT_KIND_MICROS) && to.flags == 0;
-  return is_count && to.parts == from.model->parts && to.date_digits <= 6 ? usable.text_to_count : nullptr;
+  return is_count && to.parts == from.model->parts ? usable.text_to_count : nullptr;
 }
 
 }  // namespace zvrt::columns

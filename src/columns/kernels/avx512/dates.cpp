@@ -177,7 +177,7 @@ ZVRT_INLINED __m128i members_of(Bytes digits, bool has_fraction, std::uint32_t s
   const auto year = static_cast<std::uint32_t>(_mm_cvtsi128_si32(front));
   const std::uint32_t full_year = (year & 0xFFFF) * 100 + (year >> 16);
   const __m128i shifted = _mm_insert_epi16(_mm_bsrli_si128(front, 2), static_cast<int>(full_year), 0);
-  if (!has_fraction) return _mm_insert_epi32(shifted, 0, 3);
+  if (!has_fraction) return shifted;  // zeros from the text on
   const __m128i quads = _mm_madd_epi16(_mm256_extracti128_si256(pairs, 1), _mm_set1_epi32(1 << 16 | 100));
   const auto both = static_cast<std::uint64_t>(_mm_cvtsi128_si64(quads));
   const std::uint32_t fraction = static_cast<std::uint32_t>(both) * 10000 + static_cast<std::uint32_t>(both >> 32);
