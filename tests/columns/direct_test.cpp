@@ -474,9 +474,10 @@ Result run(const ZVRTPlan* plan, const Pair& pair, const Column& column, bool by
 // Takes the kernels of another level for the machine's.
 void choose(const Pair& pair, ZVRTPlan* plan, const DirectKernels& kernels, const NumberKernels& of_numbers) {
   if (pair.kernel != nullptr) plan->direct = kernels.*pair.kernel;
-  const bool is_portable = &of_numbers == &zvrt::columns::number_kernels_portable;
-  for (const auto of_dates : {&zvrt::columns::DateKernels::record_to_text, &zvrt::columns::DateKernels::text_to_record,
-                              &zvrt::columns::DateKernels::text_to_count}) {
+  [[maybe_unused]] const bool is_portable = &of_numbers == &zvrt::columns::number_kernels_portable;
+  for ([[maybe_unused]] const auto of_dates :
+       {&zvrt::columns::DateKernels::record_to_text, &zvrt::columns::DateKernels::text_to_record,
+        &zvrt::columns::DateKernels::text_to_count}) {
     ZVRT_X86(if (is_portable && plan->direct == zvrt::columns::date_kernels_avx512.*of_dates) plan->direct =
                  zvrt::columns::date_kernels_portable.*of_dates;
              else if (!is_portable && plan->direct == zvrt::columns::date_kernels_portable.*of_dates) plan->direct =
