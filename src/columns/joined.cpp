@@ -26,6 +26,16 @@ std::int64_t find_length(const Type& type, const Rows& rows, std::int32_t i) {
   return length > type.length ? -1 : length;
 }
 
+// What is left of a text without the blanks at its end, eight at a time; others that mean a blank may be left.
+std::int64_t trim_blanks(const Type& from, const std::byte* text, std::int64_t count) {
+  const std::byte blank = from.page.blank[0];
+  const std::uint64_t blanks = UINT64_C(0x0101010101010101) * static_cast<std::uint64_t>(blank);
+  if (!from.has(ZVRT_TYPE_TRIM) || from.page.blank_bytes != 1) return count;
+  while (count >= 8 && load<std::uint64_t>(text + count - 8) == blanks) count -= 8;
+  while (count > 0 && text[count - 1] == blank) --count;
+  return count;
+}
+
 // Its length; -1 where a byte has no character.
 std::int64_t put_page_text(const Type& from, const std::byte* text, std::int64_t count, std::byte* at) {
   const PageTables& tables = *from.page.tables;
@@ -64,8 +74,9 @@ std::int64_t put_ascii(const Type& from, const std::byte* text, std::int64_t cou
 template <bool from_page>
 bool join_row(const Type& from, const Rows& rows, std::int32_t i, JoinedTexts& texts) {
   const std::byte* const at = rows.source + i * rows.source_stride;
-  const std::int64_t length = find_length(from, rows, i);
+  std::int64_t length = find_length(from, rows, i);
   if (length < 0) return false;
+  length = trim_blanks(from, at, length);
   std::int64_t bytes = put_ascii<from_page>(from, at, length, texts.at);
   if (from_page && bytes < 0) bytes = put_page_text(from, at, length, texts.at);
   if (bytes < 0) return false;
