@@ -317,6 +317,7 @@ Progress decode(const char* src, std::size_t count, void* dst, std::size_t capac
 
 // Most values are ASCII or end within 32 bytes.
 Progress decode_terminated(const char* src, void* dst, std::size_t capacity) {
+  if (Decoding<ToWide>::is_long(src)) return sse41::decode_after_ascii(src, 0, dst, capacity);
   std::size_t done = 0;
   for (; may_read_ahead(src + done, vector_bytes); done += vector_bytes) {
     char* const out = static_cast<char*>(dst) + done * 4;
