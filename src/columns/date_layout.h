@@ -29,7 +29,9 @@ bool lay_out(const DateModel& model, Layout& layout);
 // --- months by three letters ---
 
 // [a|b|c|0], the first letter lowest, in capitals. A factor puts the twelve into places of their own.
-constexpr std::uint32_t month_place(std::uint32_t letters) { return letters * 0x67D1 >> 28; }
+constexpr std::uint32_t month_place(std::uint32_t letters) {
+  return static_cast<std::uint32_t>(std::uint64_t{letters} * 0x67D1 >> 28 & 0xF);
+}
 
 struct MonthLetters {
   std::array<std::uint32_t, 16> letters{};
