@@ -214,7 +214,8 @@ Status ColumnBuilder::build_directly(const Records& records, std::int64_t first,
   const bool is_large = field_.column.form == Form::large_text;
   for (done = 0; done < rows;) {
     const std::int64_t row = first + done;
-    if (is_text() && !texts_.reserve(text_bytes_ + direct.text_room(), text_bytes_)) return ZVRT_RC_NO_MEMORY;
+    if (is_text() && !texts_.reserve(text_bytes_ + direct.text_room(rows - done), text_bytes_))
+      return ZVRT_RC_NO_MEMORY;
     std::byte* const elements = is_text() ? texts_.data() + text_bytes_ : values_.data() + row * field_.column.width;
     columns::JoinedTexts texts{elements, is_large ? 0 : static_cast<std::uint32_t>(text_bytes_),
                                is_large || !is_text() ? ends : values_.as<std::int32_t>() + row + 1};

@@ -46,8 +46,10 @@ class DirectRows {
   // Bits of eight rows from row i on, lowest first, where there are nulls: 1 for a value.
   std::byte eight_valid(std::int32_t i) const;
 
-  // For as many texts as are converted at a time.
-  std::int64_t text_room() const { return joined_rows() * columns::joined_bytes(type_) + columns::joined_slack; }
+  // For as many of the texts as are converted at a time.
+  std::int64_t text_room(std::int64_t rows) const {
+    return std::min(rows, joined_rows()) * columns::joined_bytes(type_) + columns::joined_slack;
+  }
 
  private:
   static constexpr std::int32_t staged_bytes = 8192;
