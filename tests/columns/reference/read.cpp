@@ -147,7 +147,7 @@ Read hex_float(const std::string& slot) {
   Read result = floating(shortest_hex(value, digits));
   result.value.exact = exactly(value.value(digits));
   result.value.has_exact = true;
-  result.value.negative = value.negative;
+  result.value.negative = value.negative && value.fraction != 0;  // a zero has no sign here
   return result;
 }
 
