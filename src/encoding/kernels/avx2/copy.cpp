@@ -1,9 +1,11 @@
-// Copies of terminated narrow text by AVX2, the end found on the way: a vector at a time, the last one ending where the text
-// does, and four at a time of long text. Wide text is the C library's, beside which vectors gained a tenth.
+// Copies by AVX2, the end found on the way. Terminated narrow text: a vector at a time, the last one ending where the text
+// does, and four at a time of long text. Short wide text of a count likewise. Terminated wide text is the C library's, beside which
+// vectors gained a tenth.
 #include <cstddef>
 #include <cstdint>
 
 #include "encoding/kernels/avx2/text.h"
+#include "encoding/kernels/baseline/text.h"
 #include "support/read_ahead.h"
 #include "support/units.h"
 
@@ -106,6 +108,24 @@ Progress copy_narrow(const void* src, void* dst, std::size_t capacity) {
     if (done == capacity || !copy_step(from, into, capacity, done)) return {done, done};
   }
   return copy_further(from, into, capacity, done);
+}
+
+// By vectors without a zero, the last of which overlaps the one before; a zero and what follows, and text of more than 32
+// characters, are left to the baseline.
+void copy_counted(const void* src, void* dst, std::size_t count) {
+  constexpr std::size_t step = vector_bytes / sizeof(Wide);
+  const auto* const from = static_cast<const char*>(src);
+  auto* const into = static_cast<char*>(dst);
+  std::size_t done = 0;
+  while (count >= step && count <= 4 * step && done < count) {
+    const std::size_t at = min(done, count - step);
+    if (!may_read_ahead(from + at * sizeof(Wide), vector_bytes)) break;
+    const Vector units = load_vector(from + at * sizeof(Wide));
+    if (!is_zero(is_zero_in<Wide>(units))) break;
+    store_vector(into + at * sizeof(Wide), units);
+    done = at + step;
+  }
+  if (done < count) baseline::copy_counted(from + done * sizeof(Wide), into + done * sizeof(Wide), count - done);
 }
 
 }  // namespace zvrt::avx2

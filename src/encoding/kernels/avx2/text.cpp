@@ -1,4 +1,4 @@
-// The text kernels for processors with AVX2. Counting is by SSE4.1; copies of wide text are the C library's.
+// The text kernels for processors with AVX2. Counting is by SSE4.1; copies of terminated wide text are the C library's.
 #include "encoding/kernels/avx2/text.h"
 #include "encoding/kernels/baseline/text.h"
 #include "encoding/kernels/sse41/text.h"
@@ -28,7 +28,7 @@ const TextKernels text_kernels_avx2{
     .count_encoded = sse41::count_encoded,
     .copy = avx2::copy_narrow,
     .copy_wide = copy_wide,
-    .copy_counted = baseline::copy_counted,
+    .copy_counted = avx2::copy_counted,
     .drop_blanks = baseline::drop_blanks,
     .leading_blanks = baseline::leading_blanks,
     .trailing_blanks = baseline::trailing_blanks,

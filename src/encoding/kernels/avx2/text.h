@@ -27,6 +27,7 @@ Progress utf16_to_utf32(const void* src, std::size_t count, void* dst, std::size
 Progress utf32_to_utf16(const void* src, std::size_t count, void* dst, std::size_t capacity);
 
 Progress copy_narrow(const void* src, void* dst, std::size_t capacity);
+void copy_counted(const void* src, void* dst, std::size_t count);
 
 // ---- Where a text ends ----
 
