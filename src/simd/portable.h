@@ -14,6 +14,7 @@
 
 #include "support/inlined.h"
 #include "support/units.h"
+#include "support/wraps.h"
 
 namespace zvrt::portable {
 
@@ -40,7 +41,7 @@ ZVRT_INLINED void store_pair(void* at, std::uint64_t pair) {
 }
 
 // Four wide characters as bytes, given as two pairs:  [c1|c0] and [c3|c2]  to  [0000|c3 c2 c1 c0], one byte each.
-ZVRT_INLINED std::uint64_t pack_pairs(std::uint64_t first, std::uint64_t second) {
+ZVRT_WRAPS ZVRT_INLINED std::uint64_t pack_pairs(std::uint64_t first, std::uint64_t second) {
   const std::uint64_t both = first | second << 16;
   return static_cast<std::uint32_t>(both | both >> 24);
 }
