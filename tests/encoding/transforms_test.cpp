@@ -44,7 +44,8 @@ TEST(Transforms, EverySequenceOfOneToThreeBytes) {
   const Transform& t = transform("Convert8To32");
   for (std::uint32_t bytes = 0; bytes < 0x1000000; bytes += stride) {
     const std::string src = {static_cast<char>(bytes >> 16), static_cast<char>(bytes >> 8), static_cast<char>(bytes)};
-    wchar_t wide[4] = {-1, -1, -1, -1};
+    constexpr auto untouched = static_cast<wchar_t>(-1);  // unsigned on some machines
+    wchar_t wide[4] = {untouched, untouched, untouched, untouched};
     std::uint32_t count = 99;
     const std::uint32_t status = Convert8To32(wide, 4, src.data(), 3, &count);
     // The shorter sequences are the ones that end in zeros.
@@ -52,7 +53,7 @@ TEST(Transforms, EverySequenceOfOneToThreeBytes) {
     ASSERT_EQ(status, expected.status) << std::hex << bytes;
     ASSERT_EQ(count, expected.count) << std::hex << bytes;
     ASSERT_EQ(0, std::memcmp(wide, expected.bytes.data(), expected.bytes.size())) << std::hex << bytes;
-    ASSERT_EQ(wide[3], -1);
+    ASSERT_EQ(wide[3], untouched);
   }
 }
 
